@@ -1,0 +1,32 @@
+# Which parts can be built here. For each part that is asked for, looks for the packages it needs
+# and sets GLISSA_HAVE_<part>; a part that lacks one is left out with a message, or stops the
+# configuration when GLISSA_REQUIRE_PARTS is on.
+
+macro(glissa_find_part part)
+    set(GLISSA_HAVE_${part} OFF)
+    if(GLISSA_BUILD_${part})
+        set(GLISSA_HAVE_${part} ON)
+        foreach(package IN ITEMS ${ARGN})
+            if(package STREQUAL "cairo")
+                find_package(PkgConfig QUIET)
+                if(PkgConfig_FOUND)
+                    pkg_check_modules(CAIRO QUIET IMPORTED_TARGET cairo)
+                endif()
+                set(cairo_FOUND ${CAIRO_FOUND})
+            else()
+                find_package(${package} QUIET)
+            endif()
+            if(NOT ${package}_FOUND)
+                set(GLISSA_HAVE_${part} OFF)
+                if(GLISSA_REQUIRE_PARTS)
+                    message(FATAL_ERROR "GLISSA_BUILD_${part} needs ${package}, which was not found")
+                endif()
+                message(STATUS "GLISSA_BUILD_${part} is off: ${package} was not found")
+            endif()
+        endforeach()
+    endif()
+endmacro()
+
+glissa_find_part(CLI CLI11 fmt cairo nlohmann_json)
+glissa_find_part(TESTS GTest)
+glissa_find_part(BENCHMARKS benchmark)

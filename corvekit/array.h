@@ -1,0 +1,208 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "corvekit/assert.h"
+#include "corvekit/export.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+/// The allocator of the containers: plain blocks from the process heap.
+class CORVEKIT_API KBaseAllocator
+{
+public:
+    /// A block of pSize bytes that holds what pBlock held, as far as it fits. Null gives a new
+    /// block. Gives null when there is no memory, and pBlock is then untouched.
+    static void* KRealloc(void* pBlock, std::size_t pSize);
+    /// Gives a block back. Null is ignored.
+    static void KFree(void* pBlock);
+};
+
+/// The memory side of the arrays: plain blocks and how they grow.
+class CORVEKIT_API KArrayHelper : public KBaseAllocator
+{
+public:
+    /// Gives a block back and sets the pointer to null and the two counts to 0.
+    static void Clear(void*& pBlock, int& pCount, int& pCapacity);
+    /// The capacity that an array takes to hold pNeeded items: at least half as much again as
+    /// pCapacity, so that appending costs a constant time an item, in whole steps of pBlockCount.
+    /// -1 when so many items of pItemSize bytes cannot be addressed.
+    static int GetNextArraySize(int pCapacity, int pNeeded, int pBlockCount, std::size_t pItemSize);
+};
+
+/// A growable array. Capacity comes in steps of BlockCount items and stays until Clear.
+///
+/// Items may be of any type that can be copied or moved; they are constructed, moved and destroyed
+/// as their type wants it. A pointer to an item is valid until the array grows or an item before
+/// it goes. When there is no memory to grow, the array stays as it is and the call gives -1.
+/// Allocator has the operations of KBaseAllocator.
+template <typename T, int BlockCount = 16, typename Allocator = KBaseAllocator>
+class KArrayTemplate
+{
+    static_assert(BlockCount > 0);
+    static_assert(alignof(T) <= alignof(std::max_align_t));
+
+public:
+    KArrayTemplate() = default;
+    KArrayTemplate(const KArrayTemplate& pOther) { AppendAll(pOther); }
+    KArrayTemplate(KArrayTemplate&& pOther) noexcept { Swap(pOther); }
+    KArrayTemplate& operator=(const KArrayTemplate& pOther)
+    {
+        KArrayTemplate copy(pOther);
+        Swap(copy);
+        return *this;
+    }
+    KArrayTemplate& operator=(KArrayTemplate&& pOther) noexcept
+    {
+        KArrayTemplate taken(std::move(pOther));
+        Swap(taken);
+        return *this;
+    }
+    ~KArrayTemplate() { Clear(); }
+
+    int GetCount() const { return mCount; }
+    int GetCapacity() const { return mCapacity; }
+    bool IsEmpty() const { return mCount == 0; }
+
+    /// pIndex is 0 to the count minus 1; anything else is a fault of the caller.
+    T& operator[](int pIndex)
+    {
+        CORVEKIT_ASSERT(pIndex >= 0 && pIndex < mCount);
+        return mItems[pIndex];
+    }
+    const T& operator[](int pIndex) const
+    {
+        CORVEKIT_ASSERT(pIndex >= 0 && pIndex < mCount);
+        return mItems[pIndex];
+    }
+    T* begin() { return mItems; }
+    T* end() { return mItems + mCount; }
+    const T* begin() const { return mItems; }
+    const T* end() const { return mItems + mCount; }
+
+    /// Puts an item before the one at pIndex, 0 to the count. Gives pIndex, or -1 for an index out
+    /// of range or without memory. The item may be one of the array's own.
+    int InsertAt(int pIndex, T pItem)
+    {
+        if (pIndex < 0 || pIndex > mCount || !Reserve(mCount, 1)) {
+            return -1;
+        }
+        if (pIndex == mCount) {
+            std::construct_at(mItems + mCount, std::move(pItem));
+        } else {
+            std::construct_at(mItems + mCount, std::move(mItems[mCount - 1]));
+            std::move_backward(mItems + pIndex, mItems + mCount - 1, mItems + mCount);
+            mItems[pIndex] = std::move(pItem);
+        }
+        ++mCount;
+        return pIndex;
+    }
+    /// Puts an item behind the last one and gives its index, or -1 without memory.
+    int Add(T pItem) { return InsertAt(mCount, std::move(pItem)); }
+
+    /// Takes an item out and closes the gap. False for an index out of range.
+    bool RemoveAt(int pIndex)
+    {
+        if (pIndex < 0 || pIndex >= mCount) {
+            return false;
+        }
+        std::move(mItems + pIndex + 1, mItems + mCount, mItems + pIndex);
+        --mCount;
+        std::destroy_at(mItems + mCount);
+        return true;
+    }
+    /// Takes the first equal item out. False if there is none.
+    bool RemoveIt(const T& pItem) { return RemoveAt(Find(pItem)); }
+
+    /// Index of the first equal item, or -1.
+    int Find(const T& pItem) const
+    {
+        for (int i = 0; i < mCount; ++i) {
+            if (mItems[i] == pItem) {
+                return i;
+            }
+        }
+        return -1;
+    }
+
+    /// Makes room for pCapacity items in all. False without memory.
+    bool SetCapacity(int pCapacity)
+    {
+        return pCapacity <= mCapacity || Reserve(mCount, pCapacity - mCount);
+    }
+
+    /// Destroys the items, the last one first, and gives the memory back.
+    void Clear()
+    {
+        while (mCount > 0) {
+            --mCount;
+            std::destroy_at(mItems + mCount);
+        }
+        Allocator::KFree(mItems);
+        mItems = nullptr;
+        mCapacity = 0;
+    }
+
+    void Swap(KArrayTemplate& pOther) noexcept
+    {
+        std::swap(mItems, pOther.mItems);
+        std::swap(mCount, pOther.mCount);
+        std::swap(mCapacity, pOther.mCapacity);
+    }
+
+private:
+    /// Room for pMore items beyond the pCount that stand.
+    bool Reserve(int pCount, int pMore)
+    {
+        return pMore <= mCapacity - pCount || Grow(pCount, pMore);
+    }
+
+    bool Grow(int pCount, int pMore)
+    {
+        int needed = 0;
+        if (__builtin_add_overflow(pCount, pMore, &needed)) {
+            return false;
+        }
+        const int capacity =
+            KArrayHelper::GetNextArraySize(mCapacity, needed, BlockCount, sizeof(T));
+        if (capacity < 0) {
+            return false;
+        }
+        const std::size_t size = static_cast<std::size_t>(capacity) * sizeof(T);
+        constexpr bool moveable_as_bytes = std::is_trivially_copyable_v<T>;
+        void* block =
+            Allocator::KRealloc(moveable_as_bytes ? static_cast<void*>(mItems) : nullptr, size);
+        if (!block) {
+            return false;
+        }
+        T* items = static_cast<T*>(block);
+        if constexpr (!moveable_as_bytes) {
+            std::uninitialized_move(mItems, mItems + pCount, items);
+            std::destroy(mItems, mItems + pCount);
+            Allocator::KFree(mItems);
+        }
+        mItems = items;
+        mCapacity = capacity;
+        return true;
+    }
+
+    void AppendAll(const KArrayTemplate& pOther)
+    {
+        if (SetCapacity(pOther.mCount)) {
+            for (const T& each : pOther) {
+                std::construct_at(mItems + mCount, each);
+                ++mCount;
+            }
+        }
+    }
+
+    T* mItems = nullptr;
+    int mCount = 0;
+    int mCapacity = 0;
+};

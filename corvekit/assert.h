@@ -1,0 +1,23 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "corvekit/export.h"
+
+/// What a failed assertion calls. The default writes the place to standard error and aborts; a
+/// test installs one that counts and returns.
+using KAssertHandler = void (*)(const char* pExpression, const char* pFile, int pLine);
+
+/// Installs a handler and gives the one that stood before. Null brings the default back.
+CORVEKIT_API KAssertHandler KSetAssertHandler(KAssertHandler pHandler);
+
+/// Calls the installed handler.
+CORVEKIT_API void KAssertFailed(const char* pExpression, const char* pFile, int pLine);
+
+/// Checks what a caller guarantees. Release builds (NDEBUG) neither evaluate nor pay for it.
+#if defined(NDEBUG)
+#    define CORVEKIT_ASSERT(condition) static_cast<void>(0)
+#else
+#    define CORVEKIT_ASSERT(condition)                                                             \
+        ((condition) ? static_cast<void>(0) : KAssertFailed(#condition, __FILE__, __LINE__))
+#endif

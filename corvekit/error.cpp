@@ -1,0 +1,28 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "corvekit/error.h"
+
+KError::KError(const char* const* pTable, int pCount) : mTable(pTable), mCount(pTable ? pCount : 0)
+{}
+
+void KError::SetLastError(int pId, const char* pText, std::int64_t pOffset)
+{
+    const bool listed = pId >= 0 && pId < mCount;
+    // Built before the old text goes: the caller may hand in GetLastErrorString.
+    mText = KString(pText ? pText : listed ? mTable[pId] : nullptr);
+    mId = pId;
+    mOffset = pOffset;
+}
+
+void KError::SetLastErrorID(int pId)
+{
+    SetLastError(pId, nullptr);
+}
+
+void KError::Clear()
+{
+    mId = kNone;
+    mOffset = -1;
+    mText.Clear();
+}

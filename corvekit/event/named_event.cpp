@@ -1,0 +1,55 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "corvekit/event/named_event.h"
+
+#include "corvekit/event/entry_list.h"
+
+#include <map>
+
+namespace
+{
+using EventTable = std::map<KString, RegisterEntryList>;
+
+// Never destroyed: subscriptions that are themselves static end at process exit in any order.
+EventTable& Events()
+{
+    static EventTable& table = *new EventTable;
+    return table;
+}
+}  // namespace
+
+KGlobalNamedEvent::~KGlobalNamedEvent()
+{
+    Unregister();
+}
+
+bool KGlobalNamedEvent::Register(const char* pName, ICallback* pObject, KCallbackMethod pMethod)
+{
+    Unregister();
+    if (!pName || !pObject || !pMethod) {
+        return false;
+    }
+    mName = KString(pName);
+    mObject = pObject;
+    mMethod = pMethod;
+    Events()[mName].Add(mObject, mMethod);
+    return true;
+}
+
+void KGlobalNamedEvent::Unregister()
+{
+    if (mObject) {
+        Events()[mName].Remove(mObject, mMethod);
+        mObject = nullptr;
+        mMethod = nullptr;
+    }
+}
+
+void KGlobalNamedEvent::Call(const char* pName, KEventBase* pEvent)
+{
+    const auto found = Events().find(KString(pName));
+    if (found != Events().end()) {
+        found->second.Call(nullptr, pEvent);
+    }
+}

@@ -1,0 +1,60 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "corvekit/object/plug.h"
+
+namespace
+{
+KPlug* PlugAt(const KArrayTemplate<KPlug*, 4>& pPlugs, int pIndex)
+{
+    return pIndex >= 0 && pIndex < pPlugs.GetCount() ? pPlugs[pIndex] : nullptr;
+}
+}  // namespace
+
+KPlug::~KPlug()
+{
+    DisconnectAll();
+}
+
+bool KPlug::Connect(KPlug* pDestination)
+{
+    if (!pDestination || pDestination == this || mDestinations.Find(pDestination) >= 0) {
+        return false;
+    }
+    if (mDestinations.Add(pDestination) < 0) {
+        return false;
+    }
+    if (pDestination->mSources.Add(this) < 0) {
+        mDestinations.RemoveIt(pDestination);
+        return false;
+    }
+    return true;
+}
+
+bool KPlug::Disconnect(KPlug* pDestination)
+{
+    if (!pDestination || !mDestinations.RemoveIt(pDestination)) {
+        return false;
+    }
+    return pDestination->mSources.RemoveIt(this);
+}
+
+void KPlug::DisconnectAll()
+{
+    while (GetDestinationCount() > 0) {
+        Disconnect(mDestinations[GetDestinationCount() - 1]);
+    }
+    while (GetSourceCount() > 0) {
+        mSources[GetSourceCount() - 1]->Disconnect(this);
+    }
+}
+
+KPlug* KPlug::GetDestination(int pIndex) const
+{
+    return PlugAt(mDestinations, pIndex);
+}
+
+KPlug* KPlug::GetSource(int pIndex) const
+{
+    return PlugAt(mSources, pIndex);
+}

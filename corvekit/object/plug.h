@@ -1,0 +1,41 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "corvekit/array.h"
+#include "corvekit/export.h"
+#include "corvekit/object/iobject.h"
+
+/// An object that can be connected with others: each connection runs from a source to a
+/// destination and both ends know of it. Connections end with either end. They carry nothing by
+/// themselves; what they mean belongs to those who connect. Takes no lock.
+class CORVEKIT_API KPlug : public IObject
+{
+public:
+    virtual ~KPlug();
+
+    /// Connects this plug, as source, to a destination. False for null, for this plug itself, and
+    /// for a connection that stands already.
+    bool Connect(KPlug* pDestination);
+    /// Ends the connection to a destination. False if there is none.
+    bool Disconnect(KPlug* pDestination);
+    /// Ends every connection, in both directions.
+    void DisconnectAll();
+
+    int GetDestinationCount() const { return mDestinations.GetCount(); }
+    /// Null for an index out of range.
+    KPlug* GetDestination(int pIndex) const;
+    int GetSourceCount() const { return mSources.GetCount(); }
+    /// Null for an index out of range.
+    KPlug* GetSource(int pIndex) const;
+
+protected:
+    KPlug() = default;
+    // Connections belong to the one object: a copy starts with none, an assignment keeps them.
+    KPlug(const KPlug&) : IObject() {}
+    KPlug& operator=(const KPlug&) { return *this; }
+
+private:
+    KArrayTemplate<KPlug*, 4> mDestinations;
+    KArrayTemplate<KPlug*, 4> mSources;
+};

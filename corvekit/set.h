@@ -1,0 +1,108 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "corvekit/array.h"
+
+#include <algorithm>
+#include <cstring>
+
+/// Order of keys by their own less-than.
+template <typename Key>
+struct KLessCompare
+{
+    bool operator()(const Key& pLeft, const Key& pRight) const { return pLeft < pRight; }
+};
+
+/// Order of zero-terminated texts, byte by byte. The texts are not copied.
+struct KCharPointerLessCompare
+{
+    bool operator()(const char* pLeft, const char* pRight) const
+    {
+        return std::strcmp(pLeft, pRight) < 0;
+    }
+};
+
+/// One entry of a KMap.
+template <typename Key, typename Value>
+struct KMapEntry
+{
+    Key mKey;
+    Value mValue;
+};
+
+/// Values by key, each key once, in one sorted array: small, quick to search and to read through
+/// from the first key to the last, linear in the count to change. An empty one is a constant, so
+/// a static map is ready before any code runs.
+template <typename Key, typename Value, typename Compare = KLessCompare<Key>,
+          typename Allocator = KBaseAllocator>
+class KMap
+{
+public:
+    using Entry = KMapEntry<Key, Value>;
+
+    int GetCount() const { return mEntries.GetCount(); }
+    bool IsEmpty() const { return mEntries.IsEmpty(); }
+
+    /// Adds a pair. False, and nothing changes, when the key is there already or memory lacks.
+    bool Add(const Key& pKey, const Value& pValue)
+    {
+        const int place = PlaceOf(pKey);
+        return !Holds(place, pKey) && mEntries.InsertAt(place, Entry{pKey, pValue}) >= 0;
+    }
+    /// Adds a pair or replaces the value of the key. False when memory lacks.
+    bool Set(const Key& pKey, const Value& pValue)
+    {
+        Value* value = Find(pKey);
+        if (value) {
+            *value = pValue;
+            return true;
+        }
+        return Add(pKey, pValue);
+    }
+    /// False when the key is not there.
+    bool Remove(const Key& pKey)
+    {
+        const int place = PlaceOf(pKey);
+        return Holds(place, pKey) && mEntries.RemoveAt(place);
+    }
+    /// The value of a key, or null. Valid until the map changes.
+    Value* Find(const Key& pKey)
+    {
+        const int place = PlaceOf(pKey);
+        return Holds(place, pKey) ? &mEntries[place].mValue : nullptr;
+    }
+    const Value* Find(const Key& pKey) const
+    {
+        const int place = PlaceOf(pKey);
+        return Holds(place, pKey) ? &mEntries[place].mValue : nullptr;
+    }
+    void Clear() { mEntries.Clear(); }
+
+    /// Entry at a place, 0 to the count minus 1, in order of keys.
+    const Entry& operator[](int pPlace) const { return mEntries[pPlace]; }
+    /// From the first key to the last.
+    const Entry* begin() const { return mEntries.begin(); }
+    const Entry* end() const { return mEntries.end(); }
+
+private:
+    // Where the key stands, or would stand.
+    int PlaceOf(const Key& pKey) const
+    {
+        const auto less = [](const Entry& pEntry, const Key& pWanted) {
+            return Compare()(pEntry.mKey, pWanted);
+        };
+        return static_cast<int>(std::lower_bound(mEntries.begin(), mEntries.end(), pKey, less) -
+                                mEntries.begin());
+    }
+    bool Holds(int pPlace, const Key& pKey) const
+    {
+        return pPlace < mEntries.GetCount() && !Compare()(pKey, mEntries[pPlace].mKey);
+    }
+
+    KArrayTemplate<Entry, 16, Allocator> mEntries;
+};
+
+/// A map in the natural order of its keys, such as the numbers under which a store knows objects.
+template <typename Key, typename Value>
+using KSet = KMap<Key, Value>;

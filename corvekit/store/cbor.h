@@ -1,0 +1,282 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: used by the sources of this folder only.
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+/// The part of CBOR (RFC 8949) that the field store uses, in the core deterministic encoding of
+/// section 4.2.1: every head and every float in its shortest form, every length definite.
+///
+/// The Put functions write at pOut, where the caller keeps room, and give the end of what they
+/// wrote. The Take functions read bytes known to be whole and well formed and move pAt behind what
+/// they read; ParseHead is the one for bytes that nobody has checked yet.
+namespace cbor
+{
+using Byte = std::uint8_t;
+
+/// Major types, in the upper three bits of a head.
+enum EMajor : std::uint8_t
+{
+    eUnsigned = 0x00,
+    eNegative = 0x20,
+    eBytes = 0x40,
+    eText = 0x60,
+    eArray = 0x80,
+    eTag = 0xC0,
+    eFloat = 0xE0
+};
+
+constexpr Byte kMajorMask = 0xE0;
+constexpr Byte kHalf = 0xF9;
+constexpr Byte kSingle = 0xFA;
+constexpr Byte kDouble = 0xFB;
+constexpr std::uint16_t kHalfNaN = 0x7E00;
+constexpr std::size_t kMaxHead = 9;
+
+template <class T>
+inline Byte* PutBigEndian(Byte* pOut, T pValue)
+{
+    for (std::size_t i = 0; i < sizeof(T); ++i) {
+        pOut[i] = static_cast<Byte>(pValue >> (8 * (sizeof(T) - 1 - i)));
+    }
+    return pOut + sizeof(T);
+}
+
+template <class T>
+inline T GetBigEndian(const Byte* pAt)
+{
+    T value = 0;
+    for (std::size_t i = 0; i < sizeof(T); ++i) {
+        value = static_cast<T>(value |
+                               static_cast<T>(static_cast<T>(pAt[i]) << (8 * (sizeof(T) - 1 - i))));
+    }
+    return value;
+}
+
+inline Byte* PutHead(Byte* pOut, Byte pMajor, std::uint64_t pArgument)
+{
+    if (pArgument < 24) {
+        *pOut = static_cast<Byte>(pMajor | pArgument);
+        return pOut + 1;
+    }
+    if (pArgument <= 0xFF) {
+        pOut[0] = static_cast<Byte>(pMajor | 24);
+        pOut[1] = static_cast<Byte>(pArgument);
+        return pOut + 2;
+    }
+    if (pArgument <= 0xFFFF) {
+        *pOut = static_cast<Byte>(pMajor | 25);
+        return PutBigEndian(pOut + 1, static_cast<std::uint16_t>(pArgument));
+    }
+    if (pArgument <= 0xFFFFFFFF) {
+        *pOut = static_cast<Byte>(pMajor | 26);
+        return PutBigEndian(pOut + 1, static_cast<std::uint32_t>(pArgument));
+    }
+    *pOut = static_cast<Byte>(pMajor | 27);
+    return PutBigEndian(pOut + 1, pArgument);
+}
+
+/// Bytes of the argument behind the first byte of a head, or -1 for a form that is not used.
+inline int GetArgumentSize(Byte pFirst)
+{
+    const int form = pFirst & 0x1F;
+    if (form < 24) {
+        return 0;
+    }
+    return form <= 27 ? 1 << (form - 24) : -1;
+}
+
+inline std::uint64_t TakeArgument(const Byte*& pAt)
+{
+    const Byte form = *pAt++ & 0x1F;
+    switch (form) {
+    case 24:
+        return *pAt++;
+    case 25:
+        pAt += 2;
+        return GetBigEndian<std::uint16_t>(pAt - 2);
+    case 26:
+        pAt += 4;
+        return GetBigEndian<std::uint32_t>(pAt - 4);
+    case 27:
+        pAt += 8;
+        return GetBigEndian<std::uint64_t>(pAt - 8);
+    default:
+        return form;
+    }
+}
+
+/// Integers: n from 0 up as it is, below 0 as -1 - n, which is the complement of n.
+inline Byte* PutInteger(Byte* pOut, std::int64_t pValue)
+{
+    return pValue < 0 ? PutHead(pOut, eNegative, ~static_cast<std::uint64_t>(pValue))
+                      : PutHead(pOut, eUnsigned, static_cast<std::uint64_t>(pValue));
+}
+
+inline std::int64_t TakeInteger(const Byte*& pAt)
+{
+    const bool negative = (*pAt & kMajorMask) == eNegative;
+    const std::uint64_t argument = TakeArgument(pAt);
+    return static_cast<std::int64_t>(negative ? ~argument : argument);
+}
+
+/// The half that has exactly this value. False if there is none.
+inline bool ToHalf(float pValue, std::uint16_t* pHalf)
+{
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(pValue);
+    const std::uint32_t sign = (bits >> 16) & 0x8000;
+    const std::uint32_t exponent = (bits >> 23) & 0xFF;
+    const std::uint32_t fraction = bits & 0x7FFFFF;
+    if ((fraction & 0x1FFF) != 0) {
+        return false;
+    }
+    if (exponent >= 113 && exponent <= 142) {  // 2^-14 to below 2^16: normal halves
+        *pHalf = static_cast<std::uint16_t>(sign | (exponent - 112) << 10 | fraction >> 13);
+        return true;
+    }
+    if (exponent >= 103 && exponent <= 112) {  // multiples of 2^-24 below 2^-14
+        const std::uint32_t shift = 126 - exponent;
+        const std::uint32_t whole = fraction | 0x800000;
+        if ((whole & ((1u << shift) - 1)) != 0) {
+            return false;
+        }
+        *pHalf = static_cast<std::uint16_t>(sign | whole >> shift);
+        return true;
+    }
+    if (fraction == 0 && (exponent == 0 || exponent == 255)) {
+        *pHalf = static_cast<std::uint16_t>(sign | (exponent == 0 ? 0 : 0x7C00));
+        return true;
+    }
+    return false;
+}
+
+inline double FromHalf(std::uint16_t pHalf)
+{
+    const int exponent = (pHalf >> 10) & 0x1F;
+    const int fraction = pHalf & 0x3FF;
+    double value = 0.0;
+    if (exponent == 0) {
+        value = fraction * 0x1p-24;
+    } else if (exponent == 31) {
+        value = fraction == 0 ? std::numeric_limits<double>::infinity()
+                              : std::numeric_limits<double>::quiet_NaN();
+    } else {
+        // Exponent 15 is 2^0 in a half, 1023 in a double.
+        value = std::bit_cast<double>(static_cast<std::uint64_t>(exponent + 1008) << 52 |
+                                      static_cast<std::uint64_t>(fraction) << 42);
+    }
+    return (pHalf & 0x8000) != 0 ? -value : value;
+}
+
+/// True if a float has exactly this value; infinities have, NaN has not.
+inline bool IsSingle(double pValue)
+{
+    const double size = std::fabs(pValue);
+    if (size > static_cast<double>(std::numeric_limits<float>::max())) {
+        return size == std::numeric_limits<double>::infinity();
+    }
+    return static_cast<double>(static_cast<float>(pValue)) == pValue;
+}
+
+inline Byte* PutFloat(Byte* pOut, float pValue)
+{
+    std::uint16_t half = kHalfNaN;
+    if (pValue != pValue || ToHalf(pValue, &half)) {
+        *pOut = kHalf;
+        return PutBigEndian(pOut + 1, half);
+    }
+    *pOut = kSingle;
+    return PutBigEndian(pOut + 1, std::bit_cast<std::uint32_t>(pValue));
+}
+
+/// The shortest of half, single and double that keeps the value. Every NaN is the one of
+/// section 4.2.2, a half 0x7E00: its sign and payload are not kept.
+inline Byte* PutDouble(Byte* pOut, double pValue)
+{
+    if (IsSingle(pValue)) {
+        return PutFloat(pOut, static_cast<float>(pValue));
+    }
+    if (pValue != pValue) {
+        *pOut = kHalf;
+        return PutBigEndian(pOut + 1, kHalfNaN);
+    }
+    *pOut = kDouble;
+    return PutBigEndian(pOut + 1, std::bit_cast<std::uint64_t>(pValue));
+}
+
+inline double TakeFloat(const Byte*& pAt)
+{
+    const Byte first = *pAt++;
+    if (first == kSingle) {
+        pAt += 4;
+        return static_cast<double>(std::bit_cast<float>(GetBigEndian<std::uint32_t>(pAt - 4)));
+    }
+    if (first == kHalf) {
+        pAt += 2;
+        return FromHalf(GetBigEndian<std::uint16_t>(pAt - 2));
+    }
+    pAt += 8;
+    return std::bit_cast<double>(GetBigEndian<std::uint64_t>(pAt - 8));
+}
+
+/// True if a float in one of the three widths, whole in memory, could not be shorter, and a NaN is
+/// the one that is written.
+inline bool IsShortestFloat(const Byte* pAt)
+{
+    if (*pAt == kHalf) {
+        const std::uint16_t half = GetBigEndian<std::uint16_t>(pAt + 1);
+        return (half & 0x7C00) != 0x7C00 || (half & 0x3FF) == 0 || half == kHalfNaN;
+    }
+    const bool single = *pAt == kSingle;
+    const double value = TakeFloat(pAt);
+    if (value != value) {
+        return false;
+    }
+    std::uint16_t half = 0;
+    return single ? !ToHalf(static_cast<float>(value), &half) : !IsSingle(value);
+}
+
+/// What stands wrong in a head.
+enum EHead : int
+{
+    eHeadGood = 0,
+    eHeadCut,         ///< the bytes end within it
+    eHeadUnknown,     ///< a form that has no use here: reserved, or of indefinite length
+    eHeadNotShortest  ///< the argument would fit a shorter form
+};
+
+/// Reads the head at pAt, before pEnd. On success moves pAt behind it; never beyond pEnd.
+inline EHead ParseHead(const Byte*& pAt, const Byte* pEnd, std::uint64_t* pArgument)
+{
+    if (pAt == pEnd) {
+        return eHeadCut;
+    }
+    const int size = GetArgumentSize(*pAt);
+    if (size < 0) {
+        return eHeadUnknown;
+    }
+    if (pEnd - pAt <= size) {
+        return eHeadCut;
+    }
+    const Byte* at = pAt;
+    *pArgument = TakeArgument(at);
+    // One byte holds what does not fit into the head itself; each wider form what does not fit
+    // into half its width.
+    if ((size == 1 && *pArgument < 24) || (size > 1 && *pArgument >> (4 * size) == 0)) {
+        return eHeadNotShortest;
+    }
+    pAt = at;
+    return eHeadGood;
+}
+
+/// True if the bytes are UTF-8 as the Unicode standard has it (table 3-7): no overlong form, no
+/// surrogate, nothing above U+10FFFF.
+bool IsUtf8(std::string_view pText);
+}  // namespace cbor

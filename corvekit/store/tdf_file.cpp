@@ -1,0 +1,280 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// A file is a header, one CBOR item and a checksum. Saving walks the fields in the order written
+// and puts the heads that CBOR wants between their bytes; a block needs no end, so the walk is one
+// loop. Loading takes all bytes in, checks header and sum, and hands the rest to the parser.
+
+#include "corvekit/store/atomic_file.h"
+#include "corvekit/store/cbor.h"
+#include "corvekit/store/crc32c.h"
+#include "corvekit/store/tdf.h"
+#include "corvekit/store/tdf_format.h"
+#include "corvekit/store/tdf_parser.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <utility>
+
+namespace
+{
+// What is asked of a source at first; from there on the room doubles.
+constexpr std::size_t kFirstRead = 65536;
+
+std::string SystemReason(const char* pDoing, const char* pPath)
+{
+    const char* const cause = std::strerror(errno);
+    return std::string("cannot ") + pDoing + " '" + (pPath ? pPath : "") + "': " + cause;
+}
+}  // namespace
+
+// Collects small pieces, sums all that goes through, and hands it on in large ones.
+class KTdf::Sink
+{
+public:
+    using Target = std::function<bool(const std::uint8_t* pBytes, std::size_t pSize)>;
+
+    explicit Sink(Target pTarget) : mTarget(std::move(pTarget)) {}
+
+    void Put(const std::uint8_t* pBytes, std::size_t pSize)
+    {
+        if (pSize > mBuffer.size() - mUsed) {
+            Flush();
+            if (pSize > mBuffer.size()) {
+                HandOn(pBytes, pSize);
+                return;
+            }
+        }
+        std::memcpy(mBuffer.data() + mUsed, pBytes, pSize);
+        mUsed += pSize;
+    }
+
+    void PutHead(cbor::EMajor pMajor, std::uint64_t pArgument)
+    {
+        std::uint8_t head[cbor::kMaxHead];
+        Put(head, static_cast<std::size_t>(cbor::PutHead(head, pMajor, pArgument) - head));
+    }
+
+    /// The closing sum. False if anything was refused on the way.
+    bool Finish()
+    {
+        Flush();
+        std::uint8_t sum[tdf::kChecksumSize];
+        cbor::PutBigEndian(sum, mSum);
+        Put(sum, sizeof(sum));
+        Flush();
+        return mGood;
+    }
+
+private:
+    void Flush()
+    {
+        HandOn(mBuffer.data(), mUsed);
+        mUsed = 0;
+    }
+
+    void HandOn(const std::uint8_t* pBytes, std::size_t pSize)
+    {
+        // Summed and handed on in pieces that stay in the cache between the two.
+        while (mGood && pSize > 0) {
+            const std::size_t piece = std::min(pSize, kPiece);
+            mSum = Crc32c(pBytes, piece, mSum);
+            mGood = mTarget(pBytes, piece);
+            pBytes += piece;
+            pSize -= piece;
+        }
+    }
+
+    static constexpr std::size_t kPiece = 262144;
+
+    Target mTarget;
+    std::array<std::uint8_t, 16384> mBuffer;
+    std::size_t mUsed = 0;
+    std::uint32_t mSum = 0;
+    bool mGood = true;
+};
+
+bool KTdf::Save(std::ostream& pStream)
+{
+    if (!CheckComplete()) {
+        return false;
+    }
+    Sink sink([&pStream](const std::uint8_t* pBytes, std::size_t pSize) {
+        pStream.write(reinterpret_cast<const char*>(pBytes), static_cast<std::streamsize>(pSize));
+        return pStream.good();
+    });
+    if (!WriteAll(sink) || !pStream.flush()) {
+        return Fail(eTdfErrorCannotWrite, "cannot write to the stream");
+    }
+    return true;
+}
+
+bool KTdf::Save(const char* pPath)
+{
+    if (!CheckComplete()) {
+        return false;
+    }
+    AtomicFile file(pPath);
+    Sink sink([&file](const std::uint8_t* pBytes, std::size_t pSize) {
+        return file.Write(pBytes, pSize);
+    });
+    if (!WriteAll(sink) || !file.Commit()) {
+        return Fail(eTdfErrorCannotWrite, file.GetReason().c_str());
+    }
+    return true;
+}
+
+bool KTdf::Load(std::istream& pStream)
+{
+    Clear();
+    const auto source = [&pStream](std::uint8_t* pOut, std::size_t pSize) {
+        pStream.read(reinterpret_cast<char*>(pOut), static_cast<std::streamsize>(pSize));
+        return static_cast<std::size_t>(pStream.gcount());
+    };
+    if (!Receive(source, nullptr)) {
+        return false;
+    }
+    if (pStream.bad() || !pStream.eof()) {
+        Reset();
+        return Fail(eTdfErrorCannotRead, "cannot read from the stream");
+    }
+    return Accept(nullptr);
+}
+
+bool KTdf::Load(const char* pPath)
+{
+    Clear();
+    const auto close = [](std::FILE* pFile) { std::fclose(pFile); };
+    const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(pPath ? pPath : "", "rb"),
+                                                           close);
+    if (!file) {
+        return Fail(eTdfErrorCannotRead, SystemReason("open", pPath).c_str());
+    }
+    const auto source = [&file](std::uint8_t* pOut, std::size_t pSize) {
+        return std::fread(pOut, 1, pSize, file.get());
+    };
+    if (!Receive(source, pPath)) {
+        return false;
+    }
+    if (std::ferror(file.get()) != 0) {
+        const std::string reason = SystemReason("read", pPath);
+        Reset();
+        return Fail(eTdfErrorCannotRead, reason.c_str());
+    }
+    return Accept(pPath);
+}
+
+bool KTdf::Load(std::span<const std::uint8_t> pBytes)
+{
+    Clear();
+    const auto source = [&pBytes](std::uint8_t* pOut, std::size_t pSize) {
+        const std::size_t size = std::min(pSize, pBytes.size());
+        std::copy_n(pBytes.begin(), size, pOut);
+        pBytes = pBytes.subspan(size);
+        return size;
+    };
+    return Receive(source, nullptr) && Accept(nullptr);
+}
+
+bool KTdf::CheckComplete()
+{
+    if (mWriteState == eWriteFailed) {
+        return false;  // the error of the write stands
+    }
+    return mWriteFields.empty() || Fail(eTdfErrorFieldOpen, nullptr);
+}
+
+bool KTdf::WriteAll(Sink& pSink) const
+{
+    std::uint8_t version[sizeof(std::uint32_t)];
+    cbor::PutBigEndian(version, static_cast<std::uint32_t>(tdf::eVersionLatest));
+    pSink.Put(tdf::kMagic.data(), tdf::kMagic.size());
+    pSink.Put(version, sizeof(version));
+
+    pSink.PutHead(cbor::eArray, mRootCount);
+    for (std::size_t i = 0; i < mFields.size(); ++i) {
+        const Field& field = mFields[i];
+        const std::size_t values = static_cast<std::size_t>(field.begin) + field.nameSize;
+        const std::size_t end =
+            i + 1 < mFields.size() ? static_cast<std::size_t>(mFields[i + 1].begin) : mSize;
+        pSink.PutHead(cbor::eArray, field.children == kNoBlock ? 2 : 3);
+        pSink.Put(mBytes.GetData() + field.begin, field.nameSize);
+        pSink.PutHead(cbor::eArray, field.count);
+        pSink.Put(mBytes.GetData() + values, end - values);
+        if (field.children != kNoBlock) {
+            pSink.PutHead(cbor::eArray, field.children);
+        }
+    }
+    return pSink.Finish();
+}
+
+// Takes in all that a source has. The room grows as bytes arrive, and a source that does not begin
+// like a file is given up at once: it may have no end.
+bool KTdf::Receive(const Source& pSource, const char* pPath)
+{
+    mBytes.Grow(kFirstRead);
+    for (;;) {
+        const std::size_t asked = mBytes.GetRoom() - mSize;
+        const std::size_t received = pSource(mBytes.GetData() + mSize, asked);
+        mSize += received;
+        if (mSize >= tdf::kMagic.size() &&
+            !std::equal(tdf::kMagic.begin(), tdf::kMagic.end(), mBytes.GetData())) {
+            Reset();
+            return Refuse(eTdfErrorNotAStore, pPath, 0);
+        }
+        if (received < asked) {
+            return true;
+        }
+        mBytes.Grow(mSize + 1);
+    }
+}
+
+// Makes the document of the bytes received. pPath names them in an error, null for none.
+bool KTdf::Accept(const char* pPath)
+{
+    const auto refuse = [this, pPath](int pId, std::size_t pOffset) {
+        Reset();
+        return Refuse(pId, pPath, pOffset);
+    };
+    if (mSize < tdf::kHeaderSize + tdf::kChecksumSize) {
+        return refuse(eTdfErrorNotAStore, mSize);
+    }
+    const std::uint32_t version =
+        cbor::GetBigEndian<std::uint32_t>(mBytes.GetData() + tdf::kMagic.size());
+    if (version < tdf::eVersionFirst || version > tdf::eVersionLatest) {
+        return refuse(eTdfErrorVersion, tdf::kMagic.size());
+    }
+    const std::size_t end = mSize - tdf::kChecksumSize;
+    if (Crc32c(mBytes.GetData(), end) !=
+        cbor::GetBigEndian<std::uint32_t>(mBytes.GetData() + end)) {
+        return refuse(eTdfErrorChecksum, end);
+    }
+    Parser parser(mBytes.GetData(), tdf::kHeaderSize, end);
+    if (!parser.Run()) {
+        return refuse(parser.GetErrorId(), static_cast<std::size_t>(parser.GetErrorOffset()));
+    }
+    mFields = std::move(parser.GetFields());
+    mRootEnd = static_cast<std::uint32_t>(mFields.size());
+    mRootCount = parser.GetRootCount();
+    mSize = parser.GetSize();
+    if (mBytes.GetRoom() / 2 > mSize) {
+        mBytes.Resize(mSize);
+    }
+    return true;
+}
+
+// "'<path>', byte <offset>: <what is wrong>", the path only where there is one.
+bool KTdf::Refuse(int pId, const char* pPath, std::size_t pOffset)
+{
+    mError.SetLastErrorID(pId);
+    std::string text = pPath ? std::string("'") + pPath + "', " : "";
+    text += "byte " + std::to_string(pOffset) + ": " + mError.GetLastErrorString();
+    return Fail(pId, text.c_str(), static_cast<std::int64_t>(pOffset));
+}

@@ -1,0 +1,271 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// One pass over the body. A loop takes field after field and keeps a stack of the blocks that are
+// not yet full; below it one function an item, each of which checks before it moves on.
+
+#include "corvekit/store/tdf_parser.h"
+
+#include "corvekit/store/tdf_format.h"
+
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+namespace
+{
+constexpr std::uint64_t kMostTime =
+    static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+constexpr std::uint64_t kMostInt = static_cast<std::uint64_t>(std::numeric_limits<int>::max());
+}  // namespace
+
+bool KTdf::Parser::Run()
+{
+    if (!BeginBlock(kNoField)) {
+        return false;
+    }
+    mRootCount = mBlocks.back().left;
+    while (!mBlocks.empty()) {
+        if (mBlocks.back().left == 0) {
+            EndBlock();
+            continue;
+        }
+        --mBlocks.back().left;
+        if (!ParseField()) {
+            return false;
+        }
+    }
+    return mAt == mEnd || Fail(eTdfErrorTrailing, mAt);
+}
+
+bool KTdf::Parser::Fail(int pId, const cbor::Byte* pPlace)
+{
+    mErrorId = pId;
+    mErrorOffset = pPlace - mBytes;
+    return false;
+}
+
+// A head in its shortest form; the bytes that it announces are not looked at.
+bool KTdf::Parser::Head(std::uint64_t* pArgument)
+{
+    switch (cbor::ParseHead(mAt, mEnd, pArgument)) {
+    case cbor::eHeadGood:
+        return true;
+    case cbor::eHeadCut:
+        return Fail(eTdfErrorCut, mAt);
+    case cbor::eHeadNotShortest:
+        return Fail(eTdfErrorNotDeterministic, mAt);
+    default:
+        return Fail(eTdfErrorUnknownItem, mAt);
+    }
+}
+
+// The head of an array whose items take pLeastItem bytes each at least: a count is believed when
+// the bytes for it are there.
+bool KTdf::Parser::Array(std::uint64_t* pCount, std::uint64_t pLeastItem)
+{
+    const cbor::Byte* const place = mAt;
+    if (mAt != mEnd && (*mAt & cbor::kMajorMask) != cbor::eArray) {
+        return Fail(eTdfErrorUnknownItem, place);
+    }
+    if (!Head(pCount)) {
+        return false;
+    }
+    return *pCount <= Left() / pLeastItem || Fail(eTdfErrorCount, place);
+}
+
+bool KTdf::Parser::BeginBlock(std::uint32_t pField)
+{
+    const cbor::Byte* const place = mAt;
+    std::uint64_t count = 0;
+    if (mBlocks.size() > kMaxNesting) {
+        return Fail(eTdfErrorNesting, place);
+    }
+    if (!Array(&count, tdf::kLeastField)) {
+        return false;
+    }
+    if (count > kMostInt - mFields.size()) {
+        return Fail(eTdfErrorTooMany, place);
+    }
+    if (pField != kNoField) {
+        mFields[pField].children = static_cast<std::uint32_t>(count);
+    }
+    mBlocks.push_back({pField, static_cast<std::uint32_t>(count)});
+    return true;
+}
+
+void KTdf::Parser::EndBlock()
+{
+    const std::uint32_t field = mBlocks.back().field;
+    mBlocks.pop_back();
+    if (field != kNoField) {
+        mFields[field].below = static_cast<std::uint32_t>(mFields.size() - field - 1);
+    }
+}
+
+bool KTdf::Parser::ParseField()
+{
+    const cbor::Byte* const place = mAt;
+    if (mFields.size() >= kMostInt) {
+        return Fail(eTdfErrorTooMany, place);
+    }
+    std::uint64_t parts = 0;
+    if (!Array(&parts, 1)) {
+        return false;
+    }
+    if (parts != 2 && parts != 3) {
+        return Fail(eTdfErrorUnknownItem, place);
+    }
+    Field field = {static_cast<std::uint64_t>(mOut - mBytes), 0, 0, 0, 0, kNoBlock};
+    if (!Name(&field) || !Array(&field.count, 1)) {
+        return false;
+    }
+    const cbor::Byte* const values = mAt;
+    for (std::uint64_t i = 0; i < field.count; ++i) {
+        if (!Value()) {
+            return false;
+        }
+    }
+    Keep(values);
+    mFields.push_back(field);
+    return parts == 2 || BeginBlock(static_cast<std::uint32_t>(mFields.size() - 1));
+}
+
+bool KTdf::Parser::Name(Field* pField)
+{
+    const cbor::Byte* const place = mAt;
+    const cbor::Byte major = mAt == mEnd ? 0 : *mAt & cbor::kMajorMask;
+    std::uint64_t size = 0;
+    if (!Head(&size)) {
+        return false;
+    }
+    if (major == cbor::eTag && size == tdf::kTagByteText) {
+        if (mAt != mEnd && (*mAt & cbor::kMajorMask) != cbor::eBytes) {
+            return Fail(eTdfErrorUnknownItem, mAt);
+        }
+        if (!Head(&size)) {
+            return false;
+        }
+    } else if (major != cbor::eText) {
+        return Fail(eTdfErrorUnknownItem, place);
+    }
+    if (size > kMaxNameSize) {
+        return Fail(eTdfErrorName, place);
+    }
+    const cbor::Byte* const bytes = mAt;
+    if (!Payload(size, major == cbor::eText)) {
+        return false;
+    }
+    const std::string_view name(reinterpret_cast<const char*>(bytes),
+                                static_cast<std::size_t>(size));
+    // A name is handed over and asked for as text that a zero byte ends.
+    if (name.find('\0') != std::string_view::npos) {
+        return Fail(eTdfErrorName, place);
+    }
+    pField->hash = tdf::HashName(name);
+    pField->nameSize = static_cast<std::uint32_t>(mAt - place);
+    Keep(place);
+    return true;
+}
+
+bool KTdf::Parser::Value()
+{
+    if (mAt == mEnd) {
+        return Fail(eTdfErrorCut, mAt);
+    }
+    const cbor::Byte* const place = mAt;
+    std::uint64_t size = 0;
+    switch (*mAt & cbor::kMajorMask) {
+    case cbor::eUnsigned:
+    case cbor::eNegative:
+        return Integer(kMostTime);
+    case cbor::eFloat:
+        return Float();
+    case cbor::eBytes:
+        if (*mAt != tdf::kCharacterHead) {
+            return Fail(eTdfErrorUnknownItem, place);
+        }
+        if (Left() < 2) {
+            return Fail(eTdfErrorCut, place);
+        }
+        mAt += 2;
+        return true;
+    case cbor::eText:
+        return Head(&size) && Payload(size, true);
+    case cbor::eTag:
+        return Tagged();
+    default:
+        return Fail(eTdfErrorUnknownItem, place);
+    }
+}
+
+// The argument n of a negative integer stands for -1 - n, so one limit serves both signs.
+bool KTdf::Parser::Integer(std::uint64_t pMost)
+{
+    const cbor::Byte* const place = mAt;
+    std::uint64_t argument = 0;
+    if (!Head(&argument)) {
+        return false;
+    }
+    return argument <= pMost || Fail(eTdfErrorRange, place);
+}
+
+bool KTdf::Parser::Float()
+{
+    if (*mAt < cbor::kHalf || *mAt > cbor::kDouble) {
+        return Fail(eTdfErrorUnknownItem, mAt);
+    }
+    const std::uint64_t size = static_cast<std::uint64_t>(cbor::GetArgumentSize(*mAt)) + 1;
+    if (Left() < size) {
+        return Fail(eTdfErrorCut, mAt);
+    }
+    if (!cbor::IsShortestFloat(mAt)) {
+        return Fail(eTdfErrorNotDeterministic, mAt);
+    }
+    mAt += size;
+    return true;
+}
+
+// The bytes of a text behind its head. Text that is UTF-8 has one form, other text the other.
+bool KTdf::Parser::Payload(std::uint64_t pSize, bool pUtf8)
+{
+    if (pSize > Left()) {
+        return Fail(eTdfErrorCut, mAt);
+    }
+    const std::string_view text(reinterpret_cast<const char*>(mAt),
+                                static_cast<std::size_t>(pSize));
+    if (cbor::IsUtf8(text) != pUtf8) {
+        return Fail(eTdfErrorText, mAt);
+    }
+    mAt += pSize;
+    return true;
+}
+
+bool KTdf::Parser::Tagged()
+{
+    const cbor::Byte* const place = mAt;
+    std::uint64_t tag = 0;
+    if (!Head(&tag)) {
+        return false;
+    }
+    if (mAt == mEnd) {
+        return Fail(eTdfErrorCut, mAt);
+    }
+    const cbor::Byte major = *mAt & cbor::kMajorMask;
+    if (tag == tdf::kTagInt && (major == cbor::eUnsigned || major == cbor::eNegative)) {
+        return Integer(kMostInt);
+    }
+    if (tag == tdf::kTagByteText && major == cbor::eBytes) {
+        std::uint64_t size = 0;
+        return Head(&size) && Payload(size, false);
+    }
+    return Fail(eTdfErrorUnknownItem, place);
+}
+
+// Moves what lies between pFrom and mAt to the front, behind what is kept already.
+void KTdf::Parser::Keep(const cbor::Byte* pFrom)
+{
+    const std::size_t size = static_cast<std::size_t>(mAt - pFrom);
+    std::memmove(mOut, pFrom, size);
+    mOut += size;
+}

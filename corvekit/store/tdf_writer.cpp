@@ -1,0 +1,254 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Writing is an append: names and values go to one run of bytes in the form that they have on
+// disk, and each field keeps where its own begin and how many they are. The lengths that CBOR
+// wants in front are put between them when the document is saved.
+
+#include "corvekit/store/cbor.h"
+#include "corvekit/store/tdf.h"
+#include "corvekit/store/tdf_format.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace
+{
+// The longest value but text: a double behind its head.
+constexpr std::size_t kMaxNumber = 9;
+constexpr std::size_t kMaxFields = static_cast<std::size_t>(std::numeric_limits<int>::max());
+
+constexpr auto kErrorTexts = std::to_array<const char*>({
+    "fields, blocks and values were not written in order",
+    "a field is still being written",
+    "cannot read",
+    "cannot write",
+    "not a field store",
+    "unknown format version",
+    "damaged or cut: the checksum does not fit",
+    "an item runs beyond the end",
+    "an item is not in its shortest form",
+    "an item has no meaning at its place",
+    "more items announced than bytes are left for",
+    "blocks are nested too deep",
+    "text is not in its one form: UTF-8, or bytes if it is not UTF-8",
+    "a number is beyond the range of its type",
+    "a field name is too long",
+    "too many fields",
+    "bytes behind the last field",
+});
+static_assert(kErrorTexts.size() == eTdfErrorIdCount);
+}  // namespace
+
+KTdf::KTdf() : mError(kErrorTexts.data(), eTdfErrorIdCount) {}
+
+void KTdf::Clear()
+{
+    Reset();
+    mError.Clear();
+}
+
+bool KTdf::FieldWriteBegin(const char* pName)
+{
+    ResetReading();
+    if (mWriteState != eWriteFields) {
+        return FailWrite("a field begins where none may");
+    }
+    if (mFields.size() >= kMaxFields) {
+        mWriteState = eWriteFailed;
+        return Fail(eTdfErrorTooMany, nullptr);
+    }
+    const std::string_view name = pName ? pName : "";
+    if (name.size() > kMaxNameSize) {
+        mWriteState = eWriteFailed;
+        return Fail(eTdfErrorName, nullptr);
+    }
+    const std::size_t begin = mSize;
+    WriteText(name);
+    mWriteFields.push_back(static_cast<std::uint32_t>(mFields.size()));
+    mFields.push_back(
+        {begin, 0, static_cast<std::uint32_t>(mSize - begin), tdf::HashName(name), 0, kNoBlock});
+    mWriteCount = 0;
+    mWriteState = eWriteValues;
+    return true;
+}
+
+bool KTdf::FieldWriteEnd()
+{
+    if (mWriteState == eWriteValues) {
+        FlushValueCount();
+    } else if (mWriteState != eWriteClosed) {
+        return FailWrite("a field ends where none is open");
+    }
+    const std::uint32_t index = mWriteFields.back();
+    mWriteFields.pop_back();
+    mFields[index].below = static_cast<std::uint32_t>(mFields.size() - index - 1);
+    mWriteState = eWriteFields;
+    if (mWriteFields.empty()) {
+        mRootEnd = static_cast<std::uint32_t>(mFields.size());
+        ++mRootCount;
+        ResetReading();
+    } else {
+        ++mFields[mWriteFields.back()].children;
+    }
+    return true;
+}
+
+bool KTdf::FieldWriteBlockBegin()
+{
+    if (mWriteState != eWriteValues) {
+        return FailWrite("a block begins where none may");
+    }
+    if (mWriteFields.size() > kMaxNesting) {
+        mWriteState = eWriteFailed;
+        return Fail(eTdfErrorNesting, nullptr);
+    }
+    FlushValueCount();
+    mFields.back().children = 0;
+    mWriteState = eWriteFields;
+    return true;
+}
+
+bool KTdf::FieldWriteBlockEnd()
+{
+    if (mWriteState != eWriteFields || mWriteFields.empty()) {
+        return FailWrite("a block ends where none is open");
+    }
+    mWriteState = eWriteClosed;
+    return true;
+}
+
+bool KTdf::FieldWriteI(int pValue)
+{
+    static_assert(sizeof(int) == 4);
+    std::uint8_t* at = Room(kMaxNumber);
+    if (!at) {
+        return false;
+    }
+    at = cbor::PutHead(at, cbor::eTag, tdf::kTagInt);
+    mSize = static_cast<std::size_t>(cbor::PutInteger(at, pValue) - mBytes.GetData());
+    return true;
+}
+
+bool KTdf::FieldWriteD(double pValue)
+{
+    std::uint8_t* const at = Room(kMaxNumber);
+    if (!at) {
+        return false;
+    }
+    mSize = static_cast<std::size_t>(cbor::PutDouble(at, pValue) - mBytes.GetData());
+    return true;
+}
+
+bool KTdf::FieldWriteF(float pValue)
+{
+    std::uint8_t* const at = Room(kMaxNumber);
+    if (!at) {
+        return false;
+    }
+    mSize = static_cast<std::size_t>(cbor::PutFloat(at, pValue) - mBytes.GetData());
+    return true;
+}
+
+bool KTdf::FieldWriteC(const char* pText)
+{
+    if (!Room(0)) {
+        return false;
+    }
+    WriteText(pText ? pText : "");
+    return true;
+}
+
+bool KTdf::FieldWriteS(const KString& pText)
+{
+    if (!Room(0)) {
+        return false;
+    }
+    WriteText(pText.GetView());
+    return true;
+}
+
+bool KTdf::FieldWriteCH(char pValue)
+{
+    std::uint8_t* const at = Room(kMaxNumber);
+    if (!at) {
+        return false;
+    }
+    at[0] = tdf::kCharacterHead;
+    at[1] = static_cast<std::uint8_t>(pValue);
+    mSize += 2;
+    return true;
+}
+
+bool KTdf::FieldWriteT(KTime pValue)
+{
+    std::uint8_t* const at = Room(kMaxNumber);
+    if (!at) {
+        return false;
+    }
+    mSize = static_cast<std::size_t>(cbor::PutInteger(at, pValue.Get()) - mBytes.GetData());
+    return true;
+}
+
+void KTdf::Reset()
+{
+    // A document that was large gives its memory back.
+    mBytes = {};
+    mSize = 0;
+    mFields = {};
+    mRootEnd = 0;
+    mRootCount = 0;
+    mWriteState = eWriteFields;
+    mWriteCount = 0;
+    mWriteFields.clear();
+    ResetReading();
+    mLevels = {};
+    mText.clear();
+}
+
+// Only the first misuse is told: what follows is mostly its consequence.
+bool KTdf::FailWrite(const char* pText)
+{
+    if (mWriteState != eWriteFailed) {
+        mWriteState = eWriteFailed;
+        mError.SetLastError(eTdfErrorMisuse, pText);
+    }
+    return false;
+}
+
+bool KTdf::Fail(int pId, const char* pText, std::int64_t pOffset)
+{
+    mError.SetLastError(pId, pText, pOffset);
+    return false;
+}
+
+// The rare side of Room.
+std::uint8_t* KTdf::MakeRoom(std::size_t pSize)
+{
+    if (mWriteState != eWriteValues) {
+        FailWrite("a value is written with no field open");
+        return nullptr;
+    }
+    mBytes.Grow(mSize + pSize);
+    return Room(pSize);
+}
+
+void KTdf::WriteText(std::string_view pText)
+{
+    mBytes.Grow(mSize + pText.size() + 2 * cbor::kMaxHead);
+    std::uint8_t* at = mBytes.GetData() + mSize;
+    if (cbor::IsUtf8(pText)) {
+        at = cbor::PutHead(at, cbor::eText, pText.size());
+    } else {
+        at = cbor::PutHead(at, cbor::eTag, tdf::kTagByteText);
+        at = cbor::PutHead(at, cbor::eBytes, pText.size());
+    }
+    at = std::copy(pText.begin(), pText.end(), at);
+    mSize = static_cast<std::size_t>(at - mBytes.GetData());
+}
+
+void KTdf::FlushValueCount()
+{
+    mFields[mWriteFields.back()].count = mWriteCount;
+}

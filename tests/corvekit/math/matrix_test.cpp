@@ -1,0 +1,213 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/corvekit/math/exact_rotation.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace
+{
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+TEST(Vector, LengthsReachTheEndsOfTheRange)
+{
+    for (const double scale : {1.0, 1e-170, 1e170, 1e300, 2e-308, 1e-310}) {
+        SCOPED_TRACE(scale);
+        KgeTVector v(2 * scale, -3 * scale, 6 * scale);
+        const double length = v.Length();
+        EXPECT_NEAR(7.0, length / scale, scale < 1e-300 ? 1e-12 : 1e-14);
+        EXPECT_EQ(length, v.Normalize());
+        EXPECT_LE((v - KgeTVector(2, -3, 6) / 7.0).Length(), scale < 1e-300 ? 1e-12 : 1e-15);
+    }
+    KgeTVector zero;
+    EXPECT_EQ(0.0, zero.Normalize());
+    EXPECT_EQ(KgeTVector(), zero);
+    KgeTVector least(5e-324, 5e-324, 0);
+    least.Normalize();
+    EXPECT_NEAR(1.0, least.Length(), DBL_EPSILON);
+    KgeTVector infinite(INFINITY, 1, 2);
+    EXPECT_EQ(INFINITY, infinite.Normalize());
+    EXPECT_EQ(KgeTVector(INFINITY, 1, 2), infinite);
+}
+
+TEST(Vector, ArithmeticIsComponentByComponent)
+{
+    const double values[] = {3, -4, 12};
+    KgeSVector s(values);
+    EXPECT_EQ(13.0, s.Length());
+    EXPECT_EQ(KgeSVector(1.5, -2, 6), s / 2);
+    EXPECT_EQ(KgeSVector(6, -4, 3), s * KgeSVector(2, 1, 0.25));
+    EXPECT_EQ(KgeSVector(1.5, -4, 48), s / KgeSVector(2, 1, 0.25));
+    EXPECT_EQ(KgeTVector(0, 0, 1), KgeTVector(1, 0, 0).Cross(KgeTVector(0, 1, 0)));
+    s.Init();
+    EXPECT_EQ(KgeSVector(1, 1, 1), s);
+    EXPECT_EQ(KgeSVector(2, 0, 1) - KgeSVector(1, -1, 0), s);
+}
+
+// A matrix product is a sum of three products: two and a half epsilons an element of rotations.
+constexpr double kProductBound = 2.5;
+
+TEST(Power, TurnsTheSameAxisByAMultipleOfTheShortWay)
+{
+    // The quaternion of a matrix is off by some 14 epsilons and its sine is at least 4.5e-3 where
+    // the angle counts, of which the angle takes a direct share and the axis one over the sine.
+    const double bound = 2 * 14 / 4.5e-3;
+    AngleSource source(17);
+    for (int i = 0; i < 60000; ++i) {
+        SCOPED_TRACE(i);
+        const KgeTVector axis = source.Direction();
+        double angle = source.Uniform(0.6, 180.0);
+        if (i % 3 == 0) {
+            angle = 180.0 - std::pow(10.0, source.Uniform(-12, 0));
+        }
+        const double half = angle * std::numbers::pi / 360.0;
+        const KgeTVector v = axis * std::sin(half);
+        // Both signs of the quaternion are one rotation.
+        const double sign = i % 2 == 0 ? 1.0 : -1.0;
+        const KgeRMatrix m(sign * KgeQuaternion(v[0], v[1], v[2], std::cos(half)));
+        for (const double exponent : {0.0, 1.0, -1.0, 0.5, 1e-3, 2.0, 3.7}) {
+            const double allowed = exponent == 1.0 || exponent == -1.0 ? 60.0 : bound;
+            const long double length = std::hypot(axis[0], axis[1], axis[2]);
+            const ExactMatrix exact =
+                ExactTurn({axis[0] / length, axis[1] / length, axis[2] / length},
+                          static_cast<long double>(angle) * exponent);
+            ASSERT_LE(EpsilonsApart(m.Power(exponent), exact), allowed) << exponent;
+        }
+        const KgeRMatrix root = m.Power(0.5);
+        ASSERT_LE(EpsilonsApart(root * root, m), 60.0);
+    }
+}
+
+TEST(Power, ASmallRotationStaysWhole)
+{
+    const KgeRMatrix small(0.4, 0, 0);
+    EXPECT_LE(EpsilonsApart(small.Power(0.5), small), 4.0);
+    EXPECT_LE(EpsilonsApart(small.Power(1.1e-6), small), 4.0);
+    EXPECT_EQ(KgeRMatrix(), small.Power(1e-6));
+    EXPECT_EQ(KgeRMatrix(), small.Power(0.0));
+    EXPECT_LE(EpsilonsApart(KgeRMatrix(0.6, 0, 0).Power(0.5), KgeRMatrix(0.3, 0, 0)), 4.0);
+    // 350 degrees are -10.
+    EXPECT_LE(EpsilonsApart(KgeRMatrix(0, 350, 0).Power(0.5), KgeRMatrix(0, -5, 0)), 4.0);
+}
+
+TEST(RotationMatrix, OrthonormalizeMendsWearAndAnswersParallelAxes)
+{
+    KgeRMatrix worn(20, 30, 40);
+    const KgeRMatrix fresh = worn;
+    worn.SetAxis(0, worn.GetAxis(0) * 1.5);
+    worn.SetAxis(1, worn.GetAxis(1) + 0.1 * worn.GetAxis(0));
+    worn.SetAxis(2, KgeTVector(7, kNaN, 7));  // follows from the others
+    worn.Orthonormalize();
+    EXPECT_LE(EpsilonsApart(worn, fresh), 8.0);
+    EXPECT_NEAR(1.0, worn.Determinant(), 4 * DBL_EPSILON);
+
+    KgeRMatrix flat(20, 30, 40);
+    flat.SetAxis(1, flat.GetAxis(0));
+    flat.Orthonormalize();
+    EXPECT_EQ(KgeRMatrix(), flat);
+    flat.SetAxis(0, KgeTVector());
+    EXPECT_EQ(KgeQuaternion(), KgeQuaternion(flat));
+}
+
+TEST(AffineMatrix, IsScaledThenTurnedThenMovedAndComesApartAgain)
+{
+    // By hand: (1, 2, 3) is scaled to (2, 6, 12), turned about X to (2, -12, 6), moved.
+    const KgeTVector t(10, 20, 30);
+    const KgeSVector s(2, 3, 4);
+    EXPECT_EQ(KgeTVector(12, 8, 36), KgeAMatrix(t, KgeRVector(90, 0, 0), s) * KgeTVector(1, 2, 3));
+
+    AngleSource source(19);
+    for (int i = 0; i < 10000; ++i) {
+        SCOPED_TRACE(i);
+        const double sign = i % 2 == 0 ? 1.0 : -1.0;
+        const KgeSVector scale(sign * source.Uniform(0.1, 9), sign * source.Uniform(0.1, 9),
+                               sign * source.Uniform(0.1, 9));
+        const KgeRVector angles(source.Uniform(-180, 180), source.Uniform(-89, 89),
+                                source.Uniform(-180, 180));
+        const KgeAMatrix m(t, angles, scale);
+        const KgeAMatrix product =
+            KgeAMatrix(KgeTMatrix(t)) * KgeAMatrix(KgeRMatrix(angles)) * KgeSMatrix(scale);
+        EXPECT_EQ(product, m);
+        EXPECT_EQ(t, KgeTVector(m));
+        // An axis is a column of a rotation, 8.5 off at most, times a scale below 9.
+        ASSERT_LE((KgeSVector(m) - scale).Length(), 9 * 3 * 10 * DBL_EPSILON);
+        ASSERT_LE(EpsilonsApart(KgeRMatrix(m), KgeRMatrix(angles)), 3 * 8.5);
+        // The cosine of Y is at least 1/57: angles in degrees, off by that much more.
+        ASSERT_LE((KgeRVector(KgeRMatrix(m)) - angles).Length(), 57.3 * 57.3 * 60 * DBL_EPSILON);
+    }
+}
+
+TEST(AffineMatrix, AFlattenedAxisKeepsItsRotation)
+{
+    const KgeRVector angles(20, 30, 40);
+    const KgeRMatrix rotation(angles);
+    for (const int axis : {0, 1, 2}) {
+        KgeSVector scale(2, 3, 4);
+        scale[axis] = 0;
+        const KgeAMatrix m({}, angles, scale);
+        EXPECT_LE(EpsilonsApart(KgeRMatrix(m), rotation), 12.0);
+        EXPECT_EQ(0.0, KgeSVector(m)[axis]);
+        EXPECT_EQ(0.0, KgeSMatrix(scale).Inverse().GetScale()[axis]);
+        bool singular = false;
+        EXPECT_EQ(KgeAMatrix(), m.Inverse(&singular));
+        EXPECT_TRUE(singular);
+    }
+    EXPECT_EQ(KgeRMatrix(), KgeRMatrix(KgeAMatrix({}, angles, {0, 2, 0})));
+}
+
+TEST(AffineMatrix, TheInverseUndoesItsMatrixFromBothSides)
+{
+    AngleSource source(23);
+    for (int i = 0; i < 20000; ++i) {
+        SCOPED_TRACE(i);
+        KgeAMatrix m;
+        for (int element = 0; element < 12; ++element) {
+            m(element % 3, element / 3) = source.Uniform(-1, 1);
+        }
+        if (std::fabs(m.Determinant()) < 1e-3) {
+            continue;
+        }
+        bool singular = true;
+        const KgeAMatrix inverse = m.Inverse(&singular);
+        ASSERT_FALSE(singular);
+        // Elements up to 1 and 2 / determinant: each identity element sums three products whose
+        // factors are off by a few epsilons of the inverse's size, and again for the translation.
+        const double bound = 100 * 2 / std::fabs(m.Determinant()) * DBL_EPSILON;
+        for (const KgeAMatrix& each : {m * inverse, inverse * m}) {
+            for (int column = 0; column < 4; ++column) {
+                ASSERT_LE((each.GetAxis(column) - KgeAMatrix().GetAxis(column)).Length(), bound);
+            }
+        }
+    }
+
+    // Determinants far beyond the range of doubles.
+    for (const double scale : {1e-150, 1e150, 0.25}) {
+        const KgeAMatrix m(KgeTVector(scale, 0, 0), KgeRVector(90, 0, 0),
+                           KgeSVector(scale, scale, scale));
+        const KgeTVector back = m.Inverse() * (m * KgeTVector(3, 4, 5));
+        EXPECT_LE((back - KgeTVector(3, 4, 5)).Length(), 1e-14) << scale;
+    }
+    for (const double bad : {kNaN, static_cast<double>(INFINITY)}) {
+        KgeAMatrix m;
+        m(1, 1) = bad;
+        bool singular = false;
+        EXPECT_EQ(KgeAMatrix(), m.Inverse(&singular));
+        EXPECT_TRUE(singular);
+    }
+}
+
+TEST(AffineMatrix, AProductActsByItsRightSideFirst)
+{
+    const KgeAMatrix move(KgeTVector(1, 0, 0));
+    const KgeAMatrix turn(KgeRMatrix(0, 0, 90));
+    EXPECT_EQ(KgeTVector(0, 1, 0), turn * move * KgeTVector());
+    EXPECT_EQ(KgeTVector(1, 0, 0), move * turn * KgeTVector());
+    EXPECT_EQ(KgeTVector(1, 1, 0), move * turn * KgeTVector(1, 0, 0));
+    AngleSource source(29);
+    const KgeRMatrix a(source.Angles()), b(source.Angles());
+    EXPECT_LE((a * b * KgeTVector(1, 2, 3) - a * (b * KgeTVector(1, 2, 3))).Length(),
+              6 * 4 * kProductBound * DBL_EPSILON);
+}
+}  // namespace

@@ -1,0 +1,429 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// What stands in a file, and what is not taken for one.
+
+#include "corvekit/store/crc32c.h"
+#include "corvekit/store/tdf.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <span>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace
+{
+using namespace std::string_literals;
+using nlohmann::json;
+
+const std::string kHeader = "KTDF\0\0\0\1"s;
+
+// A file with any body and the checksum that fits it, so that what is behind the sum is tested.
+std::string Closed(std::string pFile)
+{
+    const std::uint32_t sum = Crc32c(pFile.data(), pFile.size());
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        pFile += static_cast<char>(sum >> shift);
+    }
+    return pFile;
+}
+
+bool Load(KTdf& pTdf, std::string_view pBytes)
+{
+    return pTdf.Load(
+        std::span(reinterpret_cast<const std::uint8_t*>(pBytes.data()), pBytes.size()));
+}
+
+std::string Saved(KTdf& pTdf)
+{
+    std::ostringstream stream;
+    EXPECT_TRUE(pTdf.Save(stream)) << pTdf.GetError().GetLastErrorString();
+    return stream.str();
+}
+
+// The document that docs/store-format.md takes apart byte by byte.
+KTdf WorkedExample()
+{
+    KTdf tdf;
+    tdf.FieldWriteBegin("Channel");
+    tdf.FieldWriteC("X");
+    tdf.FieldWriteBlockBegin();
+    tdf.FieldWriteBegin("KeyVer");
+    tdf.FieldWriteI(4007);
+    tdf.FieldWriteEnd();
+    tdf.FieldWriteBegin("Key");
+    tdf.FieldWriteT(KTime(-1));
+    tdf.FieldWriteD(1.5);
+    tdf.FieldWriteCH('L');
+    tdf.FieldWriteT(KTime(141120000));
+    tdf.FieldWriteF(0.1f);
+    tdf.FieldWriteCH('L');
+    tdf.FieldWriteD(0.1);
+    tdf.FieldWriteS(KString("\xFF"));
+    tdf.FieldWriteEnd();
+    tdf.FieldWriteBlockEnd();
+    tdf.FieldWriteEnd();
+    return tdf;
+}
+
+TEST(TdfFile, TheFormatPageShowsTheBytesThatAreWritten)
+{
+    std::ifstream page(GLISSA_SOURCE_DIR "/docs/store-format.md");
+    std::string bytes;
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("```")) {
+            inside = line == "```hex";
+            continue;
+        }
+        std::istringstream digits(inside ? line.substr(0, line.find('#')) : "");
+        for (std::string each; digits >> each;) {
+            bytes += static_cast<char>(std::stoi(each, nullptr, 16));
+        }
+    }
+    KTdf example = WorkedExample();
+    EXPECT_EQ(bytes, Saved(example));
+    KTdf loaded;
+    EXPECT_TRUE(Load(loaded, bytes));
+}
+
+// The bytes of one value: what is left of a file of one nameless field of one value.
+template <class Write>
+std::string Encoded(Write pWrite)
+{
+    KTdf tdf;
+    tdf.FieldWriteBegin("");
+    pWrite(tdf);
+    tdf.FieldWriteEnd();
+    const std::string file = Saved(tdf);
+    EXPECT_EQ(kHeader + "\x81\x82\x60\x81"s, file.substr(0, 12));
+    return file.substr(12, file.size() - 16);
+}
+
+TEST(TdfFile, NumbersHaveTheFormsThatTheStandardGives)
+{
+    // RFC 8949, appendix A.
+    const struct
+    {
+        double value;
+        std::string bytes;
+    } floats[] = {
+        {0.0, "\xF9\0\0"s},
+        {-0.0, "\xF9\x80\0"s},
+        {1.0, "\xF9\x3C\0"s},
+        {1.1, "\xFB\x3F\xF1\x99\x99\x99\x99\x99\x9A"s},
+        {65504.0, "\xF9\x7B\xFF"s},
+        {100000.0, "\xFA\x47\xC3\x50\0"s},
+        {3.4028234663852886e+38, "\xFA\x7F\x7F\xFF\xFF"s},
+        {1.0e+300, "\xFB\x7E\x37\xE4\x3C\x88\0\x75\x9C"s},
+        {5.960464477539063e-8, "\xF9\0\1"s},
+        {0.00006103515625, "\xF9\x04\0"s},
+        {-4.0, "\xF9\xC4\0"s},
+        {HUGE_VAL, "\xF9\x7C\0"s},
+        {-HUGE_VAL, "\xF9\xFC\0"s},
+        {NAN, "\xF9\x7E\0"s},
+        {-NAN, "\xF9\x7E\0"s},
+    };
+    for (const auto& each : floats) {
+        SCOPED_TRACE(each.value);
+        EXPECT_EQ(each.bytes, Encoded([&](KTdf& pTdf) { pTdf.FieldWriteD(each.value); }));
+    }
+    const struct
+    {
+        std::int64_t value;
+        std::string bytes;
+    } times[] = {
+        {23, "\x17"s},
+        {24, "\x18\x18"s},
+        {255, "\x18\xFF"s},
+        {256, "\x19\1\0"s},
+        {1000000, "\x1A\0\x0F\x42\x40"s},
+        {1000000000000, "\x1B\0\0\0\xE8\xD4\xA5\x10\0"s},
+        {-24, "\x37"s},
+        {-25, "\x38\x18"s},
+        {-1000, "\x39\x03\xE7"s},
+    };
+    for (const auto& each : times) {
+        SCOPED_TRACE(each.value);
+        EXPECT_EQ(each.bytes, Encoded([&](KTdf& pTdf) { pTdf.FieldWriteT(KTime(each.value)); }));
+    }
+}
+
+TEST(TdfFile, TextIsTextWhereItIsUtf8AndTaggedBytesElsewhere)
+{
+    const struct
+    {
+        std::string text;
+        bool utf8;
+    } cases[] = {
+        {"", true},
+        {"12345678", true},
+        {"12345678\xC3\xA4", true},
+        {"\x7F\xC2\x80\xDF\xBF", true},  // the ends of one and two bytes
+        {"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", true},
+        {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", true},
+        {"\xC1\xBF", false},  // overlong in two, three and four bytes
+        {"\xE0\x9F\xBF", false},
+        {"\xF0\x8F\xBF\xBF", false},
+        {"\xED\xA0\x80", false},      // a surrogate
+        {"\xF4\x90\x80\x80", false},  // above the last code point
+        {"\xF5\x80\x80\x80", false},
+        {"\x80", false},
+        {"12345678\xE2\x82", false},  // cut
+        {"\xF0\x9D\x84", false},
+        {"\xC3g", false},
+        {"\xE2\x82g", false},
+        {"\xF0\x9D\x84g", false},
+        {"1234567\xFF", false},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.text);
+        std::string expected = each.utf8 ? "\x60" : "\xD9\xCB\x53\x40";
+        expected.back() = static_cast<char>(expected.back() | static_cast<char>(each.text.size()));
+        expected += each.text;
+        EXPECT_EQ(expected, Encoded([&](KTdf& pTdf) { pTdf.FieldWriteS(KString(each.text)); }));
+    }
+}
+
+TEST(TdfFile, AnUnrelatedDecoderReadsTheBody)
+{
+    KTdf tdf;
+    json expected = json::array();
+    const auto add = [&](const char* pName, json pValue) {
+        expected.push_back({pName, json::array({std::move(pValue)})});
+    };
+    for (const std::int64_t each :
+         {std::int64_t{0}, std::int64_t{-25}, std::int64_t{65536},
+          std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
+        tdf.FieldWriteBegin("T");
+        tdf.FieldWriteT(KTime(each));
+        tdf.FieldWriteEnd();
+        add("T", each);
+    }
+    for (const int each : {0, 23, -24, -70000, std::numeric_limits<int>::min()}) {
+        tdf.FieldWriteBegin("I");
+        tdf.FieldWriteI(each);
+        tdf.FieldWriteEnd();
+        add("I", each);
+    }
+    for (const double each : {0.0, -1.5, 65504.0, 65505.0, 0x1p-24, 0x1.004p-15, 1e-40, 0.1, 1e300,
+                              static_cast<double>(0.1f), -HUGE_VAL}) {
+        tdf.FieldWriteBegin("D");
+        tdf.FieldWriteD(each);
+        tdf.FieldWriteEnd();
+        add("D", each);
+    }
+    tdf.FieldWriteBegin("C");
+    tdf.FieldWriteCH('\xFF');
+    tdf.FieldWriteEnd();
+    add("C", json::binary({0xFF}));
+    const std::string text = "\xC3\xA4 and " + std::string(300, 'z');
+    tdf.FieldWriteBegin("\xC3\xA4");
+    tdf.FieldWriteC(text.c_str());
+    tdf.FieldWriteBlockBegin();
+    tdf.FieldWriteBegin("empty");
+    tdf.FieldWriteBlockBegin();
+    tdf.FieldWriteBlockEnd();
+    tdf.FieldWriteEnd();
+    tdf.FieldWriteBlockEnd();
+    tdf.FieldWriteEnd();
+    expected.push_back({"\xC3\xA4", json::array({text}),
+                        json::array({json::array({"empty", json::array(), json::array()})})});
+    tdf.FieldWriteBegin("run");
+    json run = json::array();
+    for (int i = 0; i < 70000; ++i) {
+        tdf.FieldWriteT(KTime(i));
+        run.push_back(i);
+    }
+    tdf.FieldWriteEnd();
+    expected.push_back({"run", run});
+
+    const std::string file = Saved(tdf);
+    ASSERT_EQ(kHeader, file.substr(0, 8));
+    const std::string body = file.substr(8, file.size() - 12);
+    EXPECT_EQ(Closed(kHeader + body), file);
+    EXPECT_TRUE(expected == json::from_cbor(body, true, true, json::cbor_tag_handler_t::ignore));
+}
+
+TEST(TdfFile, AKeyTakesAtMost22Bytes)
+{
+    KTdf tdf;
+    tdf.FieldWriteBegin("Key");
+    constexpr int kKeys = 1000;
+    for (int i = 0; i < kKeys; ++i) {
+        tdf.FieldWriteT(KTime((1LL << 40) + i));
+        tdf.FieldWriteD(static_cast<double>(0.1f));
+        for (const char each : {'U', 'a', 'n', 'n'}) {
+            tdf.FieldWriteCH(each);
+        }
+    }
+    tdf.FieldWriteEnd();
+    const std::size_t around = kHeader.size() + 1 + 1 + 4 + 3 + 4;
+    EXPECT_EQ(22 * kKeys + around, Saved(tdf).size());
+}
+
+void ExpectRefused(std::string_view pFile, int pId = KError::kNone)
+{
+    KTdf tdf;
+    tdf.FieldWriteBegin("before");
+    tdf.FieldWriteEnd();
+    ASSERT_FALSE(Load(tdf, pFile));
+    EXPECT_TRUE(tdf.IsEmpty());
+    EXPECT_EQ(0, tdf.FieldGetCount());
+    EXPECT_STRNE("", tdf.GetError().GetLastErrorString());
+    EXPECT_GE(tdf.GetError().GetLastErrorOffset(), 0);
+    EXPECT_LE(tdf.GetError().GetLastErrorOffset(), static_cast<std::int64_t>(pFile.size()));
+    if (pId != KError::kNone) {
+        EXPECT_EQ(pId, tdf.GetError().GetLastErrorID()) << tdf.GetError().GetLastErrorString();
+    }
+}
+
+TEST(TdfFile, NoPrefixAndNoFlippedBitIsTaken)
+{
+    KTdf example = WorkedExample();
+    const std::string file = Saved(example);
+    for (std::size_t size = 0; size < file.size(); ++size) {
+        SCOPED_TRACE(size);
+        ExpectRefused(file.substr(0, size));
+        // The same cut behind the checksum: the body is never whole before its last byte.
+        if (size >= kHeader.size() && size < file.size() - 4) {
+            ExpectRefused(Closed(file.substr(0, size)));
+        }
+    }
+    for (std::size_t bit = 0; bit < 8 * file.size(); ++bit) {
+        SCOPED_TRACE(bit);
+        std::string flipped = file;
+        flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ 1 << bit % 8);
+        ExpectRefused(flipped);
+    }
+    ExpectRefused(file + '\0', eTdfErrorChecksum);
+}
+
+TEST(TdfFile, EveryFaultBehindAGoodChecksumIsToldWithItsPlace)
+{
+    const std::string field = "\x81\x82\x61g"s;  // one field called g; its values are to follow
+    const std::string value = field + '\x81';    // one value
+    const struct
+    {
+        const char* what;
+        std::string body;
+        int id;
+        int offset;  // in the body
+    } cases[] = {
+        {"no body", "", eTdfErrorCut, 0},
+        {"a map for the document", "\xA0", eTdfErrorUnknownItem, 0},
+        {"an array of indefinite length", "\x9F\xFF", eTdfErrorUnknownItem, 0},
+        {"a reserved form", "\x9C", eTdfErrorUnknownItem, 0},
+        {"2^64 - 1 fields", "\x9B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", eTdfErrorCount, 0},
+        {"2^32 fields", "\x9B\0\0\0\1\0\0\0\0"s, eTdfErrorCount, 0},
+        {"two fields, room for one", "\x82\x82\x60\x80"s, eTdfErrorCount, 0},
+        {"a count not in its shortest form", "\x98\0"s, eTdfErrorNotDeterministic, 0},
+        {"a count in two bytes for one", "\x99\0\xFF"s, eTdfErrorNotDeterministic, 0},
+        {"a wide count not in its shortest form", "\x9A\0\0\xFF\xFF"s, eTdfErrorNotDeterministic,
+         0},
+        {"the widest count not in its shortest form", "\x9B\0\0\0\0\xFF\xFF\xFF\xFF"s,
+         eTdfErrorNotDeterministic, 0},
+        {"a cut head", "\x9A\0\0\0"s, eTdfErrorCut, 0},
+        {"a second item", "\x80\x80", eTdfErrorTrailing, 1},
+        {"a field of one part", "\x81\x81\x60\x80"s, eTdfErrorUnknownItem, 1},
+        {"a field of four parts", "\x81\x84\x60\x80\x80\x80"s, eTdfErrorUnknownItem, 1},
+        {"a number for a field", "\x81\x01\x60\x80"s, eTdfErrorUnknownItem, 1},
+        {"a number for a name", "\x81\x82\x01\x80"s, eTdfErrorUnknownItem, 2},
+        {"a name beyond the end", "\x81\x82\x7B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, eTdfErrorName,
+         2},
+        {"a name just beyond the end", "\x81\x82\x63no"s, eTdfErrorCut, 3},
+        {"a zero byte in a name", "\x81\x82\x61\0\x80"s, eTdfErrorName, 2},
+        {"a name that is not UTF-8", "\x81\x82\x61\xFF\x80"s, eTdfErrorText, 3},
+        {"a name under the wrong tag", "\x81\x82\xD9\xCB\x49\x41\xFF\x80"s, eTdfErrorUnknownItem,
+         2},
+        {"a byte name that is text", "\x81\x82\xD9\xCB\x53\x61\xFF\x80"s, eTdfErrorUnknownItem, 5},
+        {"a text for the values", field + "\x60"s, eTdfErrorUnknownItem, 4},
+        {"values that are not there", field + "\x82\x00"s, eTdfErrorCount, 4},
+        {"2^64 - 1 values", field + "\x9B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, eTdfErrorCount, 4},
+        {"a block that is not there", "\x81\x83\x60\x80"s, eTdfErrorCount, 1},
+        {"a number for a block", "\x81\x83\x60\x80\x01"s, eTdfErrorUnknownItem, 4},
+        {"an array for a value", value + "\x80"s, eTdfErrorUnknownItem, 5},
+        {"a map for a value", value + "\xA0"s, eTdfErrorUnknownItem, 5},
+        {"true", value + "\xF5"s, eTdfErrorUnknownItem, 5},
+        {"a simple value", value + "\xF8\x20"s, eTdfErrorUnknownItem, 5},
+        {"a break", value + "\xFF"s, eTdfErrorUnknownItem, 5},
+        {"a time not in its shortest form", value + "\x18\x17"s, eTdfErrorNotDeterministic, 5},
+        {"a time of 2^63", value + "\x1B\x80\0\0\0\0\0\0\0"s, eTdfErrorRange, 5},
+        {"a time of -2^63 - 1", value + "\x3B\x80\0\0\0\0\0\0\0"s, eTdfErrorRange, 5},
+        {"an int of 2^31", value + "\xD9\xCB\x49\x1A\x80\0\0\0"s, eTdfErrorRange, 8},
+        {"an int of -2^31 - 1", value + "\xD9\xCB\x49\x3A\x80\0\0\0"s, eTdfErrorRange, 8},
+        {"a tagged nothing", value + "\xD9\xCB\x49"s, eTdfErrorCut, 8},
+        {"a tagged text for an int", value + "\xD9\xCB\x49\x60"s, eTdfErrorUnknownItem, 5},
+        {"a tag that is not known", value + "\xD9\xCB\x50\x01"s, eTdfErrorUnknownItem, 5},
+        {"a bignum", value + "\xC2\x41\x01"s, eTdfErrorUnknownItem, 5},
+        {"a half that is cut", value + "\xF9\x3C"s, eTdfErrorCut, 5},
+        {"a double that is cut", value + "\xFB\x3F\xB9\x99\x99\x99\x99\x99"s, eTdfErrorCut, 5},
+        {"1.0 as a single", value + "\xFA\x3F\x80\0\0"s, eTdfErrorNotDeterministic, 5},
+        {"0.1f as a double", value + "\xFB\x3F\xB9\x99\x99\xA0\0\0\0"s, eTdfErrorNotDeterministic,
+         5},
+        {"another NaN as a half", value + "\xF9\xFE\0"s, eTdfErrorNotDeterministic, 5},
+        {"another NaN as a single", value + "\xFA\x7F\xC0\0\1"s, eTdfErrorNotDeterministic, 5},
+        {"another NaN as a double", value + "\xFB\x7F\xF8\0\0\0\0\0\1"s, eTdfErrorNotDeterministic,
+         5},
+        {"an empty character", value + "\x40"s, eTdfErrorUnknownItem, 5},
+        {"two characters in one", value + "\x42no"s, eTdfErrorUnknownItem, 5},
+        {"a character that is cut", value + "\x41"s, eTdfErrorCut, 5},
+        {"a text beyond the end", value + "\x7B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, eTdfErrorCut,
+         14},
+        {"a text that is not UTF-8", value + "\x62\xC0\x80"s, eTdfErrorText, 6},
+        {"text stored as bytes", value + "\xD9\xCB\x53\x41g"s, eTdfErrorText, 9},
+        {"bytes beyond the end", value + "\xD9\xCB\x53\x5B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s,
+         eTdfErrorCut, 17},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        const std::string file = Closed(kHeader + each.body);
+        ExpectRefused(file, each.id);
+        KTdf tdf;
+        Load(tdf, file);
+        EXPECT_EQ(each.offset + 8, tdf.GetError().GetLastErrorOffset());
+    }
+    // What the rows are made of is good by itself.
+    KTdf tdf;
+    EXPECT_TRUE(Load(tdf, Closed(kHeader + value + "\xF9\x3C\0"s)));
+    EXPECT_TRUE(Load(tdf, Closed(kHeader + '\x80')));
+}
+
+TEST(TdfFile, HeaderFaultsAndDeepNestingAreRefused)
+{
+    ExpectRefused("", eTdfErrorNotAStore);
+    ExpectRefused(Closed("KTDG\0\0\0\1\x80"s), eTdfErrorNotAStore);
+    ExpectRefused(Closed("KTDF\0\0\0\2\x80"s), eTdfErrorVersion);
+    ExpectRefused(Closed("KTDF\0\0\0\0\x80"s), eTdfErrorVersion);
+    std::string body;
+    for (int i = 0; i < 100000; ++i) {
+        body += "\x81\x83\x60\x80"s;
+    }
+    ExpectRefused(Closed(kHeader + body + '\x80'), eTdfErrorNesting);
+}
+
+TEST(TdfFile, AStreamThatBreaksIsAnError)
+{
+    KTdf tdf = WorkedExample();
+    std::ofstream full("/dev/full");
+    EXPECT_FALSE(tdf.Save(full));
+    EXPECT_EQ(eTdfErrorCannotWrite, tdf.GetError().GetLastErrorID());
+    std::ifstream none("no such file");
+    EXPECT_FALSE(tdf.Load(none));
+    EXPECT_TRUE(tdf.IsEmpty());
+    EXPECT_FALSE(tdf.Load("no such file"));
+    EXPECT_EQ(eTdfErrorCannotRead, tdf.GetError().GetLastErrorID());
+    EXPECT_NE(nullptr, std::strstr(tdf.GetError().GetLastErrorString(), "no such file"));
+    EXPECT_FALSE(tdf.Load("/tmp"));
+    EXPECT_EQ(eTdfErrorCannotRead, tdf.GetError().GetLastErrorID());
+    EXPECT_FALSE(tdf.Load("/dev/zero"));  // which has no end
+    EXPECT_EQ(eTdfErrorNotAStore, tdf.GetError().GetLastErrorID());
+}
+}  // namespace
