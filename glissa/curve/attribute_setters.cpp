@@ -1,0 +1,204 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// The attributes of one key, one by one. Each setter works on a copy; only what differs is written,
+// into a block of the key's own.
+
+#include "glissa/curve/curve.h"
+
+#include <cstring>
+
+namespace
+{
+bool HasSameBits(const GlissaKeyAttributes& pLeft, const GlissaKeyAttributes& pRight)
+{
+    return std::memcmp(&pLeft, &pRight, sizeof pLeft) == 0;
+}
+
+// What a change of a data slot means to a kind of tangent. Rows: auto, user, TCB.
+int DataEvent(const GlissaKeyAttributes& pKey, EGlissaDataIndex pData)
+{
+    static constexpr int kEvents[3][6] = {
+        {eEventEditSlope, eEventEditSlope, eEventEditWeight, eEventEditWeight, 0, 0},
+        {eEventEditSlope, eEventEditSlope, eEventEditWeight, eEventEditWeight, eEventEditVelocity,
+         eEventEditVelocity},
+        {eEventEditTCBTension, eEventEditTCBContinuity, eEventEditTCBBias, 0, 0, 0}};
+    switch (pKey.GetTangeantMode(false)) {
+    case eTangentAuto:
+    case eTangentAutoBreak:
+        return kEvents[0][pData];
+    case eTangentUser:
+    case eTangentUserBreak:
+        return kEvents[1][pData];
+    case eTangentTCB:
+        return kEvents[2][pData];
+    default:
+        return 0;
+    }
+}
+
+bool IsCustom(const GlissaKeyAttributes& pKey)
+{
+    return pKey.GetInterpolation() == eInterpolationCustom;
+}
+}  // namespace
+
+bool Glissa::IsCubicWith(int pIndex, unsigned pFirstKind, unsigned pSecondKind) const
+{
+    const unsigned kind = KeyGetTangeantMode(pIndex, false);
+    return KeyGetInterpolation(pIndex) == eInterpolationCubic &&
+           (kind == pFirstKind || kind == pSecondKind);
+}
+
+// False, and nothing touched, where every bit stands already.
+bool Glissa::WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes)
+{
+    if (HasSameBits(Attr(pIndex), pAttributes)) {
+        return false;
+    }
+    ResetCandidate();
+    KeyAttrSeparateCheck(pIndex);
+    static_cast<GlissaKeyAttributes&>(*mKeys[pIndex].mAttribute) = pAttributes;
+    return true;
+}
+
+// With pTells the custom tangent manager hears of the key before and after.
+bool Glissa::WriteAndTell(int pIndex, const GlissaKeyAttributes& pAttributes, bool pTells,
+                          eCustomKeyChangeType pType)
+{
+    KPriFCurveKey* key = InternalPriKeyGetPtr(pIndex);
+    if (pTells) {
+        CallKeyChangeCallback(key, pIndex, true, pType);
+    }
+    const bool changed = WriteAttributes(pIndex, pAttributes);
+    if (pTells) {
+        CallKeyChangeCallback(key, pIndex, false, pType);
+    }
+    return changed;
+}
+
+void Glissa::KeySetInterpolation(int pIndex, unsigned pInterpolation)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetInterpolation(pInterpolation);
+    if (attributes.GetInterpolation() == KeyGetInterpolation(pIndex)) {
+        return;
+    }
+    const bool isCustom = IsCustom(attributes) || IsCustom(Attr(pIndex));
+    WriteAndTell(pIndex, attributes, isCustom, eCustomKeyChangeInterpolation);
+    CallbackAddEvent(kGlissaEventOther | eEventEditInterpolation, pIndex);
+}
+
+void Glissa::KeySetConstantMode(int pIndex, unsigned pMode)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetConstantMode(pMode);
+    if (WriteAttributes(pIndex, attributes)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditConstantMode, pIndex);
+    }
+}
+
+void Glissa::KeySetTangeantMode(int pIndex, unsigned pMode)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetTangeantMode(pMode);
+    const bool tellsManager =
+        IsCustom(attributes) &&
+        KeyGetTangeantMode(pIndex, false) != (pMode & GlissaKeyAttributes::kTangentKindMask);
+    if (WriteAndTell(pIndex, attributes, tellsManager, eCustomKeyChangeTangentMode)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditTangentMode, pIndex);
+    }
+}
+
+void Glissa::KeySetCustomIndex(int pIndex, unsigned pCustomIndex)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetCustomIndex(pCustomIndex);
+    if (attributes.GetCustomIndex() == KeyGetCustomIndex(pIndex)) {
+        return;
+    }
+    WriteAndTell(pIndex, attributes, IsCustom(attributes), eCustomKeyChangeTangentMode);
+    CallbackAddEvent(kGlissaEventOther, pIndex);
+}
+
+void Glissa::KeySetBreak(int pIndex, bool pBreak)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetBreak(pBreak);
+    if (WriteAttributes(pIndex, attributes)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditBreak, pIndex);
+    }
+}
+
+void Glissa::KeySetTangeantVisibility(int pIndex, unsigned pVisibility)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetTangeantVisibility(pVisibility);
+    if (WriteAttributes(pIndex, attributes)) {
+        CallbackAddEvent(eEventSelection, pIndex);
+    }
+}
+
+void Glissa::KeySetTangeantWeightMode(int pIndex, unsigned pMode, unsigned pMask)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetTangeantWeightMode(pMode, pMask);
+    if (WriteAttributes(pIndex, attributes)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditWeight, pIndex);
+    }
+}
+
+void Glissa::KeySetTangeantVelocityMode(int pIndex, unsigned pMode, unsigned pMask)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetTangeantVelocityMode(pMode, pMask);
+    if (WriteAttributes(pIndex, attributes)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditVelocity, pIndex);
+    }
+}
+
+void Glissa::KeySetSelected(int pIndex, bool pSelected)
+{
+    if (KeyGetSelected(pIndex) == pSelected) {
+        return;
+    }
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetSelected(pSelected);
+    WriteAttributes(pIndex, attributes);
+    CallbackAddEvent(eEventSelection, pIndex);
+}
+
+void Glissa::KeySetMarkedForManipulation(int pIndex, bool pMark)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetMarkedForManipulation(pMark);
+    WriteAttributes(pIndex, attributes);
+}
+
+// A slot that is set to an equal value, 0 over -0 included, stays as it is.
+void Glissa::SetData(int pIndex, EGlissaDataIndex pData, const GlissaKeyAttributes& pAttributes)
+{
+    const GlissaKeyAttributes& old = Attr(pIndex);
+    const bool isFloatSlot = pData < eDataRightWeight;
+    if (isFloatSlot && old.mData[pData] == pAttributes.mData[pData]) {
+        return;
+    }
+    const int event = kGlissaEventOther | DataEvent(old, pData);
+    if (WriteAttributes(pIndex, pAttributes)) {
+        CallbackAddEvent(event, pIndex);
+    }
+}
+
+void Glissa::KeySetDataDouble(int pIndex, EGlissaDataIndex pData, float pValue)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetDataDouble(pData, pValue);
+    SetData(pIndex, pData, attributes);
+}
+
+void Glissa::KeySetDataFloat(int pIndex, EGlissaDataIndex pData, float pValue)
+{
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    attributes.SetDataFloat(pData, pValue);
+    SetData(pIndex, pData, attributes);
+}

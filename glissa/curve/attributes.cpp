@@ -1,0 +1,118 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Attribute blocks: shared by keys of any curve, counted, separated before a write.
+
+#include "glissa/curve/curve.h"
+
+#include <algorithm>
+
+namespace
+{
+KPriFCurveKeyAttr* NewBlock(const GlissaKeyAttributes& pAttributes)
+{
+    auto* block = static_cast<KPriFCurveKeyAttr*>(GlissaKeyAttrPool.Allocate());
+    *block = KPriFCurveKeyAttr{pAttributes, 1};
+    return block;
+}
+
+void ReleaseBlock(KPriFCurveKeyAttr* pBlock)
+{
+    if (--pBlock->mReferenceCount == 0) {
+        GlissaKeyAttrPool.Free(pBlock);
+    }
+}
+}  // namespace
+
+void Glissa::ReleaseAttribute(KPriFCurveKey& pKey)
+{
+    if (pKey.mAttribute) {
+        ReleaseBlock(pKey.mAttribute);
+        pKey.mAttribute = nullptr;
+    }
+}
+
+void Glissa::PointToAttribute(KPriFCurveKey& pKey, KPriFCurveKeyAttr* pAttribute)
+{
+    ++pAttribute->mReferenceCount;
+    ReleaseAttribute(pKey);
+    pKey.mAttribute = pAttribute;
+}
+
+void Glissa::ReleaseAllAttributes()
+{
+    for (int i = 0; i < KeyGetCount(); ++i) {
+        ReleaseAttribute(mKeys[i]);
+    }
+}
+
+void Glissa::KeyAttrSeparate(int pIndex)
+{
+    KPriFCurveKey& key = mKeys[pIndex];
+    if (!key.mAttribute) {
+        key.mAttribute = NewBlock(GlissaKeyAttributes{});
+    } else if (key.mAttribute->mReferenceCount > 1) {
+        --key.mAttribute->mReferenceCount;
+        key.mAttribute = NewBlock(*key.mAttribute);
+    }
+}
+
+void Glissa::KeyAttrSeparateCheck(int pIndex)
+{
+    KeyAttrSeparate(pIndex);
+}
+
+void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
+{
+    mKeys.Reserve(pIndex + 1);
+    KPriFCurveKey& key = mKeys[pIndex];
+    if (key.mAttribute == &pAttribute || (key.mAttribute && *key.mAttribute == pAttribute)) {
+        return;
+    }
+    ResetCandidate();
+    // The source may be the very block that this key now lets go.
+    const GlissaKeyAttributes attributes = pAttribute;
+    if (key.mAttribute && key.mAttribute->mReferenceCount == 1) {
+        *key.mAttribute = KPriFCurveKeyAttr{attributes, 1};
+    } else {
+        ReleaseAttribute(key);
+        key.mAttribute = NewBlock(attributes);
+    }
+
+    CallbackAddEvent(GrowTo(pIndex) ? kGlissaEventAdded : kGlissaEventAllAttributes, pIndex);
+}
+
+// Counts the record at an index as a key. Keys in the gap before it take the default block. False
+// where it is a key already.
+bool Glissa::GrowTo(int pIndex)
+{
+    const int count = KeyGetCount();
+    if (pIndex < count) {
+        return false;
+    }
+    mKeys.SetCount(pIndex + 1);
+    for (int i = count; i < pIndex; ++i) {
+        PointToAttribute(mKeys[i], GlissaDefaultKeyAttr);
+    }
+    if (count < pIndex) {
+        CallbackAddEvent(kGlissaEventAdded, count);
+    }
+    return true;
+}
+
+void Glissa::KeyAttrShrink(int pFirst, int pLast)
+{
+    const int last = std::min(pLast, KeyGetCount() - 2);
+    for (int i = std::max(pFirst, 0); i <= last; ++i) {
+        KPriFCurveKeyAttr* block = mKeys[i].mAttribute;
+        KPriFCurveKey& next = mKeys[i + 1];
+        if (next.mAttribute == block || next.mAttribute == GlissaDefaultKeyAttr) {
+            continue;
+        }
+        if (*block == *next.mAttribute) {
+            PointToAttribute(next, block);
+        } else if (*GlissaDefaultKeyAttr == *next.mAttribute) {
+            PointToAttribute(next, GlissaDefaultKeyAttr);
+        }
+    }
+}

@@ -1,0 +1,77 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/curve/curve.h"
+
+#include <algorithm>
+
+Glissa* GlissaCreate()
+{
+    return new Glissa;
+}
+
+Glissa::Glissa() = default;
+
+Glissa::~Glissa()
+{
+    // The last events of a curve speak of the curve alone: its node may be half gone.
+    mOwner = nullptr;
+    KeyClear();
+    CallbackEnable(true);
+    CallbackAddEvent(eEventDestroy, -1);
+    // A listener may have put keys back in answer to their removal.
+    ReleaseAllAttributes();
+}
+
+IObject* Glissa::IQuery(unsigned long pId, int)
+{
+    return pId == 0 || pId == 51 || pId == 0x29BC7B3 ? this : nullptr;
+}
+
+void Glissa::Destroy(int)
+{
+    delete this;
+}
+
+void Glissa::SetValue(float pValue, bool)
+{
+    mValue = pValue;
+    CallbackAddEvent(eEventDefaultValue, -1);
+}
+
+void Glissa::SetColor(const float* pColor)
+{
+    if (pColor) {
+        std::copy_n(pColor, 3, mColor);
+    }
+}
+
+void Glissa::SetPreExtrapolation(unsigned pMode)
+{
+    mPreExtrapolation = pMode;
+    CallbackAddEvent(kGlissaEventOther | eEventEditPreExtrapolation, -1);
+}
+
+void Glissa::SetPreExtrapolationCount(unsigned long pCount)
+{
+    mPreExtrapolationCount = static_cast<unsigned>(std::min(pCount, 0xFFFFFFFFul));
+    CallbackAddEvent(kGlissaEventOther | eEventEditPreExtrapolation, -1);
+}
+
+void Glissa::SetPostExtrapolation(unsigned pMode)
+{
+    mPostExtrapolation = pMode;
+    CallbackAddEvent(kGlissaEventOther | eEventEditPostExtrapolation, -1);
+}
+
+void Glissa::SetPostExtrapolationCount(unsigned long pCount)
+{
+    mPostExtrapolationCount = static_cast<unsigned>(std::min(pCount, 0xFFFFFFFFul));
+    CallbackAddEvent(kGlissaEventOther | eEventEditPostExtrapolation, -1);
+}
+
+void Glissa::CallbackEvaluationUnregister(void*, void*)
+{
+    mEvaluationFunction = nullptr;
+    mEvaluationObject = nullptr;
+}

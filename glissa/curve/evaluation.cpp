@@ -1,0 +1,416 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// From a time to a value: extrapolation maps the time into the keys, the search finds the segment,
+// the segment is evaluated. Playback near the hint takes the short road at the top of Evaluate.
+
+#include "glissa/curve/bezier.h"
+#include "glissa/curve/curve.h"
+#include "glissa/curve/segment_search.h"
+#include "glissa/curve/slope_rules.h"
+#include "glissa/ext/active.h"
+#include "glissa/ext/custom_tangent_manager.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+constexpr unsigned kEndlessCount = 0xFFFFFFFFu;
+
+/// The two keys of a segment with their outer neighbours, null at the ends of the curve.
+struct Segment
+{
+    const KPriFCurveKey* before;
+    const KPriFCurveKey* from;
+    const KPriFCurveKey* to;
+    const KPriFCurveKey* after;
+};
+
+Segment SegmentAt(const KeyList& pKeys, const SegmentPlace& pPlace)
+{
+    const bool isLast = pPlace.index + 2 >= pKeys.Count();
+    // Neighbours mostly lie in the same page.
+    if (pPlace.slot - 1 < KeyList::kKeysPerPage - 3) [[likely]] {
+        return {pPlace.from - 1, pPlace.from, pPlace.to, isLast ? nullptr : pPlace.from + 2};
+    }
+    return {pPlace.index > 0 ? &pKeys[pPlace.index - 1] : nullptr, pPlace.from, pPlace.to,
+            isLast ? nullptr : &pKeys[pPlace.index + 2]};
+}
+
+SegmentPlace PlaceAt(const KeyList& pKeys, int pIndex)
+{
+    const KPriFCurveKey* from = &pKeys[pIndex];
+    return PlaceInSegment(pKeys, pIndex, static_cast<unsigned>(pIndex) % KeyList::kKeysPerPage,
+                          from, from->mTime);
+}
+
+// The cubic of a segment: slopes at both ends and its length in seconds.
+struct CubicShape
+{
+    float rightSlope;
+    float leftSlope;
+    float seconds;
+};
+
+constexpr unsigned kShapeMask =
+    GlissaKeyAttributes::kInterpolationMask | GlissaKeyAttributes::kTangentModeMask;
+
+// Both keys plain auto with parameter 0, which is what recording and most editing leave.
+bool IsPlainAuto(const KPriFCurveKeyAttr& pFrom, const KPriFCurveKeyAttr& pTo)
+{
+    constexpr unsigned kPlain = eInterpolationCubic | eTangentAuto;
+    return (pFrom.mFlags & kShapeMask) == kPlain && (pTo.mFlags & kShapeMask) == kPlain &&
+           pFrom.mData[0] == 0.0f && pFrom.mData[1] == 0.0f;
+}
+
+// Both keys cubic with slopes of their own.
+bool IsPlainUser(const KPriFCurveKeyAttr& pFrom, const KPriFCurveKeyAttr& pTo)
+{
+    constexpr unsigned kMask = kShapeMask & ~eTangentBreak;
+    constexpr unsigned kUser = eInterpolationCubic | eTangentUser;
+    return (pFrom.mFlags & kMask) == kUser && (pTo.mFlags & kMask) == kUser;
+}
+
+// What playback seldom needs is called with its keys in registers, so that the common road keeps no
+// structure in memory for it.
+[[gnu::noinline]] CubicShape AnyShapeOf(const KPriFCurveKey* pBefore, const KPriFCurveKey* pFrom,
+                                        const KPriFCurveKey* pTo, const KPriFCurveKey* pAfter,
+                                        float pSeconds)
+{
+    return {RightSlopeOfKey({pBefore, pFrom, pTo}, false),
+            LeftSlopeOfKey({pFrom, pTo, pAfter}, false, false), pSeconds};
+}
+
+// The rules of slope_rules.h, with the two common cases worked out here: slopes that share the
+// secant of the segment, and slopes that are stored.
+inline CubicShape ShapeOf(const Segment& pSegment)
+{
+    const KPriFCurveKeyAttr& from = *pSegment.from->mAttribute;
+    const KPriFCurveKeyAttr& to = *pSegment.to->mAttribute;
+    const float seconds = static_cast<float>(SecondsBetween(*pSegment.from, *pSegment.to));
+    if (IsPlainAuto(from, to)) {
+        const double through = (pSegment.to->mValue - pSegment.from->mValue) / seconds;
+        const double toLeft =
+            pSegment.before ? FloatSecant(*pSegment.before, *pSegment.from) : through;
+        const double toRight =
+            pSegment.after ? FloatSecant(*pSegment.to, *pSegment.after) : through;
+        return {static_cast<float>(AutoBlend(0.0, through, toLeft)),
+                static_cast<float>(AutoBlend(0.0, toRight, through)), seconds};
+    }
+    if (IsPlainUser(from, to)) {
+        return {from.mData[eDataRightSlope], from.mData[eDataNextLeftSlope], seconds};
+    }
+    return AnyShapeOf(pSegment.before, pSegment.from, pSegment.to, pSegment.after, seconds);
+}
+
+struct CubicPoints
+{
+    float p0;
+    float p1;
+    float p2;
+    float p3;
+};
+
+inline CubicPoints PointsOf(const Segment& pSegment, const CubicShape& pShape)
+{
+    const float v0 = pSegment.from->mValue;
+    const float v1 = pSegment.to->mValue;
+    return {v0, static_cast<float>(v0 + pShape.rightSlope * pShape.seconds / 3.0),
+            static_cast<float>(v1 - pShape.leftSlope * pShape.seconds / 3.0), v1};
+}
+
+bool IsWeighted(const KPriFCurveKey& pFrom)
+{
+    return (pFrom.mAttribute->mFlags & GlissaKeyAttributes::kWeightModeMask) != 0;
+}
+
+/// A weighted segment: the weights beside the points of the value axis.
+struct WeightedPoints
+{
+    float rightWeight;
+    float leftWeight;
+    CubicPoints values;
+};
+
+WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShape)
+{
+    const float wr = RightWeightOf(*pSegment.from->mAttribute, false);
+    const float wl = LeftWeightAfter(*pSegment.from->mAttribute);
+    const float v0 = pSegment.from->mValue;
+    const float v1 = pSegment.to->mValue;
+    return {wr,
+            wl,
+            {v0, v0 + pShape.rightSlope * pShape.seconds * wr,
+             v1 - pShape.leftSlope * pShape.seconds * wl, v1}};
+}
+
+[[gnu::noinline]] float WeightedValue(const KPriFCurveKey* pBefore, const KPriFCurveKey* pFrom,
+                                      const KPriFCurveKey* pTo, const KPriFCurveKey* pAfter,
+                                      double pT)
+{
+    const Segment segment{pBefore, pFrom, pTo, pAfter};
+    const auto [wr, wl, p] = WeightedPointsOf(segment, ShapeOf(segment));
+    const double s = SolveWeightedTime(wr, wl, pT);
+    return CubicValue(p.p3, p.p2, p.p1, p.p0, s);
+}
+
+// pT lies strictly between 0 and 1; on a key the answer is the key's value.
+inline float CubicSegmentValue(const Segment& pSegment, double pT)
+{
+    if (IsWeighted(*pSegment.from)) [[unlikely]] {
+        return WeightedValue(pSegment.before, pSegment.from, pSegment.to, pSegment.after, pT);
+    }
+    const CubicPoints p = PointsOf(pSegment, ShapeOf(pSegment));
+    return CubicValue(p.p0, p.p1, p.p2, p.p3, pT);
+}
+
+// A constant segment; 0 for an unknown interpolation, and for custom where no type is registered.
+[[gnu::noinline]] float StepValue(const KPriFCurveKey* pFrom, const KPriFCurveKey* pTo)
+{
+    const GlissaKeyAttributes& from = *pFrom->mAttribute;
+    if (from.GetInterpolation() != eInterpolationConstant) {
+        return 0.0f;
+    }
+    return from.GetConstantMode() == eConstantNext ? pTo->mValue : pFrom->mValue;
+}
+
+// Apart, so that a linear segment does not pay for the registers that a cubic one needs.
+[[gnu::noinline]] float CubicValueAt(const KeyList& pKeys, const KPriFCurveKey* pFrom,
+                                     const KPriFCurveKey* pTo, int pIndex, unsigned pSlot,
+                                     double pT)
+{
+    return CubicSegmentValue(SegmentAt(pKeys, {pIndex, pSlot, pFrom, pTo, pT}), pT);
+}
+
+// The value of a curve without custom types at a place between two keys or on one of them.
+inline float ValueAt(const KeyList& pKeys, const SegmentPlace& pPlace)
+{
+    // The fraction is what is left of the key index, whose sum was rounded.
+    const double t = pPlace.KeyIndex() - pPlace.index;
+    if (!(t > 0.0 && t < 1.0)) [[unlikely]] {
+        return t > 0.0 ? pPlace.to->mValue : pPlace.from->mValue;
+    }
+    const unsigned interpolation = pPlace.from->mAttribute->GetInterpolation();
+    if (interpolation == eInterpolationLinear) {
+        return Between(pPlace.from->mValue, pPlace.to->mValue, t);
+    }
+    return interpolation == eInterpolationCubic
+               ? CubicValueAt(pKeys, pPlace.from, pPlace.to, pPlace.index, pPlace.slot, t)
+               : StepValue(pPlace.from, pPlace.to);
+}
+
+float CubicSlope(const Segment& pSegment, double pT)
+{
+    const CubicShape shape = ShapeOf(pSegment);
+    const CubicPoints p = PointsOf(pSegment, shape);
+    const double t = static_cast<float>(pT);
+    const float d0 = p.p1 - p.p0;
+    const float d1 = p.p2 - p.p1;
+    const float d2 = p.p3 - p.p2;
+    const float slope = Between(Between(d0, d1, t), Between(d1, d2, t), t);
+    return static_cast<float>(slope * 3.0 / shape.seconds);
+}
+
+// The way between the last two points of de Casteljau.
+float LastDifference(float p0, float p1, float p2, float p3, double pU)
+{
+    const float q0 = Between(p0, p1, pU);
+    const float q1 = Between(p1, p2, pU);
+    const float q2 = Between(p2, p3, pU);
+    return Between(q1, q2, pU) - Between(q0, q1, pU);
+}
+
+float WeightedSlope(const Segment& pSegment, double pT)
+{
+    const CubicShape shape = ShapeOf(pSegment);
+    const auto [wr, wl, p] = WeightedPointsOf(pSegment, shape);
+    const double u = 1.0 - SolveWeightedTime(wr, wl, pT);
+    const float dx = LastDifference(0.0f, wr, 1.0f - wl, 1.0f, u);
+    const float dy = LastDifference(p.p0, p.p1, p.p2, p.p3, u);
+    const float seconds = dx * shape.seconds;
+    return seconds != 0.0f ? dy / seconds : 0.0f;
+}
+
+bool IsCustom(const KPriFCurveKey& pKey)
+{
+    return pKey.mAttribute->GetInterpolation() == eInterpolationCustom;
+}
+
+double SecondsOfTicks(double pTicks)
+{
+    return pTicks / static_cast<double>(KTime::kTicksPerSecond);
+}
+}  // namespace
+
+float Glissa::Evaluate(KTime pTime, int* pHint)
+{
+    int& hint = pHint ? *pHint : mSearchIndex;
+    SegmentPlace place;
+    if (CustomTangentTypeCount() == 0 && FindBeside(mKeys, pTime, hint, place)) [[likely]] {
+        return ValueAt(mKeys, place);
+    }
+    return EvaluateAway(pTime, hint);
+}
+
+// Away from the hint, or with custom tangent types about.
+float Glissa::EvaluateAway(KTime pTime, int& pHint)
+{
+    if (CustomTangentTypeCount() != 0 || KeyGetCount() < 2) [[unlikely]] {
+        return EvaluateAny(pTime, pHint);
+    }
+    SegmentPlace place;
+    if (FindInPages(mKeys, pTime, pHint, place)) [[likely]] {
+        return ValueAt(mKeys, place);
+    }
+    const bool isOutside = pTime < mKeys.FirstTime() || mKeys.LastTime() < pTime;
+    return isOutside ? EvaluateOutside(pTime, pHint) : EvaluateIndex(KeyFind(pTime, &pHint));
+}
+
+// With custom tangent types about, or without a segment.
+float Glissa::EvaluateAny(KTime pTime, int& pHint)
+{
+    if (KeyGetCount() == 0) {
+        return mValue;
+    }
+    float value = 0.0f;
+    if (CustomTangentTypeCount() != 0 &&
+        EvaluateCustomAround(KeyFindAll(pTime, &pHint), pTime, value)) {
+        return value;
+    }
+    const bool isOutside = pTime < mKeys.FirstTime() || mKeys.LastTime() < pTime;
+    return isOutside && KeyGetCount() > 1 ? EvaluateOutside(pTime, pHint)
+                                          : EvaluateIndex(KeyFindAll(pTime, &pHint));
+}
+
+// Before the first or after the last of two keys at least.
+float Glissa::EvaluateOutside(KTime pTime, int& pHint)
+{
+    const int count = KeyGetCount();
+    const KTime first = mKeys.FirstTime();
+    const KTime last = mKeys.LastTime();
+    const bool isBefore = pTime < first;
+    const unsigned mode = isBefore ? mPreExtrapolation : mPostExtrapolation;
+    const unsigned repetitions = isBefore ? mPreExtrapolationCount : mPostExtrapolationCount;
+    const std::uint64_t span = TicksBetween(first, last);
+    const std::uint64_t distance =
+        isBefore ? TicksBetween(pTime, first) : TicksBetween(last, pTime);
+    if (mode == eExtrapolationKeepSlope && span != 0) {
+        // The line runs on for the spans of the count and then holds.
+        const bool isHeld = repetitions != kEndlessCount && distance / span >= repetitions;
+        const double ticks =
+            isHeld ? static_cast<double>(span) * repetitions : static_cast<double>(distance);
+        const double seconds = SecondsOfTicks(ticks);
+        return static_cast<float>(isBefore ? mKeys[0].mValue - seconds * KeyGetRightDerivative(0)
+                                           : mKeys[count - 1].mValue +
+                                                 seconds * KeyGetLeftDerivative(count - 1));
+    }
+
+    float value = EvaluateIndex(KeyFindAll(pTime, &pHint));
+    if (mode == eExtrapolationRelativeRepetition && span != 0) {
+        const double rise = static_cast<double>(mKeys[count - 1].mValue) - mKeys[0].mValue;
+        const auto turns = std::min<std::uint64_t>(distance / span + 1, repetitions);
+        const double shift = static_cast<double>(turns) * rise;
+        value = static_cast<float>(isBefore ? value - shift : value + shift);
+    }
+    return value;
+}
+
+float Glissa::EvaluateIndex(double pIndex)
+{
+    const int count = KeyGetCount();
+    if (count == 0) {
+        return mValue;
+    }
+    if (!(pIndex > 0.0)) {
+        return mKeys[0].mValue;
+    }
+    if (pIndex >= count - 1) {
+        return mKeys[count - 1].mValue;
+    }
+    const int index = static_cast<int>(pIndex);
+    const double t = pIndex - index;
+    return t == 0.0 ? mKeys[index].mValue : EvaluateSegment(index, t);
+}
+
+float Glissa::EvaluateSegment(int pIndex, double pT)
+{
+    const KPriFCurveKey& from = mKeys[pIndex];
+    const KPriFCurveKey& to = mKeys[pIndex + 1];
+    switch (from.mAttribute->GetInterpolation()) {
+    case eInterpolationLinear:
+        return Between(from.mValue, to.mValue, pT);
+    case eInterpolationCubic:
+        return CubicSegmentValue(SegmentAt(mKeys, PlaceAt(mKeys, pIndex)), pT);
+    case eInterpolationCustom: {
+        if (CustomTangentTypeCount() == 0) {
+            return 0.0f;
+        }
+        const double start = from.mTime.GetSecondDouble();
+        const double stop = to.mTime.GetSecondDouble();
+        return CallCustomEvaluation(pIndex + pT, KTime::FromSeconds(start + (stop - start) * pT));
+    }
+    default:
+        return StepValue(&from, &to);
+    }
+}
+
+// Whether a custom key lies at or beside the index; the custom type then answers for the time.
+bool Glissa::EvaluateCustomAround(double pIndex, KTime pTime, float& pValue)
+{
+    const int last = KeyGetCount() - 1;
+    const auto keyAt = [this, last](double pPlace) -> const KPriFCurveKey& {
+        return mKeys[std::clamp(static_cast<int>(pPlace), 0, last)];
+    };
+    if (!IsCustom(keyAt(std::floor(pIndex))) && !IsCustom(keyAt(std::ceil(pIndex)))) {
+        return false;
+    }
+    pValue = CallCustomEvaluation(pIndex, pTime);
+    return true;
+}
+
+float Glissa::CallCustomEvaluation(double pIndex, KTime pTime)
+{
+    GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
+    GlissaEvaluationEvent* event = manager.AcquireCustomTangentEvaluationEventObject();
+    event->mKeyIndex = pIndex;
+    event->mTime = pTime;
+    event->mCurve = this;
+    event->mResult = 0.0;
+    manager.CallCustomEvaluation(event);
+    const double result = event->mResult;
+    manager.ReleaseCustomTangentEvaluationEventObject(event);
+    return static_cast<float>(result);
+}
+
+float Glissa::EvaluateLeftDerivative(KTime pTime, int* pHint)
+{
+    return KeyGetCount() < 2 ? 0.0f : SlopeAtIndex(KeyFind(pTime, pHint), false);
+}
+
+float Glissa::EvaluateRightDerivative(KTime pTime, int* pHint)
+{
+    return KeyGetCount() < 2 ? 0.0f : SlopeAtIndex(KeyFind(pTime, pHint), true);
+}
+
+// The two sides differ on a key only. Outside the keys there is no slope.
+float Glissa::SlopeAtIndex(double pIndex, bool pRightSide)
+{
+    if (pIndex < 0.0 || pIndex > KeyGetCount() - 1) {
+        return 0.0f;
+    }
+    const int index = static_cast<int>(pIndex);
+    const double t = pIndex - index;
+    if (t == 0.0) {
+        return pRightSide ? KeyGetRightDerivative(index) : KeyGetLeftDerivative(index);
+    }
+    const Segment segment = SegmentAt(mKeys, PlaceAt(mKeys, index));
+    switch (segment.from->mAttribute->GetInterpolation()) {
+    case eInterpolationLinear:
+        return static_cast<float>(Secant(*segment.from, *segment.to));
+    case eInterpolationCubic:
+        return IsWeighted(*segment.from) ? WeightedSlope(segment, t) : CubicSlope(segment, t);
+    default:
+        return 0.0f;
+    }
+}

@@ -1,0 +1,301 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// A slope is stored as a number that means something else to each kind of tangent, and for all
+// kinds but user it depends on where the neighbours stand. Here the numbers are found that give the
+// slopes wanted, and what comes out of them is measured.
+
+#include "glissa/curve/hold_slopes.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+/// A slope is kept when it is met to this share of the steepest slope or secant at its key: some
+/// roundings of float more than the parameters of a well-placed key need.
+constexpr double kKeptShare = 0x1p-20;
+/// Slopes are the same to this share of their own: nothing is written for a rounding.
+constexpr double kSameShare = 0x1p-22;
+/// On an automatic side as well to this much: slopes and differences of secants below 1e-5 count as
+/// zero where a parameter is made, and a mean of secants may then stand for a slope 2.5 such
+/// differences away from it.
+constexpr double kKeptAutoSlope = 4e-5;
+
+bool IsCubic(const Glissa& pCurve, int pIndex)
+{
+    return pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic;
+}
+
+bool IsCubicKind(const Glissa& pCurve, int pIndex, unsigned pKind)
+{
+    return IsCubic(pCurve, pIndex) && pCurve.KeyGetTangeantMode(pIndex, false) == pKind;
+}
+
+// A kind without a name has slope 0 and no slot for the left slope of the key behind.
+bool HasNoSlopes(const Glissa& pCurve, int pIndex)
+{
+    switch (pCurve.KeyGetTangeantMode(pIndex, false)) {
+    case eTangentAuto:
+    case eTangentAutoBreak:
+    case eTangentUser:
+    case eTangentUserBreak:
+    case eTangentTCB:
+        return false;
+    default:
+        return IsCubic(pCurve, pIndex);
+    }
+}
+
+// A side shapes the curve when the segment on it is cubic.
+bool LeftCounts(const Glissa& pCurve, int pIndex)
+{
+    return pIndex > 0 && IsCubic(pCurve, pIndex - 1);
+}
+
+bool RightCounts(const Glissa& pCurve, int pIndex)
+{
+    return pIndex < pCurve.KeyGetCount() - 1 && IsCubic(pCurve, pIndex);
+}
+
+Slopes SlopesOf(Glissa& pCurve, int pIndex)
+{
+    return {pCurve.KeyGetLeftDerivative(pIndex), pCurve.KeyGetRightDerivative(pIndex)};
+}
+
+/// A key, the slopes that it is to have, and those of the key behind it where an answer that spoils
+/// them is none.
+struct Hold
+{
+    Glissa& curve;
+    int index;
+    Slopes slopes;
+    const Slopes* next;
+};
+
+bool IsNear(double pGot, double pWanted, double pTolerance)
+{
+    return pGot == pWanted || std::fabs(pGot - pWanted) <= pTolerance;
+}
+
+// Whether no parameter of the key would come nearer in float.
+bool HasSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
+{
+    const Slopes got = SlopesOf(pCurve, pIndex);
+    const auto isSame = [](double pGot, double pWanted) {
+        return IsNear(pGot, pWanted, kSameShare * std::fabs(pWanted));
+    };
+    return (!LeftCounts(pCurve, pIndex) || isSame(got.left, pSlopes.left)) &&
+           (!RightCounts(pCurve, pIndex) || isSame(got.right, pSlopes.right));
+}
+
+bool KeepsSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
+{
+    double toLeft = 0.0;
+    double toRight = 0.0;
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, &pCurve, pIndex);
+    const double secants = std::max(std::fabs(toLeft), std::fabs(toRight));
+    const bool isUser = (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentUser) != 0;
+    const Slopes got = SlopesOf(pCurve, pIndex);
+    const auto isKept = [&](double pGot, double pWanted) {
+        const double share = kKeptShare * std::max(isUser ? 0.0 : secants, std::fabs(pWanted));
+        return IsNear(pGot, pWanted, share + (isUser ? 0.0 : kKeptAutoSlope));
+    };
+    return (!LeftCounts(pCurve, pIndex) || isKept(got.left, pSlopes.left)) &&
+           (!RightCounts(pCurve, pIndex) || isKept(got.right, pSlopes.right));
+}
+
+// Right after left: the left slope of a user tangent takes the right one along.
+void SetSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
+{
+    if (IsCubicKind(pCurve, pIndex, eTangentTCB)) {
+        double tension = pCurve.KeyGetDataFloat(pIndex, eDataTCBTension);
+        double continuity = 0.0;
+        double bias = 0.0;
+        GLISSA_ComputeTCBFromBezierForKey(tension, continuity, bias, pSlopes.left, pSlopes.right,
+                                          &pCurve, pIndex);
+        pCurve.KeySetDataFloat(pIndex, eDataTCBTension, static_cast<float>(tension));
+        pCurve.KeySetDataFloat(pIndex, eDataTCBContinuity, static_cast<float>(continuity));
+        pCurve.KeySetDataFloat(pIndex, eDataTCBBias, static_cast<float>(bias));
+        return;
+    }
+    if (LeftCounts(pCurve, pIndex)) {
+        pCurve.KeySetLeftDerivative(pIndex, pSlopes.left);
+    }
+    if (RightCounts(pCurve, pIndex)) {
+        pCurve.KeySetRightDerivative(pIndex, pSlopes.right);
+    }
+}
+
+// Sets the slopes, and those of the key behind, which are stored in this one or follow from it.
+bool SetAndTest(const Hold& pHold)
+{
+    if (!HasSlopes(pHold.curve, pHold.index, pHold.slopes)) {
+        SetSlopes(pHold.curve, pHold.index, pHold.slopes);
+    }
+    if (pHold.next && !HasSlopes(pHold.curve, pHold.index + 1, *pHold.next)) {
+        SetSlopes(pHold.curve, pHold.index + 1, *pHold.next);
+    }
+    return KeepsSlopes(pHold.curve, pHold.index, pHold.slopes) &&
+           (!pHold.next || KeepsSlopes(pHold.curve, pHold.index + 1, *pHold.next));
+}
+
+// Finds parameters that give a key its slopes; a refinement that decides otherwise goes. False
+// where the kind of the key, or of a neighbour, has no such parameters.
+bool HoldByParameters(const Hold& pHold)
+{
+    Glissa& curve = pHold.curve;
+    if (SetAndTest(pHold)) {
+        return true;
+    }
+    const unsigned kind = curve.KeyGetTangeantMode(pHold.index, false);
+    if (curve.KeyGetTangeantMode(pHold.index, true) == kind) {
+        return false;
+    }
+    curve.KeySetTangeantMode(pHold.index, kind);
+    return SetAndTest(pHold);
+}
+
+// Gives a cubic key another kind of tangent for the sake of its slopes. False, and the key as it
+// was, where that does not work either.
+bool HoldByKind(const Hold& pHold, unsigned pKind)
+{
+    Glissa& curve = pHold.curve;
+    const KPriFCurveKeyAttr old = curve.KeyGet(pHold.index).GetKeyAttr();
+    if (!IsCubic(curve, pHold.index) || old.GetTangeantMode(false) == pKind ||
+        (pKind == eTangentTCB && old.GetTangeantWeightMode() != 0)) {
+        return false;
+    }
+    KPriFCurveKeyAttr changed = old;
+    changed.SetTangeantMode(pKind);
+    changed.mData[0] = 0.0f;
+    // Slot 1 mostly means the same to all kinds but TCB, which has its own use for two more slots.
+    if (pKind == eTangentTCB || old.GetTangeantMode(false) == eTangentTCB) {
+        changed.mData[1] = 0.0f;
+        changed.ResetWeights();
+    }
+    if (pKind == eTangentTCB) {
+        changed.mData[eDataTCBBias] = 0.0f;
+    }
+    curve.KeyAttrSet(pHold.index, changed);
+    if (SetAndTest(pHold)) {
+        return true;
+    }
+    curve.KeyAttrSet(pHold.index, old);
+    SetAndTest(pHold);
+    return false;
+}
+
+// The user tangent that can have two slopes, and a plain one where they are one.
+unsigned UserKindFor(const Hold& pHold)
+{
+    const bool isOne = pHold.slopes.left == pHold.slopes.right ||
+                       !LeftCounts(pHold.curve, pHold.index) ||
+                       !RightCounts(pHold.curve, pHold.index);
+    return isOne ? eTangentUser : eTangentUserBreak;
+}
+
+// Behind a TCB key a left slope has no place of its own. One is made by another tangent of that
+// key, which keeps its slopes.
+bool HoldByKeyBefore(const Hold& pHold)
+{
+    const int before = pHold.index - 1;
+    if (before < 0 || !IsCubicKind(pHold.curve, before, eTangentTCB)) {
+        return false;
+    }
+    const KPriFCurveKeyAttr old = pHold.curve.KeyGet(before).GetKeyAttr();
+    const Hold key{pHold.curve, before, SlopesOf(pHold.curve, before), nullptr};
+    if (!HoldByKind(key, UserKindFor(key))) {
+        return false;
+    }
+    if (HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold))) {
+        return true;
+    }
+    pHold.curve.KeyAttrSet(before, old);
+    return false;
+}
+
+// The greater of the two errors in value at a third of the segments beside a key.
+double Misfit(const Hold& pHold)
+{
+    Glissa& curve = pHold.curve;
+    const int index = pHold.index;
+    const Slopes got = SlopesOf(curve, index);
+    const auto error = [&curve](double pGot, double pWanted, int pFrom) {
+        const KTime gap = curve.KeyGetTime(pFrom + 1) - curve.KeyGetTime(pFrom);
+        return std::fabs(pGot - pWanted) * gap.GetSecondDouble();
+    };
+    return std::max(LeftCounts(curve, index) ? error(got.left, pHold.slopes.left, index - 1) : 0.0,
+                    RightCounts(curve, index) ? error(got.right, pHold.slopes.right, index) : 0.0);
+}
+
+void HoldByAll(const Hold& pHold)
+{
+    if (HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold)) ||
+        HoldByKind(pHold, eTangentTCB) || HoldByKeyBefore(pHold)) {
+        return;
+    }
+    // In a row of TCB keys with equal values two slopes cannot be had: one of them then, on the
+    // side where it matters more.
+    const KPriFCurveKeyAttr old = pHold.curve.KeyGet(pHold.index).GetKeyAttr();
+    const double least = Misfit(pHold);
+    for (const float slope : {pHold.slopes.left, pHold.slopes.right}) {
+        const Hold one{pHold.curve, pHold.index, {slope, slope}, pHold.next};
+        if (HoldByKind(one, eTangentUser) && Misfit(pHold) < least) {
+            return;
+        }
+        pHold.curve.KeyAttrSet(pHold.index, old);
+        SetAndTest(pHold);
+    }
+}
+}  // namespace
+
+Surroundings SurroundingsOf(Glissa& pCurve, int pLo, int pHi)
+{
+    Surroundings around;
+    around.hasLo = pLo >= 0;
+    around.hasHi = pHi < pCurve.KeyGetCount();
+    if (around.hasLo) {
+        around.loLeft = pCurve.KeyGetLeftDerivativeInfo(pLo);
+        around.loRight = pCurve.KeyGetRightDerivativeInfo(pLo);
+    }
+    if (around.hasHi) {
+        around.hiLeft = pCurve.KeyGetLeftDerivativeInfo(pHi);
+        around.hiRight = pCurve.KeyGetRightDerivativeInfo(pHi);
+    }
+    return around;
+}
+
+void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
+{
+    const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
+    const Slopes next = hasNext ? SlopesOf(pCurve, pIndex + 1) : Slopes{};
+    HoldByAll({pCurve, pIndex, pSlopes, hasNext ? &next : nullptr});
+}
+
+// From left to right: slot 1 of each key holds the left slope of the one behind it.
+void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, float pSlope)
+{
+    const int hi = pIndex + 1;
+    if (pAround.hasLo) {
+        if (HasNoSlopes(pCurve, pIndex - 1)) {
+            HoldByKind({pCurve, pIndex - 1, {0.0f, 0.0f}, nullptr}, eTangentUser);
+        }
+        // Behind the last key, as before the first one, the tangent runs on.
+        const GlissaTangeantInfo& right = pAround.hasHi ? pAround.loRight : pAround.loLeft;
+        HoldByAll({pCurve, pIndex - 1, {pAround.loLeft.mDerivative, right.mDerivative}, nullptr});
+    }
+    HoldByAll({pCurve, pIndex, {pSlope, pSlope}, nullptr});
+    if (!pAround.hasHi) {
+        return;
+    }
+    const GlissaTangeantInfo& left = pAround.hasLo ? pAround.hiLeft : pAround.hiRight;
+    const bool hasNext = hi + 1 < pCurve.KeyGetCount();
+    const Slopes next = hasNext ? SlopesOf(pCurve, hi + 1) : Slopes{};
+    const Hold end{
+        pCurve, hi, {left.mDerivative, pAround.hiRight.mDerivative}, hasNext ? &next : nullptr};
+    // The new key gives way before the old one.
+    if (!HoldByParameters(end) && !HoldByKeyBefore(end)) {
+        HoldByAll(end);
+    }
+}

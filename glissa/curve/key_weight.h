@@ -1,0 +1,51 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: the 16-bit form of weights and velocities.
+#pragma once
+
+#include "glissa/curve/key.h"
+
+#include <bit>
+#include <cstdint>
+
+/// Stored numbers are the real value times this, truncated toward zero.
+constexpr float kStoredScale = 9999.0f;
+constexpr std::int16_t kDefaultWeightNumber = 3333;
+
+/// Two numbers that share a float slot: a weight or a velocity of each side.
+struct WeightPair
+{
+    std::int16_t mRight;
+    std::int16_t mNextLeft;
+
+    static WeightPair FromSlot(float pSlot) { return std::bit_cast<WeightPair>(pSlot); }
+    float ToSlot() const { return std::bit_cast<float>(*this); }
+};
+static_assert(sizeof(WeightPair) == sizeof(float));
+
+inline float FromStoredNumber(std::int16_t pNumber)
+{
+    return static_cast<float>(pNumber) / kStoredScale;
+}
+
+/// Clamped to 1..9899. NaN takes the least weight.
+inline std::int16_t ToStoredWeight(float pWeight)
+{
+    const float weight = !(pWeight > kGlissaMinWeight) ? kGlissaMinWeight
+                         : pWeight > kGlissaMaxWeight  ? kGlissaMaxWeight
+                                                       : pWeight;
+    return static_cast<std::int16_t>(weight * kStoredScale);
+}
+
+/// Values beyond the 16-bit range stop at its ends. NaN gives 0.
+inline std::int16_t ToStoredVelocity(float pVelocity)
+{
+    const float number = pVelocity * kStoredScale;
+    if (number >= 32767.0f) {
+        return 32767;
+    }
+    if (number <= -32768.0f) {
+        return -32768;
+    }
+    return number == number ? static_cast<std::int16_t>(number) : std::int16_t{0};
+}

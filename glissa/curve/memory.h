@@ -1,0 +1,80 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "corvekit/event/named_event.h"
+#include "glissa/export.h"
+
+#include <cstddef>
+#include <mutex>
+
+/// Zero-filled memory. A size equal to the block size takes a block from the queue; any other adds
+/// its size to the recording memory and comes from the heap.
+GLISSA_API void* WatchMalloc(unsigned long pSize);
+/// Gives back what WatchMalloc gave; pSize is the size that was asked for. Null is allowed.
+GLISSA_API void WatchFree(void* pMemory, unsigned long pSize);
+/// Bytes of key pages and page tables, kept free blocks included.
+GLISSA_API unsigned GetRecordingMemory();
+
+/// Bytes of one page of keys, 1024.
+GLISSA_API int GLISSA_GetFCurveMemoryBlockSize();
+/// How many free blocks are kept for the next recording; 0 or below keeps none.
+GLISSA_API void GLISSA_SetFCurveRecordMemoryBlockCount(int pCount);
+/// Frees every kept block. The caller guarantees that no curve holds one.
+GLISSA_API void GLISSA_ClearMemoryBlockQueue();
+
+/// Recycles memory blocks of one size, so that recording takes its pages without going to the heap.
+///
+/// Free blocks are zero-filled and are handed out first in, first out. A new file refills the free
+/// list to its threshold. The two rings have a lock each, held while their pointers change and
+/// never across an allocation; counts and accounting are plain numbers of one thread.
+class GLISSA_API KMemoryBlockQueue final : public ICallback
+{
+public:
+    KMemoryBlockQueue(int pBlockSize, int pListThreshold);
+    KMemoryBlockQueue(const KMemoryBlockQueue&) = delete;
+    KMemoryBlockQueue& operator=(const KMemoryBlockQueue&) = delete;
+    /// Frees all memory unless a block is still out: then all of it stays.
+    ~KMemoryBlockQueue() override;
+
+    IObject* IQuery(unsigned long pId, int pArgument) override;
+    void Destroy(int pArgument) override;
+
+    /// A zero-filled block, from the free list or the heap.
+    void* GetRecycleMemoryBlock();
+    /// Takes a block back: kept while the free list is below its threshold, else freed.
+    void RecycleMemoryBlock(void* pBlock);
+    /// How many free blocks to keep; fills or trims the free list to that number at once.
+    void SetListThreshold(int pCount);
+    /// Fills the free list up to the threshold.
+    void ValidateListThreshold();
+    /// Frees both lists and every free block; blocks that are out stay with their holders.
+    void FreeAllMemoryList();
+    int GetMemoryBlockSize() const { return mBlockSize; }
+    void OnFileNewEvent(IRegister* pSender, KEventBase* pEvent);
+
+private:
+    struct Node;
+
+    /// First in, first out: mLast is the last node, the one behind it is the first.
+    struct Ring
+    {
+        void Push(Node* pNode);
+        /// The first node, or null.
+        Node* Pop();
+        bool IsEmpty();
+
+        Node* mLast = nullptr;
+        std::mutex mLock;
+    };
+
+    Node* NewNode();
+    void DeleteNode(Node* pNode);
+
+    Ring mFree;
+    Ring mUsed;
+    int mListThreshold;
+    int mBlockSize;
+    int mFreeCount = 0;
+    KGlobalNamedEvent mFileNewEvent;
+};

@@ -1,0 +1,293 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Keys in time: one, all behind one, all or the selected ones, a range.
+//
+// A key that would come too near to a neighbour in the direction of its travel, or pass it, is
+// taken out and put in again. The segments that it leaves and enters then end in the left tangents
+// that they had: info A is that of the key itself, B that of the key it leaves behind, D that of
+// the key in front of which it arrives.
+
+#include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
+#include "glissa/ext/active.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+constexpr KTime kMinimalKeyGap(1411);  // 1e-5 s
+
+bool IsWhole(double pIndex)
+{
+    return pIndex == std::floor(pIndex);
+}
+
+int Ceil(double pIndex)
+{
+    return static_cast<int>(std::ceil(pIndex));
+}
+
+int Floor(double pIndex)
+{
+    return static_cast<int>(std::floor(pIndex));
+}
+}  // namespace
+
+void Glissa::WriteValue(int pIndex, float pValue)
+{
+    ResetCandidate();
+    KPriFCurveKey& key = mKeys[pIndex];
+    key.mValue = pValue;
+    CheckKeyValue(key.mValue);
+    CallbackAddEvent(kGlissaEventValue, pIndex);
+}
+
+void Glissa::WriteTime(int pIndex, KTime pTime)
+{
+    ResetCandidate();
+    mKeys[pIndex].mTime = pTime;
+    mKeys.TimeChanged(pIndex);
+    CallbackAddEvent(kGlissaEventTime, pIndex);
+}
+
+void Glissa::KeySetValue(int pIndex, float pValue)
+{
+    WriteValue(pIndex, pValue);
+}
+
+void Glissa::KeyIncValue(int pIndex, float pValue)
+{
+    WriteValue(pIndex, KeyGetValue(pIndex) + pValue);
+}
+
+void Glissa::KeyMultValue(int pIndex, float pFactor)
+{
+    WriteValue(pIndex, KeyGetValue(pIndex) * pFactor);
+}
+
+void Glissa::KeySetTime(int pIndex, KTime pTime)
+{
+    WriteTime(pIndex, pTime);
+}
+
+void Glissa::KeyIncTime(int pIndex, KTime pTime)
+{
+    WriteTime(pIndex, KeyGetTime(pIndex) + pTime);
+}
+
+int Glissa::KeyMove(int pIndex, KTime pTime)
+{
+    const KTime delta = pTime - KeyGetTime(pIndex);
+    const KeyModifyBracket bracket(*this);
+    if (delta > KTime() && pIndex < KeyGetCount() - 1) {
+        if (KeyGetTime(pIndex + 1) - pTime < kMinimalKeyGap) {
+            return Reinsert(pIndex, pTime, KeyGet(pIndex), pIndex);
+        }
+    } else if (delta <= KTime() && pIndex > 0) {
+        if (pTime - KeyGetTime(pIndex - 1) < kMinimalKeyGap) {
+            return Reinsert(pIndex, pTime, KeyGet(pIndex), pIndex);
+        }
+    }
+    WriteTime(pIndex, pTime);
+    return pIndex;
+}
+
+// A time on no key: the one given, or the next one in steps of the minimal gap. At the end of time
+// the steps go back.
+KTime Glissa::FreeTimeNear(KTime pTime, int* pHint)
+{
+    KTime time = pTime;
+    KTime step = kMinimalKeyGap;
+    while (IsWhole(KeyFind(time, pHint))) {
+        if (time + step == time || time + step == KTime::Infinite()) {
+            step = -kMinimalKeyGap;
+        }
+        time += step;
+    }
+    return time;
+}
+
+int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey, int pHint)
+{
+    int hint = pHint;
+    const KTime time = FreeTimeNear(pTime, &hint);
+    const int arrival = Ceil(KeyFind(time, &hint));
+    const bool hasNext = pIndex + 1 < KeyGetCount();
+    // Between the neighbours that it had, the key arrives in front of the one it leaves behind.
+    const bool hasArrival = arrival < KeyGetCount() && arrival != pIndex && arrival != pIndex + 1;
+    const GlissaTangeantInfo a = KeyGetLeftDerivativeInfo(pIndex);
+    const GlissaTangeantInfo b =
+        hasNext ? KeyGetLeftDerivativeInfo(pIndex + 1) : GlissaTangeantInfo();
+    const GlissaTangeantInfo d =
+        hasArrival && arrival > 0 ? KeyGetLeftDerivativeInfo(arrival) : GlissaTangeantInfo();
+    KeyRemove(pIndex);
+    const int index = KeyAdd(time, pKey, &hint);
+    KeySetLeftDerivativeInfo(index, a, false);
+    if (hasArrival) {
+        KeySetLeftDerivativeInfo(index + 1, d, false);
+    }
+    if (hasNext) {
+        KeySetLeftDerivativeInfo(index > pIndex ? pIndex : pIndex + 1, b, false);
+    }
+    return index;
+}
+
+// The same among keys of which those before may have moved already: D is what the new key finds on
+// its left side when it arrives.
+int Glissa::ReinsertUpward(int pIndex, KTime pTime, const GlissaKey& pKey)
+{
+    int hint = 0;
+    const KTime time = FreeTimeNear(pTime, &hint);
+    const bool hasNext = pIndex + 1 < KeyGetCount();
+    const GlissaTangeantInfo a = KeyGetLeftDerivativeInfo(pIndex);
+    const GlissaTangeantInfo b =
+        hasNext ? KeyGetLeftDerivativeInfo(pIndex + 1) : GlissaTangeantInfo();
+    KeyRemove(pIndex);
+    const int index = KeyAdd(time, pKey, &hint);
+    const GlissaTangeantInfo d = index > 0 ? KeyGetLeftDerivativeInfo(index) : GlissaTangeantInfo();
+    KeySetLeftDerivativeInfo(index, a, false);
+    KeySetLeftDerivativeInfo(index + 1, d, false);
+    if (hasNext) {
+        KeySetLeftDerivativeInfo(index > pIndex ? pIndex : pIndex + 1, b, false);
+    }
+    return index;
+}
+
+bool Glissa::KeyMoveOf(int pIndex, KTime pDelta, float pValue)
+{
+    const int count = KeyGetCount();
+    if (pIndex > 0 && pIndex < count && KeyGetTime(pIndex) + pDelta <= KeyGetTime(pIndex - 1)) {
+        return false;
+    }
+    for (int i = pIndex; i < count && pDelta != KTime(); ++i) {
+        KeyIncTime(i, pDelta);
+    }
+    for (int i = pIndex; i < count && pValue != 0.0f; ++i) {
+        KeyIncValue(i, pValue);
+    }
+    return true;
+}
+
+bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
+{
+    const KeyModifyBracket bracket(*this);
+    ResetCandidate();
+    const int count = KeyGetCount();
+    if (count == 0 && !pSelectedOnly) {
+        SetValue(GetValue() + pValue);
+    }
+    // No key overtakes one that has not moved yet.
+    const bool isUpward = pDelta <= KTime();
+    for (int step = 0; step < count; ++step) {
+        const int i = isUpward ? step : count - 1 - step;
+        if (pSelectedOnly && !KeyGetSelected(i)) {
+            continue;
+        }
+        const int neighbour = isUpward ? i - 1 : i + 1;
+        const KTime target = KeyGetTime(i) + pDelta;
+        const bool isTooNear = pSelectedOnly && neighbour >= 0 && neighbour < count &&
+                               (isUpward ? target - KeyGetTime(neighbour)
+                                         : KeyGetTime(neighbour) - target) < kMinimalKeyGap;
+        if (!isTooNear) {
+            KeyIncTime(i, pDelta);
+            KeyIncValue(i, pValue);
+            continue;
+        }
+        GlissaKey key = KeyGet(i);
+        key.IncValue(pValue);
+        if (isUpward) {
+            ReinsertUpward(i, target, key);
+        } else {
+            Reinsert(i, target, key, 0);
+        }
+    }
+    return true;
+}
+
+bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
+{
+    if (pDelta == KTime()) {
+        return true;
+    }
+    if (pFirst > pLast || pFirst < 0 || pLast >= KeyGetCount()) {
+        return false;
+    }
+    const KeyModifyBracket bracket(*this);
+    ResetCandidate();
+    const bool isUpward = pDelta < KTime();
+    int first = pFirst;
+    int last = pLast;
+    if (first != last) {
+        // The keys that the range will land on go.
+        const KTime firstTime = KeyGetTime(first);
+        const KTime lastTime = KeyGetTime(last);
+        KTime from = firstTime + pDelta;
+        KTime to = lastTime + pDelta;
+        if (isUpward) {
+            to = std::min(to, firstTime);
+        } else {
+            from = std::max(from, lastTime);
+        }
+        if (Delete(from, to, false) && isUpward) {
+            int hint = first;
+            first = Ceil(KeyFind(firstTime, &hint));
+            last = Floor(KeyFind(lastTime, &hint));
+        }
+    }
+
+    int c = isUpward ? first : last;
+    while (isUpward ? c <= last : c >= first) {
+        const KTime target = KeyGetTime(c) + pDelta;
+        const int neighbour = isUpward ? c - 1 : c + 1;
+        const bool hasNeighbour = neighbour >= 0 && neighbour < KeyGetCount();
+        if (!hasNeighbour || (isUpward ? target - KeyGetTime(neighbour)
+                                       : KeyGetTime(neighbour) - target) >= kMinimalKeyGap) {
+            WriteTime(c, target);
+            c += isUpward ? 1 : -1;
+            continue;
+        }
+        const GlissaKey key = KeyGet(c);
+        int hint = isUpward ? KeyGetCount() : 0;
+        const double place = KeyFind(target, &hint);
+        if (IsWhole(place)) {
+            const GlissaTangeantInfo left = KeyGetLeftDerivativeInfo(c);
+            const GlissaTangeantInfo right = KeyGetRightDerivativeInfo(c);
+            KeyRemove(c);
+            const int index = KeyAdd(target, key, &hint);
+            KeySetLeftDerivativeInfo(index, left, false);
+            KeySetRightDerivativeInfo(index, right, false);
+            if (isUpward) {
+                --last;
+            } else {
+                --c;
+            }
+            continue;
+        }
+        const GlissaTangeantInfo a = KeyGetLeftDerivativeInfo(c);
+        const GlissaTangeantInfo b = KeyGetLeftDerivativeInfo(neighbour);
+        const int arrival = isUpward ? Floor(place) : Ceil(place);
+        const bool hasArrival = isUpward ? arrival >= 0 : arrival < KeyGetCount();
+        const GlissaTangeantInfo d =
+            hasArrival ? KeyGetLeftDerivativeInfo(arrival) : GlissaTangeantInfo();
+        KeyRemove(c);
+        const int index = KeyAdd(target, key, &hint);
+        KeySetLeftDerivativeInfo(index, a, false);
+        if (index != c) {
+            KeySetLeftDerivativeInfo(c, b, false);
+        }
+        if (hasArrival) {
+            KeySetLeftDerivativeInfo(isUpward ? index - 1 : index + 1, d, false);
+        }
+        c += isUpward ? 1 : -1;
+    }
+    return true;
+}
+
+bool Glissa::KeyMoveOf(KTime pFrom, KTime pTo, KTime pDelta, bool pInclusive)
+{
+    int first = 0;
+    int last = 0;
+    return FindRange(pFrom, pTo, pInclusive, first, last) && KeyMoveOf(pDelta, first, last);
+}

@@ -1,0 +1,400 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Whole curves and spans: a copy, another curve's keys put in between, a span replaced by those of
+// another curve.
+//
+// Keys come over with their attribute blocks shared. The left side of a key is stored in the key
+// before it, so wherever a key comes to stand between two others, the left side of the one behind
+// it moves house.
+
+#include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+/// A shift of values up to this is none.
+constexpr float kNoShift = 1e-7f;
+constexpr unsigned kHoldsSlope = eTangentUser | eTangentAuto;
+
+int Ceil(double pIndex)
+{
+    return static_cast<int>(std::ceil(pIndex));
+}
+
+int Floor(double pIndex)
+{
+    return static_cast<int>(std::floor(pIndex));
+}
+
+bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRight, bool pIsAuto)
+{
+    return (pIsAuto ? pLeft.mAuto == pRight.mAuto : pLeft.mDerivative == pRight.mDerivative) &&
+           pLeft.mIsWeighted == pRight.mIsWeighted && pLeft.mWeight == pRight.mWeight &&
+           pLeft.mIsVelocity == pRight.mIsVelocity && pLeft.mVelocity == pRight.mVelocity;
+}
+}  // namespace
+
+/// What the values of a span and of the keys behind it become: v + add, or add - v.
+struct Glissa::ValueShift
+{
+    float add;
+    bool isInverted;
+
+    bool IsNone() const { return !(std::fabs(add) > kNoShift); }
+};
+
+/// A span in time; either end may be open.
+struct Glissa::TimeSpan
+{
+    KTime start;
+    KTime stop;
+
+    bool HasStart() const { return start > KTime::MinusInfinite(); }
+    bool HasStop() const { return stop < KTime::Infinite(); }
+};
+
+Glissa* Glissa::Copy(KTime pStart, KTime pStop) const
+{
+    Glissa* copy = GlissaCreate();
+    const TimeSpan span{pStart, pStop};
+    if (!span.HasStart() && !span.HasStop()) {
+        copy->CopyFrom(*this, true);
+    } else {
+        copy->mValue = mValue;
+        copy->mWasData = mWasData;
+        copy->mUpdateId = mUpdateId;
+        copy->mCandidateTime = mCandidateTime;
+        copy->mCandidateValue = mCandidateValue;
+    }
+    return copy;
+}
+
+void Glissa::CopyFrom(const Glissa& pSource, bool pWithKeys)
+{
+    if (&pSource == this) {
+        return;
+    }
+    {
+        const KeyModifyBracket bracket(*this);
+        KeyClear();
+        const int count = pWithKeys ? pSource.KeyGetCount() : 0;
+        if (count > 0) {
+            mValue = pSource.mValue;
+        } else {
+            SetValue(pSource.mValue);
+        }
+        if (pWithKeys) {
+            InitBuffers(count, false);
+            CallbackAddEvent(kGlissaEventRemoved, 0);
+            CallbackAddEvent(kGlissaEventRemoved, -1);
+            mKeys.CopyRecords(pSource.mKeys.Table(), count);
+            for (int i = 0; i < count; ++i) {
+                ++mKeys[i].mAttribute->mReferenceCount;
+            }
+        }
+        if (count > 0) {
+            CallbackAddEvent(kGlissaEventAdded, 0);
+            CallbackAddEvent(kGlissaEventAdded, count - 1);
+        }
+        SetColor(pSource.mColor);
+        mWasData = pSource.mWasData;
+        mPreExtrapolation = pSource.mPreExtrapolation;
+        mPreExtrapolationCount = pSource.mPreExtrapolationCount;
+        mPostExtrapolation = pSource.mPostExtrapolation;
+        mPostExtrapolationCount = pSource.mPostExtrapolationCount;
+        CallbackAddEvent(kGlissaEventOther | eEventEditCopied, 0);
+    }
+    // The end of the bracket would end the candidate that came along.
+    mCandidateTime = pSource.mCandidateTime;
+    mCandidateValue = pSource.mCandidateValue;
+}
+
+void Glissa::Insert(Glissa* pSource, KTime pOffset, float pFirstLeftDerivative,
+                    bool pFirstLeftWeighted, float pFirstLeftWeight)
+{
+    GlissaTangeantInfo info;
+    info.mDerivative = pFirstLeftDerivative;
+    info.mIsWeighted = pFirstLeftWeighted;
+    info.mWeight = pFirstLeftWeight;
+    Insert(pSource, pOffset, info);
+}
+
+void Glissa::Insert(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft)
+{
+    const int added = pSource->KeyGetCount();
+    if (added == 0) {
+        return;
+    }
+    const KTime delta = pOffset - pSource->KeyGetTime(0);
+    ResizeKeyBuffer(KeyGetCount() + added, false);
+    {
+        const KeyModifyBracket bracket(*this);
+        if (KeyGetCount() > 0 && pSource->KeyGetTime(0) + delta <= mKeys.LastTime()) {
+            InsertBetween(pSource, delta, pFirstLeft);
+        } else {
+            const int first = KeyGetCount();
+            for (int i = 0; i < added; ++i) {
+                KeyAppend(pSource->KeyGetTime(i) + delta, pSource, i);
+            }
+            if (!IsLeftToHost(first)) {
+                KeySetLeftDerivativeInfo(first, pFirstLeft, false);
+            }
+        }
+    }
+    CandidateClear();
+}
+
+// A custom key is the host's to fit in, where it is told of new keys.
+bool Glissa::IsLeftToHost(int pIndex) const
+{
+    return mCustomKeyAddEnabled && KeyGetInterpolation(pIndex) == eInterpolationCustom;
+}
+
+/// The left side of a key, as the key before it stores it and as it is.
+struct Glissa::StoredSide
+{
+    bool exists = false;
+    bool isTcb = false;  // the slots are parameters of a TCB key and store no side
+    GlissaKeyAttributes slots{};
+    GlissaTangeantInfo info;
+};
+
+// What the key stores whose segment a time cuts, or which stands there.
+Glissa::StoredSide Glissa::SideBehind(int pIndex)
+{
+    StoredSide side;
+    if (pIndex >= 0 && pIndex < KeyGetCount()) {
+        side.exists = true;
+        side.isTcb = IsCubicTCB(pIndex);
+        side.slots = Attr(pIndex);
+        if (pIndex + 1 < KeyGetCount()) {
+            side.info = KeyGetLeftDerivativeInfo(pIndex + 1);
+        }
+    }
+    return side;
+}
+
+void Glissa::InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantInfo& pFirstLeft)
+{
+    const int last = pSource->KeyGetCount() - 1;
+    int hint = mSearchIndex;
+    int index = -1;
+    StoredSide side;
+    for (int i = 0; i <= last; ++i) {
+        const KTime time = pSource->KeyGetTime(i) + pDelta;
+        const int before = Floor(KeyFind(time, &hint));
+        if (i == 0 || before != index) {
+            side = SideBehind(before);  // else the key put in before cut the same segment
+        }
+        index = KeyAdd(time, pSource, i, &hint);
+        if (IsLeftToHost(index)) {
+            continue;
+        }
+        if (side.exists && (side.isTcb || IsCubicTCB(index))) {
+            KeySetLeftDerivativeInfo(index + 1, side.info, false);
+        } else if (side.exists) {
+            TakeNextLeft(index, side.slots);
+        }
+        if (i == 0) {
+            KeySetLeftDerivativeInfo(index, pFirstLeft, false);
+            continue;
+        }
+        KeySetLeftTangeantWeight(index, pSource->KeyGetLeftTangeantWeight(i));
+        KeySetLeftTangeantWeightedMode(index, pSource->KeyIsLeftTangeantWeighted(i));
+        const GlissaTangeantInfo left = pSource->KeyGetLeftDerivativeInfo(i);
+        KeySetLeftDerivativeInfo(index, left, false);
+        if (i == last && KeyGetInterpolation(index) == eInterpolationCustom) {
+            KeySetRightDerivative(index, left.mDerivative);
+        }
+    }
+}
+
+// Slot 1, the next-left weight and its mode, as they stood in another key.
+void Glissa::TakeNextLeft(int pIndex, const GlissaKeyAttributes& pOld)
+{
+    KeySetDataDouble(pIndex, eDataNextLeftSlope, pOld.mData[eDataNextLeftSlope]);
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    const float weight = pOld.GetDataDouble(eDataNextLeftWeight);
+    if (attributes.GetDataDouble(eDataNextLeftWeight) != weight) {
+        attributes.SetDataDouble(eDataNextLeftWeight, weight);
+        SetData(pIndex, eDataNextLeftWeight, attributes);
+    }
+    KeySetTangeantWeightMode(pIndex, pOld.GetTangeantWeightMode(), eWeightNextLeft);
+}
+
+void Glissa::Replace(Glissa* pSource, KTime pStart, KTime pStop, bool pExactSpan,
+                     bool pKeyEndsWhenEmpty, KTime pOffset)
+{
+    const ValueShift none{0.0f, false};
+    ReplaceSpan(pSource, {pStart, pStop}, pExactSpan, pKeyEndsWhenEmpty, pOffset, none, none);
+}
+
+void Glissa::ReplaceForEulerXYZ(Glissa* pSource, KTime pStart, KTime pStop, float pAddFromStart,
+                                float pAddAfterStop, bool pInvertFromStart, bool pInvertAfterStop,
+                                bool pExactSpan, bool pKeyEndsWhenEmpty, KTime pOffset)
+{
+    ReplaceSpan(pSource, {pStart, pStop}, pExactSpan, pKeyEndsWhenEmpty, pOffset,
+                {pAddFromStart, pInvertFromStart}, {pAddAfterStop, pInvertAfterStop});
+}
+
+void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan,
+                         bool pKeyEndsWhenEmpty, KTime pOffset, const ValueShift& pFromStart,
+                         const ValueShift& pAfterStop)
+{
+    const int sourceCount = pSource->KeyGetCount();
+    if (KeyGetCount() == 0 && sourceCount == 0) {
+        return;
+    }
+    const KeyModifyBracket bracket(*this);
+    TimeSpan wanted = pSpan;  // of the source, which keys are taken
+    TimeSpan target = pSpan;  // of this curve, which keys go
+    bool isEmpty = true;
+    if (sourceCount > 0) {
+        int hint = 0;
+        const KTime start = pSpan.HasStart() ? pSpan.start : pSource->KeyGetTime(0);
+        const KTime stop = pSpan.HasStop() ? pSpan.stop : pSource->KeyGetTime(sourceCount - 1);
+        const int first = Ceil(pSource->KeyFind(start, &hint));
+        const int last = std::min(Floor(pSource->KeyFind(stop, &hint)), sourceCount - 1);
+        isEmpty = first >= sourceCount;
+        target = {start + pOffset, stop + pOffset};
+        if (isEmpty && !pSpan.HasStop()) {
+            target.stop = KTime::Infinite();  // all keys of the source lie before the start
+        }
+        if (!pExactSpan) {
+            wanted.start = isEmpty ? wanted.start : pSource->KeyGetTime(first);
+            wanted.stop = last >= 0 ? pSource->KeyGetTime(last) : wanted.stop;
+        }
+    }
+    if (isEmpty && pKeyEndsWhenEmpty) {
+        HoldSpan(target, pSpan, pSource->GetValue());
+        return;
+    }
+
+    const bool hasKeys = KeyGetCount() > 0;
+    const int first = hasKeys ? Ceil(KeyFind(target.start, nullptr)) : 0;
+    const float leftSlope = EvaluateLeftDerivative(target.start, nullptr);
+    const float rightSlope = EvaluateRightDerivative(target.stop, nullptr);
+    const int behind = hasKeys ? Floor(KeyFind(target.stop, nullptr)) + 1 : 0;
+    const GlissaTangeantInfo behindLeft =
+        behind < KeyGetCount() ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
+    Delete(target.start, target.stop, true);
+    if (isEmpty) {
+        return;
+    }
+
+    const int last = AddSpan(pSource, wanted, pOffset, pFromStart);
+    if (last >= 0) {
+        if (wanted.HasStart() && first < KeyGetCount() && KeyGetTime(first) <= target.stop) {
+            const bool isBefore = KeyGetTime(first) < target.start && first + 1 < KeyGetCount();
+            const int seam = isBefore ? first + 1 : first;
+            if ((Attr(seam).mFlags & kHoldsSlope) != 0) {
+                KeySetLeftDerivative(seam, leftSlope);
+            }
+        }
+        if (wanted.HasStop() && (Attr(last).mFlags & kHoldsSlope) != 0) {
+            KeySetRightDerivative(last, rightSlope);
+        }
+        if (last + 1 < KeyGetCount() &&
+            !IsSameSide(behindLeft, KeyGetLeftDerivativeInfo(last + 1), IsCubicAuto(last + 1))) {
+            KeySetLeftDerivativeInfo(last + 1, behindLeft, false);
+        }
+    }
+    const int rest = last >= 0           ? last + 1
+                     : KeyGetCount() > 0 ? Floor(KeyFind(target.stop, nullptr)) + 1
+                                         : 0;
+    if (!pAfterStop.IsNone() && rest < KeyGetCount()) {
+        for (int i = rest; i < KeyGetCount(); ++i) {
+            ShiftKey(i, pAfterStop);
+        }
+        NegateLeftSlope(rest, pAfterStop);
+    }
+}
+
+// The keys of a source within a span, shifted in time and value. The index of the last one, or -1.
+int Glissa::AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset, const ValueShift& pShift)
+{
+    int sourceHint = 0;
+    int hint = 0;
+    int last = -1;
+    ResetCandidate();
+    for (int i = Ceil(pSource->KeyFind(pSpan.start, &sourceHint));
+         i < pSource->KeyGetCount() && pSource->KeyGetTime(i) <= pSpan.stop; ++i) {
+        const bool isFirst = last < 0;
+        last = KeyAdd(pSource->KeyGetTime(i) + pOffset, pSource, i, &hint);
+        if (!pShift.IsNone()) {
+            ShiftKey(last, pShift);
+            if (isFirst) {
+                NegateLeftSlope(last, pShift);
+            }
+        }
+    }
+    return last;
+}
+
+void Glissa::ShiftKey(int pIndex, const ValueShift& pShift)
+{
+    const float value = KeyGetValue(pIndex);
+    KeySetValue(pIndex, pShift.isInverted ? pShift.add - value : pShift.add + value);
+    if (pShift.isInverted && IsCubicUser(pIndex)) {
+        GlissaKeyAttributes attributes = Attr(pIndex);
+        attributes.mData[eDataRightSlope] = -attributes.mData[eDataRightSlope];
+        attributes.mData[eDataNextLeftSlope] = -attributes.mData[eDataNextLeftSlope];
+        if (WriteAttributes(pIndex, attributes)) {
+            CallbackAddEvent(kGlissaEventOther | eEventEditSlope, pIndex);
+        }
+    }
+}
+
+// The left slope of the first of the keys that were inverted stands in the key before them.
+void Glissa::NegateLeftSlope(int pIndex, const ValueShift& pShift)
+{
+    const int before = pIndex - 1;
+    if (pShift.isInverted && before >= 0 && IsCubicUser(before)) {
+        KeySetDataDouble(before, eDataNextLeftSlope, -KeyGetDataDouble(before, eDataNextLeftSlope));
+    }
+}
+
+// Holds one value through a span. On each side that has an end a key one tick outside keeps the
+// curve that was there, and the keys on the ends are flat.
+void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pValue)
+{
+    constexpr KTime kTick(1);
+    const auto makeKey = [this](int& pHint, int pContinuity) {
+        return CandidateKey(&pHint, static_cast<int>(eInterpolationCubic),
+                            static_cast<int>(eTangentUser), pContinuity, true);
+    };
+    const auto keepOutside = [&](KTime pTime) {
+        int hint = 0;
+        CandidateEvaluate(pTime, &hint);
+        // A key that is there already becomes one of this kind.
+        if (!makeKey(hint, eContinuityInsert)) {
+            makeKey(hint, eContinuityDefault);
+        }
+    };
+    // While the keys inside are there: without them the curve outside would be another.
+    if (pSpan.HasStart()) {
+        keepOutside(pTarget.start - kTick);
+    }
+    if (pSpan.HasStop()) {
+        keepOutside(pTarget.stop + kTick);
+    }
+    Delete(pTarget.start, pTarget.stop, true);
+
+    const auto holdAt = [&](KTime pTime, bool pIsEnd) {
+        int index = 0;
+        CandidateSet(pTime, pValue);
+        if (!makeKey(index, eContinuityDefault) || !pIsEnd) {
+            return;
+        }
+        if (index > 0) {
+            KeySetDataDouble(index - 1, eDataNextLeftSlope, 0.0f);
+        }
+        KeySetDataDouble(index, eDataRightSlope, 0.0f);
+    };
+    holdAt(pTarget.start, pSpan.HasStart());
+    holdAt(pTarget.stop, pSpan.HasStop());
+}

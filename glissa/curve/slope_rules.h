@@ -1,0 +1,86 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: the slopes of a key, from the key and its two neighbours.
+//
+// Where a side stands: the right side of a key in its own slot 0, its left side in slot 1 of the
+// key before. So a left slope is decided by two keys, P before and K itself.
+#pragma once
+
+#include "glissa/curve/key.h"
+#include "glissa/curve/key_weight.h"
+
+/// A key between its neighbours; null where there is none.
+struct KeyWindow
+{
+    const KPriFCurveKey* previous;
+    const KPriFCurveKey* key;
+    const KPriFCurveKey* next;
+};
+
+inline double SecondsBetween(const KPriFCurveKey& pFrom, const KPriFCurveKey& pTo)
+{
+    return (pTo.mTime - pFrom.mTime).GetSecondDouble();
+}
+
+/// Secant slope with the time difference in double.
+inline double Secant(const KPriFCurveKey& pFrom, const KPriFCurveKey& pTo)
+{
+    return (pTo.mValue - pFrom.mValue) / SecondsBetween(pFrom, pTo);
+}
+
+/// Secant slope in float throughout: what automatic tangents rest on.
+inline float FloatSecant(const KPriFCurveKey& pFrom, const KPriFCurveKey& pTo)
+{
+    return (pTo.mValue - pFrom.mValue) / static_cast<float>(SecondsBetween(pFrom, pTo));
+}
+
+/// H of an auto parameter: -100 gives y, 100 gives x, 0 the mean.
+inline double AutoBlend(double pAuto, double pX, double pY)
+{
+    if (pAuto == 0.0) {
+        return (pY + pX) * 0.5;  // what the line below gives, without its divisions
+    }
+    return ((100.0 - pAuto) / 100.0 * pY + (pAuto + 100.0) / 100.0 * pX) * 0.5;
+}
+
+double LeftSlopeFromAuto(double pAuto, double pToLeft, double pToRight);
+double RightSlopeFromAuto(double pAuto, double pToLeft, double pToRight);
+
+/// Secants to the neighbours; at an end the one that exists stands for both. A lone key leaves
+/// pToRight as it is and copies it to pToLeft.
+void SecantsOfKey(const KeyWindow& pKey, double& pToLeft, double& pToRight);
+
+/// The flat sides of a clamped auto key: where a neighbour's value is equal to within 0.0001.
+void FindClampedSides(const KeyWindow& pKey, bool& pLeft, bool& pRight);
+
+/// The progressive clamp, the same on both sides but at an end key with pExtremes.
+void ProgressiveSlopes(const KeyWindow& pKey, bool pExtremes, double& pLeft, double& pRight);
+
+float RightSlopeOfKey(const KeyWindow& pKey, bool pExtremes);
+float LeftSlopeOfKey(const KeyWindow& pKey, bool pExtremes, bool pIgnoreClamp);
+
+/// Whether the weight of the right side of pKey takes part; pIsLast for the last key.
+inline bool IsRightSideWeighted(const GlissaKeyAttributes& pKey, bool pIsLast)
+{
+    if (pIsLast || (pKey.mFlags & eWeightRight) == 0) {
+        return false;
+    }
+    return pKey.GetInterpolation() == eInterpolationCustom ||
+           (pKey.GetInterpolation() == eInterpolationCubic &&
+            (pKey.mFlags & (eTangentAuto | eTangentUser | eTangentBreak)) != 0);
+}
+
+inline float RightWeightOf(const GlissaKeyAttributes& pKey, bool pIsLast)
+{
+    return IsRightSideWeighted(pKey, pIsLast)
+               ? FromStoredNumber(WeightPair::FromSlot(pKey.mData[2]).mRight)
+               : kGlissaDefaultWeight;
+}
+
+/// Weight of the left side of the key after pPrevious.
+inline float LeftWeightAfter(const GlissaKeyAttributes& pPrevious)
+{
+    return (pPrevious.mFlags & eWeightNextLeft) != 0
+               ? FromStoredNumber(WeightPair::FromSlot(pPrevious.mData[2]).mNextLeft)
+               : kGlissaDefaultWeight;
+}

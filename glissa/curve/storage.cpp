@@ -1,0 +1,112 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Room for keys and the brackets around their changes.
+
+#include "glissa/curve/curve.h"
+#include "glissa/ext/active.h"
+
+#include <limits>
+
+int Glissa::KeyGetCountAll() const
+{
+    const std::int64_t repeated = static_cast<std::int64_t>(mPreExtrapolationCount) +
+                                  static_cast<std::int64_t>(mPostExtrapolationCount);
+    // Beyond the range of an int the number stops at its ends.
+    std::int64_t all = 0;
+    if (__builtin_mul_overflow(repeated, static_cast<std::int64_t>(KeyGetCount()) - 1, &all) ||
+        __builtin_add_overflow(all, static_cast<std::int64_t>(KeyGetCount()), &all) ||
+        all > std::numeric_limits<int>::max()) {
+        return std::numeric_limits<int>::max();
+    }
+    return all < std::numeric_limits<int>::min() ? std::numeric_limits<int>::min()
+                                                 : static_cast<int>(all);
+}
+
+void Glissa::InitBuffers(int pCount, bool pClear)
+{
+    mKeys.Reserve(pCount);
+    if (pClear) {
+        ReleaseAllAttributes();
+        mKeys.SetCount(0);
+        mKeys.PagesChangedFrom(0);
+    }
+    ResetCandidate();
+}
+
+int Glissa::KeyAppendFast(KTime pTime, float pValue)
+{
+    const int index = mKeys.Count();
+    if (!mKeys.HasRoomFor(index) || IsInvalidKeyCheckActive()) [[unlikely]] {
+        return AppendWithCare(pTime, pValue);
+    }
+    // Field by field: an aggregate would be put together in memory and read back in other widths,
+    // which stalls every key.
+    KPriFCurveKey& key = mKeys.Append();
+    key.mTime = pTime;
+    key.mAttribute = GlissaDefaultKeyAttr;
+    key.mValue = pValue;
+    ++GlissaDefaultKeyAttr->mReferenceCount;
+    ResetCandidate();
+    IncrementUpdateId(1);
+    return index;
+}
+
+// The same where a page is due or somebody listens for invalid values.
+int Glissa::AppendWithCare(KTime pTime, float pValue)
+{
+    // Before room is made: the listener may change this very curve.
+    CheckKeyValue(pValue);
+    mKeys.Reserve(KeyGetCount() + 1);
+    mKeys.Append() = {pTime, GlissaDefaultKeyAttr, pValue};
+    ++GlissaDefaultKeyAttr->mReferenceCount;
+    ResetCandidate();
+    IncrementUpdateId(1);
+    return KeyGetCount() - 1;
+}
+
+void Glissa::KeyShrink()
+{
+    mKeys.Shrink();
+    if (KeyGetCount() >= 2) {
+        KeyAttrShrink(0, KeyGetCount() - 2);
+    }
+}
+
+void Glissa::KeyClear()
+{
+    const int last = KeyGetCount() - 1;
+    ResetCandidate();
+    ReleaseAllAttributes();
+    mKeys.FreeAll();
+    KeyModifyBegin();
+    CallbackAddEvent(kGlissaEventRemoved, 0);
+    CallbackAddEvent(kGlissaEventRemoved, last);
+    KeyModifyEnd();
+}
+
+void Glissa::KeySetOptimizeEnable(bool pEnable)
+{
+    mFlags = pEnable ? mFlags | kOptimizeEnabled : mFlags & ~kOptimizeEnabled;
+}
+
+void Glissa::KeyModifyBegin()
+{
+    ++mModifyNesting;
+    CallbackEnable(false);
+}
+
+void Glissa::KeyModifyEnd()
+{
+    CORVEKIT_ASSERT(mModifyNesting > 0);
+    if (mModifyNesting <= 0 || --mModifyNesting > 0) {
+        return;
+    }
+    constexpr int kMayBreakSharing = eEventKeyAdd | eEventEditOther;
+    if ((mFlags & kOptimizeEnabled) != 0 && mPendingEvent.GetEventCount() > 0 &&
+        KeyGetCount() > mOptimizeThreshold && (mPendingEvent.GetType() & kMayBreakSharing) != 0) {
+        KeyAttrShrink(mPendingEvent.GetFirstKey() - 1, mPendingEvent.GetLastKey());
+    }
+    ResetCandidate();
+    CallbackEnable(true);
+}

@@ -1,0 +1,270 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// A curve as fields of a document, written and read in the same order: default value, key run,
+// extrapolation, colour. A key of the run takes the values that its kind needs; letters say which.
+
+#include "glissa/curve/store.h"
+
+#include "corvekit/store/tdf.h"
+#include "glissa/curve/curve.h"
+#include "glissa/curve/key_weight.h"
+#include "glissa/curve/store_reader.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+constexpr char kExtrapolationLetters[] = {'0', 'C', 'R', 'M', 'K', 'A'};  // by mode
+
+void WriteInt(KTdf& pTdf, const char* pName, int pValue)
+{
+    pTdf.FieldWriteBegin(pName);
+    pTdf.FieldWriteI(pValue);
+    pTdf.FieldWriteEnd();
+}
+
+void WriteLetter(KTdf& pTdf, const char* pName, char pLetter)
+{
+    pTdf.FieldWriteBegin(pName);
+    pTdf.FieldWriteCH(pLetter);
+    pTdf.FieldWriteEnd();
+}
+
+void WriteExtrapolation(KTdf& pTdf, const char* pName, unsigned pMode, unsigned pCount)
+{
+    if (pMode == eExtrapolationNone || (pMode == eExtrapolationConstant && pCount == 0)) {
+        return;
+    }
+    pTdf.FieldWriteBegin(pName);
+    pTdf.FieldWriteBlockBegin();
+    WriteLetter(pTdf, "Type",
+                pMode < std::size(kExtrapolationLetters) ? kExtrapolationLetters[pMode] : '0');
+    // Without end is all bits set, and on disk -1.
+    WriteInt(pTdf, "Repetition", static_cast<int>(pCount));
+    pTdf.FieldWriteBlockEnd();
+    pTdf.FieldWriteEnd();
+}
+
+void WriteWeights(KTdf& pTdf, const GlissaKeyAttributes& pKey)
+{
+    const unsigned mode = pKey.GetTangeantWeightMode();
+    pTdf.FieldWriteCH(mode == eWeightAll        ? 'a'
+                      : mode == eWeightRight    ? 'r'
+                      : mode == eWeightNextLeft ? 'l'
+                                                : 'n');
+    if ((mode & eWeightRight) != 0) {
+        pTdf.FieldWriteF(pKey.GetDataDouble(eDataRightWeight));
+    }
+    if ((mode & eWeightNextLeft) != 0) {
+        pTdf.FieldWriteF(pKey.GetDataDouble(eDataNextLeftWeight));
+    }
+}
+
+char ClampLetter(const GlissaKeyAttributes& pKey)
+{
+    const unsigned mode = pKey.GetTangeantMode(true);
+    constexpr unsigned kBoth = eTangentClamp | eTangentTimeIndependent;
+    return mode >= eTangentProgressiveClamp        ? 'g'
+           : (mode & kBoth) == kBoth               ? 'b'
+           : (mode & eTangentClamp) != 0           ? 'c'
+           : (mode & eTangentTimeIndependent) != 0 ? 'i'
+                                                   : 'n';
+}
+
+void WriteSlots(KTdf& pTdf, const GlissaKeyAttributes& pKey)
+{
+    pTdf.FieldWriteF(pKey.mData[0]);
+    pTdf.FieldWriteF(pKey.mData[1]);
+}
+
+void WriteTangent(KTdf& pTdf, const GlissaKeyAttributes& pKey)
+{
+    const unsigned kind = pKey.GetTangeantMode(false);
+    switch (kind) {
+    case eTangentAuto:
+    case eTangentAutoBreak:
+        if (pKey.mData[0] == 0.0f && pKey.mData[1] == 0.0f) {
+            pTdf.FieldWriteCH('a');
+        } else {
+            pTdf.FieldWriteCH(kind == eTangentAuto ? 'p' : 'q');
+            WriteSlots(pTdf, pKey);
+        }
+        WriteWeights(pTdf, pKey);
+        pTdf.FieldWriteCH(ClampLetter(pKey));
+        break;
+    case eTangentUser:
+    case eTangentUserBreak:
+        pTdf.FieldWriteCH(kind == eTangentUser ? 's' : 'b');
+        WriteSlots(pTdf, pKey);
+        WriteWeights(pTdf, pKey);
+        break;
+    case eTangentTCB:
+        pTdf.FieldWriteCH('t');
+        WriteSlots(pTdf, pKey);
+        pTdf.FieldWriteF(pKey.mData[eDataTCBBias]);
+        break;
+    default:
+        break;  // no letter: readers take such a key for an automatic one
+    }
+}
+
+// The form of readers that know no auto parameters: both slopes, or "a" and "d" where a side is
+// left to them.
+void WriteAutoAsSlopes(KTdf& pTdf, Glissa& pCurve, int pIndex)
+{
+    const auto attributes = [&pCurve](int i) -> const GlissaKeyAttributes& {
+        return *pCurve.InternalPriKeyAttrGetPtr(i);
+    };
+    const GlissaKeyAttributes& key = attributes(pIndex);
+    const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
+    const float nextLeft = hasNext ? pCurve.KeyGetLeftDerivative(pIndex + 1) : 0.0f;
+    if (key.mData[0] == 0.0f && (pIndex == 0 || attributes(pIndex - 1).mData[1] == 0.0f)) {
+        if (!hasNext || attributes(pIndex + 1).GetInterpolation() != eInterpolationCubic ||
+            (attributes(pIndex + 1).mFlags & eTangentUser) == 0) {
+            pTdf.FieldWriteCH('a');
+            return;
+        }
+        pTdf.FieldWriteCH('d');
+    } else {
+        pTdf.FieldWriteCH(key.GetBreak() ? 'b' : 's');
+        pTdf.FieldWriteF(pCurve.KeyGetRightDerivative(pIndex));
+    }
+    pTdf.FieldWriteF(nextLeft);
+    WriteWeights(pTdf, key);
+}
+
+bool IsAuto(const GlissaKeyAttributes& pKey)
+{
+    const unsigned kind = pKey.GetTangeantMode(false);
+    return kind == eTangentAuto || kind == eTangentAutoBreak;
+}
+
+void WriteKey(KTdf& pTdf, Glissa& pCurve, int pIndex, bool pOlderKeyForm)
+{
+    const KPriFCurveKey& key = *pCurve.InternalPriKeyGetPtr(pIndex);
+    const GlissaKeyAttributes& attributes = *key.mAttribute;
+    pTdf.FieldWriteT(key.mTime);
+    pTdf.FieldWriteF(key.mValue);
+    switch (attributes.GetInterpolation()) {
+    case eInterpolationConstant:
+        pTdf.FieldWriteCH('C');
+        pTdf.FieldWriteCH(attributes.GetConstantMode() == eConstantNext ? 'n' : 's');
+        break;
+    case eInterpolationLinear:
+        pTdf.FieldWriteCH('L');
+        break;
+    case eInterpolationCubic:
+        pTdf.FieldWriteCH('U');
+        if (pOlderKeyForm && IsAuto(attributes)) {
+            WriteAutoAsSlopes(pTdf, pCurve, pIndex);
+        } else {
+            WriteTangent(pTdf, attributes);
+        }
+        break;
+    default:
+        break;  // a custom key is its time and value
+    }
+}
+
+// Leaves both as they are without the field, which a curve lacks that holds its end values.
+void ReadExtrapolation(KTdf& pTdf, const char* pName, unsigned& pMode, unsigned& pCount)
+{
+    if (!pTdf.FieldReadBegin(pName)) {
+        return;
+    }
+    pTdf.FieldReadBlockBegin();
+    const char letter = pTdf.FieldReadCH("Type", '0');
+    const auto found =
+        std::find(std::begin(kExtrapolationLetters), std::end(kExtrapolationLetters), letter);
+    pMode = found == std::end(kExtrapolationLetters)
+                ? eExtrapolationNone
+                : static_cast<unsigned>(found - std::begin(kExtrapolationLetters));
+    pCount = static_cast<unsigned>(pTdf.FieldReadI("Repetition", 0));
+    pTdf.FieldReadBlockEnd();
+    pTdf.FieldReadEnd();
+}
+}  // namespace
+
+bool Glissa::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, bool pOlderKeyForm)
+{
+    KTdf& tdf = *pTdf;
+    tdf.FieldWriteBegin("Default");
+    tdf.FieldWriteF(mValue);
+    tdf.FieldWriteEnd();
+    if (pOnlyDefaults) {
+        return true;
+    }
+    if (KeyGetCount() > 0) {
+        WriteInt(tdf, "KeyVer", eKeyVersionLatest);
+        WriteInt(tdf, "KeyCount", KeyGetCount());
+        tdf.FieldWriteBegin("Key");
+        for (int i = 0; i < KeyGetCount(); ++i) {
+            WriteKey(tdf, *this, i, pOlderKeyForm);
+        }
+        tdf.FieldWriteEnd();
+        WriteExtrapolation(tdf, "Pre-Extrapolation", mPreExtrapolation, mPreExtrapolationCount);
+        WriteExtrapolation(tdf, "Post-Extrapolation", mPostExtrapolation, mPostExtrapolationCount);
+    }
+    if (pWithColor) {
+        tdf.FieldWriteBegin("Color");
+        for (const float each : mColor) {
+            tdf.FieldWriteF(each);
+        }
+        tdf.FieldWriteEnd();
+    }
+    return true;
+}
+
+bool Glissa::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor)
+{
+    return pTdf->FieldReadBegin("Default") && TdfInternalRetrieve(pTdf, pOnlyDefaults, pWithColor);
+}
+
+bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor)
+{
+    KTdf& tdf = *pTdf;
+    // The operations used below close brackets of their own: only within one are they silent.
+    KeyModifyBegin();
+    KeyClear();
+    SetValue(tdf.FieldReadF());
+    tdf.FieldReadEnd();
+    if (!pOnlyDefaults) {
+        mPreExtrapolation = mPostExtrapolation = eExtrapolationConstant;
+        mPreExtrapolationCount = mPostExtrapolationCount = 0;
+        RetrieveKeys(tdf);
+        float color[3] = {};
+        if (pWithColor && tdf.FieldReadBegin("Color")) {
+            for (float& each : color) {
+                each = tdf.FieldReadF();
+            }
+            tdf.FieldReadEnd();
+            SetColor(color);
+        }
+    }
+    CallbackClear();
+    KeyModifyEnd();
+    return true;
+}
+
+void Glissa::RetrieveKeys(KTdf& pTdf)
+{
+    const int version = pTdf.FieldReadI("KeyVer", 0);
+    const int count = pTdf.FieldReadI("KeyCount", 0);
+    if (count <= 0) {
+        return;
+    }
+    if (pTdf.FieldReadBegin("Key")) {
+        StoreReader reader(*this, pTdf, version);
+        reader.ReadKeys(count);
+        pTdf.FieldReadEnd();
+        reader.RemoveBadKeys();
+    }
+    ReadExtrapolation(pTdf, "Pre-Extrapolation", mPreExtrapolation, mPreExtrapolationCount);
+    ReadExtrapolation(pTdf, "Post-Extrapolation", mPostExtrapolation, mPostExtrapolationCount);
+    if (version < eKeyVersionBothSides && KeyGetCount() > 0) {
+        RepairOldestKeys();
+    }
+    KeyAttrShrink(0, KeyGetCount());
+}

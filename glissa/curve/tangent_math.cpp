@@ -1,0 +1,239 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/curve/tangent_math.h"
+
+#include "glissa/curve/curve.h"
+#include "glissa/curve/key_window.h"
+
+#include <cfloat>
+#include <cmath>
+#include <utility>
+
+namespace
+{
+constexpr double kSlopeTolerance = 1e-5;
+constexpr double kSecantTolerance = 1e-10;
+
+void DropSmall(double& pSlope)
+{
+    if (std::fabs(pSlope) < kSlopeTolerance) {
+        pSlope = 0.0;
+    }
+}
+
+// Between equal secants the range is a single slope, which the roundings of its two ends would
+// miss.
+bool IsSlopeOfEqualSecants(double pSlope, double pToLeft, double pToRight)
+{
+    return std::fabs(pToLeft - pToRight) < kSlopeTolerance &&
+           std::fabs(pSlope - pToLeft) < kSlopeTolerance + 8.0 * DBL_EPSILON * std::fabs(pToLeft);
+}
+
+struct Secants
+{
+    double toLeft = 0.0;
+    double toRight = 0.0;
+};
+
+Secants SecantsOf(Glissa* pCurve, int pIndex)
+{
+    Secants secants;
+    SecantsOfKey(WindowOf(pCurve->Keys(), pIndex), secants.toLeft, secants.toRight);
+    return secants;
+}
+
+// The parameter beyond 500 (pSign 1) or below -500 (pSign -1) of a slope d: the root of
+// H(a, x, y) + P(a) K = d that lies outside.
+double OuterAuto(double pSlope, double pX, double pY, double pK, double pSign)
+{
+    const double a = pK / 250000.0;
+    const double b = (pX - pY) / 200.0 - pSign * 2.0 * pK / 500.0;
+    const double c = (pX + pY) / 2.0 + pK - pSlope;
+    const double root = std::sqrt(std::fmax(b * b - 4.0 * a * c, 0.0));
+    const double first = (root - b) / (2.0 * a);
+    const double second = (-root - b) / (2.0 * a);
+    return pSign > 0.0 ? std::fmax(first, second) : std::fmin(first, second);
+}
+
+double InnerAuto(double pSlope, double pX, double pY)
+{
+    return std::fabs(pX - pY) < kSlopeTolerance
+               ? 0.0
+               : (200.0 * pSlope - 100.0 * pX - 100.0 * pY) / (pX - pY);
+}
+}  // namespace
+
+void GLISSA_ComputeLeftBezierFromAuto(double& pOut, const double& pAuto, const double& pToLeft,
+                                      const double& pToRight)
+{
+    pOut = LeftSlopeFromAuto(pAuto, pToLeft, pToRight);
+}
+
+void GLISSA_ComputeRightBezierFromAuto(double& pOut, const double& pAuto, const double& pToLeft,
+                                       const double& pToRight)
+{
+    pOut = RightSlopeFromAuto(pAuto, pToLeft, pToRight);
+}
+
+void GLISSA_ComputeToLeftAndToRight(double& pToLeft, double& pToRight, Glissa* pCurve, int pIndex)
+{
+    SecantsOfKey(WindowOf(pCurve->Keys(), pIndex), pToLeft, pToRight);
+}
+
+void GLISSA_ComputeProgressiveClampedTangents(double& pLeft, double& pRight, Glissa* pCurve,
+                                              int pIndex, bool pExtremes)
+{
+    ProgressiveSlopes(WindowOf(pCurve->Keys(), pIndex), pExtremes, pLeft, pRight);
+}
+
+void GLISSA_ComputeLeftBezierFromAutoForKey(double& pOut, const double& pAuto, Glissa* pCurve,
+                                            int pIndex)
+{
+    if (pCurve->KeyGetCount() == 0) {
+        pOut = 0.0;
+        return;
+    }
+    double toLeft = 0.0;
+    double toRight = 0.0;
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
+    pOut = LeftSlopeFromAuto(pAuto, toLeft, toRight);
+}
+
+void GLISSA_ComputeRightBezierFromAutoForKey(double& pOut, const double& pAuto, Glissa* pCurve,
+                                             int pIndex)
+{
+    if (pCurve->KeyGetCount() == 0) {
+        pOut = 0.0;
+        return;
+    }
+    double toLeft = 0.0;
+    double toRight = 0.0;
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
+    pOut = RightSlopeFromAuto(pAuto, toLeft, toRight);
+}
+
+void GLISSA_ComputeLeftAutoFromBezier(double& pOut, double& pSlope, const double& pToLeft,
+                                      const double& pToRight)
+{
+    double highest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
+    double lowest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
+    DropSmall(highest);
+    DropSmall(lowest);
+    DropSmall(pSlope);
+    const bool falls = pToLeft > pToRight;
+    if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
+        pOut = 0.0;
+    } else if (falls ? pSlope > highest : highest > pSlope) {
+        pOut = OuterAuto(pSlope, pToLeft, pToRight, falls ? 1000.0 : -1000.0, 1.0);
+    } else if (falls ? lowest > pSlope : pSlope > lowest) {
+        pOut = OuterAuto(pSlope, pToLeft, pToRight, falls ? -1000.0 : 1000.0, -1.0);
+    } else {
+        pOut = InnerAuto(pSlope, pToLeft, pToRight);
+    }
+}
+
+void GLISSA_ComputeRightAutoFromBezier(double& pOut, double& pSlope, const double& pToLeft,
+                                       const double& pToRight)
+{
+    double lowest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
+    double highest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
+    DropSmall(highest);
+    DropSmall(lowest);
+    DropSmall(pSlope);
+    const bool rises = !(pToLeft > pToRight);
+    if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
+        pOut = 0.0;
+    } else if (rises ? pSlope > highest : highest > pSlope) {
+        pOut = OuterAuto(pSlope, pToRight, pToLeft, rises ? 1000.0 : -1000.0, 1.0);
+    } else if (rises ? lowest > pSlope : pSlope > lowest) {
+        pOut = OuterAuto(pSlope, pToRight, pToLeft, rises ? -1000.0 : 1000.0, -1.0);
+    } else {
+        pOut = InnerAuto(pSlope, pToRight, pToLeft);
+    }
+}
+
+void GLISSA_ComputeLeftAutoFromBezierForKey(double& pOut, double& pSlope, Glissa* pCurve,
+                                            int pIndex)
+{
+    pOut = 0.0;
+    if (pCurve->KeyGetCount() > 0) {
+        const auto [toLeft, toRight] = SecantsOf(pCurve, pIndex);
+        GLISSA_ComputeLeftAutoFromBezier(pOut, pSlope, toLeft, toRight);
+    }
+}
+
+void GLISSA_ComputeRightAutoFromBezierForKey(double& pOut, double& pSlope, Glissa* pCurve,
+                                             int pIndex)
+{
+    pOut = 0.0;
+    if (pCurve->KeyGetCount() > 0) {
+        const auto [toLeft, toRight] = SecantsOf(pCurve, pIndex);
+        GLISSA_ComputeRightAutoFromBezier(pOut, pSlope, toLeft, toRight);
+    }
+}
+
+void GLISSA_ComputeBezierFromAuto(double& pLeftSlope, double& pRightSlope, const double& pLeftAuto,
+                                  const double& pRightAuto, const double& pToLeft,
+                                  const double& pToRight)
+{
+    GLISSA_ComputeLeftBezierFromAuto(pLeftSlope, pLeftAuto, pToLeft, pToRight);
+    GLISSA_ComputeRightBezierFromAuto(pRightSlope, pRightAuto, pToLeft, pToRight);
+}
+
+void GLISSA_ComputeAutoFromBezier(double& pLeftAuto, double& pRightAuto, double& pLeftSlope,
+                                  double& pRightSlope, const double& pToLeft,
+                                  const double& pToRight)
+{
+    GLISSA_ComputeLeftAutoFromBezier(pLeftAuto, pLeftSlope, pToLeft, pToRight);
+    GLISSA_ComputeRightAutoFromBezier(pRightAuto, pRightSlope, pToLeft, pToRight);
+}
+
+void GLISSA_ComputeBezierFromAutoForKey(double& pLeftSlope, double& pRightSlope,
+                                        const double& pLeftAuto, const double& pRightAuto,
+                                        Glissa* pCurve, int pIndex)
+{
+    GLISSA_ComputeLeftBezierFromAutoForKey(pLeftSlope, pLeftAuto, pCurve, pIndex);
+    GLISSA_ComputeRightBezierFromAutoForKey(pRightSlope, pRightAuto, pCurve, pIndex);
+}
+
+void GLISSA_ComputeAutoFromBezierForKey(double& pLeftAuto, double& pRightAuto, double& pLeftSlope,
+                                        double& pRightSlope, Glissa* pCurve, int pIndex)
+{
+    GLISSA_ComputeLeftAutoFromBezierForKey(pLeftAuto, pLeftSlope, pCurve, pIndex);
+    GLISSA_ComputeRightAutoFromBezierForKey(pRightAuto, pRightSlope, pCurve, pIndex);
+}
+
+void GLISSA_ComputeTCBFromBezierForKey(double& pTension, double& pContinuity, double& pBias,
+                                       double pLeftSlope, double pRightSlope, Glissa* pCurve,
+                                       int pIndex)
+{
+    const KeyWindow key = WindowOf(pCurve->Keys(), pIndex);
+    const double tl = key.previous ? Secant(*key.previous, *key.key) : 0.0;
+    const double tr = key.next ? Secant(*key.key, *key.next) : 0.0;
+    // An end key has one side, whose formula lacks the factor of a half.
+    const double l = !key.previous ? 0.0 : !key.next ? pLeftSlope * 0.5 : pLeftSlope;
+    const double r = !key.next ? 0.0 : !key.previous ? pRightSlope * 0.5 : pRightSlope;
+
+    if (std::fabs(tr - tl) < kSecantTolerance) {
+        if (std::fabs(r - l) < kSecantTolerance) {
+            pTension = 0.0;
+            pContinuity = 0.0;
+            pBias = 0.0;
+            return;
+        }
+        pContinuity = (l + r) / (r - l);
+        pBias = 1.0;
+        const double full = (tr + tl) * (1.0 - pContinuity);
+        pTension = full != 0.0 ? (full - l) / full : 0.0;
+        return;
+    }
+    if (std::fabs(1.0 - pTension) < 0.01) {
+        pTension = 0.0;
+    }
+    const double d = tl - tr;
+    pBias = ((l + r) / (1.0 - pTension) - (tr + tl)) / d;
+    const double e = 2.0 * r / (1.0 - pTension) - tr - tl - pBias * d;
+    const double scale = (tr + tl) * pBias + d;
+    pContinuity = std::fabs(e) > kSecantTolerance && scale != 0.0 ? e / scale : e;
+}

@@ -1,0 +1,40 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: inside glissa only, not installed.
+#pragma once
+
+/// What evaluation and every key write ask of the extension managers, as plain data: the managers
+/// keep it true, and asking costs one load, with no call and no guard of a singleton.
+struct ExtActivity
+{
+    int mCustomTangentTypeCount = 0;
+    bool mInvalidKeyCheck = false;
+};
+
+// Hidden where it is declared too, so that the load does not go through the table of symbols that
+// another library could replace.
+[[gnu::visibility("hidden")]] extern ExtActivity gExtActivity;
+
+/// How many custom tangent types are registered.
+inline int CustomTangentTypeCount()
+{
+    return gExtActivity.mCustomTangentTypeCount;
+}
+
+/// Whether anybody listens for invalid key values.
+inline bool IsInvalidKeyCheckActive()
+{
+    return gExtActivity.mInvalidKeyCheck;
+}
+
+/// The part of CheckKeyValue that runs when somebody listens.
+[[gnu::cold]] void CheckKeyValueForListeners(float& pValue);
+
+/// The value check that follows every write of a key's value. Where somebody listens, a value that
+/// is infinite or not a number is reported and then becomes 0; where nobody does, any value stays.
+inline void CheckKeyValue(float& pValue)
+{
+    if (IsInvalidKeyCheckActive()) [[unlikely]] {
+        CheckKeyValueForListeners(pValue);
+    }
+}

@@ -1,0 +1,20 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// Everything public in glissa, for hosts that prefer one include. The library itself names what it
+// needs.
+
+#include "glissa/curve/curve.h"
+#include "glissa/curve/event.h"
+#include "glissa/curve/key.h"
+#include "glissa/curve/key_list.h"
+#include "glissa/curve/memory.h"
+#include "glissa/curve/modify_bracket.h"
+#include "glissa/curve/tangent_math.h"
+#include "glissa/export.h"
+#include "glissa/ext/custom_tangent.h"
+#include "glissa/ext/custom_tangent_events.h"
+#include "glissa/ext/custom_tangent_manager.h"
+#include "glissa/ext/invalid_key_manager.h"
+#include "glissa/settings/settings.h"

@@ -1,0 +1,61 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "io/curve_clip.h"
+
+#include "glissa/curve/curve.h"
+#include "io/name_match.h"
+
+void ClipCurveDestroyer::operator()(Glissa* pCurve) const
+{
+    pCurve->Destroy();
+}
+
+CurveClip::CurveClip(const Clip& pClip, KTime pStart)
+{
+    mCurves.reserve(static_cast<std::size_t>(pClip.mChannelCount));
+    for (std::size_t i = 0; i < pClip.mJoints.size(); ++i) {
+        const ClipJoint& joint = pClip.mJoints[i];
+        for (int channel = 0; channel < static_cast<int>(joint.mChannels.size()); ++channel) {
+            ClipCurve named;
+            named.mName = pClip.GetCurveName(joint, channel);
+            named.mJoint = static_cast<int>(i);
+            named.mChannel = joint.mChannels[static_cast<std::size_t>(channel)];
+            named.mCurve.reset(GlissaCreate());
+            named.mCurve->InitBuffers(pClip.mFrameCount, true);
+            for (int frame = 0; frame < pClip.mFrameCount; ++frame) {
+                // Within a float's range, as the clip promises.
+                named.mCurve->KeyAppendFast(
+                    pStart + pClip.GetTime(frame),
+                    static_cast<float>(pClip.GetValue(frame, joint.mFirstChannel + channel)));
+            }
+            mCurves.push_back(std::move(named));
+        }
+    }
+}
+
+CurveClip::CurveClip(std::vector<ClipCurve> pCurves) : mCurves(std::move(pCurves)) {}
+
+const ClipCurve* CurveClip::Find(std::string_view pName) const
+{
+    for (const ClipCurve& each : mCurves) {
+        if (each.mName == pName) {
+            return &each;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<std::size_t> CurveClip::Match(std::string_view pPattern) const
+{
+    if (const ClipCurve* const named = Find(pPattern)) {
+        return {static_cast<std::size_t>(named - mCurves.data())};
+    }
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < mCurves.size(); ++i) {
+        if (NameMatches(pPattern, mCurves[i].mName)) {
+            found.push_back(i);
+        }
+    }
+    return found;
+}

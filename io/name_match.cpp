@@ -1,0 +1,65 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "io/name_match.h"
+
+namespace
+{
+// The bytes of a character after the first one.
+bool IsContinuation(char pChar)
+{
+    return (static_cast<unsigned char>(pChar) & 0xC0) == 0x80;
+}
+
+std::size_t AfterCharacter(std::string_view pName, std::size_t pAt)
+{
+    do {
+        ++pAt;
+    } while (pAt < pName.size() && IsContinuation(pName[pAt]));
+    return pAt;
+}
+}  // namespace
+
+// Only the last star can still be open: where the rest does not fit behind it, it takes one more
+// character. What stands before the last star fitted at the earliest place, and a later one would
+// leave less of the name to the rest.
+bool NameMatches(std::string_view pPattern, std::string_view pName)
+{
+    constexpr std::size_t kNone = std::string_view::npos;
+    std::size_t pattern = 0;
+    std::size_t name = 0;
+    std::size_t star = kNone;
+    std::size_t taken = 0;
+    while (name < pName.size()) {
+        if (pattern < pPattern.size()) {
+            const char wanted = pPattern[pattern];
+            if (wanted == '*') {
+                star = pattern++;
+                taken = name;
+                continue;
+            }
+            if (wanted == '?') {
+                ++pattern;
+                name = AfterCharacter(pName, name);
+                continue;
+            }
+            const std::size_t literal =
+                wanted == '\\' && pattern + 1 < pPattern.size() ? pattern + 1 : pattern;
+            if (pPattern[literal] == pName[name]) {
+                pattern = literal + 1;
+                ++name;
+                continue;
+            }
+        }
+        if (star == kNone) {
+            return false;
+        }
+        pattern = star + 1;
+        taken = AfterCharacter(pName, taken);
+        name = taken;
+    }
+    while (pattern < pPattern.size() && pPattern[pattern] == '*') {
+        ++pattern;
+    }
+    return pattern == pPattern.size();
+}

@@ -1,0 +1,41 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Random edits beside a naive curve. GLISSA_EDIT_STEPS sets their number, GLISSA_EDIT_SEED the
+// first seed: a million steps take a minute or two.
+
+#include "tests/support/edit_script.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace
+{
+long FromEnvironment(const char* pName, long pDefault)
+{
+    const char* text = std::getenv(pName);
+    return text ? std::atol(text) : pDefault;
+}
+
+TEST(CurveModel, RandomEditsAgreeWithANaiveCurve)
+{
+    constexpr long kStepsOfScript = 2000;
+    const long steps = FromEnvironment("GLISSA_EDIT_STEPS", 40000);
+    const long firstSeed = FromEnvironment("GLISSA_EDIT_SEED", 1);
+    std::vector<long> runs(static_cast<std::size_t>(EditScript::KindCount()));
+    for (long done = 0; done < steps; done += kStepsOfScript) {
+        const long seed = firstSeed + done / kStepsOfScript;
+        EditScript script{EditChoices(static_cast<std::uint64_t>(seed))};
+        for (long step = 0; step < kStepsOfScript; ++step) {
+            ASSERT_EQ("", script.Step()) << "seed " << seed << ", step " << step;
+        }
+        for (std::size_t kind = 0; kind < runs.size(); ++kind) {
+            runs[kind] += script.Runs(static_cast<int>(kind));
+        }
+    }
+    for (std::size_t kind = 0; kind < runs.size(); ++kind) {
+        EXPECT_GT(runs[kind], steps / 1000) << EditScript::KindName(static_cast<int>(kind));
+    }
+}
+}  // namespace

@@ -1,0 +1,169 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/curve/curve.h"
+#include "tests/support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <tuple>
+
+namespace
+{
+CurveHandle MakeCurve(int pKeys)
+{
+    CurveHandle curve(GlissaCreate());
+    for (int i = 0; i < pKeys; ++i) {
+        EXPECT_EQ(i, curve->KeyAppendFast(KTime(i), static_cast<float>(i)));
+    }
+    return curve;
+}
+
+// No free block is kept, so that every page counts.
+class Storage : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        GLISSA_SetFCurveRecordMemoryBlockCount(0);
+        mStart = GetRecordingMemory();
+    }
+    void TearDown() override
+    {
+        EXPECT_EQ(mStart, GetRecordingMemory());
+        EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
+        EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
+    }
+    void ExpectRoom(const Glissa& pCurve, int pPages, int pEntries) const
+    {
+        EXPECT_EQ(pPages - 1, pCurve.Keys().LastPage());
+        EXPECT_EQ(pEntries * 42, pCurve.Keys().Capacity());
+        EXPECT_EQ(pEntries > 0, pCurve.GetPriFCurveKeysList() != nullptr);
+        EXPECT_EQ(pPages * 1024 + pEntries * 8, static_cast<int>(GetRecordingMemory() - mStart));
+    }
+
+    unsigned mStart = 0;
+};
+
+TEST_F(Storage, APageHoldsFortyTwoKeysAndTheTableGrowsByThirtyTwoPages)
+{
+    // A table of 128 entries is itself a block of the queue.
+    using Row = std::tuple<int, int, int>;
+    for (const auto& [keys, pages, entries] :
+         {Row{-3, 0, 0}, Row{0, 0, 0}, Row{1, 1, 32}, Row{42, 1, 32}, Row{43, 2, 32},
+          Row{1343, 32, 32}, Row{1344, 32, 32}, Row{1345, 33, 64}, Row{2689, 65, 96},
+          Row{4032, 96, 96}, Row{4033, 97, 128}}) {
+        SCOPED_TRACE(keys);
+        const CurveHandle appended = MakeCurve(keys);
+        ExpectRoom(*appended, pages, entries);
+        for (int i = 0; i < keys; ++i) {
+            ASSERT_EQ(KTime(i), appended->KeyGetTime(i));
+            ASSERT_EQ(static_cast<float>(i), appended->KeyGetValue(i));
+            ASSERT_EQ(appended->GetPriFCurveKeysList()[i / 42] + i % 42,
+                      appended->InternalPriKeyGetPtr(i));
+        }
+        appended->KeyClear();
+        ExpectRoom(*appended, 0, 0);
+
+        const CurveHandle reserved(GlissaCreate());
+        reserved->ResizeKeyBuffer(keys, false);
+        ExpectRoom(*reserved, pages, entries);
+        EXPECT_EQ(0, reserved->KeyGetCount());
+        reserved->KeyShrink();
+        ExpectRoom(*reserved, 0, 0);
+        EXPECT_EQ(0, reserved->KeyAppendFast(KTime(), 1.0f));
+    }
+}
+
+TEST_F(Storage, ShrinkingFreesPagesAndTableSpaceAndKeepsTheKeys)
+{
+    // In the last row a 33rd entry would not fit the new table.
+    using Row = std::tuple<int, int, int, int>;
+    for (const auto& [room, keys, pages, entries] :
+         {Row{1344, 43, 2, 32}, Row{2688, 43, 2, 32}, Row{2688, 1344, 32, 64},
+          Row{5377, 1345, 33, 64}, Row{8000, 4033, 97, 128}, Row{4033, 1344, 32, 32}}) {
+        SCOPED_TRACE(testing::Message() << room << ' ' << keys);
+        CurveHandle curve = MakeCurve(keys);
+        curve->InitBuffers(room, false);
+        curve->KeyShrink();
+        ExpectRoom(*curve, pages, entries);
+        for (int i = keys; i < keys + 1400; ++i) {
+            curve->KeyAppendFast(KTime(i), static_cast<float>(i));
+        }
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            ASSERT_EQ(static_cast<float>(i), curve->KeyGetValue(i));
+        }
+    }
+}
+
+TEST_F(Storage, FastAppendsAreHeardInTheUpdateIdOnlyAndClearedWithTheirAttributes)
+{
+    CurveHandle curve = MakeCurve(100);
+    int heard = 0;
+    curve->CallbackRegister(
+        [](Glissa*, GlissaEvent*, void* pHeard) { ++*static_cast<int*>(pHeard); }, &heard);
+    curve->KeyAppendFast(KTime(3), 2.0f);  // no test of the order
+    EXPECT_EQ(101, curve->GetUpdateId());
+    EXPECT_EQ(KTime(3), curve->KeyGetTime(100));
+    EXPECT_EQ(102u, GlissaDefaultKeyAttr->mReferenceCount);
+    curve->KeyAttrSeparate(50);
+    for (const int count : {1345, 0}) {
+        curve->InitBuffers(count, true);
+        EXPECT_EQ(0, curve->KeyGetCount());
+        EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
+        EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
+        ExpectRoom(*curve, 33, 64);
+    }
+    EXPECT_EQ(0, heard);
+    curve.reset();
+}
+
+TEST_F(Storage, OnlyTheOutermostEndOfALargeEnoughChangeMerges)
+{
+    const auto blocks = [] { return static_cast<int>(GlissaKeyAttrPool.GetUsedCount()); };
+    using Row = std::tuple<int, int, bool, int, int, bool>;
+    for (const auto& [keys, type, enabled, threshold, brackets, merges] :
+         {Row{17, 0x8010, true, 16, 1, true}, Row{17, 0x810, true, 16, 2, true},
+          Row{17, 0x7010, true, 16, 1, false}, Row{16, 0x8010, true, 16, 1, false},
+          Row{17, 0x8010, false, 16, 1, false}, Row{3, 0x8010, true, 0, 1, true},
+          Row{2, 0x8010, true, 0, 1, false}}) {
+        SCOPED_TRACE(testing::Message() << keys << ' ' << std::hex << type);
+        CurveHandle curve = MakeCurve(keys);
+        for (int i = 0; i < keys; ++i) {
+            curve->KeyAttrSeparate(i);
+        }
+        curve->KeySetOptimizeEnable(enabled);
+        if (threshold != 16) {  // 16 stands at the start
+            curve->KeySetOptimizeThreshold(threshold);
+        }
+        for (int i = 0; i < brackets; ++i) {
+            curve->KeyModifyBegin();
+        }
+        curve->CallbackAddEvent(type, 1);
+        for (int i = 0; i < brackets; ++i) {
+            EXPECT_EQ(keys + 1, blocks());
+            EXPECT_FALSE(curve->IsCallbackEnabled());
+            curve->KeyModifyEnd();
+        }
+        EXPECT_TRUE(curve->IsCallbackEnabled());
+        // From the key before the change to the one behind it: they take the block of key 0.
+        EXPECT_EQ(keys + 1 - (merges ? 2 : 0), blocks());
+    }
+}
+
+TEST_F(Storage, KeysOfRepetitionsAreCountedWithinAnInt)
+{
+    constexpr int kMax = std::numeric_limits<int>::max();
+    constexpr unsigned kLots = std::numeric_limits<unsigned>::max();
+    using Row = std::tuple<int, unsigned, unsigned, int>;
+    for (const auto& [keys, pre, post, all] :
+         {Row{5, 2, 3, 25}, Row{0, 2, 3, -5}, Row{1, 9, 9, 1}, Row{5, kLots, kLots, kMax},
+          Row{0, kLots, kLots, -kMax - 1}}) {
+        const CurveHandle counted = MakeCurve(keys);
+        counted->SetPreExtrapolationCount(pre);
+        counted->SetPostExtrapolationCount(post);
+        EXPECT_EQ(all, counted->KeyGetCountAll());
+    }
+}
+}  // namespace

@@ -1,0 +1,241 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Streams of every version, written by hand, and the keys that they stand for, worked out by hand
+// from the tables of the format.
+
+#include "corvekit/store/tdf.h"
+#include "tests/support/stored_curve.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr unsigned kConstant = eInterpolationConstant;
+constexpr unsigned kLine = eInterpolationLinear;
+constexpr unsigned kAuto = eInterpolationCubic | eTangentAuto;
+constexpr unsigned kUser = eInterpolationCubic | eTangentUser;
+constexpr unsigned kBroken = eInterpolationCubic | eTangentUserBreak;
+constexpr unsigned kTcb = eInterpolationCubic | eTangentTCB;
+
+const std::string kFolder = GLISSA_SOURCE_DIR "/tests/data/curve/";
+
+struct Version
+{
+    const char* file;
+    std::vector<StoredKey> keys;
+};
+
+// A bias of 0.25 has the bits of the weights 0 and 16000; a weight of 0.5 is 4999.
+const Version kVersions[] = {
+    // Handles 1 and 2 of the first segment, a second long: slopes (1 - 0) * 3 and (2 - 3) * -3. The
+    // second segment lasts two seconds and ends at no handle: (4 - 3) * 3 / 2, and 0. The automatic
+    // key at the end takes what the user key before it says of its left side.
+    {"oldest_handles",
+     {{0, 0, kBroken, {3, 3}},
+      {1, 3, kBroken, {1.5f, 0}},
+      {3, 5, kUser, {6, 7}},
+      {4, 5, kUser, {7, 0}},
+      {5, 9, kUser, {0, 0}}}},
+    // Key 1, behind a step: 0, and the right slope of key 2. That is half of 1.5 times secant 4.
+    // Key 3, a line behind TCB: its secant. Key 2, behind what is a user key now: its right slope,
+    // and for key 3 half of 1.5 times secant 2. Key 5, automatic as the last one, behind a step.
+    {"oldest_kinds",
+     {{0, 0, kConstant},
+      {1, 2, kUser, {0, 3}},
+      {2, 6, kBroken, {3, 1.5f}},
+      {3, 6, kBroken, {2, 2}},
+      {4, 8, kConstant},
+      {5, 8, kUser, {0, 0}}}},
+    // Key 6 is automatic as the last one; key 5, behind TCB, takes its left slope by bias 0.5, half
+    // of 0.5 times secant 2, and the secant to the last key. Key 2, behind an automatic one and
+    // before a broken one: the mean of the secants 3 and 0, and the right slope of key 3. Key 1,
+    // behind a user key whose left side an "a" set to 0: that, and the mean at key 2. Key 4: half
+    // of 1.5 times secant 4, and as the left slope of key 5 the one above.
+    {"version_3999",
+     {{0, 0, kUser, {1, 0}},
+      {1, 1, kUser, {0, 1.5f}},
+      {2, 4, kUser, {1.5f, 5}},
+      {3, 4, kBroken, {5, 6}},
+      {4, 8, kBroken, {3, 0.5f}},
+      {5, 8, kUser, {0.5f, 2}},
+      {6, 10, kAuto, {1, 0}}}},
+    {"version_3999_user_behind_tcb",
+     {{0, 0, kTcb, {0, 0}, 0, 0}, {1, 2, kBroken, {1, 0}}, {2, 2, kUser, {0, 1}}, {3, 3, kAuto}}},
+    {"version_3999_line_at_the_end", {{0, 0, kAuto, {0, 100}}, {1, 3, kAuto}}},
+    {"version_4000",
+     {{0, 0, kAuto, {0, 100}},
+      {1, 1, kLine},
+      {2, 2, kAuto, {-100, -20}},
+      {3, 1, kUser, {3, 0}},
+      {4, 0, kAuto, {0, 7}},
+      {5, 0, kAuto, {0, 100}},
+      {6, 1, kConstant},
+      {7, 1, kBroken, {1, 2}},
+      {8, 1, kTcb, {0.5f, -0.5f}, 0, 16000},
+      {9, 1, kAuto, {-2, 3}},
+      {10, 1, kAuto | eTangentBreak | eWeightRight, {1, 2}, 4999}}},
+    {"version_4001",
+     {{0, 0, kAuto}, {1, 1, kUser, {1, 0}}, {2, 2, kAuto}, {3, 1, kBroken, {3, 4}}}},
+    {"version_4002",
+     {{0, 0, kUser | eWeightRight, {1, 0}, 2499},
+      {1, 1, kAuto},
+      {2, 1, kAuto, {0, 9}},
+      {3, 1, kAuto, {0, 5}},
+      {4, 1, kBroken, {1, 1}},
+      {5, 1, kAuto, {0, 2}},
+      {6, 1, kTcb, {0, 0}, 0, 16000},
+      {7, 1, kAuto, {0, 100}},
+      {8, 1, kConstant},
+      {9, 2, kAuto | eWeightAll, {0, 1}, 1, 9899}}},
+    {"version_4003",
+     {{0, 0, kUser | eWeightRight, {1, 0}, 2499},
+      {1, 1, kAuto},
+      {2, 1, kAuto, {0, 9}},
+      {3, 1, kAuto, {0, 5}}}},
+    {"version_4004",
+     {{0, 0, kLine},
+      {1, 1, kAuto},
+      {2, 1, kConstant | eConstantNext},
+      {3, 1, kConstant},
+      {4, 1, kConstant},
+      {5, 1, kUser, {1, 2}},
+      {6, 1, kAuto},
+      {7, 1, kAuto | eTangentBreak, {3, 4}},
+      {8, 1, kAuto, {-4, 0}},
+      {9, 1, kLine}}},
+    // Where the bad keys were, key 3 takes over the left side of the last one: its only secant
+    // stands for both sides, which is parameter 0.
+    {"version_4005",
+     {{0, 0, kAuto | eTangentClamp},
+      {1, 1, kAuto | eWeightRight, {0, 1}, 4999},
+      {2, 3, kAuto | eTangentClamp, {-1, 2}},
+      {3, 1, kAuto | eTangentBreak, {1, 0}},
+      {7, 1, kLine}}},
+    {"version_4006",
+     {{0, 0, kUser | eWeightNextLeft, {1, 1}, 3333, 4999},
+      {1, 1, kAuto | eTangentClamp | eTangentTimeIndependent},
+      {2, 0, kAuto | eTangentTimeIndependent},
+      {3, 1, kAuto | eTangentClamp},
+      {4, 0, kLine}}},
+    {"version_4007",
+     {{0, 0, kAuto | eTangentProgressiveClamp | eWeightAll, {0, 0}, 2499, 7499},
+      {1, 1, kAuto},
+      {2, 1, kAuto | eTangentClamp | eTangentTimeIndependent},
+      {3, 1, kUser, {1, 2}},
+      {4, 1, kTcb, {0, 0}, 0, 16000},
+      {5, 1, kAuto | eTangentClamp, {0, 4}},
+      {6, 1, kAuto | eTangentBreak | eTangentTimeIndependent | eWeightRight, {1, 2}, 4999},
+      {7, 1, kAuto, {-2, 0}},
+      {8, 1, kBroken | eWeightNextLeft, {1, 2}, 3333, 4999}}},
+};
+
+void ExpectRead(KTdf& pTdf, const std::vector<StoredKey>& pKeys)
+{
+    for (const bool checked : {true, false}) {
+        SCOPED_TRACE(checked ? "checked" : "unchecked");
+        pTdf.FieldReadRewind();
+        pTdf.SetCheckedReading(checked);
+        const CurveHandle curve(GlissaCreate());
+        EXPECT_TRUE(curve->TdfRetrieve(&pTdf, false, false));
+        std::vector<RefKey> expected;
+        for (const StoredKey& each : pKeys) {
+            expected.push_back(ToRefKey(each));
+        }
+        ExpectKeys(*curve, expected);
+    }
+}
+
+using CurveStoreVersions = CurveStore;
+
+TEST_F(CurveStoreVersions, EveryVersionReadsAsItWasMeant)
+{
+    for (const Version& version : kVersions) {
+        SCOPED_TRACE(version.file);
+        KTdf tdf;
+        DocumentFromFile(kFolder + version.file + ".txt", tdf);
+        ExpectRead(tdf, version.keys);
+    }
+}
+
+TEST_F(CurveStoreVersions, EveryFileHasItsRow)
+{
+    std::set<std::string> rows;
+    for (const Version& version : kVersions) {
+        rows.insert(version.file);
+    }
+    std::set<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(kFolder)) {
+        files.insert(entry.path().stem().string());
+    }
+    EXPECT_EQ(rows, files);
+}
+
+TEST_F(CurveStoreVersions, ALaterVersionReadsAsTheLatest)
+{
+    KTdf tdf = FromText("Default: D0 KeyVer: I2147483647 KeyCount: I1 Key: T0 D1 'U 'a 'n 'g");
+    ExpectRead(tdf, {{0, 1, kAuto | eTangentProgressiveClamp}});
+    tdf = FromText("Default: D0 KeyVer: I-2147483648 KeyCount: I1 Key: T0 D1 'L");
+    ExpectRead(tdf, {{0, 1, kAuto}});
+}
+
+// What one key says of the key before must not reach others that share its block.
+TEST_F(CurveStoreVersions, WhatIsSaidOfTheKeyBeforeReachesNoOther)
+{
+    KTdf tdf = FromText("Default: D0 KeyVer: I4002 KeyCount: I5 Key: T0 D1 'U 's D1 D2 'l D0.5 "
+                        "T1s D1 'U 's D1 D2 'l D0.5 T2s D1 'U 'a T3s D1 'U 'a T4s D1 'L");
+    ExpectRead(tdf, {{0, 1, kUser | eWeightNextLeft, {1, 2}, 3333, 4999},
+                     {1, 1, kUser, {1, 0}},
+                     {2, 1, kAuto},
+                     {3, 1, kAuto, {0, 100}},
+                     {4, 1, kLine}});
+    EXPECT_EQ(0.0f, GlissaDefaultKeyAttr->mData[1]);
+
+    tdf = FromText("Default: D0 KeyVer: I4005 KeyCount: I3 Key: T0 D1 'U 's D1 D2 'l D0.5 "
+                   "T1s D1 'U 's D1 D2 'l D0.5 T2s D1 'U 'a 'n");
+    ExpectRead(tdf, {{0, 1, kUser | eWeightNextLeft, {1, 2}, 3333, 4999},
+                     {1, 1, kUser, {1, 2}},
+                     {2, 1, kAuto}});
+}
+
+TEST_F(CurveStoreVersions, ABrokenAutomaticKeyKeepsItsNextLeftSide)
+{
+    KTdf tdf = FromText("Default: D0 KeyVer: I3999 KeyCount: I2 "
+                        "Key: T0 D0 'U 'q D0 D4 'n T1s D1 'U 's D1 D2");
+    ExpectRead(tdf, {{0, 0, kAuto | eTangentBreak, {0, 4}}, {1, 1, kAuto, {1, 2}}});
+}
+
+// Their slot 1 is the continuity.
+TEST_F(CurveStoreVersions, KeysBehindTcbLeaveItAlone)
+{
+    KTdf tdf = FromText("Default: D0 KeyCount: I3 Key: T0 D0 'T D0.5 D0.25 D0 "
+                        "T1s D1 'H 'u D7 T2s D1 'H 'b D8 D9");
+    ExpectRead(tdf,
+               {{0, 0, kTcb, {0.5f, 0.25f}, 0, 0}, {1, 1, kBroken, {7, 8}}, {2, 1, kUser, {8, 0}}});
+}
+
+// A step behind TCB has no left slope of its own: half of secant 6 comes of the TCB key.
+TEST_F(CurveStoreVersions, ATcbKeyBetweenAUserKeyAndAStepBecomesSlopes)
+{
+    KTdf tdf = FromText("Default: D0 KeyVer: I3999 KeyCount: I4 Key: T0 D0 'U 's D0 D0 "
+                        "T1s D2 'U 't D0 D0 D0 T2s D2 'C T3s D8 'L");
+    ExpectRead(tdf, {{0, 0, kUser}, {1, 2, kBroken, {1, 3}}, {2, 2, kConstant}, {3, 8, kUser}});
+}
+
+// Damage in a run of handles: no slope comes of a key that does not lie behind.
+TEST_F(CurveStoreVersions, AHandleBeforeABadTimeBecomesAFlatTangent)
+{
+    KTdf tdf = FromText("Default: D0 KeyCount: I3 Key: T1s D1 'B 'B D0 D9 T1s D1 'B 'B D5 D9 "
+                        "T2s D1 'U 't D0 D0 D0");
+    const CurveHandle curve(GlissaCreate());
+    EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, false));
+    ASSERT_EQ(2, curve->KeyGetCount());
+    EXPECT_EQ(0.0f, curve->KeyGetDataFloat(0, eDataRightSlope));
+    ExpectSound(*curve);
+}
+}  // namespace

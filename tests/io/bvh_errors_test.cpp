@@ -1,0 +1,209 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "io/bvh_reader.h"
+#include "io/text_file.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace
+{
+// Two channels, two frames, nine lines before the first frame.
+const std::string kHead = "HIERARCHY\nROOT a\n{\nOFFSET 0 0 0\nCHANNELS 2 Xposition Yposition\n}\n";
+const std::string kMotion = "MOTION\nFrames: 2\nFrame Time: 0.01\n";
+const std::string kFrames = "1 2\n3 4\n";
+
+struct Refusal
+{
+    std::string text;
+    std::int64_t line;
+    const char* reason;  // a part of it
+};
+
+void ExpectRefused(const Refusal& pCase)
+{
+    SCOPED_TRACE(pCase.text.substr(0, 300));
+    const IoResult<Clip> clip = ParseBvh(pCase.text, "bad.bvh");
+    ASSERT_FALSE(clip);
+    EXPECT_EQ("bad.bvh", clip.GetError().mFile);
+    EXPECT_EQ(pCase.line, clip.GetError().mLine);
+    EXPECT_NE(std::string::npos, clip.GetError().mReason.find(pCase.reason))
+        << clip.GetError().GetText();
+}
+
+std::string WithJoint(const std::string& pBody)
+{
+    return "HIERARCHY\nROOT a\n{\n" + pBody + "\n}\n" + kMotion + kFrames;
+}
+
+TEST(BvhErrors, TheTextThatTheCasesAreMadeFromIsGood)
+{
+    EXPECT_TRUE(ParseBvh(kHead + kMotion + kFrames, "good.bvh"));
+    EXPECT_TRUE(ParseBvh(WithJoint("OFFSET 0 0 0\nCHANNELS 2 Xposition Yposition"), "good.bvh"));
+}
+
+TEST(BvhErrors, RefusesABrokenHierarchy)
+{
+    const Refusal cases[] = {
+        {"", 0, "file is empty"},
+        {" \r\n\t\n", 0, "file is empty"},
+        {std::string("\0\x89PNG\x1A", 6), 1, "found '\\x00\\x89PNG\\x1A'"},
+        {"HIERARCHY\r\nROOT a\r\n{\r\nOFFSET 0 0\r\n}\r\n", 5, "number expected, found '}'"},
+        {"OFFSET 0 0 0\n", 1, "HIERARCHY at the start"},
+        {"HIERARCHYROOT a\n", 1, "HIERARCHY at the start"},
+        {"HIERARCHY\n" + kMotion + kFrames, 2, "ROOT expected"},
+        {"HIERARCHY\nJOINT a\n{\nOFFSET 0 0 0\n}\n", 2, "ROOT expected, found 'JOINT'"},
+        {"HIERARCHY\nROOT a\nOFFSET 0 0 0\n", 3, "'{' expected, found 'OFFSET'"},
+        {"HIERARCHY\nROOT a\n{\nOFFSET 0 0 0\n", 5, "'}' of joint 'a' is missing"},
+        {"HIERARCHY\nROOT a\n{\nOFFSET 0 0 0\n" + kMotion, 5, "'}' of joint 'a' is missing"},
+        {kHead + "}\n" + kMotion + kFrames, 7, "'}' without a joint"},
+        {WithJoint("CHANNELS 2 Xposition Yposition"), 5, "joint 'a' has no OFFSET"},
+        {WithJoint("OFFSET 0 0"), 5, "number expected, found '}'"},
+        {WithJoint("OFFSET 0 0 0 0"), 4, "expected, found '0'"},
+        {WithJoint("OFFSET 0 1,5 0"), 4, "number expected, found '1,5'"},
+        {WithJoint("OFFSET 0 nan 0"), 4, "not finite: 'nan'"},
+        {WithJoint("OFFSET 0 0 0\nOFFSET 0 0 0"), 5, "second OFFSET"},
+        {WithJoint("OFFSET 0 0 0\nSCALE 1 1 1"), 5, "found 'SCALE'"},
+        {WithJoint("OFFSET 0 0 0\nROOT b\n{\nOFFSET 0 0 0\n}"), 5, "found 'ROOT'"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS Xposition"), 5, "channel count expected"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS -1"), 5, "0 to 6, found '-1'"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 7 Xposition"), 5, "0 to 6, found '7'"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 99999999999 Xposition"), 5, "0 to 6"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 3 Xposition Yposition"), 6, "channel 3 of 3 expected"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 1 Xposition Yposition"), 5, "more channels than"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 2 Xposition Xscale"), 5, "found 'Xscale'"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 2 Xposition XPosition"), 5, "named twice"},
+        {WithJoint("OFFSET 0 0 0\nCHANNELS 0\nCHANNELS 0"), 6, "second CHANNELS"},
+        {WithJoint("OFFSET 0 0 0\nJOINT b\n{\nOFFSET 0 0 0\n}\nCHANNELS 0"), 9, "behind its child"},
+        {WithJoint("OFFSET 0 0 0\nEnd Site\n{\n}"), 7, "OFFSET of an End Site"},
+        {WithJoint("OFFSET 0 0 0\nEnd Site\nOFFSET 0 0 0"), 6, "'{' of an End Site"},
+        {WithJoint("OFFSET 0 0 0\nEnd Site\n{\nOFFSET 0 0 0\nJOINT b"), 8, "'}' of an End Site"},
+    };
+    for (const Refusal& each : cases) {
+        ExpectRefused(each);
+    }
+}
+
+TEST(BvhErrors, RefusesABrokenMotion)
+{
+    const std::string time = "Frame Time: ";
+    const auto timed = [&](const char* pTime) {
+        return kHead + "MOTION\nFrames: 2\nFrame Time: " + pTime + "\n" + kFrames;
+    };
+    const auto counted = [&](const char* pCount) {
+        return kHead + "MOTION\nFrames: " + pCount + "\nFrame Time: 0.01\n" + kFrames;
+    };
+    const auto framed = [&](const std::string& pFrames) { return kHead + kMotion + pFrames; };
+    const Refusal cases[] = {
+        {kHead, 7, "MOTION or ROOT expected, found the end of the file"},
+        {kHead + "MOTION\n" + time + "0.01\n" + kFrames, 8, "\"Frames:\" expected, found 'Frame'"},
+        {kHead + "MOTION\nFrames: 2\n" + kFrames, 9, "\"Frame Time:\" expected, found '1'"},
+        {counted(""), 8, "frame count expected"},
+        {counted("-2"), 8, "frame count expected, found '-2'"},
+        {counted("2.0"), 8, "frame count expected, found '2.0'"},
+        {counted("99999999999999999999"), 8, "out of range"},
+        {counted("2147483647"), 8, "the rest of the file cannot hold '2147483647' frames"},
+        {counted("7"), 8, "cannot hold"},
+        {counted("3"), 12, "3 frames promised, the file holds 2"},
+        {counted("1"), 11, "more frames than the 1 promised"},
+        {"HIERARCHY\nROOT a{OFFSET 0 0 0}\nMOTION\nFrames: 2\nFrame Time: 1\n\n\n", 4,
+         "no joint has channels"},
+        {timed("0"), 9, "above 0 seconds, found '0'"},
+        {timed("-0.01"), 9, "above 0 seconds"},
+        {timed("nan"), 9, "not finite"},
+        {timed("inf"), 9, "not finite"},
+        {timed("fast"), 9, "number expected, found 'fast'"},
+        {timed(""), 9, "number expected, found the end of the line"},
+        {timed("1e-12"), 9, "shorter than a tick"},
+        {timed("1e11"), 9, "too long"},
+        {timed("3e10"), 9, "too long"},
+        {timed("0.01 s"), 9, "end of the line behind the frame time"},
+        {framed("1 2\n3\n"), 11, "too few numbers in frame 1: 1 for 2 channels"},
+        {framed("1 2\n3\n4 5\n"), 11, "too few numbers in frame 1: 1"},
+        {framed("1 2\n3\n4\n"), 11, "too few numbers in frame 1: 1"},
+        {framed("1\n2 3\n4\n"), 10, "too few numbers in frame 0: 1"},
+        {framed("1\n2\n3\n"), 12, "too few numbers in frame 1: 1"},
+        {framed("1 2 3\n4 5\n"), 10, "too many numbers in frame 0: 3 for 2 channels"},
+        {framed("1 2 3 4\n"), 10, "too many numbers in frame 0: 4"},
+        {framed("1 2\n3 4 5 6\n"), 11, "too many numbers in frame 1: 4"},
+        {framed("1 2\n3 4\nEOF\n"), 12, "end of the file behind the last frame"},
+        {framed("1 2\n3 x\n"), 11, "number expected, found 'x'"},
+        {framed("1 2\n3 4x\n"), 11, "found '4x'"},
+        {framed("1 2\n+-3 4\n"), 11, "found '+-3'"},
+        {framed("1 2\n0x10 4\n"), 11, "found '0x10'"},
+        {framed("1 2\n- 4\n"), 11, "found '-'"},
+        {framed("1 2\n3 -inf\n"), 11, "not finite: '-inf'"},
+        {framed("1 2\nNaN(7) 4\n"), 11, "not finite"},
+        {framed("1 2\n-1.#IND 4\n"), 11, "found '-1.#IND'"},
+        {framed("1 2\n1e39 4\n"), 11, "beyond the range of a float: '1e39'"},
+        {framed("1 2\n-1e999 4\n"), 11, "beyond the range of a float"},
+        {framed("1 2\n1" + std::string(400, '0') + " 4\n"), 11, "beyond the range of a float"},
+        {framed("1 2\n1" + std::string(400, '0') + "e-10 4\n"), 11, "beyond the range of a float"},
+        {framed("1 2\n3 " + std::string(1, '\0') + "\n"), 11, "found '\\x00'"},
+    };
+    for (const Refusal& each : cases) {
+        ExpectRefused(each);
+    }
+}
+
+TEST(BvhErrors, NestingHasALimit)
+{
+    const auto nested = [](int pDepth) {
+        std::string text = "HIERARCHY\nROOT\n{\nOFFSET 0 0 0\n";
+        for (int i = 1; i < pDepth; ++i) {
+            text += "JOINT\n{\nOFFSET 0 0 0\n";
+        }
+        return text + std::string(static_cast<std::size_t>(pDepth), '}') +
+               "\nMOTION\nFrames: 0\nFrame Time: 1\n";
+    };
+    EXPECT_TRUE(ParseBvh(nested(kBvhDeepestNesting), "deep.bvh"));
+    ExpectRefused({nested(kBvhDeepestNesting + 1), 2 + 3 * kBvhDeepestNesting, "nested deeper"});
+}
+
+// Every prefix of a good text is refused, but those that lack only white space at the end or digits
+// of the last number.
+TEST(BvhErrors, ATextCutShortIsRefused)
+{
+    const std::string text = kHead + kMotion + "1 2\n3 4";
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        EXPECT_FALSE(ParseBvh(std::string_view(text).substr(0, length), "cut.bvh")) << length;
+    }
+}
+
+TEST(BvhErrors, FilesThatCannotBeReadAreNamed)
+{
+    const std::string folder = testing::TempDir();
+    const struct
+    {
+        std::string path;
+        const char* reason;
+    } cases[] = {
+        {folder, "is a directory"},
+        {folder + "/no such clip.bvh", "cannot be opened: No such file"},
+    };
+    for (const auto& each : cases) {
+        const IoResult<Clip> clip = ReadBvh(each.path);
+        ASSERT_FALSE(clip) << each.path;
+        EXPECT_EQ(0u, clip.GetError().GetText().find(each.path + ": ")) << each.path;
+        EXPECT_NE(std::string::npos, clip.GetError().mReason.find(each.reason)) << each.path;
+    }
+}
+
+TEST(BvhErrors, FilesAreReadToTheLastByteWhateverTheirSize)
+{
+    const std::string path = testing::TempDir() + "/glissa_text_file_test.bin";
+    for (const std::size_t size : {0u, 1u, 65535u, 65536u, 65537u, 300000u}) {
+        std::string bytes(size, '\0');
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<char>(i * 7 % 251);
+        }
+        std::ofstream(path, std::ios::binary) << bytes;
+        const IoResult<std::string> read = ReadTextFile(path);
+        ASSERT_TRUE(read) << size;
+        EXPECT_EQ(bytes, *read) << size;
+    }
+    std::remove(path.c_str());
+}
+}  // namespace

@@ -1,0 +1,311 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "io/bvh_reader.h"
+#include "io/frame_period.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+
+namespace
+{
+Clip Parse(const std::string& pText)
+{
+    IoResult<Clip> clip = ParseBvh(pText, "test.bvh");
+    EXPECT_TRUE(clip) << clip.GetError().GetText();
+    return clip ? std::move(*clip) : Clip();
+}
+
+std::string RealClip(const char* pName)
+{
+    return std::string(GLISSA_CLIP_DIR) + "/" + pName;
+}
+
+TEST(BvhReader, KeepsHierarchyOffsetsAndChannelsAsTheyStand)
+{
+    const Clip clip =
+        Parse("HIERARCHY\n"
+              "ROOT Hips\n{\n"
+              "  OFFSET 1 -2.5 3e1\n"
+              "  CHANNELS 6 Zrotation Xrotation Yrotation Xposition Yposition Zposition\n"
+              "  JOINT Leg\n  {\n"
+              "    CHANNELS 4 Yposition Xrotation Yrotation Zrotation\n"
+              "    OFFSET 0 1 0\n"
+              "    End Site\n    {\n      OFFSET 0 -1 0\n    }\n"
+              "    JOINT Toe\n    {\n      OFFSET 0 0 1\n      CHANNELS 0\n    }\n"
+              "    End Heel\n    {\n      OFFSET 0 0 -1\n    }\n"
+              "  }\n"
+              "}\n"
+              "ROOT Prop\n{\n  OFFSET 0 0 0\n  CHANNELS 1 Zposition\n}\n"
+              "MOTION\nFrames: 2\nFrame Time: 0.04\n"
+              "1 2 3 4 5 6 7 8 9 10 11\n"
+              "21 22 23 24 25 26 27 28 29 30 31\n");
+    ASSERT_EQ(4u, clip.mJoints.size());
+    const ClipJoint& hips = clip.mJoints[0];
+    const ClipJoint& leg = clip.mJoints[1];
+    EXPECT_EQ((std::array<double, 3>{1.0, -2.5, 30.0}), hips.mOffset);
+    EXPECT_EQ((std::vector<EClipChannel>{eClipRotationZ, eClipRotationX, eClipRotationY,
+                                         eClipPositionX, eClipPositionY, eClipPositionZ}),
+              hips.mChannels);
+    const int parents[] = {-1, 0, 1, -1};
+    const int columns[] = {0, 6, 10, 10};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(parents[i], clip.mJoints[i].mParent) << i;
+        EXPECT_EQ(columns[i], clip.mJoints[i].mFirstChannel) << i;
+    }
+    ASSERT_EQ(2u, leg.mEndSites.size());
+    EXPECT_EQ("Site", leg.mEndSites[0].mLabel);
+    EXPECT_EQ(0, leg.mEndSites[0].mChildrenBefore);
+    EXPECT_EQ("Heel", leg.mEndSites[1].mLabel);
+    EXPECT_EQ(1, leg.mEndSites[1].mChildrenBefore);
+    EXPECT_EQ(-1.0, leg.mEndSites[1].mOffset[2]);
+
+    EXPECT_EQ(11, clip.mChannelCount);
+    ASSERT_EQ(2, clip.mFrameCount);
+    EXPECT_EQ(1.0, clip.GetValue(0, 0));
+    EXPECT_EQ(27.0, clip.GetValue(1, leg.mFirstChannel));
+    EXPECT_EQ(31.0, clip.GetValue(1, 10));
+    EXPECT_EQ(5644800, clip.GetTime(1).Get());
+    EXPECT_EQ("Leg/T/Y", clip.GetCurveName(leg, 0));
+    EXPECT_EQ("Hips/R/Z", clip.GetCurveName(hips, 0));
+}
+
+TEST(BvhReader, UnderstandsTheWaysThatFilesAreWritten)
+{
+    // Each says the same: one joint, two frames, 1 2 and -3 0.5.
+    const char* const texts[] = {
+        "HIERARCHY\nROOT a b:c\n{\nOFFSET 0 0 0\nCHANNELS 2 Xposition Zrotation\n}\n"
+        "MOTION\nFrames: 2\nFrame Time: 0.0333333\n1 2\n-3 0.5\n",
+        // no newline at the end, carriage returns, tabs, blank lines, trailing blanks
+        "HIERARCHY\r\nROOT\ta b:c \t\r\n{\r\n\tOFFSET\t0\t0\t0 \r\n"
+        "\tCHANNELS 2 Xposition Zrotation \r\n}\r\nMOTION\r\nFrames:\t2\r\nFrame Time:\t.033333\r\n"
+        "\r\n 1\t2 \r\n\r\n-3 0.5",
+        // lone carriage returns, any case, a byte order mark, blanks before the colons
+        "\xEF\xBB\xBF"
+        "hierarchy\rRoot a b:c\r{\roffset 0 0 0\rChannels 2 XPOSITION zrotation\r}\r"
+        "Motion\rFRAMES : 2\rframe  time : 0.0333\r1 2\r-3 0.5\r",
+        // one line for the hierarchy, signs and exponents
+        "HIERARCHY ROOT a b:c {OFFSET 0 0 0 CHANNELS 2 Xposition Zrotation}"
+        "MOTION Frames:2\nFrame Time:+3.33333e-02\n+1. .2E+1\n-30e-1 5.e-1\n",
+        // frames that go on over line ends
+        "HIERARCHY\nROOT a b:c{\nOFFSET 0 0 0\nCHANNELS 2\nXposition\nZrotation\n}\n"
+        "MOTION\nFrames: 2\nFrame Time: 0.033333335\n1\n2\n\n-3\n0.5",
+    };
+    for (const char* const text : texts) {
+        SCOPED_TRACE(text);
+        const Clip clip = Parse(text);
+        ASSERT_EQ(1u, clip.mJoints.size());
+        EXPECT_EQ("a b:c", clip.mJoints[0].mName);
+        EXPECT_EQ((std::vector<EClipChannel>{eClipPositionX, eClipRotationZ}),
+                  clip.mJoints[0].mChannels);
+        EXPECT_EQ(4704000, clip.mFramePeriod.Get());
+        EXPECT_EQ((std::vector<double>{1.0, 2.0, -3.0, 0.5}), clip.mValues);
+    }
+}
+
+TEST(BvhReader, MakesAddressesUnique)
+{
+    std::string text = "HIERARCHY\n";
+    const char* const names[] = {"A", "A", "A#2", "", "A", "Joint5", "", "Joint5", "A#2"};
+    for (const char* const name : names) {
+        text += std::string("ROOT ") + name + "\n{ OFFSET 0 0 0 }\n";
+    }
+    // A root may also stand without a blank behind the keyword.
+    const Clip clip = Parse(text + "ROOT{OFFSET 0 0 0}MOTION\nFrames: 0\nFrame Time: 0.01\n");
+    const char* const addresses[] = {"A",      "A#3",    "A#2",      "Joint3", "A#4",
+                                     "Joint5", "Joint6", "Joint5#2", "A#2#2",  "Joint9"};
+    ASSERT_EQ(std::size(addresses), clip.mJoints.size());
+    for (std::size_t i = 0; i < std::size(addresses); ++i) {
+        EXPECT_EQ(addresses[i], clip.mJoints[i].mAddress) << i;
+        EXPECT_EQ(i < std::size(names) ? names[i] : "", clip.mJoints[i].mName) << i;
+    }
+}
+
+TEST(BvhReader, ANumberTooSmallForADoubleIsZero)
+{
+    const Clip clip = Parse("HIERARCHY\nROOT a{OFFSET 0 0 0 CHANNELS 1 Xposition}\nMOTION\n"
+                            "Frames: 3\nFrame Time: 1\n1e-400\n-0.000001e-99999999999999999999\n"
+                            "0." +
+                            std::string(500, '0') + "1\n");
+    EXPECT_EQ((std::vector<double>{0.0, 0.0, 0.0}), clip.mValues);
+}
+
+struct Matrix
+{
+    double m[3][3];
+};
+
+Matrix Turn(int pAxis, double pDegrees)
+{
+    const double c = std::cos(pDegrees * std::acos(-1.0) / 180.0);
+    const double s = std::sin(pDegrees * std::acos(-1.0) / 180.0);
+    const int a = (pAxis + 1) % 3;
+    const int b = (pAxis + 2) % 3;
+    Matrix result = {};
+    result.m[pAxis][pAxis] = 1.0;
+    result.m[a][a] = c;
+    result.m[b][b] = c;
+    result.m[a][b] = -s;
+    result.m[b][a] = s;
+    return result;
+}
+
+std::array<double, 3> Apply(const Matrix& pMatrix, const std::array<double, 3>& pVector)
+{
+    std::array<double, 3> result = {};
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 3; ++column) {
+            result[row] += pMatrix.m[row][column] * pVector[column];
+        }
+    }
+    return result;
+}
+
+// The channels, read as a product of matrices from left to right, against the axes of the numbered
+// order turned one after the other.
+TEST(BvhReader, RotationOrderIsTheReverseOfTheChannels)
+{
+    const int axesOfOrder[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 2, 0},
+                                   {1, 0, 2}, {2, 0, 1}, {2, 1, 0}};
+    const struct
+    {
+        const char* channels;
+        int order;
+    } cases[] = {
+        {"3 Zrotation Yrotation Xrotation", 0},
+        {"3 Yrotation Zrotation Xrotation", 1},
+        {"3 Xrotation Zrotation Yrotation", 2},
+        {"3 Zrotation Xrotation Yrotation", 3},
+        {"3 Yrotation Xrotation Zrotation", 4},
+        {"3 Xrotation Yrotation Zrotation", 5},
+        {"5 Zrotation Xposition Xrotation Yposition Yrotation", 3},
+        {"2 Zrotation Xrotation", 1},
+        {"1 Yrotation", 3},
+        {"1 Xposition", 0},
+        {"0", 0},
+    };
+    const double angles[3] = {30.0, -70.0, 110.0};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.channels);
+        const Clip clip = Parse(std::string("HIERARCHY\nROOT a{OFFSET 0 0 0 CHANNELS ") +
+                                each.channels + "}\nMOTION\nFrames: 0\nFrame Time: 1\n");
+        ASSERT_EQ(1u, clip.mJoints.size());
+        const ClipJoint& joint = clip.mJoints[0];
+        EXPECT_EQ(each.order, joint.mRotationOrder);
+
+        // R = R1 * R2 * R3 on a column vector: the rightmost acts first.
+        std::array<double, 3> product = {1.0, 2.0, 3.0};
+        bool turned[3] = {};
+        for (auto channel = joint.mChannels.rbegin(); channel != joint.mChannels.rend();
+             ++channel) {
+            if (IsRotation(*channel)) {
+                const int axis = ClipChannelAxis(*channel);
+                turned[axis] = true;
+                product = Apply(Turn(axis, angles[axis]), product);
+            }
+        }
+        std::array<double, 3> ordered = {1.0, 2.0, 3.0};
+        for (const int axis : axesOfOrder[joint.mRotationOrder]) {
+            ordered = Apply(Turn(axis, turned[axis] ? angles[axis] : 0.0), ordered);
+        }
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_NEAR(product[i], ordered[i], 1e-14);
+        }
+    }
+}
+
+TEST(FramePeriod, ARoundedFrameTimeIsTheRateItStandsFor)
+{
+    const std::int64_t second = KTime::kTicksPerSecond;
+    const struct
+    {
+        const char* text;
+        std::int64_t ticks;
+    } cases[] = {
+        {".0083333", second / 120},
+        {"0.008333", second / 120},
+        {"0.0083", second / 120},
+        {"0.00833333333333333", second / 120},
+        {"8.3333e-3", second / 120},
+        {"0.033333", second / 30},
+        {"0.0333333351", second / 30},    // 1/30 as a float
+        {"0.00833330024", second / 120},  // 0.0083333 as a float
+        {"0.033330", second / 30},        // trailing zeros are no digits
+        {"0.033", second / 30},
+        {"0.041667", second / 24},
+        {"0.041666", second / 24},  // cut off instead of rounded
+        {"0.0417", second / 24},
+        {"0.0416", second / 24},
+        {"0.04", second / 25},
+        {"0.0166667", second / 60},
+        {"0.01667", second / 60},
+        {"0.02", second / 50},
+        {"0.010000", second / 100},
+        {"0.008", second / 125},
+        {"0.00416667", second / 240},
+        {"1.0e-3", second / 1000},
+        {"0.0417083", second / 24 * 1001 / 1000},
+        {"0.0333667", second / 30 * 1001 / 1000},
+        {"0.033367", second / 30 * 1001 / 1000},
+        {"0.0166833", second / 60 * 1001 / 1000},
+        {"0.00834", second / 120 * 1001 / 1000},
+        {"0.00836", 1179763},  // near 1/120, but no rounding of it
+        {"836e-5", 1179763},
+        {"0.016", 2257920},
+        {"0.03", 4233600},
+        {"0.0351", 4953312},
+        {"1", second},
+        {"2.5", second / 2 * 5},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(each.ticks, FramePeriodFromText(std::stod(each.text), each.text).Get())
+            << each.text;
+    }
+}
+
+TEST(FramePeriod, TheRateIsAFractionInLowestTerms)
+{
+    Clip clip;
+    clip.mFramePeriod = FramePeriodFromText(0.0333667, "0.0333667");
+    EXPECT_EQ(30000, clip.GetRate().mNumerator);
+    EXPECT_EQ(1001, clip.GetRate().mDenominator);
+    clip.mFramePeriod = FramePeriodFromText(0.016, "0.016");
+    EXPECT_EQ(125, clip.GetRate().mNumerator);
+    EXPECT_EQ(2, clip.GetRate().mDenominator);
+}
+
+TEST(BvhReader, ReadsRecordedClips)
+{
+    if (!std::filesystem::exists(RealClip("mocapbank.bvh"))) {
+        GTEST_SKIP() << "no recorded clips at " << GLISSA_CLIP_DIR;
+    }
+    const struct
+    {
+        const char* file;
+        std::size_t joints;
+        int channels;
+        int frames;
+        std::int64_t ticks;
+        int order;       // of the last joint
+        double last[2];  // first and last value of the last frame
+    } cases[] = {
+        {"cmu_12_01_walk.bvh", 31, 96, 524, 1176000, 0, {-0.4540, 9.5953}},
+        {"mocapbank.bvh", 19, 60, 455, 4704000, 3, {-47.3922, -7.44}},
+        {"rotation_first_root.bvh", 4, 15, 4, 5644800, 5, {8.0, 10.5}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.file);
+        const IoResult<Clip> clip = ReadBvh(RealClip(each.file));
+        ASSERT_TRUE(clip) << clip.GetError().GetText();
+        EXPECT_EQ(each.joints, clip->mJoints.size());
+        EXPECT_EQ(each.channels, clip->mChannelCount);
+        EXPECT_EQ(each.frames, clip->mFrameCount);
+        EXPECT_EQ(each.ticks, clip->mFramePeriod.Get());
+        EXPECT_EQ(each.order, clip->mJoints.back().mRotationOrder);
+        EXPECT_EQ(each.last[0], clip->GetValue(clip->mFrameCount - 1, 0));
+        EXPECT_EQ(each.last[1], clip->GetValue(clip->mFrameCount - 1, clip->mChannelCount - 1));
+    }
+}
+}  // namespace

@@ -1,0 +1,65 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// For tests only, not installed.
+#pragma once
+
+#include "glissa/curve/curve.h"
+
+#include <span>
+#include <string>
+#include <vector>
+
+/// What a listener heard in one call.
+struct HeardEvent
+{
+    int type = 0;
+    int first = -1;
+    int last = -1;
+    int count = 0;
+
+    friend bool operator==(const HeardEvent&, const HeardEvent&) = default;
+};
+std::ostream& operator<<(std::ostream& pStream, const HeardEvent& pEvent);
+
+/// Notes a curve before an edit and listens; afterwards holds what differs against what was posted,
+/// and what does not differ against what it evaluated to.
+class EditCheck
+{
+public:
+    explicit EditCheck(Glissa& pCurve);
+    EditCheck(const EditCheck&) = delete;
+    EditCheck& operator=(const EditCheck&) = delete;
+    ~EditCheck();
+
+    /// What the edit got wrong, or nothing: a key that differs outside the span posted or in a way
+    /// not posted, a count or default value that changed unheard, an update id that did not move
+    /// by one a post, a segment away from the change whose value changed.
+    ///
+    /// pReinserted  keys that the edit may have taken out and put in again.
+    std::string Verify(int pReinserted = 1);
+    /// Everything heard so far, one entry a call.
+    const std::vector<HeardEvent>& Heard() const { return mHeard; }
+    /// The union of all calls.
+    HeardEvent Folded() const;
+
+private:
+    struct Sample
+    {
+        double place;  // as a fractional key index
+        float value;
+    };
+
+    static void Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject);
+
+    Glissa& mCurve;
+    std::vector<GlissaKey> mKeys;
+    std::vector<Sample> mSamples;
+    float mValue;
+    int mUpdateId;
+    std::vector<HeardEvent> mHeard;
+};
+
+/// What is wrong with the books of curves that together hold every attribute block in use: counts
+/// of references, order of times, records behind the count, page table and page index. Nothing if
+/// all is well.
+std::string CheckBooks(std::span<Glissa* const> pCurves);
