@@ -1,0 +1,161 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/arguments.h"
+
+#include "apps/glissa/picture/picture.h"
+#include "apps/glissa/refusal.h"
+#include "glissa/curve/key.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+namespace
+{
+// A KTime reaches 6.5e10 seconds to both sides.
+constexpr double kMostSeconds = 6.5e10;
+// Finer than that, two samples fall on one tick.
+constexpr double kMostRate = static_cast<double>(KTime::kTicksPerSecond);
+// A frame that lasts longer than a day is a slip of the pen.
+constexpr double kLeastRate = 1.0 / 86400.0;
+
+// The whole text as a finite number.
+std::optional<double> ParseNumber(std::string_view pText)
+{
+    if (!pText.empty() && pText.front() == '+') {
+        pText.remove_prefix(1);
+        if (!pText.empty() && pText.front() == '-') {
+            return std::nullopt;
+        }
+    }
+    double number = 0.0;
+    const auto [end, error] = std::from_chars(pText.data(), pText.data() + pText.size(), number);
+    if (error != std::errc() || end != pText.data() + pText.size() || !std::isfinite(number)) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+template <typename T>
+std::optional<T> ParseInteger(std::string_view pText)
+{
+    T number = 0;
+    const auto [end, error] = std::from_chars(pText.data(), pText.data() + pText.size(), number);
+    if (error != std::errc() || end != pText.data() + pText.size()) {
+        return std::nullopt;
+    }
+    return number;
+}
+}  // namespace
+
+KTime TimeArgument::At(double pFramesASecond) const
+{
+    // In extended precision, so that a frame of a whole rate is that frame's tick.
+    const long double seconds =
+        frames ? static_cast<long double>(number) / static_cast<long double>(pFramesASecond)
+               : static_cast<long double>(number);
+    if (std::fabs(seconds) > static_cast<long double>(kMostSeconds)) {
+        throw WrongArguments(fmt::format("the time {}{} is out of range: times reach {:g} seconds",
+                                         number, frames ? "f" : "", kMostSeconds));
+    }
+    return KTime(std::llround(seconds * static_cast<long double>(KTime::kTicksPerSecond)));
+}
+
+TimeArgument ParseTime(const std::string& pText)
+{
+    std::string_view digits = pText;
+    TimeArgument time;
+    if (!digits.empty() && (digits.back() == 'f' || digits.back() == 's')) {
+        time.frames = digits.back() == 'f';
+        digits.remove_suffix(1);
+    }
+    const std::optional<double> number = ParseNumber(digits);
+    if (!number) {
+        throw WrongArguments(
+            fmt::format("'{}' is no time: write seconds (1.25) or frames (37f)", pText));
+    }
+    time.number = *number;
+    return time;
+}
+
+RateArgument ParseRate(const std::string& pText)
+{
+    const std::size_t slash = pText.find('/');
+    const std::optional<double> number = ParseNumber(pText.substr(0, slash));
+    const std::optional<double> divisor =
+        slash == std::string::npos ? 1.0 : ParseNumber(pText.substr(slash + 1));
+    if (!number || !divisor || *divisor == 0.0) {
+        throw WrongArguments(
+            fmt::format("'{}' is no rate: write frames a second (24, 29.97, 30000/1001)", pText));
+    }
+    double rate = *number / *divisor;
+    for (const auto& [written, meant] :
+         {std::pair(23.976, 24000.0 / 1001.0), std::pair(29.97, 30000.0 / 1001.0),
+          std::pair(59.94, 60000.0 / 1001.0)}) {
+        if (rate == written) {
+            rate = meant;
+        }
+    }
+    if (!(rate >= kLeastRate && rate <= kMostRate)) {
+        throw WrongArguments(
+            fmt::format("the rate {} is out of range: from one frame a day to {:.0f} a second",
+                        pText, kMostRate));
+    }
+    return {rate};
+}
+
+SizeArgument ParseSize(const std::string& pText)
+{
+    const std::size_t cross = pText.find('x');
+    const std::optional<int> width = ParseInteger<int>(pText.substr(0, cross));
+    const std::optional<int> height =
+        cross == std::string::npos ? std::nullopt : ParseInteger<int>(pText.substr(cross + 1));
+    if (!width || !height) {
+        throw WrongArguments(fmt::format("'{}' is no size: write WIDTHxHEIGHT (1200x600)", pText));
+    }
+    if (*width < kLeastPictureWidth || *height < kLeastPictureHeight || *width > kMostPictureSide ||
+        *height > kMostPictureSide) {
+        throw WrongArguments(fmt::format("the size {} is out of range: from {}x{} to {}x{}", pText,
+                                         kLeastPictureWidth, kLeastPictureHeight, kMostPictureSide,
+                                         kMostPictureSide));
+    }
+    return {*width, *height};
+}
+
+ExtrapolationArgument ParseExtrapolation(const std::string& pText)
+{
+    constexpr struct
+    {
+        std::string_view name;
+        unsigned mode;
+    } kModes[] = {
+        {"none", eExtrapolationNone},         {"constant", eExtrapolationConstant},
+        {"repeat", eExtrapolationRepetition}, {"mirror", eExtrapolationMirror},
+        {"slope", eExtrapolationKeepSlope},   {"relative", eExtrapolationRelativeRepetition},
+    };
+    const std::size_t colon = pText.find(':');
+    const std::string_view name = std::string_view(pText).substr(0, colon);
+    for (const auto& each : kModes) {
+        if (each.name != name) {
+            continue;
+        }
+        ExtrapolationArgument argument{each.mode};
+        if (colon != std::string::npos && pText.substr(colon + 1) != "forever") {
+            const auto count = ParseInteger<std::uint32_t>(pText.substr(colon + 1));
+            if (!count) {
+                throw WrongArguments(fmt::format(
+                    "'{}': the count after the colon is a whole number up to 4294967295, or "
+                    "'forever'",
+                    pText));
+            }
+            argument.count = *count;
+        }
+        return argument;
+    }
+    throw WrongArguments(fmt::format("'{}' is no extrapolation: none, constant, repeat, mirror, "
+                                     "slope or relative, with :COUNT where it ends",
+                                     pText));
+}

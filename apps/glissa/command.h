@@ -1,0 +1,33 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "apps/glissa/refusal.h"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+
+/// What the chosen subcommand does. It is set while the command line is parsed and run afterwards.
+using Action = std::function<void()>;
+
+/// One source file a subcommand: each adds its options and help to the command line.
+void AddInfoCommand(CLI::App& pApp, Action& pAction);
+void AddEvalCommand(CLI::App& pApp, Action& pAction);
+void AddPlotCommand(CLI::App& pApp, Action& pAction);
+void AddConvertCommand(CLI::App& pApp, Action& pAction);
+void AddDumpCommand(CLI::App& pApp, Action& pAction);
+void AddCheckCommand(CLI::App& pApp, Action& pAction);
+void AddKeyCommand(CLI::App& pApp, Action& pAction);
+
+/// Parses the text of an option, so that an error names the option.
+template <typename T>
+T ParseOption(const char* pName, T (*pParse)(const std::string&), const std::string& pText)
+{
+    try {
+        return pParse(pText);
+    } catch (const WrongArguments& error) {
+        throw WrongArguments(std::string(pName) + ": " + error.what());
+    }
+}

@@ -1,0 +1,215 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// The document as it stands, field by field: nothing is interpreted, so whatever a file holds is
+// shown. The same document gives the same text.
+
+#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/command.h"
+#include "apps/glissa/output.h"
+#include "corvekit/store/tdf.h"
+#include "io/clip_store.h"
+#include "io/text_file.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <iterator>
+#include <memory>
+#include <span>
+
+namespace
+{
+struct DumpOptions
+{
+    std::string path;
+    std::string output;
+    bool json = false;
+};
+
+std::string Quoted(std::string_view pText)
+{
+    return nlohmann::json(pText).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+}
+
+// A point or an exponent tells a double from an int.
+std::string DoubleText(double pValue)
+{
+    std::string text = fmt::format("{}", pValue);
+    if (text.find_first_not_of("-0123456789") == std::string::npos) {
+        text += ".0";
+    }
+    return text;
+}
+
+// Numbers are kept as doubles, curves hold floats: such a number is shown with the float's digits
+// and an f, where that is shorter.
+std::string NumberText(double pValue)
+{
+    std::string text = DoubleText(pValue);
+    if (std::fabs(pValue) <= 3.0e38) {
+        const auto asFloat = static_cast<float>(pValue);
+        const std::string shorter = fmt::format("{}f", asFloat);
+        if (static_cast<double>(asFloat) == pValue && shorter.size() + 2 < text.size()) {
+            text = shorter;
+        }
+    }
+    return text;
+}
+
+class Dump
+{
+public:
+    Dump(KTdf& pTdf, Output& pOutput, bool pJson) : mTdf(pTdf), mOutput(pOutput), mJson(pJson) {}
+
+    void Write()
+    {
+        if (mJson) {
+            Put("[");
+        }
+        Fields(0);
+        if (mJson) {
+            Put("\n]\n");
+        }
+    }
+
+private:
+    void Put(std::string_view pText) { mOutput.Write(pText); }
+    void Line(int pDepth) { Put('\n' + std::string(static_cast<std::size_t>(pDepth) * 2, ' ')); }
+
+    void Fields(int pDepth)
+    {
+        for (bool first = true; mTdf.FieldReadBeginNext(); first = false) {
+            const std::string name = Quoted(mTdf.FieldReadGetName().GetView());
+            if (mJson) {
+                Put(first ? "" : ",");
+                Line(pDepth + 1);
+                Put("{\"name\":" + name + ",\"values\":[");
+            } else {
+                Put(std::string(static_cast<std::size_t>(pDepth) * 2, ' ') + name);
+            }
+            Values(pDepth + 1);
+            Put(mJson ? "]" : "\n");
+            if (mTdf.FieldReadBlockBegin()) {
+                Put(mJson ? ",\"fields\":[" : "");
+                Fields(pDepth + 1);
+                Put(mJson ? "]" : "");
+                mTdf.FieldReadBlockEnd();
+            }
+            Put(mJson ? "}" : "");
+            mTdf.FieldReadEnd();
+        }
+    }
+
+    // In a run of keys each time begins a line.
+    void Values(int pDepth)
+    {
+        const bool isRun = mTdf.FieldReadGetRemain() > 4;
+        for (bool first = true; mTdf.FieldReadGetRemain() > 0; first = false) {
+            if (mJson && !first) {
+                Put(",");
+            }
+            if (isRun && mTdf.FieldReadGetType() == KTdf::kTypeTime) {
+                Line(pDepth + 1);
+            } else if (!mJson) {
+                Put(" ");
+            }
+            Put(mJson ? JsonValue() : TextValue());
+        }
+    }
+
+    std::string TextValue()
+    {
+        switch (mTdf.FieldReadGetType()) {
+        case KTdf::kTypeDouble:
+            return NumberText(mTdf.FieldReadD());
+        case KTdf::kTypeInt:
+            return fmt::format("{}", mTdf.FieldReadI());
+        case KTdf::kTypeTime: {
+            const KTime time = mTdf.FieldReadT();
+            return fmt::format("{}t ({:.6f} s)", time.Get(), time.GetSecondDouble());
+        }
+        case KTdf::kTypeCharacter:
+            return Character();
+        default:
+            return Quoted(mTdf.FieldReadS().GetView());
+        }
+    }
+
+    std::string JsonValue()
+    {
+        switch (mTdf.FieldReadGetType()) {
+        case KTdf::kTypeDouble: {
+            const double value = mTdf.FieldReadD();
+            return std::isfinite(value) ? DoubleText(value)
+                                        : fmt::format("{{\"double\":\"{}\"}}", value);
+        }
+        case KTdf::kTypeInt:
+            return fmt::format("{}", mTdf.FieldReadI());
+        case KTdf::kTypeTime:
+            return fmt::format("{{\"ticks\":{}}}", mTdf.FieldReadT().Get());
+        case KTdf::kTypeCharacter:
+            return fmt::format("{{\"character\":{}}}",
+                               static_cast<int>(static_cast<unsigned char>(mTdf.FieldReadCH())));
+        default:
+            return Quoted(mTdf.FieldReadS().GetView());
+        }
+    }
+
+    std::string Character()
+    {
+        const char value = mTdf.FieldReadCH();
+        return value > ' ' && value < 0x7F
+                   ? fmt::format("'{}'", value)
+                   : fmt::format("'\\x{:02x}'",
+                                 static_cast<unsigned>(static_cast<unsigned char>(value)));
+    }
+
+    KTdf& mTdf;
+    Output& mOutput;
+    const bool mJson;
+};
+
+// Any field store is shown, also one that holds no clip; a BVH clip as it would be stored.
+void LoadDocument(const std::string& pPath, KTdf& pTdf)
+{
+    const IoResult<std::string> bytes = ReadTextFile(pPath);
+    if (!bytes) {
+        throw Refusal(bytes.GetError().GetText());
+    }
+    if (!IsStore(*bytes)) {
+        const ClipCurves clip = LoadClip(pPath);
+        StoreClip(clip.clip, clip.owner, pTdf);
+    } else if (!pTdf.Load(std::span(reinterpret_cast<const std::uint8_t*>(bytes->data()),
+                                    bytes->size()))) {
+        throw Refusal(fmt::format("{}: {}", pPath, pTdf.GetError().GetLastErrorString()));
+    }
+}
+
+void RunDump(const DumpOptions& pOptions)
+{
+    KTdf tdf;
+    LoadDocument(pOptions.path, tdf);
+    Output output(pOptions.output, pOptions.path);
+    Dump(tdf, output, pOptions.json).Write();
+    output.Commit();
+}
+}  // namespace
+
+void AddDumpCommand(CLI::App& pApp, Action& pAction)
+{
+    const auto options = std::make_shared<DumpOptions>();
+    CLI::App* const command =
+        pApp.add_subcommand("dump", "Show every field and value of a .glissa file");
+    command->add_option("CLIP", options->path, "Clip to read (.glissa or BVH)")->required();
+    command->add_flag("--json", options->json, "For programs");
+    command
+        ->add_option("-o,--output", options->output,
+                     "File to write, complete or not at all; without it standard output")
+        ->type_name("FILE");
+    command->footer("Examples:\n"
+                    "  glissa dump clip.glissa\n"
+                    "  glissa dump clip.glissa --json -o clip.json");
+    command->callback([options, &pAction] { pAction = [options] { RunDump(*options); }; });
+}

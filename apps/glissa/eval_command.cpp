@@ -1,0 +1,90 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/command.h"
+#include "apps/glissa/curve_options.h"
+#include "apps/glissa/output.h"
+#include "apps/glissa/table.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace
+{
+// Some two gigabytes of text. Beyond that a typing error is likelier than a wish.
+constexpr std::uint64_t kMostValues = 200000000;
+
+struct EvalOptions
+{
+    CurveOptions curves;
+    std::string rate;
+    std::string format = "csv";
+    bool slopes = false;
+};
+
+void CheckSize(const Table& pTable)
+{
+    const std::uint64_t columns = pTable.curves.size() * (pTable.slopes ? 3 : 1) + 1;
+    const std::uint64_t samples = pTable.grid.Count();
+    if (samples > kMostValues / columns) {
+        throw Refusal(
+            fmt::format("{}: {} times for {} chosen curve(s) are more than the {} values that one "
+                        "run writes; take "
+                        "fewer curves, a lower --rate, or a shorter span from --from to --to",
+                        pTable.clip->path, samples, pTable.curves.size(), kMostValues));
+    }
+}
+
+void RunEval(const EvalOptions& pOptions)
+{
+    // Wrong arguments are told before a long clip is read.
+    pOptions.curves.Check();
+    const std::optional<double> rate =
+        pOptions.rate.empty()
+            ? std::nullopt
+            : std::optional(ParseOption("--rate", &ParseRate, pOptions.rate).number);
+
+    ClipCurves clip = LoadClip(pOptions.curves.path);
+    Table table;
+    table.clip = &clip;
+    table.curves = ChooseCurves(clip, pOptions.curves.Choice());
+    table.slopes = pOptions.slopes;
+    const TimeSpan span = pOptions.curves.Span(
+        KeySpan(table.curves).value_or(TimeSpan{KTime(), KTime()}), clip.framesASecond);
+    table.grid = {span.from, span.to, rate.value_or(clip.framesASecond)};
+    CheckSize(table);
+
+    Output output(pOptions.curves.output, pOptions.curves.path);
+    if (pOptions.format == "json") {
+        WriteJson(table, output);
+    } else {
+        WriteCsv(table, output);
+    }
+    output.Commit();
+}
+}  // namespace
+
+void AddEvalCommand(CLI::App& pApp, Action& pAction)
+{
+    const auto options = std::make_shared<EvalOptions>();
+    CLI::App* const command =
+        pApp.add_subcommand("eval", "Evaluate curves at even steps of time, as CSV or JSON");
+    options->curves.AddTo(*command);
+    command
+        ->add_option("--rate", options->rate,
+                     "Samples a second (240, 29.97, 30000/1001); without it the clip's rate")
+        ->type_name("RATE");
+    command->add_option("--format", options->format, "csv (as it is without) or json")
+        ->check(CLI::IsMember({"csv", "json"}))
+        ->type_name("FORMAT");
+    command->add_flag("--slope", options->slopes,
+                      "Add the slopes left and right of each time, in units a second");
+    command->footer("Examples:\n"
+                    "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o "
+                    "hips.csv\n"
+                    "  glissa eval clip.bvh --curve 'Hips/T/*' --to 72f --pre mirror:2 --post "
+                    "relative:4 --slope\n"
+                    "  glissa eval clip.bvh --all --rate 60 --format json");
+    command->callback([options, &pAction] { pAction = [options] { RunEval(*options); }; });
+}

@@ -1,0 +1,232 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/command.h"
+#include "apps/glissa/output.h"
+#include "apps/glissa/sample_grid.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <random>
+
+namespace
+{
+using Json = nlohmann::ordered_json;
+
+constexpr std::array<const char*, 6> kOrderNames = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
+
+struct InfoOptions
+{
+    std::string path;
+    std::string output;
+    std::string format = "text";
+    bool list = false;
+    bool bench = false;
+};
+
+struct CurveRange
+{
+    float low = 0.0f;
+    float high = 0.0f;
+};
+
+CurveRange RangeOfKeys(const Glissa& pCurve)
+{
+    CurveRange range;
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        const float value = pCurve.KeyGetValue(i);
+        range.low = i == 0 ? value : std::min(range.low, value);
+        range.high = i == 0 ? value : std::max(range.high, value);
+    }
+    return range;
+}
+
+// Evaluations a second, of all curves by turns. A checksum keeps the work from being left out.
+struct Benchmark
+{
+    double playback = 0.0;  ///< forward in time at the clip's rate
+    double random = 0.0;
+    double checksum = 0.0;
+};
+
+template <typename Next>
+double EvaluationsASecond(ClipCurves& pClip, double& pChecksum, Next pNext)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr auto kLength = std::chrono::milliseconds(300);
+    std::vector<int> hints(pClip.curves.size(), 0);
+    std::uint64_t evaluations = 0;
+    double sum = 0.0;
+    const Clock::time_point start = Clock::now();
+    Clock::time_point now = start;
+    while (now - start < kLength) {
+        for (int step = 0; step < 100; ++step) {
+            const KTime time = pNext();
+            for (std::size_t i = 0; i < hints.size(); ++i) {
+                sum += static_cast<double>(pClip.curves[i].curve->Evaluate(time, &hints[i]));
+            }
+        }
+        evaluations += 100 * hints.size();
+        now = Clock::now();
+    }
+    pChecksum += sum;
+    return static_cast<double>(evaluations) / std::chrono::duration<double>(now - start).count();
+}
+
+Benchmark RunBenchmark(ClipCurves& pClip, const TimeSpan& pSpan)
+{
+    Benchmark benchmark;
+    const SampleGrid grid{pSpan.from, pSpan.to, pClip.framesASecond};
+    const std::uint64_t count = grid.Count();
+    std::uint64_t frame = 0;
+    benchmark.playback =
+        EvaluationsASecond(pClip, benchmark.checksum, [&] { return grid.At(frame++ % count); });
+    std::mt19937_64 random(1);
+    std::uniform_int_distribution<std::int64_t> anywhere(pSpan.from.Get(), pSpan.to.Get());
+    benchmark.random =
+        EvaluationsASecond(pClip, benchmark.checksum, [&] { return KTime(anywhere(random)); });
+    return benchmark;
+}
+
+Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
+{
+    std::vector<NamedCurve*> curves;
+    std::int64_t keys = 0;
+    for (NamedCurve& each : pClip.curves) {
+        curves.push_back(&each);
+        keys += each.curve->KeyGetCount();
+    }
+    const TimeSpan span = KeySpan(curves).value_or(TimeSpan{KTime(), KTime()});
+    Json orders = Json::object();
+    for (std::size_t order = 0; order < kOrderNames.size(); ++order) {
+        const auto count = std::count_if(
+            pClip.clip.mJoints.begin(), pClip.clip.mJoints.end(), [&](const ClipJoint& pJoint) {
+                return pJoint.mRotationOrder == static_cast<int>(order) &&
+                       std::any_of(pJoint.mChannels.begin(), pJoint.mChannels.end(), &IsRotation);
+            });
+        if (count > 0) {
+            orders[kOrderNames[order]] = count;
+        }
+    }
+    Json info;
+    info["clip"] = pClip.path;
+    info["joints"] = pClip.clip.mJoints.size();
+    info["channels"] = pClip.clip.mChannelCount;
+    info["curves"] = pClip.curves.size();
+    info["keys"] = keys;
+    info["frames"] = pClip.clip.mFrameCount;
+    info["rate"] = pClip.framesASecond;
+    info["from"] = span.from.GetSecondDouble();
+    info["to"] = span.to.GetSecondDouble();
+    info["rotation_orders"] = orders;
+    info["curve_bytes"] = pClip.recordingBytes;
+    info["bytes_a_key"] =
+        keys > 0 ? Json(static_cast<double>(pClip.recordingBytes) / static_cast<double>(keys))
+                 : Json();
+    if (pOptions.bench && !curves.empty()) {
+        const Benchmark benchmark = RunBenchmark(pClip, span);
+        info["bench"] = {{"playback_evaluations_a_second", benchmark.playback},
+                         {"random_evaluations_a_second", benchmark.random},
+                         {"checksum", benchmark.checksum}};
+    }
+    if (pOptions.list) {
+        info["list"] = Json::array();
+        for (const NamedCurve* const each : curves) {
+            const CurveRange range = RangeOfKeys(*each->curve);
+            info["list"].push_back({{"name", each->name},
+                                    {"unit", UnitName(each->unit)},
+                                    {"keys", each->curve->KeyGetCount()},
+                                    {"low", range.low},
+                                    {"high", range.high}});
+        }
+    }
+    return info;
+}
+
+std::string AsText(const Json& pInfo)
+{
+    std::string text;
+    const auto line = [&](const char* pName, const std::string& pValue) {
+        fmt::format_to(std::back_inserter(text), "{:<16}  {}\n", pName, pValue);
+    };
+    const auto number = [&](const char* pKey) { return pInfo[pKey].dump(); };
+    line("clip", PrintableText(pInfo["clip"].get<std::string>()));
+    for (const char* const key : {"joints", "channels", "curves", "keys", "frames"}) {
+        line(key, number(key));
+    }
+    line("rate", fmt::format("{:.6g} frames a second", pInfo["rate"].get<double>()));
+    line("span", fmt::format("{:.6g} to {:.6g} seconds", pInfo["from"].get<double>(),
+                             pInfo["to"].get<double>()));
+    std::string orders;
+    for (const auto& [name, count] : pInfo["rotation_orders"].items()) {
+        orders += fmt::format("{}{} ({} joints)", orders.empty() ? "" : ", ", name, count.dump());
+    }
+    line("rotation orders", orders.empty() ? "none" : orders);
+    line("memory", pInfo["bytes_a_key"].is_null()
+                       ? fmt::format("{} bytes", number("curve_bytes"))
+                       : fmt::format("{} bytes, {:.1f} a key", number("curve_bytes"),
+                                     pInfo["bytes_a_key"].get<double>()));
+    if (pInfo.contains("bench")) {
+        const Json& bench = pInfo["bench"];
+        line("playback", fmt::format("{:.1f} million evaluations a second",
+                                     bench["playback_evaluations_a_second"].get<double>() / 1e6));
+        line("random times", fmt::format("{:.1f} million evaluations a second",
+                                         bench["random_evaluations_a_second"].get<double>() / 1e6));
+    }
+    if (pInfo.contains("list")) {
+        std::size_t width = 4;
+        for (const Json& each : pInfo["list"]) {
+            width = std::max(width, PrintableText(each["name"].get<std::string>()).size());
+        }
+        width = std::min<std::size_t>(width, 60);
+        fmt::format_to(std::back_inserter(text), "\n{:<{}}  {:>8}  {:>12}  {:>12}  unit\n", "curve",
+                       width, "keys", "least", "greatest");
+        for (const Json& each : pInfo["list"]) {
+            fmt::format_to(std::back_inserter(text), "{:<{}}  {:>8}  {:>12}  {:>12}  {}\n",
+                           PrintableText(each["name"].get<std::string>()), width,
+                           each["keys"].get<int>(), each["low"].get<float>(),
+                           each["high"].get<float>(), each["unit"].get<std::string>());
+        }
+    }
+    return text;
+}
+
+void RunInfo(const InfoOptions& pOptions)
+{
+    ClipCurves clip = LoadClip(pOptions.path);
+    const Json info = Describe(clip, pOptions);
+    Output output(pOptions.output, pOptions.path);
+    output.Write(pOptions.format == "json"
+                     ? info.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'
+                     : AsText(info));
+    output.Commit();
+}
+}  // namespace
+
+void AddInfoCommand(CLI::App& pApp, Action& pAction)
+{
+    const auto options = std::make_shared<InfoOptions>();
+    CLI::App* const command = pApp.add_subcommand("info", "Tell what a clip holds");
+    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
+    command->add_flag("--list", options->list, "Add a line for each curve");
+    command->add_flag("--bench", options->bench, "Time the evaluation of all curves");
+    command->add_option("--format", options->format, "text (as it is without) or json")
+        ->check(CLI::IsMember({"text", "json"}))
+        ->type_name("FORMAT");
+    command
+        ->add_option("-o,--output", options->output,
+                     "File to write, complete or not at all; without it standard output")
+        ->type_name("FILE");
+    command->footer("Examples:\n"
+                    "  glissa info clip.bvh\n"
+                    "  glissa info clip.bvh --list --format json -o clip.json");
+    command->callback([options, &pAction] { pAction = [options] { RunInfo(*options); }; });
+}

@@ -1,0 +1,359 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Edits of keys, in the order of the command line. Each is read before the clip is, done on every
+// chosen curve, and refused as a whole where one curve cannot follow: nothing is written then.
+
+#include "apps/glissa/clip_output.h"
+#include "apps/glissa/command.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace
+{
+struct KeyOptions
+{
+    std::string path;
+    std::vector<std::string> patterns;
+    bool all = false;
+    std::string framesASecond;
+    std::string output;
+    std::string format;
+    std::vector<std::string> inserts, removes, moves, tangents;
+    /// Name and text of the edits as they stood on the command line.
+    std::vector<std::pair<std::string, std::string>> edits;
+};
+
+struct TangentKind
+{
+    std::string_view name;
+    unsigned interpolation;
+    unsigned mode;
+};
+constexpr std::array<TangentKind, 7> kKinds = {{
+    {"auto", eInterpolationCubic, eTangentAuto},
+    {"clamp", eInterpolationCubic, eTangentAuto | eTangentClamp},
+    {"progressive", eInterpolationCubic, eTangentAuto | eTangentProgressiveClamp},
+    {"user", eInterpolationCubic, eTangentUser},
+    {"tcb", eInterpolationCubic, eTangentTCB},
+    {"linear", eInterpolationLinear, 0},
+    {"constant", eInterpolationConstant, eConstantStandard},
+}};
+
+/// Does an edit to one curve. Throws Refusal with a text that begins with the time or the span.
+using Edit = std::function<void(Glissa& pCurve)>;
+
+std::string TimeText(KTime pTime)
+{
+    return fmt::format("{} s", pTime.GetSecondDouble());
+}
+
+// The nearest key in words, for who missed it.
+std::string NearestText(Glissa& pCurve, KTime pTime)
+{
+    if (pCurve.KeyGetCount() == 0) {
+        return "the curve has no keys";
+    }
+    const double index = pCurve.KeyFind(pTime, nullptr);
+    const int last = pCurve.KeyGetCount() - 1;
+    const int before = std::clamp(static_cast<int>(std::floor(index)), 0, last);
+    const int after = std::min(before + 1, last);
+    const bool isBefore =
+        pTime - pCurve.KeyGetTime(before) <= pCurve.KeyGetTime(after) - pTime || index < 0.0;
+    return "the nearest key is at " + TimeText(pCurve.KeyGetTime(isBefore ? before : after));
+}
+
+// Index of the key at exactly that time, -1 without one.
+int FindKey(Glissa& pCurve, KTime pTime)
+{
+    if (pCurve.KeyGetCount() == 0) {
+        return -1;
+    }
+    const int index =
+        std::clamp(static_cast<int>(pCurve.KeyFind(pTime, nullptr)), 0, pCurve.KeyGetCount() - 1);
+    return pCurve.KeyGetTime(index) == pTime ? index : -1;
+}
+
+void Insert(Glissa& pCurve, KTime pTime)
+{
+    if (FindKey(pCurve, pTime) >= 0) {
+        throw Refusal(fmt::format("there is a key at {} already", TimeText(pTime)));
+    }
+    pCurve.KeyInsert(pTime);
+    if (FindKey(pCurve, pTime) < 0) {
+        throw Refusal(fmt::format("no key can be inserted at {}", TimeText(pTime)));
+    }
+}
+
+void Move(Glissa& pCurve, KTime pFrom, KTime pTo)
+{
+    const int index = FindKey(pCurve, pFrom);
+    if (index < 0) {
+        throw Refusal(fmt::format("no key at {}; {}", TimeText(pFrom), NearestText(pCurve, pFrom)));
+    }
+    if (pFrom == pTo) {
+        return;
+    }
+    const int moved = pCurve.KeyMove(index, pTo);
+    if (pCurve.KeyGetTime(moved) != pTo) {
+        throw Refusal(
+            fmt::format("a key at {} is in the way of the one to be moved there", TimeText(pTo)));
+    }
+}
+
+bool HasKeyWithin(Glissa& pCurve, const TimeSpan& pSpan)
+{
+    const int count = pCurve.KeyGetCount();
+    const int first = std::max(static_cast<int>(std::ceil(pCurve.KeyFind(pSpan.from, nullptr))), 0);
+    return first < count && pCurve.KeyGetTime(first) <= pSpan.to;
+}
+
+void RequireKeys(Glissa& pCurve, const TimeSpan& pSpan)
+{
+    if (!HasKeyWithin(pCurve, pSpan)) {
+        throw Refusal(pSpan.from == pSpan.to
+                          ? fmt::format("no key at {}; {}", TimeText(pSpan.from),
+                                        NearestText(pCurve, pSpan.from))
+                          : fmt::format("no key from {} to {}; {}", TimeText(pSpan.from),
+                                        TimeText(pSpan.to), NearestText(pCurve, pSpan.from)));
+    }
+}
+
+void Remove(Glissa& pCurve, const TimeSpan& pSpan)
+{
+    RequireKeys(pCurve, pSpan);
+    pCurve.Delete(pSpan.from, pSpan.to, true);
+}
+
+// The change of kind keeps the slopes that the curve had, which is what user tangents are for.
+// Automatic ones are asked for their own slopes, so their parameters go to 0; so does the bias of a
+// new TCB key, in whose place the weights stood.
+void SetTangent(Glissa& pCurve, const TangentKind& pKind, const std::optional<TimeSpan>& pSpan)
+{
+    if (pSpan) {
+        RequireKeys(pCurve, *pSpan);
+    }
+    std::vector<int> chosen;
+    std::vector<int> newTcb;
+    pCurve.KeyModifyBegin();
+    pCurve.KeyUnselectAll();
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        const KTime time = pCurve.KeyGetTime(i);
+        if (!pSpan || (time >= pSpan->from && time <= pSpan->to)) {
+            chosen.push_back(i);
+            if (pCurve.KeyGetInterpolation(i) != eInterpolationCubic ||
+                pCurve.KeyGetTangeantMode(i, false) != eTangentTCB) {
+                newTcb.push_back(i);
+            }
+            pCurve.KeySetSelected(i, true);
+        }
+    }
+    pCurve.KeyTangeantSetInterpolation(true, pKind.interpolation);
+    if (pKind.interpolation == eInterpolationCubic) {
+        pCurve.KeyTangeantSetMode(true, pKind.mode & GlissaKeyAttributes::kTangentKindMask);
+        for (const int i : chosen) {
+            pCurve.KeySetTangeantMode(i, pKind.mode);
+        }
+        if (pKind.mode == eTangentTCB) {
+            for (const int i : newTcb) {
+                pCurve.KeySetTCB(i, pCurve.KeyGetTime(i), pCurve.KeyGetValue(i));
+            }
+        }
+        if ((pKind.mode & eTangentAuto) != 0) {
+            for (const int i : chosen) {
+                pCurve.KeySetLeftAuto(i, 0.0f);
+                pCurve.KeySetRightAuto(i, 0.0f);
+            }
+        }
+    } else if (pKind.interpolation == eInterpolationConstant) {
+        for (const int i : chosen) {
+            pCurve.KeySetConstantMode(i, pKind.mode);
+        }
+    }
+    pCurve.KeyUnselectAll();
+    pCurve.KeyModifyEnd();
+}
+
+struct SpanArgument
+{
+    TimeArgument from;
+    TimeArgument to;
+
+    TimeSpan At(double pRate) const
+    {
+        const TimeSpan span{from.At(pRate), to.At(pRate)};
+        if (span.from > span.to) {
+            throw WrongArguments(fmt::format("the span from {} to {} runs backward",
+                                             TimeText(span.from), TimeText(span.to)));
+        }
+        return span;
+    }
+};
+
+SpanArgument ParseSpan(const std::string& pText)
+{
+    const std::size_t dots = pText.find("..");
+    const TimeArgument from = ParseTime(pText.substr(0, dots));
+    return {from, dots == std::string::npos ? from : ParseTime(pText.substr(dots + 2))};
+}
+
+Edit MakeInsert(const std::string& pText, double pRate)
+{
+    const KTime time = ParseTime(pText).At(pRate);
+    return [time](Glissa& pCurve) { Insert(pCurve, time); };
+}
+
+Edit MakeRemove(const std::string& pText, double pRate)
+{
+    const TimeSpan span = ParseSpan(pText).At(pRate);
+    return [span](Glissa& pCurve) { Remove(pCurve, span); };
+}
+
+Edit MakeMove(const std::string& pText, double pRate)
+{
+    const std::size_t equals = pText.find('=');
+    if (equals == std::string::npos) {
+        throw WrongArguments(fmt::format("'{}' is no move: write FROM=TO (2=2.1)", pText));
+    }
+    const KTime from = ParseTime(pText.substr(0, equals)).At(pRate);
+    const KTime to = ParseTime(pText.substr(equals + 1)).At(pRate);
+    return [from, to](Glissa& pCurve) { Move(pCurve, from, to); };
+}
+
+Edit MakeTangent(const std::string& pText, double pRate)
+{
+    const std::size_t at = pText.find('@');
+    const std::string name = pText.substr(0, at);
+    const auto kind = std::find_if(kKinds.begin(), kKinds.end(),
+                                   [&](const TangentKind& pEach) { return pEach.name == name; });
+    if (kind == kKinds.end()) {
+        throw WrongArguments(fmt::format("'{}' is no tangent: auto, clamp, progressive, user, tcb, "
+                                         "linear or constant, with @FROM..TO for a span",
+                                         name));
+    }
+    std::optional<TimeSpan> span;
+    if (at != std::string::npos) {
+        span = ParseSpan(pText.substr(at + 1)).At(pRate);
+    }
+    return [kind = *kind, span](Glissa& pCurve) { SetTangent(pCurve, kind, span); };
+}
+
+std::vector<Edit> MakeEdits(const KeyOptions& pOptions, double pRate)
+{
+    const std::map<std::string, Edit (*)(const std::string&, double)> makers = {
+        {"--insert", &MakeInsert},
+        {"--remove", &MakeRemove},
+        {"--move", &MakeMove},
+        {"--tangent", &MakeTangent},
+    };
+    std::vector<Edit> edits;
+    for (const auto& [name, text] : pOptions.edits) {
+        try {
+            edits.push_back(makers.at(name)(text, pRate));
+        } catch (const WrongArguments& error) {
+            throw WrongArguments(fmt::format("{} {}: {}", name, text, error.what()));
+        }
+    }
+    return edits;
+}
+
+void RunKey(const KeyOptions& pOptions)
+{
+    const std::optional<double> rate =
+        pOptions.framesASecond.empty()
+            ? std::nullopt
+            : std::optional(ParseOption("--fps", &ParseRate, pOptions.framesASecond).number);
+    if (pOptions.edits.empty()) {
+        throw WrongArguments("there is nothing to do: --insert, --remove, --move or --tangent");
+    }
+    if (pOptions.patterns.empty() && !pOptions.all) {
+        throw WrongArguments("no curve is chosen: name one with --curve, or take --all");
+    }
+    const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
+    MakeEdits(pOptions, rate.value_or(30.0));  // wrong arguments are told before a clip is read
+
+    ClipCurves clip = LoadClip(pOptions.path);
+    const std::vector<NamedCurve*> curves =
+        ChooseCurves(clip, {pOptions.patterns, pOptions.all, std::nullopt, std::nullopt});
+    const std::vector<Edit> edits = MakeEdits(pOptions, rate.value_or(clip.framesASecond));
+    for (std::size_t i = 0; i < edits.size(); ++i) {
+        for (NamedCurve* const each : curves) {
+            try {
+                edits[i](*each->curve);
+            } catch (const Refusal& refusal) {
+                throw Refusal(fmt::format("{}: {}: {} {}: {}", clip.path, each->name,
+                                          pOptions.edits[i].first, pOptions.edits[i].second,
+                                          refusal.what()));
+            }
+        }
+    }
+    // The values of the file are no longer those of the curves.
+    clip.clip.mValues.clear();
+    WriteClip(clip, format, pOptions.output);
+}
+
+// The parser lists each option once a value, in the order of the command line.
+void CollectEdits(const CLI::App& pCommand, KeyOptions& pOptions)
+{
+    std::map<const CLI::Option*, std::size_t> taken;
+    for (const CLI::Option* const option : pCommand.parse_order()) {
+        const std::string name = option->get_name();
+        const std::size_t index = taken[option]++;
+        if (name == "--insert" || name == "--remove" || name == "--move" || name == "--tangent") {
+            pOptions.edits.emplace_back(name, option->results().at(index));
+        }
+    }
+}
+}  // namespace
+
+void AddKeyCommand(CLI::App& pApp, Action& pAction)
+{
+    const auto options = std::make_shared<KeyOptions>();
+    CLI::App* const command =
+        pApp.add_subcommand("key", "Insert, remove, move and shape keys, in the order given");
+    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
+    const auto list = [&](const char* pName, std::vector<std::string>& pValues, const char* pHelp,
+                          const char* pType) {
+        command->add_option(pName, pValues, pHelp)->allow_extra_args(false)->type_name(pType);
+    };
+    list("-c,--curve", options->patterns,
+         "Curve to edit, by name, * and ? as wildcards. May be given several times", "NAME");
+    command->add_flag("-a,--all", options->all, "Edit every curve");
+    list("--insert", options->inserts, "Add a key on the curve, whose shape stays", "TIME");
+    list("--remove", options->removes, "Remove a key, or all of a span, its ends too",
+         "TIME[..TIME]");
+    list("--move", options->moves, "Move a key in time", "FROM=TO");
+    list("--tangent", options->tangents,
+         "Give the keys, or those of a span, another shape: auto, clamp, progressive, user, tcb, "
+         "linear, constant",
+         "KIND[@TIME[..TIME]]");
+    command
+        ->add_option("--fps", options->framesASecond,
+                     "Frames a second that frames are counted at; without it the clip's rate")
+        ->type_name("RATE");
+    command
+        ->add_option("-o,--output", options->output,
+                     "File to write, never the one that is read; - for standard output")
+        ->required()
+        ->type_name("FILE");
+    command
+        ->add_option("--format", options->format,
+                     "glissa or bvh; without it the suffix of the file tells")
+        ->check(CLI::IsMember({"bvh", "glissa"}))
+        ->type_name("FORMAT");
+    command->footer("Examples:\n"
+                    "  glissa key clip.glissa --curve 'Hips/R/X' --insert 1.254 --remove "
+                    "0.5..0.75 --move 2=2.004 --tangent progressive -o out.glissa\n"
+                    "  glissa key clip.bvh --curve '*/R/?' --remove 1f..23f --tangent user@0f "
+                    "-o out.glissa");
+    command->callback([options, command, &pAction] {
+        CollectEdits(*command, *options);
+        pAction = [options] { RunKey(*options); };
+    });
+}

@@ -1,0 +1,225 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/output.h"
+
+#include "apps/glissa/refusal.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr std::size_t kBufferSize = 1 << 16;
+
+// The temporary that a signal has to remove. A handler may not allocate or lock: it reads a plain
+// array, filled before the handler is set.
+char sTemporary[4096];
+
+extern "C" void RemoveTemporary(int pSignal)
+{
+    unlink(sTemporary);
+    signal(pSignal, SIG_DFL);
+    raise(pSignal);
+}
+
+// While one lives, the signals that end a program wait.
+class SignalPause
+{
+public:
+    SignalPause()
+    {
+        sigset_t ending;
+        sigemptyset(&ending);
+        for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
+            sigaddset(&ending, each);
+        }
+        sigprocmask(SIG_BLOCK, &ending, &mBefore);
+    }
+    ~SignalPause() { sigprocmask(SIG_SETMASK, &mBefore, nullptr); }
+    SignalPause(const SignalPause&) = delete;
+    SignalPause& operator=(const SignalPause&) = delete;
+
+private:
+    sigset_t mBefore;
+};
+
+void GuardTemporary(const std::string& pPath)
+{
+    if (pPath.size() >= sizeof(sTemporary)) {
+        return;
+    }
+    std::memcpy(sTemporary, pPath.c_str(), pPath.size() + 1);
+    for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
+        // What was ignored at the start (nohup) stays ignored.
+        if (signal(each, &RemoveTemporary) == SIG_IGN) {
+            signal(each, SIG_IGN);
+        }
+    }
+}
+
+void ReleaseTemporary()
+{
+    for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
+        if (signal(each, SIG_DFL) == SIG_IGN) {
+            signal(each, SIG_IGN);
+        }
+    }
+}
+
+bool IsSameFile(const struct stat& pLeft, const struct stat& pRight)
+{
+    return pLeft.st_dev == pRight.st_dev && pLeft.st_ino == pRight.st_ino;
+}
+}  // namespace
+
+Output::Output(const std::string& pPath, const std::string& pInput)
+{
+    if (pPath.empty() || pPath == "-") {
+        mName = "standard output";
+        mDescriptor = STDOUT_FILENO;
+        return;
+    }
+    mName = pPath;
+
+    struct stat target = {};
+    const bool exists = stat(pPath.c_str(), &target) == 0;
+    if (!exists && errno != ENOENT) {
+        Fail(errno);
+    }
+    struct stat input = {};
+    if (exists && stat(pInput.c_str(), &input) == 0 && IsSameFile(target, input)) {
+        throw Refusal(
+            fmt::format("{}: is the clip that is read; the output needs another name", pPath));
+    }
+    if (exists && S_ISDIR(target.st_mode)) {
+        Fail(EISDIR);
+    }
+    if (exists && !S_ISREG(target.st_mode)) {
+        mDescriptor = open(pPath.c_str(), O_WRONLY | O_CLOEXEC);
+        if (mDescriptor < 0) {
+            Fail(errno);
+        }
+        return;
+    }
+    // A rename would go past the write protection of a file.
+    if (exists && access(pPath.c_str(), W_OK) != 0) {
+        Fail(errno);
+    }
+
+    // A link stays a link: what it points to is replaced.
+    mTarget = pPath;
+    if (exists) {
+        char* const resolved = realpath(pPath.c_str(), nullptr);
+        if (resolved == nullptr) {
+            Fail(errno);
+        }
+        mTarget = resolved;
+        std::free(resolved);
+    }
+    const std::size_t slash = mTarget.rfind('/');
+    const std::size_t name = slash == std::string::npos ? 0 : slash + 1;
+    // Names end at 255 bytes; a long one is cut so that the temporary's still fits.
+    mTemporary = mTarget.substr(0, name) + '.' + mTarget.substr(name, 200) + ".XXXXXX";
+    const SignalPause pause;
+    mDescriptor = mkostemp(mTemporary.data(), O_CLOEXEC);
+    if (mDescriptor < 0) {
+        const int error = errno;
+        mTemporary.clear();
+        Fail(error);
+    }
+    GuardTemporary(mTemporary);
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(mDescriptor, exists ? target.st_mode & 07777u : 0666u & ~mask);
+}
+
+Output::~Output()
+{
+    if (mDescriptor > STDERR_FILENO) {
+        close(mDescriptor);
+    }
+    if (!mTemporary.empty()) {
+        unlink(mTemporary.c_str());
+        ReleaseTemporary();
+    }
+}
+
+bool Output::IsTerminal() const
+{
+    return isatty(mDescriptor) != 0;
+}
+
+void Output::Fail(int pError) const
+{
+    throw Refusal(fmt::format("{}: cannot write: {}", mName, std::strerror(pError)));
+}
+
+void Output::Flush()
+{
+    std::string_view rest = mBuffer;
+    while (!rest.empty()) {
+        const ssize_t written = write(mDescriptor, rest.data(), rest.size());
+        if (written > 0) {
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        } else if (written == 0) {
+            Fail(EIO);
+        } else if (errno == EPIPE) {
+            throw ReaderGone();
+        } else if (errno != EINTR) {
+            Fail(errno);
+        }
+    }
+    mBuffer.clear();
+}
+
+void Output::Write(std::string_view pBytes)
+{
+    mBuffer += pBytes;
+    if (mBuffer.size() >= kBufferSize) {
+        Flush();
+    }
+}
+
+void Output::Commit()
+{
+    Flush();
+    if (mTemporary.empty()) {
+        return;
+    }
+    // The bytes go to the device before the name does: after a crash the name never stands for an
+    // empty file.
+    if (fsync(mDescriptor) != 0) {
+        Fail(errno);
+    }
+    const int descriptor = mDescriptor;
+    mDescriptor = -1;
+    if (close(descriptor) != 0) {
+        Fail(errno);
+    }
+    if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) {
+        Fail(errno);
+    }
+    mTemporary.clear();
+    ReleaseTemporary();
+}
+
+void PrepareStandardStreams()
+{
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) {
+            // Opened the wrong way round, so that its use is still an error. The lowest free
+            // number is this one.
+            open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}

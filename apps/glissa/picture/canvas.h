@@ -1,0 +1,95 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "apps/glissa/picture/trace.h"
+
+#include <cairo.h>
+
+#include <exception>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class PictureFormat : int
+{
+    png,
+    svg,
+    pdf
+};
+
+struct Colour
+{
+    double red = 0.0;
+    double green = 0.0;
+    double blue = 0.0;
+    double alpha = 1.0;
+};
+
+enum class Align : int
+{
+    start,
+    centre,
+    end
+};
+
+/// A page to draw on, in pixels from the top left corner (points in a PDF).
+///
+/// Bytes go to the writer given; whatever the writer throws comes out of Finish().
+class Canvas
+{
+public:
+    using Writer = std::function<void(std::string_view)>;
+
+    /// Throws Refusal when the page cannot be made.
+    Canvas(PictureFormat pFormat, int pWidth, int pHeight, const std::string& pTitle,
+           Writer pWriter);
+    ~Canvas();
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
+
+    int Width() const { return mWidth; }
+    int Height() const { return mHeight; }
+
+    /// Ends the page and writes what is still to be written. Throws Refusal.
+    void Finish();
+
+    void FillRectangle(double pX, double pY, double pWidth, double pHeight, const Colour& pColour);
+    /// pDashes  lengths drawn and left out in turn; empty for a full line.
+    void Line(const std::vector<DevicePoint>& pPoints, double pLineWidth, const Colour& pColour,
+              const std::vector<double>& pDashes = {});
+    /// A closed polygon, filled, with an outline of another colour.
+    void Polygon(const std::vector<DevicePoint>& pPoints, const Colour& pFill,
+                 const Colour& pOutline, double pLineWidth);
+    void Circle(const DevicePoint& pCentre, double pRadius, const Colour& pFill,
+                const Colour& pOutline, double pLineWidth);
+
+    /// Text on a baseline. pQuarterTurn turns it to read upward.
+    void Text(double pX, double pY, const std::string& pText, double pSize, const Colour& pColour,
+              Align pAlign, bool pBold = false, bool pQuarterTurn = false);
+    double TextWidth(const std::string& pText, double pSize, bool pBold = false);
+    /// The text, with an ellipsis for its middle where it is wider than pWidth: the ends of a curve
+    /// name tell more than its middle.
+    std::string FitText(const std::string& pText, double pSize, double pWidth, bool pBold = false);
+
+    /// Until PopClip, nothing is drawn outside the rectangle.
+    void PushClip(double pX, double pY, double pWidth, double pHeight);
+    void PopClip();
+
+private:
+    static cairo_status_t Write(void* pCanvas, const unsigned char* pData, unsigned int pLength);
+    void SelectFont(double pSize, bool pBold);
+    void SetColour(const Colour& pColour);
+
+    PictureFormat mFormat;
+    int mWidth;
+    int mHeight;
+    Writer mWriter;
+    std::exception_ptr mWriteError;
+    cairo_surface_t* mSurface = nullptr;
+    cairo_t* mCairo = nullptr;
+};
+
+/// The text as valid UTF-8 without control characters: what is not becomes U+FFFD.
+std::string PrintableText(std::string_view pText);

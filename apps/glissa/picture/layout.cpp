@@ -1,0 +1,252 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Room is dealt out from the edges inward: title and time axis, the width of the value labels, the
+// legends, and what is left goes to the panels. The labels are measured with the ticks of panels
+// that had no legend above them, which are the finest that can occur.
+
+#include "apps/glissa/picture/layout.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+// A range this narrow beside its values is the rounding of floats, not animation.
+constexpr double kFlatRange = 1e-6;
+constexpr double kLegendRow = 1.5;  // height of a row, of the size of its text
+
+ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int pSteps)
+{
+    ValueRange range;
+    for (const PictureCurve* curve : pPanel.curves) {
+        AddCurveRange(range, curve->value, curve->breaks, pOptions.from, pOptions.to, pSteps);
+        for (const PictureKey& key : curve->keys) {
+            if (!pOptions.tangents || key.time < pOptions.from || key.time > pOptions.to) {
+                continue;
+            }
+            for (const Handle* handle : {&key.left, &key.right}) {
+                if (handle->shown) {
+                    range.Add(handle->value);
+                }
+            }
+        }
+    }
+    const double reach = std::max(std::fabs(range.low), std::fabs(range.high));
+    if (range.high - range.low <= reach * kFlatRange) {
+        const double centre = (range.low + range.high) / 2;
+        const double half = std::max(1.0, reach * 0.05);
+        range.low = centre - half;
+        range.high = centre + half;
+    }
+    return range;
+}
+
+// Places the panel's rectangle and its scale, with room for half a mark at each edge.
+void PlacePanel(Panel& pPanel, const Metrics& pMetrics, double pTop, double pBottom)
+{
+    const double inset = std::max(pMetrics.mark * 2.0, (pBottom - pTop) * 0.04);
+    pPanel.top = pTop;
+    pPanel.bottom = pBottom;
+    pPanel.scale.top = pTop + inset;
+    pPanel.scale.bottom = pBottom - inset;
+    const double perPixel =
+        (pPanel.scale.high - pPanel.scale.low) / (pPanel.scale.bottom - pPanel.scale.top);
+    const int most = std::max(2, static_cast<int>((pBottom - pTop) / (pMetrics.font * 2.0)));
+    pPanel.ticks = ChooseTicks(pPanel.scale.low - inset * perPixel,
+                               pPanel.scale.high + inset * perPixel, most);
+}
+
+double WidestLabel(Canvas& pCanvas, const Ticks& pTicks, double pFont)
+{
+    double width = 0.0;
+    for (const double tick : pTicks.at) {
+        width = std::max(width, pCanvas.TextWidth(TickLabel(pTicks, tick), pFont));
+    }
+    return width;
+}
+
+// The finest ticks of the time axis whose labels stand apart.
+Ticks ChooseTimeTicks(Canvas& pCanvas, double pLow, double pHigh, double pWidth, bool pWhole,
+                      const Metrics& pMetrics)
+{
+    Ticks ticks;
+    for (int most = std::max(2, static_cast<int>(pWidth / (pMetrics.font * 4.5))); most > 0;
+         --most) {
+        ticks = ChooseTicks(pLow, pHigh, most, pWhole ? 1.0 : 0.0);
+        const double apart = ticks.step / (pHigh - pLow) * pWidth;
+        if (WidestLabel(pCanvas, ticks, pMetrics.font) + 2.0 * pMetrics.gap <= apart) {
+            break;
+        }
+    }
+    return ticks;
+}
+
+std::string MoreText(std::size_t pCount)
+{
+    return fmt::format("+{} more", pCount);
+}
+
+// Entries from left to right in rows of the panel's width; y counts from the first baseline. Gives
+// the number of rows. What does not fit in pMostRows is counted in a last entry.
+int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostRows)
+{
+    const double font = pLayout.metrics.font;
+    const double sample = LegendSampleWidth(pLayout.metrics) + pLayout.metrics.gap;
+    const double between = pLayout.metrics.gap * 3.0;
+    const double room = pLayout.right - pLayout.left - sample;
+    double x = pLayout.left;
+    int row = 0;
+    const auto add = [&](const std::string& pText, int pCurve) {
+        pPanel.legend.push_back({pText, pCurve, x, row * font * kLegendRow});
+    };
+    for (std::size_t i = 0; i < pPanel.curves.size(); ++i) {
+        const std::string name = PrintableText(pPanel.curves[i]->name);
+        std::string text = pCanvas.FitText(name, font, room);
+        if (x > pLayout.left && row + 1 < pMostRows &&
+            x + sample + pCanvas.TextWidth(text, font) > pLayout.right) {
+            ++row;
+            x = pLayout.left;
+        }
+        // On the last row every entry leaves room for the count of those that may follow.
+        const std::size_t after = pPanel.curves.size() - i - 1;
+        const double reserve = row + 1 == pMostRows && after > 0
+                                   ? between + pCanvas.TextWidth(MoreText(after), font)
+                                   : 0.0;
+        if (x == pLayout.left) {
+            text = pCanvas.FitText(name, font, room - reserve);
+        }
+        const double width = sample + pCanvas.TextWidth(text, font);
+        if (text.empty() || x + width + reserve > pLayout.right + 0.01) {
+            add(MoreText(after + 1), -1);
+            break;
+        }
+        add(text, static_cast<int>(i));
+        x += width + between;
+    }
+    return row + 1;
+}
+}  // namespace
+
+Metrics Metrics::For(int pWidth, int pHeight)
+{
+    Metrics metrics;
+    metrics.scale = std::clamp(std::min(pWidth / 1000.0, pHeight / 500.0), 0.8, 16.0);
+    metrics.font *= metrics.scale;
+    metrics.titleFont *= metrics.scale;
+    metrics.gap *= metrics.scale;
+    metrics.line *= metrics.scale;
+    metrics.mark *= metrics.scale;
+    return metrics;
+}
+
+double LegendSampleWidth(const Metrics& pMetrics)
+{
+    return pMetrics.font * 2.0;
+}
+
+double TimeTickX(const Layout& pLayout, const PictureOptions& pOptions, double pTick)
+{
+    const DeviceScale& scale = pLayout.panels.front().scale;
+    const double low = pOptions.from.GetSecondDouble() * pLayout.unitsASecond;
+    const double high = pOptions.to.GetSecondDouble() * pLayout.unitsASecond;
+    return scale.left + (scale.right - scale.left) * ((pTick - low) / (high - low));
+}
+
+Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
+                  const PictureOptions& pOptions)
+{
+    Layout layout;
+    layout.metrics = Metrics::For(pCanvas.Width(), pCanvas.Height());
+    const Metrics& metrics = layout.metrics;
+    const double width = pCanvas.Width();
+    const double height = pCanvas.Height();
+    const double margin = metrics.gap * 1.5;
+
+    for (const PictureCurve& curve : pCurves) {
+        const auto panel = std::find_if(layout.panels.begin(), layout.panels.end(),
+                                        [&](const Panel& each) { return each.unit == curve.unit; });
+        if (panel != layout.panels.end()) {
+            panel->curves.push_back(&curve);
+        } else {
+            layout.panels.push_back({curve.unit, {&curve}, {}, 0.0, 0.0, {}, {}});
+        }
+    }
+    const double panelCount = static_cast<double>(layout.panels.size());
+
+    // Top and bottom.
+    double top = margin;
+    if (!pOptions.title.empty() && height >= 180.0) {
+        layout.titleBaseline = top + metrics.titleFont;
+        top += metrics.titleFont * 1.3 + metrics.gap;
+    }
+    layout.axisTitles = width >= 260.0 && height >= 180.0;
+    double bottom = height - margin;
+    layout.timeTitleBaseline = bottom - metrics.font * 0.25;
+    if (layout.axisTitles) {
+        bottom -= metrics.font * 1.3 + metrics.gap * 0.5;
+    }
+    bottom -= metrics.font * 1.2 + metrics.gap * 0.5;  // tick labels
+
+    // The sides.
+    double labelWidth = 0.0;
+    for (Panel& panel : layout.panels) {
+        const ValueRange range = RangeOfPanel(panel, pOptions, pCanvas.Width() * 2);
+        panel.scale.from = pOptions.from;
+        panel.scale.to = pOptions.to;
+        panel.scale.low = range.low;
+        panel.scale.high = range.high;
+        PlacePanel(panel, metrics, 0.0, (bottom - top) / panelCount);
+        labelWidth = std::max(labelWidth, WidestLabel(pCanvas, panel.ticks, metrics.font));
+    }
+    layout.valueTitleBaseline = margin + metrics.font;
+    layout.left = margin + labelWidth + metrics.gap;
+    if (layout.axisTitles) {
+        layout.left += metrics.font * 1.3 + metrics.gap;
+    }
+    layout.unitsASecond = pOptions.framesASecond > 0.0 ? pOptions.framesASecond : 1.0;
+    const double low = pOptions.from.GetSecondDouble() * layout.unitsASecond;
+    const double high = pOptions.to.GetSecondDouble() * layout.unitsASecond;
+    const double inset = metrics.mark * 2.0;
+    double rightMargin = margin;
+    for (int pass = 0; pass < 2; ++pass) {
+        // The last label may reach beyond its tick, which the second pass makes room for.
+        layout.right = width - rightMargin;
+        const double perPixel = (high - low) / (layout.right - layout.left - 2.0 * inset);
+        layout.timeTicks =
+            ChooseTimeTicks(pCanvas, low - inset * perPixel, high + inset * perPixel,
+                            layout.right - layout.left, pOptions.framesASecond > 0.0, metrics);
+        rightMargin = margin + WidestLabel(pCanvas, layout.timeTicks, metrics.font) / 2;
+    }
+    layout.title = layout.titleBaseline > 0.0
+                       ? pCanvas.FitText(PrintableText(pOptions.title), metrics.titleFont,
+                                         layout.right - layout.left, true)
+                       : std::string();
+
+    // Legends take at most two fifths of a panel's share.
+    const double share = (bottom - top) / panelCount;
+    const double rowHeight = metrics.font * kLegendRow;
+    const int mostRows = static_cast<int>(share * 0.4 / rowHeight);
+    double legendHeight = 0.0;
+    for (Panel& panel : layout.panels) {
+        const int rows = mostRows > 0 ? FlowLegend(pCanvas, panel, layout, mostRows) : 0;
+        legendHeight += rows * rowHeight + metrics.gap;
+    }
+    const double panelHeight =
+        (bottom - top - legendHeight - metrics.gap * (panelCount - 1.0)) / panelCount;
+    for (Panel& panel : layout.panels) {
+        double rows = 0.0;
+        for (LegendEntry& entry : panel.legend) {
+            rows = entry.y + rowHeight;
+            entry.y += top + metrics.font;
+        }
+        top += rows + metrics.gap;
+        panel.scale.left = layout.left + inset;
+        panel.scale.right = layout.right - inset;
+        PlacePanel(panel, metrics, top, top + panelHeight);
+        top += panelHeight + metrics.gap;
+    }
+    return layout;
+}

@@ -1,0 +1,374 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/picture/picture.h"
+
+#include "apps/glissa/picture/layout.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace
+{
+constexpr Colour kInk{0.13, 0.13, 0.13};
+constexpr Colour kLabelInk{0.30, 0.30, 0.30};
+constexpr Colour kGrid{0.905, 0.905, 0.905};
+constexpr Colour kZeroLine{0.68, 0.68, 0.68};
+constexpr Colour kBorder{0.78, 0.78, 0.78};
+constexpr Colour kWhite{1.0, 1.0, 1.0};
+
+// Okabe and Ito 2008, "Color Universal Design", without the yellow, which white paper swallows.
+constexpr std::array<Colour, 7> kPalette{{
+    {0.000, 0.447, 0.698},  // blue
+    {0.835, 0.369, 0.000},  // vermilion
+    {0.000, 0.620, 0.451},  // bluish green
+    {0.800, 0.475, 0.655},  // reddish purple
+    {0.902, 0.624, 0.000},  // orange
+    {0.337, 0.706, 0.914},  // sky blue
+    {0.000, 0.000, 0.000},  // black
+}};
+constexpr int kBlue = 0;
+constexpr int kVermilion = 1;
+constexpr int kGreen = 2;
+
+// How long a line has to be, beside the sides of its panel, to look like an area.
+constexpr double kAreaLength = 40.0;
+constexpr double kAreaAlpha = 0.5;
+
+struct CurveStyle
+{
+    Colour colour;
+    int shape = 0;  ///< of the marks: circle, square, triangle, diamond
+};
+
+Colour Lighter(const Colour& pColour)
+{
+    const auto mix = [](double pPart) { return pPart + (1.0 - pPart) * 0.42; };
+    return {mix(pColour.red), mix(pColour.green), mix(pColour.blue)};
+}
+
+// A line one pixel wide is sharp when it runs through the middle of pixels.
+double Sharp(double pPosition)
+{
+    return std::floor(pPosition) + 0.5;
+}
+
+void DrawMark(Canvas& pCanvas, const DevicePoint& pAt, const CurveStyle& pStyle,
+              const Metrics& pMetrics)
+{
+    const double r = pMetrics.mark;
+    const double outline = 0.9 * pMetrics.scale;
+    const auto [x, y] = pAt;
+    switch (pStyle.shape) {
+    case 1:
+        pCanvas.Polygon({{x - r * 0.9, y - r * 0.9},
+                         {x + r * 0.9, y - r * 0.9},
+                         {x + r * 0.9, y + r * 0.9},
+                         {x - r * 0.9, y + r * 0.9}},
+                        pStyle.colour, kWhite, outline);
+        break;
+    case 2:
+        pCanvas.Polygon(
+            {{x, y - r * 1.2}, {x + r * 1.15, y + r * 0.85}, {x - r * 1.15, y + r * 0.85}},
+            pStyle.colour, kWhite, outline);
+        break;
+    case 3:
+        pCanvas.Polygon({{x, y - r * 1.3}, {x + r * 1.3, y}, {x, y + r * 1.3}, {x - r * 1.3, y}},
+                        pStyle.colour, kWhite, outline);
+        break;
+    default:
+        pCanvas.Circle(pAt, r, pStyle.colour, kWhite, outline);
+    }
+}
+
+void DrawGrid(Canvas& pCanvas, const Layout& pLayout, const Panel& pPanel,
+              const PictureOptions& pOptions)
+{
+    const Metrics& metrics = pLayout.metrics;
+    const double hairline = std::max(1.0, 0.8 * metrics.scale);
+    for (const double tick : pLayout.timeTicks.at) {
+        const double x = Sharp(TimeTickX(pLayout, pOptions, tick));
+        pCanvas.Line({{x, pPanel.top}, {x, pPanel.bottom}}, hairline, kGrid);
+    }
+    for (const double tick : pPanel.ticks.at) {
+        const double y = pPanel.scale.Y(tick);
+        pCanvas.Line({{pLayout.left, Sharp(y)}, {pLayout.right, Sharp(y)}}, hairline,
+                     tick == 0.0 ? kZeroLine : kGrid);
+        pCanvas.Text(pLayout.left - metrics.gap, y + metrics.font * 0.36,
+                     TickLabel(pPanel.ticks, tick), metrics.font, kLabelInk, Align::end);
+    }
+    const double left = Sharp(pLayout.left);
+    const double right = Sharp(pLayout.right);
+    const double top = Sharp(pPanel.top);
+    const double bottom = Sharp(pPanel.bottom);
+    pCanvas.Line({{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}},
+                 hairline, kBorder);
+    if (pLayout.axisTitles) {
+        pCanvas.Text(
+            pLayout.valueTitleBaseline, (pPanel.top + pPanel.bottom) / 2,
+            pCanvas.FitText(UnitName(pPanel.unit), metrics.font, pPanel.bottom - pPanel.top),
+            metrics.font, kInk, Align::centre, false, true);
+    }
+}
+
+double Length(const std::vector<DevicePoint>& pStrip)
+{
+    double length = 0.0;
+    for (std::size_t i = 1; i < pStrip.size(); ++i) {
+        length += std::hypot(pStrip[i].x - pStrip[i - 1].x, pStrip[i].y - pStrip[i - 1].y);
+    }
+    return length;
+}
+
+void DrawTrace(Canvas& pCanvas, const PictureCurve& pCurve, const DeviceScale& pScale, KTime pFrom,
+               KTime pTo, double pLineWidth, const Colour& pColour,
+               const std::vector<double>& pDashes)
+{
+    if (pFrom >= pTo) {
+        return;
+    }
+    const double width = pScale.X(pTo) - pScale.X(pFrom);
+    for (const auto& strip : TraceCurve(pCurve.value, pCurve.breaks, pFrom, pTo, pScale)) {
+        // A line that fills an area lets what lies below show through, and dashes, of which it
+        // would take thousands, make no difference.
+        const bool area = Length(strip) > kAreaLength * (width + pScale.bottom - pScale.top);
+        Colour colour = pColour;
+        colour.alpha = area ? kAreaAlpha : 1.0;
+        pCanvas.Line(strip, pLineWidth, colour, area ? std::vector<double>() : pDashes);
+    }
+}
+
+// Lines, the extrapolated parts first so that the keyed part lies above them. True when there was
+// an extrapolated part.
+bool DrawCurve(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pStyle,
+               const Panel& pPanel, const Metrics& pMetrics, const PictureOptions& pOptions)
+{
+    const KTime from = pOptions.from;
+    const KTime to = pOptions.to;
+    const std::vector<double> dashes = {pMetrics.line * 3.2, pMetrics.line * 2.4};
+    const double thin = pMetrics.line * 0.85;
+    const KTime first = pCurve.hasKeys ? std::clamp(pCurve.first, from, to) : to;
+    const KTime last = pCurve.hasKeys ? std::clamp(pCurve.last, from, to) : to;
+    DrawTrace(pCanvas, pCurve, pPanel.scale, from, first, thin, Lighter(pStyle.colour), dashes);
+    DrawTrace(pCanvas, pCurve, pPanel.scale, last, to, thin, Lighter(pStyle.colour), dashes);
+    DrawTrace(pCanvas, pCurve, pPanel.scale, first, last, pMetrics.line, pStyle.colour, {});
+    return first > from || last < to;
+}
+
+void DrawHandle(Canvas& pCanvas, const DevicePoint& pKey, const Handle& pHandle,
+                const CurveStyle& pStyle, const Panel& pPanel, const Metrics& pMetrics)
+{
+    if (!pHandle.shown) {
+        return;
+    }
+    const DevicePoint end{pPanel.scale.X(pHandle.time), pPanel.scale.Y(pHandle.value)};
+    if (!std::isfinite(end.y)) {
+        return;
+    }
+    pCanvas.Line({pKey, end}, pMetrics.scale, Lighter(pStyle.colour));
+    pCanvas.Circle(end, pMetrics.mark * 0.55, kWhite, pStyle.colour, pMetrics.scale);
+}
+
+// Which keys of a curve got their mark.
+enum class Marks : int
+{
+    all,
+    some,
+    none
+};
+
+// Marks and tangents.
+Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pStyle,
+               const Panel& pPanel, const Metrics& pMetrics, const PictureOptions& pOptions)
+{
+    std::vector<const PictureKey*> keys;
+    std::vector<DevicePoint> points;
+    for (const PictureKey& key : pCurve.keys) {
+        const double y = pPanel.scale.Y(key.value);
+        if (key.time >= pOptions.from && key.time <= pOptions.to && std::isfinite(y)) {
+            keys.push_back(&key);
+            points.push_back({pPanel.scale.X(key.time), y});
+        }
+    }
+    // More keys than pixels: marks would tell nothing, unless their shapes tell curves apart.
+    const double width = pPanel.scale.right - pPanel.scale.left;
+    if (static_cast<double>(keys.size()) > width && pPanel.curves.size() <= kPalette.size()) {
+        return Marks::none;
+    }
+    // Marks just apart would hide the line under a string of beads: once any have to go, the rest
+    // keep a wider distance.
+    const double apart = pMetrics.mark * 2.0 + pMetrics.scale;
+    std::vector<std::size_t> kept = ThinPoints(points, apart);
+    const bool thinned = kept.size() < points.size();
+    if (thinned) {
+        kept = ThinPoints(points, apart * 4.0);
+    }
+    if (pOptions.tangents) {
+        for (const std::size_t index : kept) {
+            DrawHandle(pCanvas, points[index], keys[index]->left, pStyle, pPanel, pMetrics);
+            DrawHandle(pCanvas, points[index], keys[index]->right, pStyle, pPanel, pMetrics);
+        }
+    }
+    for (const std::size_t index : kept) {
+        DrawMark(pCanvas, points[index], pStyle, pMetrics);
+    }
+    return thinned ? Marks::some : Marks::all;
+}
+
+void DrawLegend(Canvas& pCanvas, const Panel& pPanel, const std::vector<CurveStyle>& pStyles,
+                const Metrics& pMetrics)
+{
+    const double sample = LegendSampleWidth(pMetrics);
+    for (const LegendEntry& entry : pPanel.legend) {
+        if (entry.curve < 0) {
+            pCanvas.Text(entry.x, entry.y, entry.text, pMetrics.font, kLabelInk, Align::start);
+            continue;
+        }
+        const CurveStyle& style = pStyles[static_cast<std::size_t>(entry.curve)];
+        const double y = entry.y - pMetrics.font * 0.33;
+        pCanvas.Line({{entry.x, y}, {entry.x + sample, y}}, pMetrics.line, style.colour);
+        DrawMark(pCanvas, {entry.x + sample / 2, y}, style, pMetrics);
+        pCanvas.Text(entry.x + sample + pMetrics.gap, entry.y, entry.text, pMetrics.font, kInk,
+                     Align::start);
+    }
+}
+
+// Labels and title of the time axis, and the notes on how to read the picture beside it.
+void DrawTimeAxis(Canvas& pCanvas, const Layout& pLayout, const PictureOptions& pOptions,
+                  std::vector<std::string> pNotes)
+{
+    const Metrics& metrics = pLayout.metrics;
+    const double baseline = pLayout.panels.back().bottom + metrics.gap * 0.5 + metrics.font;
+    for (const double tick : pLayout.timeTicks.at) {
+        pCanvas.Text(TimeTickX(pLayout, pOptions, tick), baseline,
+                     TickLabel(pLayout.timeTicks, tick), metrics.font, kLabelInk, Align::centre);
+    }
+    if (!pLayout.axisTitles) {
+        return;
+    }
+    const std::string title = pOptions.framesASecond > 0.0 ? "frames" : "seconds";
+    const double noteFont = metrics.font * 0.9;
+    const double titleWidth = pCanvas.TextWidth(title, metrics.font);
+    const double room = pLayout.right - pLayout.left - titleWidth - metrics.gap * 2.0;
+    std::string notes;
+    // The last note goes first where there is no room for all.
+    for (; !pNotes.empty(); pNotes.pop_back()) {
+        notes = fmt::format("{}", fmt::join(pNotes, ", "));
+        if (pCanvas.TextWidth(notes, noteFont) <= room) {
+            break;
+        }
+        notes.clear();
+    }
+    // A long note moves the title from the middle to the left end.
+    const double middle = (pLayout.left + pLayout.right) / 2;
+    const double noteLeft = pLayout.right - pCanvas.TextWidth(notes, noteFont);
+    const bool centred = middle + titleWidth / 2 + metrics.gap * 2.0 <= noteLeft;
+    pCanvas.Text(centred ? middle : pLayout.left, pLayout.timeTitleBaseline, title, metrics.font,
+                 kInk, centred ? Align::centre : Align::start);
+    pCanvas.Text(pLayout.right, pLayout.timeTitleBaseline, notes, noteFont, kLabelInk, Align::end);
+}
+}  // namespace
+
+const char* UnitName(Unit pUnit)
+{
+    switch (pUnit) {
+    case Unit::degrees:
+        return "degrees";
+    case Unit::sceneUnits:
+        return "scene units";
+    case Unit::factor:
+        break;
+    }
+    return "factor";
+}
+
+std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves)
+{
+    std::vector<int> colours;
+    std::array<bool, 3> used{};
+    for (const PictureCurve* curve : pCurves) {
+        const std::string& name = curve->name;
+        const bool axis = name.size() >= 2 && name[name.size() - 2] == '/';
+        const int index = axis ? name.back() - 'X' : -1;
+        if (index < 0 || index > 2 || used[static_cast<std::size_t>(index)]) {
+            colours.clear();
+            break;
+        }
+        used[static_cast<std::size_t>(index)] = true;
+        colours.push_back(index == 0 ? kVermilion : index == 1 ? kGreen : kBlue);
+    }
+    while (colours.size() < pCurves.size()) {
+        colours.push_back(static_cast<int>(colours.size() % kPalette.size()));
+    }
+    return colours;
+}
+
+std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance)
+{
+    std::vector<std::size_t> kept;
+    for (std::size_t i = 0; i < pPoints.size(); ++i) {
+        // Kept points run from left to right: only those within the distance on x can be too near.
+        const bool far = [&] {
+            for (auto at = kept.rbegin(); at != kept.rend(); ++at) {
+                const double dx = pPoints[i].x - pPoints[*at].x;
+                if (dx >= pDistance) {
+                    break;
+                }
+                if (std::hypot(dx, pPoints[i].y - pPoints[*at].y) < pDistance) {
+                    return false;
+                }
+            }
+            return true;
+        }();
+        if (far) {
+            kept.push_back(i);
+        }
+    }
+    return kept;
+}
+
+void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
+                 const PictureOptions& pOptions)
+{
+    const Layout layout = MakeLayout(pCanvas, pCurves, pOptions);
+    const Metrics& metrics = layout.metrics;
+    bool extrapolated = false;
+    Marks marks = Marks::all;
+    if (!layout.title.empty()) {
+        pCanvas.Text(layout.left, layout.titleBaseline, layout.title, metrics.titleFont, kInk,
+                     Align::start, true);
+    }
+    for (const Panel& panel : layout.panels) {
+        const std::vector<int> colours = ChooseColours(panel.curves);
+        std::vector<CurveStyle> styles;
+        for (std::size_t i = 0; i < colours.size(); ++i) {
+            styles.push_back({kPalette[static_cast<std::size_t>(colours[i])],
+                              static_cast<int>(i / kPalette.size()) % 4});
+        }
+        DrawGrid(pCanvas, layout, panel, pOptions);
+        pCanvas.PushClip(layout.left, panel.top, layout.right - layout.left,
+                         panel.bottom - panel.top);
+        for (std::size_t i = 0; i < panel.curves.size(); ++i) {
+            extrapolated |=
+                DrawCurve(pCanvas, *panel.curves[i], styles[i], panel, metrics, pOptions);
+        }
+        for (std::size_t i = 0; i < panel.curves.size(); ++i) {
+            marks = std::max(
+                marks, DrawKeys(pCanvas, *panel.curves[i], styles[i], panel, metrics, pOptions));
+        }
+        pCanvas.PopClip();
+        DrawLegend(pCanvas, panel, styles, metrics);
+    }
+    std::vector<std::string> notes;
+    if (extrapolated) {
+        notes.emplace_back("dashed: beyond the keys");
+    }
+    if (marks != Marks::all) {
+        notes.emplace_back(marks == Marks::some ? "not every key is marked"
+                                                : "keys too close to be marked");
+    }
+    DrawTimeAxis(pCanvas, layout, pOptions, notes);
+}

@@ -1,0 +1,174 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/table.h"
+
+#include "apps/glissa/progress.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <iterator>
+
+namespace
+{
+// Text put together until there is enough for a write.
+class TextBuffer
+{
+public:
+    explicit TextBuffer(Output& pOutput) : mOutput(pOutput) {}
+
+    template <typename... Parts>
+    void Text(const Parts&... pParts)
+    {
+        (mText.append(std::string_view(pParts)), ...);
+    }
+
+    template <typename T>
+    void Number(T pNumber)
+    {
+        fmt::format_to(std::back_inserter(mText), "{}", pNumber);
+    }
+
+    void JsonNumber(float pNumber)
+    {
+        if (std::isfinite(pNumber)) {
+            Number(pNumber);
+        } else {
+            Text("null");
+        }
+    }
+
+    void Pass()
+    {
+        if (mText.size() >= kEnough) {
+            Flush();
+        }
+    }
+    void Flush()
+    {
+        mOutput.Write({mText.data(), mText.size()});
+        mText.clear();
+    }
+
+private:
+    static constexpr std::size_t kEnough = 1 << 14;
+
+    Output& mOutput;
+    fmt::memory_buffer mText;
+};
+
+// Names come from files and may not be UTF-8; JSON has to be.
+std::string JsonText(const std::string& pText)
+{
+    return nlohmann::json(pText).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+// One array a curve: the grid again for each, so that the values need no memory.
+template <typename Evaluate>
+void WriteJsonArray(TextBuffer& pBuffer, const SampleGrid& pGrid, Progress& pProgress,
+                    std::uint64_t& pDone, Evaluate pEvaluate)
+{
+    const std::uint64_t count = pGrid.Count();
+    pBuffer.Text("[");
+    for (std::uint64_t i = 0; i < count; ++i) {
+        pBuffer.Text(i == 0 ? "" : ",");
+        pEvaluate(pGrid.At(i));
+        pBuffer.Pass();
+        pProgress.At(++pDone);
+    }
+    pBuffer.Text("]");
+}
+}  // namespace
+
+std::string CsvField(std::string_view pText)
+{
+    const bool blankEnds = !pText.empty() && (pText.front() == ' ' || pText.back() == ' ');
+    if (pText.find_first_of(",\"\r\n") == std::string_view::npos && !blankEnds) {
+        return std::string(pText);
+    }
+    std::string field = "\"";
+    for (const char each : pText) {
+        field += each;
+        if (each == '"') {
+            field += each;
+        }
+    }
+    return field + '"';
+}
+
+void WriteCsv(const Table& pTable, Output& pOutput)
+{
+    TextBuffer buffer(pOutput);
+    buffer.Text("time");
+    for (const NamedCurve* const each : pTable.curves) {
+        buffer.Text(",", CsvField(each->name));
+        if (pTable.slopes) {
+            buffer.Text(",", CsvField(each->name + " left slope"));
+            buffer.Text(",", CsvField(each->name + " right slope"));
+        }
+    }
+    buffer.Text("\n");
+
+    const std::uint64_t count = pTable.grid.Count();
+    std::vector<int> hints(pTable.curves.size(), 0);
+    Progress progress(count);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const KTime time = pTable.grid.At(i);
+        buffer.Number(time.GetSecondDouble());
+        for (std::size_t c = 0; c < pTable.curves.size(); ++c) {
+            Glissa& curve = *pTable.curves[c]->curve;
+            int* const hint = &hints[c];
+            buffer.Text(",");
+            buffer.Number(curve.Evaluate(time, hint));
+            if (pTable.slopes) {
+                buffer.Text(",");
+                buffer.Number(curve.EvaluateLeftDerivative(time, hint));
+                buffer.Text(",");
+                buffer.Number(curve.EvaluateRightDerivative(time, hint));
+            }
+        }
+        buffer.Text("\n");
+        buffer.Pass();
+        progress.At(i);
+    }
+    buffer.Flush();
+}
+
+void WriteJson(const Table& pTable, Output& pOutput)
+{
+    TextBuffer buffer(pOutput);
+    const std::uint64_t columns = 1 + pTable.curves.size() * (pTable.slopes ? 3 : 1);
+    Progress progress(pTable.grid.Count() * columns);
+    std::uint64_t done = 0;
+
+    buffer.Text("{\"clip\":", JsonText(pTable.clip->path), ",\n\"rate\":");
+    buffer.Number(pTable.grid.samplesASecond);
+    buffer.Text(",\n\"times\":");
+    WriteJsonArray(buffer, pTable.grid, progress, done,
+                   [&](KTime pTime) { buffer.Number(pTime.GetSecondDouble()); });
+    buffer.Text(",\n\"curves\":[");
+    for (std::size_t c = 0; c < pTable.curves.size(); ++c) {
+        Glissa& curve = *pTable.curves[c]->curve;
+        int hint = 0;
+        buffer.Text(c == 0 ? "\n" : ",\n");
+        buffer.Text("{\"name\":", JsonText(pTable.curves[c]->name), ",\"unit\":\"",
+                    UnitName(pTable.curves[c]->unit), "\",\"values\":");
+        WriteJsonArray(buffer, pTable.grid, progress, done,
+                       [&](KTime pTime) { buffer.JsonNumber(curve.Evaluate(pTime, &hint)); });
+        if (pTable.slopes) {
+            buffer.Text(",\"left_slopes\":");
+            WriteJsonArray(buffer, pTable.grid, progress, done, [&](KTime pTime) {
+                buffer.JsonNumber(curve.EvaluateLeftDerivative(pTime, &hint));
+            });
+            buffer.Text(",\"right_slopes\":");
+            WriteJsonArray(buffer, pTable.grid, progress, done, [&](KTime pTime) {
+                buffer.JsonNumber(curve.EvaluateRightDerivative(pTime, &hint));
+            });
+        }
+        buffer.Text("}");
+    }
+    buffer.Text("]}\n");
+    buffer.Flush();
+}

@@ -1,0 +1,23 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Any bytes are a script of edits of three curves. After each step the curves agree with naive
+// ones and their books are true.
+
+#include "tests/support/edit_script.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t pSize)
+{
+    EditScript script{EditChoices(std::span(pData, pSize))};
+    while (!script.IsAtEnd()) {
+        const std::string faults = script.Step();
+        if (!faults.empty()) {
+            std::fputs(faults.c_str(), stderr);
+            std::abort();
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,132 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Loads any bytes into the field store: once as a file, which mostly ends at the checksum, and
+// once as the body of a file whose header and checksum fit. What loads is walked by the public
+// interface and written anew, value by value; as a document has exactly one encoding, the copy
+// must save to the very bytes that were loaded.
+
+#include "corvekit/store/crc32c.h"
+#include "corvekit/store/tdf.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <ostream>
+#include <span>
+#include <sstream>
+#include <string>
+
+namespace
+{
+void Require(bool pHolds)
+{
+    if (!pHolds) {
+        std::abort();
+    }
+}
+
+// Copies the values of the open field, and reads each once more by a type that may be wrong.
+void CopyValues(KTdf& pFrom, KTdf& pTo)
+{
+    KTdf probe = pTo.IsEmpty() ? pFrom : KTdf();
+    for (std::int64_t left = pFrom.FieldReadGetRemain(); left > 0; --left) {
+        Require(pFrom.FieldReadGetRemain() == left);
+        if (probe.FieldReadGetRemain() == left) {
+            static_cast<void>(left % 2 == 0 ? probe.FieldReadD() : probe.FieldReadF());
+        }
+        switch (pFrom.FieldReadGetType()) {
+        case KTdf::kTypeTime:
+            pTo.FieldWriteT(pFrom.FieldReadT());
+            break;
+        case KTdf::kTypeInt:
+            pTo.FieldWriteI(pFrom.FieldReadI());
+            break;
+        case KTdf::kTypeDouble:
+            pTo.FieldWriteD(pFrom.FieldReadD());
+            break;
+        case KTdf::kTypeCharacter:
+            pTo.FieldWriteCH(pFrom.FieldReadCH());
+            break;
+        default:
+            Require(pFrom.FieldReadGetType() == KTdf::kTypeText);
+            pTo.FieldWriteS(pFrom.FieldReadS());
+            break;
+        }
+    }
+    Require(pFrom.FieldReadGetType() == KTdf::kTypeNone);
+}
+
+// The field just opened is one of its name, and opening by name finds none beyond the last.
+void CheckNames(KTdf& pTdf, const KString& pName)
+{
+    const int count = pTdf.FieldGetInstanceCount(pName.GetBuffer());
+    Require(count > 0 && count <= pTdf.FieldGetCount());
+    Require(!pTdf.FieldReadBegin(pName.GetBuffer(), count));
+    Require(pTdf.FieldReadBegin(pName.GetBuffer(), count - 1));
+    pTdf.FieldReadEnd();
+    Require(!pTdf.FieldReadBegin(pName.GetBuffer()));
+}
+
+void Copy(KTdf& pFrom, KTdf& pTo)
+{
+    int depth = 0;
+    for (;;) {
+        if (!pFrom.FieldReadBeginNext()) {
+            if (pFrom.FieldGetCount() > 0 && pFrom.FieldGetCount() < 100) {
+                pFrom.FieldReadRewind();
+                Require(pFrom.FieldReadBeginNext());
+                const KString name = pFrom.FieldReadGetName();
+                pFrom.FieldReadEnd();
+                CheckNames(pFrom, name);
+            }
+            if (depth-- == 0) {
+                return;
+            }
+            pFrom.FieldReadBlockEnd();
+            pFrom.FieldReadEnd();
+            Require(pTo.FieldWriteBlockEnd() && pTo.FieldWriteEnd());
+            continue;
+        }
+        Require(pTo.FieldWriteBegin(pFrom.FieldReadGetName().GetBuffer()));
+        CopyValues(pFrom, pTo);
+        if (pFrom.FieldReadBlockBegin()) {
+            Require(pTo.FieldWriteBlockBegin());
+            ++depth;
+        } else {
+            pFrom.FieldReadEnd();
+            Require(pTo.FieldWriteEnd());
+        }
+    }
+}
+
+void LoadWalkAndCompare(const std::string& pFile)
+{
+    KTdf tdf;
+    if (!tdf.Load(std::span(reinterpret_cast<const std::uint8_t*>(pFile.data()), pFile.size()))) {
+        Require(tdf.IsEmpty() && tdf.GetError().GetLastErrorID() != KError::kNone);
+        Require(tdf.GetError().GetLastErrorOffset() >= 0);
+        Require(tdf.GetError().GetLastErrorOffset() <= static_cast<std::int64_t>(pFile.size()));
+        return;
+    }
+    KTdf copy;
+    Copy(tdf, copy);
+    std::ostringstream stream;
+    Require(copy.Save(stream));
+    Require(stream.str() == pFile);
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t pSize)
+{
+    const std::string bytes(reinterpret_cast<const char*>(pData), pSize);
+    LoadWalkAndCompare(bytes);
+
+    std::string file = std::string("KTDF\0\0\0\1", 8) + bytes;
+    const std::uint32_t sum = Crc32c(file.data(), file.size());
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        file += static_cast<char>(sum >> shift);
+    }
+    LoadWalkAndCompare(file);
+    return 0;
+}

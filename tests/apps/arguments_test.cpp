@@ -1,0 +1,128 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/arguments.h"
+#include "apps/glissa/refusal.h"
+#include "apps/glissa/sample_grid.h"
+#include "apps/glissa/table.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+TEST(Arguments, TimesAreSecondsOrFrames)
+{
+    const struct
+    {
+        const char* text;
+        double rate;
+        std::int64_t ticks;
+    } cases[] = {
+        {"0", 24.0, 0},
+        {"1.25", 24.0, 176400000},
+        {"1.25s", 24.0, 176400000},
+        {"+2", 24.0, 282240000},
+        {"-1e-3", 24.0, -141120},
+        {"37f", 24.0, 37 * 5880000LL},
+        {"-1f", 30000.0 / 1001.0, -4708704},
+        {"0.5f", 120.0, 588000},
+        {"10000000f", 24000.0 / 1001.0, 10000000LL * 5885880},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.text);
+        EXPECT_EQ(each.ticks, ParseTime(each.text).At(each.rate).Get());
+    }
+    for (const char* const text :
+         {"", "f", "s", "1,5", "1.5x", "1:30", "nan", "inf", "+-1", " 1"}) {
+        EXPECT_THROW(ParseTime(text), WrongArguments) << text;
+    }
+    EXPECT_THROW(ParseTime("1e11").At(24.0), WrongArguments);
+    EXPECT_THROW(ParseTime("1e11f").At(1.0), WrongArguments);
+}
+
+TEST(Arguments, RatesKnowTheBroadcastOnes)
+{
+    EXPECT_EQ(240.0, ParseRate("240").number);
+    EXPECT_EQ(30000.0 / 1001.0, ParseRate("29.97").number);
+    EXPECT_EQ(30000.0 / 1001.0, ParseRate("30000/1001").number);
+    EXPECT_EQ(24000.0 / 1001.0, ParseRate("23.976").number);
+    EXPECT_EQ(60000.0 / 1001.0, ParseRate("59.94").number);
+    for (const char* const text :
+         {"", "0", "-24", "24/0", "1/2/3", "1e9", "1e-9", "nan", "24fps"}) {
+        EXPECT_THROW(ParseRate(text), WrongArguments) << text;
+    }
+}
+
+TEST(Arguments, ExtrapolationHasANameAndACount)
+{
+    const struct
+    {
+        const char* text;
+        unsigned mode;
+        std::uint32_t count;
+    } cases[] = {
+        {"none", eExtrapolationNone, 0xFFFFFFFFu},
+        {"constant:0", eExtrapolationConstant, 0},
+        {"repeat", eExtrapolationRepetition, 0xFFFFFFFFu},
+        {"mirror:2", eExtrapolationMirror, 2},
+        {"slope:forever", eExtrapolationKeepSlope, 0xFFFFFFFFu},
+        {"relative:4294967295", eExtrapolationRelativeRepetition, 0xFFFFFFFFu},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.text);
+        EXPECT_EQ(each.mode, ParseExtrapolation(each.text).mode);
+        EXPECT_EQ(each.count, ParseExtrapolation(each.text).count);
+    }
+    for (const char* const text : {"", "Mirror", "mirror:", "mirror:-1", "mirror:4294967296",
+                                   "mirror:1.5", "mirror:2:2", "loop"}) {
+        EXPECT_THROW(ParseExtrapolation(text), WrongArguments) << text;
+    }
+}
+
+TEST(Arguments, SizesHaveLimits)
+{
+    EXPECT_EQ(1200, ParseSize("1200x600").width);
+    EXPECT_EQ(600, ParseSize("1200x600").height);
+    for (const char* const text : {"1200", "x", "1200x", "1200x600x2", "10x10", "99999x600",
+                                   "99999999999x600", "-800x600"}) {
+        EXPECT_THROW(ParseSize(text), WrongArguments) << text;
+    }
+}
+
+TEST(SampleGrid, HoldsBothEndsAndDoesNotDrift)
+{
+    const KTime hour = KTime(KTime::kTicksPerSecond) * 3600;
+    const SampleGrid broadcast{KTime(), hour, 30000.0 / 1001.0};
+    EXPECT_EQ(107893u, broadcast.Count());
+    EXPECT_EQ(107892 * 4708704LL, broadcast.At(107892).Get());
+
+    const SampleGrid exact{KTime(-7), KTime(-7) + hour, 24.0};
+    EXPECT_EQ(86401u, exact.Count());
+    EXPECT_EQ(exact.to, exact.At(86400));
+    EXPECT_EQ(1u, (SampleGrid{hour, hour, 24.0}).Count());
+    // Seven to the second fall between ticks nowhere: 20160000 ticks; 11 do, and round.
+    EXPECT_EQ(12u, (SampleGrid{KTime(), KTime(KTime::kTicksPerSecond), 11.0}).Count());
+    // From one end of time to the other.
+    EXPECT_GT((SampleGrid{KTime::MinusInfinite(), KTime::Infinite(), 1000.0}).Count(), 1u << 31);
+}
+
+TEST(CsvField, QuotesWhatACommaWouldBreak)
+{
+    const struct
+    {
+        const char* name;
+        const char* field;
+    } cases[] = {
+        {"Hips/R/X", "Hips/R/X"},
+        {"", ""},
+        {"Left Arm", "Left Arm"},
+        {"a,b", "\"a,b\""},
+        {"say \"x\"", "\"say \"\"x\"\"\""},
+        {"a\nb", "\"a\nb\""},
+        {" a", "\" a\""},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(each.field, CsvField(each.name));
+    }
+}
+}  // namespace

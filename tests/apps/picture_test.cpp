@@ -1,0 +1,283 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/curve_picture.h"
+#include "apps/glissa/picture/layout.h"
+#include "tests/support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace
+{
+// What Lighter makes of it is drawn beyond the keys: a curve's lines are those of the first colour
+// of the palette or its lighter kind.
+struct SvgLine
+{
+    std::vector<DevicePoint> points;
+    bool dashed = false;
+};
+
+std::string DrawSvg(const std::vector<PictureCurve>& pCurves, const PictureOptions& pOptions,
+                    int pWidth, int pHeight, Layout* pLayout = nullptr)
+{
+    std::string svg;
+    Canvas canvas(PictureFormat::svg, pWidth, pHeight, "test",
+                  [&svg](std::string_view pBytes) { svg += pBytes; });
+    if (pLayout != nullptr) {
+        *pLayout = MakeLayout(canvas, pCurves, pOptions);
+    }
+    DrawPicture(canvas, pCurves, pOptions);
+    canvas.Finish();
+    return svg;
+}
+
+// The stroked paths of straight lines that have the width of a curve's line.
+std::vector<SvgLine> CurveLines(const std::string& pSvg, const Layout& pLayout)
+{
+    std::vector<SvgLine> lines;
+    std::size_t at = 0;
+    while ((at = pSvg.find("<path style=\"fill:none;stroke-width:", at)) != std::string::npos) {
+        const std::string path = pSvg.substr(at, pSvg.find("/>", at) - at);
+        ++at;
+        const double width = std::strtod(path.c_str() + path.find("width:") + 6, nullptr);
+        const double line = pLayout.metrics.line;
+        if (std::fabs(width - line) > 1e-3 && std::fabs(width - line * 0.85) > 1e-3) {
+            continue;
+        }
+        SvgLine found;
+        found.dashed = width < line - 1e-3;
+        const char* cursor = path.c_str() + path.find(" d=\"") + 4;
+        while (*cursor == 'M' || *cursor == 'L' || *cursor == ' ') {
+            char* end = nullptr;
+            DevicePoint point;
+            point.x = std::strtod(cursor + 1, &end);
+            point.y = std::strtod(end, &end);
+            found.points.push_back(point);
+            cursor = end;
+            while (*cursor == ' ') {
+                ++cursor;
+            }
+        }
+        // A sample in the legend stands above the panel.
+        if (found.points.size() >= 2 && found.points.front().y >= pLayout.panels.front().top) {
+            lines.push_back(found);
+        }
+    }
+    return lines;
+}
+
+double Distance(const DevicePoint& pPoint, const DevicePoint& pA, const DevicePoint& pB)
+{
+    const double dx = pB.x - pA.x;
+    const double dy = pB.y - pA.y;
+    const double length = dx * dx + dy * dy;
+    const double way =
+        length == 0.0
+            ? 0.0
+            : std::clamp(((pPoint.x - pA.x) * dx + (pPoint.y - pA.y) * dy) / length, 0.0, 1.0);
+    return std::hypot(pPoint.x - pA.x - way * dx, pPoint.y - pA.y - way * dy);
+}
+
+NamedCurve Named(const CurveHandle& pCurve)
+{
+    return {"Hips/R/Z", Unit::degrees, pCurve.get()};
+}
+
+// The keys and twice their span to both sides, as far as a picture's times reach.
+TimeSpan Around(NamedCurve& pCurve)
+{
+    const KTime second(KTime::kTicksPerSecond);
+    if (!pCurve.HasKeys() || pCurve.First() == pCurve.Last()) {
+        return {-second, second};
+    }
+    const KTime reach = second * 1000000;
+    const KTime span = std::min(pCurve.Last() - pCurve.First(), reach);
+    return {std::max(pCurve.First() - span * 2, -reach), std::min(pCurve.Last() + span * 2, reach)};
+}
+
+TEST(Picture, TheLineIsTheCurveToHalfAPixel)
+{
+    for (const MuseumPiece& piece : Museum()) {
+        SCOPED_TRACE(piece.name);
+        const CurveHandle curve = ToGlissa(piece.make());
+        NamedCurve named = Named(curve);
+        PictureOptions options;
+        const TimeSpan span = Around(named);
+        options.from = span.from;
+        options.to = span.to;
+        const std::vector<PictureCurve> curves = {MakePictureCurve(named, span, false)};
+        Layout layout;
+        const std::vector<SvgLine> lines =
+            CurveLines(DrawSvg(curves, options, 800, 400, &layout), layout);
+        ASSERT_FALSE(lines.empty());
+        const DeviceScale& scale = layout.panels.front().scale;
+        double greatest = 0.0;
+        constexpr int kSteps = 3001;
+        for (int i = 0; i <= kSteps; ++i) {
+            const KTime time(span.from.Get() + (span.to - span.from).Get() / kSteps * i);
+            const DevicePoint point{scale.X(time),
+                                    scale.Y(static_cast<double>(curve->Evaluate(time, nullptr)))};
+            double nearest = INFINITY;
+            for (const SvgLine& line : lines) {
+                for (std::size_t k = 0; k + 1 < line.points.size(); ++k) {
+                    if (line.points[k].x < point.x + 1.0 && line.points[k + 1].x > point.x - 1.0) {
+                        nearest =
+                            std::min(nearest, Distance(point, line.points[k], line.points[k + 1]));
+                    }
+                }
+            }
+            greatest = std::max(greatest, nearest);
+        }
+        EXPECT_LE(greatest, 0.5);
+        for (const SvgLine& line : lines) {
+            // Dashed beyond the keys, solid between them, and inside the panel throughout.
+            if (named.HasKeys() && named.First() > span.from && named.Last() < span.to) {
+                const double middle = (line.points.front().x + line.points.back().x) / 2;
+                const bool between =
+                    middle > scale.X(named.First()) && middle < scale.X(named.Last());
+                EXPECT_EQ(!between, line.dashed);
+            }
+            for (const DevicePoint& point : line.points) {
+                EXPECT_GE(point.y, layout.panels.front().top);
+                EXPECT_LE(point.y, layout.panels.front().bottom);
+            }
+        }
+    }
+}
+
+TEST(Picture, RepeatedKeysAreBreaks)
+{
+    // Keys at 0, 1 and 4 seconds.
+    const CurveHandle curve(GlissaCreate());
+    const KTime second(KTime::kTicksPerSecond);
+    for (const int at : {0, 1, 4}) {
+        curve->KeyAppendFast(second * at, static_cast<float>(at));
+    }
+    curve->SetPreExtrapolation(eExtrapolationRepetition);
+    curve->SetPreExtrapolationCount(2);
+    curve->SetPostExtrapolation(eExtrapolationMirror);
+    curve->SetPostExtrapolationCount(2);
+    std::vector<double> seconds;
+    for (const KTime each : CurveBreaks(*curve, {second * -20, second * 20})) {
+        seconds.push_back(each.GetSecondDouble());
+    }
+    EXPECT_EQ((std::vector<double>{-8, -7, -4, -3, 0, 1, 4, 7, 8, 9, 12}), seconds);
+
+    // A hundred million repetitions in sight: evenly spaced times, and not all too many.
+    curve->SetPostExtrapolationCount(0xFFFFFFFFul);
+    const std::vector<KTime> many = CurveBreaks(*curve, {KTime(), second * 400000000});
+    EXPECT_GT(many.size(), 8192u);
+    EXPECT_LT(many.size(), 1000000u);
+}
+
+// Texts and panels of a page: none is off the page or on another.
+TEST(Layout, FitsAnySize)
+{
+    std::vector<PictureCurve> curves(30);
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+        curves[i].name = i == 0 ? std::string(3000, 'n') : "Joint" + std::string(i, 'x') + "/R/X";
+        curves[i].unit = i % 4 == 0 ? Unit::sceneUnits : Unit::degrees;
+        curves[i].value = [i](KTime pTime) {
+            return std::sin(pTime.GetSecondDouble() * static_cast<double>(i)) *
+                   std::pow(10.0, static_cast<double>(i) - 5.0);
+        };
+    }
+    for (const auto& [width, height] :
+         {std::pair(160, 120), std::pair(320, 200), std::pair(200, 900), std::pair(1000, 500),
+          std::pair(2000, 130), std::pair(3000, 3000)}) {
+        for (const std::size_t count : {1u, 2u, 7u, 30u, 29u}) {
+            SCOPED_TRACE(testing::Message() << width << "x" << height << ", " << count);
+            PictureOptions options;
+            options.title = "A title\xff that is " + std::string(300, 'w');
+            options.from = KTime::FromSeconds(-3.0);
+            options.to = KTime::FromSeconds(100000.0);
+            if (count == 29u) {
+                // Labels of ten digits.
+                options.from = KTime::FromSeconds(123456.0001);
+                options.to = KTime::FromSeconds(123456.0009);
+            }
+            Canvas canvas(PictureFormat::png, width, height, "", [](std::string_view) {});
+            const Layout layout = MakeLayout(
+                canvas, {curves.begin(), curves.begin() + static_cast<std::ptrdiff_t>(count)},
+                options);
+            const double font = layout.metrics.font;
+            EXPECT_GE(layout.right - layout.left, width * 0.3);
+            EXPECT_LE(layout.left + canvas.TextWidth(layout.title, layout.metrics.titleFont, true),
+                      width);
+            double above = layout.titleBaseline;
+            for (const Panel& panel : layout.panels) {
+                double row = 0.0;
+                double end = 0.0;
+                for (const LegendEntry& entry : panel.legend) {
+                    EXPECT_GE(entry.y - font * 0.8, above);
+                    EXPECT_LE(entry.y + font * 0.25, panel.top);
+                    EXPECT_TRUE(entry.y > row || entry.x >= end);
+                    row = entry.y;
+                    end = entry.x + canvas.TextWidth(entry.text, font) +
+                          (entry.curve >= 0 ? LegendSampleWidth(layout.metrics) + layout.metrics.gap
+                                            : 0.0);
+                    EXPECT_LE(end, width);
+                }
+                EXPECT_GE(panel.bottom - panel.top, height * 0.09);
+                for (std::size_t i = 0; i < panel.ticks.at.size(); ++i) {
+                    const std::string label = TickLabel(panel.ticks, panel.ticks.at[i]);
+                    EXPECT_LE(canvas.TextWidth(label, font) + layout.metrics.gap, layout.left);
+                    if (i > 0) {
+                        EXPECT_GE(panel.scale.Y(panel.ticks.at[i - 1]) -
+                                      panel.scale.Y(panel.ticks.at[i]),
+                                  font);
+                    }
+                }
+                above = panel.bottom;
+            }
+            EXPECT_LE(above + font * 1.2, height);
+            double end = 0.0;
+            for (const double tick : layout.timeTicks.at) {
+                const double half = canvas.TextWidth(TickLabel(layout.timeTicks, tick), font) / 2;
+                const double x = TimeTickX(layout, options, tick);
+                EXPECT_GT(x - half, end);
+                end = x + half;
+            }
+            EXPECT_LE(end, width);
+        }
+    }
+}
+
+TEST(Picture, HandlesAreAThirdOfTheSegmentOrTheWeight)
+{
+    const CurveHandle weighted = ToGlissa(MuseumCurve("handles at their limits"));
+    const CurveHandle plain = ToGlissa(MuseumCurve("overshoot"));
+    for (const CurveHandle* const curve : {&weighted, &plain}) {
+        NamedCurve named = Named(*curve);
+        const PictureCurve picture = MakePictureCurve(named, {named.First(), named.Last()}, true);
+        const int count = (*curve)->KeyGetCount();
+        ASSERT_EQ(static_cast<std::size_t>(count), picture.keys.size());
+        EXPECT_FALSE(picture.keys.front().left.shown);
+        EXPECT_FALSE(picture.keys.back().right.shown);
+        for (int i = 0; i + 1 < count; ++i) {
+            if ((*curve)->KeyGetInterpolation(i) != eInterpolationCubic) {
+                continue;
+            }
+            // The curve leaves a key along its handle.
+            const PictureKey& key = picture.keys[static_cast<std::size_t>(i)];
+            const double gap =
+                ((*curve)->KeyGetTime(i + 1) - (*curve)->KeyGetTime(i)).GetSecondDouble();
+            const double length = (key.right.time - key.time).GetSecondDouble();
+            EXPECT_NEAR(gap * static_cast<double>((*curve)->KeyGetRightTangeantWeight(i)), length,
+                        1e-7);
+            EXPECT_NEAR(static_cast<double>((*curve)->KeyGetRightDerivative(i)) * length,
+                        key.right.value - key.value, 1e-4);
+            const PictureKey& next = picture.keys[static_cast<std::size_t>(i) + 1];
+            EXPECT_LT(next.left.time, next.time);
+            EXPECT_NEAR(static_cast<double>((*curve)->KeyGetLeftDerivative(i + 1)) *
+                            (next.time - next.left.time).GetSecondDouble(),
+                        next.value - next.left.value, 1e-4);
+        }
+    }
+}
+}  // namespace

@@ -1,0 +1,183 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/picture/picture.h"
+#include "apps/glissa/picture/trace.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+namespace
+{
+double DistanceToSegment(const DevicePoint& pPoint, const DevicePoint& pA, const DevicePoint& pB)
+{
+    const double dx = pB.x - pA.x;
+    const double dy = pB.y - pA.y;
+    const double length = dx * dx + dy * dy;
+    const double way =
+        length == 0.0
+            ? 0.0
+            : std::clamp(((pPoint.x - pA.x) * dx + (pPoint.y - pA.y) * dy) / length, 0.0, 1.0);
+    return std::hypot(pPoint.x - pA.x - way * dx, pPoint.y - pA.y - way * dy);
+}
+
+// Greatest distance of densely sampled points of the curve to the strips.
+double Deviation(const Sampler& pCurve, const std::vector<std::vector<DevicePoint>>& pStrips,
+                 KTime pFrom, KTime pTo, const DeviceScale& pScale)
+{
+    double greatest = 0.0;
+    constexpr int kSteps = 20011;
+    for (int i = 0; i <= kSteps; ++i) {
+        const KTime time(pFrom.Get() + (pTo - pFrom).Get() / kSteps * i);
+        const DevicePoint point{pScale.X(time), pScale.Y(pCurve(time))};
+        if (!std::isfinite(point.y)) {
+            continue;
+        }
+        double nearest = INFINITY;
+        for (const auto& strip : pStrips) {
+            for (std::size_t k = 0; k + 1 < strip.size(); ++k) {
+                // x rises along a strip.
+                if (strip[k + 1].x > point.x - 2.0 && strip[k].x < point.x + 2.0) {
+                    nearest = std::min(nearest, DistanceToSegment(point, strip[k], strip[k + 1]));
+                }
+            }
+        }
+        greatest = std::max(greatest, nearest);
+    }
+    return greatest;
+}
+
+const KTime kSecond(KTime::kTicksPerSecond);
+
+DeviceScale Scale(double pLow, double pHigh)
+{
+    return {KTime(), kSecond * 4, 50.0, 950.0, pLow, pHigh, 480.0, 20.0};
+}
+
+TEST(Trace, KeepsWithinHalfAPixel)
+{
+    const auto seconds = [](KTime pTime) { return pTime.GetSecondDouble(); };
+    const auto ease = [&](KTime pTime) {
+        // Crosses the middle of its chord: a test of the middle alone would take it as straight.
+        const double t = seconds(pTime) / 4.0;
+        return t * t * (3.0 - 2.0 * t);
+    };
+    const auto wave = [&](KTime pTime) { return std::sin(seconds(pTime) * 40.0); };
+    const auto spike = [&](KTime pTime) {
+        return std::exp(-std::pow(seconds(pTime) - 2.0, 2.0) * 1e4);
+    };
+    const auto steps = [&](KTime pTime) { return std::floor(seconds(pTime)); };
+    const auto noise = [&](KTime pTime) {
+        // Thousands of keys to a pixel.
+        return std::fmod(std::fabs(std::sin(std::floor(seconds(pTime) * 1000.0)) * 1e4), 1.0);
+    };
+    const auto denser = [&](KTime pTime) {
+        return std::fmod(std::fabs(std::sin(std::floor(seconds(pTime) * 50000.0)) * 1e4), 1.0);
+    };
+    std::vector<KTime> whole, dense, all;
+    for (int i = 0; i <= 4; ++i) {
+        whole.push_back(kSecond * i);
+    }
+    for (int i = 0; i <= 4000; ++i) {
+        dense.push_back(KTime(kSecond.Get() / 1000 * i));
+    }
+    for (int i = 0; i <= 200000; ++i) {
+        all.push_back(KTime(kSecond.Get() / 50000 * i));
+    }
+    const struct
+    {
+        const char* name;
+        Sampler curve;
+        std::vector<KTime> breaks;
+        double low, high;
+        std::size_t most;  // points; a road without thrift would pass as well
+    } cases[] = {
+        {"ease", ease, {}, 0.0, 1.0, 60},
+        {"wave", wave, {}, -1.0, 1.0, 2000},
+        {"spike at a key", spike, {kSecond * 2}, 0.0, 1.0, 150},
+        {"steps", steps, whole, 0.0, 4.0, 40},
+        {"dense", noise, dense, 0.0, 1.0, 16000},
+        {"denser", denser, all, 0.0, 1.0, 16000},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        const DeviceScale scale = Scale(each.low, each.high);
+        const auto strips = TraceCurve(each.curve, each.breaks, scale.from, scale.to, scale);
+        ASSERT_EQ(1u, strips.size());
+        EXPECT_LE(Deviation(each.curve, strips, scale.from, scale.to, scale), 0.5);
+        EXPECT_LE(strips.front().size(), each.most);
+        EXPECT_EQ(scale.left, strips.front().front().x);
+        EXPECT_EQ(scale.right, strips.front().back().x);
+    }
+}
+
+TEST(Trace, StepsAreUpright)
+{
+    const DeviceScale scale = Scale(0.0, 1.0);
+    const Sampler step = [](KTime pTime) { return pTime < kSecond ? 0.0 : 1.0; };
+    const auto strips = TraceCurve(step, {kSecond}, scale.from, scale.to, scale);
+    ASSERT_EQ(1u, strips.size());
+    for (const DevicePoint& point : strips.front()) {
+        EXPECT_TRUE(point.y == scale.bottom || point.y == scale.top) << point.x << " " << point.y;
+        EXPECT_EQ(point.y == scale.bottom, point.x < scale.X(kSecond));
+    }
+}
+
+TEST(Trace, EndsAStripWhereTheValueIsNoNumber)
+{
+    const DeviceScale scale = Scale(-1.0, 1.0);
+    const Sampler gap = [](KTime pTime) {
+        return pTime > kSecond && pTime < kSecond * 2 ? std::nan("") : 0.5;
+    };
+    const auto strips = TraceCurve(gap, {kSecond, kSecond * 2}, scale.from, scale.to, scale);
+    ASSERT_EQ(2u, strips.size());
+    EXPECT_NEAR(scale.X(kSecond), strips[0].back().x, 1e-3);
+    EXPECT_NEAR(scale.X(kSecond * 2), strips[1].front().x, 1e-3);
+}
+
+TEST(ThinPoints, KeepsWhatDoesNotTouch)
+{
+    const std::vector<DevicePoint> points = {{0, 0}, {1, 50}, {2, 1}, {3, 49}, {8, 0}, {9, 0}};
+    EXPECT_EQ((std::vector<std::size_t>{0, 1, 4}), ThinPoints(points, 8.0));
+
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> place(0.0, 100.0);
+    std::vector<DevicePoint> cloud(2000);
+    for (DevicePoint& each : cloud) {
+        each = {place(random), place(random)};
+    }
+    std::sort(cloud.begin(), cloud.end(),
+              [](const DevicePoint& a, const DevicePoint& b) { return a.x < b.x; });
+    const std::vector<std::size_t> kept = ThinPoints(cloud, 7.0);
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        for (std::size_t k = 0; k < i; ++k) {
+            ASSERT_GE(std::hypot(cloud[kept[i]].x - cloud[kept[k]].x,
+                                 cloud[kept[i]].y - cloud[kept[k]].y),
+                      7.0);
+        }
+    }
+}
+
+TEST(ChooseColours, GivesTheAxesTheirOwn)
+{
+    const auto choose = [](const std::vector<std::string>& pNames) {
+        std::vector<PictureCurve> curves(pNames.size());
+        std::vector<const PictureCurve*> pointers;
+        for (std::size_t i = 0; i < pNames.size(); ++i) {
+            curves[i].name = pNames[i];
+            pointers.push_back(&curves[i]);
+        }
+        return ChooseColours(pointers);
+    };
+    const std::vector<int> axes = choose({"Hips/T/Z", "Hips/T/X", "Hips/T/Y"});
+    EXPECT_EQ((std::vector<int>{axes[0], axes[1], axes[2]}), choose({"A/Z", "A/X", "A/Y"}));
+    EXPECT_EQ(axes[1], choose({"Knee/R/X"}).front());
+    // Two X: the palette in order, no two alike among the first seven.
+    std::vector<int> many = choose({"A/X", "B/X", "A/Y", "B/Y", "A/Z", "B/Z", "C/X"});
+    std::sort(many.begin(), many.end());
+    EXPECT_EQ(many.end(), std::adjacent_find(many.begin(), many.end()));
+}
+}  // namespace
