@@ -46,4 +46,10 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/curve/key_list.h
     glissa/curve/memory.h
     glissa/curve/modify_bracket.h
-    glissa/curve/tangent_math.h)
+    glissa/curve/tangent_math.h
+    glissa/node/candidate_state.h
+    glissa/node/eti.h
+    glissa/node/layer.h
+    glissa/node/lock_query.h
+    glissa/node/node.h
+    glissa/node/node_event.h)

@@ -4,12 +4,11 @@
 // What a curve asks of the node that owns it. It stands here because the curve lies below the node.
 
 #include "glissa/curve/curve.h"
+#include "glissa/node/node.h"
 
-// A curve takes its owner as an address; until there is a node class to own one, none is locked and
-// none has an object layer to take an evaluation over from.
 bool Glissa::IsLocked()
 {
-    return false;
+    return mOwner && mOwner->IsNodeLocked();
 }
 
 void Glissa::CallbackEvaluationRegister(void* pFunction, void* pObject)
@@ -17,5 +16,16 @@ void Glissa::CallbackEvaluationRegister(void* pFunction, void* pObject)
     if (pFunction && pObject) {
         mEvaluationFunction = pFunction;
         mEvaluationObject = pObject;
+        return;
+    }
+    GlissaNode* base = mOwner ? mOwner->ObjectLayerGet() : nullptr;
+    if (!base) {
+        return;
+    }
+    GlissaNode* holder = base->GetCount() > 0 ? base->Get(0) : base;
+    const Glissa* source = holder->FCurveGet();
+    if (source && source->IsEvaluationOverwritten()) {
+        mEvaluationFunction = source->mEvaluationFunction;
+        mEvaluationObject = source->mEvaluationObject;
     }
 }

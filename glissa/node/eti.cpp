@@ -1,0 +1,151 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// From the host's timeline to a node's own time and back, by the ETIs on the node's way: its own or
+// that of its first child, and those of its ancestors.
+
+#include "glissa/node/eti.h"
+
+#include "glissa/node/node_state.h"
+
+namespace
+{
+constexpr double kStandstill = 1e-6;  // stands for a scale factor of 0, by which nothing divides
+
+// The node's own ETI, else, on a branch, that of its first child.
+IGlissaETI* NearestETI(GlissaNode* pNode)
+{
+    if (IGlissaETI* own = pNode->GetETI()) {
+        return own;
+    }
+    GlissaNode* first = pNode->FCurveGet() ? nullptr : pNode->Get(0);
+    return first ? first->GetETI() : nullptr;
+}
+}  // namespace
+
+IGlissaETI* GlissaNode::GetETI() const
+{
+    return mState->mETI && mState->mETI->IsValid() ? mState->mETI : nullptr;
+}
+
+void GlissaNode::SetETI(IGlissaETI* pETI)
+{
+    IGlissaETI* old = mState->mETI;
+    if (pETI == old) {
+        return;
+    }
+    if (old) {
+        old->ReleaseReference();
+    }
+    mState->mETI = pETI;
+    if (pETI) {
+        pETI->AddReference();
+    }
+}
+
+KTime GlissaNode::ETIGetSpecifiedTime(KTime (IGlissaETI::*pMember)())
+{
+    IGlissaETI* nearest = NearestETI(this);
+    KTime time = nearest ? (nearest->*pMember)() : KTime();
+    for (GlissaNode* node = GetParent(); node && time == KTime(); node = node->GetParent()) {
+        if (IGlissaETI* eti = node->GetETI()) {
+            time = (eti->*pMember)();
+        }
+    }
+    return time;
+}
+
+KTime GlissaNode::ETIGetDuration()
+{
+    return ETIGetSpecifiedTime(&IGlissaETI::GetDuration);
+}
+
+KTime GlissaNode::ETIGetTrimOffset()
+{
+    const KTime trim = ETIGetSpecifiedTime(&IGlissaETI::GetTrimOffset);
+    const double scale = ETIGetScaleFactor();
+    return scale == 1.0 ? trim : KTime::FromSeconds(trim.GetSecondDouble() * scale);
+}
+
+KTime GlissaNode::ETIGetGlobalOffset()
+{
+    KTime offset = ETIGetTrimOffset();
+    if (IGlissaETI* nearest = NearestETI(this)) {
+        offset += nearest->GetGlobalOffset();
+    }
+    for (GlissaNode* node = GetParent(); node; node = node->GetParent()) {
+        if (IGlissaETI* eti = node->GetETI()) {
+            offset += eti->GetGlobalOffset();
+        }
+    }
+    return offset;
+}
+
+double GlissaNode::ETIGetScaleFactor()
+{
+    IGlissaETI* nearest = NearestETI(this);
+    double scale = nearest ? nearest->GetScaleFactor() : 1.0;
+    for (GlissaNode* node = GetParent(); node; node = node->GetParent()) {
+        if (IGlissaETI* eti = node->GetETI()) {
+            scale *= eti->GetScaleFactor();
+        }
+    }
+    return scale;
+}
+
+KTime GlissaNode::ETIGetGlobalActiveStart()
+{
+    return ETIGetSpecifiedTime(&IGlissaETI::GetActiveStart) + ETIGetGlobalOffset() -
+           ETIGetTrimOffset();
+}
+
+KTime GlissaNode::ETIGlobalTime2NodeTime(const KTime& pTime)
+{
+    const KTime time = pTime - ETIGetGlobalOffset();
+    const double scale = ETIGetScaleFactor();
+    if (scale == 1.0) {
+        return time;
+    }
+    return KTime::FromSeconds(time.GetSecondDouble() / (scale == 0.0 ? kStandstill : scale));
+}
+
+KTime GlissaNode::ETINodeTime2GlobalTime(const KTime& pTime)
+{
+    const double scale = ETIGetScaleFactor();
+    const KTime time = scale == 1.0 ? pTime : KTime::FromSeconds(pTime.GetSecondDouble() * scale);
+    return time + ETIGetGlobalOffset();
+}
+
+bool GlissaNode::ETIIsGlobalTimeInSpan(const KTime& pTime, bool pInclusive)
+{
+    GlissaNode* first = Get(0);
+    if (!GetETI() && !(first && first->GetETI())) {
+        return true;
+    }
+    const KTime start = ETIGetGlobalActiveStart();
+    const KTime end = start + ETIGetDuration();
+    return start <= pTime && (pTime < end || (pInclusive && pTime == end));
+}
+
+bool GlissaNode::ETIIsSelectedDuration()
+{
+    IGlissaETI* nearest = NearestETI(this);
+    bool selected = nearest && nearest->IsSelectedDuration();
+    for (GlissaNode* node = GetParent(); node && !selected; node = node->GetParent()) {
+        IGlissaETI* eti = node->GetETI();
+        selected = eti && eti->IsSelectedDuration();
+    }
+    return selected;
+}
+
+bool GlissaNode::ETIGetColor(KgeRGBVector& pColor)
+{
+    IGlissaETI* eti = NearestETI(this);
+    for (GlissaNode* node = GetParent(); node && !eti; node = node->GetParent()) {
+        eti = node->GetETI();
+    }
+    if (eti) {
+        pColor = eti->GetColor();
+    }
+    return eti != nullptr;
+}

@@ -1,0 +1,310 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// The chain of layers behind a base node: in ascending order of id, every node of the structure of
+// the one before it. Links hold whole branches together; the children of a layer have none.
+
+#include "glissa/curve/curve.h"
+#include "glissa/node/node_state.h"
+
+#include <utility>
+
+namespace
+{
+// Gives a curve of a new layer its first value and its colour. Its node hears of none of it.
+void PrepareCurve(Glissa* pCurve, double pValue, const float* pColor)
+{
+    GlissaNode* owner = pCurve->GetOwner();
+    pCurve->SetOwner(nullptr);
+    pCurve->SetValue(static_cast<float>(pValue));
+    pCurve->SetColor(pColor);
+    pCurve->SetOwner(owner);
+}
+
+void DeleteAllKeys(GlissaNode* pNode)
+{
+    if (Glissa* curve = pNode->FCurveGet()) {
+        curve->Delete(KTime::MinusInfinite(), KTime::Infinite(), true);
+    }
+    for (int i = 0; i < pNode->GetCount(); ++i) {
+        DeleteAllKeys(pNode->Get(i));
+    }
+}
+
+// What a locked layer becomes in place of going: without keys, candidates and effect.
+void Empty(GlissaNode* pLayer)
+{
+    DeleteAllKeys(pLayer);
+    double zero[kNodeZeroValues] = {};
+    pLayer->GetZeroValues(zero);
+    pLayer->SetValue(zero, true);
+    pLayer->CandidateClear(pLayer->GetLayerID(), false);
+}
+
+// The curve that stands for a node: its own or that of its first child.
+Glissa* FirstCurve(GlissaNode* pNode)
+{
+    if (Glissa* own = pNode->FCurveGet()) {
+        return own;
+    }
+    GlissaNode* first = pNode->Get(0);
+    return first ? first->FCurveGet() : nullptr;
+}
+}  // namespace
+
+const GlissaLayerInfo& GlissaNode::GetLayerInfo() const
+{
+    return mState->mLayer;
+}
+
+void GlissaNode::SetLayerInfo(const GlissaLayerInfo& pInfo)
+{
+    mState->mLayer = pInfo;
+}
+
+int GlissaNode::GetLayerID() const
+{
+    return mState->mLayer.GetLayerID();
+}
+
+bool GlissaNode::IsRotationLayerType() const
+{
+    const int type = GetLayerType();
+    return type == eLayerTypeRotation || type == eLayerTypeRotationByChannel;
+}
+
+bool GlissaNode::IsScalingLayerType() const
+{
+    const int type = GetLayerType();
+    return type == eLayerTypeScaling || type == eLayerTypeScalingAlt;
+}
+
+int GlissaNode::GetCorrectLayerID(int pId) const
+{
+    return IsMultiLayer() ? pId : 0;
+}
+
+GlissaLayerInfo GlissaNode::GetCorrectLayerInfo(const GlissaLayerInfo& pInfo)
+{
+    const GlissaNode* asked = GetCount() > 0 ? Get(0) : this;
+    return IsMultiLayer() && !asked->GetETI() ? pInfo : GlissaLayerInfo::Base;
+}
+
+GlissaNode* GlissaNode::LayerGet() const
+{
+    return mState->mNextLayer;
+}
+
+GlissaNode* GlissaNode::LayerGet(int pId)
+{
+    GlissaNode* node = this;
+    while (node && node->GetLayerID() < pId) {
+        node = node->LayerGet();
+    }
+    return node && node->GetLayerID() == pId ? node : nullptr;
+}
+
+GlissaNode* GlissaNode::GetPreviousLayer(int pId)
+{
+    if (pId == 0) {
+        return nullptr;
+    }
+    GlissaNode* node = this;
+    while (node->LayerGet() && node->LayerGet()->GetLayerID() < pId) {
+        node = node->LayerGet();
+    }
+    return node;
+}
+
+GlissaNode* GlissaNode::GetCorrectLayerAndCreateIfMissing(const GlissaLayerInfo& pInfo)
+{
+    const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
+    GlissaNode* layer = LayerGet(info.GetLayerID());
+    return layer ? layer : CreateLayerAt(info);
+}
+
+bool GlissaNode::HasOverrideLayer() const
+{
+    for (const GlissaNode* node = this; node; node = node->LayerGet()) {
+        if (node->mState->mLayer.GetLayerMode() != eLayerModeAdditive) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void GlissaNode::LayerSet(GlissaNode* pNode, bool pDeleteOld)
+{
+    GlissaNode* old = mState->mNextLayer;
+    if (pNode == old) {
+        return;
+    }
+    mState->mNextLayer = pNode;
+    if (old && pDeleteOld) {
+        old->Destroy();
+    }
+    if (pNode) {
+        pNode->SetUseQuaternion(GetUseQuaternion());
+    }
+    TellOfLayers();
+}
+
+void GlissaNode::TellOfLayers()
+{
+    if (mState->mObjectLayer) {
+        mState->mObjectLayer->CallbackAddEvent(eNodeEventLayers);
+    }
+}
+
+GlissaNode* GlissaNode::LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld)
+{
+    if (!IsMultiLayer()) {
+        return nullptr;
+    }
+    GlissaNode* layer = CloneTemplate(false, false, true, pInfo);
+    LayerSet(layer, pDeleteOld);
+
+    double zero[kNodeZeroValues] = {};
+    GetZeroValues(zero);
+    if (mState->mCurve) {
+        PrepareCurve(layer->FCurveGet(), zero[0], GetColor());
+    }
+    for (int i = 0; i < layer->GetCount(); ++i) {
+        if (Get(i)->FCurveGet()) {
+            // What a node of that many channels is worth when nothing moves is not known beyond.
+            const double value = i < kNodeZeroValues ? zero[i] : zero[kNodeZeroValues - 1];
+            PrepareCurve(layer->Get(i)->FCurveGet(), value, Get(i)->GetColor());
+        }
+    }
+    layer->RegisterEvalutationOverwrite();
+    return layer;
+}
+
+GlissaNode* GlissaNode::CreateLayerAt(const GlissaLayerInfo& pInfo)
+{
+    const int id = pInfo.GetLayerID();
+    // Ids rise along the chain, so none below the node's own can stand behind it.
+    if (!IsMultiLayer() || id <= GetLayerID()) {
+        return nullptr;
+    }
+    GlissaNode* before = GetPreviousLayer(id);
+    GlissaNode* behind = before->LayerGet();
+    if (behind && behind->GetLayerID() == id) {
+        return behind;
+    }
+    GlissaNode* layer = before->LayerCreate(pInfo, !behind);
+    if (layer) {
+        layer->mState->mNextLayer = behind;
+        TellOfLayers();
+    }
+    return layer;
+}
+
+GlissaNode* GlissaNode::RemoveLayer(int pId, bool pDestroy)
+{
+    GlissaNode* before = GetPreviousLayer(pId);
+    GlissaNode* layer = before ? before->LayerGet() : nullptr;
+    if (!layer || layer->GetLayerID() != pId) {
+        return nullptr;
+    }
+    before->mState->mNextLayer = std::exchange(layer->mState->mNextLayer, nullptr);
+    layer->mState->mObjectLayer = this;
+    if (!pDestroy) {
+        return layer;
+    }
+    layer->Destroy();
+    return nullptr;
+}
+
+bool GlissaNode::RemoveLayerNode(int pId)
+{
+    const int id = GetCorrectLayerID(pId);
+    GlissaNode* before = nullptr;
+    GlissaNode* layer = this;
+    while (layer && layer->GetLayerID() != id) {
+        before = layer;
+        layer = layer->LayerGet();
+    }
+    if (!layer) {
+        return false;
+    }
+    if (!before) {
+        Delete(KTime::MinusInfinite(), KTime::Infinite(), false);
+        ResetValue(false);
+        CandidateClear(0, true);
+    } else if (layer->IsNodeLockedInHierarchy(false)) {
+        Empty(layer);
+    } else {
+        before->mState->mNextLayer = std::exchange(layer->mState->mNextLayer, nullptr);
+        layer->Destroy();
+    }
+    return true;
+}
+
+GlissaNode* GlissaNode::InsertOrCopyLayer(const GlissaLayerInfo& pInfo, GlissaNode* pSource)
+{
+    GlissaNode* layer = LayerGet(pInfo.GetLayerID());
+    if (!layer) {
+        layer = CreateLayerAt(pInfo);
+    }
+    if (layer) {
+        layer->SingleLayerCopyFrom(pSource, false);
+    }
+    return layer;
+}
+
+void GlissaNode::LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer)
+{
+    TakeLayers(pSource, pTransfer, false);
+}
+
+void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocked)
+{
+    GlissaNode* source = pSource->LayerGet();
+    if (!source) {
+        if (GlissaNode* next = mState->mNextLayer) {
+            if (!next->IsNodeLockedInHierarchy(true)) {
+                LayerSet(nullptr, true);
+                return;
+            }
+            for (; next; next = next->LayerGet()) {
+                Empty(next);
+            }
+        }
+        return;
+    }
+    const int id = source->GetLayerID();
+    GlissaNode* before = this;
+    while (before->LayerGet() && before->LayerGet()->GetLayerID() < id) {
+        GlissaNode* extra = before->LayerGet();
+        if (extra->IsNodeLockedInHierarchy(false)) {
+            Empty(extra);
+            before = extra;
+        } else {
+            before->mState->mNextLayer = std::exchange(extra->mState->mNextLayer, nullptr);
+            extra->Destroy();
+        }
+    }
+    GlissaNode* layer = before->CreateLayerAt(source->GetLayerInfo());
+    if (layer) {
+        layer->TakeNode(source, pTransfer, pEvenLocked);
+        layer->TakeLayers(source, pTransfer, pEvenLocked);
+    }
+}
+
+void GlissaNode::RegisterEvalutationOverwrite()
+{
+    GlissaNode* object_layer = mState->mObjectLayer;
+    const Glissa* base = object_layer && object_layer != this ? FirstCurve(object_layer) : nullptr;
+    if (!base || !base->IsEvaluationOverwritten()) {
+        return;
+    }
+    if (mState->mCurve) {
+        mState->mCurve->CallbackEvaluationRegister(nullptr, nullptr);
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        if (Glissa* curve = child->FCurveGet()) {
+            curve->CallbackEvaluationRegister(nullptr, nullptr);
+        }
+    }
+}

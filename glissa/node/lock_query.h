@@ -1,0 +1,16 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+class KProperty;
+
+/// The host's answer to whether the property that a node animates is locked. Implemented by the
+/// host and not owned by the nodes; asked on the thread that works on the node.
+class ILockQuery
+{
+public:
+    virtual bool IsLocked(KProperty* pProperty) = 0;
+
+protected:
+    ~ILockQuery() = default;
+};

@@ -1,0 +1,399 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "corvekit/array.h"
+#include "corvekit/object/data_type.h"
+#include "corvekit/object/holder.h"
+#include "corvekit/set.h"
+#include "corvekit/string.h"
+#include "corvekit/time.h"
+#include "glissa/export.h"
+#include "glissa/node/candidate_state.h"
+#include "glissa/node/layer.h"
+#include "glissa/node/node_event.h"
+#include "glissa/settings/settings.h"
+
+class Glissa;
+class IConnector;
+class IGlissaETI;
+class ILockQuery;
+class KgeRGBVector;
+class KgeRMatrix;
+class KProperty;
+class KTdf;
+
+/// What a node animates and how its values are blended; GetLayerType and SetLayerType.
+enum EGlissaLayerType : int
+{
+    eLayerTypeValue = 0,              ///< a plain value, such as one channel of a vector
+    eLayerTypeVector = 1,             ///< numbers that add
+    eLayerTypeRotation = 2,           ///< Euler angles in degrees, composed as rotations
+    eLayerTypeScaling = 3,            ///< scaling, composed by multiplication
+    eLayerTypeRotationByChannel = 5,  ///< Euler angles in degrees, blended channel by channel
+    eLayerTypeScalingAlt = 6,         ///< a second kind of scaling, for which no blending exists
+};
+
+/// A node of the tree in which curves hang. A leaf owns a curve, a branch has children; a node "T"
+/// of type KDataTypeLclTranslation with the children "X", "Y" and "Z" is one animated translation.
+/// The same class forms the layers of such a channel: further nodes of the same structure in a
+/// chain behind the base node, in ascending order of layer id, blended by weight and mode.
+///
+/// Made by the factories below and ended by Destroy. A node owns its curve, the layers behind it
+/// and, unless it is a container, its children. It does not own parent, template, data node, object
+/// layer, connector or the host's layers. Handled by pointer and not copied. One thread at a time
+/// works on a tree; evaluation too writes candidates. Listeners are called on the thread that
+/// changes the node, inside the change.
+///
+/// Values of a node are doubles in the order of its children, one for a leaf; a layered node has at
+/// most four. Rotations are Euler angles in degrees in the node's rotation order. Masks of channels
+/// are arrays of one bool for each child, or null for all channels.
+class GLISSA_API GlissaNode : public IZrObjectHolder
+{
+public:
+    /// Names and host data that a node shares with those made from it as from a template. Counted.
+    struct NameInfo
+    {
+        KString mName;
+        KString mUserName;
+        KDataType* mDataType = nullptr;
+        KProperty* mProperty = nullptr;
+        ILockQuery* mLockQuery = nullptr;
+        int mReferenceCount = 1;
+    };
+
+    // Object frame (node/node.cpp)
+
+    /// A node of layer type pLayerType (EGlissaLayerType). A rotation that belongs to a layer other
+    /// than the base is by channel where the host's layer says so. Null names are empty ones.
+    GlissaNode(const char* pName, const char* pUserName, KDataType* pType, int pLayerType,
+               const GlissaLayerInfo& pInfo);
+    /// A node of the template's names, layer type, rotation order and candidates; without children
+    /// and curve.
+    explicit GlissaNode(GlissaNode* pTemplate);
+    GlissaNode(const GlissaNode&) = delete;
+    GlissaNode& operator=(const GlissaNode&) = delete;
+
+    /// The node for the ids 0, 51 and 0x29BC7B2, else null.
+    IObject* IQuery(unsigned long pId, int pArgument) override;
+    /// Deletes the node with all that it owns. Listeners hear eNodeEventDestroy first.
+    void Destroy(int pArgument = 0) override;
+    KZrObjectHolder* GetZrHolder() override;
+    ~GlissaNode() override;
+
+    /// Lets go of children, curve, layers and time warp; the node stays.
+    virtual void Clear();
+
+    // Tree (node/tree.cpp)
+
+    /// Puts a child behind the last one and, unless this is a container, becomes its parent. Gives
+    /// its index, -1 without memory.
+    virtual int Add(GlissaNode* pChild);
+    /// Takes a child out; it lives on.
+    virtual void Remove(int pIndex);
+    /// Takes a child out and destroys it. The index must be one of a child.
+    virtual void Delete(int pIndex);
+    virtual int GetCount();
+    /// Null for an index out of range.
+    virtual GlissaNode* Get(int pIndex);
+    virtual bool IsChild(GlissaNode* pNode, bool pRecursive);
+    /// First child of that type, or null.
+    virtual GlissaNode* Find(KDataType* pType);
+    /// Index of a child, or -1.
+    virtual int Find(const GlissaNode* pNode);
+    /// Index of the first child of that name without regard to case, or -1.
+    virtual int Find(const char* pName);
+    virtual void SetParent(GlissaNode* pParent);
+    virtual GlissaNode* GetParent();
+    /// Puts a child before the first whose name is not less, without regard to case. Sets no
+    /// parent.
+    virtual int SortedAdd(GlissaNode* pChild);
+
+    void Delete(GlissaNode* pChild);
+    /// The child of that name, made as a plain value where it is missing.
+    GlissaNode* FindOrCreate(const char* pName, bool pCreateCurve);
+    /// Depth first below this node, each child before what hangs below it.
+    GlissaNode* FindRecursive(KDataType* pType);
+    /// By name without regard to case; exactly "T", "R" and "S" also mean the local translation,
+    /// rotation and scaling whatever their names.
+    GlissaNode* FindRecursive(const char* pName);
+
+    // Names and types (node/node.cpp)
+
+    /// The name of the property, where one is attached, else the name. Never null.
+    const char* GetName() const;
+    /// The name that a user sees.
+    const char* GetTimeWarpName() const;
+    void SetTimeWarpName(const char* pName);
+    /// Name of the data type, "" without one.
+    const char* GetTypeName() const;
+    KDataType* GetDataType() const;
+    KProperty* GetProperty() const;
+    void SetProperty(KProperty* pProperty);
+    /// Shared names: gives up what it had and counts the new one. Null leaves it without.
+    NameInfo* GetNameInfo() const;
+    void SetNameInfo(NameInfo* pInfo);
+    /// 1 with a curve, else the number of children.
+    int GetValueCount();
+
+    // Curve (node/node.cpp)
+
+    Glissa* FCurveGet() const;
+    /// Takes a curve over and gives the one before it, null where that was destroyed or is the
+    /// same. Sends eNodeEventCurve.
+    Glissa* FCurveSet(Glissa* pCurve, bool pDestroyOld);
+    void FCurveReplace(Glissa* pCurve) { FCurveSet(pCurve, true); }
+    /// An empty curve for every leaf that has none.
+    void CreateFCurve();
+    /// Whether every leaf has a curve.
+    bool FCurveCreated();
+
+    // Flags (node/node.cpp)
+
+    int GetIOType() const;
+    void SetIOType(int pType);
+    /// Non-zero: children are only referenced, not owned.
+    int GetContainerType() const;
+    void SetContainerType(int pType);
+    int GetTakeType() const;
+    void SetTakeType(int pType);
+    int IsExpended() const;
+    void SetExpended(bool pExpanded);
+    /// Non-zero: the node may have layers.
+    int IsMultiLayer() const;
+    /// For this node and all below it, not for the chain.
+    void SetMultiLayer(bool pMultiLayer);
+    bool GetVisibility() const;
+    /// pChildIndex -1 for this node, and with pChildren all below it; else that child alone. With
+    /// pLayers the layers behind this node too. Sends eNodeEventVisibility.
+    void SetVisibility(bool pVisible, bool pChildren, bool pLayers, int pChildIndex);
+    /// Visible and has a curve.
+    bool IsEditable() const;
+    /// Colour of the curve, three zeros without one.
+    const float* GetColor() const;
+    void SetColor(const float* pColor);
+
+    bool GetEvaluationFlag(int pMask) const;
+    bool GetEvaluationFlag(int pMask, int pValue) const;
+    void SetEvaluationFlag(int pMask, int pValue);
+    void SetEvaluationFlag(int pMask, bool pSet);
+    int GetLayerType() const;
+    /// Any value that is no EGlissaLayerType leaves the type. The node is not used.
+    void SetLayerType(int pType, GlissaNode* pUnused = nullptr);
+
+    // Links and counters (node/node.cpp)
+
+    GlissaNode* TemplateGet() const;
+    /// Shares the template's names, for the children as well.
+    void TemplateSet(GlissaNode* pTemplate);
+    /// The last node of the data node links, this node where it has none.
+    GlissaNode* DataNodeGet();
+    void DataNodeSet(GlissaNode* pNode, bool pRecursive);
+    /// The base node of the chain that this node belongs to.
+    GlissaNode* ObjectLayerGet() const;
+    void ObjectLayerSet(GlissaNode* pNode);
+    IConnector* GetConnector() const;
+    void SetConnector(IConnector* pConnector);
+    /// Its own, else that of its parent.
+    IConnector* GetOriginalConnector() const;
+
+    /// Holders beside the owner, such as nodes whose time warp this is. Both give the new count.
+    int IncReferenceCount();
+    int DecReferenceCount();
+    int GetReferenceCount() const;
+    /// The sum of the curves' update ids. The form for values takes the layers behind along.
+    int GetUpdateId();
+    int GetValuesUpdateId();
+    /// Events of this node so far, counted where there are listeners.
+    int GetNodeUpdateId() const;
+
+    // Events (node/node_event.cpp)
+
+    void CallbackRegister(GlissaNodeCallback pFunction, void* pData);
+    /// Removes the last equal pair.
+    void CallbackUnregister(GlissaNodeCallback pFunction, void* pData);
+    /// Turning off collects events; turning on sends what was collected as one. True.
+    bool CallbackEnable(bool pEnable);
+    bool CallbackIsEnable() const;
+    /// Drops what was collected.
+    void CallbackClear();
+    void CallbackAddEvent(int pBit);
+
+    // Copies (node/copies.cpp)
+
+    /// This node and those below it, with deep copies of the curves and without the layers. With
+    /// pKeepAttached the copies share the names and are visible to each other as template.
+    GlissaNode* Clone(bool pKeepAttached);
+    /// The same structure, for another layer unless pInfo is GlissaLayerInfo::Invalid.
+    ///
+    /// pCloneCurves   with copies of the curves, pCreateCurves with empty ones.
+    GlissaNode* CloneTemplate(bool pKeepAttached, bool pCloneCurves, bool pCreateCurves,
+                              const GlissaLayerInfo& pInfo);
+    /// A copy of the node with its layers. Glissa::Copy says what a span does to the curves.
+    GlissaNode* Copy(KTime pStart = KTime::MinusInfinite(), KTime pStop = KTime::Infinite());
+    /// Takes over curves, candidates and layers of a node of the same structure. With pTransfer the
+    /// curves themselves change hands. A locked node is passed over.
+    void CopyFrom(GlissaNode* pSource, bool pTransfer);
+
+    // Layers (node/layers.cpp)
+
+    const GlissaLayerInfo& GetLayerInfo() const;
+    void SetLayerInfo(const GlissaLayerInfo& pInfo);
+    int GetLayerID() const;
+    bool IsRotationLayerType() const;
+    bool IsScalingLayerType() const;
+    /// pId on a node that may have layers, else 0.
+    int GetCorrectLayerID(int pId) const;
+    /// pInfo on a node that may have layers and does not stand under an ETI, else Base.
+    GlissaLayerInfo GetCorrectLayerInfo(const GlissaLayerInfo& pInfo);
+    /// The next node of the chain, or null.
+    GlissaNode* LayerGet() const;
+    /// The node of that id from this node on, or null.
+    GlissaNode* LayerGet(int pId);
+    GlissaNode* GetCorrectLayer(int pId) { return LayerGet(GetCorrectLayerID(pId)); }
+    GlissaNode* GetLayerNode(int pId) { return LayerGet(GetCorrectLayerID(pId)); }
+    /// The node behind which a layer of that id stands or would stand; null for 0.
+    GlissaNode* GetPreviousLayer(int pId);
+    GlissaNode* GetCorrectLayerAndCreateIfMissing(const GlissaLayerInfo& pInfo);
+    bool HasOverrideLayer() const;
+    /// Links a node behind this one. With pDeleteOld the chain that was there is destroyed. Sends
+    /// eNodeEventLayers.
+    void LayerSet(GlissaNode* pNode, bool pDeleteOld);
+    /// A new layer right behind this node, in place of what was linked there. Its curves are empty
+    /// and hold the zero values. Null on a node that may not have layers.
+    GlissaNode* LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld);
+    /// A layer at its place in the chain; the one that is there, where there is one. Null for this
+    /// node's own id, an id below it, and on a node that may not have layers.
+    GlissaNode* CreateLayerAt(const GlissaLayerInfo& pInfo);
+    /// Takes a layer out of the chain and gives it, or destroys it and gives null. No event.
+    GlissaNode* RemoveLayer(int pId, bool pDestroy);
+    /// Takes a layer out and destroys it; the base and a locked layer are emptied instead. False
+    /// when there is none of that id.
+    bool RemoveLayerNode(int pId);
+    GlissaNode* InsertOrCopyLayer(const GlissaLayerInfo& pInfo, GlissaNode* pSource);
+    /// A copy of this node and those below it, without the chain.
+    GlissaNode* SingleLayerCopy(KTime pStart = KTime::MinusInfinite(),
+                                KTime pStop = KTime::Infinite());
+    void SingleLayerCopyFrom(GlissaNode* pSource, bool pTransfer);
+    /// Makes the chain behind this node match that behind the source. A locked layer that the
+    /// source has not is emptied and stays.
+    void LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer);
+    /// Hands the evaluation override of the base node's curve to the curves of this layer.
+    void RegisterEvalutationOverwrite();
+
+    // Time warps (node/time_warp.cpp)
+
+    GlissaNode* TimeWarpGet() const;
+    /// A node whose curve maps time onto time, in seconds. Counted, not owned. Sends
+    /// eNodeEventTimeWarp.
+    void TimeWarpSet(GlissaNode* pWarp);
+
+    // Place on the host's timeline (node/eti.cpp)
+    //
+    // A node's own ETI comes first; failing that, a branch uses that of its first child; those of
+    // the ancestors come behind. One that is not valid is as absent.
+
+    IGlissaETI* GetETI() const;
+    void SetETI(IGlissaETI* pETI);
+    /// The first value other than 0 on that way, else 0.
+    KTime ETIGetSpecifiedTime(KTime (IGlissaETI::*pMember)());
+    KTime ETIGetDuration();
+    /// In global time: scaled.
+    KTime ETIGetTrimOffset();
+    /// The sum of all offsets on that way, and the trim.
+    KTime ETIGetGlobalOffset();
+    /// The product of all factors on that way.
+    double ETIGetScaleFactor();
+    KTime ETIGetGlobalActiveStart();
+    KTime ETIGlobalTime2NodeTime(const KTime& pTime);
+    KTime ETINodeTime2GlobalTime(const KTime& pTime);
+    /// True without an ETI. pInclusive takes the end of the span along.
+    bool ETIIsGlobalTimeInSpan(const KTime& pTime, bool pInclusive);
+    bool ETIIsSelectedDuration();
+    /// False, and no colour written, where there is no ETI.
+    bool ETIGetColor(KgeRGBVector& pColor);
+
+    // Locks (node/locks.cpp)
+
+    /// By GLISSA_GetLockMode.
+    bool IsNodeLocked() const;
+    bool IsNodeLockedInternal(eGlissaLockMode pMode) const;
+    /// This node or one below it; with pChain, or one of the layers behind.
+    bool IsNodeLockedInHierarchy(bool pChain);
+    void SetLockQuery(ILockQuery* pQuery);
+    ILockQuery* GetLockQuery() const;
+    bool IsNodeMuted() const;
+    /// Whether the property forbids plotting.
+    bool IsNodePlotDisallowed() const;
+
+    // Values without keys (node/values.cpp)
+
+    /// The neutral values of the layer type: ones for scaling, else zeros; at most 16.
+    double* GetZeroValues(double* pValues);
+    /// The default values of the curves.
+    double* GetValue(double* pValues);
+    /// Sets the default values of the curves. Without pForce a locked leaf is passed over.
+    double* SetValue(double* pValues, bool pForce = false);
+    /// The zero values, without force; with pChain on the layers behind as well.
+    void ResetValue(bool pChain);
+    /// Whether a rotation is interpolated as one path of quaternions; along the chain. A change
+    /// ends candidates and sends eNodeEventLayers.
+    bool GetUseQuaternion() const;
+    void SetUseQuaternion(bool pUse);
+    /// Order of turning, numbered as KVdRotationOrder; set on this node and the chain behind it.
+    int GetRotationOrder() const;
+    void SetRotationOrder(int pOrder);
+    /// Kept for the host; the layer type says how a rotation is blended.
+    eWeightRotationAccumulationMode GetWeightRotationAccumulationMode() const;
+    void SetWeightRotationAccumulationMode(eWeightRotationAccumulationMode pMode);
+
+    // Keys of a channel (node/keys.cpp)
+    //
+    // A locked node is passed over; its share of a value array is consumed all the same.
+
+    /// Removes the keys between two times, those on them stay.
+    void Delete(KTime pStart, KTime pStop, bool pChain);
+    // Candidates (node/candidates.cpp, node/candidate_layers.cpp)
+    //
+    // Pending values at a time, before there are keys: a total on the base node, or specific values
+    // in the curves of a layer.
+
+    /// Ends the candidates of a layer, with pSubLayers of those behind it too. True.
+    bool CandidateClear(int pId, bool pSubLayers);
+    void CandidateClearSubLayers();
+    int GetSpecificCandidateMethod() const;
+    void SetSpecificCandidateMethod(int pMethod);
+    eCandidateMethod GetTotalCandidateMethod() const;
+    void SetTotalCandidateMethod(eCandidateMethod pMethod);
+    /// Whether a total is pending.
+    bool IsCandidate() const { return GetTotalCandidateMethod() == eCandidateTotal; }
+
+private:
+    struct State;
+
+    void TellOfLayers();
+    void TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);
+    void TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);
+
+    State* mState;
+    bool mIgnoreMute = false;  // for the span of one forced evaluation
+};
+
+/// A node whose name and user name are both pName; a time warp gets the user name alone.
+GLISSA_API GlissaNode* GlissaNodeCreate(const char* pName, KDataType* pType, int pLayerType,
+                                        const GlissaLayerInfo& pInfo);
+/// The same by the name of its type, as KDataTypeGet knows it.
+GLISSA_API GlissaNode* GlissaNodeCreate(const char* pName, const char* pUserName,
+                                        const char* pTypeName, int pLayerType,
+                                        const GlissaLayerInfo& pInfo);
+/// A node that shares the names of a template.
+GLISSA_API GlissaNode* GlissaNodeCreate(GlissaNode* pTemplate);
+/// A node of a type with a child for each of its members, named X, Y, Z, blank, A to Q; a type of
+/// one member is a leaf. The curves are the caller's: CreateFCurve.
+GLISSA_API GlissaNode* FCurveNodeCreateFromDataType(KDataType* pType, const char* pName);
+
+/// Numbers by which a store knows time warps; the set is the host's, null for none.
+GLISSA_API void Glissa_SetTWSet(KSet<int, GlissaNode*>* pSet);
+/// False, and pNick untouched, when the set does not hold the node.
+GLISSA_API bool Glissa_FindNickNumberFromTW(int& pNick, GlissaNode* pNode);
+GLISSA_API GlissaNode* Glissa_FindTWFromNickNumber(int pNick);

@@ -1,0 +1,69 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: what a node holds, for the source files of GlissaNode.
+#pragma once
+
+#include "glissa/node/node.h"
+
+// Bits of the flag word.
+constexpr unsigned kNodeIOType = 0x01;
+constexpr unsigned kNodeVisible = 0x02;
+constexpr unsigned kNodeContainer = 0x08;
+constexpr unsigned kNodeTakeType = 0x10;
+constexpr unsigned kNodeExpanded = 0x20;
+constexpr unsigned kNodeMultiLayer = 0x40;
+
+// Bits of the evaluation flag word.
+constexpr unsigned kNodeLayerTypes = 0x3F;
+constexpr unsigned kNodeRotationByLayer = 0x800;
+constexpr unsigned kNodeUseQuaternion = 0x2000;
+// The total method, and at the same time the low bit of the specific one: whoever sets both sets
+// the specific one first.
+constexpr unsigned kNodeCandidateSpecific = 0x4000;
+constexpr unsigned kNodeCandidateUnused = 0x8000;
+constexpr unsigned kNodeCandidateTotal = 0x10000;
+constexpr unsigned kNodeCandidateMethods = kNodeCandidateSpecific | kNodeCandidateTotal;
+
+// Most values that a layered node has, and that evaluation keeps at hand.
+constexpr int kNodeLayeredValues = 4;
+// Most values that GetZeroValues writes.
+constexpr int kNodeZeroValues = 16;
+
+struct GlissaNode::State
+{
+    NameInfo* mNames = nullptr;
+    GlissaNode* mNextLayer = nullptr;
+    GlissaLayerInfo mLayer;
+    unsigned mFlags = kNodeExpanded | kNodeMultiLayer;
+    int mReferenceCount = 0;
+    KArrayTemplate<GlissaNode*, 16> mChildren;
+    Glissa* mCurve = nullptr;
+    GlissaNode* mTimeWarp = nullptr;
+    GlissaNode* mObjectLayer = nullptr;
+    GlissaNode* mTemplate = nullptr;
+    GlissaNode* mDataNode = nullptr;
+    GlissaNode* mParent = nullptr;
+    unsigned mEvaluationFlags = 0;
+    int mUpdateId = 0;
+    int mRotationOrder = 0;
+    float mTotalCandidate[kNodeLayeredValues] = {};
+    KTime mCandidateTime = KTime::Infinite();
+    GlissaNodeCallbackList* mCallbacks = nullptr;
+    unsigned mCallbackListsSoFar = 0;  // by which a walk sees that its list has gone
+    IGlissaETI* mETI = nullptr;
+    KZrObjectHolder mHolder;
+    IConnector* mConnector = nullptr;
+
+    bool HasFlag(unsigned pFlag) const { return (mFlags & pFlag) != 0; }
+    void SetFlag(unsigned pFlag, bool pSet) { mFlags = (mFlags & ~pFlag) | (pSet ? pFlag : 0u); }
+    // A child knows its parent unless it is only referenced.
+    bool IsContainer() const { return HasFlag(kNodeContainer); }
+
+    // Names that may be written.
+    NameInfo& Names();
+    void ReleaseNames();
+    // Candidate time, both methods and the total values.
+    void CopyCandidates(const State& pSource);
+
+    static State& Of(GlissaNode* pNode) { return *pNode->mState; }
+};

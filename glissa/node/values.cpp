@@ -1,0 +1,104 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Values without keys, and the settings of a rotation.
+
+#include "glissa/curve/curve.h"
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+
+double* GlissaNode::GetZeroValues(double* pValues)
+{
+    const int type = GetLayerType();
+    if (type == eLayerTypeScalingAlt) {
+        return pValues;
+    }
+    const int count =
+        mState->mChildren.IsEmpty() ? (mState->mCurve ? 1 : 0) : mState->mChildren.GetCount();
+    return std::fill_n(pValues, std::min(count, kNodeZeroValues),
+                       type == eLayerTypeScaling ? 1.0 : 0.0);
+}
+
+double* GlissaNode::GetValue(double* pValues)
+{
+    if (mState->mCurve) {
+        *pValues = mState->mCurve->GetValue();
+        return pValues + 1;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        pValues = child->GetValue(pValues);
+    }
+    return pValues;
+}
+
+double* GlissaNode::SetValue(double* pValues, bool pForce)
+{
+    if (mState->mCurve) {
+        if (pForce || !IsNodeLocked()) {
+            mState->mCurve->SetValue(static_cast<float>(*pValues));
+        }
+        return pValues + 1;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        pValues = child->SetValue(pValues, pForce);
+    }
+    return pValues;
+}
+
+void GlissaNode::ResetValue(bool pChain)
+{
+    double zero[kNodeZeroValues] = {};
+    GetZeroValues(zero);
+    SetValue(zero, false);
+    if (pChain && mState->mNextLayer) {
+        mState->mNextLayer->ResetValue(true);
+    }
+}
+
+bool GlissaNode::GetUseQuaternion() const
+{
+    return (mState->mEvaluationFlags & kNodeUseQuaternion) != 0;
+}
+
+void GlissaNode::SetUseQuaternion(bool pUse)
+{
+    if (mState->mNextLayer) {
+        mState->mNextLayer->SetUseQuaternion(pUse);
+    }
+    if (pUse == GetUseQuaternion()) {
+        return;
+    }
+    mState->mEvaluationFlags ^= kNodeUseQuaternion;
+    if (GlissaNode* base = mState->mObjectLayer) {
+        base->CandidateClear(0, true);
+    }
+    TellOfLayers();
+}
+
+int GlissaNode::GetRotationOrder() const
+{
+    return mState->mRotationOrder;
+}
+
+void GlissaNode::SetRotationOrder(int pOrder)
+{
+    for (GlissaNode* node = this; node; node = node->LayerGet()) {
+        node->mState->mRotationOrder = pOrder;
+    }
+}
+
+eWeightRotationAccumulationMode GlissaNode::GetWeightRotationAccumulationMode() const
+{
+    return (mState->mEvaluationFlags & kNodeRotationByLayer) != 0 ? eRotationByLayer
+                                                                  : eRotationByChannel;
+}
+
+void GlissaNode::SetWeightRotationAccumulationMode(eWeightRotationAccumulationMode pMode)
+{
+    if (pMode == eRotationByChannel) {
+        mState->mEvaluationFlags &= ~kNodeRotationByLayer;
+    } else if (pMode == eRotationByLayer) {
+        mState->mEvaluationFlags |= kNodeRotationByLayer;
+    }
+}
