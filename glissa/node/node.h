@@ -326,6 +326,30 @@ public:
     /// Whether the property forbids plotting.
     bool IsNodePlotDisallowed() const;
 
+    // Evaluation (node/evaluation.cpp)
+    //
+    // Operations that fill a value array write in child order and, unless said otherwise, give the
+    // place behind the last value written. Nothing here allocates.
+    //
+    // pHint  in and out, may be null: the key index hint of Glissa::Evaluate, shared by the curves.
+
+    /// The curves as they are: no layers, weights or time warps. A muted node writes nothing.
+    double* Evaluate(double* pValues, KTime pTime, int* pHint = nullptr);
+    /// The values of the whole chain, from this node on, blended by the layers' weights and modes.
+    /// Time warps apply; with pCandidate pending values too, and what comes out is the candidate.
+    double* GeneralEvaluate(double* pValues, KTime pTime, int* pHint = nullptr,
+                            bool pCandidate = false);
+    /// The same onto values that stand already: zero values, or what lies below.
+    double* Internal_GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate);
+    /// Blends the chain with only the layers pFirstId to pLastId, pExcludedId left out, having
+    /// values; the others blend their zero values. Onto values that stand already.
+    double* Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime pTime, int pExcludedId,
+                                                  int pFirstId, int pLastId);
+    /// The values of one layer, weighted; with pForce raw, muted or not. Nothing is written where
+    /// the chain does not hold the layer, and a rotation gives pValues back.
+    double* EvaluateSpecificLayer(double* pValues, KTime pTime, int pId, int* pHint = nullptr,
+                                  bool pForce = false);
+
     // Values without keys (node/values.cpp)
 
     /// The neutral values of the layer type: ones for scaling, else zeros; at most 16.
@@ -346,6 +370,53 @@ public:
     /// Kept for the host; the layer type says how a rotation is blended.
     eWeightRotationAccumulationMode GetWeightRotationAccumulationMode() const;
     void SetWeightRotationAccumulationMode(eWeightRotationAccumulationMode pMode);
+
+    // Blending (node/blending.cpp)
+
+    /// Blends the node's own values into a running result, by its layer's weight and mode.
+    void AccumulateValue(double* pResult, double* pValues, KTime pTime, int pExcludedId,
+                         int pFirstId, int pLastId);
+    /// For numbers, for scaling (signs are lost), and for rotations. pValues may be changed.
+    void BlendSimple(double* pResult, double* pValues, double pWeight, eLayerMode pMode);
+    void BlendScaling(double* pResult, double* pValues, double pWeight, eLayerMode pMode);
+    void BlendRotation(double* pResult, double* pValues, double pWeight, eLayerMode pMode);
+    /// Values times a weight in the way of the node: a product, a power of a scaling, a part of a
+    /// rotation.
+    void ApplyWeightedValue(double* pValues, double pWeight);
+    /// The same with weights above 0.99999 taken as 1 and below 1e-5 as 0.
+    void AddWeightedValue(double* pValues, double pWeight);
+    /// The inverse; values stay where the weight is above 0.99999 or below 1e-5.
+    void ResolveWeightedValue(double* pValues, double pWeight);
+
+    // A layer seen from another one (node/layer_mode.cpp)
+
+    /// What this layer does to a running result that goes toward, or comes from, the layer pId.
+    enum LayerModeCase : int
+    {
+        eModeCaseStop = 0,   ///< the chain from here on does not count
+        eModeCaseSkip = 1,   ///< the result stays
+        eModeCaseScale = 2,  ///< the result is scaled by one minus this layer's weight
+        eModeCaseReset = 3,  ///< the result becomes the zero values
+    };
+    LayerModeCase CheckLayerMode(KTime pTime, int pId) const;
+    /// Do what the case says; false on eModeCaseStop.
+    bool CheckLayerMode(double* pValues, KTime pTime, int pId);
+    bool CheckLayerMode(KgeRMatrix& pMatrix, KTime pTime, int pId);
+    /// Add, or multiply in, the values of every layer but pId.
+    void EvaluateCurvesExceptLayerRecursiveAdd(double* pValues, KTime pTime, int pId, int* pHint);
+    void EvaluateCurvesExceptLayerRecursiveMult(double* pValues, KTime pTime, int pId, int* pHint);
+    /// Multiply the rotations of this layer, of those below pId, and of those above it.
+    bool EvaluateCurvesLayerEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, int pId, int* pHint);
+    void EvaluateCurvesBeforeLayerRecursiveEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, int pId,
+                                                    int* pHint);
+    void EvaluateCurvesAfterLayerRecursiveEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, int pId,
+                                                   int* pHint);
+
+    // Path of a rotation (node/rotation_path.cpp)
+
+    /// The angles of a rotation of three curves. With GetUseQuaternion, between two keys of the X
+    /// curve, they follow one path of quaternions (Shoemake 1985) shaped by its tangents.
+    void RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate);
 
     // Keys of a channel (node/keys.cpp)
     //
@@ -371,9 +442,20 @@ public:
 private:
     struct State;
 
+    class RotationPath;
+
     void TellOfLayers();
     void TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);
     void TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);
+    int Width() const;
+    KTime WarpedTime(KTime pTime, bool pCandidate) const;
+    bool IsBlended() const;
+    bool IsPlainChild(const GlissaNode* pChild) const;
+    double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
+    double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
+    double* EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce);
+    void HoldTotal(const double* pValues, int pCount, KTime pTime);
+    void IgnoreMute(bool pIgnore);
 
     State* mState;
     bool mIgnoreMute = false;  // for the span of one forced evaluation

@@ -1,0 +1,247 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// From a node and a time to values. Each node of the chain works its own values out, from its curve
+// or from its children, and blends them onto what the layers below have left in the array; a node
+// without layers writes them there at once.
+
+#include "glissa/curve/curve.h"
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace
+{
+constexpr int kEveryLayer = std::numeric_limits<int>::max();
+}
+
+// How many values the node and all below it write side by side: one for a leaf, a curve or not.
+int GlissaNode::Width() const
+{
+    if (mState->mCurve || mState->mChildren.IsEmpty()) {
+        return 1;
+    }
+    int width = 0;
+    for (const GlissaNode* child : mState->mChildren) {
+        width += child->Width();
+    }
+    return width;
+}
+
+// The time that the node's warp makes of a time, or that time without a warp.
+KTime GlissaNode::WarpedTime(KTime pTime, bool pCandidate) const
+{
+    GlissaNode* warp = mState->mTimeWarp;
+    if (!warp || warp->Width() > kNodeZeroValues) {
+        return pTime;
+    }
+    double seconds[kNodeZeroValues] = {};
+    warp->GeneralEvaluate(seconds, pTime, nullptr, pCandidate);
+    return KTime::FromSeconds(seconds[0]);
+}
+
+// Whether the node's values are blended rather than written: it is one of several, or a layer.
+bool GlissaNode::IsBlended() const
+{
+    return mState->mNextLayer || mState->mLayer.GetLayerID() != 0;
+}
+
+double* GlissaNode::Evaluate(double* pValues, KTime pTime, int* pHint)
+{
+    if (IsNodeMuted()) {
+        return pValues;
+    }
+    if (mState->mCurve) {
+        *pValues = static_cast<double>(mState->mCurve->Evaluate(pTime, pHint));
+        return pValues + 1;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        pValues = child->Evaluate(pValues, pTime, pHint);
+    }
+    return pValues;
+}
+
+double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
+{
+    GetZeroValues(pValues);
+    return Internal_GeneralEvaluate(pValues, pTime, pHint, pCandidate);
+}
+
+// Whether a child is what children are nearly always: a curve and no more, of the same layer as its
+// parent, so that neither mute, warp, chain nor weight can come in.
+inline bool GlissaNode::IsPlainChild(const GlissaNode* pChild) const
+{
+    const State& child = *pChild->mState;
+    return child.mCurve && !child.mTimeWarp && !child.mNextLayer && !mIgnoreMute &&
+           child.mLayer.GetLayer() == mState->mLayer.GetLayer() &&
+           (child.mLayer.GetLayerID() == 0 ||
+            (child.mParent && (child.mEvaluationFlags & kNodeLayerTypes) == 0x01));
+}
+
+// The children's values side by side, as many of them as pRoom holds.
+double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint,
+                                     bool pCandidate)
+{
+    // A layer's child adds its value to its zero value, which turns -0 into 0; adding -0 does not.
+    const double zero = GetLayerID() != 0 ? 0.0 : -0.0;
+    int room = pRoom;
+    for (GlissaNode* child : mState->mChildren) {
+        if (!pCandidate && IsPlainChild(child) && room > 0) {
+            const float value = child->mState->mCurve->Evaluate(pTime, pHint);
+            *pValues++ = static_cast<double>(value) + zero;
+            --room;
+            continue;
+        }
+        const int width = child->Width();
+        room -= width;
+        if (room < 0) {
+            break;
+        }
+        child->GeneralEvaluate(pValues, pTime, pHint, pCandidate);
+        pValues += width;
+    }
+    return pValues;
+}
+
+// The node's own values, without its layers. The array holds the zero values, which stay where
+// there is no curve.
+double* GlissaNode::EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint,
+                                bool pCandidate)
+{
+    if (Glissa* curve = mState->mCurve) {
+        *pValues = pCandidate ? curve->CandidateEvaluate(pTime, pHint)
+                              : static_cast<double>(curve->Evaluate(pTime, pHint));
+        return pValues + 1;
+    }
+    if (IsRotationLayerType() && GetUseQuaternion()) {
+        RotationNodeEvaluate(pValues, pTime, pHint, pCandidate);
+        return pValues + std::min(Width(), pRoom);
+    }
+    return EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
+}
+
+double* GlissaNode::Internal_GeneralEvaluate(double* pValues, KTime pTime, int* pHint,
+                                             bool pCandidate)
+{
+    const KTime time = mState->mTimeWarp ? WarpedTime(pTime, pCandidate) : pTime;
+    const bool plays = !IsNodeMuted();
+    const bool holds_total = pCandidate && plays && GetLayerID() == 0;
+    double* end = pValues;
+    if (holds_total && IsCandidate() && mState->mCandidateTime == time) {
+        const int count = std::min(GetValueCount(), kNodeLayeredValues);
+        return std::copy_n(mState->mTotalCandidate, count, pValues);
+    }
+    if (plays) {
+        int first = 0;
+        int* hint = pHint ? pHint : &first;
+        if (IsBlended()) {
+            double own[kNodeZeroValues] = {};
+            GetZeroValues(own);
+            const double* own_end = EvaluateOwn(own, kNodeZeroValues, time, hint, pCandidate);
+            AccumulateValue(pValues, own, time, -1, -1, kEveryLayer);
+            end = pValues + (own_end - own);
+        } else {
+            end = EvaluateOwn(pValues, kEveryLayer, time, hint, pCandidate);
+        }
+    }
+    if (mState->mNextLayer) {
+        mState->mNextLayer->Internal_GeneralEvaluate(pValues, time, nullptr, pCandidate);
+    }
+    if (holds_total) {
+        HoldTotal(pValues, GetValueCount(), time);
+    }
+    return end;
+}
+
+// Makes values the total candidate at a time.
+void GlissaNode::HoldTotal(const double* pValues, int pCount, KTime pTime)
+{
+    SetTotalCandidateMethod(eCandidateTotal);
+    mState->mCandidateTime = pTime;
+    for (int i = 0; i < std::min(pCount, kNodeLayeredValues); ++i) {
+        mState->mTotalCandidate[i] = static_cast<float>(pValues[i]);
+    }
+}
+
+double* GlissaNode::Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime pTime,
+                                                          int pExcludedId, int pFirstId,
+                                                          int pLastId)
+{
+    const KTime time = WarpedTime(pTime, false);
+    const int id = GetLayerID();
+    double* end = pValues;
+    if (!IsNodeMuted()) {
+        double own[kNodeZeroValues] = {};
+        GetZeroValues(own);
+        const double* own_end = own + std::min(GetValueCount(), kNodeZeroValues);
+        const bool takes_part = id != pExcludedId && id >= pFirstId && id <= pLastId;
+        if (takes_part) {
+            int hint = 0;
+            own_end = EvaluateOwn(own, kNodeZeroValues, time, &hint, false);
+        }
+        end = pValues + (own_end - own);
+        if (IsBlended()) {
+            AccumulateValue(pValues, own, time, pExcludedId, pFirstId, pLastId);
+        } else if (takes_part) {
+            std::copy(static_cast<const double*>(own), own_end, pValues);
+        }
+    }
+    if (mState->mNextLayer) {
+        mState->mNextLayer->Internal_GeneralEvaluateLayerExcluded(pValues, time, pExcludedId,
+                                                                  pFirstId, pLastId);
+    }
+    return end;
+}
+
+double* GlissaNode::EvaluateSpecificLayer(double* pValues, KTime pTime, int pId, int* pHint,
+                                          bool pForce)
+{
+    // Each node of the chain says itself whether it knows layers.
+    GlissaNode* layer = this;
+    while (layer && layer->GetLayerID() < layer->GetCorrectLayerID(pId)) {
+        layer = layer->LayerGet();
+    }
+    const int id = layer ? layer->GetCorrectLayerID(pId) : pId;
+    if (!layer || layer->GetLayerID() != id) {
+        return pValues;
+    }
+    return layer->EvaluateLayer(pValues, pTime, id, pHint, pForce);
+}
+
+double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce)
+{
+    if (!pForce && IsNodeMuted()) {
+        GetZeroValues(pValues);
+        return pValues;
+    }
+    double* end = pValues;
+    if (mState->mCurve) {
+        *end++ = static_cast<double>(mState->mCurve->Evaluate(pTime, pHint));
+    } else if (IsRotationLayerType()) {
+        if (pForce) {
+            IgnoreMute(true);
+        }
+        RotationNodeEvaluate(pValues, pTime, pHint, false);
+        if (pForce) {
+            IgnoreMute(false);
+        }
+    } else {
+        for (GlissaNode* child : mState->mChildren) {
+            end = child->EvaluateSpecificLayer(end, pTime, pId, pHint, pForce);
+        }
+    }
+    if (!pForce) {
+        AddWeightedValue(pValues, mState->mLayer.GetWeight(pTime));
+    }
+    return end;
+}
+
+void GlissaNode::IgnoreMute(bool pIgnore)
+{
+    mIgnoreMute = pIgnore;
+    for (GlissaNode* child : mState->mChildren) {
+        child->mIgnoreMute = pIgnore;
+    }
+}

@@ -1,0 +1,332 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Between two keys of its X curve a rotation can run along one path of quaternions: a Bezier curve
+// through the keyed orientations, whose handles come from the tangents of the keys. All of it is
+// worked relative to the orientation at the first key, where quaternions are near the identity.
+
+#include "corvekit/math/rotation_order.h"
+#include "glissa/curve/curve.h"
+#include "glissa/curve/tangent_math.h"
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+// The way from one key of a curve to the next, around a time.
+struct Place
+{
+    Place(Glissa* pCurve, KTime pTime, int* pHint)
+        : curve(pCurve), index(pCurve->KeyFindAll(pTime, pHint))
+    {}
+
+    int Before() const { return static_cast<int>(std::floor(index)); }
+    int Behind() const { return static_cast<int>(std::ceil(index)); }
+    bool IsBetweenKeys() const
+    {
+        return Before() >= 0 && Behind() < curve->KeyGetCount() && Before() < Behind();
+    }
+    // Whether the key that begins, or ends, the way is a key of the X curve too. The first key of a
+    // curve begins none, and the last one ends none.
+    bool BeginsOnKeyAt(KTime pTime) const { return Before() > 0 && IsKeyAt(Before(), pTime); }
+    bool EndsOnKeyAt(KTime pTime) const { return Behind() > 0 && IsKeyAt(Behind(), pTime); }
+
+    Glissa* curve;
+    double index;
+
+private:
+    bool IsKeyAt(int pKey, KTime pTime) const
+    {
+        return pKey < curve->KeyGetCount() && curve->KeyGetTime(pKey) == pTime;
+    }
+};
+
+// The orientations at four keys, relative to the second one, and the seconds between them.
+struct Path
+{
+    KgeQuaternion previous, first, second, next;
+    double seconds_before, seconds, seconds_behind;
+};
+
+KgeQuaternion SlopeBetween(const KgeQuaternion& pFrom, const KgeQuaternion& pTo, double pSeconds)
+{
+    const KgeQuaternion difference = pTo - pFrom;
+    return pSeconds > 0.0 ? difference * (1.0 / pSeconds) : difference;
+}
+
+// Turns the sign so that the way from a quaternion is the short one.
+void Align(KgeQuaternion& pQuaternion, const KgeQuaternion& pBefore)
+{
+    if (pBefore.Dot(pQuaternion) < 0.0) {
+        pQuaternion = -pQuaternion;
+    }
+}
+
+KgeQuaternion Between(const KgeQuaternion& pFrom, const KgeQuaternion& pTo, double pRatio)
+{
+    return pFrom * (1.0 - pRatio) + pTo * pRatio;
+}
+
+// De Casteljau, four components at once.
+KgeQuaternion CubicAt(const KgeQuaternion (&pPoints)[4], double pRatio)
+{
+    const KgeQuaternion q0 = Between(pPoints[0], pPoints[1], pRatio);
+    const KgeQuaternion q1 = Between(pPoints[1], pPoints[2], pRatio);
+    const KgeQuaternion q2 = Between(pPoints[2], pPoints[3], pRatio);
+    return Between(Between(q0, q1, pRatio), Between(q1, q2, pRatio), pRatio);
+}
+
+struct TCB
+{
+    TCB(const Glissa* pCurve, int pKey)
+        : tension(static_cast<double>(pCurve->KeyGetDataFloat(pKey, eDataTCBTension))),
+          continuity(static_cast<double>(pCurve->KeyGetDataFloat(pKey, eDataTCBContinuity))),
+          bias(static_cast<double>(pCurve->KeyGetDataFloat(pKey, eDataTCBBias)))
+    {}
+
+    double tension, continuity, bias;
+};
+
+// A third of the way behind, or with -1 before, a time.
+KTime ThirdFrom(KTime pTime, double pSeconds, double pSign)
+{
+    return pTime + KTime::FromSeconds(pSign * pSeconds / 3.0);
+}
+}  // namespace
+
+// One evaluation between two keys: the curves, where the time lies on each, and the node's order.
+class GlissaNode::RotationPath
+{
+public:
+    RotationPath(GlissaNode& pNode, KTime pTime, int* pHint)
+        : mNode(pNode),
+          mOrder(pNode.GetRotationOrder()),
+          mX(pNode.Get(0)->FCurveGet(), pTime, pHint),
+          mY(pNode.Get(1)->FCurveGet(), pTime, nullptr),
+          mZ(pNode.Get(2)->FCurveGet(), pTime, nullptr)
+    {}
+
+    bool IsBetweenKeys() const { return mX.IsBetweenKeys(); }
+    unsigned GetInterpolation() const { return mX.curve->KeyGetInterpolation(mX.Before()); }
+    KgeRVector Evaluate();
+
+private:
+    KgeRMatrix MatrixAt(KTime pTime, int pKey);
+    KgeRMatrix MatrixOf(const KgeRVector& pAngles) const;
+    Path FindPath();
+    KgeQuaternion OutgoingHandle(const Path& pPath);
+    KgeQuaternion IncomingHandle(const Path& pPath);
+    KgeQuaternion HandleOf(const KgeRVector& pAngles) const;
+
+    GlissaNode& mNode;
+    const KVdRotationOrder mOrder;
+    Place mX;
+    Place mY;
+    Place mZ;
+    KTime mFirstTime;
+    KTime mSecondTime;
+    KgeRMatrix mFirst;         // the orientation at the first key
+    KgeRMatrix mFirstInverse;  // all others are seen from it
+};
+
+KgeRMatrix GlissaNode::RotationPath::MatrixOf(const KgeRVector& pAngles) const
+{
+    KgeRMatrix matrix;
+    mOrder.V2M(matrix, pAngles);
+    return matrix;
+}
+
+// The orientation at a time, which is that of a key of X.
+KgeRMatrix GlissaNode::RotationPath::MatrixAt(KTime pTime, int pKey)
+{
+    double angles[kNodeZeroValues] = {};
+    int hint = pKey;
+    mNode.Evaluate(angles, pTime, &hint);
+    return MatrixOf(KgeRVector(angles));
+}
+
+KgeQuaternion GlissaNode::RotationPath::HandleOf(const KgeRVector& pAngles) const
+{
+    return KgeQuaternion(mFirstInverse * MatrixOf(pAngles));
+}
+
+Path GlissaNode::RotationPath::FindPath()
+{
+    const Glissa& x = *mX.curve;
+    const int first = mX.Before();
+    const int second = mX.Behind();
+    mFirstTime = x.KeyGetTime(first);
+    mSecondTime = x.KeyGetTime(second);
+    mFirst = MatrixAt(mFirstTime, first);
+    mFirstInverse = mFirst.Transpose();
+    const KgeRMatrix to_second = mFirstInverse * MatrixAt(mSecondTime, second);
+
+    Path path;
+    path.seconds = (mSecondTime - mFirstTime).GetSecondDouble();
+    path.seconds_before = path.seconds;
+    path.seconds_behind = path.seconds;
+    // Before the first key and behind the last one the motion goes on by the same step.
+    KgeRMatrix to_previous = to_second.Transpose();
+    KgeRMatrix to_next = to_second * to_second;
+    if (first > 0) {
+        const KTime time = x.KeyGetTime(first - 1);
+        path.seconds_before = (mFirstTime - time).GetSecondDouble();
+        to_previous = mFirstInverse * MatrixAt(time, first - 1);
+    }
+    if (second + 1 < x.KeyGetCount()) {
+        const KTime time = x.KeyGetTime(second + 1);
+        path.seconds_behind = (time - mSecondTime).GetSecondDouble();
+        to_next = mFirstInverse * MatrixAt(time, second + 1);
+    }
+    path.previous = KgeQuaternion(to_previous);
+    path.second = KgeQuaternion(to_second);
+    path.next = KgeQuaternion(to_next);
+    Align(path.first, path.previous);
+    Align(path.second, path.first);
+    Align(path.next, path.second);
+    return path;
+}
+
+KgeQuaternion GlissaNode::RotationPath::OutgoingHandle(const Path& pPath)
+{
+    Glissa& x = *mX.curve;
+    const int key = mX.Before();
+    const KgeQuaternion before = SlopeBetween(pPath.previous, pPath.first, pPath.seconds_before);
+    const KgeQuaternion slope = SlopeBetween(pPath.first, pPath.second, pPath.seconds);
+    const unsigned mode = x.KeyGetTangeantMode(key, false);
+    KgeQuaternion derivative;
+    if ((mode & eTangentTCB) != 0) {
+        const TCB at(&x, key);
+        const KgeQuaternion a = slope * ((1.0 - at.continuity) * (1.0 - at.bias));
+        const KgeQuaternion b =
+            pPath.seconds_before > 0.0 ? before * ((1.0 + at.bias) * (1.0 + at.continuity)) : a;
+        derivative = (a + b) * ((1.0 - at.tension) * 0.5);
+    } else if ((mode & eTangentAuto) != 0) {
+        double parameters[4] = {};
+        parameters[0] = static_cast<double>(x.KeyGetRightAuto(key, true));
+        if (mY.BeginsOnKeyAt(mFirstTime)) {
+            parameters[1] = static_cast<double>(mY.curve->KeyGetRightAuto(mY.Before(), true));
+        }
+        if (mZ.BeginsOnKeyAt(mFirstTime)) {
+            parameters[2] = static_cast<double>(mZ.curve->KeyGetRightAuto(mZ.Before(), true));
+        }
+        parameters[3] = (parameters[0] + parameters[1] + parameters[2]) / 3.0;
+        for (int i = 0; i < 4; ++i) {
+            GLISSA_ComputeRightBezierFromAuto(derivative[i], parameters[i], before[i], slope[i]);
+        }
+    } else {
+        const KTime third = ThirdFrom(mFirstTime, pPath.seconds, 1.0);
+        const auto angle = [this, third](const Place& pPlace) {
+            return static_cast<double>(
+                pPlace.BeginsOnKeyAt(mFirstTime)
+                    ? pPlace.curve->KeyGetRightBezierTangeant(pPlace.Before(), false)
+                    : pPlace.curve->Evaluate(third, nullptr));
+        };
+        return HandleOf(KgeRVector(static_cast<double>(x.KeyGetRightBezierTangeant(key, false)),
+                                   angle(mY), angle(mZ)));
+    }
+    return pPath.first + derivative * (pPath.seconds / 3.0);
+}
+
+KgeQuaternion GlissaNode::RotationPath::IncomingHandle(const Path& pPath)
+{
+    Glissa& x = *mX.curve;
+    const int key = mX.Behind();
+    const KgeQuaternion slope = SlopeBetween(pPath.first, pPath.second, pPath.seconds);
+    const KgeQuaternion behind = SlopeBetween(pPath.second, pPath.next, pPath.seconds_behind);
+    const unsigned mode = x.KeyGetTangeantMode(key, false);
+    KgeQuaternion derivative;
+    if ((mode & eTangentTCB) != 0) {
+        const TCB at(&x, key);
+        const KgeQuaternion a = slope * ((1.0 + at.bias) * (1.0 - at.continuity));
+        const KgeQuaternion b =
+            pPath.seconds_behind > 0.0 ? behind * ((1.0 - at.bias) * (1.0 + at.continuity)) : a;
+        derivative = (a + b) * ((1.0 - at.tension) * 0.5);
+    } else if ((mode & eTangentAuto) != 0) {
+        // Unlike on the way out, a channel without a key of its own here follows X.
+        const double own = static_cast<double>(x.KeyGetLeftAuto(key, true));
+        double parameters[4] = {own, own, own, own};
+        const auto take = [this](const Place& pPlace, double& pParameter) {
+            if (pPlace.EndsOnKeyAt(mSecondTime) &&
+                pPlace.Behind() < pPlace.curve->KeyGetCount() - 1) {
+                pParameter =
+                    static_cast<double>(pPlace.curve->KeyGetLeftAuto(pPlace.Behind(), true));
+            }
+        };
+        take(mY, parameters[1]);
+        take(mZ, parameters[2]);
+        parameters[3] = (parameters[0] + parameters[1] + parameters[2]) / 3.0;
+        for (int i = 0; i < 4; ++i) {
+            GLISSA_ComputeLeftBezierFromAuto(derivative[i], parameters[i], slope[i], behind[i]);
+        }
+    } else {
+        const KTime third = ThirdFrom(mSecondTime, pPath.seconds, -1.0);
+        const auto angle = [this, third](const Place& pPlace) {
+            return static_cast<double>(
+                pPlace.EndsOnKeyAt(mSecondTime)
+                    ? pPlace.curve->KeyGetLeftBezierTangeant(pPlace.Behind(), false)
+                    : pPlace.curve->Evaluate(third, nullptr));
+        };
+        return HandleOf(KgeRVector(static_cast<double>(x.KeyGetLeftBezierTangeant(key, false)),
+                                   angle(mY), angle(mZ)));
+    }
+    return pPath.second + derivative * (pPath.seconds / -3.0);
+}
+
+KgeRVector GlissaNode::RotationPath::Evaluate()
+{
+    const Path path = FindPath();
+    const double ratio = mX.index - std::floor(mX.index);
+    KgeQuaternion at;
+    if (GetInterpolation() == eInterpolationLinear) {
+        at = Between(path.first, path.second, ratio);
+    } else {
+        KgeQuaternion points[] = {path.first, OutgoingHandle(path), IncomingHandle(path),
+                                  path.second};
+        Align(points[1], points[0]);
+        Align(points[2], points[1]);
+        Align(points[3], points[2]);
+        at = CubicAt(points, ratio);
+    }
+    KgeRVector angles;
+    mOrder.M2V(angles, mFirst * KgeRMatrix(at));
+    return angles;
+}
+
+void GlissaNode::RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
+{
+    const auto has_curve = [this](int pChild) { return Get(pChild) && Get(pChild)->FCurveGet(); };
+    const bool has_path = GetUseQuaternion() && has_curve(0) && has_curve(1) && has_curve(2) &&
+                          Get(0)->FCurveGet()->KeyGetCount() > 1;
+    if (!has_path) {
+        EvaluateChildren(pValues, kNodeZeroValues, pTime, pHint, pCandidate);
+        return;
+    }
+    RotationPath path(*this, pTime, pHint);
+    if (!path.IsBetweenKeys()) {
+        EvaluateChildren(pValues, kNodeZeroValues, pTime, pHint, pCandidate);
+        return;
+    }
+    const unsigned interpolation = path.GetInterpolation();
+    if (interpolation == eInterpolationCubic || interpolation == eInterpolationLinear) {
+        const KgeRVector angles = path.Evaluate();
+        std::copy_n(angles.Data(), 3, pValues);
+    } else {
+        EvaluateChildren(pValues, kNodeZeroValues, pTime, pHint, pCandidate);
+    }
+    if (!pCandidate) {
+        return;
+    }
+    // What the path gave is the candidate now, and no longer what the curves had by themselves.
+    for (int i = 0; i < std::min(GetCount(), kNodeZeroValues); ++i) {
+        GlissaNode* child = Get(i);
+        if (Glissa* curve = child->FCurveGet()) {
+            curve->CandidateClear();
+        }
+        if (GetLayerID() == 0) {
+            child->HoldTotal(&pValues[i], 1, pTime);
+        }
+    }
+}
