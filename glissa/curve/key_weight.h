@@ -8,7 +8,7 @@
 #include <bit>
 #include <cstdint>
 
-/// Stored numbers are the real value times this, truncated toward zero.
+/// Stored numbers are the real value times this.
 constexpr float kStoredScale = 9999.0f;
 constexpr std::int16_t kDefaultWeightNumber = 3333;
 
@@ -28,13 +28,23 @@ inline float FromStoredNumber(std::int16_t pNumber)
     return static_cast<float>(pNumber) / kStoredScale;
 }
 
+/// Truncated toward zero, but what FromStoredNumber gave comes back as the number that it was: of
+/// n / 9999 times 9999 the rounding may fall short of n. The argument times 9999 is below 2^15.
+inline std::int16_t ToStoredNumber(float pReal)
+{
+    const int truncated = static_cast<int>(pReal * kStoredScale);
+    const int next = truncated + (pReal < 0.0f ? -1 : 1);
+    const bool isNext = static_cast<float>(next) / kStoredScale == pReal;
+    return static_cast<std::int16_t>(isNext ? next : truncated);
+}
+
 /// Clamped to 1..9899. NaN takes the least weight.
 inline std::int16_t ToStoredWeight(float pWeight)
 {
     const float weight = !(pWeight > kGlissaMinWeight) ? kGlissaMinWeight
                          : pWeight > kGlissaMaxWeight  ? kGlissaMaxWeight
                                                        : pWeight;
-    return static_cast<std::int16_t>(weight * kStoredScale);
+    return ToStoredNumber(weight);
 }
 
 /// Values beyond the 16-bit range stop at its ends. NaN gives 0.
@@ -47,5 +57,5 @@ inline std::int16_t ToStoredVelocity(float pVelocity)
     if (number <= -32768.0f) {
         return -32768;
     }
-    return number == number ? static_cast<std::int16_t>(number) : std::int16_t{0};
+    return number == number ? ToStoredNumber(pVelocity) : std::int16_t{0};
 }

@@ -48,7 +48,11 @@ void NaiveKey::SetData(int pIndex, float pValue)
         return;
     }
     const float real = pIndex < 4 ? std::clamp(pValue, 0.00010001f, 0.99f) : pValue;
-    const auto number = static_cast<std::uint16_t>(static_cast<std::int16_t>(real * 9999.0f));
+    // What was read comes back as it was.
+    const double exact = std::round(static_cast<double>(real) * 9999.0);
+    const bool wasRead = static_cast<float>(exact) / 9999.0f == real;
+    const double stored = wasRead ? exact : std::trunc(static_cast<double>(real * 9999.0f));
+    const auto number = static_cast<std::uint16_t>(static_cast<std::int16_t>(stored));
     std::uint32_t& slot = pIndex < 4 ? slot2 : slot3;
     slot = pIndex % 2 == 0 ? (slot & 0xFFFF0000u) | number
                            : (slot & 0xFFFFu) | static_cast<std::uint32_t>(number) << 16;

@@ -61,6 +61,19 @@ TEST(Key, WeightsAndVelocitiesAreStoredInSixteenBits)
             EXPECT_EQ(static_cast<float>(stored) / 9999.0f, key.GetDataDouble(index));
         }
     }
+    // What was read can be written back. Truncation alone would take a step off some 600 weights.
+    for (int stored = 1; stored <= 32767; ++stored) {
+        for (const float sign : {1.0f, -1.0f}) {
+            const float real = sign * static_cast<float>(stored) / 9999.0f;
+            GlissaKey key = KeyWithFlags(0x408);
+            key.SetDataDouble(kVelocity, real);
+            ASSERT_EQ(real, key.GetDataDouble(kVelocity));
+            if (stored <= 9899) {
+                key.SetDataDouble(kWeight, std::fabs(real));
+                ASSERT_EQ(std::fabs(real), key.GetDataDouble(kWeight));
+            }
+        }
+    }
     GlissaKey key = KeyWithFlags(0x208);
     key.SetDataFloat(eDataTCBBias, 0.75f);  // raw, over both weights
     EXPECT_EQ(0.75f, key.GetDataPtr()[2]);
