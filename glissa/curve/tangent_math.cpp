@@ -15,11 +15,9 @@ namespace
 constexpr double kSlopeTolerance = 1e-5;
 constexpr double kSecantTolerance = 1e-10;
 
-void DropSmall(double& pSlope)
+double WithoutSmall(double pSlope)
 {
-    if (std::fabs(pSlope) < kSlopeTolerance) {
-        pSlope = 0.0;
-    }
+    return std::fabs(pSlope) < kSlopeTolerance ? 0.0 : pSlope;
 }
 
 // Between equal secants the range is a single slope, which the roundings of its two ends would
@@ -43,17 +41,16 @@ Secants SecantsOf(Glissa* pCurve, int pIndex)
     return secants;
 }
 
-// The parameter beyond 500 (pSign 1) or below -500 (pSign -1) of a slope d: the root of
-// H(a, x, y) + P(a) K = d that lies outside.
-double OuterAuto(double pSlope, double pX, double pY, double pK, double pSign)
+// How far a parameter lies beyond 500, or below -500, for a slope that lies beyond the one there. A
+// step u past the rim leads sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
+// point the same way, so in this form of the root nothing cancels, however steep the secants.
+double OuterAuto(double pSlope, double pRim, double pX, double pY)
 {
-    const double a = pK / 250000.0;
-    const double b = (pX - pY) / 200.0 - pSign * 2.0 * pK / 500.0;
-    const double c = (pX + pY) / 2.0 + pK - pSlope;
-    const double root = std::sqrt(std::fmax(b * b - 4.0 * a * c, 0.0));
-    const double first = (root - b) / (2.0 * a);
-    const double second = (-root - b) / (2.0 * a);
-    return pSign > 0.0 ? std::fmax(first, second) : std::fmin(first, second);
+    constexpr double kSquare = 1000.0 / 250000.0;
+    const double distance = std::fabs(pSlope - pRim);
+    const double linear = std::fabs(pX - pY) / 200.0;
+    return 500.0 +
+           2.0 * distance / (linear + std::sqrt(linear * linear + 4.0 * kSquare * distance));
 }
 
 double InnerAuto(double pSlope, double pX, double pY)
@@ -116,18 +113,18 @@ void GLISSA_ComputeRightBezierFromAutoForKey(double& pOut, const double& pAuto, 
 void GLISSA_ComputeLeftAutoFromBezier(double& pOut, double& pSlope, const double& pToLeft,
                                       const double& pToRight)
 {
-    double highest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
-    double lowest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
-    DropSmall(highest);
-    DropSmall(lowest);
-    DropSmall(pSlope);
+    const double atHighest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
+    const double atLowest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
+    const double highest = WithoutSmall(atHighest);
+    const double lowest = WithoutSmall(atLowest);
+    pSlope = WithoutSmall(pSlope);
     const bool falls = pToLeft > pToRight;
     if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
         pOut = 0.0;
     } else if (falls ? pSlope > highest : highest > pSlope) {
-        pOut = OuterAuto(pSlope, pToLeft, pToRight, falls ? 1000.0 : -1000.0, 1.0);
+        pOut = OuterAuto(pSlope, atHighest, pToLeft, pToRight);
     } else if (falls ? lowest > pSlope : pSlope > lowest) {
-        pOut = OuterAuto(pSlope, pToLeft, pToRight, falls ? -1000.0 : 1000.0, -1.0);
+        pOut = -OuterAuto(pSlope, atLowest, pToLeft, pToRight);
     } else {
         pOut = InnerAuto(pSlope, pToLeft, pToRight);
     }
@@ -136,18 +133,18 @@ void GLISSA_ComputeLeftAutoFromBezier(double& pOut, double& pSlope, const double
 void GLISSA_ComputeRightAutoFromBezier(double& pOut, double& pSlope, const double& pToLeft,
                                        const double& pToRight)
 {
-    double lowest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
-    double highest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
-    DropSmall(highest);
-    DropSmall(lowest);
-    DropSmall(pSlope);
+    const double atLowest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
+    const double atHighest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
+    const double lowest = WithoutSmall(atLowest);
+    const double highest = WithoutSmall(atHighest);
+    pSlope = WithoutSmall(pSlope);
     const bool rises = !(pToLeft > pToRight);
     if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
         pOut = 0.0;
     } else if (rises ? pSlope > highest : highest > pSlope) {
-        pOut = OuterAuto(pSlope, pToRight, pToLeft, rises ? 1000.0 : -1000.0, 1.0);
+        pOut = OuterAuto(pSlope, atHighest, pToRight, pToLeft);
     } else if (rises ? lowest > pSlope : pSlope > lowest) {
-        pOut = OuterAuto(pSlope, pToRight, pToLeft, rises ? -1000.0 : 1000.0, -1.0);
+        pOut = -OuterAuto(pSlope, atLowest, pToRight, pToLeft);
     } else {
         pOut = InnerAuto(pSlope, pToRight, pToLeft);
     }

@@ -45,17 +45,17 @@ double RightFromAuto(double a, double toLeft, double toRight)
     return a > 500.0 ? h + P(a) * k : a < -500.0 ? h - P(a) * k : h;
 }
 
-// The greater or lesser root of d = H(a, x, y) + P(a) K.
-double Root(double d, double x, double y, double k, bool pGreater)
+// The greater or lesser root of d = H(a, x, y) + P(a) K, by the school formula: it cancels, and so
+// in more digits.
+double Root(long double d, long double x, long double y, long double k, bool pGreater)
 {
-    const double a = k / 250000.0;
-    const double b =
-        pGreater ? (x - y) / 200.0 - 2.0 * k / 500.0 : (x - y) / 200.0 + 2.0 * k / 500.0;
-    const double c = (x + y) / 2.0 + k - d;
-    const double root = std::sqrt(std::fmax(b * b - 4.0 * a * c, 0.0));
-    const double one = (root - b) / (2.0 * a);
-    const double two = (-root - b) / (2.0 * a);
-    return pGreater ? std::fmax(one, two) : std::fmin(one, two);
+    const long double a = k / 250000.0L;
+    const long double b = (x - y) / 200.0L - (pGreater ? 2.0L : -2.0L) * k / 500.0L;
+    const long double c = (x + y) / 2.0L + k - d;
+    const long double root = std::sqrt(std::fmax(b * b - 4.0L * a * c, 0.0L));
+    const long double one = (root - b) / (2.0L * a);
+    const long double two = (-root - b) / (2.0L * a);
+    return static_cast<double>(pGreater ? std::fmax(one, two) : std::fmin(one, two));
 }
 
 double AutoFrom(double d, double x, double y, double pAbove, double pBelow, bool pSign)
