@@ -252,12 +252,20 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
         int hint = isUpward ? KeyGetCount() : 0;
         const double place = KeyFind(target, &hint);
         if (IsWhole(place)) {
+            const int landed = static_cast<int>(place);
+            const int behind = landed + 1 == c ? c + 1 : landed + 1;
+            const bool hasBehind = behind < KeyGetCount();
             const GlissaTangeantInfo left = KeyGetLeftDerivativeInfo(c);
             const GlissaTangeantInfo right = KeyGetRightDerivativeInfo(c);
+            const GlissaTangeantInfo behindLeft =
+                hasBehind ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
             KeyRemove(c);
             const int index = KeyAdd(target, key, &hint);
             KeySetLeftDerivativeInfo(index, left, false);
             KeySetRightDerivativeInfo(index, right, false);
+            if (hasBehind) {
+                KeySetLeftDerivativeInfo(index + 1, behindLeft, false);
+            }
             if (isUpward) {
                 --last;
             } else {

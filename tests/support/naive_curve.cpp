@@ -409,10 +409,18 @@ bool NaiveCurve::MoveRange(std::int64_t pDelta, int pFirst, int pLast)
         const NaiveSide own = LeftSide(c);
         const NaiveSide right = RightSide(c);
         if (IsWhole(x)) {
+            // The key behind the one that is landed on, among those that stay.
+            int behind = static_cast<int>(x) + 1;
+            behind += behind == c ? 1 : 0;
+            const int behindId = behind < Count() ? Key(behind).id : 0;
+            const NaiveSide behindLeft = behindId != 0 ? LeftSide(behind) : NaiveSide();
             Remove(c);
             const int index = Add(target, key);
             SetLeftSide(index, own, false);
             SetRightSide(index, right, false);
+            if (behindId != 0) {
+                SetLeftSide(IndexOf(behindId), behindLeft, false);
+            }
             continue;
         }
         const int passedId = Key(n).id;
