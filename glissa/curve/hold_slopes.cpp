@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace
 {
@@ -195,58 +196,46 @@ unsigned UserKindFor(const Hold& pHold)
     return isOne ? eTangentUser : eTangentUserBreak;
 }
 
-// Behind a TCB key a left slope has no place of its own. One is made by another tangent of that
-// key, which keeps its slopes.
-bool HoldByKeyBefore(const Hold& pHold)
+// Gives a key a user tangent in place of its own kind, with the slopes that it has.
+bool MakeUser(Glissa& pCurve, int pIndex)
 {
-    const int before = pHold.index - 1;
-    if (before < 0 || !IsCubicKind(pHold.curve, before, eTangentTCB)) {
-        return false;
+    const Hold key{pCurve, pIndex, SlopesOf(pCurve, pIndex), nullptr};
+    return HoldByKind(key, UserKindFor(key));
+}
+
+// Behind a TCB key a left slope has no place of its own. One is made by a user tangent of that key,
+// which keeps its slopes; and where it cannot have both, by user tangents of more keys of the row
+// of TCB keys that it stands in, from the nearest one on that can.
+bool HoldByKeysBefore(const Hold& pHold, int pMost)
+{
+    Glissa& curve = pHold.curve;
+    std::vector<KPriFCurveKeyAttr> old;  // of the keys before, the nearest one first
+    int first = pHold.index;
+    bool isUser = false;
+    while (!isUser && first > std::max(pHold.index - pMost, 0) &&
+           IsCubicKind(curve, first - 1, eTangentTCB)) {
+        --first;
+        old.push_back(curve.KeyGet(first).GetKeyAttr());
+        isUser = MakeUser(curve, first);
     }
-    const KPriFCurveKeyAttr old = pHold.curve.KeyGet(before).GetKeyAttr();
-    const Hold key{pHold.curve, before, SlopesOf(pHold.curve, before), nullptr};
-    if (!HoldByKind(key, UserKindFor(key))) {
-        return false;
+    for (int i = first + 1; isUser && i < pHold.index; ++i) {
+        isUser = MakeUser(curve, i);
     }
-    if (HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold))) {
+    if (isUser && (HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold)))) {
         return true;
     }
-    pHold.curve.KeyAttrSet(before, old);
+    for (int i = first; i < pHold.index; ++i) {
+        curve.KeyAttrSet(i, old[static_cast<std::size_t>(pHold.index - 1 - i)]);
+    }
     return false;
 }
 
-// The greater of the two errors in value at a third of the segments beside a key.
-double Misfit(const Hold& pHold)
+// Few keys change their kind before many.
+bool HoldByAll(const Hold& pHold)
 {
-    Glissa& curve = pHold.curve;
-    const int index = pHold.index;
-    const Slopes got = SlopesOf(curve, index);
-    const auto error = [&curve](double pGot, double pWanted, int pFrom) {
-        const KTime gap = curve.KeyGetTime(pFrom + 1) - curve.KeyGetTime(pFrom);
-        return std::fabs(pGot - pWanted) * gap.GetSecondDouble();
-    };
-    return std::max(LeftCounts(curve, index) ? error(got.left, pHold.slopes.left, index - 1) : 0.0,
-                    RightCounts(curve, index) ? error(got.right, pHold.slopes.right, index) : 0.0);
-}
-
-void HoldByAll(const Hold& pHold)
-{
-    if (HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold)) ||
-        HoldByKind(pHold, eTangentTCB) || HoldByKeyBefore(pHold)) {
-        return;
-    }
-    // In a row of TCB keys with equal values two slopes cannot be had: one of them then, on the
-    // side where it matters more.
-    const KPriFCurveKeyAttr old = pHold.curve.KeyGet(pHold.index).GetKeyAttr();
-    const double least = Misfit(pHold);
-    for (const float slope : {pHold.slopes.left, pHold.slopes.right}) {
-        const Hold one{pHold.curve, pHold.index, {slope, slope}, pHold.next};
-        if (HoldByKind(one, eTangentUser) && Misfit(pHold) < least) {
-            return;
-        }
-        pHold.curve.KeyAttrSet(pHold.index, old);
-        SetAndTest(pHold);
-    }
+    return HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold)) ||
+           HoldByKind(pHold, eTangentTCB) || HoldByKeysBefore(pHold, 1) ||
+           HoldByKeysBefore(pHold, pHold.index);
 }
 }  // namespace
 
@@ -295,7 +284,7 @@ void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, fl
     const Hold end{
         pCurve, hi, {left.mDerivative, pAround.hiRight.mDerivative}, hasNext ? &next : nullptr};
     // The new key gives way before the old one.
-    if (!HoldByParameters(end) && !HoldByKeyBefore(end)) {
+    if (!HoldByParameters(end) && !HoldByKeysBefore(end, 1)) {
         HoldByAll(end);
     }
 }

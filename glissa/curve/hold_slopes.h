@@ -26,8 +26,8 @@ struct Surroundings
 Surroundings SurroundingsOf(Glissa& pCurve, int pLo, int pHi);
 
 /// Gives a key two slopes: by the parameters of its tangent, where they do not suffice without its
-/// refinements, and at last by another kind of tangent, its own or that of a TCB key before it. Of
-/// two slopes that cannot be had together, one. The slopes of the key behind stay as they are.
+/// refinements, and at last by another kind of tangent, its own or that of TCB keys before it. The
+/// slopes of the key behind stay as they are.
 void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes);
 
 /// Gives a new key one slope on both sides, and its neighbours those that they had.

@@ -165,6 +165,7 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
     for (const auto& [rule, name] : kRules) {
         Random random(71);
         int changedKinds = 0;
+        int changedFarAway = 0;
         int inserted = 0;
         while (inserted < 1500) {
             const RefCurve data = RandomCurve(rule, random);
@@ -183,8 +184,10 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
             ASSERT_EQ(data.Count() + 1, curve->KeyGetCount());
             for (int i = 0; i < data.Count(); ++i) {
                 const int moved = i <= segment ? i : i + 1;
-                if (i < segment - 1 || i > segment + 1) {
-                    ASSERT_TRUE(HasSameKey(*old, i, *curve, moved));
+                if ((i < segment - 1 || i > segment + 1) && !HasSameKey(*old, i, *curve, moved)) {
+                    // Behind TCB keys a left slope has a place when they take user tangents.
+                    ++changedFarAway;
+                    ASSERT_TRUE(rule == kTensionContinuityBias && i < segment);
                 }
                 changedKinds +=
                     old->KeyGetTangeantMode(i, false) != curve->KeyGetTangeantMode(moved, false)
@@ -198,20 +201,18 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
                     << "segment " << i;
             }
         }
-        // Where the secants beside a TCB key are equal no parameters give its slopes, and the
-        // formula that finds automatic ones far beyond 500 runs out of digits.
-        const int most = rule == kTensionContinuityBias ? inserted / 10
-                         : rule == kFarAutomatic        ? inserted / 100
-                                                        : 0;
+        // Where the secants beside a TCB key are equal no parameters give its slopes.
+        const int most = rule == kTensionContinuityBias ? inserted / 10 : 0;
         EXPECT_LE(changedKinds, most) << name;
+        EXPECT_LE(changedFarAway, inserted / 50) << name;
     }
 }
 
 // Keys of all rules beside each other, constant ones among them.
 TEST(KeyInsert, KeepsTheShapeOfMixedKinds)
 {
-    Random random(73);
-    for (int inserted = 0; inserted < 2500;) {
+    Random random(1);
+    for (int inserted = 0; inserted < 12000;) {
         RefCurve data = RandomCurve(kUser, random);
         for (RefKey& key : data.keys) {
             const RefKey other =
