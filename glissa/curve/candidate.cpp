@@ -117,7 +117,7 @@ void SetCornerKind(Glissa& pCurve, int pIndex, const Request& pRequest)
 // its tangent runs on into it. An automatic one follows its new neighbour unless it was laid aside.
 void RunOnInto(Glissa& pCurve, int pIndex, const Surroundings& pAround)
 {
-    if (pAround.hasLo && IsCubic(pCurve, pIndex - 1)) {
+    if (pAround.hasLo) {
         const int lo = pIndex - 1;
         const bool force =
             HasMode(pCurve, lo, eTangentUser) ||
@@ -129,7 +129,7 @@ void RunOnInto(Glissa& pCurve, int pIndex, const Surroundings& pAround)
         if (force && !HasMode(pCurve, lo, eTangentBreak)) {
             pCurve.KeySetLeftDerivativeInfo(lo, pAround.loLeft, true);
         }
-    } else if (pAround.hasHi && IsCubic(pCurve, pIndex + 1)) {
+    } else if (pAround.hasHi) {
         const int hi = pIndex + 1;
         const bool force =
             HasMode(pCurve, hi, eTangentUser) ||
@@ -231,6 +231,9 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
     if (pLast) {
         *pLast = index;
     }
+    if (!isNew && !pTangentOverride && !request.IsCorner()) {
+        return true;
+    }
 
     const float slope = left.mDerivative;
     const bool isCorner = request.IsCorner();
@@ -250,8 +253,7 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
     KeySetLeftDerivativeInfo(index, left, isCorner);
     KeySetRightDerivativeInfo(index, right, isCorner);
     // Its left side is stored in the key that was just written.
-    const bool storesNextLeft = isNew ? around.hasLo : pTangentOverride || isCorner;
-    if (around.hasHi && storesNextLeft) {
+    if (around.hasHi && (around.hasLo || !isNew)) {
         KeySetLeftDerivativeInfo(index + 1, around.hiLeft, false);
     }
     if (isCorner && !request.IsCubic(eTangentTCB)) {

@@ -554,6 +554,47 @@ TEST(CandidateKey, EndTangentsRunOnIntoANewEndSegment)
     }
 }
 
+// A linear or custom end key has a slope that a new segment beside it starts with, too.
+TEST(CandidateKey, EndSlopesThatAreNotCubicRunOnToo)
+{
+    const CurveHandle linear = ThreeKeys(kRefLinear);
+    linear->CandidateSet(Seconds(-1.0), 8.0);
+    linear->CandidateKey(nullptr, eInterpolationCubic, eTangentUser, eContinuityDefault, true);
+    EXPECT_EQ(4.0f, linear->KeyGetRightDerivative(1));
+    EXPECT_EQ(4.0f, linear->KeyGetLeftDerivative(1));
+    const CurveHandle custom = ThreeKeys(kRefCustom | 0x100);
+    custom->KeySetDataDouble(2, eDataRightSlope, 7.0f);  // which nothing follows at the end
+    custom->CandidateSet(Seconds(3.0), 8.0);
+    custom->CandidateKey(nullptr, eInterpolationCubic, eTangentUser, eContinuityDefault, true);
+    EXPECT_EQ(0.5f, custom->KeyGetLeftDerivative(2));
+    EXPECT_EQ(0.5f, custom->KeyGetRightDerivative(2));
+}
+
+TEST(CandidateKey, WithoutOverrideAKeyTakesTimeAndValueAndNoMore)
+{
+    for (const std::uint32_t flags : MuseumKinds()) {
+        SCOPED_TRACE(flags);
+        const CurveHandle curve = ThreeKeys(flags);
+        const CurveHandle old = ThreeKeys(flags);
+        const KPriFCurveKeyAttr* const block = curve->InternalPriKeyAttrGetPtr(1);
+        int type = 0;
+        const auto listen = [](Glissa*, GlissaEvent* pEvent, void* pType) {
+            *static_cast<int*>(pType) |= pEvent->GetType();
+        };
+        curve->CallbackRegister(listen, &type);
+        curve->CandidateSet(Seconds(1.25), 9.0);
+        EXPECT_TRUE(curve->CandidateKey(nullptr, eInterpolationLinear, 0, eContinuityDefault, false,
+                                        KTime::Infinite(), 0.5));
+        curve->CallbackUnregister(listen, &type);
+        EXPECT_EQ(kGlissaEventValue | kGlissaEventTime, type) << std::hex << type;
+        EXPECT_EQ(Seconds(1.25), curve->KeyGetTime(1));
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_TRUE(curve->KeyGet(i).GetAttributes() == old->KeyGet(i).GetAttributes());
+            EXPECT_EQ(block, curve->InternalPriKeyAttrGetPtr(i));
+        }
+    }
+}
+
 TEST(CandidateKey, CustomKeysTakeTheSlopesAroundThem)
 {
     const auto request = [](Glissa& pCurve, double pSeconds) {
