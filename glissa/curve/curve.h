@@ -577,13 +577,13 @@ private:
     bool IsLeftToHost(int pIndex) const;
     StoredSide SideBehind(int pIndex);
     void InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantInfo& pFirstLeft);
+    bool StoresNextLeftSlope(int pIndex) const;
     void TakeNextLeft(int pIndex, const GlissaKeyAttributes& pOld);
     void ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan,
                      bool pKeyEndsWhenEmpty, KTime pOffset, const ValueShift& pFromStart,
                      const ValueShift& pAfterStop);
-    int AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset, const ValueShift& pShift);
-    void ShiftKey(int pIndex, const ValueShift& pShift);
-    void NegateLeftSlope(int pIndex, const ValueShift& pShift);
+    int AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset);
+    void ShiftKeys(int pFirst, int pLast, const ValueShift& pShift);
     void HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pValue);
     int FindPeakTimes(int pIndex, KTime (&pTimes)[2]);
 

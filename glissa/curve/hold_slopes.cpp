@@ -48,6 +48,12 @@ bool HasNoSlopes(const Glissa& pCurve, int pIndex)
     }
 }
 
+// Slot 1 of a TCB key is its continuity.
+bool HasNoPlaceBehind(const Glissa& pCurve, int pIndex)
+{
+    return IsCubicKind(pCurve, pIndex, eTangentTCB) || HasNoSlopes(pCurve, pIndex);
+}
+
 // A side shapes the curve when the segment on it is cubic.
 bool LeftCounts(const Glissa& pCurve, int pIndex)
 {
@@ -157,16 +163,10 @@ bool HoldByParameters(const Hold& pHold)
     return SetAndTest(pHold);
 }
 
-// Gives a cubic key another kind of tangent for the sake of its slopes. False, and the key as it
-// was, where that does not work either.
-bool HoldByKind(const Hold& pHold, unsigned pKind)
+// Gives a cubic key another kind of tangent, without slopes on its right.
+void SetKind(Glissa& pCurve, int pIndex, unsigned pKind)
 {
-    Glissa& curve = pHold.curve;
-    const KPriFCurveKeyAttr old = curve.KeyGet(pHold.index).GetKeyAttr();
-    if (!IsCubic(curve, pHold.index) || old.GetTangeantMode(false) == pKind ||
-        (pKind == eTangentTCB && old.GetTangeantWeightMode() != 0)) {
-        return false;
-    }
+    const KPriFCurveKeyAttr old = pCurve.KeyGet(pIndex).GetKeyAttr();
     KPriFCurveKeyAttr changed = old;
     changed.SetTangeantMode(pKind);
     changed.mData[0] = 0.0f;
@@ -178,7 +178,20 @@ bool HoldByKind(const Hold& pHold, unsigned pKind)
     if (pKind == eTangentTCB) {
         changed.mData[eDataTCBBias] = 0.0f;
     }
-    curve.KeyAttrSet(pHold.index, changed);
+    pCurve.KeyAttrSet(pIndex, changed);
+}
+
+// Gives a cubic key another kind of tangent for the sake of its slopes. False, and the key as it
+// was, where that does not work either.
+bool HoldByKind(const Hold& pHold, unsigned pKind)
+{
+    Glissa& curve = pHold.curve;
+    const KPriFCurveKeyAttr old = curve.KeyGet(pHold.index).GetKeyAttr();
+    if (!IsCubic(curve, pHold.index) || old.GetTangeantMode(false) == pKind ||
+        (pKind == eTangentTCB && old.GetTangeantWeightMode() != 0)) {
+        return false;
+    }
+    SetKind(curve, pHold.index, pKind);
     if (SetAndTest(pHold)) {
         return true;
     }
@@ -205,7 +218,7 @@ bool MakeUser(Glissa& pCurve, int pIndex)
 
 // Behind a TCB key a left slope has no place of its own. One is made by a user tangent of that key,
 // which keeps its slopes; and where it cannot have both, by user tangents of more keys of the row
-// of TCB keys that it stands in, from the nearest one on that can.
+// of such keys that it stands in, from the nearest one on that can.
 bool HoldByKeysBefore(const Hold& pHold, int pMost)
 {
     Glissa& curve = pHold.curve;
@@ -213,7 +226,7 @@ bool HoldByKeysBefore(const Hold& pHold, int pMost)
     int first = pHold.index;
     bool isUser = false;
     while (!isUser && first > std::max(pHold.index - pMost, 0) &&
-           IsCubicKind(curve, first - 1, eTangentTCB)) {
+           HasNoPlaceBehind(curve, first - 1)) {
         --first;
         old.push_back(curve.KeyGet(first).GetKeyAttr());
         isUser = MakeUser(curve, first);
@@ -260,6 +273,22 @@ void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
     const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
     const Slopes next = hasNext ? SlopesOf(pCurve, pIndex + 1) : Slopes{};
     HoldByAll({pCurve, pIndex, pSlopes, hasNext ? &next : nullptr});
+}
+
+void HoldSlopesByUserTangent(Glissa& pCurve, int pIndex, Slopes pSlopes)
+{
+    if (HasSlopes(pCurve, pIndex, pSlopes)) {
+        return;
+    }
+    const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
+    const Slopes next = hasNext ? SlopesOf(pCurve, pIndex + 1) : Slopes{};
+    const Hold hold{pCurve, pIndex, pSlopes, hasNext ? &next : nullptr};
+    if (IsCubic(pCurve, pIndex) && (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentUser) == 0) {
+        SetKind(pCurve, pIndex, UserKindFor(hold));
+    }
+    if (!HoldByParameters(hold) && !HoldByKeysBefore(hold, 1)) {
+        HoldByKeysBefore(hold, pIndex);
+    }
 }
 
 // From left to right: slot 1 of each key holds the left slope of the one behind it.

@@ -30,5 +30,9 @@ Surroundings SurroundingsOf(Glissa& pCurve, int pLo, int pHi);
 /// slopes of the key behind stay as they are.
 void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes);
 
+/// The same with a user tangent, whatever tangent the key has: beside a jump from one tick to the
+/// next, where the secant leaves a parameter no digits for a slope.
+void HoldSlopesByUserTangent(Glissa& pCurve, int pIndex, Slopes pSlopes);
+
 /// Gives a new key one slope on both sides, and its neighbours those that they had.
 void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, float pSlope);

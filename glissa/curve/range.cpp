@@ -9,10 +9,12 @@
 // it moves house.
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/hold_slopes.h"
 #include "glissa/curve/modify_bracket.h"
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace
 {
@@ -159,6 +161,8 @@ struct Glissa::StoredSide
 {
     bool exists = false;
     bool isTcb = false;  // the slots are parameters of a TCB key and store no side
+    bool isCubic = false;
+    bool isSlope = false;  // not an automatic parameter
     GlissaKeyAttributes slots{};
     GlissaTangeantInfo info;
 };
@@ -170,6 +174,8 @@ Glissa::StoredSide Glissa::SideBehind(int pIndex)
     if (pIndex >= 0 && pIndex < KeyGetCount()) {
         side.exists = true;
         side.isTcb = IsCubicTCB(pIndex);
+        side.isCubic = KeyGetInterpolation(pIndex) == eInterpolationCubic;
+        side.isSlope = StoresNextLeftSlope(pIndex);
         side.slots = Attr(pIndex);
         if (pIndex + 1 < KeyGetCount()) {
             side.info = KeyGetLeftDerivativeInfo(pIndex + 1);
@@ -194,8 +200,11 @@ void Glissa::InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantIn
         if (IsLeftToHost(index)) {
             continue;
         }
-        if (side.exists && (side.isTcb || IsCubicTCB(index))) {
-            KeySetLeftDerivativeInfo(index + 1, side.info, false);
+        const bool meansAnother = side.isCubic &&
+                                  KeyGetInterpolation(index) == eInterpolationCubic &&
+                                  side.isSlope != StoresNextLeftSlope(index);
+        if (side.exists && (side.isTcb || IsCubicTCB(index) || meansAnother)) {
+            KeySetLeftDerivativeInfo(index + 1, side.info, meansAnother);
         } else if (side.exists) {
             TakeNextLeft(index, side.slots);
         }
@@ -211,6 +220,19 @@ void Glissa::InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantIn
             KeySetRightDerivative(index, left.mDerivative);
         }
     }
+}
+
+// Whether slot 1 of a cubic key, TCB ones aside, is a slope and not a parameter: a cubic key behind
+// it decides, any other leaves it to the key.
+bool Glissa::StoresNextLeftSlope(int pIndex) const
+{
+    if (KeyGetInterpolation(pIndex) != eInterpolationCubic || IsCubicTCB(pIndex)) {
+        return false;
+    }
+    const unsigned next = pIndex + 1 < KeyGetCount() ? KeyGetInterpolation(pIndex + 1) : 0;
+    return next == eInterpolationCubic    ? IsCubicUser(pIndex + 1)
+           : next == eInterpolationCustom ? true
+                                          : IsCubicUser(pIndex);
 }
 
 // Slot 1, the next-left weight and its mode, as they stood in another key.
@@ -286,8 +308,9 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
         return;
     }
 
-    const int last = AddSpan(pSource, wanted, pOffset, pFromStart);
+    const int last = AddSpan(pSource, wanted, pOffset);
     if (last >= 0) {
+        ShiftKeys(first, last, pFromStart);
         if (wanted.HasStart() && first < KeyGetCount() && KeyGetTime(first) <= target.stop) {
             const bool isBefore = KeyGetTime(first) < target.start && first + 1 < KeyGetCount();
             const int seam = isBefore ? first + 1 : first;
@@ -306,16 +329,11 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
     const int rest = last >= 0           ? last + 1
                      : KeyGetCount() > 0 ? Floor(KeyFind(target.stop, nullptr)) + 1
                                          : 0;
-    if (!pAfterStop.IsNone() && rest < KeyGetCount()) {
-        for (int i = rest; i < KeyGetCount(); ++i) {
-            ShiftKey(i, pAfterStop);
-        }
-        NegateLeftSlope(rest, pAfterStop);
-    }
+    ShiftKeys(rest, KeyGetCount() - 1, pAfterStop);
 }
 
-// The keys of a source within a span, shifted in time and value. The index of the last one, or -1.
-int Glissa::AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset, const ValueShift& pShift)
+// The keys of a source within a span, shifted in time. The index of the last one, or -1.
+int Glissa::AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset)
 {
     int sourceHint = 0;
     int hint = 0;
@@ -323,38 +341,29 @@ int Glissa::AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset, const
     ResetCandidate();
     for (int i = Ceil(pSource->KeyFind(pSpan.start, &sourceHint));
          i < pSource->KeyGetCount() && pSource->KeyGetTime(i) <= pSpan.stop; ++i) {
-        const bool isFirst = last < 0;
         last = KeyAdd(pSource->KeyGetTime(i) + pOffset, pSource, i, &hint);
-        if (!pShift.IsNone()) {
-            ShiftKey(last, pShift);
-            if (isFirst) {
-                NegateLeftSlope(last, pShift);
-            }
-        }
     }
     return last;
 }
 
-void Glissa::ShiftKey(int pIndex, const ValueShift& pShift)
+// Shifts the values of some keys. Inverted, their slopes turn round as well; the left one of the
+// first key stands in the key before.
+void Glissa::ShiftKeys(int pFirst, int pLast, const ValueShift& pShift)
 {
-    const float value = KeyGetValue(pIndex);
-    KeySetValue(pIndex, pShift.isInverted ? pShift.add - value : pShift.add + value);
-    if (pShift.isInverted && IsCubicUser(pIndex)) {
-        GlissaKeyAttributes attributes = Attr(pIndex);
-        attributes.mData[eDataRightSlope] = -attributes.mData[eDataRightSlope];
-        attributes.mData[eDataNextLeftSlope] = -attributes.mData[eDataNextLeftSlope];
-        if (WriteAttributes(pIndex, attributes)) {
-            CallbackAddEvent(kGlissaEventOther | eEventEditSlope, pIndex);
+    if (pShift.IsNone() || pFirst > pLast) {
+        return;
+    }
+    for (int i = pFirst; i <= pLast; ++i) {
+        const float value = KeyGetValue(i);
+        KeySetValue(i, pShift.isInverted ? pShift.add - value : pShift.add + value);
+        if (pShift.isInverted && IsCubicUser(i)) {
+            KeySetDataDouble(i, eDataRightSlope, -KeyGetDataDouble(i, eDataRightSlope));
         }
     }
-}
-
-// The left slope of the first of the keys that were inverted stands in the key before them.
-void Glissa::NegateLeftSlope(int pIndex, const ValueShift& pShift)
-{
-    const int before = pIndex - 1;
-    if (pShift.isInverted && before >= 0 && IsCubicUser(before)) {
-        KeySetDataDouble(before, eDataNextLeftSlope, -KeyGetDataDouble(before, eDataNextLeftSlope));
+    for (int i = std::max(pFirst - 1, 0); i <= pLast && pShift.isInverted; ++i) {
+        if (StoresNextLeftSlope(i)) {
+            KeySetDataDouble(i, eDataNextLeftSlope, -KeyGetDataDouble(i, eDataNextLeftSlope));
+        }
     }
 }
 
@@ -367,20 +376,37 @@ void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pVal
         return CandidateKey(&pHint, static_cast<int>(eInterpolationCubic),
                             static_cast<int>(eTangentUser), pContinuity, true);
     };
-    const auto keepOutside = [&](KTime pTime) {
+    // A key that is there already keeps the curve, and what a user tangent cannot continue goes on
+    // in a key of its own kind.
+    struct Outside
+    {
+        KTime time;
+        Slopes slopes;
+    };
+    std::vector<Outside> outside;
+    const auto keyOutside = [&](KTime pTime) {
         int hint = 0;
-        CandidateEvaluate(pTime, &hint);
-        // A key that is there already becomes one of this kind.
-        if (!makeKey(hint, eContinuityInsert)) {
-            makeKey(hint, eContinuityDefault);
+        const int before = KeyGetCount() > 0 ? Floor(KeyFind(pTime, &hint)) : -1;
+        const bool isInside = before >= 0 && before < KeyGetCount() - 1;
+        const unsigned kind = isInside ? KeyGetInterpolation(before) : eInterpolationCubic;
+        if (kind == eInterpolationCubic || kind == eInterpolationLinear) {
+            CandidateEvaluate(pTime, &hint);
+            makeKey(hint, eContinuityInsert);
+        } else {
+            KeyInsert(pTime, &hint);
+        }
+        const double place = KeyFind(pTime, &hint);
+        if (place >= 0.0 && place == std::floor(place)) {
+            const int index = static_cast<int>(place);
+            outside.push_back({pTime, {KeyGetLeftDerivative(index), KeyGetRightDerivative(index)}});
         }
     };
     // While the keys inside are there: without them the curve outside would be another.
     if (pSpan.HasStart()) {
-        keepOutside(pTarget.start - kTick);
+        keyOutside(pTarget.start - kTick);
     }
     if (pSpan.HasStop()) {
-        keepOutside(pTarget.stop + kTick);
+        keyOutside(pTarget.stop + kTick);
     }
     Delete(pTarget.start, pTarget.stop, true);
 
@@ -390,11 +416,17 @@ void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pVal
         if (!makeKey(index, eContinuityDefault) || !pIsEnd) {
             return;
         }
-        if (index > 0) {
+        if (index > 0 && !IsCubicTCB(index - 1)) {
             KeySetDataDouble(index - 1, eDataNextLeftSlope, 0.0f);
         }
         KeySetDataDouble(index, eDataRightSlope, 0.0f);
     };
     holdAt(pTarget.start, pSpan.HasStart());
     holdAt(pTarget.stop, pSpan.HasStop());
+    // The jump beside a key outside would turn an automatic tangent.
+    for (const Outside& each : outside) {
+        if (each.time < pTarget.start || each.time > pTarget.stop) {
+            HoldSlopesByUserTangent(*this, Floor(KeyFind(each.time, nullptr)), each.slopes);
+        }
+    }
 }

@@ -254,6 +254,20 @@ TEST_F(Range, InsertSharesBlocksAndLeavesTcbParametersAlone)
     EXPECT_EQ(57.0f, curve->KeyGetLeftDerivative(5));
 }
 
+TEST_F(Range, InsertKeepsTheLeftSideOfALinearKey)
+{
+    for (const bool isAuto : {false, true}) {
+        const std::uint32_t kinds[] = {kRefCubic | kRefUser | kRefBreak, kRefCubic | kRefAuto};
+        const CurveHandle curve = MakeCurve({{0.0, 0.0f, 2.0f, 20.0f, kinds[isAuto ? 1 : 0]},
+                                             {4.0, 1.0f, 0.0f, 0.0f, kRefLinear},
+                                             {6.0, 9.0f}});
+        const CurveHandle source = MakeCurve({{0.0, 5.0f, 3.0f, 3.0f, kinds[isAuto ? 0 : 1]}});
+        const float left = curve->KeyGetLeftDerivative(1);
+        curve->Insert(source.get(), Seconds(1.0), GlissaTangeantInfo());
+        EXPECT_NEAR(left, curve->KeyGetLeftDerivative(2), 1e-5);
+    }
+}
+
 TEST_F(Range, InsertLeavesCustomKeysToTheHost)
 {
     GlissaCustomTangentManager::TheOne().AddNewCustomTangent("host", "host");
@@ -405,6 +419,69 @@ TEST_F(Range, AnEmptySourceClearsTheSpanOrHoldsItsDefault)
     EXPECT_EQ(0, heard.calls);
     EXPECT_EQ(0, empty->KeyGetCount());
     empty->CallbackUnregister(Heard::Hear, &heard);
+}
+
+// Keys of every kind around the span, inside it, and a tick outside it.
+TEST_F(Range, AHeldSpanLeavesTheCurveAroundItAlone)
+{
+    const CurveHandle source(GlissaCreate());
+    source->SetValue(-5.0f);
+    constexpr KTime kTick(1);
+    for (const std::uint32_t flags : MuseumKinds()) {
+        for (const bool onKeys : {false, true}) {
+            SCOPED_TRACE(testing::Message() << std::hex << flags << ' ' << onKeys);
+            const std::vector<UserKey> keys = {{0.0, 0.0f, 0.25f, 0.5f, flags},
+                                               {4.0, 8.0f, 0.5f, 0.25f, flags},
+                                               {8.0, 4.0f, 0.25f, -0.5f, flags},
+                                               {12.0, 6.0f, -0.5f, 0.0f, flags}};
+            const CurveHandle old = MakeCurve(keys);
+            const CurveHandle held = MakeCurve(keys);
+            const KTime start = onKeys ? Seconds(4.0) + kTick : Seconds(5.0);
+            const KTime stop = onKeys ? Seconds(8.0) - kTick : Seconds(6.0);
+            held->Replace(source.get(), start, stop, true, true, KTime());
+            EXPECT_EQ(onKeys ? 6 : 8, held->KeyGetCount());
+            for (double at = 0.0; at <= 12.0; at += 0.125) {
+                const KTime time = Seconds(at);
+                const bool isInside = time >= start && time <= stop;
+                EXPECT_NEAR(isInside ? -5.0f : old->Evaluate(time, nullptr),
+                            held->Evaluate(time, nullptr), 1e-4)
+                    << at;
+            }
+            EXPECT_EQ(0.0f, held->EvaluateRightDerivative(start, nullptr));
+            EXPECT_EQ(0.0f, held->EvaluateLeftDerivative(stop, nullptr));
+        }
+    }
+}
+
+// Slot 1 holds a slope or a parameter, and only a slope has a sign to turn.
+TEST_F(Range, InversionMirrorsEveryKind)
+{
+    for (const std::uint32_t before : MuseumKinds()) {
+        for (const std::uint32_t behind : MuseumKinds()) {
+            SCOPED_TRACE(testing::Message() << std::hex << before << ' ' << behind);
+            const auto hasNoValues = [](std::uint32_t pFlags) { return (pFlags & 0xE) == 0; };
+            if (hasNoValues(before) || hasNoValues(behind)) {
+                continue;
+            }
+            const CurveHandle span = ToGlissa(MuseumTangentPair(before, behind));
+            const CurveHandle key = MakeCurve({{-1.0, 0.0f}});
+            for (const bool isBehind : {false, true}) {
+                // The keys of the span, or all those behind it.
+                Glissa* const source = isBehind ? key.get() : span.get();
+                const CurveHandle plain = ToGlissa(MuseumTangentPair(before, behind));
+                const CurveHandle curve = ToGlissa(MuseumTangentPair(before, behind));
+                plain->Replace(source, kFromStart, kToEnd, true, false, KTime());
+                curve->ReplaceForEulerXYZ(source, kFromStart, kToEnd, 3.0f, 3.0f, !isBehind,
+                                          isBehind, true, false, KTime());
+                for (int i = 0; i <= 60; ++i) {
+                    const KTime time = Seconds(i * 0.05);
+                    ASSERT_NEAR(3.0f - plain->Evaluate(time, nullptr),
+                                curve->Evaluate(time, nullptr), 1e-5)
+                        << isBehind << ' ' << i;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(Range, EulerShiftsTheSpanAndWhatIsBehindIt)
