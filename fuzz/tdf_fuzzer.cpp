@@ -9,13 +9,16 @@
 #include "corvekit/store/crc32c.h"
 #include "corvekit/store/tdf.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <ostream>
 #include <span>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 namespace
 {
@@ -26,10 +29,39 @@ void Require(bool pHolds)
     }
 }
 
+// Samples are read as the single values are, whatever stands in the field.
+void CompareSamples(KTdf pSamples, KTdf pSingle)
+{
+    constexpr std::string_view kLetters[] = {"", "L", "Cs", "Uan", "Uann"};
+    KTdfSample samples[3];
+    for (std::size_t i = 0; pSamples.FieldReadGetRemain() > 0; ++i) {
+        const std::string_view letters = kLetters[i % std::size(kLetters)];
+        const std::size_t read = pSamples.FieldReadSamples(samples, letters);
+        for (const KTdfSample& each : std::span(samples).first(read)) {
+            Require(pSingle.FieldReadGetType() == KTdf::kTypeTime);
+            Require(pSingle.FieldReadT() == each.time);
+            Require(pSingle.FieldReadGetType() == KTdf::kTypeDouble);
+            const float value = pSingle.FieldReadF();
+            Require(std::bit_cast<std::uint32_t>(value) ==
+                    std::bit_cast<std::uint32_t>(each.value));
+            for (const char letter : letters) {
+                Require(pSingle.FieldReadGetType() == KTdf::kTypeCharacter);
+                Require(pSingle.FieldReadCH() == letter);
+            }
+        }
+        if (read == 0) {
+            pSamples.FieldReadT();
+            pSingle.FieldReadT();
+        }
+        Require(pSamples.FieldReadGetRemain() == pSingle.FieldReadGetRemain());
+    }
+}
+
 // Copies the values of the open field, and reads each once more by a type that may be wrong.
 void CopyValues(KTdf& pFrom, KTdf& pTo)
 {
     KTdf probe = pTo.IsEmpty() ? pFrom : KTdf();
+    CompareSamples(probe, probe);
     for (std::int64_t left = pFrom.FieldReadGetRemain(); left > 0; --left) {
         Require(pFrom.FieldReadGetRemain() == left);
         if (probe.FieldReadGetRemain() == left) {

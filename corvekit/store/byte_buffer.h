@@ -6,10 +6,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
-/// Room for bytes that grows where it stands if the heap can do it. What is new is not set to
+/// Room for bytes that grows where it stands if the system can do it. What is new is not set to
 /// anything: the holder counts what it has written. A copy copies the whole room.
 ///
 /// Where a std::vector would throw for want of memory, this does too.
@@ -20,11 +18,11 @@ public:
     KByteBuffer(const KByteBuffer& pOther);
     KByteBuffer(KByteBuffer&& pOther) noexcept;
     KByteBuffer& operator=(KByteBuffer pOther) noexcept;
-    ~KByteBuffer() = default;
+    ~KByteBuffer();
 
     /// Null as long as there is no room.
-    std::uint8_t* GetData() { return mData.get(); }
-    const std::uint8_t* GetData() const { return mData.get(); }
+    std::uint8_t* GetData() { return mData; }
+    const std::uint8_t* GetData() const { return mData; }
     std::size_t GetRoom() const { return mRoom; }
 
     /// Room for at least so many bytes. Grows to twice the room, so that appending costs a
@@ -34,11 +32,6 @@ public:
     void Resize(std::size_t pRoom);
 
 private:
-    struct Free
-    {
-        void operator()(std::uint8_t* pData) const { std::free(pData); }
-    };
-
-    std::unique_ptr<std::uint8_t, Free> mData;
+    std::uint8_t* mData = nullptr;
     std::size_t mRoom = 0;
 };

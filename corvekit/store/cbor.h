@@ -40,12 +40,32 @@ constexpr Byte kDouble = 0xFB;
 constexpr std::uint16_t kHalfNaN = 0x7E00;
 constexpr std::size_t kMaxHead = 9;
 
+/// Big-endian to the order of this machine, and back.
+template <class T>
+inline T SwapToBigEndian(T pValue)
+{
+    if constexpr (std::endian::native == std::endian::big) {
+        return pValue;
+    } else if constexpr (sizeof(T) == 8) {
+        return __builtin_bswap64(pValue);
+    } else if constexpr (sizeof(T) == 4) {
+        return __builtin_bswap32(pValue);
+    } else {
+        static_assert(sizeof(T) == 2);
+        return __builtin_bswap16(pValue);
+    }
+}
+
+inline std::uint64_t ToLittleEndian(std::uint64_t pValue)
+{
+    return std::endian::native == std::endian::big ? __builtin_bswap64(pValue) : pValue;
+}
+
 template <class T>
 inline Byte* PutBigEndian(Byte* pOut, T pValue)
 {
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-        pOut[i] = static_cast<Byte>(pValue >> (8 * (sizeof(T) - 1 - i)));
-    }
+    const T swapped = SwapToBigEndian(pValue);
+    std::memcpy(pOut, &swapped, sizeof(T));
     return pOut + sizeof(T);
 }
 
@@ -53,11 +73,8 @@ template <class T>
 inline T GetBigEndian(const Byte* pAt)
 {
     T value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-        value = static_cast<T>(value |
-                               static_cast<T>(static_cast<T>(pAt[i]) << (8 * (sizeof(T) - 1 - i))));
-    }
-    return value;
+    std::memcpy(&value, pAt, sizeof(T));
+    return SwapToBigEndian(value);
 }
 
 inline Byte* PutHead(Byte* pOut, Byte pMajor, std::uint64_t pArgument)

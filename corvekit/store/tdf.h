@@ -40,6 +40,13 @@ enum ETdfError : int
     eTdfErrorIdCount            ///< how many ids there are
 };
 
+/// A value at a time, as FieldWriteSamples and FieldReadSamples take and give it.
+struct KTdfSample
+{
+    KTime time;
+    float value = 0.0f;
+};
+
 /// The field store: named fields, each with a run of typed values and, if wanted, a block of
 /// further fields. A document is in memory; Save and Load take it to and from a stream or a path.
 /// The bytes are those of docs/store-format.md.
@@ -65,6 +72,8 @@ public:
     static constexpr int kMaxNesting = 1024;
     /// Bytes of a field's name.
     static constexpr std::size_t kMaxNameSize = 65535;
+    /// Letters of a sample.
+    static constexpr std::size_t kMaxSampleLetters = 4;
 
     KTdf();
     KTdf(const KTdf&) = default;
@@ -101,6 +110,11 @@ public:
     bool FieldWriteS(const KString& pText);
     bool FieldWriteCH(char pValue);
     bool FieldWriteT(KTime pValue);
+
+    /// FieldWriteT, FieldWriteF and a FieldWriteCH for each letter, sample after sample, at a
+    /// fraction of the price: what recordings are stored with. More than kMaxSampleLetters letters
+    /// count as a write out of order.
+    bool FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_view pLetters);
 
     // Reading: fields (store/tdf_reader.cpp)
 
@@ -148,6 +162,11 @@ public:
     KString FieldReadS();
     char FieldReadCH();
     KTime FieldReadT();
+
+    /// Reads samples as long as a time, a floating point number and these letters stand next, and
+    /// gives how many it read. Stops before the first values that are anything else, or when
+    /// pSamples is full. 0 for more than kMaxSampleLetters letters.
+    std::size_t FieldReadSamples(std::span<KTdfSample> pSamples, std::string_view pLetters);
 
     /// FieldReadBegin, one value, FieldReadEnd. The default if no field of the name is left in the
     /// walk or its first value is of another type. FieldReadC gives the very pointer pDefault then.
@@ -275,8 +294,8 @@ private:
 
     bool CheckComplete();
     bool WriteAll(Sink& pSink) const;
-    bool Receive(const Source& pSource, const char* pPath);
-    bool Accept(const char* pPath);
+    bool Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum);
+    bool Accept(const char* pPath, std::uint32_t pSum);
     bool Refuse(int pId, const char* pPath, std::size_t pOffset);
 
     KByteBuffer mBytes;  // mSize of its room is used

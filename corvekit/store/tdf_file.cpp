@@ -25,8 +25,10 @@
 
 namespace
 {
-// What is asked of a source at first; from there on the room doubles.
-constexpr std::size_t kFirstRead = 65536;
+// The room at first; from there on it doubles.
+constexpr std::size_t kFirstRoom = 65536;
+// What is asked of a source at once: it stays in the cache until it is summed.
+constexpr std::size_t kMostRead = 262144;
 
 std::string SystemReason(const char* pDoing, const char* pPath)
 {
@@ -138,14 +140,15 @@ bool KTdf::Load(std::istream& pStream)
         pStream.read(reinterpret_cast<char*>(pOut), static_cast<std::streamsize>(pSize));
         return static_cast<std::size_t>(pStream.gcount());
     };
-    if (!Receive(source, nullptr)) {
+    std::uint32_t sum = 0;
+    if (!Receive(source, nullptr, &sum)) {
         return false;
     }
     if (pStream.bad() || !pStream.eof()) {
         Reset();
         return Fail(eTdfErrorCannotRead, "cannot read from the stream");
     }
-    return Accept(nullptr);
+    return Accept(nullptr, sum);
 }
 
 bool KTdf::Load(const char* pPath)
@@ -160,7 +163,8 @@ bool KTdf::Load(const char* pPath)
     const auto source = [&file](std::uint8_t* pOut, std::size_t pSize) {
         return std::fread(pOut, 1, pSize, file.get());
     };
-    if (!Receive(source, pPath)) {
+    std::uint32_t sum = 0;
+    if (!Receive(source, pPath, &sum)) {
         return false;
     }
     if (std::ferror(file.get()) != 0) {
@@ -168,7 +172,7 @@ bool KTdf::Load(const char* pPath)
         Reset();
         return Fail(eTdfErrorCannotRead, reason.c_str());
     }
-    return Accept(pPath);
+    return Accept(pPath, sum);
 }
 
 bool KTdf::Load(std::span<const std::uint8_t> pBytes)
@@ -180,7 +184,8 @@ bool KTdf::Load(std::span<const std::uint8_t> pBytes)
         pBytes = pBytes.subspan(size);
         return size;
     };
-    return Receive(source, nullptr) && Accept(nullptr);
+    std::uint32_t sum = 0;
+    return Receive(source, nullptr, &sum) && Accept(nullptr, sum);
 }
 
 bool KTdf::CheckComplete()
@@ -215,19 +220,26 @@ bool KTdf::WriteAll(Sink& pSink) const
     return pSink.Finish();
 }
 
-// Takes in all that a source has. The room grows as bytes arrive, and a source that does not begin
-// like a file is given up at once: it may have no end.
-bool KTdf::Receive(const Source& pSource, const char* pPath)
+// Takes in all that a source has, and gives the sum of all but the closing bytes. The room grows as
+// bytes arrive, and a source that does not begin like a file is given up at once: it may have no
+// end.
+bool KTdf::Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum)
 {
-    mBytes.Grow(kFirstRead);
+    std::size_t summed = 0;
+    mBytes.Grow(kFirstRoom);
     for (;;) {
-        const std::size_t asked = mBytes.GetRoom() - mSize;
+        const std::size_t asked = std::min(mBytes.GetRoom() - mSize, kMostRead);
         const std::size_t received = pSource(mBytes.GetData() + mSize, asked);
         mSize += received;
         if (mSize >= tdf::kMagic.size() &&
             !std::equal(tdf::kMagic.begin(), tdf::kMagic.end(), mBytes.GetData())) {
             Reset();
             return Refuse(eTdfErrorNotAStore, pPath, 0);
+        }
+        if (mSize > summed + tdf::kChecksumSize) {
+            const std::size_t end = mSize - tdf::kChecksumSize;
+            *pSum = Crc32c(mBytes.GetData() + summed, end - summed, *pSum);
+            summed = end;
         }
         if (received < asked) {
             return true;
@@ -236,8 +248,9 @@ bool KTdf::Receive(const Source& pSource, const char* pPath)
     }
 }
 
-// Makes the document of the bytes received. pPath names them in an error, null for none.
-bool KTdf::Accept(const char* pPath)
+// Makes the document of the bytes received, whose sum is pSum. pPath names them in an error, null
+// for none.
+bool KTdf::Accept(const char* pPath, std::uint32_t pSum)
 {
     const auto refuse = [this, pPath](int pId, std::size_t pOffset) {
         Reset();
@@ -252,8 +265,7 @@ bool KTdf::Accept(const char* pPath)
         return refuse(eTdfErrorVersion, tdf::kMagic.size());
     }
     const std::size_t end = mSize - tdf::kChecksumSize;
-    if (Crc32c(mBytes.GetData(), end) !=
-        cbor::GetBigEndian<std::uint32_t>(mBytes.GetData() + end)) {
+    if (pSum != cbor::GetBigEndian<std::uint32_t>(mBytes.GetData() + end)) {
         return refuse(eTdfErrorChecksum, end);
     }
     Parser parser(mBytes.GetData(), tdf::kHeaderSize, end);

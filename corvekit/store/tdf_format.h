@@ -34,6 +34,18 @@ constexpr std::size_t kTagSize = 3;
 /// A character is a byte string of one byte.
 constexpr cbor::Byte kCharacterHead = cbor::eBytes | 1;
 
+/// Up to four characters as they are stored, filled up with zero bytes: one word of eight.
+using LetterBytes = std::array<std::uint8_t, 8>;
+inline LetterBytes EncodeLetters(std::string_view pLetters)
+{
+    LetterBytes bytes{};
+    for (std::size_t i = 0; i < pLetters.size(); ++i) {
+        bytes[2 * i] = kCharacterHead;
+        bytes[2 * i + 1] = static_cast<std::uint8_t>(pLetters[i]);
+    }
+    return bytes;
+}
+
 /// The least that an item can take: a value one byte, a field three (its own head, an empty name
 /// and the head of an empty run of values).
 constexpr std::uint64_t kLeastField = 3;

@@ -116,18 +116,22 @@ bool KTdf::Parser::ParseField()
     if (parts != 2 && parts != 3) {
         return Fail(eTdfErrorUnknownItem, place);
     }
-    Field field = {static_cast<std::uint64_t>(mOut - mBytes), 0, 0, 0, 0, kNoBlock};
+    Field field = {0, 0, 0, 0, 0, kNoBlock};
     if (!Name(&field) || !Array(&field.count, 1)) {
         return false;
     }
     const cbor::Byte* const values = mAt;
-    for (std::uint64_t i = 0; i < field.count; ++i) {
+    for (std::uint64_t left = field.count; left > 0; --left) {
+        left = SkipPlainValues(left);
+        if (left == 0) {
+            break;
+        }
         if (!Value()) {
             return false;
         }
     }
-    Keep(values);
     mFields.push_back(field);
+    Keep(values);
     return parts == 2 || BeginBlock(static_cast<std::uint32_t>(mFields.size() - 1));
 }
 
@@ -165,7 +169,53 @@ bool KTdf::Parser::Name(Field* pField)
     pField->hash = tdf::HashName(name);
     pField->nameSize = static_cast<std::uint32_t>(mAt - place);
     Keep(place);
+    pField->begin = static_cast<std::uint64_t>(mOut - mBytes) - pField->nameSize;
     return true;
+}
+
+// Passes over values that a glance shows to be good, the bulk of any file, and gives how many of
+// pLeft are left. What it stops at is for Value to judge.
+std::uint64_t KTdf::Parser::SkipPlainValues(std::uint64_t pLeft)
+{
+    constexpr std::uint64_t kFourHeads = 0x0001000100010001 * tdf::kCharacterHead;
+    constexpr std::uint64_t kFourHeadsMask = 0x00FF00FF00FF00FF;
+    const cbor::Byte* at = mAt;
+    while (pLeft > 0 && mEnd - at >= static_cast<std::ptrdiff_t>(cbor::kMaxHead)) {
+        const cbor::Byte first = *at;
+        if (first == tdf::kCharacterHead) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, at, sizeof(word));
+            const bool four =
+                pLeft >= 4 && (cbor::ToLittleEndian(word) & kFourHeadsMask) == kFourHeads;
+            at += four ? 8 : 2;
+            pLeft -= four ? 4 : 1;
+            continue;
+        }
+        if (first == cbor::kSingle) {
+            // No half has so fine a fraction; a NaN may have.
+            const std::uint32_t bits = cbor::GetBigEndian<std::uint32_t>(at + 1);
+            if ((bits & 0x1FFF) == 0 || (bits & 0x7F800000) == 0x7F800000) {
+                break;
+            }
+            at += 5;
+        } else if ((first | 0x20) == (cbor::eNegative | 26)) {
+            if (cbor::GetBigEndian<std::uint32_t>(at + 1) <= 0xFFFF) {
+                break;
+            }
+            at += 5;
+        } else if ((first | 0x20) == (cbor::eNegative | 27)) {
+            const std::uint64_t argument = cbor::GetBigEndian<std::uint64_t>(at + 1);
+            if (argument <= 0xFFFFFFFF || argument > kMostTime) {
+                break;
+            }
+            at += 9;
+        } else {
+            break;
+        }
+        --pLeft;
+    }
+    mAt = at;
+    return pLeft;
 }
 
 bool KTdf::Parser::Value()
@@ -262,10 +312,23 @@ bool KTdf::Parser::Tagged()
     return Fail(eTdfErrorUnknownItem, place);
 }
 
-// Moves what lies between pFrom and mAt to the front, behind what is kept already.
+// Keeps what lies between pFrom and mAt, without a gap behind what is kept already. The shorter of
+// the two moves, so that a long run of values stays where it is.
 void KTdf::Parser::Keep(const cbor::Byte* pFrom)
 {
     const std::size_t size = static_cast<std::size_t>(mAt - pFrom);
-    std::memmove(mOut, pFrom, size);
-    mOut += size;
+    const std::size_t kept = static_cast<std::size_t>(mOut - mKept);
+    if (size <= kept) {
+        std::memmove(mOut, pFrom, size);
+        mOut += size;
+        return;
+    }
+    // Each time this doubles what is kept at least, and a field keeps a byte or more.
+    const std::size_t way = static_cast<std::size_t>(pFrom - mOut);
+    std::memmove(mKept + way, mKept, kept);
+    mKept += way;
+    mOut += way + size;
+    for (Field& each : mFields) {
+        each.begin += way;
+    }
 }

@@ -16,10 +16,10 @@
 class KTdf::Parser
 {
 public:
-    /// pBytes   the whole file. Names and values are moved to its front as they are found.
+    /// pBytes   the whole file. Names and values are moved together within it.
     /// pBegin   where the body starts, pEnd  where it ends.
     Parser(std::uint8_t* pBytes, std::size_t pBegin, std::size_t pEnd)
-        : mBytes(pBytes), mAt(pBytes + pBegin), mEnd(pBytes + pEnd), mOut(pBytes)
+        : mBytes(pBytes), mAt(pBytes + pBegin), mEnd(pBytes + pEnd), mKept(pBytes), mOut(pBytes)
     {}
 
     bool Run();
@@ -48,6 +48,7 @@ private:
     void EndBlock();
     bool ParseField();
     bool Name(Field* pField);
+    std::uint64_t SkipPlainValues(std::uint64_t pLeft);
     bool Value();
     bool Integer(std::uint64_t pMost);
     bool Float();
@@ -58,7 +59,8 @@ private:
     std::uint8_t* mBytes;
     const cbor::Byte* mAt;
     const cbor::Byte* mEnd;
-    std::uint8_t* mOut;  // never behind mAt: heads are left out, nothing is put in
+    std::uint8_t* mKept;  // names and values found so far, up to mOut
+    std::uint8_t* mOut;   // never behind mAt: heads are left out, nothing is put in
     std::vector<Field> mFields;
     std::vector<Block> mBlocks;
     std::uint32_t mRootCount = 0;

@@ -11,6 +11,7 @@
 #include "corvekit/store/tdf_format.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -76,6 +77,30 @@ float ToFloat(double pValue)
         return std::copysign(end, static_cast<float>(std::copysign(1.0, pValue)));
     }
     return static_cast<float>(pValue);
+}
+
+// A float of any width as a single one.
+float TakeSingle(const std::uint8_t*& pAt)
+{
+    if (*pAt == cbor::kSingle) {
+        pAt += 5;
+        return std::bit_cast<float>(cbor::GetBigEndian<std::uint32_t>(pAt - 4));
+    }
+    return ToFloat(cbor::TakeFloat(pAt));
+}
+
+// Whether the first pSize bytes of pBytes stand at pAt.
+bool StartsWith(const std::uint8_t* pAt, const std::uint8_t* pEnd, const tdf::LetterBytes& pBytes,
+                std::size_t pSize)
+{
+    if (pEnd - pAt < static_cast<std::ptrdiff_t>(pBytes.size())) {
+        return pEnd - pAt >= static_cast<std::ptrdiff_t>(pSize) &&
+               std::equal(pAt, pAt + pSize, pBytes.begin());
+    }
+    // One word, and of what differs only the bytes asked for.
+    const std::uint64_t differs =
+        cbor::GetBigEndian<std::uint64_t>(pAt) ^ cbor::GetBigEndian<std::uint64_t>(pBytes.data());
+    return pSize == 0 || differs >> (64 - 8 * pSize) == 0;
 }
 
 template <class Value>
@@ -280,6 +305,38 @@ KTime KTdf::FieldReadT()
     const KTime value(cbor::TakeInteger(at));
     ReadTo(at);
     return value;
+}
+
+std::size_t KTdf::FieldReadSamples(std::span<KTdfSample> pSamples, std::string_view pLetters)
+{
+    const std::size_t values = 2 + pLetters.size();
+    if (pLetters.size() > kMaxSampleLetters) {
+        return 0;
+    }
+    const std::size_t most = std::min<std::uint64_t>(pSamples.size(), mReadRemain / values);
+    if (most == 0) {
+        return 0;
+    }
+    const tdf::LetterBytes letters = tdf::EncodeLetters(pLetters);
+    const std::uint8_t* const end = mBytes.GetData() + mSize;
+    const std::uint8_t* at = ReadAt();
+    std::size_t count = 0;
+    while (count < most && *at < cbor::eBytes) {
+        const std::uint8_t* next = at;
+        const KTime time(cbor::TakeInteger(next));
+        if ((*next & cbor::kMajorMask) != cbor::eFloat) {
+            break;
+        }
+        const float value = TakeSingle(next);
+        if (!StartsWith(next, end, letters, 2 * pLetters.size())) {
+            break;
+        }
+        pSamples[count++] = {time, value};
+        at = next + 2 * pLetters.size();
+    }
+    mReadAt = static_cast<std::uint64_t>(at - mBytes.GetData());
+    mReadRemain -= count * values;
+    return count;
 }
 
 int KTdf::FieldReadI(const char* pName, int pDefault)

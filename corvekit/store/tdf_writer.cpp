@@ -191,6 +191,26 @@ bool KTdf::FieldWriteT(KTime pValue)
     return true;
 }
 
+bool KTdf::FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_view pLetters)
+{
+    if (mWriteState != eWriteValues || pLetters.size() > kMaxSampleLetters) {
+        return FailWrite("samples are written with no field open, or with too many letters");
+    }
+    constexpr std::size_t kMaxSample = 2 * kMaxNumber + 2 * kMaxSampleLetters;
+    mBytes.Grow(mSize + pSamples.size() * kMaxSample);
+    const tdf::LetterBytes letters = tdf::EncodeLetters(pLetters);
+    std::uint8_t* at = mBytes.GetData() + mSize;
+    for (const KTdfSample& each : pSamples) {
+        at = cbor::PutInteger(at, each.time.Get());
+        at = cbor::PutFloat(at, each.value);
+        std::copy(letters.begin(), letters.end(), at);  // in one piece, the rest is overwritten
+        at += 2 * pLetters.size();
+    }
+    mSize = static_cast<std::size_t>(at - mBytes.GetData());
+    mWriteCount += pSamples.size() * (2 + pLetters.size());
+    return true;
+}
+
 void KTdf::Reset()
 {
     // A document that was large gives its memory back.

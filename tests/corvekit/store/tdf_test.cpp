@@ -11,8 +11,10 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <span>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace
@@ -140,6 +142,131 @@ TEST(Tdf, FloatsAreDoublesAndRoundBack)
     EXPECT_EQ(KTdf::kTypeDouble, tdf.FieldReadGetType());
     EXPECT_EQ(static_cast<double>(0.1f), tdf.FieldReadD());
     EXPECT_TRUE(std::isnan(tdf.FieldReadF()));
+}
+
+// A sample is its single values in every respect but speed.
+TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadAsFarAsTheyAreAlike)
+{
+    std::vector<KTdfSample> samples = {{KTime(kLeast), -0.0f},     {KTime(-25), 0.1f},
+                                       {KTime(23), INFINITY},      {KTime(1LL << 32), 0x1p-149f},
+                                       {KTime(65536), 0x1.8p-24f}, {KTime(kGreatest), FLT_MAX}};
+    for (int i = 0; i < 300; ++i) {
+        samples.push_back({KTime(std::int64_t{1} << (i % 63)), std::ldexp(1.0f, i % 40 - 20)});
+    }
+    for (const std::string letters : {"", "L", "Cn", "Ua\x80", "Uann"}) {
+        KTdf batch;
+        KTdf single;
+        batch.FieldWriteBegin("Key");
+        EXPECT_TRUE(batch.FieldWriteSamples(samples, letters));
+        batch.FieldWriteD(0.5);
+        batch.FieldWriteEnd();
+        single.FieldWriteBegin("Key");
+        for (const KTdfSample& each : samples) {
+            single.FieldWriteT(each.time);
+            single.FieldWriteF(each.value);
+            for (const char letter : letters) {
+                single.FieldWriteCH(letter);
+            }
+        }
+        single.FieldWriteD(0.5);
+        single.FieldWriteEnd();
+        std::ostringstream batchBytes;
+        std::ostringstream singleBytes;
+        EXPECT_TRUE(batch.Save(batchBytes) && single.Save(singleBytes));
+        EXPECT_EQ(singleBytes.str(), batchBytes.str());
+
+        KTdf loaded = SavedAndLoaded(batch);
+        ASSERT_TRUE(loaded.FieldReadBegin("Key"));
+        std::vector<KTdfSample> read(samples.size() + 1);
+        ASSERT_EQ(2u, loaded.FieldReadSamples(std::span(read).first(2), letters));
+        ASSERT_EQ(samples.size() - 2, loaded.FieldReadSamples(std::span(read).subspan(2), letters));
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            EXPECT_EQ(samples[i].time, read[i].time);
+            EXPECT_EQ(std::bit_cast<unsigned>(samples[i].value),
+                      std::bit_cast<unsigned>(read[i].value));
+        }
+        EXPECT_EQ(1, loaded.FieldReadGetRemain());
+        EXPECT_EQ(0u, loaded.FieldReadSamples(read, letters));
+        EXPECT_EQ(0.5, loaded.FieldReadD());
+    }
+}
+
+TEST(Tdf, ASampleOfAnotherFormIsLeftUnread)
+{
+    KTdf tdf;
+    tdf.FieldWriteBegin("Key");
+    const KTdfSample sample[] = {{KTime(5), 2.0f}};
+    for (const char* const letters : {"Uann", "Uanc", "Uan", "Uann"}) {
+        tdf.FieldWriteSamples(sample, letters);
+    }
+    tdf.FieldWriteI(1);
+    tdf.FieldWriteF(1.0f);
+    tdf.FieldWriteT(KTime(6));
+    tdf.FieldWriteT(KTime(7));
+    tdf.FieldWriteT(KTime(8));
+    tdf.FieldWriteD(1e300);
+    tdf.FieldWriteEnd();
+    EXPECT_TRUE(tdf.FieldReadBegin("Key"));
+    std::vector<KTdfSample> read(9);
+    const auto take = [&](std::string_view pLetters) {
+        return tdf.FieldReadSamples(read, pLetters);
+    };
+    EXPECT_EQ(1u, take("Uann"));
+    EXPECT_EQ(0u, take("Uann"));
+    EXPECT_EQ(1u, take("Uanc"));
+    EXPECT_EQ(0u, take("Uann"));  // the sample has three letters, a time follows
+    EXPECT_EQ(0u, take("Uannn"));
+    EXPECT_EQ(2u, take("Uan"));  // what stands behind the letters is not asked for
+    EXPECT_EQ('n', tdf.FieldReadCH());
+    for (int left = 6; left > 2; --left) {  // an int, a number, a time before a time
+        EXPECT_EQ(left, tdf.FieldReadGetRemain());
+        EXPECT_EQ(0u, take(""));
+        tdf.FieldReadT();
+    }
+    EXPECT_EQ(0u, take("L"));
+    EXPECT_EQ(1u, take(""));
+    EXPECT_EQ(INFINITY, read[0].value);
+    EXPECT_EQ(0u, take(""));
+    tdf.FieldReadEnd();
+    EXPECT_EQ(0u, take(""));
+
+    EXPECT_FALSE(tdf.FieldWriteSamples(sample, "L"));
+    EXPECT_EQ(eTdfErrorMisuse, tdf.GetError().GetLastErrorID());
+    tdf.Clear();
+    tdf.FieldWriteBegin("Key");
+    EXPECT_FALSE(tdf.FieldWriteSamples(sample, "Uannn"));
+    EXPECT_FALSE(tdf.FieldWriteI(1));
+}
+
+// What is short moves next to what is long, in whatever order they come, and all are saved again.
+TEST(Tdf, FieldsOfAllLengthsLoadAndSaveToTheSameBytes)
+{
+    KTdf tdf;
+    for (const int count : {1, 0, 40, 3, 100000, 2, 3000, 900000}) {
+        EXPECT_TRUE(tdf.FieldWriteBegin(("of " + std::to_string(count)).c_str()));
+        for (int i = 0; i < count; ++i) {
+            tdf.FieldWriteT(KTime(std::int64_t{1} << (i % 63)));
+        }
+        EXPECT_TRUE(tdf.FieldWriteBlockBegin());
+        WriteField(tdf, "inner", count);
+        EXPECT_TRUE(tdf.FieldWriteBlockEnd() && tdf.FieldWriteEnd());
+    }
+    KTdf loaded = SavedAndLoaded(tdf);
+    const KTdf copy = loaded;
+    loaded = KTdf();
+    loaded = copy;
+    WriteField(loaded, "behind", 5);
+    WriteField(tdf, "behind", 5);
+    std::ostringstream written;
+    std::ostringstream again;
+    EXPECT_TRUE(tdf.Save(written) && loaded.Save(again));
+    EXPECT_TRUE(written.str() == again.str());
+    ASSERT_TRUE(loaded.FieldReadBegin("of 900000"));
+    for (int i = 0; i < 900000; ++i) {
+        ASSERT_EQ(std::int64_t{1} << (i % 63), loaded.FieldReadT().Get());
+    }
+    EXPECT_TRUE(loaded.FieldReadBlockBegin());
+    EXPECT_EQ(900000, loaded.FieldReadI("inner", 0));
 }
 
 TEST(Tdf, TextsAndCharactersComeBackByteByByte)
