@@ -39,10 +39,21 @@ void Glissa::PointToAttribute(KPriFCurveKey& pKey, KPriFCurveKeyAttr* pAttribute
     pKey.mAttribute = pAttribute;
 }
 
+// Counted, that is: the pointers stay in the records, which are about to go.
 void Glissa::ReleaseAllAttributes()
 {
-    for (int i = 0; i < KeyGetCount(); ++i) {
-        ReleaseAttribute(mKeys[i]);
+    const int count = KeyGetCount();
+    for (int i = 0; i < count;) {
+        // Keys beside each other mostly share a block: counted down once for all of them.
+        KPriFCurveKeyAttr* const block = mKeys[i].mAttribute;
+        std::uint32_t holders = 0;
+        for (; i < count && mKeys[i].mAttribute == block; ++i) {
+            ++holders;
+        }
+        if (block) {
+            block->mReferenceCount -= holders - 1;
+            ReleaseBlock(block);
+        }
     }
 }
 

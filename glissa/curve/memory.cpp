@@ -3,9 +3,10 @@
 
 #include "glissa/curve/memory.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
+#include <new>
 
 namespace
 {
@@ -64,25 +65,26 @@ void GLISSA_ClearMemoryBlockQueue()
     sQueue.FreeAllMemoryList();
 }
 
+// What a free block holds in its first bytes; the rest is zero.
 struct KMemoryBlockQueue::Node
 {
     Node* mNext;
-    void* mBlock;
 };
 
-void KMemoryBlockQueue::Ring::Push(Node* pNode)
+void KMemoryBlockQueue::Ring::Push(void* pBlock)
 {
     const std::lock_guard guard(mLock);
+    Node* node = new (pBlock) Node;
     if (mLast) {
-        pNode->mNext = mLast->mNext;
-        mLast->mNext = pNode;
+        node->mNext = mLast->mNext;
+        mLast->mNext = node;
     } else {
-        pNode->mNext = pNode;
+        node->mNext = node;
     }
-    mLast = pNode;
+    mLast = node;
 }
 
-KMemoryBlockQueue::Node* KMemoryBlockQueue::Ring::Pop()
+void* KMemoryBlockQueue::Ring::Pop()
 {
     const std::lock_guard guard(mLock);
     if (!mLast) {
@@ -94,13 +96,8 @@ KMemoryBlockQueue::Node* KMemoryBlockQueue::Ring::Pop()
     } else {
         mLast->mNext = first->mNext;
     }
+    first->mNext = nullptr;
     return first;
-}
-
-bool KMemoryBlockQueue::Ring::IsEmpty()
-{
-    const std::lock_guard guard(mLock);
-    return !mLast;
 }
 
 KMemoryBlockQueue::KMemoryBlockQueue(int pBlockSize, int pListThreshold)
@@ -112,7 +109,7 @@ KMemoryBlockQueue::KMemoryBlockQueue(int pBlockSize, int pListThreshold)
 KMemoryBlockQueue::~KMemoryBlockQueue()
 {
     mFileNewEvent.Unregister();
-    if (mUsed.IsEmpty()) {
+    if (mUsedCount <= 0) {
         FreeAllMemoryList();
     }
 }
@@ -127,58 +124,43 @@ void KMemoryBlockQueue::Destroy(int)
     delete this;
 }
 
-// A node with a new zero-filled block, accounted for.
-KMemoryBlockQueue::Node* KMemoryBlockQueue::NewNode()
+// A new zero-filled block, accounted for.
+void* KMemoryBlockQueue::NewBlock()
 {
     sRecordingMemory += static_cast<unsigned>(mBlockSize);
-    return new Node{nullptr, std::calloc(1, static_cast<std::size_t>(mBlockSize))};
+    return std::calloc(1, std::max(static_cast<std::size_t>(mBlockSize), sizeof(Node)));
 }
 
-void KMemoryBlockQueue::DeleteNode(Node* pNode)
+void KMemoryBlockQueue::FreeBlock(void* pBlock)
 {
     sRecordingMemory -= static_cast<unsigned>(mBlockSize);
-    std::free(pNode->mBlock);
-    delete pNode;
+    std::free(pBlock);
 }
 
 void* KMemoryBlockQueue::GetRecycleMemoryBlock()
 {
-    Node* node = nullptr;
+    ++mUsedCount;
     if (mFreeCount > 0) {
-        node = mFree.Pop();
-        if (node) {
+        if (void* const block = mFree.Pop()) {
             --mFreeCount;
+            return block;
         }
     }
-    if (!node) {
-        node = NewNode();
-    }
-    // Blocks come back in any order, so a node on the used list stands for one block that is out,
-    // not for this one: it holds none until a block comes back.
-    void* block = std::exchange(node->mBlock, nullptr);
-    mUsed.Push(node);
-    return block;
+    return NewBlock();
 }
 
 void KMemoryBlockQueue::RecycleMemoryBlock(void* pBlock)
 {
-    std::memset(pBlock, 0, static_cast<std::size_t>(mBlockSize));
-    const bool keep = mFreeCount < mListThreshold;
-    Node* node = mUsed.Pop();
-    if (keep) {
-        if (!node) {
-            node = new Node;
-        }
-        node->mBlock = pBlock;
-        mFree.Push(node);
-        ++mFreeCount;
-    } else if (node) {
-        node->mBlock = pBlock;
-        DeleteNode(node);
-    } else {
-        sRecordingMemory -= static_cast<unsigned>(mBlockSize);
-        std::free(pBlock);
+    if (mUsedCount > 0) {
+        --mUsedCount;
     }
+    if (mFreeCount >= mListThreshold) {
+        FreeBlock(pBlock);
+        return;
+    }
+    std::memset(pBlock, 0, static_cast<std::size_t>(mBlockSize));
+    mFree.Push(pBlock);
+    ++mFreeCount;
 }
 
 void KMemoryBlockQueue::SetListThreshold(int pCount)
@@ -189,11 +171,11 @@ void KMemoryBlockQueue::SetListThreshold(int pCount)
         return;
     }
     while (mFreeCount > pCount) {
-        Node* node = mFree.Pop();
-        if (!node) {
+        void* const block = mFree.Pop();
+        if (!block) {
             break;
         }
-        DeleteNode(node);
+        FreeBlock(block);
         --mFreeCount;
     }
 }
@@ -201,21 +183,19 @@ void KMemoryBlockQueue::SetListThreshold(int pCount)
 void KMemoryBlockQueue::ValidateListThreshold()
 {
     while (mFreeCount < mListThreshold) {
-        mFree.Push(NewNode());
+        mFree.Push(NewBlock());
         ++mFreeCount;
     }
 }
 
 void KMemoryBlockQueue::FreeAllMemoryList()
 {
-    while (Node* node = mFree.Pop()) {
-        DeleteNode(node);
+    while (void* const block = mFree.Pop()) {
+        FreeBlock(block);
         --mFreeCount;
     }
     // What a curve still holds in spite of the guarantee stays alive and accounted for.
-    while (Node* node = mUsed.Pop()) {
-        delete node;
-    }
+    mUsedCount = 0;
 }
 
 void KMemoryBlockQueue::OnFileNewEvent(IRegister*, KEventBase*)

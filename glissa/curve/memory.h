@@ -26,8 +26,8 @@ GLISSA_API void GLISSA_ClearMemoryBlockQueue();
 /// Recycles memory blocks of one size, so that recording takes its pages without going to the heap.
 ///
 /// Free blocks are zero-filled and are handed out first in, first out. A new file refills the free
-/// list to its threshold. The two rings have a lock each, held while their pointers change and
-/// never across an allocation; counts and accounting are plain numbers of one thread.
+/// list to its threshold. The list has a lock, held while its pointers change and never across an
+/// allocation; counts and accounting are plain numbers of one thread.
 class GLISSA_API KMemoryBlockQueue final : public ICallback
 {
 public:
@@ -56,25 +56,25 @@ public:
 private:
     struct Node;
 
-    /// First in, first out: mLast is the last node, the one behind it is the first.
+    /// The free blocks themselves, first in, first out: mLast is the last one, the one behind it
+    /// the first.
     struct Ring
     {
-        void Push(Node* pNode);
-        /// The first node, or null.
-        Node* Pop();
-        bool IsEmpty();
+        void Push(void* pBlock);
+        /// The first block, zero-filled, or null.
+        void* Pop();
 
         Node* mLast = nullptr;
         std::mutex mLock;
     };
 
-    Node* NewNode();
-    void DeleteNode(Node* pNode);
+    void* NewBlock();
+    void FreeBlock(void* pBlock);
 
     Ring mFree;
-    Ring mUsed;
     int mListThreshold;
     int mBlockSize;
     int mFreeCount = 0;
+    int mUsedCount = 0;  // blocks that are out
     KGlobalNamedEvent mFileNewEvent;
 };

@@ -28,6 +28,9 @@ void Glissa::InitBuffers(int pCount, bool pClear)
     mKeys.Reserve(pCount);
     if (pClear) {
         ReleaseAllAttributes();
+        for (int i = 0; i < KeyGetCount(); ++i) {
+            mKeys[i].mAttribute = nullptr;
+        }
         mKeys.SetCount(0);
         mKeys.PagesChangedFrom(0);
     }

@@ -12,7 +12,10 @@
 #include "glissa/curve/store_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <span>
+#include <string_view>
 
 namespace
 {
@@ -79,13 +82,25 @@ void WriteSlots(KTdf& pTdf, const GlissaKeyAttributes& pKey)
     pTdf.FieldWriteF(pKey.mData[1]);
 }
 
+bool IsAuto(const GlissaKeyAttributes& pKey)
+{
+    const unsigned kind = pKey.GetTangeantMode(false);
+    return kind == eTangentAuto || kind == eTangentAutoBreak;
+}
+
+// Both sides are left to the neighbours.
+bool IsPlainAuto(const GlissaKeyAttributes& pKey)
+{
+    return IsAuto(pKey) && pKey.mData[0] == 0.0f && pKey.mData[1] == 0.0f;
+}
+
 void WriteTangent(KTdf& pTdf, const GlissaKeyAttributes& pKey)
 {
     const unsigned kind = pKey.GetTangeantMode(false);
     switch (kind) {
     case eTangentAuto:
     case eTangentAutoBreak:
-        if (pKey.mData[0] == 0.0f && pKey.mData[1] == 0.0f) {
+        if (IsPlainAuto(pKey)) {
             pTdf.FieldWriteCH('a');
         } else {
             pTdf.FieldWriteCH(kind == eTangentAuto ? 'p' : 'q');
@@ -135,36 +150,76 @@ void WriteAutoAsSlopes(KTdf& pTdf, Glissa& pCurve, int pIndex)
     WriteWeights(pTdf, key);
 }
 
-bool IsAuto(const GlissaKeyAttributes& pKey)
+// What stands behind the value of a key that takes letters only; empty for any other.
+class KeyLetters
 {
-    const unsigned kind = pKey.GetTangeantMode(false);
-    return kind == eTangentAuto || kind == eTangentAutoBreak;
-}
+public:
+    explicit KeyLetters(const GlissaKeyAttributes& pKey)
+    {
+        switch (pKey.GetInterpolation()) {
+        case eInterpolationConstant:
+            Add('C');
+            Add(pKey.GetConstantMode() == eConstantNext ? 'n' : 's');
+            break;
+        case eInterpolationLinear:
+            Add('L');
+            break;
+        case eInterpolationCubic:
+            if (IsPlainAuto(pKey) && pKey.GetTangeantWeightMode() == eWeightNone) {
+                Add('U');
+                Add('a');
+                Add('n');
+                Add(ClampLetter(pKey));
+            }
+            break;
+        default:
+            break;
+        }
+    }
+    std::string_view Get() const { return {mLetters, mCount}; }
+
+private:
+    void Add(char pLetter) { mLetters[mCount++] = pLetter; }
+
+    char mLetters[KTdf::kMaxSampleLetters] = {};
+    std::size_t mCount = 0;
+};
 
 void WriteKey(KTdf& pTdf, Glissa& pCurve, int pIndex, bool pOlderKeyForm)
 {
-    const KPriFCurveKey& key = *pCurve.InternalPriKeyGetPtr(pIndex);
+    const KPriFCurveKey& key = pCurve.Keys()[pIndex];
     const GlissaKeyAttributes& attributes = *key.mAttribute;
     pTdf.FieldWriteT(key.mTime);
     pTdf.FieldWriteF(key.mValue);
-    switch (attributes.GetInterpolation()) {
-    case eInterpolationConstant:
-        pTdf.FieldWriteCH('C');
-        pTdf.FieldWriteCH(attributes.GetConstantMode() == eConstantNext ? 'n' : 's');
-        break;
-    case eInterpolationLinear:
-        pTdf.FieldWriteCH('L');
-        break;
-    case eInterpolationCubic:
-        pTdf.FieldWriteCH('U');
-        if (pOlderKeyForm && IsAuto(attributes)) {
-            WriteAutoAsSlopes(pTdf, pCurve, pIndex);
-        } else {
-            WriteTangent(pTdf, attributes);
+    if (attributes.GetInterpolation() != eInterpolationCubic) {
+        return;  // a custom key is its time and value
+    }
+    pTdf.FieldWriteCH('U');
+    if (pOlderKeyForm && IsAuto(attributes)) {
+        WriteAutoAsSlopes(pTdf, pCurve, pIndex);
+    } else {
+        WriteTangent(pTdf, attributes);
+    }
+}
+
+void WriteKeys(KTdf& pTdf, Glissa& pCurve, bool pOlderKeyForm)
+{
+    const KeyList& keys = pCurve.Keys();
+    std::array<KTdfSample, KeyList::kKeysPerPage> samples;
+    for (int i = 0; i < keys.Count();) {
+        const KPriFCurveKeyAttr* const block = keys[i].mAttribute;
+        const KeyLetters letters(*block);
+        if (letters.Get().empty() || (pOlderKeyForm && IsAuto(*block))) {
+            WriteKey(pTdf, pCurve, i++, pOlderKeyForm);
+            continue;
         }
-        break;
-    default:
-        break;  // a custom key is its time and value
+        // A recording shares one block: its keys go in runs.
+        std::size_t count = 0;
+        while (count < samples.size() && i < keys.Count() && keys[i].mAttribute == block) {
+            samples[count++] = {keys[i].mTime, keys[i].mValue};
+            ++i;
+        }
+        pTdf.FieldWriteSamples(std::span(samples).first(count), letters.Get());
     }
 }
 
@@ -200,9 +255,7 @@ bool Glissa::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, bool pOld
         WriteInt(tdf, "KeyVer", eKeyVersionLatest);
         WriteInt(tdf, "KeyCount", KeyGetCount());
         tdf.FieldWriteBegin("Key");
-        for (int i = 0; i < KeyGetCount(); ++i) {
-            WriteKey(tdf, *this, i, pOlderKeyForm);
-        }
+        WriteKeys(tdf, *this, pOlderKeyForm);
         tdf.FieldWriteEnd();
         WriteExtrapolation(tdf, "Pre-Extrapolation", mPreExtrapolation, mPreExtrapolationCount);
         WriteExtrapolation(tdf, "Post-Extrapolation", mPostExtrapolation, mPostExtrapolationCount);

@@ -12,9 +12,12 @@
 #include "glissa/ext/active.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -44,12 +47,60 @@ void Glissa::StoreReader::ReadKeys(int pCount)
     const std::int64_t backed = mTdf.FieldReadGetRemain() / kLeastValues;
     mCurve.ResizeKeyBuffer(static_cast<int>(std::min<std::int64_t>(pCount, backed)), false);
     for (int i = 0; i < pCount && FindTime(); ++i) {
-        const bool good = ReadKey();
-        ShareBlock();
-        if (!good) {
-            mBadKeys.push_back(mIndex);
+        ReadKey();
+        if (mIsPlain && !mIsLost && mVersion >= eKeyVersionProgressive) {
+            i += ReadAlike(pCount - i - 1);
         }
-        mPreviousForm = mForm;
+    }
+}
+
+// The keys that follow with nothing but the very letters of the key just read: of these, and only
+// of these, versions from 4007 on say nothing of the key before, so the shape is the same again.
+int Glissa::StoreReader::ReadAlike(int pMost)
+{
+    std::array<KTdfSample, KeyList::kKeysPerPage> samples;
+    const std::string_view letters(mLetters.data(), mLetterCount);
+    int count = 0;
+    for (std::size_t asked = 1, read = 1; read == asked && count < pMost;
+         count += static_cast<int>(read)) {
+        asked = std::min(samples.size(), static_cast<std::size_t>(pMost - count));
+        read = mTdf.FieldReadSamples(std::span(samples).first(asked), letters);
+        AddAlike(std::span(samples).first(read));
+    }
+    return count;
+}
+
+void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
+{
+    KeyList& keys = mCurve.mKeys;
+    while (!pSamples.empty()) {
+        // Good keys one behind the other share the block of the first, as long as nobody listens to
+        // values and changes the curve.
+        KPriFCurveKeyAttr* const block =
+            keys.Count() > 0 ? keys[keys.Count() - 1].mAttribute : nullptr;
+        std::size_t good = 0;
+        if (block && *block == mLocal && mHasGoodKey && mForm != 'B' &&
+            !IsInvalidKeyCheckActive()) {
+            KTime last = mLastGoodTime;
+            while (good < pSamples.size() && pSamples[good].time > last &&
+                   keys.HasRoomFor(keys.Count())) {
+                last = pSamples[good].time;
+                KPriFCurveKey& key = keys.Append();
+                key.mTime = last;
+                key.mAttribute = block;
+                key.mValue = pSamples[good].value;
+                ++good;
+            }
+            mLastGoodTime = last;
+            block->mReferenceCount += static_cast<std::uint32_t>(good);
+            pSamples = pSamples.subspan(good);
+        }
+        // What stops them is seen by itself.
+        if (!pSamples.empty()) {
+            BeginKey(pSamples.front().time, pSamples.front().value);
+            EndKey(pSamples.front().time != kNoTime);
+            pSamples = pSamples.subspan(1);
+        }
     }
 }
 
@@ -65,13 +116,28 @@ bool Glissa::StoreReader::FindTime()
     return mTdf.FieldReadGetRemain() > 0;
 }
 
-bool Glissa::StoreReader::ReadKey()
+void Glissa::StoreReader::ReadKey()
 {
     const KTime time = mTdf.FieldReadT();
     float value = 0.0f;
-    bool good = Number(value) && time != kNoTime;
+    const bool good = Number(value) && time != kNoTime;
+    // Field by field: aggregates would be put together in memory and read back in other widths.
+    mLocal.mFlags = 0;
+    mLocal.mData[0] = 0.0f;
+    mLocal.mData[1] = 0.0f;
+    mLocal.mData[2] = kDefaultWeights.ToSlot();
+    mLocal.mData[3] = 0.0f;
+    BeginKey(time, value);
+    mLetterCount = 0;
+    mIsPlain = true;
+    mIsLost = !ReadShape();
+    EndKey(good && !mIsLost);
+}
+
+void Glissa::StoreReader::BeginKey(KTime pTime, float pValue)
+{
     // Before the key is counted: a listener may look at this very curve, or empty it.
-    CheckKeyValue(value);
+    CheckKeyValue(pValue);
 
     mIndex = mCurve.KeyGetCount();
     while (!mBadKeys.empty() && mBadKeys.back() >= mIndex) {
@@ -80,28 +146,27 @@ bool Glissa::StoreReader::ReadKey()
     if (!mCurve.mKeys.HasRoomFor(mIndex)) [[unlikely]] {
         mCurve.mKeys.Reserve(mIndex + 1);
     }
-    // Field by field: aggregates would be put together in memory and read back in other widths.
-    mLocal.mFlags = 0;
-    mLocal.mData[0] = 0.0f;
-    mLocal.mData[1] = 0.0f;
-    mLocal.mData[2] = kDefaultWeights.ToSlot();
-    mLocal.mData[3] = 0.0f;
     mKey = &mCurve.mKeys.Append();
-    mKey->mTime = time;
+    mKey->mTime = pTime;
     mKey->mAttribute = &mLocal;
-    mKey->mValue = value;
+    mKey->mValue = pValue;
     mPrevious = mIndex > 0 ? &mCurve.mKeys[mIndex - 1] : nullptr;
+}
 
-    mIsLost = !ReadShape();
+// pGood  whether the key's values make sense; whether it keeps the order is seen here.
+void Glissa::StoreReader::EndKey(bool pGood)
+{
     if (mPreviousForm == 'B') {
         TurnHandlesIntoSlopes();
     }
-    good = good && !mIsLost && (!mHasGoodKey || time > mLastGoodTime);
-    if (good) {
+    ShareBlock();
+    if (pGood && (!mHasGoodKey || mKey->mTime > mLastGoodTime)) {
         mHasGoodKey = true;
-        mLastGoodTime = time;
+        mLastGoodTime = mKey->mTime;
+    } else {
+        mBadKeys.push_back(mIndex);
     }
-    return good;
+    mPreviousForm = mForm;
 }
 
 bool Glissa::StoreReader::ReadShape()
@@ -354,8 +419,15 @@ int Glissa::StoreReader::Letter(bool pKeepWrongType)
 {
     const char type = mTdf.FieldReadGetType();
     if (type == KTdf::kTypeCharacter) [[likely]] {
-        return static_cast<unsigned char>(mTdf.FieldReadCH());
+        const char letter = mTdf.FieldReadCH();
+        if (mLetterCount < mLetters.size()) {
+            mLetters[mLetterCount++] = letter;
+        } else {
+            mIsPlain = false;
+        }
+        return static_cast<unsigned char>(letter);
     }
+    mIsPlain = false;
     if (type == KTdf::kTypeTime || type == KTdf::kTypeNone) {
         return kEnded;
     }
@@ -364,6 +436,7 @@ int Glissa::StoreReader::Letter(bool pKeepWrongType)
 
 bool Glissa::StoreReader::Number(float& pValue)
 {
+    mIsPlain = false;
     const char type = mTdf.FieldReadGetType();
     if (type != KTdf::kTypeDouble) [[unlikely]] {
         if (mChecked || type == KTdf::kTypeTime || type == KTdf::kTypeNone) {

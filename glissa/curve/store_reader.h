@@ -7,6 +7,9 @@
 #include "glissa/curve/curve.h"
 #include "glissa/curve/store.h"
 
+#include <array>
+#include <cstddef>
+#include <span>
 #include <vector>
 
 /// Reads the open field "Key" into a curve without keys, in any version of the run.
@@ -37,7 +40,11 @@ private:
     static constexpr int kWrongType = -2;  // anything else
 
     bool FindTime();
-    bool ReadKey();
+    void ReadKey();
+    int ReadAlike(int pMost);
+    void AddAlike(std::span<const KTdfSample> pSamples);
+    void BeginKey(KTime pTime, float pValue);
+    void EndKey(bool pGood);
     bool ReadShape();
     bool ReadConstantMode();
     bool ReadTangent();
@@ -75,4 +82,9 @@ private:
     int mIndex = 0;
     int mForm = kEnded;  // interpolation letter
     int mPreviousForm = kEnded;
+
+    // The letters of the key being read, and whether these are all there is behind its value.
+    std::array<char, KTdf::kMaxSampleLetters> mLetters{};
+    std::size_t mLetterCount = 0;
+    bool mIsPlain = false;
 };
