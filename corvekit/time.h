@@ -139,3 +139,21 @@ private:
 };
 
 static_assert(sizeof(KTime) == 8 && std::is_trivially_copyable_v<KTime>);
+
+/// Two times: where a span starts and where it stops. A plain value; nothing keeps the two in
+/// order.
+class KTimeSpan
+{
+public:
+    constexpr KTimeSpan() = default;
+    constexpr KTimeSpan(KTime pStart, KTime pStop) : mStart(pStart), mStop(pStop) {}
+
+    constexpr KTime GetStart() const { return mStart; }
+    constexpr KTime GetStop() const { return mStop; }
+
+    friend constexpr bool operator==(const KTimeSpan&, const KTimeSpan&) = default;
+
+private:
+    KTime mStart;
+    KTime mStop;
+};

@@ -3,8 +3,108 @@
 
 // Keys of whole channels: walks over the curves that pass locked nodes over.
 
-#include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
+#include "glissa/node/key_places.h"
 #include "glissa/node/node_state.h"
+
+namespace
+{
+// A stretch of one value is kept as its first key and two at its end.
+constexpr int kStretchKeys = 3;
+
+bool IsStretchOf(const Glissa& pCurve, float pValue)
+{
+    return pCurve.KeyGetCount() == kStretchKeys && pCurve.KeyGetValue(0) == pValue &&
+           pCurve.KeyGetValue(1) == pValue && pCurve.KeyGetValue(2) == pValue;
+}
+}  // namespace
+
+double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
+                           int pTangentMode)
+{
+    if (IsNodeLocked()) {
+        return pValues + GetValueCount();
+    }
+    if (mState->mCurve) {
+        if ((pSkipMask & 1u) == 0) {
+            GlissaKey key;
+            key.Set(pTime, static_cast<float>(*pValues), static_cast<unsigned>(pInterpolation),
+                    static_cast<unsigned>(pTangentMode), 0.0f, 0.0f, eWeightNone,
+                    kGlissaDefaultWeight, kGlissaDefaultWeight, 0.0f, 0.0f);
+            mState->mCurve->KeyAdd(pTime, key);
+        }
+        return pValues + 1;
+    }
+    for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
+        pValues = mState->mChildren[i]->KeyAdd(pTime, pValues, SkipMaskOfChild(pSkipMask, i),
+                                               pInterpolation, pTangentMode);
+    }
+    return pValues;
+}
+
+double* GlissaNode::KeyAppend(KTime pTime, double* pValues)
+{
+    if (IsNodeLocked()) {
+        return pValues + GetValueCount();
+    }
+    if (mState->mCurve) {
+        mState->mCurve->KeyAppendFast(pTime, static_cast<float>(*pValues));
+        return pValues + 1;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        pValues = child->KeyAppend(pTime, pValues);
+    }
+    return pValues;
+}
+
+double* GlissaNode::KeyRecord(KTime pTime, double* pValues)
+{
+    if (IsNodeLocked()) {
+        return pValues + GetValueCount();
+    }
+    if (Glissa* curve = mState->mCurve) {
+        const float value = static_cast<float>(*pValues);
+        if (IsStretchOf(*curve, value)) {
+            const KeyModifyBracket bracket(*curve);
+            const KTime end = curve->KeyGetTime(2);
+            curve->KeySetTime(2, pTime);
+            curve->KeySetTime(1, end);
+        } else {
+            curve->KeyAppendFast(pTime, value);
+        }
+        return pValues + 1;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        pValues = child->KeyRecord(pTime, pValues);
+    }
+    return pValues;
+}
+
+bool GlissaNode::DeleteKey(KTime& pTime, bool* pMask, double pTolerance, unsigned int pSkipMask)
+{
+    if (IsNodeLocked()) {
+        return false;
+    }
+    const ChannelMask mask(pMask);
+    bool has_gone = false;
+    if (mState->mCurve && mask.HasCurve() && (pSkipMask & 1u) == 0) {
+        const KeyPlace place = FindKeyPlace(*mState->mCurve, pTime, nullptr, pTolerance);
+        has_gone = place.isOnKey && mState->mCurve->KeyRemove(static_cast<int>(place.nearest));
+    }
+    for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
+        if (mask.HasChild(i) && SkipMaskOfChild(pSkipMask, i) == 0 &&
+            mState->mChildren[i]->DeleteKey(pTime, mask.OfChild(i), pTolerance, 0)) {
+            has_gone = true;
+        }
+    }
+    if (has_gone) {
+        GlissaNode* base = (mState->mParent ? mState->mParent : this)->mState->mObjectLayer;
+        if (base) {
+            base->CandidateClear(0, true);
+        }
+    }
+    return has_gone;
+}
 
 void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
 {
@@ -19,4 +119,59 @@ void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
             child->Delete(pStart, pStop, false);
         }
     }
+}
+
+void GlissaNode::Replace(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
+                         bool pKeyEndsWhenEmpty, KTime pOffset)
+{
+    if (IsRotationLayerType() &&
+        ReplaceRotation(pSource, pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset)) {
+        return;
+    }
+    if (mState->mCurve && pSource->FCurveGet()) {
+        if (!IsNodeLocked()) {
+            mState->mCurve->Replace(pSource->FCurveGet(), pStart, pStop, pExactSpan,
+                                    pKeyEndsWhenEmpty, pOffset);
+        }
+    } else if (GetCount() == pSource->GetCount()) {
+        for (int i = 0; i < GetCount(); ++i) {
+            Get(i)->Replace(pSource->Get(i), pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset);
+        }
+    }
+}
+
+bool GlissaNode::SetPreExtrapolation(unsigned int pMode)
+{
+    const bool may = mState->mCurve && !IsNodeLocked();
+    if (may) {
+        mState->mCurve->SetPreExtrapolation(pMode);
+    }
+    return may;
+}
+
+bool GlissaNode::SetPostExtrapolation(unsigned int pMode)
+{
+    const bool may = mState->mCurve && !IsNodeLocked();
+    if (may) {
+        mState->mCurve->SetPostExtrapolation(pMode);
+    }
+    return may;
+}
+
+bool GlissaNode::SetPreExtrapolationCount(unsigned int pCount)
+{
+    const bool may = mState->mCurve && !IsNodeLocked();
+    if (may) {
+        mState->mCurve->SetPreExtrapolationCount(pCount);
+    }
+    return may;
+}
+
+bool GlissaNode::SetPostExtrapolationCount(unsigned int pCount)
+{
+    const bool may = mState->mCurve && !IsNodeLocked();
+    if (may) {
+        mState->mCurve->SetPostExtrapolationCount(pCount);
+    }
+    return may;
 }

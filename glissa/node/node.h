@@ -422,8 +422,71 @@ public:
     //
     // A locked node is passed over; its share of a value array is consumed all the same.
 
+    /// A key on every curve. pSkipMask  bit i leaves child i out; pTangentMode  mask 0x7F00.
+    double* KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
+                   int pTangentMode);
+    /// KeyAppendFast on every curve.
+    double* KeyAppend(KTime pTime, double* pValues);
+    /// The same with the Euler angles that lie nearest to those of the key before.
+    void KeyAppendWithCheckForContinuousRotation(KTime pTime, double* pValues);
+    /// Appends a live value; a constant stretch stays at three keys.
+    double* KeyRecord(KTime pTime, double* pValues);
+    /// Removes the keys at a time, within a tolerance in key index steps, 0 for exactly there. Ends
+    /// the candidates of the parent's chain. Whether a key went.
+    bool DeleteKey(KTime& pTime, bool* pMask, double pTolerance, unsigned int pSkipMask);
     /// Removes the keys between two times, those on them stay.
     void Delete(KTime pStart, KTime pStop, bool pChain);
+    /// Replaces a span on every curve: Glissa::Replace. A rotation joins without a turn.
+    void Replace(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
+                 bool pKeyEndsWhenEmpty, KTime pOffset);
+    /// On a leaf that is not locked; else false.
+    bool SetPreExtrapolation(unsigned int pMode);
+    bool SetPostExtrapolation(unsigned int pMode);
+    bool SetPreExtrapolationCount(unsigned int pCount);
+    bool SetPostExtrapolationCount(unsigned int pCount);
+
+    // Counts and times of keys (node/key_times.cpp)
+
+    int KeyGetCount(bool pChain);
+    /// Curves below this node, keys in all, fewest and most on a curve.
+    void KeyGetCount(int& pCurves, int& pTotal, int& pMin, int& pMax);
+    /// Keys of a child in all layers.
+    int KeyGetCountOnChild(int pChild);
+    /// 2 when every curve has a key of a value in pMin..pMax at that time, 1 when some have, 0 when
+    /// none has. pTolerance as in DeleteKey.
+    int IsKey(KTime& pTime, int* pHint, bool* pMask, double pTolerance, double pMin, double pMax);
+    void IsKeyRecursive(KTime& pTime, int& pCurves, int& pHits, int* pHint, bool* pMask,
+                        double pTolerance, double pMin, double pMax);
+    /// Without keys the least time, and the greatest for the last key.
+    KTime GetFirstKeyTime(bool* pMask, bool pChain);
+    KTime GetLastKeyTime(bool* pMask, bool pChain);
+    void InternalKeyTimeGetFirst(KTime& pTime, bool* pMask, bool pChain);
+    void InternalKeyTimeGetLast(KTime& pTime, bool* pMask, bool pChain);
+    /// The key time next to a time, or that time itself where there is none.
+    KTime GetNextKeyTime(KTime pTime, bool* pMask, bool pChain);
+    KTime GetPrevKeyTime(KTime pTime, bool* pMask);
+    /// Widens a span by that of all keys, layers included. Whether there are any.
+    bool GetAnimationInterval(KTime& pStart, KTime& pStop);
+    bool GetAnimationIntervalRecursive(KTime& pStart, KTime& pStop);
+    /// The span of all keys; the greatest and the least time without any.
+    void GetTimeSpan(KTime& pStart, KTime& pStop);
+    /// Appends the key indexes of a leaf in a span of global time and a range of values.
+    void ExtractKeysIndex(KArrayTemplate<int, 16>& pArray, KTimeSpan pSpan, double pMin,
+                          double pMax);
+    /// X, Y and Z curves of the local translation, rotation and scaling below this node, three
+    /// each. False at the first that is missing.
+    bool GetTransformCurves(Glissa** pT, Glissa** pR, Glissa** pS);
+    /// Whether a leaf looks plotted at that period or a finer one.
+    bool LookLikeSampledData(KTime pPeriod);
+
+    // Rotations without a turn (node/key_rotation.cpp)
+
+    /// Whole turns that bring a rotation next to another one; true where its flipped form is
+    /// nearer.
+    bool GetContinuousOffset(double* pOffset, double* pSource, double* pTarget);
+    /// The form of a rotation that lies nearest to that of the key before a time.
+    void GetContinuousRotation(double* pResult, double* pRotation, KTime pTime);
+
     // Candidates (node/candidates.cpp, node/candidate_layers.cpp)
     //
     // Pending values at a time, before there are keys: a total on the base node, or specific values
@@ -445,6 +508,8 @@ private:
     class RotationPath;
 
     void TellOfLayers();
+    bool ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
+                         bool pKeyEndsWhenEmpty, KTime pOffset);
     void TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);
     void TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);
     int Width() const;
