@@ -1,10 +1,12 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Where the pending values of a node live, and how they end.
+// Where the pending values of a node live, how they are read, kept and put back, and how they end.
 
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
+
+#include <algorithm>
 
 int GlissaNode::GetSpecificCandidateMethod() const
 {
@@ -61,5 +63,155 @@ void GlissaNode::CandidateClearSubLayers()
     if (GlissaNode* next = mState->mNextLayer) {
         next->CandidateClearSubLayers();
         next->CandidateClear(next->GetLayerID(), false);
+    }
+}
+
+double* GlissaNode::CandidateGet(double* pValues, int)
+{
+    if (!IsCandidate()) {
+        return pValues;
+    }
+    const int count = std::min(GetValueCount(), kNodeLayeredValues);
+    return std::copy_n(mState->mTotalCandidate, count, pValues);
+}
+
+void GlissaNode::CandidateGetTotalCandidate(double* pValues, KTime& pTime)
+{
+    pTime = mState->mCandidateTime;
+    std::copy_n(mState->mTotalCandidate, kNodeLayeredValues, pValues);
+}
+
+double* GlissaNode::CandidateGetWithTime(double* pValues, KTime& pTime)
+{
+    if (const Glissa* curve = mState->mCurve) {
+        *pValues = curve->CandidateGet();
+        pTime = curve->CandidateGetTime();
+        return pValues + 1;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        pValues = child->CandidateGetWithTime(pValues, pTime);
+    }
+    return pValues;
+}
+
+double* GlissaNode::CandidateEvaluate(double* pValues, KTime pTime, int* pHint)
+{
+    return GeneralEvaluate(pValues, pTime, pHint, true);
+}
+
+double* GlissaNode::CandidateEvaluateSpecificLayer(double* pValues, KTime pTime, int pId,
+                                                   int* pHint)
+{
+    GlissaNode* layer = FindLayerHere(pId);
+    if (!layer || layer->IsNodeMuted()) {
+        return pValues;
+    }
+    if (Glissa* curve = layer->mState->mCurve) {
+        *pValues = curve->CandidateEvaluate(pTime, pHint);
+        return pValues + 1;
+    }
+    if (layer->IsRotationLayerType()) {
+        layer->RotationNodeEvaluate(pValues, pTime, pHint, true);
+        return pValues;
+    }
+    double* running = pValues;
+    for (GlissaNode* child : layer->mState->mChildren) {
+        running = child->CandidateEvaluateSpecificLayer(running, pTime, pId, pHint);
+    }
+    return running;
+}
+
+bool GlissaNode::CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int pInterpolation,
+                                           int pTangentMode, int pContinuity, bool pTangentOverride,
+                                           KTime pTime, double pTolerance)
+{
+    const int id = GetCorrectLayerID(pId);
+    if (GetLayerID() != id || IsNodeLocked()) {
+        GlissaNode* next = mState->mNextLayer;
+        return !next || next->GetLayerID() > id ||
+               next->CandidateKeySpecificLayer(pLast, pId, pMask, pInterpolation, pTangentMode,
+                                               pContinuity, pTangentOverride, pTime, pTolerance);
+    }
+    if (mState->mCurve && (!pMask || pMask[0])) {
+        mState->mCurve->CandidateKey(pLast, pInterpolation, pTangentMode, pContinuity,
+                                     pTangentOverride, pTime, pTolerance);
+    }
+    for (int i = 0; i < GetCount(); ++i) {
+        if (!pMask || pMask[i]) {
+            Get(i)->CandidateKeySpecificLayer(pLast, pId, pMask ? &pMask[i] : nullptr,
+                                              pInterpolation, pTangentMode, pContinuity,
+                                              pTangentOverride, pTime, pTolerance);
+        }
+    }
+    return true;
+}
+
+void GlissaNode::GetCandidateState(GlissaNodeCandidateState& pState)
+{
+    GlissaNodeCandidateState* state = &pState;
+    for (GlissaNode* node = this; node; node = node->LayerGet()) {
+        state->Clear();
+        const State& held = *node->mState;
+        state->mLayerID = node->GetLayerID();
+        state->mSpecificCandidateMethod = node->GetSpecificCandidateMethod();
+        state->mTotalCandidateMethod = node->GetTotalCandidateMethod();
+        std::copy_n(held.mTotalCandidate, kNodeLayeredValues, state->mCandidateTotalValue);
+        state->mCandidateTotalTime = held.mCandidateTime;
+        if (const Glissa* curve = held.mCurve) {
+            state->mCandidateSpecificValue = static_cast<float>(curve->CandidateGet());
+            state->mCandidateSpecificTime = curve->CandidateGetTime();
+            state->mFCurveValue = curve->GetValue();
+        }
+        for (int i = 0; i < std::min(node->GetCount(), kNodeLayeredValues); ++i) {
+            state->mSubStates[i] = new GlissaNodeCandidateState;
+            node->Get(i)->GetCandidateState(*state->mSubStates[i]);
+        }
+        if (held.mNextLayer) {
+            state->mLayerState = new GlissaNodeCandidateState;
+            state = state->mLayerState;
+        }
+    }
+}
+
+// Removes the layers behind this node that a state does not hold; both rise by id.
+void GlissaNode::TrimLayers(const GlissaNodeCandidateState& pState)
+{
+    const GlissaNodeCandidateState* state = pState.mLayerState;
+    GlissaNode* layer = mState->mNextLayer;
+    while (layer) {
+        const int id = layer->GetLayerID();
+        layer = layer->LayerGet();
+        while (state && state->mLayerID < id) {
+            state = state->mLayerState;
+        }
+        if (!state || state->mLayerID != id) {
+            RemoveLayer(id, true);
+        }
+    }
+}
+
+void GlissaNode::SetCandidateState(const GlissaNodeCandidateState& pState, bool pTrimLayers)
+{
+    if (pTrimLayers && GetLayerID() == 0) {
+        TrimLayers(pState);
+    }
+    const GlissaNodeCandidateState* state = &pState;
+    for (GlissaNode* node = this; node && state; node = node->LayerGet()) {
+        State& held = *node->mState;
+        node->SetSpecificCandidateMethod(state->mSpecificCandidateMethod);
+        node->SetTotalCandidateMethod(static_cast<eCandidateMethod>(state->mTotalCandidateMethod));
+        std::copy_n(state->mCandidateTotalValue, kNodeLayeredValues, held.mTotalCandidate);
+        held.mCandidateTime = state->mCandidateTotalTime;
+        if (Glissa* curve = held.mCurve) {
+            curve->CandidateSet(state->mCandidateSpecificTime,
+                                static_cast<double>(state->mCandidateSpecificValue));
+            curve->SetValue(state->mFCurveValue);
+        }
+        for (int i = 0; i < std::min(node->GetCount(), kNodeLayeredValues); ++i) {
+            if (state->mSubStates[i]) {
+                node->Get(i)->SetCandidateState(*state->mSubStates[i], false);
+            }
+        }
+        state = state->mLayerState;
     }
 }

@@ -169,7 +169,13 @@ double* GlissaNode::Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime
                                                           int pExcludedId, int pFirstId,
                                                           int pLastId)
 {
-    const KTime time = WarpedTime(pTime, false);
+    return EvaluatePart(pValues, WarpedTime(pTime, false), pExcludedId, pFirstId, pLastId);
+}
+
+// The same at a time that has gone through the warp.
+double* GlissaNode::EvaluatePart(double* pValues, KTime pTime, int pExcludedId, int pFirstId,
+                                 int pLastId)
+{
     const int id = GetLayerID();
     double* end = pValues;
     if (!IsNodeMuted()) {
@@ -179,35 +185,37 @@ double* GlissaNode::Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime
         const bool takes_part = id != pExcludedId && id >= pFirstId && id <= pLastId;
         if (takes_part) {
             int hint = 0;
-            own_end = EvaluateOwn(own, kNodeZeroValues, time, &hint, false);
+            own_end = EvaluateOwn(own, kNodeZeroValues, pTime, &hint, false);
         }
         end = pValues + (own_end - own);
         if (IsBlended()) {
-            AccumulateValue(pValues, own, time, pExcludedId, pFirstId, pLastId);
+            AccumulateValue(pValues, own, pTime, pExcludedId, pFirstId, pLastId);
         } else if (takes_part) {
             std::copy(static_cast<const double*>(own), own_end, pValues);
         }
     }
     if (mState->mNextLayer) {
-        mState->mNextLayer->Internal_GeneralEvaluateLayerExcluded(pValues, time, pExcludedId,
+        mState->mNextLayer->Internal_GeneralEvaluateLayerExcluded(pValues, pTime, pExcludedId,
                                                                   pFirstId, pLastId);
     }
     return end;
 }
 
-double* GlissaNode::EvaluateSpecificLayer(double* pValues, KTime pTime, int pId, int* pHint,
-                                          bool pForce)
+// The node of a layer from this node on, or null. Each node says itself whether it knows layers.
+GlissaNode* GlissaNode::FindLayerHere(int pId)
 {
-    // Each node of the chain says itself whether it knows layers.
     GlissaNode* layer = this;
     while (layer && layer->GetLayerID() < layer->GetCorrectLayerID(pId)) {
         layer = layer->LayerGet();
     }
-    const int id = layer ? layer->GetCorrectLayerID(pId) : pId;
-    if (!layer || layer->GetLayerID() != id) {
-        return pValues;
-    }
-    return layer->EvaluateLayer(pValues, pTime, id, pHint, pForce);
+    return layer && layer->GetLayerID() == layer->GetCorrectLayerID(pId) ? layer : nullptr;
+}
+
+double* GlissaNode::EvaluateSpecificLayer(double* pValues, KTime pTime, int pId, int* pHint,
+                                          bool pForce)
+{
+    GlissaNode* layer = FindLayerHere(pId);
+    return layer ? layer->EvaluateLayer(pValues, pTime, pId, pHint, pForce) : pValues;
 }
 
 double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce)

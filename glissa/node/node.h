@@ -492,15 +492,49 @@ public:
     // Pending values at a time, before there are keys: a total on the base node, or specific values
     // in the curves of a layer.
 
+    /// Sets the total. A channel that has no keys takes its share as default value at once. Nothing
+    /// on a layer node or for a locked layer; pUnused is not used.
+    double* CandidateSet(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
+                         int pUnused = 0);
+    /// Sets the values of a layer, which is made where it is missing. With pResolve its weight is
+    /// taken out of them, in place.
+    double* CandidateSetSpecificLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
+                                      bool pResolve);
+    /// The total, where there is one.
+    double* CandidateGet(double* pValues, int pUnused = 0);
+    void CandidateGetTotalCandidate(double* pValues, KTime& pTime);
+    /// The candidates of the curves.
+    double* CandidateGetWithTime(double* pValues, KTime& pTime);
+    /// Those of a layer, converted from the total where need be. Zero values and null for a layer
+    /// that the chain does not hold.
+    double* CandidateGetSpecificLayer(double* pValues, KTime& pTime, const GlissaLayerInfo& pInfo);
+    double* CandidateEvaluate(double* pValues, KTime pTime, int* pHint = nullptr);
+    double* CandidateEvaluateSpecificLayer(double* pValues, KTime pTime, int pId,
+                                           int* pHint = nullptr);
     /// Ends the candidates of a layer, with pSubLayers of those behind it too. True.
     bool CandidateClear(int pId, bool pSubLayers);
     void CandidateClearSubLayers();
+    /// Makes keys of the candidate in a layer so that the total becomes what was wanted. With
+    /// pZeroKey keys that add nothing. The other arguments as Glissa::CandidateKey. True.
+    bool CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pMask, bool pZeroKey,
+                      int pInterpolation, int pTangentMode, int pContinuity, bool pTangentOverride,
+                      KTime pTime = KTime::Infinite(), double pTolerance = 0.0);
+    bool CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int pInterpolation,
+                                   int pTangentMode, int pContinuity, bool pTangentOverride,
+                                   KTime pTime, double pTolerance);
+    /// What a layer must hold for the blended values to be pTotal. Called on the base node.
+    void ComputeCandidateForLayer(double* pResult, double* pTotal, KTime pTime, int pId,
+                                  int* pUnused = nullptr);
+    void FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pInfo);
     int GetSpecificCandidateMethod() const;
     void SetSpecificCandidateMethod(int pMethod);
     eCandidateMethod GetTotalCandidateMethod() const;
     void SetTotalCandidateMethod(eCandidateMethod pMethod);
     /// Whether a total is pending.
     bool IsCandidate() const { return GetTotalCandidateMethod() == eCandidateTotal; }
+    void GetCandidateState(GlissaNodeCandidateState& pState);
+    /// Puts a state back. pTrimLayers  layers that it does not hold go.
+    void SetCandidateState(const GlissaNodeCandidateState& pState, bool pTrimLayers);
 
 private:
     struct State;
@@ -519,8 +553,17 @@ private:
     double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
     double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
     double* EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce);
+    double* EvaluatePart(double* pValues, KTime pTime, int pExcludedId, int pFirstId, int pLastId);
+    GlissaNode* FindLayerHere(int pId);
     void HoldTotal(const double* pValues, int pCount, KTime pTime);
     void IgnoreMute(bool pIgnore);
+    void FindShare(double* pResult, const double* pTotal, KTime pTime, int pId);
+    void GiveKeylessChannels(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo);
+    double* SetInLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, bool pResolve);
+    float ShareOfTotal(KTime pTime) const;
+    bool IsEulerRotation() const;
+    void MakeNearestToLayer(double* pAngles, KTime pTime, int pId, int* pHint);
+    void TrimLayers(const GlissaNodeCandidateState& pState);
 
     State* mState;
     bool mIgnoreMute = false;  // for the span of one forced evaluation

@@ -1,0 +1,338 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// From a wanted total to what one layer must hold: the layers above and below it are undone. Then
+// to pending values in that layer's curves, and to keys. A time from outside goes through the
+// node's warp once, at the entrance; candidate times are warped ones.
+
+#include "corvekit/math/rotation_order.h"
+#include "glissa/curve/curve.h"
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+namespace
+{
+constexpr int kEveryLayer = std::numeric_limits<int>::max();
+constexpr double kNoWeight = 0.001;
+
+KgeRMatrix MatrixOf(const double* pAngles, const KVdRotationOrder& pOrder)
+{
+    KgeRMatrix matrix;
+    pOrder.V2M(matrix, KgeRVector(pAngles));
+    return matrix;
+}
+
+}  // namespace
+
+void GlissaNode::ComputeCandidateForLayer(double* pResult, double* pTotal, KTime pTime, int pId,
+                                          int*)
+{
+    GlissaNode* base = mState->mObjectLayer;
+    FindShare(pResult, pTotal, base ? base->WarpedTime(pTime, false) : pTime, pId);
+}
+
+void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, int pId)
+{
+    GlissaNode* layer = LayerGet(pId);
+    GlissaNode* base = mState->mObjectLayer ? mState->mObjectLayer : this;
+    const int count = std::min(GetValueCount(), kNodeZeroValues);
+    const auto evaluate = [this, base, pTime](double* pValues, int pExcludedId, int pFirstId,
+                                              int pLastId) {
+        std::fill_n(pValues, kNodeZeroValues, 0.0);
+        GetZeroValues(pValues);
+        base->EvaluatePart(pValues, pTime, pExcludedId, pFirstId, pLastId);
+    };
+    double others[kNodeZeroValues];
+    switch ((layer ? layer : this)->GetLayerType()) {
+    case eLayerTypeValue:
+    case eLayerTypeVector:
+    case eLayerTypeRotationByChannel:
+        evaluate(others, pId, -1, kEveryLayer);
+        std::transform(pTotal, pTotal + count, others, pResult, std::minus<>());
+        break;
+    case eLayerTypeScaling:
+        evaluate(others, pId, -1, kEveryLayer);
+        std::transform(pTotal, pTotal + count, others, pResult, std::divides<>());
+        break;
+    case eLayerTypeRotation:
+        if (count >= 3) {
+            const KVdRotationOrder order(mState->mRotationOrder);
+            evaluate(others, -1, pId + 1, kEveryLayer);
+            KgeRMatrix wanted = MatrixOf(pTotal, order) * MatrixOf(others, order).Transpose();
+            if (layer && layer->GetLayerInfo().GetLayerMode() != eLayerModeOverride) {
+                const GlissaLayerInfo& info = layer->GetLayerInfo();
+                if (info.GetLayerMode() == eLayerModeOverridePassthrough &&
+                    std::fabs(info.GetWeight(pTime)) <= kNoWeight) {
+                    layer->GetZeroValues(others);
+                } else {
+                    evaluate(others, -1, 0, pId - 1);
+                }
+                wanted = MatrixOf(others, order).Transpose() * wanted;
+            }
+            KgeRVector angles;
+            order.M2V(angles, wanted);
+            std::copy_n(angles.Data(), 3, pResult);
+            break;
+        }
+        [[fallthrough]];
+    default:
+        std::copy_n(pTotal, count, pResult);
+        break;
+    }
+}
+
+double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, int)
+{
+    const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
+    if (info.IsLocked() || GetLayerID() != 0) {
+        return pValues;
+    }
+    const KTime time = WarpedTime(pTime, true);
+    GiveKeylessChannels(time, pValues, info);
+    SetSpecificCandidateMethod(eCandidateTotal);
+    SetTotalCandidateMethod(eCandidateTotal);
+    mState->mCandidateTime = time;
+    if (mState->mChildren.IsEmpty()) {
+        mState->mTotalCandidate[0] = static_cast<float>(pValues[0]);
+        return pValues + 1;
+    }
+    double* running = pValues;
+    for (int i = 0; i < GetCount(); ++i) {
+        if (i < kNodeLayeredValues) {
+            mState->mTotalCandidate[i] = static_cast<float>(*running);
+        }
+        running = Get(i)->CandidateSet(time, running, GlissaLayerInfo::Base);
+    }
+    return running;
+}
+
+// A channel without a key in any layer takes its share as the default value of the layer at once:
+// it shows without a key.
+void GlissaNode::GiveKeylessChannels(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo)
+{
+    const int count = std::min(GetValueCount(), kNodeZeroValues);
+    const bool is_leaf = mState->mCurve != nullptr;
+    bool keyless[kNodeZeroValues] = {};
+    if (is_leaf) {
+        keyless[0] = !mState->mParent && KeyGetCount(true) == 0;
+    } else {
+        for (int i = 0; i < count; ++i) {
+            keyless[i] = KeyGetCountOnChild(i) == 0;
+        }
+    }
+    if (std::none_of(keyless, keyless + count, [](bool pKeyless) { return pKeyless; })) {
+        return;
+    }
+    const int id = pInfo.GetLayerID();
+    GlissaNode* layer = LayerGet(id);
+    if (!layer) {
+        layer = CreateLayerAt(pInfo);
+    }
+    if (!layer) {
+        return;
+    }
+    double share[kNodeZeroValues] = {};
+    FindShare(share, pValues, pTime, id);
+    for (int i = 0; i < count; ++i) {
+        GlissaNode* channel = is_leaf ? layer : layer->Get(i);
+        Glissa* curve = keyless[i] && channel ? channel->FCurveGet() : nullptr;
+        if (curve) {
+            curve->SetValue(static_cast<float>(share[i]));
+            curve->CandidateClear();
+        }
+    }
+}
+
+double* GlissaNode::CandidateSetSpecificLayer(KTime pTime, double* pValues,
+                                              const GlissaLayerInfo& pInfo, bool pResolve)
+{
+    const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
+    if (info.IsLocked()) {
+        return pValues;
+    }
+    return SetInLayer(WarpedTime(pTime, true), pValues, info, pResolve);
+}
+
+double* GlissaNode::SetInLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
+                               bool pResolve)
+{
+    SetSpecificCandidateMethod(eCandidateSpecific);
+    SetTotalCandidateMethod(eCandidateSpecific);
+    if (GetLayerID() != pInfo.GetLayerID()) {
+        GlissaNode* next = mState->mNextLayer;
+        if (!next || next->GetLayerID() > pInfo.GetLayerID()) {
+            next = CreateLayerAt(pInfo);
+        }
+        return next ? next->CandidateSetSpecificLayer(pTime, pValues, pInfo, pResolve) : pValues;
+    }
+    if (pResolve) {
+        ResolveWeightedValue(pValues, static_cast<double>(ShareOfTotal(pTime)));
+    }
+    if (Glissa* curve = mState->mCurve; curve && !curve->IsLocked()) {
+        curve->CandidateSet(pTime, pValues[0]);
+        if (curve->KeyGetCount() == 0) {
+            curve->SetValue(static_cast<float>(pValues[0]), false);
+        }
+    }
+    if (mState->mChildren.IsEmpty()) {
+        return pValues + 1;
+    }
+    double* running = pValues;
+    for (GlissaNode* child : mState->mChildren) {
+        running = child->CandidateSetSpecificLayer(pTime, running, pInfo, true);
+    }
+    return running;
+}
+
+// How much of the layer reaches the total: its weight, and what the mixing layers above it let
+// through.
+float GlissaNode::ShareOfTotal(KTime pTime) const
+{
+    auto share = static_cast<float>(mState->mLayer.GetWeight(pTime));
+    for (const GlissaNode* node = mState->mNextLayer; node; node = node->LayerGet()) {
+        const GlissaLayerInfo& info = node->mState->mLayer;
+        if (info.GetLayerMode() == eLayerModeOverridePassthrough && !node->IsNodeMuted()) {
+            share = static_cast<float>((1.0 - info.GetWeight(pTime)) * static_cast<double>(share));
+        }
+    }
+    return share;
+}
+
+void GlissaNode::FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pInfo)
+{
+    if (GetLayerID() != 0 || !IsCandidate() || GetSpecificCandidateMethod() != eCandidateTotal) {
+        return;
+    }
+    double total[kNodeZeroValues] = {};
+    std::copy_n(mState->mTotalCandidate, kNodeLayeredValues, total);
+    double share[kNodeZeroValues] = {};
+    const KTime time = mState->mCandidateTime;
+    const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
+    FindShare(share, total, time, info.GetLayerID());
+    if (!info.IsLocked()) {
+        SetInLayer(time, share, info, info.GetLayerID() != 0 || IsBlended());
+    }
+    SetSpecificCandidateMethod(eCandidateTotalAndSpecific);
+    SetTotalCandidateMethod(eCandidateTotal);
+}
+
+double* GlissaNode::CandidateGetSpecificLayer(double* pValues, KTime& pTime,
+                                              const GlissaLayerInfo& pInfo)
+{
+    const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
+    const bool is_layer = GetLayerID() == info.GetLayerID();
+    GlissaNode* next = mState->mNextLayer;
+    if (GetSpecificCandidateMethod() == eCandidateTotal) {
+        if (is_layer) {
+            FromTotalCandidateToSpecificCandidate(info);
+        } else if (!next) {
+            double total[kNodeZeroValues] = {};
+            CandidateGetTotalCandidate(total, pTime);
+            FindShare(pValues, total, pTime, info.GetLayerID());
+            return pValues;
+        }
+    }
+    if (is_layer) {
+        return CandidateGetWithTime(pValues, pTime);
+    }
+    if (next && next->GetLayerID() <= info.GetLayerID()) {
+        return next->CandidateGetSpecificLayer(pValues, pTime, info);
+    }
+    GetZeroValues(pValues);
+    return nullptr;
+}
+
+bool GlissaNode::IsEulerRotation() const
+{
+    const bool turns = IsRotationLayerType() ||
+                       (GetDataType() == KDataTypeRotation && GetLayerType() == eLayerTypeVector &&
+                        mState->mChildren.GetCount() == 3);
+    return turns && !GetUseQuaternion();
+}
+
+// Brings angles to the form that lies nearest to what a layer holds, so that keys do not jump by a
+// turn.
+void GlissaNode::MakeNearestToLayer(double* pAngles, KTime pTime, int pId, int* pHint)
+{
+    double held[kNodeZeroValues] = {};
+    EvaluateSpecificLayer(held, pTime, pId, pHint, false);
+    if (GetLayerType() == eLayerTypeRotationByChannel) {
+        // The flipped form is the same rotation, but not the same share of a sum of angles.
+        for (int i = 0; i < 3; ++i) {
+            pAngles[i] -= 360.0 * std::round((pAngles[i] - held[i]) / 360.0);
+        }
+        return;
+    }
+    KgeRVector nearest;
+    KVdRotationOrder(mState->mRotationOrder).V2VRef(nearest, KgeRVector(pAngles), KgeRVector(held));
+    std::copy_n(nearest.Data(), 3, pAngles);
+}
+
+bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pMask, bool pZeroKey,
+                              int pInterpolation, int pTangentMode, int pContinuity,
+                              bool pTangentOverride, KTime pTime, double pTolerance)
+{
+    const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
+    const int id = info.GetLayerID();
+    if (info.IsLocked()) {
+        return true;
+    }
+    const KTime no_time = KTime::Infinite();
+    GlissaNode* base = mState->mObjectLayer;
+    double wanted[kNodeZeroValues] = {};
+    KTime pending = no_time;
+    if (IsCandidate()) {
+        pending = mState->mCandidateTime;
+        std::copy_n(mState->mTotalCandidate, kNodeLayeredValues, wanted);
+    }
+    KTime time = pending;
+    if (pTime != no_time) {
+        time = base ? base->WarpedTime(pTime, true) : pTime;
+    }
+    if (pTime != no_time && pending == no_time) {
+        // What is seen now is what is wanted, and from here on it is pending as a total.
+        int hint = 0;
+        CandidateEvaluate(wanted, pTime, &hint);
+        pending = time;
+    }
+    const auto key = [&](double* pValues, bool pResolve) {
+        SetInLayer(time, pValues, info, pResolve);
+        CandidateKeySpecificLayer(pLast, id, pMask, pInterpolation, pTangentMode, pContinuity,
+                                  pTangentOverride, time, pTolerance);
+    };
+    // As it stands now: evaluation may have changed it.
+    const int method = GetSpecificCandidateMethod();
+    const bool has_total = (method & eCandidateTotal) != 0;
+    if (pending == no_time) {
+        // Nothing is pending, and there is no time to take what is seen.
+    } else if (pZeroKey) {
+        double zero[kNodeZeroValues] = {};
+        GetZeroValues(zero);
+        if (IsRotationLayerType() && has_total && LayerGet(id) && GetCount() >= 3) {
+            MakeNearestToLayer(zero, time, id, pLast);
+        }
+        key(zero, true);
+    } else {
+        GlissaNode* layer = GetCorrectLayerAndCreateIfMissing(info);
+        double share[kNodeZeroValues] = {};
+        FindShare(share, wanted, time, id);
+        const bool turns = IsEulerRotation();
+        if (turns && layer && has_total && GetCount() >= 3) {
+            MakeNearestToLayer(share, time, id, pLast);
+        }
+        const bool is_held = layer && (turns ? !has_total : method == eCandidateSpecific);
+        if (is_held) {
+            CandidateEvaluateSpecificLayer(share, time, id, pLast);
+        }
+        // What the layer holds already has no weight in it to take out, nor has a base alone.
+        key(share, !is_held && (id != 0 || IsBlended()));
+    }
+    if (base) {
+        base->CandidateClear(0, true);
+    }
+    return true;
+}

@@ -1,0 +1,285 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// What a node evaluates to: random stacks of layers against a plain evaluation of the blending
+// tables, and by hand what random stacks do not reach.
+
+#include "tests/support/allocation_count.h"
+#include "tests/support/layer_stack.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+constexpr KTime kNow(141120000);
+using Values = std::array<double, 3>;
+
+Values Evaluated(GlissaNode& pNode, KTime pTime = kNow)
+{
+    Values values = {9e9, 9e9, 9e9};
+    EXPECT_EQ(pNode.GeneralEvaluate(values.data(), pTime) - values.data(),
+              pNode.IsNodeMuted() ? 0 : 3);
+    return values;
+}
+
+void SetValues(GlissaNode& pNode, Values pValues)
+{
+    pNode.SetValue(pValues.data(), true);
+}
+}  // namespace
+
+TEST(NodeBlending, RandomStacksFollowTheTables)
+{
+    std::mt19937 random(41);
+    int rotations = 0;
+    for (int i = 0; i < 20000; ++i) {
+        LayerStack stack(random);
+        const Values got = Evaluated(stack.Node());
+        if (stack.IsRotation()) {
+            ++rotations;
+            const RefRotation result = RefRotation::OfAngles(got.data(), stack.Order());
+            ASSERT_LT(RefDistance(result, stack.Rotation()), 1e-5) << "stack " << i;
+        } else {
+            const Values expected = stack.Values();
+            ASSERT_TRUE(stack.IsNear(got.data(), expected.data(), 1e-13, 0.0)) << "stack " << i;
+        }
+    }
+    EXPECT_GT(rotations, 4000);
+}
+
+TEST(NodeBlending, PartsOfAChainBlendZeroValuesForTheOthers)
+{
+    std::mt19937 random(42);
+    for (int i = 0; i < 3000; ++i) {
+        LayerStack stack(random);
+        const int count = static_cast<int>(stack.Layers().size());
+        const int first = static_cast<int>(random() % static_cast<unsigned>(count));
+        const int last = static_cast<int>(random() % static_cast<unsigned>(count));
+        Values got;
+        stack.Node().GetZeroValues(got.data());
+        stack.Node().Internal_GeneralEvaluateLayerExcluded(
+            got.data(), kNow, -1, stack.Layers()[static_cast<std::size_t>(first)]->id,
+            stack.Layers()[static_cast<std::size_t>(last)]->id);
+        if (stack.IsRotation()) {
+            const RefRotation result = RefRotation::OfAngles(got.data(), stack.Order());
+            ASSERT_LT(RefDistance(result, stack.Rotation(first, last)), 1e-5) << i;
+        } else {
+            const Values expected = stack.Values(first, last);
+            ASSERT_TRUE(stack.IsNear(got.data(), expected.data(), 1e-13, 0.0)) << i;
+        }
+    }
+}
+
+TEST(NodeBlending, ABaseAloneIsNotWeighted)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    StubLayer base;
+    base.mWeight = 0.5;
+    node->SetLayerInfo(GlissaLayerInfo(0, &base));
+    SetValues(*node, {4, 5, 6});
+    EXPECT_EQ(Evaluated(*node), (Values{4, 5, 6}));
+
+    // With a layer behind it the base is one of several.
+    StubLayer top;
+    top.mMuted = true;
+    node->CreateLayerAt(GlissaLayerInfo(1, &top));
+    EXPECT_EQ(Evaluated(*node), (Values{2, 2.5, 3}));
+    base.mMuted = true;
+    EXPECT_EQ(Evaluated(*node), (Values{0, 0, 0}));
+}
+
+TEST(NodeBlending, ModesByHand)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
+    StubLayer layer;
+    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, &layer));
+    SetValues(*node, {2, -2, 2});
+    SetValues(*top, {3, 3, 3});
+    EXPECT_EQ(Evaluated(*node), (Values{6, 6, 6}));
+    layer.mMode = eLayerModeOverridePassthrough;
+    EXPECT_EQ(Evaluated(*node), (Values{3, 3, 3}));
+    layer.mWeight = 0.0;  // signs are lost in every mode
+    EXPECT_EQ(Evaluated(*node), (Values{2, 2, 2}));
+    layer.mMode = eLayerMode(7);
+    EXPECT_EQ(Evaluated(*node), (Values{2, 2, 2}));
+    node->SetLayerType(eLayerTypeScalingAlt);
+    Values kept = {7, 8, 9};
+    EXPECT_EQ(node->GetZeroValues(kept.data()), kept.data());
+    EXPECT_EQ(kept, (Values{7, 8, 9}));
+}
+
+TEST(NodeBlending, TheOlderBlendIsExactInOrderXYZOnly)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    StubLayer layer;
+    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, &layer));
+    SetValues(*node, {20, 30, 40});
+    SetValues(*top, {-15, 25, 5});
+    for (const eLayerMode mode : {eLayerModeAdditive, eLayerModeOverridePassthrough}) {
+        layer.mMode = mode;
+        layer.mWeight = mode == eLayerModeAdditive ? 1.0 : 0.25;
+        const Values normal = Evaluated(*node);
+        GLISSA_EnableBrokenRotationBlend(true);
+        const Values older = Evaluated(*node);
+        // The number of the order YXZ is a code for another one: angles about repeated axes.
+        node->SetRotationOrder(3);
+        const Values repeated = Evaluated(*node);
+        GLISSA_EnableBrokenRotationBlend(false);
+        const Values turned = Evaluated(*node);
+        node->SetRotationOrder(0);
+        for (std::size_t k = 0; k < 3; ++k) {
+            EXPECT_NEAR(normal[k], older[k], 1e-9);
+        }
+        EXPECT_GT(std::fabs(repeated[0] - turned[0]) + std::fabs(repeated[1] - turned[1]) +
+                      std::fabs(repeated[2] - turned[2]),
+                  1.0);
+    }
+    // Orders of repeated axes rebuild the angles that went in: one layer of full weight over a base
+    // at rest comes out as it is, since the conversions are each other's inverse.
+    GLISSA_EnableBrokenRotationBlend(true);
+    layer.mMode = eLayerModeOverridePassthrough;
+    layer.mWeight = 1.0;
+    for (int order = 0; order < 6; ++order) {
+        // A middle angle about repeated axes is read from 0 to 180, in odd parity from 0 to -180.
+        const double middle = order == 3 ? -30 : 30;
+        SetValues(*top, {20, middle, 40});
+        node->SetRotationOrder(order);
+        const Values same = Evaluated(*node);
+        EXPECT_NEAR(same[0], 20, 1e-9) << order;
+        EXPECT_NEAR(same[1], middle, 1e-9) << order;
+        EXPECT_NEAR(same[2], 40, 1e-9) << order;
+    }
+    GLISSA_EnableBrokenRotationBlend(false);
+}
+
+TEST(NodeBlending, WeightedValuesAndTheirInverse)
+{
+    const NodePtr scaling = MakeChannel(KDataTypeLclScaling, "S");
+    Values values = {4, 9, 16};
+    scaling->AddWeightedValue(values.data(), 0.5);
+    EXPECT_EQ(values, (Values{2, 3, 4}));
+    scaling->ResolveWeightedValue(values.data(), 0.5);
+    EXPECT_EQ(values, (Values{4, 9, 16}));
+    scaling->AddWeightedValue(values.data(), 0.999991);
+    scaling->ResolveWeightedValue(values.data(), 0.9e-5);
+    EXPECT_EQ(values, (Values{4, 9, 16}));
+    scaling->AddWeightedValue(values.data(), 0.9e-5);
+    EXPECT_EQ(values, (Values{1, 1, 1}));
+
+    const NodePtr rotation = MakeChannel(KDataTypeLclRotation, "R");
+    values = {90, 0, 0};
+    rotation->ApplyWeightedValue(values.data(), 0.5);
+    EXPECT_NEAR(values[0], 45, 1e-12);
+    const NodePtr leaf(GlissaNodeCreate("X", static_cast<KDataType*>(nullptr), eLayerTypeValue,
+                                        GlissaLayerInfo::Base));
+    leaf->ApplyWeightedValue(values.data(), 0.5);
+    EXPECT_NEAR(values[0], 45, 1e-12);  // a plain value is weighted by what it is a channel of
+    leaf->SetLayerType(eLayerTypeVector);
+    leaf->ApplyWeightedValue(values.data(), 0.5);
+    EXPECT_NEAR(values[0], 22.5, 1e-12);
+}
+
+TEST(NodeBlending, OneLayerByItself)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    StubLayer layer;
+    layer.mWeight = 0.25;
+    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(4, &layer));
+    SetValues(*top, {8, 16, 24});
+    Values values = {1, 1, 1};
+    EXPECT_EQ(node->EvaluateSpecificLayer(values.data(), kNow, 3), values.data());
+    EXPECT_EQ(values, (Values{1, 1, 1}));
+    EXPECT_EQ(node->EvaluateSpecificLayer(values.data(), kNow, 4), values.data() + 3);
+    EXPECT_EQ(values, (Values{2, 4, 6}));
+    layer.mMuted = true;
+    node->EvaluateSpecificLayer(values.data(), kNow, 4, nullptr, true);
+    EXPECT_EQ(values, (Values{8, 16, 24}));
+    EXPECT_EQ(node->EvaluateSpecificLayer(values.data(), kNow, 4), values.data());
+    EXPECT_EQ(values, (Values{0, 0, 0}));
+    EXPECT_TRUE(top->IsNodeMuted());  // what was forced was so for the call alone
+}
+
+TEST(NodeBlending, WhatALayerDoesToOthers)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    StubLayer layers[3];
+    for (int i = 0; i < 3; ++i) {
+        SetValues(*node->CreateLayerAt(GlissaLayerInfo(i + 1, &layers[i])), {1.0 * i + 1, 0, 0});
+    }
+    SetValues(*node, {10, 0, 0});
+    const auto sum = [&node](int pId) {
+        Values values = {0, 0, 0};
+        node->EvaluateCurvesExceptLayerRecursiveAdd(values.data(), kNow, pId, nullptr);
+        return values[0];
+    };
+    EXPECT_EQ(sum(2), 14);
+    layers[2].mMode = eLayerModeOverride;  // above the layer asked for, it ends the walk
+    EXPECT_EQ(sum(2), 11);
+    EXPECT_EQ(sum(3), 0);  // at it, it resets what was below
+    layers[2].mMode = eLayerModeOverridePassthrough;
+    layers[2].mWeight = 0.25;
+    EXPECT_EQ(sum(2), 11 * 0.75 + 0.75);
+    layers[2].mMuted = true;
+    EXPECT_EQ(node->LayerGet(3)->CheckLayerMode(kNow, 2), GlissaNode::eModeCaseSkip);
+}
+
+TEST(NodeEvaluation, TimeWarpsApplyAlongTheChainAndNotToOneLayer)
+{
+    const NodePtr warp(
+        GlissaNodeCreate("half speed", KDataTypeTimeWarp, eLayerTypeVector, GlissaLayerInfo::Base));
+    warp->CreateFCurve();
+    AddKeys(warp.get(), {{0, 0}, {10, 5}});
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, nullptr));
+    AddKeys(node->Get(0), {{0, 0}, {10, 10}});
+    AddKeys(top->Get(0), {{0, 0}, {10, 100}});
+    node->TimeWarpSet(warp.get());
+    EXPECT_EQ(Evaluated(*node, KTime::FromSeconds(4.0))[0], 22);
+    Values values = {};
+    node->EvaluateSpecificLayer(values.data(), KTime::FromSeconds(4.0), 1);
+    EXPECT_EQ(values[0], 40);
+    node->Evaluate(values.data(), KTime::FromSeconds(4.0));
+    EXPECT_EQ(values[0], 4);
+    node->TimeWarpSet(nullptr);
+}
+
+TEST(NodeEvaluation, BranchesOfBranchesStandSideBySide)
+{
+    const NodePtr joint(GlissaNodeCreate("Hips", static_cast<KDataType*>(nullptr), eLayerTypeVector,
+                                         GlissaLayerInfo::Base));
+    joint->Add(MakeChannel(KDataTypeLclTranslation, "T").release());
+    joint->Add(MakeChannel(KDataTypeLclRotation, "R").release());
+    double values[7] = {1, 2, 3, 4, 5, 6, 77};
+    EXPECT_EQ(joint->SetValue(values), values + 6);
+    double got[7] = {0, 0, 0, 0, 0, 0, 77};
+    EXPECT_EQ(joint->GeneralEvaluate(got, kNow), got + 6);
+    EXPECT_TRUE(std::equal(values, values + 7, got));
+    EXPECT_EQ(joint->GetValue(got), got + 6);
+}
+
+TEST(NodeEvaluation, NothingIsAllocated)
+{
+    std::mt19937 random(43);
+    for (int i = 0; i < 50; ++i) {
+        LayerStack stack(random);
+        stack.Node().SetUseQuaternion(i % 2 == 0);
+        for (auto& layer : stack.Layers()) {
+            for (int k = 0; k < 3; ++k) {
+                AddKeys(layer->node->Get(k), {{0, 1}, {1.5, 2}, {3, 4}});
+            }
+        }
+        double values[3];
+        int hint = 0;
+        const std::size_t before = AllocationCount();
+        for (int time = 0; time < 40; ++time) {
+            const KTime at = KTime::FromSeconds(0.1 * time);
+            stack.Node().GeneralEvaluate(values, at, &hint);
+            stack.Node().EvaluateSpecificLayer(values, at, stack.Layers().back()->id, &hint, true);
+            stack.Node().CandidateEvaluate(values, at, &hint);
+        }
+        EXPECT_EQ(AllocationCount(), before);
+    }
+}

@@ -1,0 +1,358 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Pending values: a total becomes keys of a layer so that the node evaluates to that total, for
+// random stacks wherever the layers let it; and the states a node goes through on the way.
+
+#include "corvekit/trace.h"
+#include "tests/support/layer_stack.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace
+{
+const KTime kNow = KTime::FromSeconds(1.25);
+constexpr KTime kNoTime = KTime::Infinite();
+using Values = std::array<double, 3>;
+
+bool Key(GlissaNode& pNode, const GlissaLayerInfo& pInfo, KTime pTime = kNoTime,
+         bool pZeroKey = false)
+{
+    return pNode.CandidateKey(nullptr, pInfo, nullptr, pZeroKey, eInterpolationLinear, eTangentUser,
+                              eContinuityDefault, true, pTime);
+}
+
+// What can be reached through the layers above: not past an override, nor past a passthrough of
+// full weight; with rotations past additive layers alone, and into a layer that composes.
+bool IsReachable(LayerStack& pStack, std::size_t pTarget)
+{
+    const auto& layers = pStack.Layers();
+    const StubLayer& target = layers[pTarget]->info;
+    if (target.mMuted || target.mWeight <= 0.01) {
+        return false;
+    }
+    if (pStack.IsRotation() && target.mMode == eLayerModeOverridePassthrough && layers.size() > 1) {
+        return false;
+    }
+    double share = target.mWeight;
+    for (std::size_t i = pTarget + 1; i < layers.size(); ++i) {
+        const StubLayer& above = layers[i]->info;
+        if (!above.mMuted && above.mMode == eLayerModeOverridePassthrough) {
+            share *= 1.0 - above.mWeight;
+        }
+        const bool closes =
+            above.mMode == eLayerModeOverride || (above.mMode == eLayerModeOverridePassthrough &&
+                                                  (above.mWeight > 0.95 || pStack.IsRotation()));
+        if (!above.mMuted && closes) {
+            return false;
+        }
+    }
+    // A scaling to the power of one by less than this leaves the range of floats.
+    return share > 0.15 || pStack.Type() != eLayerTypeScaling;
+}
+
+// The share of a rotation must be below a half turn after the weight is taken out.
+bool IsWithinHalfATurn(LayerStack& pStack, std::size_t pTarget, const RefRotation& pTotal)
+{
+    const int place = static_cast<int>(pTarget);
+    const StubLayer& target = pStack.Layers()[pTarget]->info;
+    RefRotation share = pTotal * pStack.Rotation(place + 1).Inverse();
+    if (target.mMode != eLayerModeOverride) {
+        share = pStack.Rotation(0, place - 1).Inverse() * share;
+    }
+    const double weight = pStack.Layers().size() == 1 ? 1.0 : target.mWeight;
+    return share.Angle() / weight < 179.0;
+}
+}  // namespace
+
+TEST(NodeCandidates, ATotalIsReachedThroughRandomStacks)
+{
+    std::mt19937 random(51);
+    std::uniform_real_distribution<double> number(-150.0, 150.0);
+    std::uniform_real_distribution<double> scale(0.3, 3.0);
+    int reached[3] = {};
+    for (int i = 0; i < 100000; ++i) {
+        LayerStack stack(random, true);
+        const std::size_t target = random() % stack.Layers().size();
+        const bool scales = stack.Type() == eLayerTypeScaling;
+        Values total;
+        for (double& each : total) {
+            each = static_cast<double>(static_cast<float>(scales ? scale(random) : number(random)));
+        }
+        if (!IsReachable(stack, target) ||
+            (stack.IsRotation() &&
+             !IsWithinHalfATurn(stack, target,
+                                RefRotation::OfAngles(total.data(), stack.Order())))) {
+            continue;
+        }
+        // Half of the channels have keys already, so that no default value is given at once.
+        const bool keyed = random() % 2 == 0;
+        if (keyed) {
+            for (int k = 0; k < 3; ++k) {
+                const float value = stack.Layers()[0]->node->Get(k)->FCurveGet()->GetValue();
+                AddKeys(stack.Node().Get(k), {{0, value}, {9, value}});
+            }
+        }
+        GlissaNode& node = stack.Node();
+        const GlissaLayerInfo info(stack.Layers()[target]->id, &stack.Layers()[target]->info);
+        Values wanted = total;
+        ASSERT_EQ(node.CandidateSet(kNow, wanted.data(), info), wanted.data() + 3);
+        Values pending;
+        node.CandidateEvaluate(pending.data(), kNow);
+        // A muted base shows nothing, its candidate neither.
+        if (!node.IsNodeMuted()) {
+            ASSERT_EQ(pending, total);
+        }
+        ASSERT_TRUE(Key(node, info));
+        ASSERT_FALSE(node.IsCandidate());
+        ASSERT_EQ(stack.Layers()[target]->node->Get(1)->FCurveGet()->KeyGetCount(),
+                  1 + (keyed && target == 0 ? 2 : 0));
+
+        Values got;
+        node.GeneralEvaluate(got.data(), kNow);
+        // A weight that lets little through makes large values of float precision.
+        ASSERT_TRUE(stack.IsNear(got.data(), total.data(), 1e-4, 1e-3))
+            << "stack " << i << ", type " << stack.Type() << ", layer " << target << " of "
+            << stack.Layers().size();
+        ++reached[scales ? 0 : stack.IsRotation() ? 1 : 2];
+    }
+    for (const int count : reached) {
+        EXPECT_GT(count, 3000);
+    }
+}
+
+TEST(NodeCandidates, ARotationMixedInReachesWhatItsTableGives)
+{
+    // The share is Below^-1 Total, its part brought to full; mixing from Below, and not from rest,
+    // lands beside the total unless the layer has full weight.
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    StubLayer layer;
+    layer.mMode = eLayerModeOverridePassthrough;
+    node->CreateLayerAt(GlissaLayerInfo(1, &layer));
+    Values base = {0, 0, 90};
+    node->SetValue(base.data());
+    Values total = {0, 40, 0};
+    Values got;
+    for (const double weight : {1.0, 0.5}) {
+        layer.mWeight = weight;
+        Values wanted = total;
+        node->CandidateSet(kNow, wanted.data(), GlissaLayerInfo(1, &layer));
+        Key(*node, GlissaLayerInfo(1, &layer));
+        node->GeneralEvaluate(got.data(), kNow);
+        const double distance = RefDistance(RefRotation::OfAngles(got.data(), 0),
+                                            RefRotation::OfAngles(total.data(), 0));
+        EXPECT_EQ(distance < 1e-3, weight == 1.0) << distance;
+    }
+}
+
+TEST(NodeCandidates, SharesByHand)
+{
+    StubLayer layer;
+    const GlissaLayerInfo info(1, &layer);
+    const NodePtr move = MakeChannel(KDataTypeLclTranslation, "T");
+    Values base = {3, 3, 3};
+    move->SetValue(base.data());
+    move->CreateLayerAt(info);
+    Values total = {10, 10, 10};
+    Values share;
+    move->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
+    EXPECT_EQ(share, (Values{7, 7, 7}));
+
+    const NodePtr scale = MakeChannel(KDataTypeLclScaling, "S");
+    base = {2, 2, 2};
+    scale->SetValue(base.data());
+    scale->CreateLayerAt(info);
+    scale->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
+    EXPECT_EQ(share, (Values{5, 5, 5}));
+    scale->SetLayerType(eLayerTypeScalingAlt);
+    scale->LayerGet()->SetLayerType(eLayerTypeScalingAlt);
+    scale->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
+    EXPECT_EQ(share, total);
+}
+
+TEST(NodeCandidates, AKeylessChannelShowsItsShareAtOnce)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    StubLayer layer;
+    const GlissaLayerInfo info(5, &layer);
+    AddKeys(node->Get(0), {{0, 1}});
+    Values total = {4, 5, 6};
+    node->CandidateSet(kNow, total.data(), info);
+    GlissaNode* top = node->LayerGet(5);  // made for it
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(top->Get(0)->FCurveGet()->GetValue(), 0.0f);
+    EXPECT_EQ(top->Get(1)->FCurveGet()->GetValue(), 5.0f);
+    node->CandidateClear(0, true);
+    Values got;
+    node->GeneralEvaluate(got.data(), kNow);
+    EXPECT_EQ(got, (Values{1, 5, 6}));
+
+    // Nothing on a layer node or for a locked layer.
+    EXPECT_EQ(top->CandidateSet(kNow, total.data(), info), total.data());
+    layer.mLocked = true;
+    EXPECT_EQ(node->CandidateSet(kNow, total.data(), info), total.data());
+    EXPECT_EQ(node->CandidateSetSpecificLayer(kNow, total.data(), info, true), total.data());
+    EXPECT_FALSE(node->IsCandidate());
+}
+
+TEST(NodeCandidates, AWeightIsTakenOutOfALayersValues)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    StubLayer layer, above;
+    layer.mWeight = 0.5;
+    above.mWeight = 0.25;
+    above.mMode = eLayerModeOverridePassthrough;
+    const GlissaLayerInfo info(1, &layer);
+    const auto stored = [&] {
+        Values values = {3, 6, 9};
+        node->CandidateSetSpecificLayer(kNow, values.data(), info, true);
+        return node->LayerGet(1)->Get(1)->FCurveGet()->CandidateGet();
+    };
+    EXPECT_EQ(stored(), 12);
+    node->CreateLayerAt(GlissaLayerInfo(2, &above));
+    EXPECT_EQ(stored(), 16);  // 6 / (0.5 (1 - 0.25))
+    above.mMuted = true;
+    EXPECT_EQ(stored(), 12);
+    layer.mWeight = 0.5e-5;
+    EXPECT_EQ(stored(), 6);
+    EXPECT_EQ(node->GetSpecificCandidateMethod(), 1);
+}
+
+TEST(NodeCandidates, MethodsShareABit)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    EXPECT_EQ(node->GetSpecificCandidateMethod(), eCandidateSpecific);
+    EXPECT_FALSE(node->IsCandidate());
+    node->SetSpecificCandidateMethod(eCandidateTotalAndSpecific);
+    EXPECT_EQ(node->GetSpecificCandidateMethod(), 3);
+    node->SetTotalCandidateMethod(eCandidateTotal);
+    EXPECT_EQ(node->GetSpecificCandidateMethod(), 2);
+
+    Values total = {1, 2, 3};
+    node->CandidateSet(kNow, total.data(), GlissaLayerInfo::Base);
+    node->FromTotalCandidateToSpecificCandidate(GlissaLayerInfo::Base);
+    EXPECT_TRUE(node->IsCandidate());
+    EXPECT_EQ(node->GetSpecificCandidateMethod(), 2);
+    KTime time;
+    Values got;
+    EXPECT_EQ(node->CandidateGetSpecificLayer(got.data(), time, GlissaLayerInfo::Base),
+              got.data() + 3);
+    EXPECT_EQ(got, total);
+    EXPECT_EQ(time, kNow);
+    EXPECT_EQ(node->CandidateGetSpecificLayer(got.data(), time, GlissaLayerInfo(9, nullptr)),
+              got.data());
+    node->CandidateClear(0, true);
+    EXPECT_EQ(node->CandidateGetSpecificLayer(got.data(), time, GlissaLayerInfo(9, nullptr)),
+              nullptr);
+    EXPECT_EQ(got, (Values{0, 0, 0}));
+    EXPECT_EQ(node->CandidateGet(got.data()), got.data());
+}
+
+TEST(NodeCandidates, KeysOfWhatIsSeenLeaveItAsItIs)
+{
+    // Without a candidate the keys hold what the layers have there, whatever the weights.
+    for (KDataType* type : {KDataTypeLclTranslation, KDataTypeLclRotation, KDataTypeLclScaling}) {
+        const NodePtr node = MakeChannel(type, "channel");
+        StubLayer layer;
+        layer.mWeight = 0.5;
+        const GlissaLayerInfo info(1, &layer);
+        GlissaNode* top = node->CreateLayerAt(info);
+        for (int k = 0; k < 3; ++k) {
+            AddKeys(node->Get(k), {{0, 1.0f}, {2, 3.0f}});
+            AddKeys(top->Get(k), {{0, 2.0f}, {2, 1.0f + static_cast<float>(k)}});
+        }
+        Values before, after;
+        node->GeneralEvaluate(before.data(), kNow);
+        Key(*node, info, kNow);
+        EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetCount(), 3);
+        node->GeneralEvaluate(after.data(), kNow);
+        for (std::size_t k = 0; k < 3; ++k) {
+            EXPECT_NEAR(before[k], after[k], 1e-5) << type->GetName();
+        }
+        Key(*node, info, kNoTime);  // no candidate and no time
+        EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetCount(), 3);
+    }
+}
+
+TEST(NodeCandidates, ZeroKeysAndMasks)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    const GlissaLayerInfo info(1, nullptr);
+    GlissaNode* top = node->CreateLayerAt(info);
+    Values held = {5, 5, 5};
+    top->SetValue(held.data());
+    bool mask[] = {true, false, true};
+    node->CandidateKey(nullptr, info, mask, true, eInterpolationLinear, eTangentUser,
+                       eContinuityDefault, true, kNow);
+    EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetCount(), 1);
+    EXPECT_EQ(top->Get(1)->FCurveGet()->KeyGetCount(), 0);
+    EXPECT_EQ(top->Get(2)->FCurveGet()->KeyGetValue(0), 0.0f);
+}
+
+TEST(NodeCandidates, AWarpedTimeIsWarpedOnce)
+{
+    const NodePtr warp(
+        GlissaNodeCreate("half speed", KDataTypeTimeWarp, eLayerTypeVector, GlissaLayerInfo::Base));
+    warp->CreateFCurve();
+    AddKeys(warp.get(), {{0, 0}, {10, 5}});
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    node->TimeWarpSet(warp.get());
+    const GlissaLayerInfo info(1, nullptr);
+    GlissaNode* top = node->CreateLayerAt(info);
+    AddKeys(node->Get(0), {{0, 0}, {10, 10}});
+    const KTime time = KTime::FromSeconds(4.0);
+    for (const KTime given : {kNoTime, time}) {
+        Values total = {50, 0, 0};
+        node->CandidateSet(time, total.data(), info);
+        Key(*node, info, given);
+        const Glissa* curve = top->Get(0)->FCurveGet();
+        ASSERT_EQ(curve->KeyGetCount(), 1);
+        EXPECT_EQ(curve->KeyGetTime(0), KTime::FromSeconds(2.0));
+        Values got;
+        node->GeneralEvaluate(got.data(), time);
+        EXPECT_EQ(got[0], 50);
+    }
+    node->TimeWarpSet(nullptr);
+}
+
+TEST(NodeCandidates, AStateComesBackWithItsLayers)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    node->CreateLayerAt(GlissaLayerInfo(2, nullptr));
+    Values total = {1, 2, 3};
+    node->CandidateSet(kNow, total.data(), GlissaLayerInfo(2, nullptr));
+    GlissaNodeCandidateState state;
+    node->GetCandidateState(state);
+    EXPECT_EQ(state.mLayerState->mLayerID, 2);
+    node->CandidateClear(0, true);
+    node->CreateLayerAt(GlissaLayerInfo(1, nullptr));
+    node->CreateLayerAt(GlissaLayerInfo(7, nullptr));
+    node->SetCandidateState(state, false);
+    EXPECT_NE(node->LayerGet(1), nullptr);
+    node->SetCandidateState(state, true);
+    EXPECT_EQ(node->LayerGet(1), nullptr);
+    EXPECT_EQ(node->LayerGet(7), nullptr);
+    ASSERT_NE(node->LayerGet(2), nullptr);
+    Values got;
+    KTime time;
+    EXPECT_EQ(node->CandidateGet(got.data()), got.data() + 3);
+    EXPECT_EQ(got, total);
+    node->CandidateGetTotalCandidate(std::array<double, 4>().data(), time);
+    EXPECT_EQ(time, kNow);
+
+    static std::string text;
+    text.clear();
+    const KTraceSink before = KSetTraceSink([](const char* pText) { text += pText; });
+    state.Dump(1);
+    KSetTraceSink(before);
+    EXPECT_EQ(text.substr(0, text.find(" mFCurveValue")),
+              " mSpecificCandidateMethod = 2\n mTotalCandidateMethod = 2\n"
+              " mCandidateTotalValue = 1.000000, 2.000000, 3.000000, 0.000000\n"
+              " mCandidateTotalTime = 1.250000\n mCandidateSpecificValue = 0.000000\n");
+    EXPECT_LT(text.find(" mLayerState:\n  mSpecificCandidateMethod"),
+              text.find(" mSubStates[0]:\n  mSpecificCandidateMethod = 2"));
+}
