@@ -33,25 +33,24 @@ double FindPlaceToAdd(Glissa& pCurve, KTime pTime, int* pHint)
 
 int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
 {
-    GlissaKey key = pKey;
     // Before the gap opens: who listens for bad values may look at this very curve.
-    key.SetValue(pKey.GetValue());
+    float value = pKey.GetValue();
+    CheckKeyValue(value);
     InitBuffers(KeyGetCount() + 1, false);
     int index = 0;
     if (KeyGetCount() > 0) {
         const double place = FindPlaceToAdd(*this, pTime, pHint);
         index = static_cast<int>(std::ceil(place));
         if (IsWhole(place)) {
-            key.SetTime(pTime);
-            KeySet(index, key);
+            KeySet(index, GlissaKey({pTime, nullptr, value}, pKey.GetKeyAttr()));
             return index;
         }
     }
     mKeys.OpenGap(index);
     KPriFCurveKey& record = mKeys[index];
     record.mTime = pTime;
-    record.mValue = key.GetValue();
-    KeyAttrSet(index, key.GetKeyAttr());
+    record.mValue = value;
+    KeyAttrSet(index, pKey.GetKeyAttr());
     // A listener of that event may have taken keys away.
     if (index >= KeyGetCount()) {
         return index;

@@ -29,5 +29,12 @@ void GlissaEvent::AddDetailedEvent(int pType, int pFirst, int pLast)
 
 void GlissaEvent::Clear()
 {
-    *this = GlissaEvent();
+    // Field by field: a whole event would be put together in memory first, once for every post.
+    mType = 0;
+    mFirstKey = -1;
+    mLastKey = -1;
+    mEventCount = 0;
+    mDetailedFirst = -1;
+    mDetailedLast = -1;
+    mDetailedType = 0;
 }

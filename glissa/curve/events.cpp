@@ -5,6 +5,7 @@
 // beside them the hooks of the custom tangent manager.
 
 #include "glissa/curve/curve.h"
+#include "glissa/ext/active.h"
 #include "glissa/ext/custom_tangent_manager.h"
 
 void Glissa::CallbackRegister(Listener pFunction, void* pObject)
@@ -63,7 +64,7 @@ void Glissa::CallbackEnable(bool pEnable)
 
 void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
 {
-    if (!mCustomKeyAddEnabled) {
+    if (!mCustomKeyAddEnabled || !IsKeyAddListened()) {
         return;
     }
     GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
@@ -82,7 +83,7 @@ void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
 void Glissa::CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore,
                                    eCustomKeyChangeType pType)
 {
-    if (!mCustomKeyChangeEnabled) {
+    if (!mCustomKeyChangeEnabled || !IsKeyChangeListened()) {
         return;
     }
     GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();

@@ -25,7 +25,9 @@ int Glissa::KeyGetCountAll() const
 
 void Glissa::InitBuffers(int pCount, bool pClear)
 {
-    mKeys.Reserve(pCount);
+    if (pCount > 0 && !mKeys.HasRoomFor(pCount - 1)) {
+        mKeys.Reserve(pCount);
+    }
     if (pClear) {
         ReleaseAllAttributes();
         for (int i = 0; i < KeyGetCount(); ++i) {

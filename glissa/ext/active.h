@@ -9,6 +9,8 @@ struct ExtActivity
 {
     int mCustomTangentTypeCount = 0;
     bool mInvalidKeyCheck = false;
+    bool mKeyAddListened = false;
+    bool mKeyChangeListened = false;
 };
 
 // Hidden where it is declared too, so that the load does not go through the table of symbols that
@@ -19,6 +21,18 @@ struct ExtActivity
 inline int CustomTangentTypeCount()
 {
     return gExtActivity.mCustomTangentTypeCount;
+}
+
+/// Whether anybody listens at the custom tangent manager for keys that are added.
+inline bool IsKeyAddListened()
+{
+    return gExtActivity.mKeyAddListened;
+}
+
+/// Whether anybody listens at the custom tangent manager for keys that change.
+inline bool IsKeyChangeListened()
+{
+    return gExtActivity.mKeyChangeListened;
 }
 
 /// Whether anybody listens for invalid key values.

@@ -42,6 +42,8 @@ GlissaCustomTangentManager::~GlissaCustomTangentManager()
 void GlissaCustomTangentManager::Destruct()
 {
     gExtActivity.mCustomTangentTypeCount = 0;
+    gExtActivity.mKeyAddListened = false;
+    gExtActivity.mKeyChangeListened = false;
     for (int i = mTangents.GetCount() - 1; i >= 0; --i) {
         mTangents[i]->Destroy(0);
     }
@@ -237,6 +239,7 @@ bool GlissaCustomTangentManager::Register(int pEventId, ICallback* pCallback,
     }
     if (!listeners->Find(pCallback, pMethod)) {
         listeners->Add(pCallback, pMethod, pPriority);
+        ListenersChanged();
     }
     return true;
 }
@@ -249,6 +252,7 @@ bool GlissaCustomTangentManager::Unregister(int pEventId, ICallback* pCallback,
         return false;
     }
     listeners->Remove(pCallback, pMethod);
+    ListenersChanged();
     return true;
 }
 
@@ -268,6 +272,13 @@ RegisterEntryList* GlissaCustomTangentManager::ListenersOf(int pEventId)
     default:
         return nullptr;
     }
+}
+
+void GlissaCustomTangentManager::ListenersChanged()
+{
+    gExtActivity.mKeyAddListened =
+        mAddKeyListeners.GetCount() > 0 || mAddCustomKeyListeners.GetCount() > 0;
+    gExtActivity.mKeyChangeListened = mKeyChangeListeners.GetCount() > 0;
 }
 
 void GlissaCustomTangentManager::TypesChanged()

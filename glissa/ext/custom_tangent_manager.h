@@ -116,6 +116,7 @@ private:
 
     RegisterEntryList* ListenersOf(int pEventId);
     void TypesChanged();
+    void ListenersChanged();
 
     KArrayTemplate<GlissaCustomTangent*> mTangents;  // owned, in order of tangent index
     RegisterEntryList mListChangedListeners;
