@@ -16,6 +16,7 @@ namespace
 {
 constexpr std::int64_t kFrame = 4704000;  // 1/30 s
 constexpr int kPerPage = KeyList::kKeysPerPage;
+constexpr int kEdits = 100;  // in one measured call
 
 struct CurveEnd
 {
@@ -23,12 +24,13 @@ struct CurveEnd
 };
 using CurvePointer = std::unique_ptr<Glissa, CurveEnd>;
 
-CurvePointer Record(int pKeys)
+// pValues  how many values there are before they start anew.
+CurvePointer Record(int pKeys, int pValues = 97)
 {
     CurvePointer curve(GlissaCreate());
     curve->InitBuffers(pKeys, false);
     for (int i = 0; i < pKeys; ++i) {
-        curve->KeyAppendFast(KTime(kFrame * i), static_cast<float>(i % 97));
+        curve->KeyAppendFast(KTime(kFrame * i), static_cast<float>(i % pValues));
     }
     return curve;
 }
@@ -141,11 +143,11 @@ private:
     int mCount = 0;
 };
 
-std::unique_ptr<Pages> RecordedPages(int pKeys)
+std::unique_ptr<Pages> RecordedPages(int pKeys, int pValues = 97)
 {
-    auto pages = std::make_unique<Pages>(pKeys);
+    auto pages = std::make_unique<Pages>(pKeys + kEdits);
     for (int i = 0; i < pKeys; ++i) {
-        pages->Insert(i, {kFrame * i, nullptr, static_cast<float>(i % 97)});
+        pages->Insert(i, {kFrame * i, nullptr, static_cast<float>(i % pValues)});
     }
     return pages;
 }
@@ -215,8 +217,6 @@ void AddInRandomOrder(benchmark::State& pState)
 }
 BENCHMARK(AddInRandomOrder)->Arg(8000)->UseManualTime();
 
-constexpr int kEdits = 100;
-
 void RemoveInTheMiddle(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));
@@ -242,6 +242,37 @@ void RemoveInTheMiddle(benchmark::State& pState)
         });
 }
 BENCHMARK(RemoveInTheMiddle)->Arg(100000)->UseManualTime();
+
+// Between two keys, with the shape kept. All values are equal: the floor evaluates nothing.
+void InsertInTheMiddle(benchmark::State& pState)
+{
+    const int keys = static_cast<int>(pState.range(0));
+    CurvePointer curve;
+    std::unique_ptr<Pages> pages;
+    RunPaired(
+        pState, kEdits,
+        [&] {
+            for (int i = 0; i < kEdits; ++i) {
+                curve->KeyInsert(KTime(kFrame * (keys / 2 + i) + kFrame / 2));
+            }
+            return CheckOf(*curve);
+        },
+        [&] {
+            for (int i = 0; i < kEdits; ++i) {
+                const std::int64_t time = kFrame * (keys / 2 + i) + kFrame / 2;
+                pages->Insert(pages->Below(time) + 1, {time, nullptr, 0.0f});
+            }
+            return pages->Check();
+        },
+        [&] {
+            curve = Record(keys, 1);
+            pages = RecordedPages(keys, 1);
+        });
+    if (curve->KeyGetCount() != keys + kEdits) {
+        pState.SkipWithError("keys were not inserted");
+    }
+}
+BENCHMARK(InsertInTheMiddle)->Arg(1000)->Arg(100000)->UseManualTime();
 
 // Over three keys: taken out and put in again.
 void MoveInTheMiddle(benchmark::State& pState)
