@@ -536,8 +536,31 @@ public:
     /// Puts a state back. pTrimLayers  layers that it does not hold go.
     void SetCandidateState(const GlissaNodeCandidateState& pState, bool pTrimLayers);
 
+    // Store (node/store.cpp, node/store_read.cpp)
+    //
+    // The node as a field of a document, with all below and behind it: docs/node-format.md.
+
+    /// Writes the node as a field. True; a document that refuses a write says so itself, and so it
+    /// does of a tree whose blocks nest deeper than KTdf::kMaxNesting.
+    ///
+    /// pOnlyDefaults  default values without keys and layers.
+    /// pShortNames    the local transforms as "T", "R" and "S".
+    /// pNoUserName    without user names.
+    /// pWithColor, pOlderKeyForm  as Glissa::TdfStore; layers are written without colours.
+    bool TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pShortNames, bool pNoUserName,
+                  const char* pFieldName, bool pWithColor, bool pOlderKeyForm);
+    /// Reads the next "Channel" field into this node, which takes its name; channels are matched by
+    /// name. Layers are those of the document, where it has any; the host gives them their layer
+    /// objects afterwards (SetLayerInfo). False where there is no such field.
+    ///
+    /// pCreateMissing  makes children for channels that match none; else these are left out.
+    bool TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor);
+    /// The same where the caller has opened the field and read its name. True.
+    bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor);
+
 private:
     struct State;
+    class StoreReader;
 
     class RotationPath;
 

@@ -42,6 +42,9 @@ bool WriteValue(std::string_view pToken, KTdf& pTdf)
         return Parse(rest, integer) && pTdf.FieldWriteI(integer);
     case '\'':
         return rest.size() == 1 && pTdf.FieldWriteCH(rest[0]);
+    case 'S':
+        return rest.size() > 1 && rest.front() == '"' && rest.back() == '"' &&
+               pTdf.FieldWriteC(std::string(rest.substr(1, rest.size() - 2)).c_str());
     default:
         return false;
     }
@@ -79,7 +82,9 @@ void AppendValue(std::string& pText, KTdf& pTdf)
         pText += pTdf.FieldReadCH();
         break;
     default:
+        pText += '"';
         pText += pTdf.FieldReadC();
+        pText += '"';
         break;
     }
 }
@@ -116,6 +121,11 @@ bool DocumentFromText(std::string_view pText, KTdf& pTdf, std::string& pError)
         std::istringstream tokens(line.substr(0, line.find('#')));
         for (std::string token; tokens >> token;) {
             bool good = true;
+            if (token.starts_with("S\"") && token.find('"', 2) == std::string::npos) {
+                std::string rest;
+                std::getline(tokens, rest, '"');
+                token += rest + '"';
+            }
             if (token.size() > 1 && token.back() == ':') {
                 good = (!open || pTdf.FieldWriteEnd()) &&
                        pTdf.FieldWriteBegin(token.substr(0, token.size() - 1).c_str());

@@ -12,6 +12,7 @@
 //
 //     Default: D0.5              a field is its name, a colon and its values
 //     Key: T1s D2 'U 'a          T time in seconds or ticks (T-1), D double, I int, ' character
+//     Channel: S"a name"         S text, which holds no quotes
 //     Post-Extrapolation: {      a block
 //         Type: 'M
 //     }                          # to the end of the line: a comment

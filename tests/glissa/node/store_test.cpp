@@ -1,0 +1,650 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Trees go to a document and into other trees. What must come of random ones is worked out on plain
+// data; documents that no writer makes are written by hand.
+
+#include "corvekit/store/tdf.h"
+#include "glissa/curve/curve.h"
+#include "glissa/node/node.h"
+#include "tests/support/node_stubs.h"
+#include "tests/support/random_curve.h"
+#include "tests/support/text_document.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+// A node as plain data. A leaf has a curve: its default value and a key a second.
+struct Plain
+{
+    std::string name;
+    std::string user;
+    KDataType* type = nullptr;
+    int layerType = eLayerTypeValue;
+    int id = 0;
+    bool leaf = false;
+    float value = 0.0f;
+    std::vector<float> keys = {};
+    std::vector<Plain> children = {};
+    std::vector<Plain> layers = {};
+};
+
+Plain PlainOf(GlissaNode& pNode)
+{
+    Plain plain{pNode.GetName(),
+                pNode.GetTimeWarpName(),
+                pNode.GetDataType(),
+                pNode.GetLayerType(),
+                pNode.GetLayerID(),
+                pNode.FCurveGet() != nullptr,
+                0.0f,
+                {}};
+    if (Glissa* const curve = pNode.FCurveGet()) {
+        plain.value = curve->GetValue();
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            EXPECT_EQ(KTime::FromSeconds(i), curve->KeyGetTime(i));
+            plain.keys.push_back(curve->KeyGetValue(i));
+        }
+        EXPECT_EQ(&pNode, curve->GetOwner());
+    }
+    for (int i = 0; i < pNode.GetCount(); ++i) {
+        EXPECT_EQ(&pNode, pNode.Get(i)->GetParent());
+        plain.children.push_back(PlainOf(*pNode.Get(i)));
+    }
+    int last = pNode.GetLayerID();
+    for (GlissaNode* layer = pNode.LayerGet(); layer && pNode.ObjectLayerGet() == &pNode;
+         layer = layer->LayerGet()) {
+        EXPECT_LT(last, layer->GetLayerID());
+        EXPECT_EQ(&pNode, layer->ObjectLayerGet());
+        last = layer->GetLayerID();
+        plain.layers.push_back(PlainOf(*layer));
+    }
+    return plain;
+}
+
+std::string Numbered(const char* pText, int pNumber)
+{
+    return std::string(pText).append(std::to_string(pNumber));
+}
+
+void FillNode(GlissaNode& pNode, const Plain& pPlain)
+{
+    if (pPlain.leaf) {
+        pNode.FCurveReplace(GlissaCreate());
+        pNode.FCurveGet()->SetValue(pPlain.value);
+        for (std::size_t i = 0; i < pPlain.keys.size(); ++i) {
+            pNode.FCurveGet()->KeyAppendFast(KTime::FromSeconds(static_cast<double>(i)),
+                                             pPlain.keys[i]);
+        }
+    }
+}
+
+NodePtr NodeOf(const Plain& pPlain)
+{
+    NodePtr node(new GlissaNode(pPlain.name.c_str(), pPlain.user.c_str(), pPlain.type,
+                                pPlain.layerType, GlissaLayerInfo(pPlain.id, nullptr)));
+    for (const Plain& child : pPlain.children) {
+        node->Add(NodeOf(child).release());
+    }
+    FillNode(*node, pPlain);
+    for (const Plain& each : pPlain.layers) {
+        GlissaNode* const layer = node->CreateLayerAt(GlissaLayerInfo(each.id, nullptr));
+        FillNode(*layer, each);
+        for (std::size_t i = 0; i < each.children.size(); ++i) {
+            FillNode(*layer->Get(static_cast<int>(i)), each.children[i]);
+        }
+    }
+    return node;
+}
+
+std::string TextOf(const Plain& pPlain, int pDepth = 0)
+{
+    std::string text = std::string(static_cast<std::size_t>(pDepth), ' ') + pPlain.name + '|' +
+                       pPlain.user + " type " + std::to_string(pPlain.layerType) + " id " +
+                       std::to_string(pPlain.id);
+    if (pPlain.leaf) {
+        text += " = " + std::to_string(pPlain.value);
+        for (const float key : pPlain.keys) {
+            text += ' ' + std::to_string(key);
+        }
+    }
+    text += '\n';
+    for (const Plain& each : pPlain.children) {
+        text += TextOf(each, pDepth + 1);
+    }
+    for (const Plain& each : pPlain.layers) {
+        text += TextOf(each, pDepth + 5);
+    }
+    return text;
+}
+
+// Empty where two trees are the same, else the first line that differs.
+std::string Difference(const Plain& pExpected, const Plain& pFound)
+{
+    std::istringstream expected(TextOf(pExpected)), found(TextOf(pFound));
+    for (int number = 1;; ++number) {
+        std::string left, right;
+        const bool more = static_cast<bool>(std::getline(expected, left));
+        if (more != static_cast<bool>(std::getline(found, right)) || left != right) {
+            return Numbered("line ", number) + ": " + left + " <> " + right;
+        }
+        if (!more) {
+            return "";
+        }
+    }
+}
+
+void FillRandomly(Plain& pPlain, Random& pRandom)
+{
+    pPlain.leaf = true;
+    pPlain.value = static_cast<float>(pRandom.Below(100));
+    for (int i = pRandom.Below(4); i > 0; --i) {
+        pPlain.keys.push_back(static_cast<float>(pRandom.Below(100)));
+    }
+}
+
+// A channel of an object: values in children, or itself a leaf, with up to three layers.
+Plain RandomChannel(const char* pName, KDataType* pType, int pLayerType,
+                    const std::vector<const char*>& pAxes, Random& pRandom)
+{
+    Plain channel{pName, pName, pType, pLayerType};
+    if (pRandom.Below(3) == 0) {
+        channel.user = "seen";
+    }
+    for (const char* const axis : pAxes) {
+        channel.children.push_back({axis, axis});
+        FillRandomly(channel.children.back(), pRandom);
+    }
+    if (pAxes.empty()) {
+        FillRandomly(channel, pRandom);
+    }
+    int id = 0;
+    for (int i = pRandom.Below(4); i > 0; --i) {
+        Plain layer = channel;
+        layer.layers.clear();
+        layer.id = id += 1 + pRandom.Below(5);
+        for (Plain& each : layer.children) {
+            each.keys.clear();
+            FillRandomly(each, pRandom);
+            each.id = id;
+        }
+        if (layer.leaf) {
+            layer.keys.clear();
+            FillRandomly(layer, pRandom);
+        }
+        channel.layers.push_back(layer);
+    }
+    return channel;
+}
+
+Plain RandomObject(int pDepth, Random& pRandom)
+{
+    Plain object{"Object", "Object"};
+    const auto channel = [&](const char* pName, KDataType* pType, int pLayerType,
+                             const std::vector<const char*>& pAxes) {
+        if (pRandom.Below(3) > 0) {
+            object.children.push_back(RandomChannel(pName, pType, pLayerType, pAxes, pRandom));
+        }
+    };
+    channel("Move", KDataTypeLclTranslation, eLayerTypeVector, {"X", "Y", "Z"});
+    channel("R", KDataTypeLclRotation, eLayerTypeRotation, {"X", "Y", "Z"});
+    channel("Size", KDataTypeLclScaling, eLayerTypeScaling, {"X", "Y", "Z"});
+    channel("Aim", KDataTypeVector, eLayerTypeVector, {"X", "Y", "Z"});
+    channel("Roll", KDataTypeNumber, eLayerTypeVector, {});
+    for (int i = pDepth > 0 ? pRandom.Below(4) : 0; i > 0; --i) {
+        object.children.push_back(RandomObject(pDepth - 1, pRandom));
+        object.children.back().name += std::to_string(i);
+        object.children.back().user = object.children.back().name;
+    }
+    return object;
+}
+
+KTdf Stored(GlissaNode& pNode, bool pShortNames = false, bool pOnlyDefaults = false)
+{
+    KTdf tdf;
+    EXPECT_TRUE(pNode.TdfStore(&tdf, pOnlyDefaults, pShortNames, false, "Channel", false, false));
+    EXPECT_EQ(-1, tdf.GetError().GetLastErrorID()) << tdf.GetError().GetLastErrorString();
+    return tdf;
+}
+
+KTdf FromText(const std::string& pText)
+{
+    KTdf tdf;
+    std::string error;
+    EXPECT_TRUE(DocumentFromText(pText, tdf, error)) << error;
+    return tdf;
+}
+
+NodePtr Retrieved(const std::string& pText, NodePtr pNode, bool pCreate = true)
+{
+    KTdf tdf = FromText(pText);
+    EXPECT_TRUE(pNode->TdfRetrieve(&tdf, false, pCreate, true));
+    return pNode;
+}
+
+NodePtr EmptyNode()
+{
+    return NodePtr(GlissaNodeCreate("", static_cast<KDataType*>(nullptr), 0, GlissaLayerInfo()));
+}
+
+std::string Lower(std::string pText)
+{
+    std::transform(pText.begin(), pText.end(), pText.begin(),
+                   [](char pEach) { return static_cast<char>(std::tolower(pEach)); });
+    return pText;
+}
+
+// The layer type that a node ends with, whatever was stored.
+int RepairedType(const Plain& pNode, int pStored)
+{
+    if (pNode.type == KDataTypeLclRotation || pNode.name == "R") {
+        const bool rotation = pStored == eLayerTypeRotation || pStored == 5;
+        return pNode.children.size() == 3 ? (rotation ? pStored : 2) : (rotation ? 0 : pStored);
+    }
+    return pNode.type == KDataTypeLclTranslation ? 1
+           : pNode.type == KDataTypeLclScaling   ? 3
+                                                 : pStored;
+}
+
+// What a tree without layers becomes by reading another one.
+void Read(Plain& pTree, const Plain& pStored, bool pCreate)
+{
+    pTree.user = pStored.user != pStored.name ? pStored.user : pTree.user;
+    if (pStored.leaf && pTree.children.empty()) {
+        pTree.leaf = true;
+        pTree.value = pStored.value;
+        pTree.keys = pStored.keys;
+    }
+    pTree.id = pStored.id;
+    for (const Plain& stored : pStored.children) {
+        auto found = std::find_if(pTree.children.begin(), pTree.children.end(), [&](Plain& pEach) {
+            return (stored.name == "R" && pEach.type == KDataTypeLclRotation) ||
+                   Lower(pEach.name) == Lower(stored.name);
+        });
+        if (found == pTree.children.end()) {
+            if (!pCreate || pTree.leaf) {
+                continue;
+            }
+            pTree.children.push_back({stored.name, stored.name});
+            found = pTree.children.end() - 1;
+        }
+        Read(*found, stored, pCreate);
+    }
+    pTree.layerType = RepairedType(pTree, pStored.layerType);
+    pTree.layers.clear();
+    for (const Plain& stored : pStored.layers) {
+        Plain layer = pTree;
+        layer.layers.clear();
+        layer.id = stored.id;
+        layer.layerType = RepairedType(layer, stored.layerType);
+        layer.value = stored.value;
+        layer.keys = stored.keys;
+        for (Plain& channel : layer.children) {
+            const auto found = std::find_if(
+                stored.children.begin(), stored.children.end(),
+                [&](const Plain& pEach) { return Lower(pEach.name) == Lower(channel.name); });
+            const bool missing = found == stored.children.end();
+            channel.id = stored.id;
+            channel.leaf = true;
+            channel.value = missing ? (pTree.layerType == 3 ? 1.0f : 0.0f) : found->value;
+            channel.keys = missing ? std::vector<float>() : found->keys;
+        }
+        pTree.layers.push_back(layer);
+    }
+}
+
+// Takes children out, changes the case of names, puts further children in and changes types.
+void Change(Plain& pTree, Random& pRandom)
+{
+    pTree.layers.clear();
+    for (std::size_t i = 0; i < pTree.children.size();) {
+        Plain& child = pTree.children[i];
+        const int what = pRandom.Below(6);
+        if (what == 0) {
+            pTree.children.erase(pTree.children.begin() + static_cast<std::ptrdiff_t>(i));
+            continue;
+        }
+        if (what == 1) {
+            child.name = Lower(child.name);
+            child.user = child.name;
+        }
+        if (what == 2 && !child.children.empty()) {
+            child.children.push_back({"W", "W"});
+            FillRandomly(child.children.back(), pRandom);
+        }
+        if (what == 3 && !child.leaf) {
+            child.type = child.type ? nullptr : KDataTypeLclScaling;
+        }
+        Change(child, pRandom);
+        ++i;
+    }
+}
+
+TEST(NodeStore, RandomTreesComeBackInEveryStructure)
+{
+    int layers = 0;
+    for (std::uint64_t seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        const Plain plain = RandomObject(3, random);
+        const NodePtr node = NodeOf(plain);
+        ASSERT_EQ("", Difference(plain, PlainOf(*node)));
+        layers += plain.children.empty() ? 0 : static_cast<int>(plain.children[0].layers.size());
+        KTdf tdf = Stored(*node);
+
+        const NodePtr fresh = EmptyNode();
+        ASSERT_TRUE(fresh->TdfRetrieve(&tdf, false, true, false));
+        ASSERT_EQ("", Difference(plain, PlainOf(*fresh)));
+        EXPECT_FALSE(fresh->TdfRetrieve(&tdf, false, true, false));
+
+        // The same structure, which holds layers and values of its own already.
+        tdf.FieldReadRewind();
+        const NodePtr same(node->Copy());
+        ASSERT_TRUE(same->TdfRetrieve(&tdf, false, false, false));
+        ASSERT_EQ("", Difference(plain, PlainOf(*same)));
+        KTdf again = Stored(*same);
+        EXPECT_TRUE(TextOfDocument(tdf) == TextOfDocument(again));
+
+        for (const bool create : {false, true}) {
+            SCOPED_TRACE(create);
+            tdf.FieldReadRewind();
+            Plain other = plain;
+            Change(other, random);
+            const NodePtr changed = NodeOf(other);
+            ASSERT_TRUE(changed->TdfRetrieve(&tdf, false, create, false));
+            Read(other, plain, create);
+            ASSERT_EQ("", Difference(other, PlainOf(*changed)));
+        }
+    }
+    EXPECT_GT(layers, 20);
+}
+
+TEST(NodeStore, FieldsStandInTheirOrder)
+{
+    NodePtr node = MakeChannel(KDataTypeLclTranslation, "Move");
+    node->Delete(2);
+    node->Delete(1);
+    node->SetTimeWarpName("Moves \xE2\x86\x92");
+    const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "Slow");
+    KSet<int, GlissaNode*> warps;
+    warps.Add(9, warp.get());
+    Glissa_SetTWSet(&warps);
+    node->TimeWarpSet(warp.get());
+    GlissaNode* const layer = node->CreateLayerAt(GlissaLayerInfo(3, nullptr));
+    node->CreateLayerAt(GlissaLayerInfo(7, nullptr));
+    layer->Get(0)->FCurveGet()->SetValue(5.0f);
+
+    const std::string curve = "Default: D0\n";
+    const auto text = [&](bool pDefaults, bool pShort, bool pNoUser, GlissaNode& pNode) {
+        KTdf tdf;
+        pNode.TdfStore(&tdf, pDefaults, pShort, pNoUser, "Here", true, false);
+        std::string lines = TextOfDocument(tdf);
+        lines.erase(std::remove(lines.begin(), lines.end(), ' '), lines.end());
+        return lines;
+    };
+    EXPECT_EQ("Here:S\"T\"{\nTimeWarpID:I9\nChannel:S\"X\"{\nDefault:D0\n}\nLayerType:I1\n}\n",
+              text(true, true, true, *node));
+    const std::string whole = text(false, false, false, *node);
+    EXPECT_EQ("Here:S\"Move\"{\nUserName:S\"Moves\xE2\x86\x92\"\nTimeWarpID:I9\n"
+              "Channel:S\"X\"{\nDefault:D0\nColor:D1D1D1\n}\nLayerType:I1\n"
+              "LayerChannel:S\"Move\"{\nUserName:S\"Moves\xE2\x86\x92\"\n"
+              "Channel:S\"X\"{\nDefault:D5\nLayerID:I3\n}\nLayerID:I3\nLayerType:I1\n"
+              "LayerChannel:S\"Move\"{\nUserName:S\"Moves\xE2\x86\x92\"\n"
+              "Channel:S\"X\"{\nDefault:D0\nLayerID:I7\n}\nLayerID:I7\nLayerType:I1\n}\n}\n}\n",
+              whole);
+    // Of a layer by itself: its id stays, the chain goes.
+    EXPECT_EQ("Here:S\"Move\"{\nChannel:S\"X\"{\nDefault:D5\nLayerID:I3\n}\nLayerID:I3\n"
+              "LayerType:I1\n}\n",
+              text(true, false, true, *layer));
+    Glissa_SetTWSet(nullptr);
+    EXPECT_EQ(std::string::npos, text(false, false, false, *node).find("TimeWarpID"));
+    node.reset();
+    EXPECT_EQ(0, warp->GetReferenceCount());
+}
+
+TEST(NodeStore, ChannelsFindTheirNodes)
+{
+    const auto leaf_of = [](GlissaNode& pNode) {
+        std::string values;
+        for (int i = 0; i < pNode.GetCount(); ++i) {
+            values += std::to_string(static_cast<int>(pNode.Get(i)->FCurveGet()->GetValue())) + ' ';
+        }
+        return values;
+    };
+    const auto leaves = [](const std::vector<std::string>& pNames) {
+        std::string text = "Channel: S\"read\" {\n";
+        for (std::size_t i = 0; i < pNames.size(); ++i) {
+            text +=
+                "Channel: S\"" + pNames[i] + "\" {\nDefault: D" + std::to_string(i + 1) + "\n}\n";
+        }
+        return text + "}\n";
+    };
+    const struct
+    {
+        KDataType* type;
+        std::vector<std::string> names;
+        const char* values;
+    } cases[] = {
+        {KDataTypeColorAndAlpha, {"R", "G", "B", "A"}, "1 2 3 4 "},
+        {KDataTypeColorAndAlpha, {" ", "B", "Y", "R"}, "4 3 2 1 "},
+        {KDataTypeColorAndAlpha, {"W"}, "0 0 0 0 "},
+        {KDataTypeColor, {"A", "Z"}, "0 0 2 "},
+        {KDataTypeVector, {"x", "Y  (old)", "Z   (old)"}, "1 2 0 "},
+        {KDataTypeVector, {"R", "G", "B"}, "0 0 0 "},
+        {KDataTypeVector, {"X(1)(2)", "X(3)"}, "2 0 0 "},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.names[0]);
+        EXPECT_EQ(each.values,
+                  leaf_of(*Retrieved(leaves(each.names), MakeChannel(each.type, "node"), false)));
+    }
+    // A short name means the type, before a name that is the same.
+    NodePtr object = EmptyNode();
+    object->Add(MakeChannel(nullptr, "R").release());
+    object->Add(MakeChannel(KDataTypeLclRotation, "Turn").release());
+    object = Retrieved("Channel: S\"o\" {\nChannel: S\"R\" {\nChannel: S\"Y\" {\nDefault: D4\n}\n"
+                       "LayerType: I2\n}\n}\n",
+                       std::move(object), false);
+    EXPECT_EQ("0 4 0 ", leaf_of(*object->Get(1)));
+    EXPECT_STREQ("Turn", object->Get(1)->GetName());
+    // In a node of many children a name finds the first.
+    std::vector<std::string> many;
+    NodePtr wide = EmptyNode();
+    for (int i = 0; i < 40; ++i) {
+        wide->FindOrCreate(Numbered("n", i).c_str(), true);
+        many.push_back(Numbered("N", 39 - i));
+    }
+    wide->Add(GlissaNodeCreate("N3", static_cast<KDataType*>(nullptr), 0, GlissaLayerInfo()));
+    wide = Retrieved(leaves(many), std::move(wide), false);
+    EXPECT_EQ(37.0f, wide->Get(3)->FCurveGet()->GetValue());
+    EXPECT_EQ(nullptr, wide->Get(40)->FCurveGet());
+}
+
+TEST(NodeStore, WhatDoesNotFitIsLeftOut)
+{
+    // A leaf keeps its curve and takes no channel, a branch keeps its children and takes no curve.
+    NodePtr leaf = MakeChannel(KDataTypeNumber, "leaf");
+    leaf = Retrieved("Channel: S\"leaf\" {\nDefault: D3\nChannel: S\"X\" {\nDefault: D1\n}\n}\n",
+                     std::move(leaf));
+    EXPECT_EQ(0, leaf->GetCount());
+    EXPECT_EQ(3.0f, leaf->FCurveGet()->GetValue());
+    const NodePtr branch =
+        Retrieved("Channel: S\"T\" {\nDefault: D3\n}\n", MakeChannel(KDataTypeVector, "T"));
+    EXPECT_EQ(nullptr, branch->FCurveGet());
+    EXPECT_EQ(3, branch->GetCount());
+
+    // Behind a channel that was left out the next one is read without its colour.
+    const auto channel = [](const char* pName) {
+        return std::string("Channel: S\"") + pName + "\" {\nDefault: D1\nColor: D0.5 D0 D0\n}\n";
+    };
+    const NodePtr vector =
+        Retrieved("Channel: S\"v\" {\n" + channel("no") + channel("X") + channel("Y") + "}\n",
+                  MakeChannel(KDataTypeVector, "v"), false);
+    EXPECT_EQ(1.0f, vector->Get(0)->FCurveGet()->GetValue());
+    EXPECT_EQ(1.0f, vector->Get(0)->FCurveGet()->GetColor()[0]);
+    EXPECT_EQ(0.5f, vector->Get(1)->FCurveGet()->GetColor()[0]);
+
+    const std::string name(5000, 'n');
+    const NodePtr named =
+        Retrieved("Channel: S\"a\" {\nChannel: S\"" + name + "\" {\n}\n}\n", EmptyNode());
+    EXPECT_EQ(name, named->Get(0)->GetName());
+    EXPECT_EQ(name, named->Get(0)->GetTimeWarpName());
+    KTdf none;
+    EXPECT_FALSE(named->TdfRetrieve(&none, false, true, true));
+    EXPECT_STREQ("a", named->GetName());
+}
+
+TEST(NodeStore, LayerTypesFollowTheTypeOfData)
+{
+    const struct
+    {
+        KDataType* type;
+        const char* name;
+        int children;
+        int stored;
+        int becomes;
+    } cases[] = {
+        {nullptr, "R", 4, 2, 0},
+        {nullptr, "R", 4, 3, 3},
+        {nullptr, "R", 3, 1, 2},
+        {nullptr, "R", 3, 5, 5},
+        {nullptr, "r", 3, 1, 1},
+        {KDataTypeLclRotation, "Turn", 2, 5, 0},
+        {KDataTypeTranslation, "x", 3, 3, 1},
+        {KDataTypeLclTranslation, "x", 3, 2, 1},
+        {KDataTypeScaling, "x", 3, 0, 3},
+        {KDataTypeRotation, "x", 3, 6, 6},
+        {KDataTypeVector, "x", 3, 4, 1},  // 4 is none: the node keeps what it has
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(std::string(each.name) + std::to_string(each.stored));
+        std::string text = std::string("Channel: S\"") + each.name + "\" {\n";
+        for (int i = 0; i < each.children; ++i) {
+            text += Numbered("Channel: S\"", i) + "\" {\n}\n";
+        }
+        text += "LayerType: I" + std::to_string(each.stored) + "\n}\n";
+        NodePtr node(GlissaNodeCreate(each.name, each.type, eLayerTypeVector, GlissaLayerInfo()));
+        EXPECT_EQ(each.becomes, Retrieved(text, std::move(node))->GetLayerType());
+    }
+}
+
+TEST(NodeStore, TimeWarpsLandWhereTimeIs)
+{
+    const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "Slow");
+    const NodePtr second = MakeChannel(KDataTypeTimeWarp, "Slower");
+    KSet<int, GlissaNode*> warps;
+    warps.Add(9, warp.get());
+    warps.Add(8, second.get());
+    Glissa_SetTWSet(&warps);
+    const auto text = [](const char* pName, int pNick, int pId) {
+        return std::string("Channel: S\"T\" {\nChannel: S\"") + pName + "\" {\nLayerID: I" +
+               std::to_string(pId) + "\nTimeWarpID: I" + std::to_string(pNick) + "\n}\n}\n";
+    };
+    const NodePtr axis = Retrieved(text("Y", 9, 0), EmptyNode());
+    EXPECT_EQ(warp.get(), axis->TimeWarpGet());
+    EXPECT_EQ(nullptr, axis->Get(0)->TimeWarpGet());
+    const NodePtr layer = Retrieved(text("Y", 9, 3), EmptyNode());
+    EXPECT_EQ(nullptr, layer->TimeWarpGet());
+    EXPECT_EQ(warp.get(), layer->Get(0)->TimeWarpGet());
+    const NodePtr other = Retrieved(text("y", 9, 0), EmptyNode());
+    EXPECT_EQ(warp.get(), other->Get(0)->TimeWarpGet());
+    EXPECT_EQ(nullptr, Retrieved(text("Y", 7, 0), EmptyNode())->TimeWarpGet());
+
+    // Time that depends on itself has no value, so such a link is left out.
+    KTdf tdf = FromText("Channel: S\"w\" {\nTimeWarpID: I8\n}\n");
+    warp->TdfRetrieve(&tdf, false, true, true);
+    EXPECT_EQ(second.get(), warp->TimeWarpGet());
+    tdf = FromText("Channel: S\"w\" {\nTimeWarpID: I9\n}\n");
+    second->TdfRetrieve(&tdf, false, true, true);
+    EXPECT_EQ(nullptr, second->TimeWarpGet());
+    Glissa_SetTWSet(nullptr);
+}
+
+// Layers: what the members of a chain take along, and chains that no writer makes.
+TEST(NodeStore, AChainThatWasReadIsAChain)
+{
+    const auto layer = [](int pId, const std::string& pInner, const std::string& pChannels) {
+        return "LayerChannel: S\"other\" {\nUserName: S\"other\"\n" + pChannels +
+               Numbered("LayerID: I", pId) + "\n" + pInner + "}\n";
+    };
+    const std::string axes = "Channel: S\"Z\" {\nDefault: D3\nLayerID: I5\n}\n"
+                             "Channel: S\"x\" {\nDefault: D1\nLayerID: I5\n}\n"
+                             "Channel: S\"W\" {\nDefault: D9\nLayerID: I5\n}\n";
+    NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
+    node->SetRotationOrder(4);
+    node->SetUseQuaternion(true);
+    node->CreateLayerAt(GlissaLayerInfo(2, nullptr));
+    KProperty* const property = node->GetProperty();
+    // 5, 3, 7, 7, 9 behind one another: 3 and the second 7 are no layers there.
+    const std::string chain =
+        layer(5, layer(3, layer(7, layer(7, layer(9, "", ""), ""), ""), ""), axes);
+    node = Retrieved("Channel: S\"S\" {\nUserName: S\"Size\"\n" + chain + "}\n", std::move(node),
+                     false);
+    std::string ids;
+    for (GlissaNode* each = node.get(); each; each = each->LayerGet()) {
+        ids += std::to_string(each->GetLayerID()) + ' ';
+        EXPECT_EQ(node.get(), each->ObjectLayerGet());
+        EXPECT_EQ(node->GetNameInfo(), each->GetNameInfo());
+        EXPECT_EQ(4, each->GetRotationOrder());
+        EXPECT_TRUE(each->GetUseQuaternion());
+        EXPECT_EQ(eLayerTypeScaling, each->GetLayerType());
+        ASSERT_EQ(3, each->GetCount());
+    }
+    EXPECT_EQ("0 5 7 9 ", ids);
+    EXPECT_STREQ("Size", node->GetTimeWarpName());
+    EXPECT_EQ(property, node->GetProperty());
+
+    GlissaNode* const five = node->LayerGet(5);
+    for (int i = 0; i < 3; ++i) {
+        GlissaNode* const channel = five->Get(i);
+        EXPECT_EQ(node->Get(i), channel->ObjectLayerGet());
+        EXPECT_STREQ(node->Get(i)->GetName(), channel->GetName());
+        // Y was not stored: it is neutral. The case of a stored name does not matter.
+        EXPECT_EQ(i == 1 ? 1.0f : static_cast<float>(i + 1), channel->FCurveGet()->GetValue());
+        EXPECT_EQ(i == 1, node->Get(i)->GetNameInfo() != channel->GetNameInfo());
+        EXPECT_EQ(5, channel->GetLayerID());
+    }
+    double values[3] = {};
+    EXPECT_EQ(values + 3, node->GeneralEvaluate(values, KTime()));
+
+    // Only what is stored replaces a chain; one that is no longer behind its node goes.
+    KTdf tdf = FromText("Channel: S\"S\" {\nLayerID: I7\n}\n");
+    node->TdfRetrieve(&tdf, false, false, false);
+    ASSERT_NE(nullptr, node->LayerGet());
+    EXPECT_EQ(9, node->LayerGet()->GetLayerID());
+}
+
+TEST(NodeStore, DepthIsThatOfTheDocument)
+{
+    for (const bool chain : {false, true}) {
+        std::string text = "Channel: S\"a\" {\n";
+        std::string end = "}\n";
+        for (int i = 1; i < KTdf::kMaxNesting; ++i) {
+            text += chain ? Numbered("LayerChannel: S\"a\" {\nLayerID: I", i) + '\n'
+                          : std::string("Channel: S\"a\" {\n");
+            end += "}\n";
+        }
+        const NodePtr node = Retrieved(text + end, EmptyNode());
+        int depth = 0;
+        for (GlissaNode* each = node.get(); each; each = chain ? each->LayerGet() : each->Get(0)) {
+            ++depth;
+        }
+        EXPECT_EQ(KTdf::kMaxNesting, depth);
+    }
+    // A tree that is deeper than documents are is refused by the document.
+    NodePtr deep = EmptyNode();
+    GlissaNode* last = deep.get();
+    for (int i = 0; i < 5000; ++i) {
+        last = last->FindOrCreate("a", false);
+    }
+    KTdf tdf;
+    EXPECT_TRUE(deep->TdfStore(&tdf, false, false, false, "Channel", false, false));
+    EXPECT_EQ(eTdfErrorNesting, tdf.GetError().GetLastErrorID());
+}
+}  // namespace
