@@ -126,6 +126,13 @@ inline std::string StoredText(Glissa& pCurve, bool pOnlyDefaults = false, bool p
 }
 
 /// No block is left behind when the curves of a test are gone.
+inline CurveHandle Retrieved(KTdf& pTdf, bool pOnlyDefaults = false, bool pWithColor = false)
+{
+    CurveHandle curve(GlissaCreate());
+    EXPECT_TRUE(curve->TdfRetrieve(&pTdf, pOnlyDefaults, pWithColor));
+    return curve;
+}
+
 class CurveStore : public testing::Test
 {
 protected:

@@ -1,0 +1,272 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/support/span_test.h"
+
+#include <cmath>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace
+{
+class Replace : public SpanTest
+{};
+
+TEST_F(Replace, TakesTheKeysOfTheSpan)
+{
+    struct Row
+    {
+        KTime start;
+        KTime stop;
+        bool exact;
+        double offset;
+        const char* keys;
+    };
+    const CurveHandle source = MakeCurve({{1.0, 11.0f}, {2.0, 12.0f}, {3.0, 13.0f}, {8.0, 18.0f}});
+    const Row rows[] = {
+        {kFromStart, kToEnd, false, 0.0, "0:0 1:11 2:12 3:13 8:18 10:5 "},
+        {kFromStart, kToEnd, true, 0.0, "0:0 1:11 2:12 3:13 8:18 10:5 "},
+        {Seconds(2.0), Seconds(3.0), true, 0.0, "0:0 2:12 3:13 4:2 6:3 8:4 10:5 "},
+        {Seconds(2.0), Seconds(3.0), false, 2.0, "0:0 2:1 4:12 5:13 6:3 8:4 10:5 "},
+        {Seconds(1.5), Seconds(6.0), false, 0.0, "0:0 2:12 3:13 8:4 10:5 "},
+        {Seconds(1.5), Seconds(6.0), true, 0.0, "0:0 2:12 3:13 8:4 10:5 "},
+        {Seconds(4.0), Seconds(6.0), true, 0.0, "0:0 2:1 8:4 10:5 "},
+        {Seconds(4.0), Seconds(6.0), false, 0.0, "0:0 2:1 8:4 10:5 "},
+        {Seconds(2.0), Seconds(3.0), true, 20.0, "0:0 2:1 4:2 6:3 8:4 10:5 22:12 23:13 "},
+        {Seconds(9.0), kToEnd, true, 0.0, "0:0 2:1 4:2 6:3 8:4 "},
+    };
+    for (const Row& row : rows) {
+        for (const bool keyEnds : {false, true}) {
+            if (keyEnds && row.start == Seconds(9.0)) {
+                continue;  // has no key from there on
+            }
+            SCOPED_TRACE(row.keys);
+            const CurveHandle curve = MakeCurve(
+                {{0.0, 0.0f}, {2.0, 1.0f}, {4.0, 2.0f}, {6.0, 3.0f}, {8.0, 4.0f}, {10.0, 5.0f}});
+            curve->Replace(source.get(), row.start, row.stop, row.exact, keyEnds,
+                           Seconds(row.offset));
+            EXPECT_EQ(row.keys, KeysOf(*curve));
+        }
+    }
+}
+
+TEST_F(Replace, SetsTheSeamsAndNothingElse)
+{
+    const std::vector<UserKey> keys = {{0.0, 0.0f, 1.0f, -1.0f},
+                                       {4.0, 8.0f, 2.0f, -2.0f},
+                                       {8.0, 4.0f, 3.0f, -3.0f},
+                                       {12.0, 0.0f, 4.0f, -4.0f}};
+    for (const bool exact : {false, true}) {
+        for (const bool isOpen : {false, true}) {
+            const CurveHandle old = MakeCurve(keys);
+            const CurveHandle curve = MakeCurve(keys);
+            const CurveHandle source =
+                MakeCurve({{2.0, 5.0f, 7.0f, -7.0f}, {3.0, 6.0f, 8.0f, -8.0f}, {6.0, 7.0f, 9.0f}});
+            curve->Replace(source.get(), isOpen ? kFromStart : Seconds(2.0),
+                           isOpen ? kToEnd : Seconds(6.0), exact, false, KTime());
+            ASSERT_EQ("0:0 2:5 3:6 6:7 8:4 12:0 ", KeysOf(*curve));
+            const bool hasSeams = !(exact && isOpen);
+            const KTime from = Seconds(2.0);
+            const KTime to = Seconds(6.0);
+            EXPECT_EQ(hasSeams ? old->EvaluateLeftDerivative(from, nullptr) : -2.0f,
+                      curve->KeyGetLeftDerivative(1));
+            EXPECT_EQ(hasSeams ? old->EvaluateRightDerivative(to, nullptr) : 9.0f,
+                      curve->KeyGetRightDerivative(3));
+            EXPECT_EQ(7.0f, curve->KeyGetRightDerivative(1));
+            EXPECT_EQ(-7.0f, curve->KeyGetLeftDerivative(2));
+            EXPECT_EQ(-8.0f, curve->KeyGetLeftDerivative(3));
+            // Behind the span: the left side of its first key is stored in the one before.
+            EXPECT_EQ(-2.0f, curve->KeyGetLeftDerivative(4));
+            EXPECT_TRUE(HasSameKey(*old, 2, *curve, 4));
+            EXPECT_EQ(source->InternalPriKeyAttrGetPtr(1), curve->InternalPriKeyAttrGetPtr(2));
+        }
+    }
+    // A source that has a key behind the span only.
+    const CurveHandle old = MakeCurve(keys);
+    const CurveHandle curve = MakeCurve(keys);
+    const CurveHandle late = MakeCurve({{20.0, 5.0f}});
+    curve->Replace(late.get(), Seconds(5.0), Seconds(6.0), true, true, KTime());
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(HasSameKey(*old, i, *curve, i));
+    }
+}
+
+TEST_F(Replace, AnEmptySourceClearsTheSpanOrHoldsItsDefault)
+{
+    const std::vector<UserKey> user = {
+        {0.0, 0.0f, 1.0f, -1.0f}, {4.0, 8.0f, 2.0f, -2.0f}, {8.0, 4.0f, 3.0f, -3.0f}};
+    std::vector<UserKey> automatic = user;
+    for (UserKey& key : automatic) {
+        key.flags = kRefCubic | kRefAuto;
+    }
+    const CurveHandle source(GlissaCreate());
+    source->SetValue(-5.0f);
+    struct Row
+    {
+        KTime start;
+        KTime stop;
+        const char* cleared;
+        int held;  // keys
+    };
+    const Row rows[] = {{Seconds(3.0), Seconds(6.0), "0:0 8:4 ", 6},
+                        {Seconds(4.0), Seconds(8.0), "0:0 ", 5},
+                        {kFromStart, Seconds(6.0), "8:4 ", 4},
+                        {Seconds(3.0), kToEnd, "0:0 ", 3},
+                        {kFromStart, kToEnd, "", 1}};
+    for (int i = 0; i < 10; ++i) {
+        const Row& row = rows[i / 2];
+        const std::vector<UserKey>& keys = i % 2 == 0 ? user : automatic;
+        SCOPED_TRACE(testing::Message() << row.cleared << i);
+        const CurveHandle old = MakeCurve(keys);
+        const CurveHandle cleared = MakeCurve(keys);
+        cleared->Replace(source.get(), row.start, row.stop, true, false, Seconds(100.0));
+        EXPECT_EQ(row.cleared, KeysOf(*cleared));
+        const CurveHandle held = MakeCurve(keys);
+        held->Replace(source.get(), row.start, row.stop, true, true, Seconds(100.0));
+        EXPECT_EQ(row.held, held->KeyGetCount());
+        for (double at = -1.0; at < 10.0; at += 0.125) {
+            const KTime time = Seconds(at);
+            const bool isInside = time >= row.start && time <= row.stop;
+            EXPECT_NEAR(isInside ? -5.0f : old->Evaluate(time, nullptr),
+                        held->Evaluate(time, nullptr), 1e-5)
+                << at;
+        }
+        for (const KTime time : {row.start, row.stop}) {
+            if (time != kFromStart && time != kToEnd) {
+                EXPECT_EQ(0.0f, held->EvaluateLeftDerivative(time, nullptr));
+                EXPECT_EQ(0.0f, held->EvaluateRightDerivative(time, nullptr));
+            }
+        }
+    }
+    const CurveHandle empty(GlissaCreate());
+    Heard heard;
+    empty->CallbackRegister(Heard::Hear, &heard);
+    empty->Replace(source.get(), Seconds(0.0), Seconds(1.0), true, true, KTime());
+    EXPECT_EQ(0, heard.calls);
+    EXPECT_EQ(0, empty->KeyGetCount());
+    empty->CallbackUnregister(Heard::Hear, &heard);
+}
+
+// Keys of every kind around the span, inside it, and a tick outside it.
+TEST_F(Replace, AHeldSpanLeavesTheCurveAroundItAlone)
+{
+    const CurveHandle source(GlissaCreate());
+    source->SetValue(-5.0f);
+    constexpr KTime kTick(1);
+    for (const std::uint32_t flags : MuseumKinds()) {
+        for (const bool onKeys : {false, true}) {
+            SCOPED_TRACE(testing::Message() << std::hex << flags << ' ' << onKeys);
+            const std::vector<UserKey> keys = {{0.0, 0.0f, 0.25f, 0.5f, flags},
+                                               {4.0, 8.0f, 0.5f, 0.25f, flags},
+                                               {8.0, 4.0f, 0.25f, -0.5f, flags},
+                                               {12.0, 6.0f, -0.5f, 0.0f, flags}};
+            const CurveHandle old = MakeCurve(keys);
+            const CurveHandle held = MakeCurve(keys);
+            const KTime start = onKeys ? Seconds(4.0) + kTick : Seconds(5.0);
+            const KTime stop = onKeys ? Seconds(8.0) - kTick : Seconds(6.0);
+            held->Replace(source.get(), start, stop, true, true, KTime());
+            EXPECT_EQ(onKeys ? 6 : 8, held->KeyGetCount());
+            for (double at = 0.0; at <= 12.0; at += 0.125) {
+                const KTime time = Seconds(at);
+                const bool isInside = time >= start && time <= stop;
+                EXPECT_NEAR(isInside ? -5.0f : old->Evaluate(time, nullptr),
+                            held->Evaluate(time, nullptr), 1e-4)
+                    << at;
+            }
+            EXPECT_EQ(0.0f, held->EvaluateRightDerivative(start, nullptr));
+            EXPECT_EQ(0.0f, held->EvaluateLeftDerivative(stop, nullptr));
+        }
+    }
+}
+
+// Slot 1 holds a slope or a parameter, and only a slope has a sign to turn.
+TEST_F(Replace, InversionMirrorsEveryKind)
+{
+    for (const std::uint32_t before : MuseumKinds()) {
+        for (const std::uint32_t behind : MuseumKinds()) {
+            SCOPED_TRACE(testing::Message() << std::hex << before << ' ' << behind);
+            const auto hasNoValues = [](std::uint32_t pFlags) { return (pFlags & 0xE) == 0; };
+            if (hasNoValues(before) || hasNoValues(behind)) {
+                continue;
+            }
+            const CurveHandle span = ToGlissa(MuseumTangentPair(before, behind));
+            const CurveHandle key = MakeCurve({{-1.0, 0.0f}});
+            for (const bool isBehind : {false, true}) {
+                // The keys of the span, or all those behind it.
+                Glissa* const source = isBehind ? key.get() : span.get();
+                const CurveHandle plain = ToGlissa(MuseumTangentPair(before, behind));
+                const CurveHandle curve = ToGlissa(MuseumTangentPair(before, behind));
+                plain->Replace(source, kFromStart, kToEnd, true, false, KTime());
+                curve->ReplaceForEulerXYZ(source, kFromStart, kToEnd, 3.0f, 3.0f, !isBehind,
+                                          isBehind, true, false, KTime());
+                for (int i = 0; i <= 60; ++i) {
+                    const KTime time = Seconds(i * 0.05);
+                    ASSERT_NEAR(3.0f - plain->Evaluate(time, nullptr),
+                                curve->Evaluate(time, nullptr), 1e-5)
+                        << isBehind << ' ' << i;
+                }
+            }
+        }
+    }
+}
+
+TEST_F(Replace, EulerShiftsTheSpanAndWhatIsBehindIt)
+{
+    const std::vector<UserKey> keys = {{0.0, 0.0f, 1.0f, -1.0f},
+                                       {4.0, 8.0f, 2.0f, -2.0f},
+                                       {8.0, 4.0f, 3.0f, -3.0f},
+                                       {9.0, 2.0f, 5.0f, -5.0f}};
+    const std::vector<UserKey> sourceKeys = {{3.0, 30.0f, 7.0f, -7.0f}, {5.0, 20.0f, 9.0f}};
+    struct Row
+    {
+        float fromStart, afterStop;
+        bool invertFrom, invertAfter;
+        int type;
+    };
+    const int replaced = kGlissaEventRemoved | kGlissaEventAdded | kGlissaEventOther |
+                         eEventEditWeight | eEventEditVelocity | eEventEditSlope;
+    for (const Row& row :
+         {Row{0.0f, 0.0f, false, false, replaced}, Row{1e-7f, -1e-7f, true, true, replaced},
+          Row{360.0f, -360.0f, false, false, replaced | kGlissaEventValue},
+          Row{180.0f, 540.0f, true, true, replaced | kGlissaEventValue},
+          Row{180.0f, 0.0f, true, false, replaced | kGlissaEventValue}}) {
+        SCOPED_TRACE(testing::Message() << row.fromStart << ' ' << row.afterStop);
+        const CurveHandle source = MakeCurve(sourceKeys);
+        const CurveHandle plain = MakeCurve(keys);
+        const CurveHandle curve = MakeCurve(keys);
+        plain->Replace(source.get(), kFromStart, kToEnd, true, false, KTime());
+        Heard heard;
+        curve->CallbackRegister(Heard::Hear, &heard);
+        curve->ReplaceForEulerXYZ(source.get(), kFromStart, kToEnd, row.fromStart, row.afterStop,
+                                  row.invertFrom, row.invertAfter, true, false, KTime());
+        EXPECT_EQ(1, heard.calls);
+        EXPECT_EQ(row.type, heard.type) << std::hex << heard.type;
+        ASSERT_EQ(5, curve->KeyGetCount());
+        for (int i = 0; i < 5; ++i) {
+            const bool isInSpan = i == 1 || i == 2;
+            const float add = i == 0 ? 0.0f : isInSpan ? row.fromStart : row.afterStop;
+            const bool invert =
+                i > 0 && std::fabs(add) > 1e-6f && (isInSpan ? row.invertFrom : row.invertAfter);
+            const float sign = invert ? -1.0f : 1.0f;
+            EXPECT_EQ(std::fabs(add) > 1e-6f ? add + sign * plain->KeyGetValue(i)
+                                             : plain->KeyGetValue(i),
+                      curve->KeyGetValue(i))
+                << i;
+            EXPECT_EQ(sign * plain->KeyGetRightDerivative(i), curve->KeyGetRightDerivative(i)) << i;
+            EXPECT_EQ((i == 0 ? 1.0f : sign) * plain->KeyGetLeftDerivative(i),
+                      curve->KeyGetLeftDerivative(i))
+                << i;
+        }
+        // The source's own keys are not negated with their copies.
+        EXPECT_EQ(7.0f, source->KeyGetRightDerivative(0));
+        curve->CallbackUnregister(Heard::Hear, &heard);
+    }
+    // A source without keys in the span: what is behind it stays.
+    const CurveHandle none(GlissaCreate());
+    const CurveHandle curve = MakeCurve(keys);
+    curve->ReplaceForEulerXYZ(none.get(), Seconds(3.0), Seconds(5.0), 360.0f, 360.0f, false, false,
+                              true, false, KTime());
+    EXPECT_EQ("0:0 8:4 9:2 ", KeysOf(*curve));
+}
+}  // namespace

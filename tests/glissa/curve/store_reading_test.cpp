@@ -1,0 +1,284 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Streams that lack something, are damaged or lie: what of them becomes a curve, and what does not
+// happen to the one that is read into.
+
+#include "corvekit/store/tdf.h"
+#include "glissa/ext/invalid_key_manager.h"
+#include "tests/support/stored_curve.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr unsigned kAutoKey = eInterpolationCubic | eTangentAuto;
+constexpr unsigned kUserKey = eInterpolationCubic | eTangentUser;
+constexpr unsigned kBrokenKey = eInterpolationCubic | eTangentUserBreak;
+
+TEST_F(CurveStore, WithoutADefaultNothingHappens)
+{
+    KTdf tdf = FromText("KeyVer: I4007 KeyCount: I1 Key: T0 D1 'L Color: D0 D0 D0");
+    const CurveHandle curve = ToGlissa(MuseumRecording(3));
+    const int id = curve->GetUpdateId();
+    EXPECT_FALSE(curve->TdfRetrieve(&tdf, false, true));
+    EXPECT_EQ(3, curve->KeyGetCount());
+    EXPECT_EQ(1.0f, curve->GetColor()[0]);
+    EXPECT_EQ(id, curve->GetUpdateId());
+}
+
+TEST_F(CurveStore, DefaultsAndColourAreReadOnRequest)
+{
+    const std::string text =
+        "Default: D2.5 KeyVer: I4007 KeyCount: I1 Key: T0 D1 'L Color: D0.25 D0.5 D0.75";
+    for (const bool onlyDefaults : {false, true}) {
+        for (const bool withColor : {false, true}) {
+            KTdf tdf = FromText(text);
+            const CurveHandle curve = ToGlissa(MuseumRecording(3));
+            EXPECT_TRUE(curve->TdfRetrieve(&tdf, onlyDefaults, withColor));
+            EXPECT_EQ(2.5f, curve->GetValue());
+            EXPECT_EQ(onlyDefaults ? 0 : 1, curve->KeyGetCount());
+            EXPECT_EQ(withColor && !onlyDefaults ? 0.5f : 1.0f, curve->GetColor()[1]);
+        }
+    }
+    // Every field but the default may be missing.
+    KTdf tdf = FromText("Default: D2.5");
+    const CurveHandle curve = ToGlissa(MuseumRecording(3));
+    EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, true));
+    EXPECT_EQ(0, curve->KeyGetCount());
+    EXPECT_EQ(1.0f, curve->GetColor()[1]);
+}
+
+void CountCall(Glissa*, GlissaEvent*, void* pCount)
+{
+    ++*static_cast<int*>(pCount);
+}
+
+TEST_F(CurveStore, ReadingIsSilentAndLeavesOwnerAndListeners)
+{
+    // An old version and a bad key: every operation inside that has something to tell.
+    const std::string text = "Default: D1 KeyVer: I0 KeyCount: I5 Key: T0 D1 'U 'a T1s D2 'L "
+                             "T1s D3 'L T2s D0 'U 's D1 D1 T3s D1 'L";
+    for (const bool inBracket : {false, true}) {
+        KTdf tdf = FromText(text);
+        int calls = 0;
+        const CurveHandle curve = ToGlissa(MuseumRecording(100));
+        auto* const owner = reinterpret_cast<GlissaNode*>(curve.get());
+        curve->SetOwner(owner);
+        curve->CallbackRegister(CountCall, &calls);
+        const int id = curve->GetUpdateId();
+        if (inBracket) {
+            curve->KeyModifyBegin();
+        }
+        EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, true));
+        EXPECT_EQ(4, curve->KeyGetCount());
+        EXPECT_EQ(!inBracket, curve->IsCallbackEnabled());
+        if (inBracket) {
+            curve->KeyModifyEnd();
+        }
+        EXPECT_EQ(0, calls);
+        EXPECT_EQ(owner, curve->GetOwner());
+        EXPECT_NE(id, curve->GetUpdateId());
+        curve->KeySetValue(0, 5.0f);
+        EXPECT_EQ(1, calls);
+        curve->SetOwner(nullptr);
+    }
+}
+
+struct BadKeyRow
+{
+    const char* name;
+    const char* keys;
+    std::vector<StoredKey> checked;
+    std::vector<StoredKey> unchecked;
+};
+
+// The same keys in both modes.
+BadKeyRow Both(const char* pName, const char* pKeys, std::initializer_list<StoredKey> pLeft)
+{
+    return {pName, pKeys, pLeft, pLeft};
+}
+
+TEST_F(CurveStore, ABadKeyGoesAndTheOthersStay)
+{
+    const unsigned line = eInterpolationLinear;
+    const StoredKey first{0, 1, line};
+    const StoredKey third{2, 3, line};
+    const BadKeyRow rows[] = {
+        Both("same time", "T0 D1 'L T0 D9 'L T2s D3 'L", {first, third}),
+        Both("earlier than the last good one", "T0 D1 'L T2s D3 'L T1s D9 'L T1.5s D9 'L T3s D4 'L",
+             {first, third, {3, 4, line}}),
+        Both("no time at all", "T-9223372036854775808 D9 'L T0 D1 'L T2s D3 'L", {first, third}),
+        Both("unknown letter", "T0 D1 'L T1s D9 'X T2s D3 'L", {first, third}),
+        Both("small letter", "T0 D1 'L T1s D9 'l T2s D3 'L", {first, third}),
+        Both("values behind an unknown letter", "T0 D1 'L T1s D9 'X D1 'L D2 T2s D3 'L",
+             {first, third}),
+        Both("unknown tangent", "T0 D1 'L T1s D9 'U 'f 'n 'n T2s D3 'L", {first, third}),
+        Both("tangent behind the table", "T0 D1 'L T1s D9 'U 'z T2s D3 'L", {first, third}),
+        Both("unknown clamp", "T0 D1 'L T1s D9 'U 'a 'n 'x T2s D3 'L", {first, third}),
+        Both("custom key", "T0 D1 'L T1s D9 T2s D3 'L", {first, third}),
+        Both("custom key at the end", "T0 D1 'L T2s D3 'L T3s D9", {first, third}),
+        Both("tangent without a letter", "T0 D1 'L T1s D9 'U T2s D3 'L",
+             {first, {1, 9, kAutoKey}, third}),
+        Both("cut in its slots", "T0 D1 'L T1s D9 'U 's D1 T2s D3 'L", {first, third}),
+        Both("cut before its weight", "T0 D1 'L T1s D9 'U 's D1 D1 'r T2s D3 'L", {first, third}),
+        Both("cut behind its slots", "T0 D1 'L T1s D9 'U 's D1 D1 T2s D3 'L",
+             {first, {1, 9, kUserKey, {1, 1}}, third}),
+        Both("unknown weight letter", "T0 D1 'L T1s D9 'U 's D1 D1 'x T2s D3 'L",
+             {first, {1, 9, kUserKey, {1, 1}}, third}),
+        Both("cut in the middle of the run", "T0 D1 'L T2s D3 'L T3s", {first, third}),
+        Both("letter and number in front", "'x D9 T0 D1 'L T2s D3 'L", {first, third}),
+        {"a key without a time between two",
+         "T-1s D1 'L I0 D2 'L T2s D3 'L",
+         {{-1, 1, line}, third},
+         {{-1, 1, line}, {0, 2, line}, third}},
+        {"number between keys", "T0 D1 'L D9 T2s D3 'L", {first, third}, {first, third}},
+        {"value of another type",
+         "T0 D1 'L T1s I9 'L T2s D3 'L",
+         {first, third},
+         {first, {1, 0, line}, third}},
+        {"slot of another type",
+         "T0 D1 'L T1s D9 'U 's I1 D2 'n T2s D3 'L",
+         {first, third},
+         {first, {1, 9, kUserKey, {0, 2}}, third}},
+        {"constant mode of another type",
+         "T0 D1 'L T1s D9 'C D1 T2s D3 'L",
+         {first, third},
+         {first, {1, 9, eInterpolationConstant}, third}},
+        {"tangent of another type",
+         "T0 D1 'L T1s D9 'U D1 'c T2s D3 'L",
+         {first, {1, 9, kAutoKey | eTangentClamp}, third},
+         {first, third}},
+        Both("another key behind an unknown letter", "T-1s D1 'L T-0.5s D9 'X D1 D2 'L T2s D3 'L",
+             {{-1, 1, line}, third}),
+        Both("all bad", "T0 D1 'X T1s D2 'X", {}),
+        Both("no values", "", {}),
+    };
+    for (const BadKeyRow& row : rows) {
+        for (const bool checked : {true, false}) {
+            SCOPED_TRACE(std::string(row.name) + (checked ? ", checked" : ", unchecked"));
+            KTdf tdf =
+                FromText("Default: D7 KeyVer: I4007 KeyCount: I9 Key: " + std::string(row.keys) +
+                         " Color: D0 D0 D0");
+            tdf.SetCheckedReading(checked);
+            const CurveHandle curve = Retrieved(tdf, false, true);
+            std::vector<RefKey> expected;
+            for (const StoredKey& each : checked ? row.checked : row.unchecked) {
+                expected.push_back(ToRefKey(each));
+            }
+            ExpectKeys(*curve, expected, false);
+            EXPECT_EQ(0.0f, curve->GetColor()[0]);  // what stands behind the run is read
+        }
+    }
+}
+
+TEST_F(CurveStore, WhereNoKeyIsLeftTheFirstValueIsTheDefault)
+{
+    KTdf tdf = FromText("Default: D7 KeyVer: I4007 KeyCount: I2 Key: T0 D1 'X T1s D2 'X");
+    EXPECT_EQ(1.0f, Retrieved(tdf)->GetValue());
+    tdf = FromText("Default: D7 KeyVer: I4007 KeyCount: I2 Key: 'L D1");
+    EXPECT_EQ(7.0f, Retrieved(tdf)->GetValue());
+}
+
+TEST_F(CurveStore, ACountIsBelievedAsFarAsTheFieldReaches)
+{
+    GLISSA_SetFCurveRecordMemoryBlockCount(0);
+    const unsigned before = GetRecordingMemory();
+    for (const char* count :
+         {"I2147483647", "I2000000000", "I3", "I2", "I1", "I0", "I-1", "D2", "I-2147483648"}) {
+        SCOPED_TRACE(count);
+        KTdf tdf = FromText("Default: D0 KeyVer: I4007 KeyCount: " + std::string(count) +
+                            " Key: T0 D1 'L T1s D1 'L");
+        const CurveHandle curve = Retrieved(tdf);
+        const int number = std::atoi(count + 1);
+        EXPECT_EQ(*count == 'D' ? 0 : std::clamp(number, 0, 2), curve->KeyGetCount());
+        EXPECT_LE(GetRecordingMemory() - before, 2048u);
+    }
+    for (const char* fields : {"KeyCount: I1000000000",
+                               "KeyCount: I1000000000 Key:", "KeyCount: I5 Key: {\nKey: T0\n}"}) {
+        KTdf tdf = FromText("Default: D0 KeyVer: I4007 " + std::string(fields));
+        EXPECT_EQ(0, Retrieved(tdf)->KeyGetCount());
+    }
+}
+
+// Removing them one by one would take minutes.
+TEST_F(CurveStore, ManyBadKeysTakeNoLongerThanGoodOnes)
+{
+    constexpr int kKeys = 400000;
+    KTdf tdf = FromText("Default: D0 KeyVer: I4007 KeyCount: I400000");
+    tdf.FieldWriteBegin("Key");
+    for (int i = 0; i < kKeys; ++i) {
+        tdf.FieldWriteT(KTime(i / 2));
+        tdf.FieldWriteD(i);
+        tdf.FieldWriteCH('L');
+    }
+    tdf.FieldWriteEnd();
+    const CurveHandle curve = Retrieved(tdf);
+    EXPECT_EQ(kKeys / 2, curve->KeyGetCount());
+    EXPECT_EQ(KTime(kKeys / 2 - 1), curve->KeyGetTime(kKeys / 2 - 1));
+    EXPECT_EQ(kKeys / 4 * 2.0f, curve->Evaluate(KTime(kKeys / 4), nullptr));
+}
+
+// Hears of invalid values, and may empty the curve that is being read.
+class InvalidValueListener final : public ICallback
+{
+public:
+    explicit InvalidValueListener(Glissa* pToClear) : mToClear(pToClear)
+    {
+        GlissaInvalidKeyManager::TheOne().Register(eInvalidKeyFound, this, kHear, 0);
+    }
+    ~InvalidValueListener() override
+    {
+        GlissaInvalidKeyManager::TheOne().Unregister(eInvalidKeyFound, this, kHear);
+    }
+    IObject* IQuery(unsigned long, int) override { return nullptr; }
+    void Destroy(int) override {}
+    void Hear(IRegister*, KEventBase*)
+    {
+        ++mHeard;
+        if (mToClear) {
+            mToClear->KeyClear();
+        }
+    }
+
+    int mHeard = 0;
+
+private:
+    static constexpr KCallbackMethod kHear =
+        static_cast<KCallbackMethod>(&InvalidValueListener::Hear);
+
+    Glissa* mToClear;
+};
+
+TEST_F(CurveStore, EveryKeyValueIsCheckedAndTheListenerMayDoAnything)
+{
+    const std::string text = "Default: Dinf KeyVer: I4007 KeyCount: I7 Key: T0 D1 'L T0 Dnan 'L "
+                             "T0 D1 'L T1s D2 'U 'b D1 D1 'n T2s D1e300 'L T3s D1 'L T3s D1 'L";
+    KTdf tdf = FromText(text);
+    CurveHandle curve = Retrieved(tdf);
+    EXPECT_EQ(HUGE_VALF, curve->KeyGetValue(2));
+    EXPECT_EQ(HUGE_VALF, curve->GetValue());  // the default value is no key's
+    for (const bool clears : {false, true}) {
+        tdf.FieldReadRewind();
+        const InvalidValueListener listener(clears ? curve.get() : nullptr);
+        EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, false));
+        EXPECT_EQ(2, listener.mHeard);
+        if (clears) {
+            ExpectKeys(*curve, {{2, 0, eInterpolationLinear}, {3, 1, eInterpolationLinear}}, false);
+        } else {
+            ExpectKeys(*curve,
+                       {{0, 1, eInterpolationLinear},
+                        {1, 2, kBrokenKey, {1, 1}},
+                        {2, 0, eInterpolationLinear},
+                        {3, 1, eInterpolationLinear}},
+                       false);
+        }
+    }
+}
+}  // namespace

@@ -1,0 +1,94 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// For tests only, not installed.
+#pragma once
+
+#include "tests/support/museum.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+// Small curves for tests of whole spans.
+
+inline const KTime kFromStart = KTime::MinusInfinite();
+inline const KTime kToEnd = KTime::Infinite();
+
+inline KTime Seconds(double pSeconds)
+{
+    return KTime::FromSeconds(pSeconds);
+}
+
+struct UserKey
+{
+    double seconds;
+    float value;
+    float right = 0.0f;
+    float nextLeft = 0.0f;
+    std::uint32_t flags = kRefCubic | kRefUser | kRefBreak;
+};
+
+inline CurveHandle MakeCurve(const std::vector<UserKey>& pKeys)
+{
+    RefCurve curve;
+    for (const UserKey& each : pKeys) {
+        RefKey key;
+        key.time = Seconds(each.seconds).Get();
+        key.value = each.value;
+        key.flags = each.flags;
+        key.slots[0] = each.right;
+        key.slots[1] = each.nextLeft;
+        curve.keys.push_back(key);
+    }
+    return ToGlissa(curve);
+}
+
+inline bool HasSameKey(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int pRightIndex)
+{
+    const GlissaKey left = pLeft.KeyGet(pLeftIndex);
+    const GlissaKey right = pRight.KeyGet(pRightIndex);
+    return left.GetTime() == right.GetTime() && left.GetValue() == right.GetValue() &&
+           std::memcmp(&left.GetAttributes(), &right.GetAttributes(),
+                       sizeof(GlissaKeyAttributes)) == 0;
+}
+
+/// Times and values as text, for whole-curve comparisons that can be read.
+inline std::string KeysOf(const Glissa& pCurve)
+{
+    std::string text;
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        char key[64];
+        std::snprintf(key, sizeof key, "%g:%g ", pCurve.KeyGetTime(i).GetSecondDouble(),
+                      static_cast<double>(pCurve.KeyGetValue(i)));
+        text += key;
+    }
+    return text;
+}
+
+struct Heard
+{
+    int calls = 0;
+    int type = 0;
+    int first = 0;
+    int last = 0;
+
+    static void Hear(Glissa*, GlissaEvent* pEvent, void* pHeard)
+    {
+        auto* heard = static_cast<Heard*>(pHeard);
+        *heard = {heard->calls + 1, pEvent->GetType(), pEvent->GetFirstKey(), pEvent->GetLastKey()};
+    }
+};
+
+/// Every block goes back to the pool, and the default block has no reference left over.
+class SpanTest : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
+        EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
+    }
+};
