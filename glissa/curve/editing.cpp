@@ -216,6 +216,7 @@ bool Glissa::KeyRemove(int pIndex)
         return false;
     }
     const KeyModifyBracket bracket(*this);
+    ResetCandidate();
     if (count == 1) {
         SetValue(KeyGetValue(0));
     }

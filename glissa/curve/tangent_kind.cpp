@@ -113,6 +113,7 @@ void Glissa::KeyUnselectAll()
 void Glissa::ChangeFlagsOfAll(unsigned pMask, unsigned pBits)
 {
     const KeyModifyBracket bracket(*this);
+    ResetCandidate();
     const KPriFCurveKeyAttr* lastOld = nullptr;
     KPriFCurveKeyAttr* lastNew = nullptr;
     for (int i = 0; i < KeyGetCount(); ++i) {

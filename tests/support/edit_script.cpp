@@ -22,6 +22,17 @@ bool IsSame(float pLeft, float pRight)
     return pLeft == pRight || (std::isnan(pLeft) && std::isnan(pRight));
 }
 
+bool HasSameKeys(const std::vector<NaiveKey>& pLeft, const std::vector<NaiveKey>& pRight)
+{
+    return std::equal(pLeft.begin(), pLeft.end(), pRight.begin(), pRight.end(),
+                      [](const NaiveKey& pOld, const NaiveKey& pNew) {
+                          return pOld.time == pNew.time && IsSame(pOld.value, pNew.value) &&
+                                 pOld.flags == pNew.flags && IsSame(pOld.slots[0], pNew.slots[0]) &&
+                                 IsSame(pOld.slots[1], pNew.slots[1]) && pOld.slot2 == pNew.slot2 &&
+                                 pOld.slot3 == pNew.slot3;
+                      });
+}
+
 void Hear(Glissa*, GlissaEvent* pEvent, void* pObject)
 {
     static_cast<std::vector<HeardEvent>*>(pObject)->push_back(
@@ -224,7 +235,13 @@ std::string EditScript::Step()
         pair.heard.clear();
         pair.naive.sent.clear();
     }
+    const std::vector<NaiveKey> before = Naive().keys;
+    Curve().CandidateSet(KTime(), 1.0);
     step.run(*this);
+    if (Curve().IsCandidate() && !HasSameKeys(before, Naive().keys)) {
+        mFaults += "a candidate outlives a change of keys\n";
+    }
+    Curve().CandidateClear();
     if (check && Naive().Nesting() == 0) {
         mFaults += check->Verify(kMostKeys);
     }

@@ -236,6 +236,30 @@ const EditKind kSteps[] = {
          s.Curve().KeySetOptimizeThreshold(s.Choose().Below(40));
      },
      false},
+    {"CandidateKey",
+     [](Script& s) {
+         constexpr std::uint32_t kKinds[] = {0x2, 0x102, 0x4, 0x108, 0x208, 0x408, 0x908, 0xC08};
+         NaiveKey key;
+         key.time = s.Time();
+         key.value = s.Value();
+         key.flags = kKinds[s.Choose().Below(8)];
+         if (key.IsCubic(0x200)) {
+             key.slot2 = key.slot3 = 0;
+         } else {
+             key.SetWeights(3333, 3333);
+         }
+         const bool override = s.Choose().Below(4) != 0;
+         const KTime time(key.time);
+         const float slope = s.Curve().EvaluateLeftDerivative(time, nullptr);
+         int last = static_cast<int>(s.Choose().Between(-5, 400));
+         s.Curve().CandidateSet(time, key.value);
+         s.Same(s.Curve().CandidateKey(&last, static_cast<int>(key.flags & 0xF),
+                                       static_cast<int>(key.flags & 0xF00), eContinuityDefault,
+                                       override),
+                true);
+         s.Same(last, s.Naive().KeyCandidate(key, slope, override));
+     },
+     false},
     {"KeyMove",
      [](Script& s) {
          const int i = s.Index();

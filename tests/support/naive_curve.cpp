@@ -449,3 +449,68 @@ bool NaiveCurve::MoveTimes(std::int64_t pFrom, std::int64_t pTo, std::int64_t pD
     int last = 0;
     return Range(pFrom, pTo, pInclusive, first, last) && MoveRange(pDelta, first, last);
 }
+
+int NaiveCurve::KeyCandidate(const NaiveKey& pKey, float pSlope, bool pOverride)
+{
+    const Bracket bracket(*this);
+    if (keys.empty()) {
+        return Add(pKey.time, pKey);
+    }
+    const double x = Find(pKey.time);
+    const bool exists = IsWhole(x);
+    const int lo = static_cast<int>(std::floor(x)) - (exists ? 1 : 0);
+    const int hi = exists ? lo + 2 : lo + 1;
+    const bool hasLo = lo >= 0;
+    const bool hasHi = hi < Count();
+    const NaiveSide loLeft = hasLo ? LeftSide(lo) : NaiveSide();
+    const NaiveSide hiLeft = hasHi ? LeftSide(hi) : NaiveSide();
+    const NaiveSide hiRight = hasHi ? RightSide(hi) : NaiveSide();
+    NaiveSide left;
+    NaiveSide right;
+    left.slope = right.slope = pSlope;
+    const int index = lo + 1;
+    if (exists && !pOverride) {
+        SetValue(index, pKey.value);
+        SetTime(index, pKey.time);
+        return index;
+    }
+    if (exists) {
+        left = LeftSide(index);
+        right = RightSide(index);
+        SetRaw(index, pKey);
+    } else {
+        Add(pKey.time, pKey);
+    }
+    SetLeftSide(index, left, false);
+    SetRightSide(index, right, false);
+    if (hasHi && (hasLo || exists)) {
+        SetLeftSide(index + 1, hiLeft, false);
+    }
+    if (!exists && hasLo && !hasHi) {
+        RunOn(lo, true, loLeft);
+    } else if (!exists && hasHi && !hasLo) {
+        RunOn(index + 1, false, hiRight);
+    }
+    return index;
+}
+
+// The old end key runs on into a new segment with the side that it had.
+void NaiveCurve::RunOn(int pIndex, bool pBehind, const NaiveSide& pSide)
+{
+    const std::uint32_t bits = Key(pIndex).Is(kRefCubic) ? Key(pIndex).flags : 0;
+    const float parameter = pBehind ? LeftAuto(pIndex) : RightAuto(pIndex);
+    const bool force = (bits & 0x400) != 0 || ((bits & 0x100) != 0 && parameter != 0.0f);
+    const auto setInner = [&](bool pForce) {
+        pBehind ? SetLeftSide(pIndex, pSide, pForce) : SetRightSide(pIndex, pSide, pForce);
+    };
+    const auto setOuter = [&](bool pForce) {
+        pBehind ? SetRightSide(pIndex, pSide, pForce) : SetLeftSide(pIndex, pSide, pForce);
+    };
+    setOuter(force);
+    if ((bits & 0x900) == 0x900) {
+        pBehind ? SetRightAuto(pIndex, 100.0f) : SetLeftAuto(pIndex, 100.0f);
+    }
+    if (force && (bits & 0x800) == 0) {
+        setInner(true);
+    }
+}

@@ -102,6 +102,9 @@ public:
     void MoveAll(bool pSelected, std::int64_t pDelta, float pValue);
     bool MoveRange(std::int64_t pDelta, int pFirst, int pLast);
     bool MoveTimes(std::int64_t pFrom, std::int64_t pTo, std::int64_t pDelta, bool pInclusive);
+    /// Makes a key of a candidate: pKey says of what kind, pSlope is that of the curve there. The
+    /// index of the key.
+    int KeyCandidate(const NaiveKey& pKey, float pSlope, bool pOverride);
     void MoveValues(bool pSelected, float pValue);
     void Scale(bool pSelected, float pFactor, bool pValues, bool pTangents);
     void MultTangent(int pIndex, float pFactor);
@@ -141,6 +144,7 @@ private:
     bool Range(std::int64_t pFrom, std::int64_t pTo, bool pInclusive, int& pFirst,
                int& pLast) const;
     int Reinsert(int pIndex, std::int64_t pTime, NaiveKey pKey, bool pArrivalReadLate);
+    void RunOn(int pIndex, bool pBehind, const NaiveSide& pSide);
     bool IsClamped(int pIndex, bool pLeft) const;
     void Secants(int pIndex, double& pToLeft, double& pToRight) const;
     double Secant(int pFrom, int pTo) const;

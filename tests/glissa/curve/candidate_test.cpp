@@ -58,20 +58,27 @@ TEST(Candidate, HoldsOneValueUntilAKeyChanges)
     EXPECT_FALSE(curve->CandidateKey(&hint, eInterpolationLinear, 0, eContinuityDefault, true));
 
     const std::pair<const char*, void (*)(Glissa&)> changes[] = {
-        {"bracket", [](Glissa& c) { const KeyModifyBracket bracket(c); }},
         {"value", [](Glissa& c) { c.KeySetValue(0, 0.0f); }},
         {"time", [](Glissa& c) { c.KeySetTime(0, Seconds(-0.5)); }},
         {"data", [](Glissa& c) { c.KeySetDataDouble(0, eDataRightSlope, 7.0f); }},
         {"selection", [](Glissa& c) { c.KeySetSelected(0, true); }},
+        {"selection of all", [](Glissa& c) { c.KeySelectAll(); }},
         {"mark", [](Glissa& c) { c.KeySetMarkedForManipulation(0, true); }},
         {"append", [](Glissa& c) { c.KeyAppendFast(Seconds(9.0), 0.0f); }},
         {"refused", [](Glissa& c) { c.KeySet(0, Seconds(5.0), 0.0f, 4, 0); }},
+        {"removal", [](Glissa& c) { c.KeyRemove(0); }},
         {"clear", [](Glissa& c) { c.KeyClear(); }},
     };
     for (const auto& [name, change] : changes) {
+        // At once, and not at the end of a bracket around it, which ends one by itself.
         const CurveHandle changed = ThreeKeys(kRefLinear);
-        changed->CandidateSet(Seconds(0.5), 3.0);
-        change(*changed);
+        {
+            const KeyModifyBracket bracket(*changed);
+            changed->CandidateSet(Seconds(0.5), 3.0);
+            change(*changed);
+            EXPECT_FALSE(changed->IsCandidate()) << name;
+            changed->CandidateSet(Seconds(0.5), 3.0);
+        }
         EXPECT_FALSE(changed->IsCandidate()) << name;
     }
 }
