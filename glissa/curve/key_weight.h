@@ -38,13 +38,24 @@ inline std::int16_t ToStoredNumber(float pReal)
     return static_cast<std::int16_t>(isNext ? next : truncated);
 }
 
-/// Clamped to 1..9899. NaN takes the least weight.
+/// NaN takes the least weight.
+inline float ClampedWeight(float pWeight)
+{
+    return !(pWeight > kGlissaMinWeight) ? kGlissaMinWeight
+           : pWeight > kGlissaMaxWeight  ? kGlissaMaxWeight
+                                         : pWeight;
+}
+
+/// Clamped to 1..9899.
 inline std::int16_t ToStoredWeight(float pWeight)
 {
-    const float weight = !(pWeight > kGlissaMinWeight) ? kGlissaMinWeight
-                         : pWeight > kGlissaMaxWeight  ? kGlissaMaxWeight
-                                                       : pWeight;
-    return ToStoredNumber(weight);
+    return ToStoredNumber(ClampedWeight(pWeight));
+}
+
+/// The same as the curve format defines it: truncated, whatever it was before.
+inline std::int16_t ToTruncatedWeight(float pWeight)
+{
+    return static_cast<std::int16_t>(ClampedWeight(pWeight) * kStoredScale);
 }
 
 /// Values beyond the 16-bit range stop at its ends. NaN gives 0.

@@ -347,16 +347,17 @@ bool Glissa::StoreReader::ReadWeights()
     if (mode == eWeightNone) {
         return true;
     }
-    for (const auto& [bit, data] : {std::pair{eWeightRight, eDataRightWeight},
-                                    std::pair{eWeightNextLeft, eDataNextLeftWeight}}) {
+    auto weights = WeightPair::FromSlot(mLocal.mData[2]);
+    for (const unsigned side : {unsigned{eWeightRight}, unsigned{eWeightNextLeft}}) {
         float weight = 0.0f;
-        if ((mode & bit) != 0) {
+        if ((mode & side) != 0) {
             if (!Number(weight)) {
                 return false;
             }
-            mLocal.SetDataDouble(data, weight);
+            (side == eWeightRight ? weights.mRight : weights.mNextLeft) = ToTruncatedWeight(weight);
         }
     }
+    mLocal.mData[2] = weights.ToSlot();
     return true;
 }
 
