@@ -1,0 +1,49 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// For fuzz targets only, not installed.
+#pragma once
+
+#include "io/clip.h"
+
+#include <cstdlib>
+#include <set>
+#include <string>
+
+/// Unlike an assertion, this also ends a release build.
+inline void Require(bool pTrue)
+{
+    if (!pTrue) {
+        std::abort();
+    }
+}
+
+inline std::size_t MemoryOf(const Clip& pClip)
+{
+    std::size_t bytes =
+        pClip.mValues.capacity() * sizeof(double) + pClip.mJoints.capacity() * sizeof(ClipJoint);
+    for (const ClipJoint& joint : pClip.mJoints) {
+        bytes += joint.mName.capacity() + joint.mAddress.capacity() + joint.mChannels.capacity() +
+                 joint.mEndSites.capacity() * sizeof(ClipEndSite);
+    }
+    return bytes;
+}
+
+/// What io/clip.h promises of joints, channels and the frame period.
+inline void CheckClip(const Clip& pClip)
+{
+    std::set<std::string> addresses;
+    int channels = 0;
+    for (std::size_t i = 0; i < pClip.mJoints.size(); ++i) {
+        const ClipJoint& joint = pClip.mJoints[i];
+        Require(joint.mParent >= -1 && joint.mParent < static_cast<int>(i));
+        Require(joint.mRotationOrder >= 0 && joint.mRotationOrder < 6);
+        Require(joint.mFirstChannel == channels);
+        Require(joint.mChannels.size() <= 6);
+        Require(!joint.mAddress.empty() && addresses.insert(joint.mAddress).second);
+        channels += static_cast<int>(joint.mChannels.size());
+    }
+    Require(!pClip.mJoints.empty() && pClip.mChannelCount == channels);
+    Require(pClip.mFrameCount >= 0 && pClip.mFramePeriod > KTime());
+    Require(pClip.GetTime(pClip.mFrameCount) < KTime::Infinite());
+    Require(pClip.GetRate().mNumerator > 0 && pClip.GetRate().mDenominator > 0);
+}
