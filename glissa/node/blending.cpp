@@ -4,10 +4,10 @@
 // How a layer's values come onto those below: sums for numbers, powers and products for scaling,
 // matrices and quaternions for rotations.
 
-#include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/euler_blend.h"
 #include "glissa/node/node_state.h"
+#include "glissa/node/running_rotation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,53 +19,111 @@ constexpr double kFullWeight = 0.99999;
 constexpr double kNoWeight = 1e-5;
 constexpr double kExcludedWeight = 0.001;  // an excluded layer of no weight counts as full
 
-// The part pWeight of a rotation. All of it needs no conversion.
-void ScaleRotation(KgeRVector& pAngles, double pWeight, const KVdRotationOrder& pOrder)
+KgeRMatrix MatrixOf(const double* pAngles, const KVdRotationOrder& pOrder)
+{
+    KgeRMatrix matrix;
+    pOrder.V2M(matrix, KgeRVector(pAngles));
+    return matrix;
+}
+
+// The part pWeight of a rotation. All of it needs no power.
+KgeRMatrix PartOf(const double* pAngles, double pWeight, const KVdRotationOrder& pOrder)
+{
+    const KgeRMatrix whole = MatrixOf(pAngles, pOrder);
+    return pWeight == 1.0 ? whole : whole.Power(pWeight);
+}
+
+void ScaleRotation(double* pAngles, double pWeight, const KVdRotationOrder& pOrder)
 {
     if (pWeight != 1.0) {
-        KgeRMatrix matrix;
-        pOrder.V2M(matrix, pAngles);
-        pOrder.M2V(pAngles, matrix.Power(pWeight));
+        KgeRVector scaled;
+        pOrder.M2V(scaled, PartOf(pAngles, pWeight, pOrder));
+        std::copy_n(scaled.Data(), 3, pAngles);
     }
 }
 
-KgeRVector Composed(const KgeRVector& pBelow, const KgeRVector& pLayer,
-                    const KVdRotationOrder& pOrder, bool pOlder)
+// The same blend with the older conversions.
+void BlendOlder(double* pResult, double* pValues, double pWeight, eLayerMode pMode,
+                const KVdRotationOrder& pOrder)
 {
-    if (pOlder) {
-        const KgeQuaternion below(OlderEulerMatrix(pBelow, pOrder));
-        const KgeQuaternion layer(OlderEulerMatrix(pLayer, pOrder));
-        return OlderEulerAngles(KgeRMatrix(below * layer), pOrder);
+    if (pMode != eLayerModeOverridePassthrough) {
+        ScaleRotation(pValues, pWeight, pOrder);
     }
-    KgeRMatrix below;
-    KgeRMatrix layer;
-    pOrder.V2M(below, pBelow);
-    pOrder.V2M(layer, pLayer);
-    KgeRVector result;
-    pOrder.M2V(result, below * layer);
-    return result;
-}
-
-KgeRVector Mixed(const KgeRVector& pBelow, const KgeRVector& pLayer, double pWeight,
-                 const KVdRotationOrder& pOrder, bool pOlder)
-{
-    if (pOlder) {
-        const KgeQuaternion below(OlderEulerMatrix(pBelow, pOrder));
-        const KgeQuaternion layer(OlderEulerMatrix(pLayer, pOrder));
-        return OlderEulerAngles(KgeRMatrix(KgeSlerp(below, layer, pWeight)), pOrder);
+    if (pMode == eLayerModeOverride) {
+        std::copy_n(pValues, 3, pResult);
+        return;
     }
-    KgeQuaternion below;
-    KgeQuaternion layer;
-    pOrder.V2Q(below, pBelow);
-    pOrder.V2Q(layer, pLayer);
-    KgeRVector result;
-    pOrder.Q2V(result, KgeSlerp(below, layer, pWeight));
-    return result;
+    const KgeQuaternion below(OlderEulerMatrix(KgeRVector(pResult), pOrder));
+    const KgeQuaternion layer(OlderEulerMatrix(KgeRVector(pValues), pOrder));
+    const bool mixes = pMode == eLayerModeOverridePassthrough;
+    const KgeQuaternion blended = mixes ? KgeSlerp(below, layer, pWeight) : below * layer;
+    const KgeRVector angles = OlderEulerAngles(KgeRMatrix(blended), pOrder);
+    std::copy_n(angles.Data(), 3, pResult);
 }
 }  // namespace
 
+// How many values a blend works on.
+int GlissaNode::ValuesAtHand() const
+{
+    return mState->mCurve ? 1 : std::min(mState->mChildren.GetCount(), kNodeZeroValues);
+}
+
+// A rotation stays a matrix on its way along the chain, and becomes angles where it ends.
+void GlissaNode::RunningRotation::Take(const double* pAngles)
+{
+    if (!mHolds) {
+        mHolds = true;
+        // At rest, as a chain begins.
+        const bool rests = pAngles[0] == 0.0 && pAngles[1] == 0.0 && pAngles[2] == 0.0;
+        mMatrix = rests ? KgeRMatrix() : MatrixOf(pAngles, mOrder);
+    }
+}
+
+void GlissaNode::RunningRotation::Put(double* pAngles)
+{
+    if (mHolds) {
+        mHolds = false;
+        KgeRVector angles;
+        mOrder.M2V(angles, mMatrix);
+        std::copy_n(angles.Data(), 3, pAngles);
+    }
+}
+
+void GlissaNode::RunningRotation::Blend(double* pResult, const double* pValues, double pWeight,
+                                        eLayerMode pMode)
+{
+    switch (pMode) {
+    case eLayerModeAdditive:
+        Take(pResult);
+        mMatrix = mMatrix * PartOf(pValues, pWeight, mOrder);
+        break;
+    case eLayerModeOverride:
+        // Angles of full weight are kept as they are, whole turns included.
+        mHolds = pWeight != 1.0;
+        if (mHolds) {
+            mMatrix = PartOf(pValues, pWeight, mOrder);
+        } else {
+            std::copy_n(pValues, 3, pResult);
+        }
+        break;
+    case eLayerModeOverridePassthrough:
+        Take(pResult);
+        mMatrix = KgeRMatrix(
+            KgeSlerp(KgeQuaternion(mMatrix), KgeQuaternion(MatrixOf(pValues, mOrder)), pWeight));
+        break;
+    }
+}
+
 void GlissaNode::AccumulateValue(double* pResult, double* pValues, KTime pTime, int pExcludedId,
                                  int, int)
+{
+    RunningRotation running(mState->mRotationOrder);
+    Accumulate(pResult, pValues, pTime, pExcludedId, running);
+    running.Put(pResult);
+}
+
+void GlissaNode::Accumulate(double* pResult, double* pValues, KTime pTime, int pExcludedId,
+                            RunningRotation& pRunning)
 {
     const GlissaLayerInfo& info = mState->mLayer;
     double weight = info.GetWeight(pTime);
@@ -76,7 +134,14 @@ void GlissaNode::AccumulateValue(double* pResult, double* pValues, KTime pTime, 
     }
     // The weight of a channel is that of its whole: a leaf with a parent just hands its value on.
     const bool hands_on = mState->mCurve && mState->mParent;
-    switch (GetLayerType()) {
+    const int type = GetLayerType();
+    if (type == eLayerTypeRotation && !mState->mCurve && mState->mChildren.GetCount() >= 3 &&
+        !GLISSA_IsBrokenRotationBlendEnabled()) {
+        pRunning.Blend(pResult, pValues, weight, mode);
+        return;
+    }
+    pRunning.Put(pResult);
+    switch (type) {
     case eLayerTypeValue:
     case eLayerTypeVector:
         if (hands_on) {
@@ -105,25 +170,29 @@ void GlissaNode::AccumulateValue(double* pResult, double* pValues, KTime pTime, 
 
 void GlissaNode::BlendSimple(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
-    const int count = std::min(GetValueCount(), kNodeZeroValues);
-    for (int i = 0; i < count; ++i) {
-        switch (pMode) {
-        case eLayerModeAdditive:
+    const int count = ValuesAtHand();
+    switch (pMode) {
+    case eLayerModeAdditive:
+        for (int i = 0; i < count; ++i) {
             pResult[i] += pWeight * pValues[i];
-            break;
-        case eLayerModeOverride:
-            pResult[i] = pWeight * pValues[i];
-            break;
-        case eLayerModeOverridePassthrough:
-            pResult[i] = pWeight * pValues[i] + (1.0 - pWeight) * pResult[i];
-            break;
         }
+        break;
+    case eLayerModeOverride:
+        for (int i = 0; i < count; ++i) {
+            pResult[i] = pWeight * pValues[i];
+        }
+        break;
+    case eLayerModeOverridePassthrough:
+        for (int i = 0; i < count; ++i) {
+            pResult[i] = pWeight * pValues[i] + (1.0 - pWeight) * pResult[i];
+        }
+        break;
     }
 }
 
 void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
-    const int count = std::min(GetValueCount(), kNodeZeroValues);
+    const int count = ValuesAtHand();
     for (int i = 0; i < count; ++i) {
         const double below = std::fabs(pResult[i]);
         const double layer = std::fabs(pValues[i]);
@@ -150,25 +219,13 @@ void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight,
     if (type != eLayerTypeRotation || GetValueCount() < 3) {
         return;
     }
-    const KVdRotationOrder order(mState->mRotationOrder);
-    const bool older = GLISSA_IsBrokenRotationBlendEnabled();
-    KgeRVector layer(pValues);
-    KgeRVector result(pResult);
-    switch (pMode) {
-    case eLayerModeAdditive:
-        ScaleRotation(layer, pWeight, order);
-        result = Composed(result, layer, order, older);
-        break;
-    case eLayerModeOverride:
-        ScaleRotation(layer, pWeight, order);
-        result = layer;
-        break;
-    case eLayerModeOverridePassthrough:
-        result = Mixed(result, layer, pWeight, order, older);
-        break;
+    if (GLISSA_IsBrokenRotationBlendEnabled()) {
+        BlendOlder(pResult, pValues, pWeight, pMode, KVdRotationOrder(mState->mRotationOrder));
+    } else {
+        RunningRotation running(mState->mRotationOrder);
+        running.Blend(pResult, pValues, pWeight, pMode);
+        running.Put(pResult);
     }
-    std::copy_n(layer.Data(), 3, pValues);
-    std::copy_n(result.Data(), 3, pResult);
 }
 
 void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
@@ -180,9 +237,7 @@ void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
             pValues[0] *= pWeight;
         }
     } else if (type == eLayerTypeRotation && count >= 3) {
-        KgeRVector angles(pValues);
-        ScaleRotation(angles, pWeight, KVdRotationOrder(mState->mRotationOrder));
-        std::copy_n(angles.Data(), 3, pValues);
+        ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
     } else if (GetDataType() == KDataTypeLclScaling) {
         for (int i = 0; i < count; ++i) {
             pValues[i] = std::pow(pValues[i], pWeight);

@@ -7,6 +7,7 @@
 
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
+#include "glissa/node/running_rotation.h"
 
 #include <algorithm>
 #include <limits>
@@ -69,31 +70,47 @@ double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bo
     return Internal_GeneralEvaluate(pValues, pTime, pHint, pCandidate);
 }
 
-// Whether a child is what children are nearly always: a curve and no more, of the same layer as its
-// parent, so that neither mute, warp, chain nor weight can come in.
-inline bool GlissaNode::IsPlainChild(const GlissaNode* pChild) const
+// Notes the curves of the children where these are three plain ones: a curve and no more, of the
+// same layer as their parent, so that neither mute, warp, chain nor weight can come in.
+void GlissaNode::NotePlainChildren()
 {
-    const State& child = *pChild->mState;
-    return child.mCurve && !child.mTimeWarp && !child.mNextLayer && !mIgnoreMute &&
-           child.mLayer.GetLayer() == mState->mLayer.GetLayer() &&
-           (child.mLayer.GetLayerID() == 0 ||
-            (child.mParent && (child.mEvaluationFlags & kNodeLayerTypes) == 0x01));
+    mState->mPlain = PlainChildren();
+    mState->mPlain.mChanges = node_structure_changes.load(std::memory_order_relaxed);
+    const KArrayTemplate<GlissaNode*, 16>& children = mState->mChildren;
+    const auto is_plain = [this](const GlissaNode* pChild) {
+        const State& child = *pChild->mState;
+        return child.mCurve && !child.mTimeWarp && !child.mNextLayer &&
+               child.mLayer.GetLayer() == mState->mLayer.GetLayer() &&
+               child.mLayer.GetLayerID() == mState->mLayer.GetLayerID() &&
+               (child.mLayer.GetLayerID() == 0 ||
+                (child.mParent && (child.mEvaluationFlags & kNodeLayerTypes) == kNodePlainValue));
+    };
+    if (children.GetCount() == 3 && std::all_of(children.begin(), children.end(), is_plain)) {
+        for (int i = 0; i < 3; ++i) {
+            mState->mPlain.mCurves[i] = children[i]->mState->mCurve;
+        }
+    }
 }
 
 // The children's values side by side, as many of them as pRoom holds.
 double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint,
                                      bool pCandidate)
 {
-    // A layer's child adds its value to its zero value, which turns -0 into 0; adding -0 does not.
-    const double zero = GetLayerID() != 0 ? 0.0 : -0.0;
+    PlainChildren& plain = mState->mPlain;
+    if (!plain.AreNoted()) {
+        NotePlainChildren();
+    }
+    if (plain.mCurves[0] && !pCandidate && !mIgnoreMute && pRoom >= 3) {
+        // A layer's child adds its value to its zero value, which turns -0 into 0; adding -0 does
+        // not.
+        const double zero = GetLayerID() != 0 ? 0.0 : -0.0;
+        for (int i = 0; i < 3; ++i) {
+            pValues[i] = static_cast<double>(plain.mCurves[i]->Evaluate(pTime, pHint)) + zero;
+        }
+        return pValues + 3;
+    }
     int room = pRoom;
     for (GlissaNode* child : mState->mChildren) {
-        if (!pCandidate && IsPlainChild(child) && room > 0) {
-            const float value = child->mState->mCurve->Evaluate(pTime, pHint);
-            *pValues++ = static_cast<double>(value) + zero;
-            --room;
-            continue;
-        }
         const int width = child->Width();
         room -= width;
         if (room < 0) {
@@ -125,6 +142,19 @@ double* GlissaNode::EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pH
 double* GlissaNode::Internal_GeneralEvaluate(double* pValues, KTime pTime, int* pHint,
                                              bool pCandidate)
 {
+    if (!IsBlended()) {
+        return EvaluateNode(pValues, pTime, pHint, pCandidate, nullptr);
+    }
+    RunningRotation running(mState->mRotationOrder);
+    double* end = EvaluateNode(pValues, pTime, pHint, pCandidate, &running);
+    running.Put(pValues);
+    return end;
+}
+
+// This node and the chain behind it; pRunning for a node that is blended.
+double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool pCandidate,
+                                 RunningRotation* pRunning)
+{
     const KTime time = mState->mTimeWarp ? WarpedTime(pTime, pCandidate) : pTime;
     const bool plays = !IsNodeMuted();
     const bool holds_total = pCandidate && plays && GetLayerID() == 0;
@@ -133,23 +163,26 @@ double* GlissaNode::Internal_GeneralEvaluate(double* pValues, KTime pTime, int* 
         const int count = std::min(GetValueCount(), kNodeLayeredValues);
         return std::copy_n(mState->mTotalCandidate, count, pValues);
     }
-    if (plays) {
-        int first = 0;
-        int* hint = pHint ? pHint : &first;
-        if (IsBlended()) {
-            double own[kNodeZeroValues] = {};
-            GetZeroValues(own);
-            const double* own_end = EvaluateOwn(own, kNodeZeroValues, time, hint, pCandidate);
-            AccumulateValue(pValues, own, time, -1, -1, kEveryLayer);
-            end = pValues + (own_end - own);
-        } else {
-            end = EvaluateOwn(pValues, kEveryLayer, time, hint, pCandidate);
-        }
+    int first = 0;
+    int* hint = pHint ? pHint : &first;
+    if (plays && pRunning) {
+        double own[kNodeZeroValues];
+        std::fill(GetZeroValues(own), own + kNodeZeroValues, 0.0);
+        const double* own_end = EvaluateOwn(own, kNodeZeroValues, time, hint, pCandidate);
+        Accumulate(pValues, own, time, -1, *pRunning);
+        end = pValues + (own_end - own);
+    } else if (plays) {
+        end = EvaluateOwn(pValues, kEveryLayer, time, hint, pCandidate);
     }
-    if (mState->mNextLayer) {
-        mState->mNextLayer->Internal_GeneralEvaluate(pValues, time, nullptr, pCandidate);
+    if (GlissaNode* next = mState->mNextLayer) {
+        // The layers' keys stand where those of the base do, as a rule: they start from its hint.
+        int layer_hint = *hint;
+        next->EvaluateNode(pValues, time, &layer_hint, pCandidate, pRunning);
     }
     if (holds_total) {
+        if (pRunning) {
+            pRunning->Put(pValues);
+        }
         HoldTotal(pValues, GetValueCount(), time);
     }
     return end;

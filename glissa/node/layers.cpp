@@ -60,6 +60,7 @@ const GlissaLayerInfo& GlissaNode::GetLayerInfo() const
 void GlissaNode::SetLayerInfo(const GlissaLayerInfo& pInfo)
 {
     mState->mLayer = pInfo;
+    NoteStructureChange();
 }
 
 int GlissaNode::GetLayerID() const
@@ -140,6 +141,7 @@ void GlissaNode::LayerSet(GlissaNode* pNode, bool pDeleteOld)
         return;
     }
     mState->mNextLayer = pNode;
+    NoteStructureChange();
     if (old && pDeleteOld) {
         old->Destroy();
     }

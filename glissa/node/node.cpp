@@ -34,6 +34,8 @@ int Sum(int pLeft, int pRight)
 }
 }  // namespace
 
+std::atomic<std::uint64_t> node_structure_changes{1};
+
 GlissaNode::NameInfo& GlissaNode::State::Names()
 {
     if (!mNames) {
@@ -101,6 +103,7 @@ GlissaNode::~GlissaNode()
     if (mState->mParent) {
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
+    NoteStructureChange();
     mState->ReleaseNames();
     SetETI(nullptr);
     delete mState;
@@ -108,6 +111,7 @@ GlissaNode::~GlissaNode()
 
 void GlissaNode::Clear()
 {
+    NoteStructureChange();
     for (int i = mState->mChildren.GetCount() - 1; i >= 0; --i) {
         if (mState->IsContainer()) {
             Remove(i);
@@ -219,6 +223,7 @@ Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
         return nullptr;
     }
     mState->mCurve = pCurve;
+    NoteStructureChange();
     if (old && pDestroyOld) {
         old->Destroy();
         old = nullptr;
@@ -361,6 +366,7 @@ bool GlissaNode::GetEvaluationFlag(int pMask, int pValue) const
 
 void GlissaNode::SetEvaluationFlag(int pMask, int pValue)
 {
+    NoteStructureChange();
     mState->mEvaluationFlags =
         (mState->mEvaluationFlags & ~static_cast<unsigned>(pMask)) | static_cast<unsigned>(pValue);
 }
@@ -393,6 +399,7 @@ void GlissaNode::SetLayerType(int pType, GlissaNode*)
     const unsigned bit = LayerTypeBit(pType);
     if (bit != 0 && pType != GetLayerType()) {
         mState->mEvaluationFlags = (mState->mEvaluationFlags & ~kNodeLayerTypes) | bit;
+        NoteStructureChange();
     }
 }
 

@@ -563,6 +563,7 @@ private:
     class StoreReader;
 
     class RotationPath;
+    class RunningRotation;
 
     void TellOfLayers();
     bool ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
@@ -572,9 +573,14 @@ private:
     int Width() const;
     KTime WarpedTime(KTime pTime, bool pCandidate) const;
     bool IsBlended() const;
-    bool IsPlainChild(const GlissaNode* pChild) const;
+    void NotePlainChildren();
     double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
     double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
+    double* EvaluateNode(double* pValues, KTime pTime, int* pHint, bool pCandidate,
+                         RunningRotation* pRunning);
+    void Accumulate(double* pResult, double* pValues, KTime pTime, int pExcludedId,
+                    RunningRotation& pRunning);
+    int ValuesAtHand() const;
     double* EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce);
     double* EvaluatePart(double* pValues, KTime pTime, int pExcludedId, int pFirstId, int pLastId);
     GlissaNode* FindLayerHere(int pId);

@@ -5,6 +5,9 @@
 
 #include "glissa/node/node.h"
 
+#include <atomic>
+#include <cstdint>
+
 // Bits of the flag word.
 constexpr unsigned kNodeIOType = 0x01;
 constexpr unsigned kNodeVisible = 0x02;
@@ -15,6 +18,7 @@ constexpr unsigned kNodeMultiLayer = 0x40;
 
 // Bits of the evaluation flag word.
 constexpr unsigned kNodeLayerTypes = 0x3F;
+constexpr unsigned kNodePlainValue = 0x01;
 constexpr unsigned kNodeRotationByLayer = 0x800;
 constexpr unsigned kNodeUseQuaternion = 0x2000;
 // The total method, and at the same time the low bit of the specific one: whoever sets both sets
@@ -29,21 +33,46 @@ constexpr int kNodeLayeredValues = 4;
 // Most values that GetZeroValues writes.
 constexpr int kNodeZeroValues = 16;
 
+// The structure of all trees counts its changes: links, curves, layers and layer types. What a node
+// has noted of those below it holds while the count stands.
+extern std::atomic<std::uint64_t> node_structure_changes;
+
+inline void NoteStructureChange()
+{
+    node_structure_changes.fetch_add(1, std::memory_order_relaxed);
+}
+
+// The curves of three children that are nothing but curves of their parent's layer, as nearly all
+// are, so that evaluation goes to them and not through the children. All null for other children.
+struct PlainChildren
+{
+    Glissa* mCurves[3] = {};
+    std::uint64_t mChanges = 0;  // as counted when they were noted
+
+    bool AreNoted() const
+    {
+        return mChanges == node_structure_changes.load(std::memory_order_relaxed);
+    }
+};
+
 struct GlissaNode::State
 {
-    NameInfo* mNames = nullptr;
+    // What evaluation reads of a branch, or of a leaf, stands in one cache line.
     GlissaNode* mNextLayer = nullptr;
-    GlissaLayerInfo mLayer;
-    unsigned mFlags = kNodeExpanded | kNodeMultiLayer;
-    int mReferenceCount = 0;
-    KArrayTemplate<GlissaNode*, 16> mChildren;
-    Glissa* mCurve = nullptr;
     GlissaNode* mTimeWarp = nullptr;
+    GlissaLayerInfo mLayer;
+    Glissa* mCurve = nullptr;
+    unsigned mEvaluationFlags = 0;
+    unsigned mFlags = kNodeExpanded | kNodeMultiLayer;
+    PlainChildren mPlain;
+
+    KArrayTemplate<GlissaNode*, 16> mChildren;
+    GlissaNode* mParent = nullptr;
     GlissaNode* mObjectLayer = nullptr;
+    NameInfo* mNames = nullptr;
     GlissaNode* mTemplate = nullptr;
     GlissaNode* mDataNode = nullptr;
-    GlissaNode* mParent = nullptr;
-    unsigned mEvaluationFlags = 0;
+    int mReferenceCount = 0;
     int mUpdateId = 0;
     int mRotationOrder = 0;
     float mTotalCandidate[kNodeLayeredValues] = {};

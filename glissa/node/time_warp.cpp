@@ -24,6 +24,7 @@ void GlissaNode::TimeWarpSet(GlissaNode* pWarp)
         mState->mTimeWarp->DecReferenceCount();
     }
     mState->mTimeWarp = pWarp;
+    NoteStructureChange();
     if (pWarp) {
         pWarp->IncReferenceCount();
     }

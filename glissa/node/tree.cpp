@@ -50,6 +50,7 @@ int GlissaNode::Add(GlissaNode* pChild)
     if (!mState->IsContainer()) {
         pChild->SetParent(this);
     }
+    NoteStructureChange();
     return mState->mChildren.Add(pChild);
 }
 
@@ -59,6 +60,7 @@ int GlissaNode::SortedAdd(GlissaNode* pChild)
     while (place < GetCount() && KCompareNoCase(pChild->GetName(), Get(place)->GetName()) > 0) {
         ++place;
     }
+    NoteStructureChange();
     return mState->mChildren.InsertAt(place, pChild);
 }
 
@@ -70,6 +72,7 @@ void GlissaNode::Remove(int pIndex)
             child->SetParent(nullptr);
         }
         mState->mChildren.RemoveAt(pIndex);
+        NoteStructureChange();
     }
 }
 
@@ -138,6 +141,7 @@ int GlissaNode::Find(const char* pName)
 void GlissaNode::SetParent(GlissaNode* pParent)
 {
     mState->mParent = pParent;
+    NoteStructureChange();
 }
 
 GlissaNode* GlissaNode::GetParent()
