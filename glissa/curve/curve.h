@@ -289,7 +289,8 @@ public:
                       double pTolerance = 0.0);
     /// Adds a key of the kind before it and keeps the shape of the curve between its end keys: a
     /// neighbour whose slope follows the new key gets other parameters, where they do not suffice
-    /// another kind of tangent. Behind the keys and before them the end tangent runs on.
+    /// another kind of tangent, and so do TCB keys before it that leave its slope no place. Behind
+    /// the keys and before them the end tangent runs on.
     ///
     /// pHint  in and out, may be null; it comes back as the index of the key at the time.
     /// Gives the index of the key at that time; behind the last key, that of the old last key.
@@ -370,7 +371,9 @@ public:
     /// The same after extrapolation has mapped the time into the keys.
     double KeyFindAll(KTime pTime, int* pHint);
     /// Key of an index in the sequence of pre repetitions, keys and post repetitions, each
-    /// repetition one entry shorter than the keys.
+    /// repetition one entry shorter than the keys. With mirror the two counts decide whether the
+    /// repetitions of a side run backward, all of them; times, which KeyFindAll maps, turn each
+    /// time.
     ///
     /// pPart  out: 0 before everything, 1 in the pre repetitions, 2 in the keys, 3 in the post
     ///        repetitions, 4 behind everything.
