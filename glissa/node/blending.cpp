@@ -134,7 +134,7 @@ void GlissaNode::Accumulate(double* pResult, double* pValues, KTime pTime, int p
     }
     // The weight of a channel is that of its whole: a leaf with a parent just hands its value on.
     const bool hands_on = mState->mCurve && mState->mParent;
-    const int type = GetLayerType();
+    const EGlissaLayerType type = mState->LayerType();
     if (type == eLayerTypeRotation && !mState->mCurve && mState->mChildren.GetCount() >= 3 &&
         !GLISSA_IsBrokenRotationBlendEnabled()) {
         pRunning.Blend(pResult, pValues, weight, mode);

@@ -49,6 +49,14 @@ bool GlissaNode::IsBlended() const
     return mState->mNextLayer || mState->mLayer.GetLayerID() != 0;
 }
 
+// Whether three plain curves are all that the node evaluates: most channels, most of the time.
+inline bool GlissaNode::IsPlainChannel() const
+{
+    return mState->mPlain.AreNoted() && mState->mPlain.mCurves[0] && !mState->mTimeWarp &&
+           !mIgnoreMute && !IsBlended() && !mState->mLayer.IsMuted() &&
+           (mState->mEvaluationFlags & kNodeUseQuaternion) == 0;
+}
+
 double* GlissaNode::Evaluate(double* pValues, KTime pTime, int* pHint)
 {
     if (IsNodeMuted()) {
@@ -66,6 +74,14 @@ double* GlissaNode::Evaluate(double* pValues, KTime pTime, int* pHint)
 
 double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
 {
+    if (!pCandidate && IsPlainChannel()) {
+        int first = 0;
+        int* const hint = pHint ? pHint : &first;
+        for (int i = 0; i < 3; ++i) {
+            pValues[i] = static_cast<double>(mState->mPlain.mCurves[i]->Evaluate(pTime, hint));
+        }
+        return pValues + 3;
+    }
     GetZeroValues(pValues);
     return Internal_GeneralEvaluate(pValues, pTime, pHint, pCandidate);
 }
@@ -167,7 +183,7 @@ double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool 
     int* hint = pHint ? pHint : &first;
     if (plays && pRunning) {
         double own[kNodeZeroValues];
-        std::fill(GetZeroValues(own), own + kNodeZeroValues, 0.0);
+        GetZeroValues(own);
         const double* own_end = EvaluateOwn(own, kNodeZeroValues, time, hint, pCandidate);
         Accumulate(pValues, own, time, -1, *pRunning);
         end = pValues + (own_end - own);

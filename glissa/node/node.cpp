@@ -378,20 +378,7 @@ void GlissaNode::SetEvaluationFlag(int pMask, bool pSet)
 
 int GlissaNode::GetLayerType() const
 {
-    switch (mState->mEvaluationFlags & kNodeLayerTypes) {
-    case 0x01:
-        return eLayerTypeValue;
-    case 0x04:
-        return eLayerTypeScaling;
-    case 0x08:
-        return eLayerTypeScalingAlt;
-    case 0x10:
-        return eLayerTypeRotation;
-    case 0x20:
-        return eLayerTypeRotationByChannel;
-    default:
-        return eLayerTypeVector;
-    }
+    return mState->LayerType();
 }
 
 void GlissaNode::SetLayerType(int pType, GlissaNode*)

@@ -573,6 +573,7 @@ private:
     int Width() const;
     KTime WarpedTime(KTime pTime, bool pCandidate) const;
     bool IsBlended() const;
+    bool IsPlainChannel() const;
     void NotePlainChildren();
     double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
     double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);

@@ -83,6 +83,24 @@ struct GlissaNode::State
     KZrObjectHolder mHolder;
     IConnector* mConnector = nullptr;
 
+    EGlissaLayerType LayerType() const
+    {
+        switch (mEvaluationFlags & kNodeLayerTypes) {
+        case 0x01:
+            return eLayerTypeValue;
+        case 0x04:
+            return eLayerTypeScaling;
+        case 0x08:
+            return eLayerTypeScalingAlt;
+        case 0x10:
+            return eLayerTypeRotation;
+        case 0x20:
+            return eLayerTypeRotationByChannel;
+        default:
+            return eLayerTypeVector;
+        }
+    }
+
     bool HasFlag(unsigned pFlag) const { return (mFlags & pFlag) != 0; }
     void SetFlag(unsigned pFlag, bool pSet) { mFlags = (mFlags & ~pFlag) | (pSet ? pFlag : 0u); }
     // A child knows its parent unless it is only referenced.

@@ -8,6 +8,7 @@
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/tangent_math.h"
+#include "glissa/ext/active.h"
 #include "glissa/node/node_state.h"
 
 #include <algorithm>
@@ -89,6 +90,18 @@ struct TCB
     double tension, continuity, bias;
 };
 
+// A curve on a key of its own has that key's value, unless a host interpolates it.
+double AngleAt(const Place& pPlace, KTime pTime, int pKey)
+{
+    Glissa& curve = *pPlace.curve;
+    if (pKey < curve.KeyGetCount() && curve.KeyGetTime(pKey) == pTime &&
+        CustomTangentTypeCount() == 0) {
+        return static_cast<double>(curve.KeyGetValue(pKey));
+    }
+    int hint = pKey;
+    return static_cast<double>(curve.Evaluate(pTime, &hint));
+}
+
 // A third of the way behind, or with -1 before, a time.
 KTime ThirdFrom(KTime pTime, double pSeconds, double pSign)
 {
@@ -113,7 +126,7 @@ public:
     KgeRVector Evaluate();
 
 private:
-    KgeRMatrix MatrixAt(KTime pTime, int pKey);
+    KgeRMatrix MatrixAt(KTime pTime, int pKey) const;
     KgeRMatrix MatrixOf(const KgeRVector& pAngles) const;
     Path FindPath();
     KgeQuaternion OutgoingHandle(const Path& pPath);
@@ -138,13 +151,11 @@ KgeRMatrix GlissaNode::RotationPath::MatrixOf(const KgeRVector& pAngles) const
     return matrix;
 }
 
-// The orientation at a time, which is that of a key of X.
-KgeRMatrix GlissaNode::RotationPath::MatrixAt(KTime pTime, int pKey)
+// The orientation at a time, which is that of a key of X and, as a rule, of Y and Z.
+KgeRMatrix GlissaNode::RotationPath::MatrixAt(KTime pTime, int pKey) const
 {
-    double angles[kNodeZeroValues] = {};
-    int hint = pKey;
-    mNode.Evaluate(angles, pTime, &hint);
-    return MatrixOf(KgeRVector(angles));
+    return MatrixOf(
+        KgeRVector(AngleAt(mX, pTime, pKey), AngleAt(mY, pTime, pKey), AngleAt(mZ, pTime, pKey)));
 }
 
 KgeQuaternion GlissaNode::RotationPath::HandleOf(const KgeRVector& pAngles) const

@@ -10,7 +10,7 @@
 
 double* GlissaNode::GetZeroValues(double* pValues)
 {
-    const int type = GetLayerType();
+    const EGlissaLayerType type = mState->LayerType();
     if (type == eLayerTypeScalingAlt) {
         return pValues;
     }
