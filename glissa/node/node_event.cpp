@@ -8,10 +8,29 @@
 
 #include "glissa/node/node_state.h"
 
-#include <utility>
-
 GlissaNodeEvent::~GlissaNodeEvent() = default;
-GlissaNodeCallbackList::~GlissaNodeCallbackList() = default;
+
+/// Where the calls of one event have got to. Lives on the stack of the call.
+struct GlissaNodeCallbackList::Walk
+{
+    GlissaNodeCallbackList* list;
+    Walk* outer;
+    int place;  // listeners from here on have been called (last first), or those before have
+    int end;    // of the listeners that were there at the start
+
+    void Removed(int pIndex)
+    {
+        place -= pIndex < place ? 1 : 0;
+        end -= pIndex < end ? 1 : 0;
+    }
+};
+
+GlissaNodeCallbackList::~GlissaNodeCallbackList()
+{
+    for (Walk* walk = mWalks; walk; walk = walk->outer) {
+        walk->list = nullptr;
+    }
+}
 
 void GlissaNodeCallbackList::Register(GlissaNodeCallback pFunction, void* pData)
 {
@@ -26,10 +45,30 @@ bool GlissaNodeCallbackList::Unregister(GlissaNodeCallback pFunction, void* pDat
         if (mFunctions[i] == pFunction && mData[i] == pData) {
             mFunctions.RemoveAt(i);
             mData.RemoveAt(i);
+            for (Walk* walk = mWalks; walk; walk = walk->outer) {
+                walk->Removed(i);
+            }
             return true;
         }
     }
     return false;
+}
+
+bool GlissaNodeCallbackList::SendPending(GlissaNode* pNode, bool pLastFirst)
+{
+    GlissaNodeEvent event = *this;
+    Clear();
+    Walk walk{this, mWalks, pLastFirst ? GetCount() : 0, GetCount()};
+    mWalks = &walk;
+    while (pLastFirst ? walk.place > 0 : walk.place < walk.end) {
+        const int index = pLastFirst ? --walk.place : walk.place++;
+        mFunctions[index](pNode, &event, mData[index]);
+        if (!walk.list) {
+            return false;
+        }
+    }
+    mWalks = walk.outer;
+    return true;
 }
 
 void GlissaNode::CallbackRegister(GlissaNodeCallback pFunction, void* pData)
@@ -39,7 +78,6 @@ void GlissaNode::CallbackRegister(GlissaNodeCallback pFunction, void* pData)
     }
     if (!mState->mCallbacks) {
         mState->mCallbacks = new GlissaNodeCallbackList;
-        ++mState->mCallbackListsSoFar;
     }
     mState->mCallbacks->Register(pFunction, pData);
 }
@@ -73,19 +111,8 @@ void GlissaNode::CallbackAddEvent(int pBit)
     }
     mState->mCallbacks->Add(pBit);
     mState->mUpdateId = static_cast<int>(static_cast<unsigned>(mState->mUpdateId) + 1u);
-    if (!mState->mCallbacks->IsEnabled()) {
-        return;
-    }
-    GlissaNodeEvent event = *mState->mCallbacks;
-    mState->mCallbacks->Clear();
-    const unsigned walked = mState->mCallbackListsSoFar;
-    for (int i = mState->mCallbacks->GetCount() - 1; i >= 0; --i) {
-        if (!mState->mCallbacks || mState->mCallbackListsSoFar != walked) {
-            return;
-        }
-        if (i < mState->mCallbacks->GetCount()) {
-            mState->mCallbacks->Call(i, this, &event);
-        }
+    if (mState->mCallbacks->IsEnabled()) {
+        mState->mCallbacks->SendPending(this, true);
     }
 }
 
@@ -95,17 +122,9 @@ bool GlissaNode::CallbackEnable(bool pEnable)
     if (!list || list->IsEnabled() == pEnable) {
         return true;
     }
-    if (pEnable && list->GetEventCount() > 0) {
-        GlissaNodeEvent event = *list;
-        list->Clear();
-        const unsigned walked = mState->mCallbackListsSoFar;
-        for (int i = 0; i < mState->mCallbacks->GetCount(); ++i) {
-            mState->mCallbacks->Call(i, this, &event);
-            if (!mState->mCallbacks || mState->mCallbackListsSoFar != walked) {
-                return true;
-            }
-        }
+    const bool sends = pEnable && list->GetEventCount() > 0;
+    if (!sends || list->SendPending(this, false)) {
+        list->SetEnabled(pEnable);
     }
-    mState->mCallbacks->SetEnabled(pEnable);
     return true;
 }

@@ -57,21 +57,27 @@ using GlissaNodeCallback = void (*)(GlissaNode* pNode, GlissaNodeEvent* pEvent, 
 class GLISSA_API GlissaNodeCallbackList final : public GlissaNodeEvent
 {
 public:
+    GlissaNodeCallbackList() = default;
+    GlissaNodeCallbackList(const GlissaNodeCallbackList&) = delete;
+    GlissaNodeCallbackList& operator=(const GlissaNodeCallbackList&) = delete;
     ~GlissaNodeCallbackList() override;
 
     int GetCount() const { return mFunctions.GetCount(); }
     void Register(GlissaNodeCallback pFunction, void* pData);
     /// Removes the last equal pair. False when there is none.
     bool Unregister(GlissaNodeCallback pFunction, void* pData);
-    void Call(int pIndex, GlissaNode* pNode, GlissaNodeEvent* pEvent) const
-    {
-        mFunctions[pIndex](pNode, pEvent, mData[pIndex]);
-    }
+    /// Takes out what is pending and calls the listeners with it, each once: a listener may remove
+    /// itself and others, or bring the list down. Those that come while it lasts are left out.
+    /// False when the list has gone.
+    bool SendPending(GlissaNode* pNode, bool pLastFirst);
     bool IsEnabled() const { return mEnabled; }
     void SetEnabled(bool pEnabled) { mEnabled = pEnabled; }
 
 private:
+    struct Walk;
+
     KArrayTemplate<GlissaNodeCallback, 4> mFunctions;
     KArrayTemplate<void*, 4> mData;
     bool mEnabled = true;
+    Walk* mWalks = nullptr;  // the calls that are under way, innermost first
 };

@@ -78,7 +78,6 @@ struct GlissaNode::State
     float mTotalCandidate[kNodeLayeredValues] = {};
     KTime mCandidateTime = KTime::Infinite();
     GlissaNodeCallbackList* mCallbacks = nullptr;
-    unsigned mCallbackListsSoFar = 0;  // by which a walk sees that its list has gone
     IGlissaETI* mETI = nullptr;
     KZrObjectHolder mHolder;
     IConnector* mConnector = nullptr;
