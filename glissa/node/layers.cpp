@@ -31,16 +31,6 @@ void DeleteAllKeys(GlissaNode* pNode)
     }
 }
 
-// What a locked layer becomes in place of going: without keys, candidates and effect.
-void Empty(GlissaNode* pLayer)
-{
-    DeleteAllKeys(pLayer);
-    double zero[kNodeZeroValues] = {};
-    pLayer->GetZeroValues(zero);
-    pLayer->SetValue(zero, true);
-    pLayer->CandidateClear(pLayer->GetLayerID(), false);
-}
-
 // The curve that stands for a node: its own or that of its first child.
 Glissa* FirstCurve(GlissaNode* pNode)
 {
@@ -235,12 +225,20 @@ bool GlissaNode::RemoveLayerNode(int pId)
         ResetValue(false);
         CandidateClear(0, true);
     } else if (layer->IsNodeLockedInHierarchy(false)) {
-        Empty(layer);
+        layer->Empty();
     } else {
         before->mState->mNextLayer = std::exchange(layer->mState->mNextLayer, nullptr);
         layer->Destroy();
     }
     return true;
+}
+
+// What a locked layer becomes in place of going: without keys, candidates and effect.
+void GlissaNode::Empty()
+{
+    DeleteAllKeys(this);
+    SetZeroValues(true);
+    CandidateClear(GetLayerID(), false);
 }
 
 GlissaNode* GlissaNode::InsertOrCopyLayer(const GlissaLayerInfo& pInfo, GlissaNode* pSource)
@@ -270,7 +268,7 @@ void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocke
                 return;
             }
             for (; next; next = next->LayerGet()) {
-                Empty(next);
+                next->Empty();
             }
         }
         return;
@@ -280,7 +278,7 @@ void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocke
     while (before->LayerGet() && before->LayerGet()->GetLayerID() < id) {
         GlissaNode* extra = before->LayerGet();
         if (extra->IsNodeLockedInHierarchy(false)) {
-            Empty(extra);
+            extra->Empty();
             before = extra;
         } else {
             before->mState->mNextLayer = std::exchange(extra->mState->mNextLayer, nullptr);
@@ -291,6 +289,16 @@ void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocke
     if (layer) {
         layer->TakeNode(source, pTransfer, pEvenLocked);
         layer->TakeLayers(source, pTransfer, pEvenLocked);
+    }
+}
+
+// Below too, where every child of a layer has that of the base as its own base.
+void GlissaNode::SetBase(GlissaNode* pBase)
+{
+    mState->mObjectLayer = pBase;
+    for (int i = 0; i < GetCount(); ++i) {
+        GlissaNode* base = pBase->Get(i);
+        Get(i)->SetBase(base ? base : Get(i));
     }
 }
 

@@ -126,6 +126,11 @@ void GlissaNode::Clear()
     if (GlissaNode* layer = std::exchange(mState->mNextLayer, nullptr)) {
         if (layer->DecReferenceCount() < 1) {
             layer->Destroy();
+        } else {
+            // Others hold it: without this node it begins a chain of its own.
+            for (GlissaNode* node = layer; node; node = node->LayerGet()) {
+                node->SetBase(layer);
+            }
         }
     }
     mState->mObjectLayer = this;

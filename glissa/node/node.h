@@ -265,7 +265,8 @@ public:
     /// A layer at its place in the chain; the one that is there, where there is one. Null for this
     /// node's own id, an id below it, and on a node that may not have layers.
     GlissaNode* CreateLayerAt(const GlissaLayerInfo& pInfo);
-    /// Takes a layer out of the chain and gives it, or destroys it and gives null. No event.
+    /// Takes a layer out of the chain and gives it, or destroys it and gives null. No event. What
+    /// is given keeps its base, which must outlive it: the base's property and lock query decide.
     GlissaNode* RemoveLayer(int pId, bool pDestroy);
     /// Takes a layer out and destroys it; the base and a locked layer are emptied instead. False
     /// when there is none of that id.
@@ -566,6 +567,9 @@ private:
     class RunningRotation;
 
     void TellOfLayers();
+    void Empty();
+    void SetBase(GlissaNode* pBase);
+    void SetZeroValues(bool pForce);
     bool ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
                          bool pKeyEndsWhenEmpty, KTime pOffset);
     void TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked);

@@ -68,7 +68,8 @@ void GlissaNode::Remove(int pIndex)
 {
     GlissaNode* child = Get(pIndex);
     if (child) {
-        if (!mState->IsContainer()) {
+        // A container may have been none when the child came.
+        if (!mState->IsContainer() || child->GetParent() == this) {
             child->SetParent(nullptr);
         }
         mState->mChildren.RemoveAt(pIndex);

@@ -48,11 +48,25 @@ double* GlissaNode::SetValue(double* pValues, bool pForce)
 
 void GlissaNode::ResetValue(bool pChain)
 {
-    double zero[kNodeZeroValues] = {};
-    GetZeroValues(zero);
-    SetValue(zero, false);
-    if (pChain && mState->mNextLayer) {
-        mState->mNextLayer->ResetValue(true);
+    for (GlissaNode* node = this; node; node = pChain ? node->LayerGet() : nullptr) {
+        node->SetZeroValues(false);
+    }
+}
+
+// The kind of a node says what its channels are worth; a branch below has a kind of its own.
+void GlissaNode::SetZeroValues(bool pForce)
+{
+    double zero = GetLayerType() == eLayerTypeScaling ? 1.0 : 0.0;
+    if (mState->mCurve) {
+        SetValue(&zero, pForce);
+        return;
+    }
+    for (GlissaNode* child : mState->mChildren) {
+        if (child->mState->mCurve) {
+            child->SetValue(&zero, pForce);
+        } else {
+            child->SetZeroValues(pForce);
+        }
     }
 }
 

@@ -1,0 +1,324 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/support/node_stubs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace
+{
+// Ids along the chain, and of each layer the values of the keys of its first child.
+std::string ChainOf(GlissaNode* pNode)
+{
+    std::string text;
+    for (GlissaNode* node = pNode; node; node = node->LayerGet()) {
+        text += node != pNode ? " " : "";
+        text += std::to_string(node->GetLayerID());
+        const Glissa* curve = node->GetCount() > 0 ? node->Get(0)->FCurveGet() : node->FCurveGet();
+        for (int i = 0; curve && i < curve->KeyGetCount(); ++i) {
+            text += ':';
+            text += std::to_string(static_cast<int>(curve->KeyGetValue(i)));
+        }
+    }
+    return text;
+}
+
+class NodeLayers : public testing::Test
+{
+protected:
+    StubLayer mFree;
+    StubLayer mLocked;
+    NodePtr mNode = MakeChannel(KDataTypeLclRotation, "R");
+
+    NodeLayers() { mLocked.mLocked = true; }
+
+    // A layer with one key on each curve.
+    GlissaNode* AddLayer(GlissaNode* pBase, int pId, float pValue, const StubLayer& pLayer)
+    {
+        GlissaNode* layer = pBase->CreateLayerAt({pId, &pLayer});
+        for (int i = 0; i < layer->GetCount(); ++i) {
+            AddKeys(layer->Get(i), {{1.0, pValue}});
+        }
+        return layer;
+    }
+};
+}  // namespace
+
+TEST_F(NodeLayers, StandInOrderOfTheirIdsWhateverTheOrderOfCreation)
+{
+    std::vector<int> ids = {1, 3, 4, 7};
+    do {
+        const NodePtr node = MakeChannel(KDataTypeVector, "V");
+        for (const int id : ids) {
+            GlissaNode* layer = node->CreateLayerAt({id, &mFree});
+            ASSERT_NE(layer, nullptr);
+            EXPECT_EQ(layer->GetLayerID(), id);
+            EXPECT_EQ(layer->ObjectLayerGet(), node.get());
+            EXPECT_EQ(layer->Get(1)->GetLayerID(), id);
+            EXPECT_EQ(layer->Get(1)->ObjectLayerGet(), node->Get(1));
+            EXPECT_EQ(layer->Get(1)->LayerGet(), nullptr);
+        }
+        EXPECT_EQ(ChainOf(node.get()), "0 1 3 4 7");
+    } while (std::next_permutation(ids.begin(), ids.end()));
+}
+
+TEST_F(NodeLayers, AreFoundByTheirIds)
+{
+    EXPECT_EQ(mNode->GetPreviousLayer(0), nullptr);
+    EXPECT_EQ(mNode->GetPreviousLayer(5), mNode.get());
+    EXPECT_EQ(mNode->CreateLayerAt({0, nullptr}), nullptr);
+    GlissaNode* three = mNode->CreateLayerAt({3, &mFree});
+    GlissaNode* seven = mNode->CreateLayerAt({7, &mFree});
+    EXPECT_EQ(mNode->CreateLayerAt({-1, nullptr}), nullptr);
+    EXPECT_EQ(seven->CreateLayerAt({7, nullptr}), nullptr);
+    EXPECT_EQ(seven->CreateLayerAt({5, nullptr}), nullptr);
+    EXPECT_EQ(mNode->LayerGet(7), seven);
+    EXPECT_EQ(mNode->LayerGet(5), nullptr);
+    EXPECT_EQ(seven->LayerGet(3), nullptr);
+    EXPECT_EQ(mNode->GetPreviousLayer(7), three);
+    EXPECT_EQ(mNode->GetPreviousLayer(3), mNode.get());
+    EXPECT_EQ(mNode->GetPreviousLayer(100), seven);
+    EXPECT_EQ(mNode->GetCorrectLayerAndCreateIfMissing({3, nullptr}), three);
+    EXPECT_FALSE(mNode->HasOverrideLayer());
+    mFree.mMode = eLayerModeOverridePassthrough;
+    EXPECT_TRUE(mNode->HasOverrideLayer());
+
+    // One ETI, and all works on the base.
+    StubETI eti;
+    mNode->Get(0)->SetETI(&eti);
+    EXPECT_EQ(mNode->GetCorrectLayerInfo({3, &mFree}).GetLayerID(), 0);
+    EXPECT_EQ(mNode->GetCorrectLayerAndCreateIfMissing({9, &mFree}), mNode.get());
+    EXPECT_EQ(mNode->Get(1)->GetCorrectLayerInfo({3, &mFree}).GetLayerID(), 3);
+    mNode->Get(0)->SetETI(nullptr);
+
+    mNode->SetMultiLayer(false);
+    EXPECT_EQ(mNode->GetCorrectLayerID(7), 0);
+    EXPECT_EQ(mNode->GetLayerNode(7), mNode.get());
+    EXPECT_EQ(mNode->Get(2)->IsMultiLayer(), 0);
+    EXPECT_EQ(mNode->LayerCreate({9, &mFree}, false), nullptr);
+    EXPECT_EQ(mNode->CreateLayerAt({9, &mFree}), nullptr);
+    EXPECT_EQ(ChainOf(mNode.get()), "0 3 7");
+}
+
+TEST_F(NodeLayers, BeginWithZeroValuesAndTheColourOfTheBase)
+{
+    const float colour[] = {0.25f, 0.5f, 0.75f};
+    struct Case
+    {
+        KDataType* type;
+        float value;
+    };
+    for (const Case& each : {Case{KDataTypeLclScaling, 1.0f}, Case{KDataTypeLclTranslation, 0.0f},
+                             Case{KDataTypeNumber, 0.0f}}) {
+        const NodePtr node = MakeChannel(each.type, "N");
+        GlissaNode* leaf = node->GetCount() > 0 ? node->Get(2) : node.get();
+        leaf->SetColor(colour);
+        leaf->FCurveGet()->SetValue(9.0f);
+        GlissaNode* layer = node->CreateLayerAt({1, &mFree});
+        const Glissa* curve = (layer->GetCount() > 0 ? layer->Get(2) : layer)->FCurveGet();
+        EXPECT_EQ(curve->GetValue(), each.value);
+        EXPECT_EQ(curve->GetOwner()->GetLayerID(), 1);
+        EXPECT_TRUE(std::equal(colour, colour + 3, curve->GetOwner()->GetColor()));
+    }
+}
+
+TEST_F(NodeLayers, TakeOverTheEvaluationOverrideOfTheBase)
+{
+    int function = 0;
+    int object = 0;
+    Glissa* y = mNode->Get(1)->FCurveGet();
+    y->CallbackEvaluationRegister(&function, &object);
+    // The first channel decides whether there is anything to hand on.
+    EXPECT_FALSE(mNode->CreateLayerAt({1, &mFree})->Get(1)->FCurveGet()->IsEvaluationOverwritten());
+    mNode->Get(0)->FCurveGet()->CallbackEvaluationRegister(&function, &object);
+    GlissaNode* layer = mNode->CreateLayerAt({2, &mFree});
+    EXPECT_TRUE(layer->Get(0)->FCurveGet()->IsEvaluationOverwritten());
+    EXPECT_TRUE(layer->Get(1)->FCurveGet()->IsEvaluationOverwritten());
+    EXPECT_FALSE(layer->Get(2)->FCurveGet()->IsEvaluationOverwritten());
+}
+
+TEST_F(NodeLayers, OfARotationAreBlendedAsTheHostSays)
+{
+    mFree.mRotationMode = eRotationByChannel;
+    EXPECT_EQ(mNode->CreateLayerAt({1, &mFree})->GetLayerType(), eLayerTypeRotationByChannel);
+    EXPECT_EQ(mNode->CreateLayerAt({2, &mLocked})->GetLayerType(), eLayerTypeRotation);
+    const NodePtr base(
+        GlissaNodeCreate("R", KDataTypeLclRotation, eLayerTypeRotationByChannel, {0, &mFree}));
+    EXPECT_EQ(base->GetLayerType(), eLayerTypeRotation);
+    // Order and interpolation hold for the whole chain.
+    mNode->SetRotationOrder(3);
+    mNode->SetUseQuaternion(true);
+    EXPECT_EQ(mNode->LayerGet(2)->GetRotationOrder(), 3);
+    EXPECT_TRUE(mNode->LayerGet(2)->GetUseQuaternion());
+    EXPECT_EQ(mNode->CreateLayerAt({3, &mFree})->GetRotationOrder(), 3);
+    EXPECT_TRUE(mNode->LayerGet(3)->GetUseQuaternion());
+}
+
+TEST_F(NodeLayers, AreTakenOutOrEmptied)
+{
+    AddKeys(mNode->Get(0), {{0.0, 9.0f}});
+    AddLayer(mNode.get(), 1, 1.0f, mFree);
+    AddLayer(mNode.get(), 2, 2.0f, mLocked);
+    AddLayer(mNode.get(), 3, 3.0f, mFree);
+    EXPECT_EQ(mNode->RemoveLayer(5, true), nullptr);
+    const NodePtr taken(mNode->RemoveLayer(1, false));
+    ASSERT_NE(taken, nullptr);
+    EXPECT_EQ(taken->LayerGet(), nullptr);
+    EXPECT_EQ(ChainOf(mNode.get()), "0:9 2:2 3:3");
+    EXPECT_FALSE(mNode->RemoveLayerNode(1));
+
+    // A locked layer stays without keys, values and candidates.
+    Glissa* locked = mNode->LayerGet(2)->Get(0)->FCurveGet();
+    locked->CandidateSet(KTime(), 4.0);
+    EXPECT_TRUE(mNode->RemoveLayerNode(2));
+    EXPECT_EQ(ChainOf(mNode.get()), "0:9 2 3:3");
+    EXPECT_EQ(locked->GetValue(), 0.0f);
+    EXPECT_FALSE(locked->IsCandidate());
+    EXPECT_TRUE(mNode->RemoveLayerNode(3));
+    EXPECT_TRUE(mNode->RemoveLayerNode(0));
+    EXPECT_EQ(ChainOf(mNode.get()), "0 2");
+    EXPECT_EQ(mNode->Get(0)->FCurveGet()->GetValue(), 0.0f);
+}
+
+TEST_F(NodeLayers, AreResetBelowAWideOrDeepNode)
+{
+    const NodePtr wide =
+        MakeChannel(KDataTypeCreate("Layers test wide", eDataTypeMemberDouble, 21), "Wide");
+    const NodePtr model(GlissaNodeCreate("Model", nullptr, eLayerTypeVector, {}));
+    for (int i = 0; i < 4; ++i) {
+        model->Add(MakeChannel(KDataTypeLclTranslation, "T").release());
+        model->Add(MakeChannel(KDataTypeLclScaling, "S").release());
+    }
+    double values[24];
+    std::fill_n(values, 24, 5.0);
+    EXPECT_EQ(wide->SetValue(values), values + 21);
+    EXPECT_EQ(model->SetValue(values), values + 24);
+    wide->ResetValue(false);
+    model->RemoveLayerNode(0);
+    wide->GetValue(values);
+    EXPECT_EQ(std::count(values, values + 21, 0.0), 21);
+    model->GetValue(values);
+    for (int i = 0; i < 24; ++i) {
+        EXPECT_EQ(values[i], i / 3 % 2 == 0 ? 0.0 : 1.0) << i;
+    }
+}
+
+TEST_F(NodeLayers, AreMadeToMatchThoseOfASource)
+{
+    struct Case
+    {
+        std::vector<int> ids;
+        std::vector<int> locked;
+        std::vector<int> source;
+        const char* result;
+    };
+    const Case cases[] = {
+        {{2, 5}, {}, {3}, "0 3:30"},
+        {{}, {}, {1, 4}, "0 1:10 4:40"},
+        {{1, 4}, {}, {}, "0"},
+        {{1, 4}, {4}, {}, "0 1 4"},
+        {{2, 3, 5}, {2}, {3, 4}, "0 2 3:30 4:40"},
+        {{3, 5}, {3}, {3}, "0 3:3"},  // locked, and the source has it: passed over
+        {{1, 2, 3}, {}, {2}, "0 2:20"},
+    };
+    for (const bool transfers : {false, true}) {
+        for (const Case& each : cases) {
+            SCOPED_TRACE(each.result);
+            const NodePtr target = MakeChannel(KDataTypeVector, "V");
+            const NodePtr source = MakeChannel(KDataTypeVector, "V");
+            for (const int id : each.ids) {
+                const bool is_locked = std::count(each.locked.begin(), each.locked.end(), id) > 0;
+                AddLayer(target.get(), id, static_cast<float>(id), is_locked ? mLocked : mFree);
+            }
+            for (const int id : each.source) {
+                AddLayer(source.get(), id, static_cast<float>(10 * id), mFree);
+            }
+            target->LayerCopyFromRecursive(source.get(), transfers);
+            EXPECT_EQ(ChainOf(target.get()), each.result);
+        }
+    }
+}
+
+TEST_F(NodeLayers, ChangeHandsWithTheirCurves)
+{
+    AddKeys(mNode->Get(0), {{0.0, 9.0f}});
+    AddLayer(mNode.get(), 2, 2.0f, mFree);
+    Glissa* base = mNode->Get(0)->FCurveGet();
+    Glissa* layer = mNode->LayerGet(2)->Get(1)->FCurveGet();
+    const NodePtr target = MakeChannel(KDataTypeLclRotation, "R");
+    target->CopyFrom(mNode.get(), true);
+    EXPECT_EQ(target->Get(0)->FCurveGet(), base);
+    EXPECT_EQ(base->GetOwner(), target->Get(0));
+    EXPECT_EQ(target->LayerGet(2)->Get(1)->FCurveGet(), layer);
+    EXPECT_EQ(layer->GetOwner(), target->LayerGet(2)->Get(1));
+    EXPECT_EQ(mNode->Get(0)->FCurveGet(), nullptr);
+    EXPECT_EQ(mNode->LayerGet(2)->Get(1)->FCurveGet(), nullptr);
+    target->CopyFrom(target.get(), true);
+    EXPECT_EQ(ChainOf(target.get()), "0:9 2:2");
+}
+
+TEST_F(NodeLayers, ComeAlongWithACopy)
+{
+    KPropertyTemplate<double> property;
+    StubLockQuery query;
+    mNode->SetProperty(&property);
+    mNode->SetLockQuery(&query);
+    query.mLocked = false;
+    mNode->SetRotationOrder(2);
+    mNode->SetUseQuaternion(true);
+    AddKeys(mNode->Get(0), {{0.0, 9.0f}, {1.0, 8.0f}});
+    AddLayer(mNode.get(), 2, 2.0f, mLocked)->SetVisibility(true, false, false, -1);
+    AddLayer(mNode.get(), 5, 5.0f, mFree);
+
+    const NodePtr copy(mNode->Copy());
+    EXPECT_EQ(ChainOf(copy.get()), "0:9:8 2:2 5:5");
+    EXPECT_EQ(copy->LayerGet(5)->ObjectLayerGet(), copy.get());
+    EXPECT_EQ(copy->LayerGet(5)->GetRotationOrder(), 2);
+    EXPECT_TRUE(copy->LayerGet(2)->GetUseQuaternion());
+    EXPECT_TRUE(copy->LayerGet(2)->GetVisibility());
+    EXPECT_EQ(copy->GetProperty(), &property);
+    EXPECT_EQ(copy->GetLockQuery(), &query);
+    EXPECT_NE(copy->GetNameInfo(), mNode->GetNameInfo());
+    // A span leaves the keys behind.
+    const NodePtr span(mNode->Copy(KTime(), KTime(1)));
+    EXPECT_EQ(span->Get(0)->KeyGetCount(false), 0);
+    const NodePtr single(mNode->LayerGet(5)->SingleLayerCopy());
+    EXPECT_EQ(ChainOf(single.get()), "5:5");
+
+    StubETI eti;
+    mNode->SetETI(&eti);
+    {
+        const NodePtr clone(mNode->Clone(false));
+        EXPECT_EQ(ChainOf(clone.get()), "0:9:8");
+        EXPECT_FALSE(clone->GetVisibility());
+        EXPECT_EQ(eti.mReferences, 2);
+        const NodePtr attached(mNode->Clone(true));
+        EXPECT_EQ(attached->Get(0)->TemplateGet(), mNode->Get(0));
+        EXPECT_EQ(ChainOf(attached.get()), "0:9:8");
+        clone->Get(0)->FCurveGet()->KeySetValue(0, 1.0f);
+        EXPECT_EQ(ChainOf(mNode.get()), "0:9:8 2:2 5:5");
+    }
+    mNode->SetETI(nullptr);
+    EXPECT_EQ(eti.mReferences, 0);
+    const NodePtr bare(mNode->CloneTemplate(false, false, false, {7, &mFree}));
+    EXPECT_FALSE(bare->FCurveCreated());
+    EXPECT_EQ(bare->Get(2)->GetLayerID(), 7);
+    EXPECT_EQ(bare->ObjectLayerGet(), mNode.get());
+}
+
+TEST_F(NodeLayers, AreFilledFromASource)
+{
+    const NodePtr source = MakeChannel(KDataTypeLclRotation, "R");
+    AddKeys(source->Get(0), {{0.0, 4.0f}});
+    GlissaNode* layer = mNode->InsertOrCopyLayer({3, &mFree}, source.get());
+    EXPECT_EQ(ChainOf(mNode.get()), "0 3:4");
+    source->Get(0)->FCurveGet()->KeySetValue(0, 6.0f);
+    EXPECT_EQ(mNode->InsertOrCopyLayer({3, &mFree}, source.get()), layer);
+    EXPECT_EQ(ChainOf(mNode.get()), "0 3:6");
+    mNode->InsertOrCopyLayer({4, &mLocked}, source.get());
+    EXPECT_EQ(ChainOf(mNode.get()), "0 3:6 4");
+}

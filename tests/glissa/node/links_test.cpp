@@ -1,0 +1,201 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "corvekit/set.h"
+#include "tests/support/node_stubs.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+KTime Seconds(double pSeconds)
+{
+    return KTime::FromSeconds(pSeconds);
+}
+
+// A model with a channel "T"; ETIs where a test puts them.
+class NodeLinks : public testing::Test
+{
+protected:
+    StubETI mOnModel;
+    StubETI mOnChannel;
+    StubETI mOnX;
+    NodePtr mModel = NodePtr(GlissaNodeCreate("Model", nullptr, eLayerTypeVector, {}));
+    GlissaNode* mChannel = MakeChannel(KDataTypeLclTranslation, "T").release();
+
+    NodeLinks() { mModel->Add(mChannel); }
+};
+}  // namespace
+
+TEST_F(NodeLinks, CountWhoHoldsAnETI)
+{
+    mChannel->SetETI(&mOnChannel);
+    mChannel->SetETI(&mOnChannel);
+    EXPECT_EQ(mOnChannel.mCalls, 1);
+    mChannel->SetETI(&mOnX);
+    EXPECT_EQ(mOnChannel.mReferences, 0);
+    mOnX.mValid = false;
+    EXPECT_EQ(mChannel->GetETI(), nullptr);
+    EXPECT_EQ(mOnX.mReferences, 1);  // held all the same
+    mModel.reset();
+    EXPECT_EQ(mOnX.mReferences, 0);
+}
+
+TEST_F(NodeLinks, StandNeutralWithoutAnETI)
+{
+    KgeRGBVector colour(0.1, 0.2, 0.3);
+    mChannel->SetETI(&mOnChannel);
+    mOnChannel.mValid = false;
+    mOnChannel.mScale = 3.0;
+    mOnChannel.mOffset = Seconds(5.0);
+    EXPECT_EQ(mChannel->ETIGetScaleFactor(), 1.0);
+    EXPECT_EQ(mChannel->ETIGlobalTime2NodeTime(Seconds(2.0)), Seconds(2.0));
+    EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(2.0)), Seconds(2.0));
+    EXPECT_EQ(mChannel->ETIGetDuration(), KTime());
+    EXPECT_TRUE(mChannel->ETIIsGlobalTimeInSpan(Seconds(-99.0), false));
+    EXPECT_FALSE(mChannel->ETIIsSelectedDuration());
+    EXPECT_FALSE(mChannel->ETIGetColor(colour));
+    EXPECT_EQ(colour, KgeRGBVector(0.1, 0.2, 0.3));
+}
+
+TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
+{
+    mModel->SetETI(&mOnModel);
+    mOnModel.mOffset = Seconds(100.0);
+    mOnModel.mScale = 0.5;
+    mOnModel.mActiveStart = Seconds(7.0);
+    mOnModel.mDuration = Seconds(2.0);
+    mChannel->Get(0)->SetETI(&mOnX);
+    mOnX.mOffset = Seconds(10.0);
+    mOnX.mScale = 4.0;
+    mOnX.mTrim = Seconds(3.0);
+    mOnX.mDuration = Seconds(20.0);
+
+    // The channel has none of its own and takes that of X: scale 4 * 0.5, trim 3 * 2, and the sum
+    // of both offsets with it.
+    EXPECT_EQ(mChannel->ETIGetScaleFactor(), 2.0);
+    EXPECT_EQ(mChannel->ETIGetTrimOffset(), Seconds(6.0));
+    EXPECT_EQ(mChannel->ETIGetGlobalOffset(), Seconds(116.0));
+    // X says nothing of a start: that of the model, and no trim in it.
+    EXPECT_EQ(mChannel->ETIGetGlobalActiveStart(), Seconds(117.0));
+    EXPECT_EQ(mChannel->ETIGlobalTime2NodeTime(Seconds(126.0)), Seconds(5.0));
+    EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(5.0)), Seconds(126.0));
+    EXPECT_EQ(mChannel->ETIGetDuration(), Seconds(20.0));
+    EXPECT_TRUE(mChannel->ETIIsGlobalTimeInSpan(Seconds(117.0), false));
+    EXPECT_FALSE(mChannel->ETIIsGlobalTimeInSpan(Seconds(117.0) - KTime(1), true));
+    EXPECT_FALSE(mChannel->ETIIsGlobalTimeInSpan(Seconds(137.0), false));
+    EXPECT_TRUE(mChannel->ETIIsGlobalTimeInSpan(Seconds(137.0), true));
+
+    // Its own comes before that of X.
+    mChannel->SetETI(&mOnChannel);
+    mOnChannel.mOffset = Seconds(1.0);
+    EXPECT_EQ(mChannel->ETIGetGlobalOffset(), Seconds(101.0));
+    EXPECT_EQ(mChannel->ETIGetDuration(), Seconds(2.0));  // 0 on its own: from above
+    EXPECT_EQ(mChannel->ETIGetScaleFactor(), 0.5);
+    // Y is a leaf: its ancestors alone.
+    EXPECT_EQ(mChannel->Get(1)->ETIGetGlobalOffset(), Seconds(101.0));
+    // From the model one looks at the first child, not deeper.
+    mModel->SetETI(nullptr);
+    EXPECT_EQ(mModel->ETIGetGlobalOffset(), Seconds(1.0));
+    mChannel->SetETI(nullptr);
+    EXPECT_EQ(mModel->ETIGetGlobalOffset(), KTime());
+
+    mOnX.mScale = 0.0;  // a standstill
+    mOnX.mTrim = KTime();
+    EXPECT_EQ(mChannel->ETIGlobalTime2NodeTime(Seconds(10.5)), Seconds(0.5 / 1e-6));
+    EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(99.0)), Seconds(10.0));
+}
+
+TEST_F(NodeLinks, ShowTheETIThatIsNearest)
+{
+    KgeRGBVector colour;
+    mModel->SetETI(&mOnModel);
+    mOnModel.mColor = KgeRGBVector(1.0, 0.0, 0.0);
+    mOnModel.mSelected = true;
+    EXPECT_TRUE(mChannel->Get(1)->ETIGetColor(colour));
+    EXPECT_EQ(colour, mOnModel.mColor);
+    mChannel->Get(0)->SetETI(&mOnX);
+    mOnX.mColor = KgeRGBVector(0.0, 1.0, 0.0);
+    EXPECT_TRUE(mChannel->ETIGetColor(colour));
+    EXPECT_EQ(colour, mOnX.mColor);
+    EXPECT_TRUE(mChannel->ETIIsSelectedDuration());  // X says no, the model yes
+}
+
+TEST_F(NodeLinks, CountAndNumberTimeWarps)
+{
+    KSet<int, GlissaNode*> numbers;
+    NodePtr warp = MakeChannel(KDataTypeTimeWarp, "W");
+    const NodePtr other = MakeChannel(KDataTypeTimeWarp, "O");
+    mModel->TimeWarpSet(warp.get());
+    mChannel->TimeWarpSet(warp.get());
+    mChannel->TimeWarpSet(warp.get());
+    EXPECT_EQ(warp->GetReferenceCount(), 2);
+    mChannel->TimeWarpSet(other.get());
+    EXPECT_EQ(warp->GetReferenceCount(), 1);
+    mModel.reset();
+    EXPECT_EQ(warp->GetReferenceCount(), 0);
+    EXPECT_EQ(other->GetReferenceCount(), 0);
+
+    int nick = 77;
+    EXPECT_FALSE(Glissa_FindNickNumberFromTW(nick, warp.get()));
+    EXPECT_EQ(Glissa_FindTWFromNickNumber(4), nullptr);
+    Glissa_SetTWSet(&numbers);
+    EXPECT_EQ(Glissa_FindTWFromNickNumber(4), nullptr);
+    numbers.Add(9, warp.get());
+    numbers.Add(4, warp.get());
+    EXPECT_FALSE(Glissa_FindNickNumberFromTW(nick, other.get()));
+    EXPECT_FALSE(Glissa_FindNickNumberFromTW(nick, nullptr));
+    EXPECT_EQ(nick, 77);
+    EXPECT_TRUE(Glissa_FindNickNumberFromTW(nick, warp.get()));
+    EXPECT_EQ(nick, 4);
+    EXPECT_EQ(Glissa_FindTWFromNickNumber(9), warp.get());
+    Glissa_SetTWSet(nullptr);
+}
+
+TEST_F(NodeLinks, LockByLayerQueryOrProperty)
+{
+    StubLockQuery query;
+    StubLayer layer;
+    KPropertyTemplate<double> property;
+    EXPECT_FALSE(mChannel->IsNodeLocked());
+    mChannel->SetLockQuery(&query);
+    EXPECT_FALSE(mChannel->IsNodeLocked());  // nothing to ask about
+    mModel->SetProperty(&property);          // that of the parent serves
+    EXPECT_TRUE(mChannel->IsNodeLocked());
+    EXPECT_EQ(query.mAsked, &property);
+    EXPECT_FALSE(mChannel->Get(0)->IsNodeLocked());  // its parent has no property
+    EXPECT_TRUE(mModel->IsNodeLockedInHierarchy(false));
+    EXPECT_FALSE(mModel->IsNodeLocked());
+
+    // The chain takes property and query from its base, and each layer has a lock of its own.
+    GlissaNode* one = mChannel->CreateLayerAt({1, &layer});
+    EXPECT_TRUE(one->IsNodeLocked());
+    query.mLocked = false;
+    EXPECT_FALSE(one->IsNodeLocked());
+    layer.mLocked = true;
+    EXPECT_TRUE(one->Get(2)->IsNodeLocked());
+    EXPECT_FALSE(mChannel->IsNodeLockedInHierarchy(false));
+    EXPECT_TRUE(mChannel->IsNodeLockedInHierarchy(true));
+    EXPECT_TRUE(one->IsNodeLockedInternal(static_cast<eGlissaLockMode>(9)));
+    {
+        const LockModeScope off(eLockModeOff);
+        EXPECT_FALSE(one->IsNodeLocked());
+        EXPECT_FALSE(one->Get(0)->FCurveGet()->IsLocked());
+    }
+    layer.mLocked = false;
+    query.mLocked = true;
+    const LockModeScope by_property(eLockModeProperty);
+    EXPECT_FALSE(one->IsNodeLocked());
+    for (const unsigned bit : {0x1000u, 0x2000u, 0x4000u, 0x8000u}) {
+        property.SetFlags(bit);
+        EXPECT_TRUE(one->IsNodeLocked()) << bit;
+    }
+    property.SetFlags(~0xF000u & ~0x200000u);
+    EXPECT_FALSE(one->IsNodeLocked());
+    EXPECT_FALSE(one->IsNodePlotDisallowed());
+    property.SetFlags(0x200000u);
+    EXPECT_TRUE(one->IsNodePlotDisallowed());
+    layer.mMuted = true;
+    EXPECT_TRUE(one->IsNodeMuted());
+    EXPECT_FALSE(mChannel->IsNodeMuted());
+}

@@ -1,0 +1,302 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/support/node_stubs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace
+{
+NodePtr MakeNode(const char* pName, KDataType* pType = nullptr)
+{
+    return NodePtr(GlissaNodeCreate(pName, pType, eLayerTypeVector, GlissaLayerInfo::Base));
+}
+
+std::string ChildrenOf(GlissaNode* pNode)
+{
+    std::string names;
+    for (int i = 0; i < pNode->GetCount(); ++i) {
+        names += std::string(i > 0 ? " " : "") + pNode->Get(i)->GetName();
+    }
+    return names;
+}
+
+// Counts nodes and curves that end.
+class Ends
+{
+public:
+    void Watch(GlissaNode* pNode)
+    {
+        pNode->CallbackRegister(
+            [](GlissaNode*, GlissaNodeEvent* pEvent, void* pData) {
+                *static_cast<int*>(pData) += (pEvent->GetType() & eNodeEventDestroy) != 0 ? 1 : 0;
+            },
+            &mNodes);
+        if (Glissa* curve = pNode->FCurveGet()) {
+            Watch(curve);
+        }
+        for (int i = 0; i < pNode->GetCount(); ++i) {
+            Watch(pNode->Get(i));
+        }
+    }
+    void Watch(Glissa* pCurve)
+    {
+        pCurve->CallbackRegister(
+            [](Glissa*, GlissaEvent* pEvent, void* pData) {
+                *static_cast<int*>(pData) += (pEvent->GetType() & eEventDestroy) != 0 ? 1 : 0;
+            },
+            &mCurves);
+    }
+    int mNodes = 0;
+    int mCurves = 0;
+};
+}  // namespace
+
+TEST(NodeTree, KeepsChildrenInOrder)
+{
+    const NodePtr parent = MakeNode("P");
+    EXPECT_EQ(parent->Add(MakeNode("m").release()), 0);
+    EXPECT_EQ(parent->SortedAdd(MakeNode("M").release()), 0);  // before its equal
+    EXPECT_EQ(parent->SortedAdd(MakeNode("z").release()), 2);
+    EXPECT_EQ(parent->SortedAdd(MakeNode("A").release()), 0);
+    EXPECT_EQ(ChildrenOf(parent.get()), "A M m z");
+    EXPECT_EQ(parent->Get(-1), nullptr);
+    EXPECT_EQ(parent->Get(4), nullptr);
+    EXPECT_EQ(parent->Find("Z"), 3);
+    EXPECT_EQ(parent->Find("y"), -1);
+    EXPECT_EQ(parent->Get(0)->GetParent(), nullptr);  // SortedAdd sets none
+    EXPECT_EQ(parent->Get(2)->GetParent(), parent.get());
+
+    // A child with a parent takes itself out of it; one taken out lives on.
+    parent->Get(2)->Destroy();
+    EXPECT_EQ(ChildrenOf(parent.get()), "A M z");
+    const NodePtr taken(parent->Get(1));
+    parent->Remove(1);
+    parent->Delete(parent->Get(0));
+    EXPECT_EQ(ChildrenOf(parent.get()), "z");
+    EXPECT_STREQ(taken->GetName(), "M");
+}
+
+TEST(NodeTree, IsSearchedDepthFirst)
+{
+    const NodePtr root = MakeNode("Root", KDataTypeLclTranslation);
+    GlissaNode* first = root->FindOrCreate("first", false);
+    GlissaNode* deep = MakeNode("Moves", KDataTypeLclTranslation).release();
+    GlissaNode* shallow = MakeNode("T2", KDataTypeLclTranslation).release();
+    first->Add(deep);
+    root->Add(shallow);
+    EXPECT_EQ(root->FindRecursive(KDataTypeLclTranslation), deep);
+    EXPECT_EQ(root->Find(KDataTypeLclTranslation), shallow);
+    EXPECT_EQ(root->FindRecursive("T"), deep);
+    EXPECT_EQ(root->FindRecursive("t"), nullptr);
+    EXPECT_EQ(root->FindRecursive("t2"), shallow);
+    EXPECT_EQ(root->FindRecursive("Root"), nullptr);
+    EXPECT_TRUE(root->IsChild(deep, true));
+    EXPECT_FALSE(root->IsChild(deep, false));
+
+    EXPECT_EQ(root->FindOrCreate("FIRST", true), first);
+    EXPECT_NE(first->FCurveGet(), nullptr);
+    GlissaNode* made = root->FindOrCreate("new", true);
+    EXPECT_EQ(made->GetLayerType(), eLayerTypeValue);
+    EXPECT_EQ(made->GetParent(), root.get());
+    EXPECT_STREQ(made->GetTimeWarpName(), "new");
+}
+
+TEST(NodeTree, EndsWithAllThatItOwns)
+{
+    Ends ends;
+    NodePtr channel = MakeChannel(KDataTypeLclRotation, "R");
+    channel->CreateLayerAt({2, nullptr});
+    channel->CreateLayerAt({1, nullptr});
+    for (GlissaNode* node = channel.get(); node; node = node->LayerGet()) {
+        ends.Watch(node);
+    }
+    channel->Get(1)->FCurveReplace(GlissaCreate());
+    EXPECT_EQ(ends.mCurves, 1);
+    channel->Delete(2);
+    EXPECT_EQ(ends.mNodes, 1);
+    channel->Clear();
+    EXPECT_EQ(ends.mNodes, 11);
+    EXPECT_EQ(ends.mCurves, 9);  // the new one is not watched
+    EXPECT_EQ(channel->LayerGet(), nullptr);
+    channel.reset();
+    EXPECT_EQ(ends.mNodes, 12);
+}
+
+TEST(NodeTree, LetsTheChildrenOfAContainerLive)
+{
+    NodePtr owner = MakeNode("Owner");
+    NodePtr container = MakeNode("Container");
+    container->SetContainerType(0xFF);
+    EXPECT_EQ(container->GetContainerType(), 8);
+    Ends ends;
+    GlissaNode* child = owner->FindOrCreate("X", true);
+    ends.Watch(child);
+    container->Add(child);
+    EXPECT_EQ(child->GetParent(), owner.get());
+    container->Clear();
+    EXPECT_EQ(ends.mNodes, 0);
+    EXPECT_EQ(child->GetParent(), owner.get());
+
+    // One that becomes a container lets go of the children that it had.
+    owner->SetContainerType(8);
+    owner.reset();
+    EXPECT_EQ(ends.mNodes, 0);
+    EXPECT_EQ(child->GetParent(), nullptr);
+    child->Destroy();
+    EXPECT_EQ(ends.mCurves, 1);
+}
+
+TEST(NodeTree, KeepsALayerThatOthersHold)
+{
+    StubLockQuery query;
+    KPropertyTemplate<double> property;
+    NodePtr base = MakeChannel(KDataTypeLclTranslation, "T");
+    base->SetProperty(&property);
+    base->SetLockQuery(&query);
+    GlissaNode* layer = base->CreateLayerAt({1, nullptr});
+    GlissaNode* behind = base->CreateLayerAt({2, nullptr});
+    layer->IncReferenceCount();
+    layer->IncReferenceCount();
+    EXPECT_TRUE(layer->IsNodeLocked());
+    base.reset();
+    EXPECT_EQ(layer->GetReferenceCount(), 1);
+    EXPECT_EQ(behind->ObjectLayerGet(), layer);
+    EXPECT_EQ(behind->Get(2)->ObjectLayerGet(), layer->Get(2));
+    EXPECT_FALSE(layer->Get(2)->IsNodeLocked());  // asks no node that has gone
+    layer->Destroy();
+}
+
+TEST(NodeTree, SharesItsNamesWithWhatIsMadeFromIt)
+{
+    NodePtr original(GlissaNodeCreate("Name", "User", "Lcl Rotation", eLayerTypeRotation, {}));
+    original->SetUseQuaternion(true);
+    original->SetRotationOrder(4);
+    original->SetVisibility(true, false, false, -1);
+    const NodePtr copy(GlissaNodeCreate(original.get()));
+    EXPECT_EQ(copy->GetNameInfo(), original->GetNameInfo());
+    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 2);
+    EXPECT_EQ(copy->TemplateGet(), original.get());
+    EXPECT_EQ(copy->GetRotationOrder(), 4);
+    EXPECT_TRUE(copy->GetUseQuaternion());
+    EXPECT_FALSE(copy->GetVisibility());
+    EXPECT_EQ(copy->GetLayerType(), eLayerTypeRotation);
+
+    const NodePtr other = MakeNode("Other");
+    other->FindOrCreate("X", false);
+    original->FindOrCreate("X", false)->SetTimeWarpName("shared");
+    other->TemplateSet(original.get());
+    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 3);
+    EXPECT_STREQ(other->Get(0)->GetTimeWarpName(), "shared");
+    other->TemplateSet(original.get());
+    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 3);
+    original.reset();
+    other->SetNameInfo(nullptr);
+    EXPECT_STREQ(other->GetName(), "");
+    EXPECT_STREQ(copy->GetName(), "Name");
+    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 1);
+
+    const NodePtr warp(GlissaNodeCreate("Slow", KDataTypeTimeWarp, eLayerTypeVector, {}));
+    EXPECT_STREQ(warp->GetName(), "");
+    EXPECT_STREQ(warp->GetTimeWarpName(), "Slow");
+    const KPropertyInfo info("Property", KDataTypeNumber);
+    KPropertyTemplate<double> property;
+    property.SetPropertyInfo(&info);
+    copy->SetProperty(&property);
+    EXPECT_STREQ(copy->GetName(), "Property");
+    const NodePtr nameless(GlissaNodeCreate(nullptr, nullptr, nullptr, 0, {}));
+    EXPECT_STREQ(nameless->GetName(), "");
+    EXPECT_STREQ(nameless->GetTypeName(), "");
+}
+
+TEST(NodeTree, MakesAChildForEachMemberOfAType)
+{
+    struct Case
+    {
+        KDataType* type;
+        const char* children;
+        int layerType;
+    };
+    KDataType* wide = KDataTypeCreate("Test wide", eDataTypeMemberDouble, 21);
+    const Case cases[] = {
+        {KDataTypeNumber, "", eLayerTypeVector},
+        {KDataTypeVector2, "X Y", eLayerTypeVector},
+        {KDataTypeLclRotation, "X Y Z", eLayerTypeRotation},
+        {KDataTypeLclScaling, "X Y Z", eLayerTypeScaling},
+        {wide, "X Y Z   A B C D E F G H I J K L M N O P Q", eLayerTypeVector},
+    };
+    for (const Case& each : cases) {
+        const NodePtr node = MakeChannel(each.type, "N");
+        EXPECT_EQ(ChildrenOf(node.get()), each.children);
+        EXPECT_EQ(node->GetLayerType(), each.layerType);
+        EXPECT_TRUE(node->FCurveCreated());
+        EXPECT_EQ(node->GetValueCount(), std::max(node->GetCount(), 1));
+    }
+}
+
+TEST(NodeTree, KeepsFlagsAsBits)
+{
+    const NodePtr node = MakeNode("N");
+    EXPECT_EQ(node->IsExpended(), 0x20);
+    EXPECT_EQ(node->IsMultiLayer(), 0x40);
+    EXPECT_FALSE(node->GetVisibility());
+    node->SetIOType(3);
+    node->SetTakeType(0x10);
+    node->SetExpended(false);
+    EXPECT_EQ(node->GetIOType(), 1);
+    EXPECT_EQ(node->GetTakeType(), 0x10);
+    EXPECT_EQ(node->IsExpended(), 0);
+    EXPECT_EQ(node->IsMultiLayer(), 0x40);
+
+    const std::pair<int, int> types[] = {{0, 0x01}, {1, 0x02}, {2, 0x10},
+                                         {3, 0x04}, {5, 0x20}, {6, 0x08}};
+    for (const auto& [type, bit] : types) {
+        node->SetLayerType(type);
+        EXPECT_EQ(node->GetLayerType(), type);
+        EXPECT_TRUE(node->GetEvaluationFlag(0x3F, bit));
+        for (const int none : {4, -1, 7}) {
+            node->SetLayerType(none);
+            EXPECT_EQ(node->GetLayerType(), type);
+        }
+    }
+    for (const int no_type : {0, 0x11}) {
+        node->SetEvaluationFlag(0x3F, no_type);
+        EXPECT_EQ(node->GetLayerType(), eLayerTypeVector);
+    }
+    node->SetWeightRotationAccumulationMode(eRotationByLayer);
+    EXPECT_TRUE(node->GetEvaluationFlag(0x800));
+    EXPECT_EQ(node->GetWeightRotationAccumulationMode(), eRotationByLayer);
+}
+
+TEST(NodeTree, FollowsDataNodesToTheLast)
+{
+    const NodePtr nodes[] = {MakeNode("0"), MakeNode("1"), MakeNode("2")};
+    EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[0].get());
+    nodes[0]->DataNodeSet(nodes[1].get(), false);
+    nodes[1]->DataNodeSet(nodes[2].get(), false);
+    EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[2].get());
+    nodes[2]->DataNodeSet(nodes[2].get(), true);  // itself is none
+    EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[2].get());
+    nodes[2]->DataNodeSet(nodes[1].get(), true);
+    EXPECT_NE(nodes[0]->DataNodeGet(), nullptr);  // a circle ends
+}
+
+TEST(NodeTree, SumsTheUpdateIdsOfItsCurves)
+{
+    const NodePtr node = MakeChannel(KDataTypeVector2, "N");
+    GlissaNode* layer = node->CreateLayerAt({1, nullptr});
+    const int ids = node->GetUpdateId();
+    const int values = node->GetValuesUpdateId();
+    AddKeys(node->Get(1), {{0.0, 1.0f}});
+    const int more = node->Get(1)->GetUpdateId();
+    EXPECT_GT(more, 0);
+    EXPECT_EQ(node->GetUpdateId() - ids, node->GetValuesUpdateId() - values);
+    const int here = node->GetUpdateId();
+    AddKeys(layer->Get(0), {{0.0, 1.0f}});
+    EXPECT_EQ(node->GetUpdateId(), here);
+    EXPECT_GT(node->GetValuesUpdateId(), here);
+}
