@@ -8,6 +8,7 @@
 #include "glissa/curve/hold_slopes.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <vector>
 
@@ -243,11 +244,37 @@ bool HoldByKeysBefore(const Hold& pHold, int pMost)
     return false;
 }
 
+// Where one of the segments beside a key is so short that its slope moves no value by a rounding,
+// the slope of the other one does for both.
+bool HoldByOneSlope(const Hold& pHold)
+{
+    Glissa& curve = pHold.curve;
+    const int index = pHold.index;
+    const KPriFCurveKeyAttr old = curve.KeyGet(index).GetKeyAttr();
+    const double rounding = FLT_EPSILON / 2.0 * std::fabs(curve.KeyGetValue(index));
+    const auto isUnseen = [&](double pGot, double pWanted, int pFrom) {
+        const KTime gap = curve.KeyGetTime(pFrom + 1) - curve.KeyGetTime(pFrom);
+        return std::fabs(pGot - pWanted) * gap.GetSecondDouble() <= rounding;
+    };
+    for (const float slope : {pHold.slopes.left, pHold.slopes.right}) {
+        if (HoldByKind({curve, index, {slope, slope}, pHold.next}, eTangentUser)) {
+            const Slopes got = SlopesOf(curve, index);
+            if ((!LeftCounts(curve, index) || isUnseen(got.left, pHold.slopes.left, index - 1)) &&
+                (!RightCounts(curve, index) || isUnseen(got.right, pHold.slopes.right, index))) {
+                return true;
+            }
+            curve.KeyAttrSet(index, old);
+        }
+    }
+    SetAndTest(pHold);
+    return false;
+}
+
 // Few keys change their kind before many.
 bool HoldByAll(const Hold& pHold)
 {
     return HoldByParameters(pHold) || HoldByKind(pHold, UserKindFor(pHold)) ||
-           HoldByKind(pHold, eTangentTCB) || HoldByKeysBefore(pHold, 1) ||
+           HoldByKind(pHold, eTangentTCB) || HoldByKeysBefore(pHold, 1) || HoldByOneSlope(pHold) ||
            HoldByKeysBefore(pHold, pHold.index);
 }
 }  // namespace
