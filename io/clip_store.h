@@ -13,8 +13,8 @@
 
 class KTdf;
 
-/// The project's own clip file: hierarchy, frame time and the curves themselves, every key with its
-/// tangents, in the field store. docs/command.md lists the fields.
+/// The project's own clip file: hierarchy, frame time, layers and the tree of nodes with the curves
+/// themselves, every key with its tangents, in the field store. docs/command.md lists the fields.
 
 /// A clip whose motion is curves.
 struct StoredClip
@@ -29,8 +29,8 @@ struct StoredClip
 /// Whether bytes start as a field store does.
 bool IsStore(std::string_view pBytes);
 
-/// Writes a clip and its curves, which are those of its channels, into an empty document. The
-/// clip's values are not looked at. A document that refuses a write says so itself.
+/// Writes a clip, its tree of nodes and its layers into an empty document. The clip's values are
+/// not looked at. A document that refuses a write says so itself.
 void StoreClip(const Clip& pClip, const CurveClip& pCurves, KTdf& pTdf);
 
 /// Reads a clip file. Trusts nothing: an error names the file, the place and the reason. Damage
@@ -38,7 +38,7 @@ void StoreClip(const Clip& pClip, const CurveClip& pCurves, KTdf& pTdf);
 /// nothing.
 IoResult<StoredClip> ParseClipStore(std::string_view pBytes, const std::string& pFileName);
 
-/// The clip with the curves' values at its frames. A value is the double with the shortest decimals
-/// of the curve's float: a recorded 0.1 comes back as 0.1. The caller sees to the memory, eight
-/// bytes a frame and channel.
+/// The clip with the curves' values at its frames, blended where there are layers. A value is the
+/// double with the shortest decimals of the curve's float: a recorded 0.1 comes back as 0.1. The
+/// caller sees to the memory, eight bytes a frame and channel.
 Clip SampleClip(const Clip& pClip, const CurveClip& pCurves);

@@ -6,35 +6,31 @@
 #include "glissa/curve/curve.h"
 #include "io/name_match.h"
 
-void ClipCurveDestroyer::operator()(Glissa* pCurve) const
+CurveClip::CurveClip(const Clip& pClip, KTime pStart) : CurveClip(pClip, NodeClip(pClip))
 {
-    pCurve->Destroy();
+    for (std::size_t i = 0; i < mCurves.size(); ++i) {
+        Glissa& curve = *mCurves[i].mCurve;
+        curve.InitBuffers(pClip.mFrameCount, true);
+        for (int frame = 0; frame < pClip.mFrameCount; ++frame) {
+            // Within a float's range, as the clip promises.
+            curve.KeyAppendFast(pStart + pClip.GetTime(frame),
+                                static_cast<float>(pClip.GetValue(frame, static_cast<int>(i))));
+        }
+    }
 }
 
-CurveClip::CurveClip(const Clip& pClip, KTime pStart)
+CurveClip::CurveClip(const Clip& pClip, NodeClip pNodes) : mNodes(std::move(pNodes))
 {
     mCurves.reserve(static_cast<std::size_t>(pClip.mChannelCount));
     for (std::size_t i = 0; i < pClip.mJoints.size(); ++i) {
         const ClipJoint& joint = pClip.mJoints[i];
         for (int channel = 0; channel < static_cast<int>(joint.mChannels.size()); ++channel) {
-            ClipCurve named;
-            named.mName = pClip.GetCurveName(joint, channel);
-            named.mJoint = static_cast<int>(i);
-            named.mChannel = joint.mChannels[static_cast<std::size_t>(channel)];
-            named.mCurve.reset(GlissaCreate());
-            named.mCurve->InitBuffers(pClip.mFrameCount, true);
-            for (int frame = 0; frame < pClip.mFrameCount; ++frame) {
-                // Within a float's range, as the clip promises.
-                named.mCurve->KeyAppendFast(
-                    pStart + pClip.GetTime(frame),
-                    static_cast<float>(pClip.GetValue(frame, joint.mFirstChannel + channel)));
-            }
-            mCurves.push_back(std::move(named));
+            const EClipChannel kind = joint.mChannels[static_cast<std::size_t>(channel)];
+            mCurves.push_back({pClip.GetCurveName(joint, channel), static_cast<int>(i), kind,
+                               mNodes.GetChannel(i, kind)->FCurveGet()});
         }
     }
 }
-
-CurveClip::CurveClip(std::vector<ClipCurve> pCurves) : mCurves(std::move(pCurves)) {}
 
 const ClipCurve* CurveClip::Find(std::string_view pName) const
 {

@@ -4,20 +4,13 @@
 #pragma once
 
 #include "io/clip.h"
+#include "io/node_clip.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class Glissa;
-
-/// Ends a curve that a host owns itself.
-struct ClipCurveDestroyer
-{
-    void operator()(Glissa* pCurve) const;
-};
-using ClipCurvePointer = std::unique_ptr<Glissa, ClipCurveDestroyer>;
 
 /// A curve and the name that addresses it: "Hips/T/X", "Left Arm/R/Y".
 struct ClipCurve
@@ -25,11 +18,11 @@ struct ClipCurve
     std::string mName;
     int mJoint = -1;  ///< index in the clip that the curve was made from
     EClipChannel mChannel = eClipPositionX;
-    ClipCurvePointer mCurve;
+    Glissa* mCurve = nullptr;  ///< that of the channel's node
 };
 
-/// The curves of a clip, one for each channel, in the order of the channels. Owns the curves; moved
-/// and not copied.
+/// The curves of a clip, one for each channel, in the order of the channels, and the tree of nodes
+/// in which they hang and which owns them. Moved and not copied.
 class CurveClip
 {
 public:
@@ -37,11 +30,13 @@ public:
     /// A key of the default shape (cubic, auto) for each frame. pStart is the time of frame 0.
     /// Every curve has the clip's frame count of keys, with equal times across the curves.
     explicit CurveClip(const Clip& pClip, KTime pStart = KTime());
-    /// Takes over curves that were made elsewhere.
-    explicit CurveClip(std::vector<ClipCurve> pCurves);
+    /// Takes over a tree that was made of the same clip.
+    CurveClip(const Clip& pClip, NodeClip pNodes);
 
     std::vector<ClipCurve>& GetCurves() { return mCurves; }
     const std::vector<ClipCurve>& GetCurves() const { return mCurves; }
+    NodeClip& GetNodes() { return mNodes; }
+    const NodeClip& GetNodes() const { return mNodes; }
 
     /// The curve of exactly that name, or null.
     const ClipCurve* Find(std::string_view pName) const;
@@ -50,5 +45,6 @@ public:
     std::vector<std::size_t> Match(std::string_view pPattern) const;
 
 private:
+    NodeClip mNodes;
     std::vector<ClipCurve> mCurves;
 };

@@ -68,7 +68,7 @@ ClipCurves LoadClip(const std::string& pPath)
     for (const ClipCurve& each : loaded.owner.GetCurves()) {
         loaded.curves.push_back({each.mName,
                                  IsRotation(each.mChannel) ? Unit::degrees : Unit::sceneUnits,
-                                 each.mCurve.get()});
+                                 each.mCurve});
     }
     return loaded;
 }

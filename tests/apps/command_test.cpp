@@ -422,9 +422,10 @@ TEST_F(Command, ClipsGoToTheirOwnFileAndBack)
     const std::string text = Run({"dump", At("b")}).out;
     EXPECT_EQ(text, Run({"dump", kClip}).out);
     EXPECT_NE(std::string::npos,
-              text.find("\n  \"Curve\" \"Hips/R/X\"\n    \"Default\" 0.0\n    \"KeyVer\" 4007\n"
-                        "    \"KeyCount\" 1200\n    \"Key\"\n"
-                        "        0t (0.000000 s) 0.45f 'U' 'a' 'n' 'n'\n"));
+              text.find("\n      \"Channel\" \"R\"\n        \"Channel\" \"X\"\n"
+                        "          \"Default\" 0.0\n          \"KeyVer\" 4007\n"
+                        "          \"KeyCount\" 1200\n          \"Key\"\n"
+                        "              0t (0.000000 s) 0.45f 'U' 'a' 'n' 'n'\n"));
     const nlohmann::json json = nlohmann::json::parse(Run({"dump", At("b"), "--json"}).out);
     EXPECT_EQ("Clip", json[0]["name"]);
     EXPECT_EQ(1176000, json[0]["fields"][1]["values"][0]["ticks"]);

@@ -8,11 +8,15 @@
 
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
+#include "glissa/node/node.h"
 #include "io/bvh_reader.h"
+#include "tests/support/text_document.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <sstream>
 
@@ -80,8 +84,10 @@ TEST(ClipStore, RefusesAClipThatCannotBe)
         {[](Clip& pClip) { pClip.mJoints[0].mChannels[0] = eClipPositionX; }, "channels"},
         {[](Clip& pClip) { pClip.mJoints[0].mChannels[0] = EClipChannel(6); }, "channels"},
         {[](Clip& pClip) { pClip.mJoints[0].mEndSites[0].mChildrenBefore = 2; }, "end site"},
-        {[](Clip& pClip) { pClip.mJoints[0].mName = "Hip"; }, "curve Hip/R/Z"},
-        {[](Clip& pClip) { pClip.mJoints[0].mChannels.pop_back(); }, "2 curves for 1 channels"},
+        {[](Clip& pClip) { pClip.mJoints[0].mName = "Hip"; },
+         "node Hip: expected here, found 'Hips'"},
+        {[](Clip& pClip) { pClip.mJoints[0].mChannels.pop_back(); },
+         "node Hips: holds 3 channels, not 2"},
         {[](Clip& pClip) { pClip.mFrameCount = -1; }, "frame count"},
         {[](Clip& pClip) { pClip.mFrameTimeText = "0.04"; }, "'0.04'"},
         {[](Clip& pClip) { pClip.mFramePeriod = KTime(5); }, "5 ticks"},
@@ -121,8 +127,154 @@ TEST(ClipStore, TellsWhatIsDamagedInACurve)
     const IoResult<StoredClip> stored = ParseClipStore(Bytes(clip, curves), "a.glissa");
     ASSERT_TRUE(stored) << stored.GetError().GetText();
     EXPECT_EQ((std::vector<std::string>{
-                  "curve Hips/R/Z: 4 keys are stored, 3 of them make sense",
-                  "curve Hips/T/X: key 2 at tick 9408000: the value is no finite number"}),
+                  "curve Hips/T/X: key 2 at tick 9408000: the value is no finite number",
+                  "curve Hips/R/Z: 4 keys are stored, 3 of them make sense"}),
               stored->mFaults);
+}
+// A layer of half the weight on the rotation, with keys, beside the clip of kText.
+CurveClip LayeredCurves(const Clip& pClip)
+{
+    CurveClip curves(pClip);
+    NodeClip& nodes = curves.GetNodes();
+    HostLayer& first = nodes.GetLayers().Add("first");
+    first.mMuted = true;
+    HostLayer& half = nodes.GetLayers().Add("half");
+    half.mWeight->SetValue(0.5f);
+    half.mRotationMode = eRotationByChannel;
+    GlissaNode* const turn = nodes.GetTransform(0, KDataTypeLclRotation);
+    for (const HostLayer* const each : {&half, &first}) {
+        turn->CreateLayerAt(GlissaLayerInfo(each->mId, each));
+    }
+    turn->LayerGet(half.mId)->Get(2)->FCurveGet()->KeyAppendFast(KTime(), 10.0f);
+    turn->LayerGet(first.mId)->Get(2)->FCurveGet()->KeyAppendFast(KTime(), 1000.0f);
+    return curves;
+}
+
+TEST(ClipStore, LayersComeBackAndAreBlended)
+{
+    const Clip clip = *ParseBvh(kText, "a.bvh");
+    const CurveClip curves = LayeredCurves(clip);
+    const std::string bytes = Bytes(clip, curves);
+    const IoResult<StoredClip> stored = ParseClipStore(bytes, "a.glissa");
+    ASSERT_TRUE(stored) << stored.GetError().GetText();
+    EXPECT_TRUE(stored->mFaults.empty());
+    EXPECT_EQ(bytes, Bytes(stored->mClip, stored->mCurves));
+    const NodeClip& nodes = stored->mCurves.GetNodes();
+    ASSERT_EQ(2u, nodes.GetLayers().GetAll().size());
+    GlissaNode* const turn = nodes.GetTransform(0, KDataTypeLclRotation);
+    EXPECT_EQ(clip.mJoints[0].mRotationOrder, turn->GetRotationOrder());
+    for (const int id : {1, 2}) {
+        GlissaNode* const layer = turn->LayerGet(id);
+        ASSERT_NE(nullptr, layer);
+        EXPECT_EQ(nodes.GetLayers().Find(id), layer->GetLayerInfo().GetLayer());
+        EXPECT_EQ(nodes.GetLayers().Find(id), layer->Get(0)->GetLayerInfo().GetLayer());
+        EXPECT_EQ(clip.mJoints[0].mRotationOrder, layer->GetRotationOrder());
+    }
+    EXPECT_EQ(eLayerTypeRotationByChannel, turn->LayerGet(2)->GetLayerType());
+    EXPECT_TRUE(turn->LayerGet(1)->IsNodeMuted());
+    // The recorded 0.1, 0.25, 0.3 and half of 10; the position has no layer.
+    const Clip sampled = SampleClip(stored->mClip, stored->mCurves);
+    for (int frame = 0; frame < 3; ++frame) {
+        EXPECT_FLOAT_EQ(static_cast<float>(clip.GetValue(frame, 0)) + 5.0f,
+                        static_cast<float>(sampled.GetValue(frame, 0)));
+        EXPECT_EQ(clip.GetValue(frame, 1), sampled.GetValue(frame, 1));
+    }
+}
+
+TEST(ClipStore, RefusesLayersThatCannotBe)
+{
+    const struct
+    {
+        std::function<void(CurveClip& pCurves)> spoil;
+        const char* says;
+    } cases[] = {
+        {[](CurveClip& pCurves) { pCurves.GetNodes().GetLayers().Remove(2); }, "not in the list"},
+        {[](CurveClip& pCurves) { pCurves.GetNodes().GetLayers().Find(2)->mName = "first"; },
+         "layer 1: its name"},
+        {[](CurveClip& pCurves) { pCurves.GetNodes().GetLayers().Find(1)->mId = 2; },
+         "layer 1: its id"},
+        {[](CurveClip& pCurves) { pCurves.GetNodes().GetLayers().Find(2)->mMode = eLayerMode(3); },
+         "layer 1: mode"},
+        {[](CurveClip& pCurves) {
+             pCurves.GetNodes().GetLayers().Find(1)->mWeight->SetValue(INFINITY);
+         },
+         "layer 0: mode, state or weight"},
+        {[](CurveClip& pCurves) {
+             GlissaNode* const turn = pCurves.GetNodes().GetTransform(0, KDataTypeLclRotation);
+             turn->LayerGet(2)->SetLayerInfo(GlissaLayerInfo(1, nullptr));
+         },
+         "node Hips/R: a layer stands where none can be"},
+        {[](CurveClip& pCurves) {
+             pCurves.GetNodes().GetJoint(0)->CreateLayerAt(GlissaLayerInfo(1, nullptr));
+         },
+         "node Hips: a layer stands where none can be"},
+        {[](CurveClip& pCurves) {
+             pCurves.GetNodes().GetJoint(0)->Get(0)->Get(2)->FCurveReplace(nullptr);
+         },
+         "curve Hips/T/Z: has no \"Default\""},
+        {[](CurveClip& pCurves) {
+             pCurves.GetNodes().GetJoint(1)->SetLayerInfo(GlissaLayerInfo(1, nullptr));
+         },
+         "node Leg: has no block, or is of another layer"},
+    };
+    const Clip clip = *ParseBvh(kText, "a.bvh");
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.says);
+        CurveClip curves = LayeredCurves(clip);
+        each.spoil(curves);
+        const IoResult<StoredClip> stored = ParseClipStore(Bytes(clip, curves), "a.glissa");
+        ASSERT_FALSE(stored);
+        EXPECT_NE(std::string::npos, stored.GetError().GetText().find(each.says))
+            << stored.GetError().GetText();
+    }
+    // Damage within a layer is told with its name.
+    CurveClip curves = LayeredCurves(clip);
+    Glissa* const curve =
+        curves.GetNodes().GetTransform(0, KDataTypeLclRotation)->LayerGet(2)->Get(2)->FCurveGet();
+    curve->KeyAppendFast(KTime(-1), 5.0f);
+    EXPECT_EQ(std::vector<std::string>{"curve Hips/R/Z@half: 2 keys are stored, 1 of them make "
+                                       "sense"},
+              ParseClipStore(Bytes(clip, curves), "a.glissa")->mFaults);
+}
+
+// Names that a tree of nodes would take for one another.
+TEST(ClipStore, JointsKeepTheirNames)
+{
+    const std::string names[] = {"Hips", "hips", "T", "R", "t", "Hips", "X", "a(b)", "a"};
+    std::string text = "HIERARCHY\nROOT Root\n{\nOFFSET 0 0 0\nCHANNELS 2 Xposition Yrotation\n";
+    std::string frame = "MOTION\nFrames: 1\nFrame Time: .5\n0.5 0.25";
+    for (const std::string& name : names) {
+        text += "JOINT " + name + "\n{\nOFFSET 0 0 0\nCHANNELS 1 Xrotation\n}\n";
+        frame += ' ' + std::to_string(text.size());
+    }
+    const IoResult<Clip> clip = ParseBvh(text + "}\n" + frame + '\n', "a.bvh");
+    ASSERT_TRUE(clip) << clip.GetError().GetText();
+    const std::string bytes = Bytes(*clip, CurveClip(*clip));
+    const IoResult<StoredClip> stored = ParseClipStore(bytes, "a.glissa");
+    ASSERT_TRUE(stored) << stored.GetError().GetText();
+    EXPECT_EQ(clip->mValues, SampleClip(stored->mClip, stored->mCurves).mValues);
+    EXPECT_EQ(bytes, Bytes(stored->mClip, stored->mCurves));
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        EXPECT_EQ(names[i], stored->mCurves.GetNodes().GetJoint(i + 1)->GetTimeWarpName());
+    }
+}
+
+TEST(ClipStore, FilesOfVersion1AreRead)
+{
+    KTdf tdf;
+    DocumentFromFile(GLISSA_SOURCE_DIR "/tests/data/clip/version_1.txt", tdf);
+    const IoResult<StoredClip> stored = ParseClipStore(Bytes(tdf), "a.glissa");
+    ASSERT_TRUE(stored) << stored.GetError().GetText();
+    EXPECT_TRUE(stored->mFaults.empty());
+    Glissa& turn = *stored->mCurves.Find("Hips/R/Z")->mCurve;
+    ASSERT_EQ(3, turn.KeyGetCount());
+    EXPECT_EQ(12.5f, turn.KeyGetRightDerivative(1));
+    EXPECT_EQ(7.0f, stored->mCurves.Find("Hips/T/X")->mCurve->GetValue());
+    EXPECT_EQ("Tip", stored->mClip.mJoints[0].mEndSites[0].mLabel);
+    // Stored again it is of the present version.
+    const std::string again = Bytes(stored->mClip, stored->mCurves);
+    const IoResult<StoredClip> back = ParseClipStore(again, "a.glissa");
+    ASSERT_TRUE(back);
+    EXPECT_EQ(3, back->mCurves.Find("Hips/R/Z")->mCurve->KeyGetCount());
 }
 }  // namespace

@@ -1,0 +1,437 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Reading checks each step: what the rest of the program takes for granted about a clip holds for
+// one that comes from here.
+
+#include "corvekit/store/tdf.h"
+#include "glissa/curve/curve.h"
+#include "glissa/node/node.h"
+#include "io/bvh_reader.h"
+#include "io/clip_store.h"
+#include "io/frame_period.h"
+#include "io/text_scanner.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+#include <span>
+
+namespace
+{
+// Version 1 has a field "Curve" for each channel in place of layers and a tree.
+constexpr int kClipVersionCurves = 1;
+constexpr int kClipVersion = 2;
+
+class ClipStoreReader
+{
+public:
+    explicit ClipStoreReader(KTdf& pTdf) : mTdf(pTdf) {}
+
+    bool Read();
+    StoredClip& GetClip() { return mStored; }
+    const std::string& GetReason() const { return mReason; }
+
+private:
+    bool Fail(std::string pReason)
+    {
+        if (mReason.empty()) {
+            mReason = std::move(pReason);
+        }
+        return false;
+    }
+    // Takes a value of exactly that type.
+    bool Int(int& pValue) { return Is(KTdf::kTypeInt) && (pValue = mTdf.FieldReadI(), true); }
+    bool Text(std::string& pText)
+    {
+        return Is(KTdf::kTypeText) && (pText = mTdf.FieldReadS().GetView(), true);
+    }
+    bool Is(char pType) const { return mTdf.FieldReadGetType() == pType; }
+    bool Offset(std::array<double, 3>& pOffset);
+
+    bool ReadFrames();
+    bool ReadJoints();
+    bool ReadJoint(int pIndex);
+    bool ReadChannels(ClipJoint& pJoint);
+    bool ReadEndSites(ClipJoint& pJoint);
+    bool CheckTree();
+    bool ReadLayers();
+    bool ReadTree();
+    bool CompareNode(GlissaNode& pNode, int pLayer, const std::string& pName);
+    bool CompareChannels(GlissaNode& pNode, int pLayer, const std::string& pName);
+    std::string NameOf(GlissaNode& pNode, const std::string& pParent);
+
+    bool ReadCurves();
+    bool ReadCurve(const std::string& pName, Glissa& pCurve);
+    void CheckCurve(const std::string& pName, const Glissa& pCurve, int pStoredKeys);
+    int CountStoredKeys();
+
+    KTdf& mTdf;
+    StoredClip mStored;
+    NodeClip mNodes;
+    std::size_t mNextJoint = 0;
+    std::string mReason;
+};
+
+bool ClipStoreReader::Offset(std::array<double, 3>& pOffset)
+{
+    for (double& each : pOffset) {
+        if (!Is(KTdf::kTypeDouble)) {
+            return false;
+        }
+        each = mTdf.FieldReadD();
+        if (!(std::fabs(each) <= static_cast<double>(std::numeric_limits<float>::max()))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ClipStoreReader::Read()
+{
+    int version = 0;
+    if (!mTdf.FieldReadBegin("Clip") || !Int(version)) {
+        return Fail("holds no clip: there is no field \"Clip\" with a version");
+    }
+    if (version != kClipVersion && version != kClipVersionCurves) {
+        return Fail("is a clip of version " + std::to_string(version) + ", known are 1 and 2");
+    }
+    if (!mTdf.FieldReadBlockBegin()) {
+        return Fail("field \"Clip\" has no block");
+    }
+    if (!ReadJoints() || !CheckTree() || !ReadFrames()) {
+        return false;
+    }
+    mNodes = NodeClip(mStored.mClip);
+    if (version == kClipVersionCurves ? !ReadCurves() : !ReadLayers() || !ReadTree()) {
+        return false;
+    }
+    mStored.mCurves = CurveClip(mStored.mClip, std::move(mNodes));
+    return true;
+}
+
+bool ClipStoreReader::ReadFrames()
+{
+    Clip& clip = mStored.mClip;
+    if (!mTdf.FieldReadBegin("Frames") || !Int(clip.mFrameCount) || clip.mFrameCount < 0 ||
+        (clip.mFrameCount > 0 && clip.mChannelCount == 0)) {
+        return Fail("field \"Frames\": no frame count that makes sense");
+    }
+    mTdf.FieldReadEnd();
+    if (!mTdf.FieldReadBegin("FrameTime") || !Is(KTdf::kTypeTime)) {
+        return Fail("field \"FrameTime\": no period");
+    }
+    clip.mFramePeriod = mTdf.FieldReadT();
+    if (!Text(clip.mFrameTimeText)) {
+        return Fail("field \"FrameTime\": no text");
+    }
+    mTdf.FieldReadEnd();
+    double seconds = 0.0;
+    TextScanner scan(clip.mFrameTimeText);
+    if (scan.TakeNumber(seconds) != eScanNumber || !scan.AtEnd() || !(seconds > 0.0) ||
+        FramePeriodFromText(seconds, clip.mFrameTimeText) != clip.mFramePeriod) {
+        return Fail("field \"FrameTime\": the text " + TextScanner::Quote(clip.mFrameTimeText) +
+                    " does not say the period of " + std::to_string(clip.mFramePeriod.Get()) +
+                    " ticks");
+    }
+    if (clip.mFramePeriod <= KTime() ||
+        clip.mFramePeriod > KTime::Infinite() / KTime(std::int64_t{clip.mFrameCount} + 1)) {
+        return Fail("field \"FrameTime\": the period is out of range");
+    }
+    return true;
+}
+
+bool ClipStoreReader::ReadJoints()
+{
+    const int count = mTdf.FieldGetInstanceCount("Joint");
+    for (int i = 0; i < count; ++i) {
+        mTdf.FieldReadBegin("Joint");
+        if (!ReadJoint(i)) {
+            return Fail("joint " + std::to_string(i) +
+                        ": name, parent and offset do not stand "
+                        "there, or are out of range");
+        }
+        mTdf.FieldReadEnd();
+    }
+    AssignAddresses(mStored.mClip.mJoints);
+    return count > 0 || Fail("holds no joint");
+}
+
+bool ClipStoreReader::ReadJoint(int pIndex)
+{
+    ClipJoint joint;
+    if (!Text(joint.mName) || !Int(joint.mParent) || joint.mParent < -1 ||
+        joint.mParent >= pIndex || !Offset(joint.mOffset) || !mTdf.FieldReadBlockBegin()) {
+        return false;
+    }
+    if (!ReadChannels(joint) || !ReadEndSites(joint)) {
+        return Fail("joint " + std::to_string(pIndex) + ": channels or end sites make no sense");
+    }
+    mTdf.FieldReadBlockEnd();
+    mStored.mClip.mJoints.push_back(std::move(joint));
+    return true;
+}
+
+bool ClipStoreReader::ReadChannels(ClipJoint& pJoint)
+{
+    Clip& clip = mStored.mClip;
+    pJoint.mFirstChannel = clip.mChannelCount;
+    if (!mTdf.FieldReadBegin("Channels")) {
+        return false;
+    }
+    unsigned used = 0;
+    for (int kind = 0; Int(kind);) {
+        if (kind < 0 || kind >= kClipChannelKinds || (used & 1u << kind) != 0) {
+            return false;
+        }
+        used |= 1u << kind;
+        pJoint.mChannels.push_back(static_cast<EClipChannel>(kind));
+    }
+    if (mTdf.FieldReadGetRemain() > 0) {
+        return false;
+    }
+    mTdf.FieldReadEnd();
+    clip.mChannelCount += static_cast<int>(pJoint.mChannels.size());
+    pJoint.mRotationOrder = RotationOrderOf(pJoint.mChannels);
+    return true;
+}
+
+bool ClipStoreReader::ReadEndSites(ClipJoint& pJoint)
+{
+    while (mTdf.FieldReadBegin("EndSite")) {
+        ClipEndSite site;
+        const int least = pJoint.mEndSites.empty() ? 0 : pJoint.mEndSites.back().mChildrenBefore;
+        if (!Text(site.mLabel) || !Int(site.mChildrenBefore) || site.mChildrenBefore < least ||
+            !Offset(site.mOffset)) {
+            return false;
+        }
+        pJoint.mEndSites.push_back(std::move(site));
+        mTdf.FieldReadEnd();
+    }
+    return true;
+}
+
+// Branch after branch, as a file with braces would list them, and no deeper than one may.
+bool ClipStoreReader::CheckTree()
+{
+    const std::vector<ClipJoint>& joints = mStored.mClip.mJoints;
+    std::vector<int> children(joints.size(), 0);
+    std::vector<int> open;
+    for (std::size_t i = 0; i < joints.size(); ++i) {
+        const int parent = joints[i].mParent;
+        while (!open.empty() && open.back() != parent) {
+            open.pop_back();
+        }
+        if ((open.empty() && parent != -1) ||
+            open.size() >= static_cast<std::size_t>(kBvhDeepestNesting)) {
+            return Fail("joint " + std::to_string(i) +
+                        ": does not stand in its parent's branch, or is nested too deep");
+        }
+        open.push_back(static_cast<int>(i));
+        if (parent >= 0) {
+            ++children[static_cast<std::size_t>(parent)];
+        }
+    }
+    for (std::size_t i = 0; i < joints.size(); ++i) {
+        if (!joints[i].mEndSites.empty() &&
+            joints[i].mEndSites.back().mChildrenBefore > children[i]) {
+            return Fail("joint " + std::to_string(i) +
+                        ": an end site stands behind more children than there are");
+        }
+    }
+    return true;
+}
+
+bool ClipStoreReader::ReadLayers()
+{
+    std::string reason;
+    return mNodes.GetLayers().Retrieve(mTdf, reason) || Fail(reason);
+}
+
+// The tree finds its channels by itself. Afterwards it goes beside the document once more: what has
+// found no place, or is no layer, would else be lost without a word.
+bool ClipStoreReader::ReadTree()
+{
+    if (mTdf.FieldGetInstanceCount("Channel") != 1 ||
+        !mNodes.GetRoot()->TdfRetrieve(&mTdf, false, false, true)) {
+        return Fail("holds no tree, or several");
+    }
+    mTdf.FieldReadBegin("Channel", 0);
+    if (!CompareNode(*mNodes.GetRoot(), 0, "")) {
+        return false;
+    }
+    mTdf.FieldReadEnd();
+    return mNodes.GetLayers().AttachTo(*mNodes.GetRoot()) ||
+           Fail("the tree has a layer that is not in the list");
+}
+
+// Joints come in the order of the clip, as the tree was made of them.
+std::string ClipStoreReader::NameOf(GlissaNode& pNode, const std::string& pParent)
+{
+    if (mNextJoint < mNodes.GetJointCount() && mNodes.GetJoint(mNextJoint) == &pNode) {
+        return mStored.mClip.mJoints[mNextJoint++].mAddress;
+    }
+    return pParent.empty() ? pNode.GetName() : pParent + '/' + pNode.GetName();
+}
+
+// pLayer  id of the layer that the node belongs to.
+bool ClipStoreReader::CompareNode(GlissaNode& pNode, int pLayer, const std::string& pName)
+{
+    if (!mTdf.FieldReadBlockBegin() || mTdf.FieldReadI("LayerID", 0) != pLayer) {
+        return Fail("node " + pName + ": has no block, or is of another layer");
+    }
+    if (Glissa* const curve = pNode.FCurveGet()) {
+        const HostLayer* const layer = mNodes.GetLayers().Find(pLayer);
+        const std::string name = layer ? pName + '@' + layer->mName : pName;
+        if (mTdf.FieldGetInstanceCount("Default") == 0) {
+            return Fail("curve " + name + ": has no \"Default\"");
+        }
+        if (pNode.GetLayerType() != eLayerTypeValue) {
+            return Fail("curve " + name + ": its node is no plain value");
+        }
+        CheckCurve(name, *curve, CountStoredKeys());
+    }
+    if (!CompareChannels(pNode, pLayer, pName)) {
+        return false;
+    }
+    const bool hasLayers = pNode.GetDataType() != nullptr;
+    GlissaNode* const next = pNode.LayerGet();
+    if (mTdf.FieldReadBegin("LayerChannel")) {
+        if (!hasLayers || !next || next->GetLayerID() <= pLayer) {
+            return Fail("node " + pName + ": a layer stands where none can be");
+        }
+        if (!CompareNode(*next, next->GetLayerID(), pName)) {
+            return false;
+        }
+        mTdf.FieldReadEnd();
+    }
+    mTdf.FieldReadBlockEnd();
+    return true;
+}
+
+bool ClipStoreReader::CompareChannels(GlissaNode& pNode, int pLayer, const std::string& pName)
+{
+    const int count = mTdf.FieldGetInstanceCount("Channel");
+    if (count != pNode.GetCount()) {
+        return Fail("node " + pName + ": holds " + std::to_string(count) + " channels, not " +
+                    std::to_string(pNode.GetCount()));
+    }
+    for (int i = 0; i < count; ++i) {
+        GlissaNode& child = *pNode.Get(i);
+        const std::string name = NameOf(child, pName);
+        mTdf.FieldReadBegin("Channel");
+        std::string found;
+        if (!Text(found) || found != child.GetName()) {
+            return Fail("node " + name + ": expected here, found " + TextScanner::Quote(found));
+        }
+        if (!CompareNode(child, pLayer, name)) {
+            return false;
+        }
+        mTdf.FieldReadEnd();
+    }
+    return true;
+}
+
+bool ClipStoreReader::ReadCurves()
+{
+    const Clip& clip = mStored.mClip;
+    if (mTdf.FieldGetInstanceCount("Curve") != clip.mChannelCount) {
+        return Fail("holds " + std::to_string(mTdf.FieldGetInstanceCount("Curve")) +
+                    " curves for " + std::to_string(clip.mChannelCount) + " channels");
+    }
+    for (std::size_t i = 0; i < clip.mJoints.size(); ++i) {
+        const ClipJoint& joint = clip.mJoints[i];
+        for (int channel = 0; channel < static_cast<int>(joint.mChannels.size()); ++channel) {
+            const EClipChannel kind = joint.mChannels[static_cast<std::size_t>(channel)];
+            if (!ReadCurve(clip.GetCurveName(joint, channel),
+                           *mNodes.GetChannel(i, kind)->FCurveGet())) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool ClipStoreReader::ReadCurve(const std::string& pName, Glissa& pCurve)
+{
+    std::string name;
+    if (!mTdf.FieldReadBegin("Curve") || !Text(name) || name != pName ||
+        !mTdf.FieldReadBlockBegin()) {
+        return Fail("curve " + pName + ": expected here, found " + TextScanner::Quote(name));
+    }
+    const int storedKeys = CountStoredKeys();
+    mTdf.FieldReadRewind();
+    if (!pCurve.TdfRetrieve(&mTdf, false, true)) {
+        return Fail("curve " + pName + ": has no \"Default\"");
+    }
+    CheckCurve(pName, pCurve, storedKeys);
+    mTdf.FieldReadBlockEnd();
+    mTdf.FieldReadEnd();
+    return true;
+}
+
+// Times begin keys, whatever the count beside them says.
+int ClipStoreReader::CountStoredKeys()
+{
+    const int said = mTdf.FieldReadI("KeyCount", 0);
+    int found = 0;
+    if (mTdf.FieldReadBegin("Key")) {
+        while (mTdf.FieldReadGetRemain() > 0) {
+            found += Is(KTdf::kTypeTime) ? 1 : 0;
+            mTdf.FieldReadT();
+        }
+        mTdf.FieldReadEnd();
+    }
+    return std::max(said, found);
+}
+
+void ClipStoreReader::CheckCurve(const std::string& pName, const Glissa& pCurve, int pStoredKeys)
+{
+    const Glissa& curve = pCurve;
+    const auto fault = [&](const std::string& pText) {
+        mStored.mFaults.push_back("curve " + pName + ": " + pText);
+    };
+    if (curve.KeyGetCount() != pStoredKeys) {
+        fault(std::to_string(pStoredKeys) + " keys are stored, " +
+              std::to_string(curve.KeyGetCount()) + " of them make sense");
+    }
+    if (!std::isfinite(curve.GetValue())) {
+        fault("the default value is no finite number");
+    }
+    for (int i = 0; i < curve.KeyGetCount(); ++i) {
+        const KPriFCurveKeyAttr& attributes = *curve.InternalPriKeyAttrGetPtr(i);
+        const bool slots = attributes.GetInterpolation() == eInterpolationCubic;
+        const bool bias = slots && attributes.GetTangeantMode(false) == eTangentTCB;
+        const char* what =
+            !std::isfinite(curve.KeyGetValue(i)) ? "value"
+            : slots && !(std::isfinite(attributes.mData[0]) && std::isfinite(attributes.mData[1]) &&
+                         (!bias || std::isfinite(attributes.mData[eDataTCBBias])))
+                ? "tangent"
+                : nullptr;
+        if (what) {
+            fault("key " + std::to_string(i) + " at tick " +
+                  std::to_string(curve.KeyGetTime(i).Get()) + ": the " + what +
+                  " is no finite number");
+        }
+    }
+}
+}  // namespace
+
+IoResult<StoredClip> ParseClipStore(std::string_view pBytes, const std::string& pFileName)
+{
+    try {
+        KTdf tdf;
+        if (!tdf.Load(
+                std::span(reinterpret_cast<const std::uint8_t*>(pBytes.data()), pBytes.size()))) {
+            return IoError{pFileName, 0, tdf.GetError().GetLastErrorString()};
+        }
+        ClipStoreReader reader(tdf);
+        if (reader.Read()) {
+            return std::move(reader.GetClip());
+        }
+        return IoError{pFileName, 0, reader.GetReason()};
+    } catch (const std::bad_alloc&) {
+        return IoError{pFileName, 0, "does not fit into memory"};
+    }
+}
