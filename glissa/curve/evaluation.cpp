@@ -72,36 +72,45 @@ bool IsPlainUser(const KPriFCurveKeyAttr& pFrom, const KPriFCurveKeyAttr& pTo)
     return (pFrom.mFlags & kMask) == kUser && (pTo.mFlags & kMask) == kUser;
 }
 
-// What playback seldom needs is called with its keys in registers, so that the common road keeps no
-// structure in memory for it.
-[[gnu::noinline]] CubicShape AnyShapeOf(const KPriFCurveKey* pBefore, const KPriFCurveKey* pFrom,
-                                        const KPriFCurveKey* pTo, const KPriFCurveKey* pAfter,
-                                        float pSeconds)
+float SecondsOf(const Segment& pSegment)
 {
-    return {RightSlopeOfKey({pBefore, pFrom, pTo}, false),
-            LeftSlopeOfKey({pFrom, pTo, pAfter}, false, false), pSeconds};
+    return static_cast<float>(SecondsBetween(*pSegment.from, *pSegment.to));
 }
 
-// The rules of slope_rules.h, with the two common cases worked out here: slopes that share the
-// secant of the segment, and slopes that are stored.
-inline CubicShape ShapeOf(const Segment& pSegment)
+// The rules of slope_rules.h for the two common cases: slopes that share the secant of the segment,
+// and slopes that are stored. False for any other. Inlined by order: a compiler that calls it hands
+// all keys and slopes over in memory.
+[[gnu::always_inline]] inline bool FindCommonShape(const Segment& pSegment, CubicShape& pShape)
 {
     const KPriFCurveKeyAttr& from = *pSegment.from->mAttribute;
     const KPriFCurveKeyAttr& to = *pSegment.to->mAttribute;
-    const float seconds = static_cast<float>(SecondsBetween(*pSegment.from, *pSegment.to));
+    const float seconds = SecondsOf(pSegment);
     if (IsPlainAuto(from, to)) {
         const double through = (pSegment.to->mValue - pSegment.from->mValue) / seconds;
         const double toLeft =
             pSegment.before ? FloatSecant(*pSegment.before, *pSegment.from) : through;
         const double toRight =
             pSegment.after ? FloatSecant(*pSegment.to, *pSegment.after) : through;
-        return {static_cast<float>(AutoBlend(0.0, through, toLeft)),
-                static_cast<float>(AutoBlend(0.0, toRight, through)), seconds};
+        pShape = {static_cast<float>(AutoBlend(0.0, through, toLeft)),
+                  static_cast<float>(AutoBlend(0.0, toRight, through)), seconds};
+        return true;
     }
     if (IsPlainUser(from, to)) {
-        return {from.mData[eDataRightSlope], from.mData[eDataNextLeftSlope], seconds};
+        pShape = {from.mData[eDataRightSlope], from.mData[eDataNextLeftSlope], seconds};
+        return true;
     }
-    return AnyShapeOf(pSegment.before, pSegment.from, pSegment.to, pSegment.after, seconds);
+    return false;
+}
+
+CubicShape ShapeOf(const Segment& pSegment)
+{
+    CubicShape shape;
+    if (!FindCommonShape(pSegment, shape)) {
+        shape = {RightSlopeOfKey({pSegment.before, pSegment.from, pSegment.to}, false),
+                 LeftSlopeOfKey({pSegment.from, pSegment.to, pSegment.after}, false, false),
+                 SecondsOf(pSegment)};
+    }
+    return shape;
 }
 
 struct CubicPoints
@@ -155,13 +164,28 @@ WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShap
     return CubicValue(p.p3, p.p2, p.p1, p.p0, s);
 }
 
+// What playback seldom needs is called last and with its keys in registers, so that the common road
+// keeps nothing in memory for it.
+[[gnu::noinline]] float AnyCubicValue(const KPriFCurveKey* pBefore, const KPriFCurveKey* pFrom,
+                                      const KPriFCurveKey* pTo, const KPriFCurveKey* pAfter,
+                                      double pT)
+{
+    const Segment segment{pBefore, pFrom, pTo, pAfter};
+    const CubicPoints p = PointsOf(segment, ShapeOf(segment));
+    return CubicValue(p.p0, p.p1, p.p2, p.p3, pT);
+}
+
 // pT lies strictly between 0 and 1; on a key the answer is the key's value.
-inline float CubicSegmentValue(const Segment& pSegment, double pT)
+[[gnu::always_inline]] inline float CubicSegmentValue(const Segment& pSegment, double pT)
 {
     if (IsWeighted(*pSegment.from)) [[unlikely]] {
         return WeightedValue(pSegment.before, pSegment.from, pSegment.to, pSegment.after, pT);
     }
-    const CubicPoints p = PointsOf(pSegment, ShapeOf(pSegment));
+    CubicShape shape;
+    if (!FindCommonShape(pSegment, shape)) [[unlikely]] {
+        return AnyCubicValue(pSegment.before, pSegment.from, pSegment.to, pSegment.after, pT);
+    }
+    const CubicPoints p = PointsOf(pSegment, shape);
     return CubicValue(p.p0, p.p1, p.p2, p.p3, pT);
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "glissa/curve/key_list.h"
+#include "glissa/curve/ticks.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -37,7 +38,7 @@ inline double TimeFraction(KTime pFrom, KTime pTime, KTime pTo)
         return static_cast<double>(TicksBetween(pFrom, pTime)) /
                static_cast<double>(TicksBetween(pFrom, pTo));
     }
-    return static_cast<double>(pTime.Get() - pFrom.Get()) / static_cast<double>(span);
+    return ToDouble(pTime.Get() - pFrom.Get()) / ToDouble(span);
 }
 
 /// Whether a time lies in a span, its ends included, by one comparison that no branch is needed

@@ -8,6 +8,7 @@
 
 #include "glissa/curve/key.h"
 #include "glissa/curve/key_weight.h"
+#include "glissa/curve/ticks.h"
 
 /// A key between its neighbours; null where there is none.
 struct KeyWindow
@@ -19,7 +20,7 @@ struct KeyWindow
 
 inline double SecondsBetween(const KPriFCurveKey& pFrom, const KPriFCurveKey& pTo)
 {
-    return (pTo.mTime - pFrom.mTime).GetSecondDouble();
+    return ToDouble((pTo.mTime - pFrom.mTime).Get()) / static_cast<double>(KTime::kTicksPerSecond);
 }
 
 /// Secant slope with the time difference in double.
