@@ -539,6 +539,8 @@ public:
     void SetCallbackForCustomKeyChangeEnabled(bool pEnable) { mCustomKeyChangeEnabled = pEnable; }
 
 private:
+    friend class GlissaNode;
+
     static constexpr unsigned kCallbacksEnabled = 1;
     static constexpr unsigned kOptimizeEnabled = 2;
 
@@ -611,6 +613,8 @@ private:
     int AppendWithCare(KTime pTime, float pValue);
     void CallListeners();
 
+    KTime KeyTimeAfter(KTime pTime);
+    KTime KeyTimeBefore(KTime pTime);
     double FindBefore(KTime pTime, int& pHint);
     double FindAfter(KTime pTime, int& pHint);
 

@@ -7,10 +7,19 @@
 #include "glissa/curve/curve.h"
 #include "glissa/curve/segment_search.h"
 
+#include <cmath>
 #include <limits>
 
 namespace
 {
+// A time this far, in key index steps, from a key counts as on it: a search from the time of a key
+// goes on to the next one.
+constexpr double kOnKey = 1e-6;
+// 2^-18 of a step, 4e-6, is clearly more than that.
+constexpr int kClearOfKey = 18;
+// Up to this many keys a bisection is shorter than the way past the hint.
+constexpr int kFewKeys = 16;
+
 KTime Later(KTime pTime, std::uint64_t pTicks)
 {
     return KTime(static_cast<std::int64_t>(static_cast<std::uint64_t>(pTime.Get()) + pTicks));
@@ -28,6 +37,19 @@ std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRo
     const std::uint64_t fitting = pRoom / pSpan;
     return pCount <= fitting ? static_cast<std::int64_t>(pCount)
                              : static_cast<std::int64_t>(fitting) - 1;
+}
+
+// The keys around a time between the first and the last, where one page holds them all. The hint is
+// left for FindBeside. False for keys out of order.
+bool FindInOnePage(const KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& pPlace)
+{
+    const unsigned count = static_cast<unsigned>(pKeys.Count());
+    const KPriFCurveKey* page = pKeys.Table()[0];
+    const unsigned slot = std::min(SlotBelow(page, count, pTime), count - 2);
+    pPlace.from = page + slot;
+    pPlace.to = pPlace.from + 1;
+    pHint = static_cast<int>(slot) + 1;
+    return pPlace.from->mTime <= pTime && pTime <= pPlace.to->mTime;
 }
 }  // namespace
 
@@ -71,6 +93,41 @@ double Glissa::KeyFindAll(KTime pTime, int* pHint)
         return FindAfter(pTime, hint);
     }
     return KeyFind(pTime, &hint);
+}
+
+// The time of the next key, that time itself where there is none. A walk over the keys of many
+// curves asks this of each of them at each step, nearly always for a time well inside a segment:
+// the fraction, a division, is left for the others.
+KTime Glissa::KeyTimeAfter(KTime pTime)
+{
+    const int count = KeyGetCount();
+    if (count == 0 || mKeys.LastTime() <= pTime) {
+        return pTime;
+    }
+    if (pTime < mKeys.FirstTime()) {
+        return mKeys.FirstTime();
+    }
+    SegmentPlace place;
+    const bool is_one_page = count <= static_cast<int>(KeyList::kKeysPerPage);
+    if ((count > kFewKeys && FindBeside(mKeys, pTime, mSearchIndex, place)) ||
+        (is_one_page ? FindInOnePage(mKeys, pTime, mSearchIndex, place)
+                     : FindInPages(mKeys, pTime, mSearchIndex, place))) {
+        const KTime next = place.to->mTime;
+        const std::uint64_t gap = TicksBetween(place.from->mTime, next);
+        if (TicksBetween(pTime, next) > gap >> kClearOfKey) {
+            return next;
+        }
+    }
+    const double index = std::ceil(KeyFind(pTime, nullptr) + kOnKey);
+    const KTime time = index < count ? KeyGetTime(static_cast<int>(index)) : pTime;
+    return time > pTime ? time : pTime;
+}
+
+KTime Glissa::KeyTimeBefore(KTime pTime)
+{
+    const double index = std::floor(KeyFind(pTime, nullptr) - kOnKey);
+    const KTime time = index >= 0.0 ? KeyGetTime(static_cast<int>(index)) : pTime;
+    return time < pTime ? time : pTime;
 }
 
 double Glissa::FindBefore(KTime pTime, int& pHint)

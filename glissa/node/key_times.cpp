@@ -12,23 +12,6 @@
 
 namespace
 {
-// A time this far, in key index steps, from a key counts as on it: a search from the time of a key
-// finds the next one.
-constexpr double kOnKey = 1e-6;
-
-// Key indexes lie between -1 and the key count, so a whole number holds them.
-int Ceil(double pIndex)
-{
-    const int whole = static_cast<int>(pIndex);
-    return whole < pIndex ? whole + 1 : whole;
-}
-
-int Floor(double pIndex)
-{
-    const int whole = static_cast<int>(pIndex);
-    return whole > pIndex ? whole - 1 : whole;
-}
-
 struct KeyStatistics
 {
     int curves = 0;
@@ -175,14 +158,16 @@ KTime GlissaNode::GetNextKeyTime(KTime pTime, bool* pMask, bool pChain)
         }
     };
     if (Glissa* curve = mState->mCurve; curve && mask.HasCurve()) {
-        const int next = Ceil(curve->KeyFind(pTime, nullptr) + kOnKey);
-        if (next >= 0 && next < curve->KeyGetCount()) {
-            offer(curve->KeyGetTime(next));
-        }
+        offer(curve->KeyTimeAfter(pTime));
     }
     for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
         if (mask.HasChild(i)) {
-            offer(mState->mChildren[i]->GetNextKeyTime(pTime, mask.OfChild(i), false));
+            GlissaNode* child = mState->mChildren[i];
+            // Children are nearly always leaves; a call less for each tells in wide trees.
+            const State& state = *child->mState;
+            const bool is_leaf = state.mCurve && state.mChildren.IsEmpty();
+            offer(is_leaf ? state.mCurve->KeyTimeAfter(pTime)
+                          : child->GetNextKeyTime(pTime, mask.OfChild(i), false));
         }
     }
     if (pChain && mState->mNextLayer) {
@@ -201,10 +186,7 @@ KTime GlissaNode::GetPrevKeyTime(KTime pTime, bool* pMask)
         }
     };
     if (Glissa* curve = mState->mCurve; curve && mask.HasCurve()) {
-        const int previous = Floor(curve->KeyFind(pTime, nullptr) - kOnKey);
-        if (previous >= 0 && previous < curve->KeyGetCount()) {
-            offer(curve->KeyGetTime(previous));
-        }
+        offer(curve->KeyTimeBefore(pTime));
     }
     for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
         if (mask.HasChild(i)) {
@@ -259,8 +241,8 @@ void GlissaNode::ExtractKeysIndex(KArrayTemplate<int, 16>& pArray, KTimeSpan pSp
     if (Glissa* curve = mState->mCurve) {
         const KTime start = ETIGlobalTime2NodeTime(pSpan.GetStart());
         const KTime stop = ETIGlobalTime2NodeTime(pSpan.GetStop());
-        const int first = Ceil(curve->KeyFind(start, nullptr));
-        const int last = Floor(curve->KeyFind(stop, nullptr));
+        const int first = static_cast<int>(std::ceil(curve->KeyFind(start, nullptr)));
+        const int last = static_cast<int>(std::floor(curve->KeyFind(stop, nullptr)));
         curve->ExtractKeysIndex(pArray, first, last, pMin, pMax);
     }
 }

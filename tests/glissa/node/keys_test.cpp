@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 #include "corvekit/math/rotation_order.h"
+#include "tests/support/allocation_count.h"
 #include "tests/support/node_stubs.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -338,6 +340,40 @@ TEST_F(ChannelKeys, LeaveOutATimeThatIsAsGoodAsOnAKey)
     EXPECT_EQ(mX->GetPrevKeyTime(Seconds(1.0) + KTime(100), nullptr), Seconds(0.0));
     const KTime clearly = Seconds(1.0) - KTime(200);
     EXPECT_EQ(mX->GetNextKeyTime(clearly, nullptr, false), Seconds(1.0));
+}
+
+TEST_F(ChannelKeys, AreNextAsTheKeyIndexSaysWithoutAllocations)
+{
+    std::mt19937_64 random(7);
+    Glissa* curve = mX->FCurveGet();
+    for (const int count : {1, 2, 3, 16, 17, 42, 43, 300}) {
+        SCOPED_TRACE(count);
+        curve->KeyClear();
+        KTime last;
+        for (int i = 0; i < count; ++i) {
+            last += KTime(1 + static_cast<std::int64_t>(random() % 4000000));
+            curve->KeyAppendFast(last, 0.0f);
+        }
+        for (int i = 0; i < 2000; ++i) {
+            // Anywhere, and a few ticks around a key.
+            const auto key = static_cast<int>(random() % static_cast<unsigned>(count));
+            const KTime time =
+                i % 2 == 0
+                    ? KTime(static_cast<std::int64_t>(random() % 2) * 4000000 - 2000000 +
+                            static_cast<std::int64_t>(random()) % (last.Get() + 1))
+                    : curve->KeyGetTime(key) + KTime(static_cast<std::int64_t>(random() % 13) - 6);
+            int hint = 0;
+            const double index = curve->KeyFind(time, &hint);
+            const int next = static_cast<int>(std::ceil(index + 1e-6));
+            const int previous = static_cast<int>(std::floor(index - 1e-6));
+            const std::size_t before = AllocationCount();
+            const KTime found = mNode->GetNextKeyTime(time, nullptr, true);
+            const KTime found_before = mNode->GetPrevKeyTime(time, nullptr);
+            EXPECT_EQ(AllocationCount(), before);
+            EXPECT_EQ(found, next < count ? curve->KeyGetTime(next) : time);
+            EXPECT_EQ(found_before, previous >= 0 ? curve->KeyGetTime(previous) : time);
+        }
+    }
 }
 
 TEST_F(ChannelKeys, AreExtractedFromASpanOfGlobalTime)
