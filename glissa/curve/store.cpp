@@ -85,7 +85,9 @@ void WriteSlots(KTdf& pTdf, const GlissaKeyAttributes& pKey)
 bool IsAuto(const GlissaKeyAttributes& pKey)
 {
     const unsigned kind = pKey.GetTangeantMode(false);
-    return kind == eTangentAuto || kind == eTangentAutoBreak;
+    // The bits of the kind mean something else in a constant key.
+    return pKey.GetInterpolation() == eInterpolationCubic &&
+           (kind == eTangentAuto || kind == eTangentAutoBreak);
 }
 
 // Both sides are left to the neighbours.

@@ -257,6 +257,15 @@ TEST_F(CurveStore, TheOlderFormTellsAutomaticKeysBySlopes)
               "T4s D8 'U 's D1.5 D1.5 'n "
               "T5s D10 'U 's D2 D0 'n\n",
               StoredText(*ToGlissa(curve), false, false, true));
+
+    // Keys of other kinds are what they are; the mode of a constant one has the bit of an
+    // automatic.
+    curve = CurveOf({{0, 0, eInterpolationConstant | eConstantNext},
+                     {1, 2, eInterpolationLinear},
+                     {2, 2, eInterpolationConstant}});
+    EXPECT_EQ(
+        "Default: D0\nKeyVer: I4007\nKeyCount: I3\nKey: T0s D0 'C 'n T1s D2 'L T2s D2 'C 's\n",
+        StoredText(*ToGlissa(curve), false, false, true));
 }
 
 TEST_F(CurveStore, MuseumCurvesComeBack)
