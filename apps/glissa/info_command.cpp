@@ -5,6 +5,7 @@
 #include "apps/glissa/command.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/sample_grid.h"
+#include "apps/glissa/tree_text.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -29,6 +30,7 @@ struct InfoOptions
     std::string output;
     std::string format = "text";
     bool list = false;
+    bool tree = false;
     bool bench = false;
 };
 
@@ -137,6 +139,9 @@ Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
                          {"random_evaluations_a_second", benchmark.random},
                          {"checksum", benchmark.checksum}};
     }
+    if (pOptions.tree) {
+        info["tree"] = DescribeTree(pClip);
+    }
     if (pOptions.list) {
         info["list"] = Json::array();
         for (const NamedCurve* const each : curves) {
@@ -196,6 +201,9 @@ std::string AsText(const Json& pInfo)
                            each["high"].get<float>(), each["unit"].get<std::string>());
         }
     }
+    if (pInfo.contains("tree")) {
+        text += '\n' + TreeText(pInfo["tree"]);
+    }
     return text;
 }
 
@@ -217,6 +225,7 @@ void AddInfoCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command = pApp.add_subcommand("info", "Tell what a clip holds");
     command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
     command->add_flag("--list", options->list, "Add a line for each curve");
+    command->add_flag("--tree", options->tree, "Show the nodes with their curves and layers");
     command->add_flag("--bench", options->bench, "Time the evaluation of all curves");
     command->add_option("--format", options->format, "text (as it is without) or json")
         ->check(CLI::IsMember({"text", "json"}))
@@ -227,6 +236,7 @@ void AddInfoCommand(CLI::App& pApp, Action& pAction)
         ->type_name("FILE");
     command->footer("Examples:\n"
                     "  glissa info clip.bvh\n"
+                    "  glissa info clip.glissa --tree\n"
                     "  glissa info clip.bvh --list --format json -o clip.json");
     command->callback([options, &pAction] { pAction = [options] { RunInfo(*options); }; });
 }

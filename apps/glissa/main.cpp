@@ -48,20 +48,23 @@ int Run(int pCount, char** pArguments)
     CLI::App app("Reads motion clips and works on their animation curves.", "glissa");
     app.set_version_flag("--version", "glissa " GLISSA_VERSION);
     app.require_subcommand(1);
-    app.footer("Examples:\n"
-               "  glissa info clip.bvh\n"
-               "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o hips.csv\n"
-               "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
-               "  glissa key clip.bvh --curve 'Hips/R/X' --insert 1.254 -o clip.glissa\n"
-               "  glissa convert clip.glissa clip.bvh\n"
-               "\n"
-               "'glissa SUBCOMMAND --help' tells more. Exit status: 0 done, 1 refused, 2 wrong "
-               "arguments.");
+    app.footer(
+        "Examples:\n"
+        "  glissa info clip.bvh\n"
+        "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o hips.csv\n"
+        "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
+        "  glissa key clip.bvh --curve 'Hips/R/X' --insert 1.254 -o clip.glissa\n"
+        "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
+        "  glissa convert clip.glissa clip.bvh\n"
+        "\n"
+        "'glissa SUBCOMMAND --help' tells more. Exit status: 0 done, 1 refused, 2 wrong "
+        "arguments.");
     Action action;
     AddInfoCommand(app, action);
     AddEvalCommand(app, action);
     AddPlotCommand(app, action);
     AddKeyCommand(app, action);
+    AddLayerCommand(app, action);
     AddConvertCommand(app, action);
     AddDumpCommand(app, action);
     AddCheckCommand(app, action);

@@ -496,6 +496,75 @@ TEST_F(Command, KeysAreEditedInTheOrderGiven)
     EXPECT_NE(std::string::npos, same.err.find("clip that is read"));
 }
 
+TEST_F(Command, LayersAreAddedShownAndRemoved)
+{
+    const std::string plain = At("plain.glissa"), out = At("out.glissa"), next = At("next.glissa");
+    ASSERT_EQ(0, Run({"convert", kClip, plain}).status);
+    const auto bvh = [&](const std::string& pClip) {
+        EXPECT_EQ(0, Run({"convert", pClip, At("as.bvh")}).status);
+        return ReadFile(At("as.bvh"));
+    };
+    const Result added = Run({"layer", plain, "--add", "bow", "--mode", "override", "--weight",
+                              "0.25", "--node", "Spine/R", "--node", "*/T", "-o", out});
+    ASSERT_EQ(0, added.status) << added.err;
+    EXPECT_EQ(0, Run({"check", out}).status);
+    const ClipCurves clip = LoadClip(out);
+    const NodeClip& nodes = clip.owner.GetNodes();
+    const HostLayer& bow = *nodes.GetLayers().Find("bow");
+    EXPECT_EQ(eLayerModeOverride, bow.mMode);
+    EXPECT_EQ(0.25, bow.GetWeight(KTime()));
+    for (const NodeClip::NamedNode& each : nodes.GetTransforms(clip.clip)) {
+        EXPECT_EQ(each.mName == "Spine/R" || each.mName == "Hips/T", each.mNode->HasOverrideLayer())
+            << each.mName;
+    }
+    const std::string tree = Run({"info", out, "--tree"}).out;
+    EXPECT_NE(std::string::npos,
+              tree.find("\n  Spine\n    R  Lcl Rotation, YXZ\n      X  1200 keys\n"
+                        "      Y  1200 keys\n      Z  1200 keys\n      layer bow  override\n"));
+    const nlohmann::json json =
+        nlohmann::json::parse(Run({"info", out, "--tree", "--format", "json"}).out);
+    EXPECT_EQ("bow", json["tree"][0]["children"][0]["layers"][0]["name"]);
+    // A layer without keys that overrides leaves nothing of the turn; muted it does nothing.
+    const std::string before = bvh(plain);
+    EXPECT_NE(before, bvh(out));
+    ASSERT_EQ(0, Run({"layer", out, "--mute", "bow", "-o", next}).status);
+    EXPECT_EQ(before, bvh(next));
+    ASSERT_EQ(0, Run({"layer", next, "--lock", "bow", "-o", out}).status);
+    EXPECT_NE(std::string::npos, Run({"layer", out, "--list"}).out.find("muted locked"));
+    ASSERT_EQ(0, Run({"layer", out, "--unlock", "bow", "-o", next}).status);
+    ASSERT_EQ(0, Run({"layer", next, "--remove", "bow", "-o", At("gone.glissa")}).status);
+    EXPECT_EQ(ReadFile(plain), ReadFile(At("gone.glissa")));
+    EXPECT_EQ("no layers\n", Run({"layer", plain, "--list"}).out);
+
+    const std::string whole = ReadFile(next);
+    const struct
+    {
+        int status;
+        std::vector<std::string> arguments;
+        const char* says;
+    } cases[] = {
+        {1, {out, "--remove", "bow", "-o", next}, "out.glissa: the layer 'bow' is locked"},
+        {1, {out, "--add", "bow", "-o", next}, "a layer 'bow' already"},
+        {1, {out, "--mute", "Bow", "-o", next}, "no layer 'Bow' among the 1"},
+        {1, {out, "--add", "a", "--node", "Spine", "-o", next}, "no node of the 26"},
+        {1, {next, "--add", "a", "-o", next}, "clip that is read"},
+        {2, {out, "--add", "a", "--weight", "nan", "-o", next}, "a weight is from 0 to 1"},
+        {2, {out, "--add", "a", "--mode", "multiply", "-o", next}, "--mode"},
+        {2, {out, "--add", "a", "--mute", "bow", "-o", next}, "one thing at a time"},
+        {2, {out, "--mute", "bow", "--weight", "1", "-o", next}, "go with --add"},
+        {2, {out, "--add", "a"}, "--output is missing"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.says);
+        std::vector<std::string> arguments = each.arguments;
+        arguments.insert(arguments.begin(), "layer");
+        const Result refused = Run(arguments);
+        EXPECT_EQ(each.status, refused.status);
+        EXPECT_NE(std::string::npos, refused.err.find(each.says)) << refused.err;
+        EXPECT_EQ(whole, ReadFile(next));
+    }
+}
+
 TEST_F(Command, HelpShowsExamples)
 {
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
@@ -503,6 +572,7 @@ TEST_F(Command, HelpShowsExamples)
                                                       {"eval", "-h"},
                                                       {"plot", "-h"},
                                                       {"key", "-h"},
+                                                      {"layer", "-h"},
                                                       {"convert", "-h"},
                                                       {"dump", "-h"},
                                                       {"check", "-h"}}) {
