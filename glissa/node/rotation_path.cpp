@@ -114,8 +114,7 @@ class GlissaNode::RotationPath
 {
 public:
     RotationPath(GlissaNode& pNode, KTime pTime, int* pHint)
-        : mNode(pNode),
-          mOrder(pNode.GetRotationOrder()),
+        : mOrder(pNode.GetRotationOrder()),
           mX(pNode.Get(0)->FCurveGet(), pTime, pHint),
           mY(pNode.Get(1)->FCurveGet(), pTime, nullptr),
           mZ(pNode.Get(2)->FCurveGet(), pTime, nullptr)
@@ -133,7 +132,6 @@ private:
     KgeQuaternion IncomingHandle(const Path& pPath);
     KgeQuaternion HandleOf(const KgeRVector& pAngles) const;
 
-    GlissaNode& mNode;
     const KVdRotationOrder mOrder;
     Place mX;
     Place mY;
