@@ -20,8 +20,8 @@
 
 namespace
 {
-// Warps of warps that a link is followed through before it is taken for a circle.
-constexpr int kMostWarps = 64;
+// A warp is one curve as a rule.
+constexpr int kMostWarpNodes = 256;
 
 struct DestroyCurve
 {
@@ -125,17 +125,23 @@ GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& 
     return child;
 }
 
-// Whether the time of a node would come to depend on itself.
-bool ClosesCircle(GlissaNode* pWarp, GlissaNode* pNode)
+// Whether the time of a node would come to depend on itself: through what stands below and behind
+// the warp, and their warps. One of that many nodes is taken for such a warp.
+bool ClosesCircle(GlissaNode* pWarp, const GlissaNode* pNode)
 {
-    int steps = 0;
-    for (GlissaNode* warp = pWarp; warp; warp = warp->TimeWarpGet()) {
-        if (++steps > kMostWarps) {
+    std::vector<GlissaNode*> waiting{pWarp};
+    for (int seen = 0; !waiting.empty(); ++seen) {
+        GlissaNode* const node = waiting.back();
+        waiting.pop_back();
+        if (node == pNode || seen == kMostWarpNodes) {
             return true;
         }
-        for (GlissaNode* node = pNode; node; node = node->GetParent()) {
-            if (node == warp || node->ObjectLayerGet() == warp) {
-                return true;
+        for (int i = 0; i < node->GetCount() && i < kMostWarpNodes; ++i) {
+            waiting.push_back(node->Get(i));
+        }
+        for (GlissaNode* const next : {node->LayerGet(), node->TimeWarpGet()}) {
+            if (next) {
+                waiting.push_back(next);
             }
         }
     }

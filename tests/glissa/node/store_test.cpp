@@ -536,8 +536,9 @@ TEST(NodeStore, LayerTypesFollowTheTypeOfData)
 
 TEST(NodeStore, TimeWarpsLandWhereTimeIs)
 {
-    const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "Slow");
+    // Warps outlive what they warp.
     const NodePtr second = MakeChannel(KDataTypeTimeWarp, "Slower");
+    const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "Slow");
     KSet<int, GlissaNode*> warps;
     warps.Add(9, warp.get());
     warps.Add(8, second.get());
@@ -563,6 +564,11 @@ TEST(NodeStore, TimeWarpsLandWhereTimeIs)
     tdf = FromText("Channel: S\"w\" {\nTimeWarpID: I9\n}\n");
     second->TdfRetrieve(&tdf, false, true, true);
     EXPECT_EQ(nullptr, second->TimeWarpGet());
+    warps.Set(7, other.get());
+    tdf = FromText("Channel: S\"w\" {\nChannel: S\"y\" {\nLayerChannel: S\"y\" {\nLayerID: I1\n"
+                   "TimeWarpID: I7\n}\n}\n}\n");
+    other->TdfRetrieve(&tdf, false, true, true);
+    EXPECT_EQ(nullptr, other->Get(0)->LayerGet()->TimeWarpGet());
     Glissa_SetTWSet(nullptr);
 }
 
