@@ -42,10 +42,20 @@ void ScaleRotation(double* pAngles, double pWeight, const KVdRotationOrder& pOrd
     }
 }
 
+// Between whole powers a negative scaling has none: its sign is lost, as in a blend.
+double PowerOfScaling(double pScaling, double pWeight)
+{
+    const double power = std::pow(pScaling, pWeight);
+    return pScaling < 0.0 && std::isnan(power) ? std::pow(-pScaling, pWeight) : power;
+}
+
 // The same blend with the older conversions.
 void BlendOlder(double* pResult, double* pValues, double pWeight, eLayerMode pMode,
                 const KVdRotationOrder& pOrder)
 {
+    if (pMode < eLayerModeAdditive || pMode > eLayerModeOverridePassthrough) {
+        return;
+    }
     if (pMode != eLayerModeOverridePassthrough) {
         ScaleRotation(pValues, pWeight, pOrder);
     }
@@ -212,11 +222,14 @@ void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, 
 
 void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
+    // Fewer than three angles are no rotation that could be composed.
+    const bool by_channel = GetValueCount() < 3;
     const int type = GetLayerType();
-    if (type == eLayerTypeRotationByChannel) {
+    if (type == eLayerTypeRotationByChannel || (type == eLayerTypeRotation && by_channel)) {
         BlendSimple(pResult, pValues, pWeight, pMode);
+        return;
     }
-    if (type != eLayerTypeRotation || GetValueCount() < 3) {
+    if (type != eLayerTypeRotation) {
         return;
     }
     if (GLISSA_IsBrokenRotationBlendEnabled()) {
@@ -231,8 +244,8 @@ void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight,
 void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
 {
     const int type = GetLayerType();
-    const int count = std::min(mState->mChildren.GetCount(), kNodeZeroValues);
-    if (count == 0) {
+    const int count = mState->mChildren.GetCount();
+    if (mState->mCurve || count == 0) {
         if (type != eLayerTypeValue) {
             pValues[0] *= pWeight;
         }
@@ -240,7 +253,7 @@ void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
         ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
     } else if (GetDataType() == KDataTypeLclScaling) {
         for (int i = 0; i < count; ++i) {
-            pValues[i] = std::pow(pValues[i], pWeight);
+            pValues[i] = PowerOfScaling(pValues[i], pWeight);
         }
     } else {
         for (int i = 0; i < count; ++i) {

@@ -47,7 +47,11 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
         base->EvaluatePart(pValues, pTime, pExcludedId, pFirstId, pLastId);
     };
     double others[kNodeZeroValues];
-    switch ((layer ? layer : this)->GetLayerType()) {
+    int type = (layer ? layer : this)->GetLayerType();
+    if (type == eLayerTypeRotation && count < 3) {
+        type = eLayerTypeRotationByChannel;  // as they are blended
+    }
+    switch (type) {
     case eLayerTypeValue:
     case eLayerTypeVector:
     case eLayerTypeRotationByChannel:
@@ -56,29 +60,31 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
         break;
     case eLayerTypeScaling:
         evaluate(others, pId, -1, kEveryLayer);
-        std::transform(pTotal, pTotal + count, others, pResult, std::divides<>());
+        // What the others bring to nothing, no share can bring back: it rests.
+        std::transform(pTotal, pTotal + count, others, pResult, [](double pWhole, double pOthers) {
+            return pOthers != 0.0 ? pWhole / pOthers : 1.0;
+        });
         break;
-    case eLayerTypeRotation:
-        if (count >= 3) {
-            const KVdRotationOrder order(mState->mRotationOrder);
-            evaluate(others, -1, pId + 1, kEveryLayer);
-            KgeRMatrix wanted = MatrixOf(pTotal, order) * MatrixOf(others, order).Transpose();
-            if (layer && layer->GetLayerInfo().GetLayerMode() != eLayerModeOverride) {
-                const GlissaLayerInfo& info = layer->GetLayerInfo();
-                if (info.GetLayerMode() == eLayerModeOverridePassthrough &&
-                    std::fabs(info.GetWeight(pTime)) <= kNoWeight) {
-                    layer->GetZeroValues(others);
-                } else {
-                    evaluate(others, -1, 0, pId - 1);
-                }
-                wanted = MatrixOf(others, order).Transpose() * wanted;
+    case eLayerTypeRotation: {
+        const KVdRotationOrder order(mState->mRotationOrder);
+        evaluate(others, -1, pId + 1, kEveryLayer);
+        KgeRMatrix wanted = MatrixOf(pTotal, order) * MatrixOf(others, order).Transpose();
+        if (layer && layer->GetLayerInfo().GetLayerMode() != eLayerModeOverride) {
+            const GlissaLayerInfo& info = layer->GetLayerInfo();
+            if (info.GetLayerMode() == eLayerModeOverridePassthrough &&
+                std::fabs(info.GetWeight(pTime)) <= kNoWeight) {
+                layer->GetZeroValues(others);
+            } else {
+                evaluate(others, -1, 0, pId - 1);
             }
-            KgeRVector angles;
-            order.M2V(angles, wanted);
-            std::copy_n(angles.Data(), 3, pResult);
-            break;
+            wanted = MatrixOf(others, order).Transpose() * wanted;
         }
-        [[fallthrough]];
+        KgeRVector angles;
+        order.M2V(angles, wanted);
+        std::copy_n(angles.Data(), 3, pResult);
+        std::copy(pTotal + 3, pTotal + count, pResult + 3);
+        break;
+    }
     default:
         std::copy_n(pTotal, count, pResult);
         break;
@@ -92,11 +98,14 @@ double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayer
         return pValues;
     }
     const KTime time = WarpedTime(pTime, true);
-    GiveKeylessChannels(time, pValues, info);
+    const bool is_channel = IsChannel();
+    if (is_channel) {
+        GiveKeylessChannels(time, pValues, info);
+    }
     SetSpecificCandidateMethod(eCandidateTotal);
     SetTotalCandidateMethod(eCandidateTotal);
     mState->mCandidateTime = time;
-    if (mState->mChildren.IsEmpty()) {
+    if (mState->mCurve || mState->mChildren.IsEmpty()) {
         mState->mTotalCandidate[0] = static_cast<float>(pValues[0]);
         return pValues + 1;
     }
@@ -105,7 +114,7 @@ double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayer
         if (i < kNodeLayeredValues) {
             mState->mTotalCandidate[i] = static_cast<float>(*running);
         }
-        running = Get(i)->CandidateSet(time, running, GlissaLayerInfo::Base);
+        running = Get(i)->CandidateSet(time, running, is_channel ? GlissaLayerInfo::Base : info);
     }
     return running;
 }
@@ -162,14 +171,15 @@ double* GlissaNode::SetInLayer(KTime pTime, double* pValues, const GlissaLayerIn
 {
     SetSpecificCandidateMethod(eCandidateSpecific);
     SetTotalCandidateMethod(eCandidateSpecific);
-    if (GetLayerID() != pInfo.GetLayerID()) {
+    const bool hands_on = !IsBlended() && !IsChannel();
+    if (GetLayerID() != pInfo.GetLayerID() && !hands_on) {
         GlissaNode* next = mState->mNextLayer;
         if (!next || next->GetLayerID() > pInfo.GetLayerID()) {
             next = CreateLayerAt(pInfo);
         }
         return next ? next->CandidateSetSpecificLayer(pTime, pValues, pInfo, pResolve) : pValues;
     }
-    if (pResolve) {
+    if (pResolve && !hands_on) {
         ResolveWeightedValue(pValues, static_cast<double>(ShareOfTotal(pTime)));
     }
     if (Glissa* curve = mState->mCurve; curve && !curve->IsLocked()) {
@@ -178,12 +188,12 @@ double* GlissaNode::SetInLayer(KTime pTime, double* pValues, const GlissaLayerIn
             curve->SetValue(static_cast<float>(pValues[0]), false);
         }
     }
-    if (mState->mChildren.IsEmpty()) {
+    if (mState->mCurve || mState->mChildren.IsEmpty()) {
         return pValues + 1;
     }
     double* running = pValues;
     for (GlissaNode* child : mState->mChildren) {
-        running = child->CandidateSetSpecificLayer(pTime, running, pInfo, true);
+        running = child->CandidateSetSpecificLayer(pTime, running, pInfo, pResolve || !hands_on);
     }
     return running;
 }
@@ -207,14 +217,17 @@ void GlissaNode::FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pI
     if (GetLayerID() != 0 || !IsCandidate() || GetSpecificCandidateMethod() != eCandidateTotal) {
         return;
     }
-    double total[kNodeZeroValues] = {};
-    std::copy_n(mState->mTotalCandidate, kNodeLayeredValues, total);
-    double share[kNodeZeroValues] = {};
-    const KTime time = mState->mCandidateTime;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
-    FindShare(share, total, time, info.GetLayerID());
-    if (!info.IsLocked()) {
-        SetInLayer(time, share, info, info.GetLayerID() != 0 || IsBlended());
+    if (!IsChannel()) {
+        for (GlissaNode* child : mState->mChildren) {
+            child->FromTotalCandidateToSpecificCandidate(info);
+        }
+    } else if (!info.IsLocked()) {
+        double total[kNodeZeroValues] = {};
+        double share[kNodeZeroValues] = {};
+        TakeTotal(total);
+        FindShare(share, total, mState->mCandidateTime, info.GetLayerID());
+        SetInLayer(mState->mCandidateTime, share, info, info.GetLayerID() != 0 || IsBlended());
     }
     SetSpecificCandidateMethod(eCandidateTotalAndSpecific);
     SetTotalCandidateMethod(eCandidateTotal);
@@ -231,7 +244,8 @@ double* GlissaNode::CandidateGetSpecificLayer(double* pValues, KTime& pTime,
             FromTotalCandidateToSpecificCandidate(info);
         } else if (!next) {
             double total[kNodeZeroValues] = {};
-            CandidateGetTotalCandidate(total, pTime);
+            TakeTotal(total);
+            pTime = mState->mCandidateTime;
             FindShare(pValues, total, pTime, info.GetLayerID());
             return pValues;
         }
@@ -254,13 +268,13 @@ bool GlissaNode::IsEulerRotation() const
     return turns && !GetUseQuaternion();
 }
 
-// Brings angles to the form that lies nearest to what a layer holds, so that keys do not jump by a
-// turn.
-void GlissaNode::MakeNearestToLayer(double* pAngles, KTime pTime, int pId, int* pHint)
+// Brings angles to the form that lies nearest to what this layer holds, so that keys do not jump by
+// a turn. pIsShare  the angles are a share of a total with the layer's weight in it.
+void GlissaNode::MakeNearest(double* pAngles, KTime pTime, int* pHint, bool pIsShare)
 {
     double held[kNodeZeroValues] = {};
-    EvaluateSpecificLayer(held, pTime, pId, pHint, false);
-    if (GetLayerType() == eLayerTypeRotationByChannel) {
+    EvaluateLayer(held, pTime, pHint, !pIsShare);
+    if (pIsShare) {
         // The flipped form is the same rotation, but not the same share of a sum of angles.
         for (int i = 0; i < 3; ++i) {
             pAngles[i] -= 360.0 * std::round((pAngles[i] - held[i]) / 360.0);
@@ -283,24 +297,46 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
     }
     const KTime no_time = KTime::Infinite();
     GlissaNode* base = mState->mObjectLayer;
+    const KTime given = pTime != no_time && base ? base->WarpedTime(pTime, true) : pTime;
+    if (!IsChannel()) {
+        for (int i = 0; i < GetCount(); ++i) {
+            if (!pMask || pMask[i]) {
+                Get(i)->CandidateKey(pLast, info, pMask ? &pMask[i] : nullptr, pZeroKey,
+                                     pInterpolation, pTangentMode, pContinuity, pTangentOverride,
+                                     given, pTolerance);
+            }
+        }
+        CandidateClear(0, true);
+        return true;
+    }
     double wanted[kNodeZeroValues] = {};
     KTime pending = no_time;
     if (IsCandidate()) {
         pending = mState->mCandidateTime;
-        std::copy_n(mState->mTotalCandidate, kNodeLayeredValues, wanted);
+        TakeTotal(wanted);
     }
-    KTime time = pending;
-    if (pTime != no_time) {
-        time = base ? base->WarpedTime(pTime, true) : pTime;
-    }
+    const KTime time = pTime != no_time ? given : pending;
     if (pTime != no_time && pending == no_time) {
         // What is seen now is what is wanted, and from here on it is pending as a total.
         int hint = 0;
         CandidateEvaluate(wanted, pTime, &hint);
         pending = time;
     }
-    const auto key = [&](double* pValues, bool pResolve) {
-        SetInLayer(time, pValues, info, pResolve);
+    const auto key = [&](double* pValues, bool pResolve, bool pNearest) {
+        GlissaNode* layer = LayerGet(id);
+        bool resolves = pResolve;
+        if (pNearest && layer && GetCount() >= 3) {
+            // A sum of angles is placed before the weight is taken out, a rotation after it: taking
+            // a weight out of a rotation leaves no turns.
+            const bool is_sum = layer->GetLayerType() != eLayerTypeRotation && IsBlended();
+            if (!is_sum && pResolve) {
+                layer->ResolveWeightedValue(pValues,
+                                            static_cast<double>(layer->ShareOfTotal(time)));
+                resolves = false;
+            }
+            layer->MakeNearest(pValues, time, pLast, is_sum);
+        }
+        SetInLayer(time, pValues, info, resolves);
         CandidateKeySpecificLayer(pLast, id, pMask, pInterpolation, pTangentMode, pContinuity,
                                   pTangentOverride, time, pTolerance);
     };
@@ -312,24 +348,18 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
     } else if (pZeroKey) {
         double zero[kNodeZeroValues] = {};
         GetZeroValues(zero);
-        if (IsRotationLayerType() && has_total && LayerGet(id) && GetCount() >= 3) {
-            MakeNearestToLayer(zero, time, id, pLast);
-        }
-        key(zero, true);
+        key(zero, true, IsRotationLayerType() && has_total);
     } else {
         GlissaNode* layer = GetCorrectLayerAndCreateIfMissing(info);
         double share[kNodeZeroValues] = {};
         FindShare(share, wanted, time, id);
         const bool turns = IsEulerRotation();
-        if (turns && layer && has_total && GetCount() >= 3) {
-            MakeNearestToLayer(share, time, id, pLast);
-        }
         const bool is_held = layer && (turns ? !has_total : method == eCandidateSpecific);
         if (is_held) {
             CandidateEvaluateSpecificLayer(share, time, id, pLast);
         }
         // What the layer holds already has no weight in it to take out, nor has a base alone.
-        key(share, !is_held && (id != 0 || IsBlended()));
+        key(share, !is_held && (id != 0 || IsBlended()), turns && has_total);
     }
     if (base) {
         base->CandidateClear(0, true);

@@ -71,8 +71,7 @@ double* GlissaNode::CandidateGet(double* pValues, int)
     if (!IsCandidate()) {
         return pValues;
     }
-    const int count = std::min(GetValueCount(), kNodeLayeredValues);
-    return std::copy_n(mState->mTotalCandidate, count, pValues);
+    return TakeTotal(pValues);
 }
 
 void GlissaNode::CandidateGetTotalCandidate(double* pValues, KTime& pTime)
@@ -116,7 +115,7 @@ double* GlissaNode::CandidateEvaluateSpecificLayer(double* pValues, KTime pTime,
     }
     double* running = pValues;
     for (GlissaNode* child : layer->mState->mChildren) {
-        running = child->CandidateEvaluateSpecificLayer(running, pTime, pId, pHint);
+        running = child->CandidateEvaluateSpecificLayer(running, pTime, layer->GetLayerID(), pHint);
     }
     return running;
 }
@@ -126,19 +125,23 @@ bool GlissaNode::CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int
                                            KTime pTime, double pTolerance)
 {
     const int id = GetCorrectLayerID(pId);
-    if (GetLayerID() != id || IsNodeLocked()) {
+    const bool hands_on = !IsBlended() && !IsChannel();
+    if ((GetLayerID() != id && !hands_on) || IsNodeLocked()) {
         GlissaNode* next = mState->mNextLayer;
         return !next || next->GetLayerID() > id ||
                next->CandidateKeySpecificLayer(pLast, pId, pMask, pInterpolation, pTangentMode,
                                                pContinuity, pTangentOverride, pTime, pTolerance);
     }
-    if (mState->mCurve && (!pMask || pMask[0])) {
-        mState->mCurve->CandidateKey(pLast, pInterpolation, pTangentMode, pContinuity,
-                                     pTangentOverride, pTime, pTolerance);
+    if (mState->mCurve) {
+        if (!pMask || pMask[0]) {
+            mState->mCurve->CandidateKey(pLast, pInterpolation, pTangentMode, pContinuity,
+                                         pTangentOverride, pTime, pTolerance);
+        }
+        return true;
     }
     for (int i = 0; i < GetCount(); ++i) {
         if (!pMask || pMask[i]) {
-            Get(i)->CandidateKeySpecificLayer(pLast, pId, pMask ? &pMask[i] : nullptr,
+            Get(i)->CandidateKeySpecificLayer(pLast, id, pMask ? &pMask[i] : nullptr,
                                               pInterpolation, pTangentMode, pContinuity,
                                               pTangentOverride, pTime, pTolerance);
         }
@@ -196,7 +199,8 @@ void GlissaNode::SetCandidateState(const GlissaNodeCandidateState& pState, bool 
         TrimLayers(pState);
     }
     const GlissaNodeCandidateState* state = &pState;
-    for (GlissaNode* node = this; node && state; node = node->LayerGet()) {
+    GlissaNode* node = this;
+    while (node && state) {
         State& held = *node->mState;
         node->SetSpecificCandidateMethod(state->mSpecificCandidateMethod);
         node->SetTotalCandidateMethod(static_cast<eCandidateMethod>(state->mTotalCandidateMethod));
@@ -212,6 +216,15 @@ void GlissaNode::SetCandidateState(const GlissaNodeCandidateState& pState, bool 
                 node->Get(i)->SetCandidateState(*state->mSubStates[i], false);
             }
         }
+        node = node->LayerGet();
         state = state->mLayerState;
+        // A layer that is new, or gone, is passed over.
+        while (node && state && node->GetLayerID() != state->mLayerID) {
+            if (node->GetLayerID() < state->mLayerID) {
+                node = node->LayerGet();
+            } else {
+                state = state->mLayerState;
+            }
+        }
     }
 }

@@ -15,7 +15,7 @@
 
 namespace
 {
-constexpr int kEveryLayer = std::numeric_limits<int>::max();
+constexpr int kAnyRoom = std::numeric_limits<int>::max();
 }
 
 // How many values the node and all below it write side by side: one for a leaf, a curve or not.
@@ -101,7 +101,8 @@ void GlissaNode::NotePlainChildren()
                (child.mLayer.GetLayerID() == 0 ||
                 (child.mParent && (child.mEvaluationFlags & kNodeLayerTypes) == kNodePlainValue));
     };
-    if (children.GetCount() == 3 && std::all_of(children.begin(), children.end(), is_plain)) {
+    if (!mState->mCurve && children.GetCount() == 3 &&
+        std::all_of(children.begin(), children.end(), is_plain)) {
         for (int i = 0; i < 3; ++i) {
             mState->mPlain.mCurves[i] = children[i]->mState->mCurve;
         }
@@ -116,7 +117,8 @@ double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, in
     if (!plain.AreNoted()) {
         NotePlainChildren();
     }
-    if (plain.mCurves[0] && !pCandidate && !mIgnoreMute && pRoom >= 3) {
+    if (plain.mCurves[0] && !pCandidate && !mIgnoreMute && pRoom >= 3 &&
+        !mState->mLayer.IsMuted()) {
         // A layer's child adds its value to its zero value, which turns -0 into 0; adding -0 does
         // not.
         const double zero = GetLayerID() != 0 ? 0.0 : -0.0;
@@ -125,8 +127,15 @@ double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, in
         }
         return pValues + 3;
     }
+    return EvaluateChildrenFrom(0, pValues, pRoom, pTime, pHint, pCandidate);
+}
+
+double* GlissaNode::EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom, KTime pTime,
+                                         int* pHint, bool pCandidate)
+{
     int room = pRoom;
-    for (GlissaNode* child : mState->mChildren) {
+    for (int i = pFirst; i < mState->mChildren.GetCount(); ++i) {
+        GlissaNode* child = mState->mChildren[i];
         const int width = child->Width();
         room -= width;
         if (room < 0) {
@@ -149,7 +158,7 @@ double* GlissaNode::EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pH
         return pValues + 1;
     }
     if (IsRotationLayerType() && GetUseQuaternion()) {
-        RotationNodeEvaluate(pValues, pTime, pHint, pCandidate);
+        EvaluateRotation(pValues, pRoom, pTime, pHint, pCandidate);
         return pValues + std::min(Width(), pRoom);
     }
     return EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
@@ -175,9 +184,9 @@ double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool 
     const bool plays = !IsNodeMuted();
     const bool holds_total = pCandidate && plays && GetLayerID() == 0;
     double* end = pValues;
-    if (holds_total && IsCandidate() && mState->mCandidateTime == time) {
-        const int count = std::min(GetValueCount(), kNodeLayeredValues);
-        return std::copy_n(mState->mTotalCandidate, count, pValues);
+    // Where the node does not hold all of its total, those below have theirs.
+    if (holds_total && IsCandidate() && mState->mCandidateTime == time && IsChannel()) {
+        return TakeTotal(pValues);
     }
     int first = 0;
     int* hint = pHint ? pHint : &first;
@@ -188,7 +197,7 @@ double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool 
         Accumulate(pValues, own, time, -1, *pRunning);
         end = pValues + (own_end - own);
     } else if (plays) {
-        end = EvaluateOwn(pValues, kEveryLayer, time, hint, pCandidate);
+        end = EvaluateOwn(pValues, kAnyRoom, time, hint, pCandidate);
     }
     if (GlissaNode* next = mState->mNextLayer) {
         // The layers' keys stand where those of the base do, as a rule: they start from its hint.
@@ -204,7 +213,20 @@ double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool 
     return end;
 }
 
-// Makes values the total candidate at a time.
+// Whether the node is a leaf, or a branch of as many leaves as can be blended: what layers and
+// candidates work on as a whole. Other branches leave them to those below.
+bool GlissaNode::IsChannel() const
+{
+    const auto& children = mState->mChildren;
+    return mState->mCurve ||
+           (children.GetCount() <= kNodeZeroValues &&
+            std::all_of(children.begin(), children.end(), [](const GlissaNode* pChild) {
+                return pChild->mState->mCurve || pChild->mState->mChildren.IsEmpty();
+            }));
+}
+
+// Makes values the total candidate at a time. The children of a channel hold those for which the
+// node has no place.
 void GlissaNode::HoldTotal(const double* pValues, int pCount, KTime pTime)
 {
     SetTotalCandidateMethod(eCandidateTotal);
@@ -212,6 +234,21 @@ void GlissaNode::HoldTotal(const double* pValues, int pCount, KTime pTime)
     for (int i = 0; i < std::min(pCount, kNodeLayeredValues); ++i) {
         mState->mTotalCandidate[i] = static_cast<float>(pValues[i]);
     }
+    if (pCount > kNodeLayeredValues && IsChannel()) {
+        for (int i = kNodeLayeredValues; i < pCount; ++i) {
+            mState->mChildren[i]->HoldTotal(&pValues[i], 1, pTime);
+        }
+    }
+}
+
+double* GlissaNode::TakeTotal(double* pValues) const
+{
+    const int count = ValuesAtHand();
+    for (int i = 0; i < count; ++i) {
+        const State& holder = i < kNodeLayeredValues ? *mState : *mState->mChildren[i]->mState;
+        pValues[i] = static_cast<double>(holder.mTotalCandidate[i < kNodeLayeredValues ? i : 0]);
+    }
+    return pValues + count;
 }
 
 double* GlissaNode::Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime pTime,
@@ -241,6 +278,8 @@ double* GlissaNode::EvaluatePart(double* pValues, KTime pTime, int pExcludedId, 
             AccumulateValue(pValues, own, pTime, pExcludedId, pFirstId, pLastId);
         } else if (takes_part) {
             std::copy(static_cast<const double*>(own), own_end, pValues);
+        } else {
+            GetZeroValues(pValues);
         }
     }
     if (mState->mNextLayer) {
@@ -264,10 +303,10 @@ double* GlissaNode::EvaluateSpecificLayer(double* pValues, KTime pTime, int pId,
                                           bool pForce)
 {
     GlissaNode* layer = FindLayerHere(pId);
-    return layer ? layer->EvaluateLayer(pValues, pTime, pId, pHint, pForce) : pValues;
+    return layer ? layer->EvaluateLayer(pValues, pTime, pHint, pForce) : pValues;
 }
 
-double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce)
+double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int* pHint, bool pForce)
 {
     if (!pForce && IsNodeMuted()) {
         GetZeroValues(pValues);
@@ -286,7 +325,7 @@ double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int pId, int* pH
         }
     } else {
         for (GlissaNode* child : mState->mChildren) {
-            end = child->EvaluateSpecificLayer(end, pTime, pId, pHint, pForce);
+            end = child->EvaluateSpecificLayer(end, pTime, GetLayerID(), pHint, pForce);
         }
     }
     if (!pForce) {

@@ -13,7 +13,9 @@
 namespace
 {
 constexpr double kFullWeightTolerance = 1e-5;
-}
+// Nodes of more values take no part. No data type has as many.
+constexpr int kWidestLayer = 32;
+}  // namespace
 
 GlissaNode::LayerModeCase GlissaNode::CheckLayerMode(KTime pTime, int pId) const
 {
@@ -57,32 +59,31 @@ bool GlissaNode::CheckLayerMode(KgeRMatrix& pMatrix, KTime pTime, int pId)
     return mode != eModeCaseStop;
 }
 
-void GlissaNode::EvaluateCurvesExceptLayerRecursiveAdd(double* pValues, KTime pTime, int pId,
-                                                       int* pHint)
+template <typename Operation>
+void GlissaNode::EvaluateExceptLayer(double* pValues, KTime pTime, int pId, int* pHint,
+                                     Operation pOperation)
 {
     for (GlissaNode* node = this; node && node->CheckLayerMode(pValues, pTime, pId);
          node = node->LayerGet()) {
-        if (node->GetLayerID() != pId) {
-            double own[kNodeZeroValues] = {};
-            node->EvaluateLayer(own, pTime, node->GetLayerID(), pHint, false);
-            const int count = std::min(node->GetValueCount(), kNodeZeroValues);
-            std::transform(own, own + count, pValues, pValues, std::plus<>());
+        const int width = node->Width();
+        if (node->GetLayerID() != pId && width <= kWidestLayer) {
+            double own[kWidestLayer] = {};
+            node->EvaluateLayer(own, pTime, pHint, false);
+            std::transform(own, own + width, pValues, pValues, pOperation);
         }
     }
+}
+
+void GlissaNode::EvaluateCurvesExceptLayerRecursiveAdd(double* pValues, KTime pTime, int pId,
+                                                       int* pHint)
+{
+    EvaluateExceptLayer(pValues, pTime, pId, pHint, std::plus<>());
 }
 
 void GlissaNode::EvaluateCurvesExceptLayerRecursiveMult(double* pValues, KTime pTime, int pId,
                                                         int* pHint)
 {
-    for (GlissaNode* node = this; node && node->CheckLayerMode(pValues, pTime, pId);
-         node = node->LayerGet()) {
-        if (node->GetLayerID() != pId) {
-            double own[kNodeZeroValues] = {};
-            node->EvaluateLayer(own, pTime, node->GetLayerID(), pHint, false);
-            const int count = std::min(node->GetValueCount(), kNodeZeroValues);
-            std::transform(own, own + count, pValues, pValues, std::multiplies<>());
-        }
-    }
+    EvaluateExceptLayer(pValues, pTime, pId, pHint, std::multiplies<>());
 }
 
 bool GlissaNode::EvaluateCurvesLayerEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, int pId, int* pHint)
@@ -90,9 +91,9 @@ bool GlissaNode::EvaluateCurvesLayerEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, i
     if (!CheckLayerMode(pMatrix, pTime, pId)) {
         return false;
     }
-    if (GetLayerID() != pId) {
-        double own[kNodeZeroValues] = {};
-        EvaluateLayer(own, pTime, GetLayerID(), pHint, false);
+    if (GetLayerID() != pId && Width() <= kWidestLayer) {
+        double own[kWidestLayer] = {};
+        EvaluateLayer(own, pTime, pHint, false);
         KgeRMatrix matrix;
         KVdRotationOrder(mState->mRotationOrder).V2M(matrix, KgeRVector(own));
         pMatrix = pMatrix * matrix;

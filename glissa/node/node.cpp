@@ -111,7 +111,6 @@ GlissaNode::~GlissaNode()
 
 void GlissaNode::Clear()
 {
-    NoteStructureChange();
     for (int i = mState->mChildren.GetCount() - 1; i >= 0; --i) {
         if (mState->IsContainer()) {
             Remove(i);
@@ -120,7 +119,9 @@ void GlissaNode::Clear()
         }
     }
     mState->mChildren.Clear();
-    if (Glissa* curve = std::exchange(mState->mCurve, nullptr)) {
+    Glissa* curve = std::exchange(mState->mCurve, nullptr);
+    NoteStructureChange();
+    if (curve) {
         curve->Destroy();
     }
     if (GlissaNode* layer = std::exchange(mState->mNextLayer, nullptr)) {

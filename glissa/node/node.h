@@ -580,23 +580,31 @@ private:
     bool IsPlainChannel() const;
     void NotePlainChildren();
     double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
+    double* EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom, KTime pTime, int* pHint,
+                                 bool pCandidate);
+    void EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
     double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
     double* EvaluateNode(double* pValues, KTime pTime, int* pHint, bool pCandidate,
                          RunningRotation* pRunning);
     void Accumulate(double* pResult, double* pValues, KTime pTime, int pExcludedId,
                     RunningRotation& pRunning);
     int ValuesAtHand() const;
-    double* EvaluateLayer(double* pValues, KTime pTime, int pId, int* pHint, bool pForce);
+    double* EvaluateLayer(double* pValues, KTime pTime, int* pHint, bool pForce);
+    template <typename Operation>
+    void EvaluateExceptLayer(double* pValues, KTime pTime, int pId, int* pHint,
+                             Operation pOperation);
     double* EvaluatePart(double* pValues, KTime pTime, int pExcludedId, int pFirstId, int pLastId);
     GlissaNode* FindLayerHere(int pId);
+    bool IsChannel() const;
     void HoldTotal(const double* pValues, int pCount, KTime pTime);
+    double* TakeTotal(double* pValues) const;
     void IgnoreMute(bool pIgnore);
     void FindShare(double* pResult, const double* pTotal, KTime pTime, int pId);
     void GiveKeylessChannels(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo);
     double* SetInLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, bool pResolve);
     float ShareOfTotal(KTime pTime) const;
     bool IsEulerRotation() const;
-    void MakeNearestToLayer(double* pAngles, KTime pTime, int pId, int* pHint);
+    void MakeNearest(double* pAngles, KTime pTime, int* pHint, bool pIsShare);
     void TrimLayers(const GlissaNodeCandidateState& pState);
 
     State* mState;

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace
 {
@@ -306,34 +307,40 @@ KgeRVector GlissaNode::RotationPath::Evaluate()
 
 void GlissaNode::RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
 {
+    EvaluateRotation(pValues, std::numeric_limits<int>::max(), pTime, pHint, pCandidate);
+}
+
+void GlissaNode::EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint,
+                                  bool pCandidate)
+{
     const auto has_curve = [this](int pChild) { return Get(pChild) && Get(pChild)->FCurveGet(); };
     const bool has_path = GetUseQuaternion() && has_curve(0) && has_curve(1) && has_curve(2) &&
                           Get(0)->FCurveGet()->KeyGetCount() > 1;
     if (!has_path) {
-        EvaluateChildren(pValues, kNodeZeroValues, pTime, pHint, pCandidate);
+        EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
         return;
     }
     RotationPath path(*this, pTime, pHint);
     if (!path.IsBetweenKeys()) {
-        EvaluateChildren(pValues, kNodeZeroValues, pTime, pHint, pCandidate);
+        EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
         return;
     }
     const unsigned interpolation = path.GetInterpolation();
     if (interpolation == eInterpolationCubic || interpolation == eInterpolationLinear) {
         const KgeRVector angles = path.Evaluate();
-        std::copy_n(angles.Data(), 3, pValues);
+        // Children beyond the third are no part of the rotation.
+        EvaluateChildrenFrom(3, std::copy_n(angles.Data(), 3, pValues), pRoom - 3, pTime, pHint,
+                             pCandidate);
     } else {
-        EvaluateChildren(pValues, kNodeZeroValues, pTime, pHint, pCandidate);
+        EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
     }
     if (!pCandidate) {
         return;
     }
     // What the path gave is the candidate now, and no longer what the curves had by themselves.
-    for (int i = 0; i < std::min(GetCount(), kNodeZeroValues); ++i) {
+    for (int i = 0; i < 3; ++i) {
         GlissaNode* child = Get(i);
-        if (Glissa* curve = child->FCurveGet()) {
-            curve->CandidateClear();
-        }
+        child->FCurveGet()->CandidateClear();
         if (GetLayerID() == 0) {
             child->HoldTotal(&pValues[i], 1, pTime);
         }

@@ -14,10 +14,7 @@ double* GlissaNode::GetZeroValues(double* pValues)
     if (type == eLayerTypeScalingAlt) {
         return pValues;
     }
-    const int count =
-        mState->mChildren.IsEmpty() ? (mState->mCurve ? 1 : 0) : mState->mChildren.GetCount();
-    return std::fill_n(pValues, std::min(count, kNodeZeroValues),
-                       type == eLayerTypeScaling ? 1.0 : 0.0);
+    return std::fill_n(pValues, ValuesAtHand(), type == eLayerTypeScaling ? 1.0 : 0.0);
 }
 
 double* GlissaNode::GetValue(double* pValues)

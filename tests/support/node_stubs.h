@@ -12,6 +12,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <string>
 
 // What a host gives to nodes, with every answer settable.
 
@@ -108,6 +109,27 @@ inline NodePtr MakeChannel(KDataType* pType, const char* pName)
     NodePtr node(FCurveNodeCreateFromDataType(pType, pName));
     node->CreateFCurve();
     return node;
+}
+
+// A branch of so many plain leaves.
+inline NodePtr MakeWide(int pCount, int pLayerType = eLayerTypeVector)
+{
+    NodePtr node(GlissaNodeCreate("wide", static_cast<KDataType*>(nullptr), pLayerType,
+                                  GlissaLayerInfo::Base));
+    for (int i = 0; i < pCount; ++i) {
+        node->FindOrCreate(std::string(1, static_cast<char>('a' + i)).c_str(), true);
+    }
+    return node;
+}
+
+// A branch of branches: a translation and a scaling.
+inline NodePtr MakeJoint()
+{
+    NodePtr joint(GlissaNodeCreate("Hips", static_cast<KDataType*>(nullptr), eLayerTypeVector,
+                                   GlissaLayerInfo::Base));
+    joint->Add(MakeChannel(KDataTypeLclTranslation, "T").release());
+    joint->Add(MakeChannel(KDataTypeLclScaling, "S").release());
+    return joint;
 }
 
 struct TimedValue

@@ -4,6 +4,7 @@
 // What a node evaluates to: random stacks of layers against a plain evaluation of the blending
 // tables, and by hand what random stacks do not reach.
 
+#include "corvekit/math/matrix.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/layer_stack.h"
 
@@ -11,6 +12,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <numeric>
 
 namespace
 {
@@ -155,6 +158,28 @@ TEST(NodeBlending, TheOlderBlendIsExactInOrderXYZOnly)
     GLISSA_EnableBrokenRotationBlend(false);
 }
 
+TEST(NodeBlending, AnUnknownModeLeavesTheResultInTheOlderBlendToo)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    GLISSA_EnableBrokenRotationBlend(true);
+    Values result = {10, 20, 30}, values = {40, 50, 60};
+    node->BlendRotation(result.data(), values.data(), 0.5, eLayerMode(7));
+    GLISSA_EnableBrokenRotationBlend(false);
+    EXPECT_EQ(result, (Values{10, 20, 30}));
+    EXPECT_EQ(values, (Values{40, 50, 60}));
+}
+
+TEST(NodeBlending, APowerOfANegativeScalingIsANumber)
+{
+    const NodePtr scaling = MakeChannel(KDataTypeLclScaling, "S");
+    Values values = {-4, 4, -2};
+    scaling->ApplyWeightedValue(values.data(), 0.5);
+    EXPECT_EQ(values, (Values{2, 2, std::sqrt(2.0)}));
+    values = {-2, 2, 3};
+    scaling->ApplyWeightedValue(values.data(), 3.0);
+    EXPECT_EQ(values, (Values{-8, 8, 27}));
+}
+
 TEST(NodeBlending, WeightedValuesAndTheirInverse)
 {
     const NodePtr scaling = MakeChannel(KDataTypeLclScaling, "S");
@@ -258,6 +283,178 @@ TEST(NodeEvaluation, BranchesOfBranchesStandSideBySide)
     EXPECT_EQ(joint->GeneralEvaluate(got, kNow), got + 6);
     EXPECT_TRUE(std::equal(values, values + 7, got));
     EXPECT_EQ(joint->GetValue(got), got + 6);
+}
+
+TEST(NodeEvaluation, ABranchMayBeWiderThanWhatBlendsAtOnce)
+{
+    const NodePtr node = MakeWide(20);
+    StubLayer base;
+    base.mWeight = 0.5;
+    node->SetLayerInfo(GlissaLayerInfo(0, &base));
+    std::array<double, 21> values, got;
+    std::iota(values.begin(), values.end(), 1.0);
+    EXPECT_EQ(node->SetValue(values.data()), values.data() + 20);
+    got.fill(-1.0);
+    EXPECT_EQ(node->GeneralEvaluate(got.data(), kNow), got.data() + 20);
+    EXPECT_TRUE(std::equal(got.begin(), got.begin() + 20, values.begin()));
+    // Its layer weighs all of them.
+    EXPECT_EQ(node->EvaluateSpecificLayer(got.data(), kNow, 0), got.data() + 20);
+    for (std::size_t i = 0; i < 20; ++i) {
+        EXPECT_EQ(got[i], values[i] * 0.5) << i;
+    }
+    std::array<double, 21> sum = {};
+    node->EvaluateCurvesExceptLayerRecursiveAdd(sum.data(), kNow, 7, nullptr);
+    EXPECT_EQ(sum[15], 8.0);
+    EXPECT_EQ(sum[20], 0.0);
+    node->ResetValue(false);
+    node->GeneralEvaluate(got.data(), kNow);
+    EXPECT_TRUE(std::all_of(got.begin(), got.begin() + 20, [](double pV) { return pV == 0.0; }));
+    EXPECT_EQ(got[20], -1.0);
+}
+
+TEST(NodeEvaluation, ABranchOfBranchesIsResetByItsChannels)
+{
+    const NodePtr joint = MakeJoint();
+    double values[6] = {1, 2, 3, 4, 5, 6};
+    joint->SetValue(values);
+    joint->ResetValue(false);
+    joint->GeneralEvaluate(values, kNow);
+    EXPECT_TRUE(std::all_of(values, values + 3, [](double pValue) { return pValue == 0.0; }));
+    EXPECT_TRUE(std::all_of(values + 3, values + 6, [](double pValue) { return pValue == 1.0; }));
+}
+
+TEST(NodeEvaluation, ANodeWithACurveIsOneValueWhateverHangsBelow)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    SetValues(*node, {1, 2, 3});
+    StubLayer layer;
+    layer.mWeight = 0.5;
+    node->SetLayerInfo(GlissaLayerInfo(0, &layer));
+    node->FCurveSet(GlissaCreate(), false);
+    for (int round = 0; round < 2; ++round) {
+        node->FCurveGet()->SetValue(9.0f);
+        Values got = {-1, -1, -1};
+        EXPECT_EQ(node->GetZeroValues(got.data()), got.data() + 1);
+        EXPECT_EQ(node->GeneralEvaluate(got.data(), kNow), got.data() + 1);
+        EXPECT_EQ(got, (Values{9, -1, -1}));
+        node->EvaluateSpecificLayer(got.data(), kNow, 0);
+        EXPECT_EQ(got, (Values{4.5, -1, -1}));
+        EXPECT_EQ(node->CandidateSet(kNow, got.data(), GlissaLayerInfo::Base), got.data() + 1);
+        EXPECT_EQ(node->CandidateSetSpecificLayer(kNow, got.data(), GlissaLayerInfo::Base, false),
+                  got.data() + 1);
+        // What was asked of the children does not make the node theirs.
+        node->RotationNodeEvaluate(got.data(), kNow, nullptr, false);
+        EXPECT_EQ(got, (Values{1, 2, 3}));
+    }
+}
+
+TEST(NodeEvaluation, ChildrenThatAreMutedStaySoWhereARotationIsAskedByItself)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    StubLayer layer;
+    const GlissaLayerInfo info(0, &layer);
+    node->SetLayerInfo(info);
+    for (int k = 0; k < 3; ++k) {
+        node->Get(k)->SetLayerInfo(info);
+    }
+    SetValues(*node, {1, 2, 3});
+    EXPECT_EQ(Evaluated(*node), (Values{1, 2, 3}));
+    layer.mMuted = true;
+    Values got = {7, 7, 7};
+    node->RotationNodeEvaluate(got.data(), kNow, nullptr, false);
+    EXPECT_EQ(got, (Values{0, 0, 0}));
+}
+
+TEST(NodeEvaluation, ARotationMayHaveMoreOrFewerThanThreeChildren)
+{
+    for (const int count : {2, 5}) {
+        const NodePtr node = MakeWide(count, eLayerTypeRotation);
+        StubLayer layer;
+        GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, &layer));
+        std::array<double, 6> base = {10, 0, 0, 4, 5, 6}, above = {20, 0, 0, 1, 1, 1}, got = {};
+        node->SetValue(base.data());
+        top->SetValue(above.data());
+        node->GeneralEvaluate(got.data(), kNow);
+        EXPECT_NEAR(got[0], 30, 1e-9);
+        std::array<double, 6> total = {50, 0, 0, 0, 0, 0}, share = {};
+        node->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
+        EXPECT_NEAR(share[0], 40, 1e-9);
+    }
+    // Along a path of quaternions those beyond the third go their own way.
+    const NodePtr node = MakeWide(4, eLayerTypeRotation);
+    for (int i = 0; i < 4; ++i) {
+        AddKeys(node->Get(i), {{0, 0.0f}, {2, 40.0f}});
+    }
+    node->SetUseQuaternion(true);
+    for (const bool candidate : {false, true}) {
+        std::array<double, 4> got = {9, 9, 9, 9};
+        node->GeneralEvaluate(got.data(), kNow, nullptr, candidate);
+        EXPECT_NE(got[0], 20);
+        EXPECT_EQ(got[3], 20);
+    }
+}
+
+TEST(NodeEvaluation, AChildKnowsLayersByWhatItsParentKnows)
+{
+    // Only the parent has no layers: whatever layer is asked for, both give their base.
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    SetValues(*node, {1, 2, 3});
+    node->SetMultiLayer(false);
+    for (int k = 0; k < 3; ++k) {
+        node->Get(k)->SetMultiLayer(true);
+    }
+    Values got = {};
+    EXPECT_EQ(node->EvaluateSpecificLayer(got.data(), kNow, 5), got.data() + 3);
+    EXPECT_EQ(got, (Values{1, 2, 3}));
+    got = {};
+    EXPECT_EQ(node->CandidateEvaluateSpecificLayer(got.data(), kNow, 5), got.data() + 3);
+    EXPECT_EQ(got, (Values{1, 2, 3}));
+    node->CandidateKeySpecificLayer(nullptr, 5, nullptr, eInterpolationLinear, eTangentUser,
+                                    eContinuityDefault, true, kNow, 0.0);
+    EXPECT_EQ(node->Get(2)->FCurveGet()->KeyGetCount(), 1);
+}
+
+TEST(NodeEvaluation, ABaseLeftOutIsAtRest)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
+    SetValues(*node, {2, 3, 4});
+    Values got = {7, 7, 7};
+    node->Internal_GeneralEvaluateLayerExcluded(got.data(), kNow, 0, -1, 99);
+    EXPECT_EQ(got, (Values{1, 1, 1}));
+}
+
+TEST(NodeEvaluation, ExtremeTimesWeightsAndValuesRunThrough)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    const double numbers[] = {std::nan(""), kInfinity, -kInfinity, 1e300, -2.0, 0.0};
+    std::mt19937 random(44);
+    for (int i = 0; i < 300; ++i) {
+        LayerStack stack(random);
+        GlissaNode& node = stack.Node();
+        node.SetUseQuaternion(i % 2 == 0);
+        for (auto& layer : stack.Layers()) {
+            layer->info.mWeight = numbers[random() % 6];
+            for (int k = 0; k < 3 && i % 3 == 0; ++k) {
+                const double ends = i % 4 == 0 ? 6e10 : 1.0;
+                AddKeys(layer->node->Get(k), {{-ends, 1}, {0, 2}, {ends, 4}});
+            }
+        }
+        for (const KTime time : {KTime::MinusInfinite(), KTime(), kNow, KTime::Infinite()}) {
+            Values values = {numbers[random() % 6], numbers[random() % 6], numbers[random() % 6]};
+            const int id = stack.Layers().back()->id;
+            const GlissaLayerInfo info(id, &stack.Layers().back()->info);
+            node.CandidateSet(time, values.data(), info);
+            node.CandidateSetSpecificLayer(time, values.data(), info, true);
+            node.EvaluateCurvesExceptLayerRecursiveAdd(values.data(), time, id, nullptr);
+            node.EvaluateCurvesExceptLayerRecursiveMult(values.data(), time, 0, nullptr);
+            KgeRMatrix matrix;
+            node.EvaluateCurvesAfterLayerRecursiveEulerXYZ(matrix, time, 0, nullptr);
+            node.CandidateKey(nullptr, info, nullptr, i % 2 == 0, eInterpolationLinear,
+                              eTangentUser, eContinuityDefault, true, time);
+            EXPECT_EQ(node.GeneralEvaluate(values.data(), time) - values.data(),
+                      node.IsNodeMuted() ? 0 : 3);
+        }
+    }
 }
 
 TEST(NodeEvaluation, NothingIsAllocated)

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -147,6 +148,128 @@ TEST(NodeCandidates, ARotationMixedInReachesWhatItsTableGives)
                                             RefRotation::OfAngles(total.data(), 0));
         EXPECT_EQ(distance < 1e-3, weight == 1.0) << distance;
     }
+}
+
+TEST(NodeCandidates, ChannelsOfManyValuesAndBranchesOfChannels)
+{
+    StubLayer layer;
+    layer.mWeight = 0.5;
+    for (const int count : {4, 6, 16, 20}) {
+        for (const int id : {0, 3}) {
+            SCOPED_TRACE(std::to_string(count) + " values in layer " + std::to_string(id));
+            const NodePtr node = MakeWide(count);
+            const GlissaLayerInfo info(id, id == 0 ? nullptr : &layer);
+            layer.mWeight = count <= 16 ? 0.5 : 1.0;  // a plain leaf takes no weight out
+            if (id != 0 && count <= 16) {
+                node->CreateLayerAt(info);
+            }
+            for (int i = 0; i < count; ++i) {
+                AddKeys(node->Get(i), {{0, 100}});
+            }
+            std::vector<double> total, got(static_cast<std::size_t>(count));
+            for (int i = 0; i < count; ++i) {
+                total.push_back(1.0 + i);
+            }
+            std::vector<double> wanted = total;
+            EXPECT_EQ(node->CandidateSet(kNow, wanted.data(), info), wanted.data() + count);
+            for (int round = 0; round < 2; ++round) {
+                node->CandidateEvaluate(got.data(), kNow);
+                EXPECT_EQ(got, total);
+            }
+            Key(*node, info);
+            node->GeneralEvaluate(got.data(), kNow);
+            EXPECT_EQ(got, total);
+            EXPECT_EQ(node->Get(count - 1)->FCurveGet()->KeyGetCount(), id == 0 ? 2 : 1);
+        }
+    }
+    // Layers stand on the channels of a joint.
+    const NodePtr joint = MakeJoint();
+    joint->ResetValue(false);
+    const GlissaLayerInfo info(2, nullptr);
+    std::array<double, 6> total = {1, 2, 3, 4, 5, 6}, got = {};
+    for (const bool specific : {false, true}) {
+        if (specific) {
+            std::array<double, 6> share = total;
+            EXPECT_EQ(joint->CandidateSetSpecificLayer(kNow, share.data(), info, true),
+                      share.data() + 6);
+            joint->CandidateKeySpecificLayer(nullptr, 2, nullptr, eInterpolationLinear,
+                                             eTangentUser, eContinuityDefault, true, kNow, 0.0);
+        } else {
+            EXPECT_EQ(joint->CandidateSet(kNow, total.data(), info), total.data() + 6);
+            joint->CandidateEvaluate(got.data(), kNow);
+            EXPECT_EQ(got, total);
+            Key(*joint, info);
+        }
+        EXPECT_EQ(joint->LayerGet(), nullptr);
+        ASSERT_NE(joint->Get(1)->LayerGet(2), nullptr);
+        EXPECT_EQ(joint->Get(1)->LayerGet(2)->Get(2)->FCurveGet()->KeyGetCount(), 1);
+        joint->GeneralEvaluate(got.data(), kNow);
+        EXPECT_EQ(got, total);
+    }
+}
+
+TEST(NodeCandidates, KeysOfAWeightedRotationDoNotJumpByATurn)
+{
+    // At half weight the layer passes half a turn while the total is far from it.
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    StubLayer layer;
+    layer.mWeight = 0.5;
+    const GlissaLayerInfo info(1, &layer);
+    GlissaNode* top = node->CreateLayerAt(info);
+    for (int k = 0; k < 3; ++k) {
+        AddKeys(node->Get(k), {{0, 0}});
+        AddKeys(top->Get(k), {{0, k == 2 ? 170.0f : 0.0f}});
+    }
+    Values total = {0, 0, 89};
+    node->CandidateSet(kNow, total.data(), info);
+    Key(*node, info);
+    EXPECT_NEAR(static_cast<double>(top->Get(2)->FCurveGet()->KeyGetValue(1)), 178, 1e-3);
+    total = {0, 0, 60};
+    AddKeys(top->Get(2), {{2, 500}});  // 140 and a turn
+    node->CandidateSet(KTime::FromSeconds(3), total.data(), info);
+    Key(*node, info);
+    EXPECT_NEAR(static_cast<double>(top->Get(2)->FCurveGet()->KeyGetValue(3)), 480, 1e-3);
+    Values got;
+    node->GeneralEvaluate(got.data(), KTime::FromSeconds(3));
+    EXPECT_NEAR(got[2], 60, 1e-3);
+}
+
+TEST(NodeCandidates, ASumOfAnglesIsNotFlipped)
+{
+    // The base composes, the layer adds angle by angle.
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    StubLayer layer;
+    layer.mRotationMode = eRotationByChannel;
+    const GlissaLayerInfo info(1, &layer);
+    GlissaNode* top = node->CreateLayerAt(info);
+    ASSERT_EQ(top->GetLayerType(), eLayerTypeRotationByChannel);
+    const float held[] = {170, 80, 170};
+    for (int k = 0; k < 3; ++k) {
+        AddKeys(node->Get(k), {{0, 10.0f * static_cast<float>(k + 1)}});
+        AddKeys(top->Get(k), {{0, held[k]}});
+    }
+    Values total = {-15, 100, 10}, got;
+    const Values asked = total;
+    node->CandidateSet(kNow, total.data(), info);
+    Key(*node, info);
+    node->GeneralEvaluate(got.data(), kNow);
+    EXPECT_LT(
+        RefDistance(RefRotation::OfAngles(got.data(), 0), RefRotation::OfAngles(asked.data(), 0)),
+        1e-3);
+    EXPECT_NEAR(static_cast<double>(top->Get(0)->FCurveGet()->KeyGetValue(1)), 335, 1e-3);
+}
+
+TEST(NodeCandidates, AScalingThatOthersBringToNothingKeepsFiniteKeys)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
+    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, nullptr));
+    Values base = {0, 2, -2}, total = {5, 5, 5};
+    node->SetValue(base.data());
+    node->CandidateSet(kNow, total.data(), GlissaLayerInfo(1, nullptr));
+    Key(*node, GlissaLayerInfo(1, nullptr));
+    EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetValue(0), 1.0f);
+    EXPECT_EQ(top->Get(1)->FCurveGet()->KeyGetValue(0), 2.5f);
+    EXPECT_EQ(top->Get(2)->FCurveGet()->KeyGetValue(0), 2.5f);
 }
 
 TEST(NodeCandidates, SharesByHand)
@@ -331,8 +454,17 @@ TEST(NodeCandidates, AStateComesBackWithItsLayers)
     node->CandidateClear(0, true);
     node->CreateLayerAt(GlissaLayerInfo(1, nullptr));
     node->CreateLayerAt(GlissaLayerInfo(7, nullptr));
+    // Each layer takes what was kept of it, and one that is new what it has.
+    const auto value_of = [&node](int pId) {
+        return node->LayerGet(pId)->Get(0)->FCurveGet()->GetValue();
+    };
+    const float kept = value_of(2);
+    node->LayerGet(1)->Get(0)->FCurveGet()->SetValue(6.0f);
+    node->LayerGet(2)->Get(0)->FCurveGet()->SetValue(8.0f);
     node->SetCandidateState(state, false);
-    EXPECT_NE(node->LayerGet(1), nullptr);
+    ASSERT_NE(node->LayerGet(1), nullptr);
+    EXPECT_EQ(value_of(1), 6.0f);
+    EXPECT_EQ(value_of(2), kept);
     node->SetCandidateState(state, true);
     EXPECT_EQ(node->LayerGet(1), nullptr);
     EXPECT_EQ(node->LayerGet(7), nullptr);
