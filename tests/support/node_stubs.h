@@ -34,7 +34,7 @@ struct StubLayer final : GlissaLayer
 };
 
 // Counts who holds it; lives where the test puts it.
-struct StubETI final : IGlissaETI
+struct StubETI : IGlissaETI
 {
     int mReferences = 0;
     int mCalls = 0;  // of AddReference and ReleaseReference

@@ -348,6 +348,27 @@ TEST(NodeEvaluation, ANodeWithACurveIsOneValueWhateverHangsBelow)
     }
 }
 
+TEST(NodeEvaluation, ACurveThatGoesWhileItsNodeIsClearedIsNotAskedAgain)
+{
+    // The end of a child of X evaluates the channel when X is about to let its curve go.
+    struct EvaluatingETI final : StubETI
+    {
+        GlissaNode* mNode = nullptr;
+        void ReleaseReference() override
+        {
+            Values values;
+            mNode->GeneralEvaluate(values.data(), kNow);
+        }
+    };
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    SetValues(*node, {1, 2, 3});
+    EvaluatingETI eti;
+    eti.mNode = node.get();
+    node->Get(0)->FindOrCreate("below", true)->SetETI(&eti);
+    node->Get(0)->Clear();
+    EXPECT_EQ(Evaluated(*node), (Values{0, 2, 3}));
+}
+
 TEST(NodeEvaluation, ChildrenThatAreMutedStaySoWhereARotationIsAskedByItself)
 {
     const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
