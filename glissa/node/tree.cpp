@@ -3,22 +3,47 @@
 
 // Children, and the search for nodes below.
 
+#include "corvekit/object/property.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace
 {
-// Depth first, each child before what hangs below it; pMatches says yes or no of a node.
-template <typename Children, typename Matches>
-GlissaNode* FindBelow(const Children& pChildrenOf, GlissaNode* pNode, const Matches& pMatches)
+// Nodes lie apart in memory. What a search reads of some of them is fetched at once, so that it
+// waits once and not for each.
+constexpr int kFetched = 16;
+
+// Begins to load the name of a node, and the nodes below it.
+template <typename State>
+void Fetch(const State& pState)
 {
-    for (GlissaNode* child : pChildrenOf(pNode)) {
-        if (pMatches(child)) {
-            return child;
+    __builtin_prefetch(pState.mNames);
+    for (const GlissaNode* child : pState.mChildren) {
+        __builtin_prefetch(child);
+    }
+}
+
+// Depth first, each child before what hangs below it; pMatches says yes or no of a node, pFetch
+// begins to load what that looks at.
+template <typename Children, typename Fetch, typename Matches>
+GlissaNode* FindBelow(const Children& pChildrenOf, const Fetch& pFetch, GlissaNode* pNode,
+                      const Matches& pMatches)
+{
+    const auto& children = pChildrenOf(pNode);
+    const int count = children.GetCount();
+    for (int i = 0; i < count; ++i) {
+        if (i % kFetched == 0) {
+            for (int ahead = i; ahead < std::min(i + kFetched, count); ++ahead) {
+                pFetch(children[ahead]);
+            }
         }
-        if (GlissaNode* found = FindBelow(pChildrenOf, child, pMatches)) {
+        if (pMatches(children[i])) {
+            return children[i];
+        }
+        if (GlissaNode* found = FindBelow(pChildrenOf, pFetch, children[i], pMatches)) {
             return found;
         }
     }
@@ -37,11 +62,17 @@ KDataType* TransformOf(std::string_view pName)
     return pName == "S" ? KDataTypeLclScaling : nullptr;
 }
 
-// Texts of different lengths differ, which spares reading most of them.
-bool IsNamed(const GlissaNode* pNode, std::string_view pName)
+// As GlissaNode::GetName has it. Where a text does not end at the wanted length, it need not be
+// read.
+bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
 {
-    const std::string_view name = pNode->GetName();
-    return name.size() == pName.size() && KCompareNoCase(name, pName) == 0;
+    if (!pNames || pNames->mProperty) {
+        const std::string_view name = pNames ? pNames->mProperty->GetPropertyName() : "";
+        return name.size() == pName.size() && KCompareNoCase(name, pName) == 0;
+    }
+    const char* const text = pNames->mName.GetBuffer();
+    return pName.size() <= pNames->mName.GetLength() && text[pName.size()] == '\0' &&
+           KCompareNoCase(std::string_view(text, pName.size()), pName) == 0;
 }
 }  // namespace
 
@@ -132,7 +163,7 @@ int GlissaNode::Find(const char* pName)
 {
     const std::string_view name = pName ? pName : "";
     for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
-        if (IsNamed(mState->mChildren[i], name)) {
+        if (IsNamed(mState->mChildren[i]->mState->mNames, name)) {
             return i;
         }
     }
@@ -169,7 +200,8 @@ GlissaNode* GlissaNode::FindRecursive(KDataType* pType)
     {
         return pNode->mState->mChildren;
     };
-    return FindBelow(children_of, this,
+    const auto fetch = [](const GlissaNode* pNode) { Fetch(*pNode->mState); };
+    return FindBelow(children_of, fetch, this,
                      [pType](GlissaNode* pNode) { return pNode->GetDataType() == pType; });
 }
 
@@ -181,7 +213,9 @@ GlissaNode* GlissaNode::FindRecursive(const char* pName)
     {
         return pNode->mState->mChildren;
     };
-    return FindBelow(children_of, this, [name, transform](GlissaNode* pNode) {
-        return (transform && pNode->GetDataType() == transform) || IsNamed(pNode, name);
+    const auto fetch = [](const GlissaNode* pNode) { Fetch(*pNode->mState); };
+    return FindBelow(children_of, fetch, this, [name, transform](GlissaNode* pNode) {
+        return (transform && pNode->GetDataType() == transform) ||
+               IsNamed(pNode->mState->mNames, name);
     });
 }
