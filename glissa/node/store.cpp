@@ -8,6 +8,7 @@
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -26,6 +27,37 @@ const char* ShortName(KDataType* pType)
            : pType == KDataTypeLclRotation  ? "R"
            : pType == KDataTypeLclScaling   ? "S"
                                             : nullptr;
+}
+
+// Begins to load names and curves of some nodes from pFirst on, and the keys of curves that are
+// short. Nodes, curves and pages lie apart in memory: a walk that reads whole curves would wait
+// for each of them in turn, one behind the other.
+template <typename State>
+void FetchCurves(GlissaNode* const* pFirst, GlissaNode* const* pEnd,
+                 State* (*pStateOf)(GlissaNode*))
+{
+    constexpr int kPages = 4;
+    constexpr std::size_t kPageSize = sizeof(KPriFCurveKey) * KeyList::kKeysPerPage;
+    constexpr std::size_t kLine = 64;
+    for (auto each = pFirst; each != pEnd; ++each) {
+        __builtin_prefetch(pStateOf(*each)->mNames);
+        __builtin_prefetch(pStateOf(*each)->mCurve);
+    }
+    for (auto each = pFirst; each != pEnd; ++each) {
+        if (const Glissa* curve = pStateOf(*each)->mCurve) {
+            __builtin_prefetch(curve->Keys().Table());
+        }
+    }
+    for (auto each = pFirst; each != pEnd; ++each) {
+        const Glissa* curve = pStateOf(*each)->mCurve;
+        const int last = curve ? std::min(curve->Keys().LastPage(), kPages - 1) : -1;
+        for (int page = 0; page <= last; ++page) {
+            const char* const keys = reinterpret_cast<const char*>(curve->Keys().Table()[page]);
+            for (std::size_t at = 0; at < kPageSize; at += kLine) {
+                __builtin_prefetch(keys + at);
+            }
+        }
+    }
 }
 }  // namespace
 
@@ -51,9 +83,16 @@ bool GlissaNode::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pShortNames, bool
     if (mState->mCurve) {
         mState->mCurve->TdfStore(&tdf, pOnlyDefaults, pWithColor, pOlderKeyForm);
     } else {
-        for (GlissaNode* child : mState->mChildren) {
-            child->TdfStore(&tdf, pOnlyDefaults, pShortNames, pNoUserName, "Channel", pWithColor,
-                            pOlderKeyForm);
+        constexpr int kFetched = 8;
+        const auto& children = mState->mChildren;
+        for (int i = 0; i < children.GetCount(); ++i) {
+            if (i % kFetched == 0) {
+                const int end = std::min(i + kFetched, children.GetCount());
+                FetchCurves<State>(children.begin() + i, children.begin() + end,
+                                   [](GlissaNode* pNode) { return pNode->mState; });
+            }
+            children[i]->TdfStore(&tdf, pOnlyDefaults, pShortNames, pNoUserName, "Channel",
+                                  pWithColor, pOlderKeyForm);
         }
     }
     if (GetLayerID() != 0) {
