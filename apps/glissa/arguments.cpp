@@ -9,8 +9,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string_view>
 
 namespace
@@ -158,4 +160,47 @@ ExtrapolationArgument ParseExtrapolation(const std::string& pText)
     throw WrongArguments(fmt::format("'{}' is no extrapolation: none, constant, repeat, mirror, "
                                      "slope or relative, with :COUNT where it ends",
                                      pText));
+}
+
+TangentArgument ParseTangent(const std::string& pText)
+{
+    constexpr struct
+    {
+        std::string_view name;
+        TangentArgument tangent;
+    } kKinds[] = {
+        {"auto", {eInterpolationCubic, eTangentAuto}},
+        {"clamp", {eInterpolationCubic, eTangentAuto | eTangentClamp}},
+        {"progressive", {eInterpolationCubic, eTangentAuto | eTangentProgressiveClamp}},
+        {"user", {eInterpolationCubic, eTangentUser}},
+        {"tcb", {eInterpolationCubic, eTangentTCB}},
+        {"linear", {eInterpolationLinear, 0}},
+        {"constant", {eInterpolationConstant, eConstantStandard}},
+    };
+    for (const auto& each : kKinds) {
+        if (each.name == pText) {
+            return each.tangent;
+        }
+    }
+    throw WrongArguments(fmt::format(
+        "'{}' is no tangent: auto, clamp, progressive, user, tcb, linear or constant", pText));
+}
+
+std::vector<double> ParseValues(const std::string& pText)
+{
+    std::vector<double> values;
+    for (std::size_t at = 0; at <= pText.size();) {
+        const std::size_t comma = std::min(pText.find(',', at), pText.size());
+        const std::string text = pText.substr(at, comma - at);
+        const std::optional<double> number = ParseNumber(text);
+        if (!number ||
+            std::fabs(*number) > static_cast<double>(std::numeric_limits<float>::max())) {
+            throw WrongArguments(fmt::format(
+                "'{}' in '{}' is no number that a curve holds: write numbers and commas (10,0,5)",
+                text, pText));
+        }
+        values.push_back(*number);
+        at = comma + 1;
+    }
+    return values;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// A time as it was written: seconds ("1.25", "1.25s") or frames ("37f", also "37.5f").
 struct TimeArgument
@@ -40,8 +41,18 @@ struct ExtrapolationArgument
     std::uint32_t count = 0xFFFFFFFFu;
 };
 
+/// The shape of a key: auto, clamp, progressive, user, tcb, linear or constant.
+struct TangentArgument
+{
+    unsigned interpolation = 0;  ///< eInterpolationCubic and so on
+    unsigned mode = 0;           ///< eTangentAuto and so on
+};
+
 /// Each throws WrongArguments with a text that names the value and what is accepted.
 TimeArgument ParseTime(const std::string& pText);
 RateArgument ParseRate(const std::string& pText);
 SizeArgument ParseSize(const std::string& pText);
 ExtrapolationArgument ParseExtrapolation(const std::string& pText);
+TangentArgument ParseTangent(const std::string& pText);
+/// "10,0,5": numbers within a float's range.
+std::vector<double> ParseValues(const std::string& pText);

@@ -11,21 +11,6 @@
 
 #include <algorithm>
 
-namespace
-{
-void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice)
-{
-    if (pChoice.before) {
-        pCurve.SetPreExtrapolation(pChoice.before->mode);
-        pCurve.SetPreExtrapolationCount(pChoice.before->count);
-    }
-    if (pChoice.after) {
-        pCurve.SetPostExtrapolation(pChoice.after->mode);
-        pCurve.SetPostExtrapolationCount(pChoice.after->count);
-    }
-}
-}  // namespace
-
 StoredClip LoadAnyClip(const std::string& pPath)
 {
     const IoResult<std::string> bytes = ReadTextFile(pPath);
@@ -102,6 +87,18 @@ std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pCho
         SetExtrapolation(*each->curve, pChoice);
     }
     return chosen;
+}
+
+void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice)
+{
+    if (pChoice.before) {
+        pCurve.SetPreExtrapolation(pChoice.before->mode);
+        pCurve.SetPreExtrapolationCount(pChoice.before->count);
+    }
+    if (pChoice.after) {
+        pCurve.SetPostExtrapolation(pChoice.after->mode);
+        pCurve.SetPostExtrapolationCount(pChoice.after->count);
+    }
 }
 
 std::optional<TimeSpan> KeySpan(const std::vector<NamedCurve*>& pCurves)

@@ -64,5 +64,8 @@ ClipCurves LoadClip(const std::string& pPath);
 /// Refusal for a pattern that names no curve, WrongArguments when nothing is chosen.
 std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice);
 
+/// Sets the extrapolation that a choice asks for.
+void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice);
+
 /// From the first to the last key of all the curves; nothing where none has a key.
 std::optional<TimeSpan> KeySpan(const std::vector<NamedCurve*>& pCurves);

@@ -21,6 +21,7 @@ void AddDumpCommand(CLI::App& pApp, Action& pAction);
 void AddCheckCommand(CLI::App& pApp, Action& pAction);
 void AddKeyCommand(CLI::App& pApp, Action& pAction);
 void AddLayerCommand(CLI::App& pApp, Action& pAction);
+void AddPoseCommand(CLI::App& pApp, Action& pAction);
 
 /// Parses the text of an option, so that an error names the option.
 template <typename T>

@@ -18,6 +18,15 @@ void CurveOptions::AddTo(CLI::App& pCommand)
         ->type_name("NAME");
     pCommand.add_flag("-a,--all", all, "Take every curve");
     pCommand
+        .add_option("-n,--node", nodes,
+                    "Node to take in place of curves, likewise: Hips/R, blended through all its "
+                    "layers")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
+    pCommand.add_flag("--layers", layers,
+                      "Add what each layer of the nodes gives to the blend: its values by its "
+                      "weight");
+    pCommand
         .add_option("--from", from,
                     "First time, in seconds (1.25) or frames (37f); without it that of the first "
                     "key")
@@ -49,8 +58,14 @@ CurveChoice CurveOptions::Choice() const
     if (!after.empty()) {
         choice.after = ParseOption("--post", &ParseExtrapolation, after);
     }
-    if (patterns.empty() && !all) {
+    if (patterns.empty() && !all && !TakesNodes()) {
         throw WrongArguments("no curve is chosen: name one with --curve, or take --all");
+    }
+    if (TakesNodes() && (!patterns.empty() || all)) {
+        throw WrongArguments("--node takes nodes, --curve and --all take curves: one or the other");
+    }
+    if (layers && !TakesNodes()) {
+        throw WrongArguments("--layers goes with --node");
     }
     return choice;
 }

@@ -10,12 +10,15 @@
 #include <string>
 #include <vector>
 
-/// The options that eval and plot share: the clip, the curves, the extrapolation, the span of time.
+/// The options that eval and plot share: the clip, the curves or nodes, the extrapolation, the span
+/// of time.
 struct CurveOptions
 {
     std::string path;
     std::vector<std::string> patterns;
     bool all = false;
+    std::vector<std::string> nodes;
+    bool layers = false;
     std::string before;
     std::string after;
     std::string from;
@@ -24,6 +27,9 @@ struct CurveOptions
     std::string output;
 
     void AddTo(CLI::App& pCommand);
+
+    /// Whether nodes are asked for, and not curves.
+    bool TakesNodes() const { return !nodes.empty(); }
 
     /// Throw WrongArguments.
     CurveChoice Choice() const;

@@ -25,37 +25,52 @@ struct EvalOptions
 
 void CheckSize(const Table& pTable)
 {
-    const std::uint64_t columns = pTable.curves.size() * (pTable.slopes ? 3 : 1) + 1;
+    const std::uint64_t columns = pTable.CountColumns();
     const std::uint64_t samples = pTable.grid.Count();
-    if (samples > kMostValues / columns) {
-        throw Refusal(
-            fmt::format("{}: {} times for {} chosen curve(s) are more than the {} values that one "
-                        "run writes; take "
-                        "fewer curves, a lower --rate, or a shorter span from --from to --to",
-                        pTable.clip->path, samples, pTable.curves.size(), kMostValues));
+    if (samples > kMostValues / (columns + 1)) {
+        throw Refusal(fmt::format(
+            "{}: {} times for {} column(s) are more than the {} values that one run writes; take "
+            "fewer curves, a lower --rate, or a shorter span from --from to --to",
+            pTable.clip->path, samples, columns, kMostValues));
     }
 }
 
 void RunEval(const EvalOptions& pOptions)
 {
     // Wrong arguments are told before a long clip is read.
-    pOptions.curves.Check();
+    const CurveOptions& curves = pOptions.curves;
+    curves.Check();
+    if (pOptions.slopes && curves.TakesNodes()) {
+        throw WrongArguments("--slope goes with --curve: a blend of layers has no exact slope");
+    }
     const std::optional<double> rate =
         pOptions.rate.empty()
             ? std::nullopt
             : std::optional(ParseOption("--rate", &ParseRate, pOptions.rate).number);
 
-    ClipCurves clip = LoadClip(pOptions.curves.path);
+    ClipCurves clip = LoadClip(curves.path);
     Table table;
     table.clip = &clip;
-    table.curves = ChooseCurves(clip, pOptions.curves.Choice());
     table.slopes = pOptions.slopes;
-    const TimeSpan span = pOptions.curves.Span(
-        KeySpan(table.curves).value_or(TimeSpan{KTime(), KTime()}), clip.framesASecond);
+    std::optional<TimeSpan> keys;
+    if (curves.TakesNodes()) {
+        const std::vector<NamedNode> nodes = ChooseNodes(clip, curves.nodes, curves.Choice());
+        keys = KeySpan(nodes);
+        for (const NamedNode& node : nodes) {
+            for (NodeSeries& each : MakeSeries(clip, node, curves.layers)) {
+                table.nodes.push_back(std::move(each));
+            }
+        }
+    } else {
+        table.curves = ChooseCurves(clip, curves.Choice());
+        keys = KeySpan(table.curves);
+    }
+    const TimeSpan span =
+        curves.Span(keys.value_or(TimeSpan{KTime(), KTime()}), clip.framesASecond);
     table.grid = {span.from, span.to, rate.value_or(clip.framesASecond)};
     CheckSize(table);
 
-    Output output(pOptions.curves.output, pOptions.curves.path);
+    Output output(curves.output, curves.path);
     if (pOptions.format == "json") {
         WriteJson(table, output);
     } else {
@@ -68,8 +83,8 @@ void RunEval(const EvalOptions& pOptions)
 void AddEvalCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<EvalOptions>();
-    CLI::App* const command =
-        pApp.add_subcommand("eval", "Evaluate curves at even steps of time, as CSV or JSON");
+    CLI::App* const command = pApp.add_subcommand(
+        "eval", "Evaluate curves or nodes at even steps of time, as CSV or JSON");
     options->curves.AddTo(*command);
     command
         ->add_option("--rate", options->rate,
@@ -80,11 +95,13 @@ void AddEvalCommand(CLI::App& pApp, Action& pAction)
         ->type_name("FORMAT");
     command->add_flag("--slope", options->slopes,
                       "Add the slopes left and right of each time, in units a second");
-    command->footer("Examples:\n"
-                    "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o "
-                    "hips.csv\n"
-                    "  glissa eval clip.bvh --curve 'Hips/T/*' --to 72f --pre mirror:2 --post "
-                    "relative:4 --slope\n"
-                    "  glissa eval clip.bvh --all --rate 60 --format json");
+    command->footer(
+        "Examples:\n"
+        "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o "
+        "hips.csv\n"
+        "  glissa eval clip.bvh --curve 'Hips/T/*' --to 72f --pre mirror:2 --post "
+        "relative:4 --slope\n"
+        "  glissa eval layered.glissa --node 'Spine/R' --layers --rate 120 -o spine.csv\n"
+        "  glissa eval clip.bvh --all --rate 60 --format json");
     command->callback([options, &pAction] { pAction = [options] { RunEval(*options); }; });
 }

@@ -6,6 +6,7 @@
 
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/node_key.h"
 
 #include <fmt/format.h>
 
@@ -22,6 +23,8 @@ struct KeyOptions
     std::string path;
     std::vector<std::string> patterns;
     bool all = false;
+    std::vector<std::string> nodes;
+    std::string at, total, layer;
     std::string framesASecond;
     std::string output;
     std::string format;
@@ -29,22 +32,6 @@ struct KeyOptions
     /// Name and text of the edits as they stood on the command line.
     std::vector<std::pair<std::string, std::string>> edits;
 };
-
-struct TangentKind
-{
-    std::string_view name;
-    unsigned interpolation;
-    unsigned mode;
-};
-constexpr std::array<TangentKind, 7> kKinds = {{
-    {"auto", eInterpolationCubic, eTangentAuto},
-    {"clamp", eInterpolationCubic, eTangentAuto | eTangentClamp},
-    {"progressive", eInterpolationCubic, eTangentAuto | eTangentProgressiveClamp},
-    {"user", eInterpolationCubic, eTangentUser},
-    {"tcb", eInterpolationCubic, eTangentTCB},
-    {"linear", eInterpolationLinear, 0},
-    {"constant", eInterpolationConstant, eConstantStandard},
-}};
 
 /// Does an edit to one curve. Throws Refusal with a text that begins with the time or the span.
 using Edit = std::function<void(Glissa& pCurve)>;
@@ -134,7 +121,7 @@ void Remove(Glissa& pCurve, const TimeSpan& pSpan)
 // The change of kind keeps the slopes that the curve had, which is what user tangents are for.
 // Automatic ones are asked for their own slopes, so their parameters go to 0; so does the bias of a
 // new TCB key, in whose place the weights stood.
-void SetTangent(Glissa& pCurve, const TangentKind& pKind, const std::optional<TimeSpan>& pSpan)
+void SetTangent(Glissa& pCurve, const TangentArgument& pKind, const std::optional<TimeSpan>& pSpan)
 {
     if (pSpan) {
         RequireKeys(pCurve, *pSpan);
@@ -229,19 +216,12 @@ Edit MakeMove(const std::string& pText, double pRate)
 Edit MakeTangent(const std::string& pText, double pRate)
 {
     const std::size_t at = pText.find('@');
-    const std::string name = pText.substr(0, at);
-    const auto kind = std::find_if(kKinds.begin(), kKinds.end(),
-                                   [&](const TangentKind& pEach) { return pEach.name == name; });
-    if (kind == kKinds.end()) {
-        throw WrongArguments(fmt::format("'{}' is no tangent: auto, clamp, progressive, user, tcb, "
-                                         "linear or constant, with @FROM..TO for a span",
-                                         name));
-    }
+    const TangentArgument kind = ParseTangent(pText.substr(0, at));
     std::optional<TimeSpan> span;
     if (at != std::string::npos) {
         span = ParseSpan(pText.substr(at + 1)).At(pRate);
     }
-    return [kind = *kind, span](Glissa& pCurve) { SetTangent(pCurve, kind, span); };
+    return [kind, span](Glissa& pCurve) { SetTangent(pCurve, kind, span); };
 }
 
 std::vector<Edit> MakeEdits(const KeyOptions& pOptions, double pRate)
@@ -263,12 +243,57 @@ std::vector<Edit> MakeEdits(const KeyOptions& pOptions, double pRate)
     return edits;
 }
 
+// What --node and its company ask for. Of the edits only a tangent of the key goes with them.
+NodeKeyRequest MakeNodeRequest(const KeyOptions& pOptions)
+{
+    if (!pOptions.patterns.empty() || pOptions.all) {
+        throw WrongArguments("--node takes nodes, --curve and --all take curves: one or the other");
+    }
+    if (pOptions.at.empty()) {
+        throw WrongArguments("--node needs a time to key: --at");
+    }
+    NodeKeyRequest request;
+    request.patterns = pOptions.nodes;
+    request.layer = pOptions.layer;
+    request.at = ParseOption("--at", &ParseTime, pOptions.at);
+    if (!pOptions.total.empty()) {
+        request.total = ParseOption("--total", &ParseValues, pOptions.total);
+    }
+    for (const auto& [name, text] : pOptions.edits) {
+        if (name != "--tangent" || request.tangent) {
+            throw WrongArguments(
+                fmt::format("{} {}: --node makes one key a node, with one --tangent KIND at most; "
+                            "edits of keys take --curve",
+                            name, text));
+        }
+        request.tangent = ParseOption("--tangent", &ParseTangent, text);
+    }
+    return request;
+}
+
+void RunNodeKey(const KeyOptions& pOptions, std::optional<double> pRate)
+{
+    const NodeKeyRequest request = MakeNodeRequest(pOptions);
+    const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
+    ClipCurves clip = LoadClip(pOptions.path);
+    KeyNodes(clip, request, request.at.At(pRate ? *pRate : clip.framesASecond));
+    clip.clip.mValues.clear();
+    WriteClip(clip, format, pOptions.output);
+}
+
 void RunKey(const KeyOptions& pOptions)
 {
     const std::optional<double> rate =
         pOptions.framesASecond.empty()
             ? std::nullopt
             : std::optional(ParseOption("--fps", &ParseRate, pOptions.framesASecond).number);
+    if (!pOptions.nodes.empty()) {
+        RunNodeKey(pOptions, rate);
+        return;
+    }
+    if (!pOptions.at.empty() || !pOptions.total.empty() || !pOptions.layer.empty()) {
+        throw WrongArguments("--at, --total and --layer go with --node");
+    }
     if (pOptions.edits.empty()) {
         throw WrongArguments("there is nothing to do: --insert, --remove, --move or --tangent");
     }
@@ -315,8 +340,8 @@ void CollectEdits(const CLI::App& pCommand, KeyOptions& pOptions)
 void AddKeyCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<KeyOptions>();
-    CLI::App* const command =
-        pApp.add_subcommand("key", "Insert, remove, move and shape keys, in the order given");
+    CLI::App* const command = pApp.add_subcommand(
+        "key", "Insert, remove, move and shape keys in the order given, or key a node");
     command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
     const auto list = [&](const char* pName, std::vector<std::string>& pValues, const char* pHelp,
                           const char* pType) {
@@ -325,6 +350,18 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
     list("-c,--curve", options->patterns,
          "Curve to edit, by name, * and ? as wildcards. May be given several times", "NAME");
     command->add_flag("-a,--all", options->all, "Edit every curve");
+    list("-n,--node", options->nodes,
+         "Node to key, all its channels at one time: Spine/R. May be given several times", "NAME");
+    command->add_option("--at", options->at, "Time of the node's key")->type_name("TIME");
+    command
+        ->add_option("--total", options->total,
+                     "What the node shall show there, all layers blended: 10,0,5; without it what "
+                     "it shows now")
+        ->type_name("NUMBERS");
+    command
+        ->add_option("--layer", options->layer,
+                     "Layer that gets the key: base, as without it, or its name")
+        ->type_name("LAYER");
     list("--insert", options->inserts, "Add a key on the curve, whose shape stays", "TIME");
     list("--remove", options->removes, "Remove a key, or all of a span, its ends too",
          "TIME[..TIME]");
@@ -350,6 +387,8 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
     command->footer("Examples:\n"
                     "  glissa key clip.glissa --curve 'Hips/R/X' --insert 1.254 --remove "
                     "0.5..0.75 --move 2=2.004 --tangent progressive -o out.glissa\n"
+                    "  glissa key layered.glissa --node 'Spine/R' --at 1.5 --total 10,0,5 --layer "
+                    "Breath -o out.glissa\n"
                     "  glissa key clip.bvh --curve '*/R/?' --remove 1f..23f --tangent user@0f "
                     "-o out.glissa");
     command->callback([options, command, &pAction] {

@@ -54,6 +54,7 @@ int Run(int pCount, char** pArguments)
         "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o hips.csv\n"
         "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
         "  glissa key clip.bvh --curve 'Hips/R/X' --insert 1.254 -o clip.glissa\n"
+        "  glissa pose clip.bvh --at 1.5\n"
         "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
         "  glissa convert clip.glissa clip.bvh\n"
         "\n"
@@ -62,6 +63,7 @@ int Run(int pCount, char** pArguments)
     Action action;
     AddInfoCommand(app, action);
     AddEvalCommand(app, action);
+    AddPoseCommand(app, action);
     AddPlotCommand(app, action);
     AddKeyCommand(app, action);
     AddLayerCommand(app, action);

@@ -31,12 +31,23 @@ public:
         fmt::format_to(std::back_inserter(mText), "{}", pNumber);
     }
 
-    void JsonNumber(float pNumber)
+    template <typename T>
+    void JsonNumber(T pNumber)
     {
         if (std::isfinite(pNumber)) {
             Number(pNumber);
         } else {
             Text("null");
+        }
+    }
+
+    /// pSingle  the number is that of a float.
+    void NodeNumber(double pNumber, bool pSingle)
+    {
+        if (pSingle) {
+            Number(static_cast<float>(pNumber));
+        } else {
+            Number(pNumber);
         }
     }
 
@@ -80,7 +91,39 @@ void WriteJsonArray(TextBuffer& pBuffer, const SampleGrid& pGrid, Progress& pPro
     }
     pBuffer.Text("]");
 }
+
+void WriteJsonChannel(TextBuffer& pBuffer, const NodeSeries& pNode, int pIndex,
+                      const char* pSeparator, const SampleGrid& pGrid, Progress& pProgress,
+                      std::uint64_t& pDone)
+{
+    pBuffer.Text(pSeparator, "{\"name\":", JsonText(pNode.GetName(pIndex)));
+    if (!pNode.IsBlended()) {
+        pBuffer.Text(",\"layer\":", JsonText(pNode.GetLayerName()));
+    }
+    pBuffer.Text(",\"unit\":\"", UnitName(pNode.GetNode().unit), "\",\"values\":");
+    NodeValues values{};
+    int hint = 0;
+    WriteJsonArray(pBuffer, pGrid, pProgress, pDone, [&](KTime pTime) {
+        pNode.Evaluate(values, pTime, &hint);
+        const double value = values[static_cast<std::size_t>(pIndex)];
+        if (pNode.IsSingle()) {
+            pBuffer.JsonNumber(static_cast<float>(value));
+        } else {
+            pBuffer.JsonNumber(value);
+        }
+    });
+    pBuffer.Text("}");
+}
 }  // namespace
+
+std::uint64_t Table::CountColumns() const
+{
+    std::uint64_t columns = curves.size() * (slopes ? 3 : 1);
+    for (const NodeSeries& each : nodes) {
+        columns += static_cast<std::uint64_t>(each.GetCount());
+    }
+    return columns;
+}
 
 std::string CsvField(std::string_view pText)
 {
@@ -109,10 +152,17 @@ void WriteCsv(const Table& pTable, Output& pOutput)
             buffer.Text(",", CsvField(each->name + " right slope"));
         }
     }
+    for (const NodeSeries& each : pTable.nodes) {
+        for (int i = 0; i < each.GetCount(); ++i) {
+            buffer.Text(",", CsvField(each.GetName(i)));
+        }
+    }
     buffer.Text("\n");
 
     const std::uint64_t count = pTable.grid.Count();
     std::vector<int> hints(pTable.curves.size(), 0);
+    std::vector<int> nodeHints(pTable.nodes.size(), 0);
+    NodeValues values{};
     Progress progress(count);
     for (std::uint64_t i = 0; i < count; ++i) {
         const KTime time = pTable.grid.At(i);
@@ -129,6 +179,14 @@ void WriteCsv(const Table& pTable, Output& pOutput)
                 buffer.Number(curve.EvaluateRightDerivative(time, hint));
             }
         }
+        for (std::size_t n = 0; n < pTable.nodes.size(); ++n) {
+            const NodeSeries& node = pTable.nodes[n];
+            node.Evaluate(values, time, &nodeHints[n]);
+            for (int v = 0; v < node.GetCount(); ++v) {
+                buffer.Text(",");
+                buffer.NodeNumber(values[static_cast<std::size_t>(v)], node.IsSingle());
+            }
+        }
         buffer.Text("\n");
         buffer.Pass();
         progress.At(i);
@@ -139,8 +197,7 @@ void WriteCsv(const Table& pTable, Output& pOutput)
 void WriteJson(const Table& pTable, Output& pOutput)
 {
     TextBuffer buffer(pOutput);
-    const std::uint64_t columns = 1 + pTable.curves.size() * (pTable.slopes ? 3 : 1);
-    Progress progress(pTable.grid.Count() * columns);
+    Progress progress(pTable.grid.Count() * (1 + pTable.CountColumns()));
     std::uint64_t done = 0;
 
     buffer.Text("{\"clip\":", JsonText(pTable.clip->path), ",\n\"rate\":");
@@ -168,6 +225,13 @@ void WriteJson(const Table& pTable, Output& pOutput)
             });
         }
         buffer.Text("}");
+    }
+    const char* separator = pTable.curves.empty() ? "\n" : ",\n";
+    for (const NodeSeries& node : pTable.nodes) {
+        for (int v = 0; v < node.GetCount(); ++v) {
+            WriteJsonChannel(buffer, node, v, separator, pTable.grid, progress, done);
+            separator = ",\n";
+        }
     }
     buffer.Text("]}\n");
     buffer.Flush();

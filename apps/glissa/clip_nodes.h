@@ -1,0 +1,78 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "apps/glissa/clip_curves.h"
+#include "glissa/node/node.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A channel of a clip that layers can be on: "Hips/T", "Spine/R". The clip owns the node.
+struct NamedNode
+{
+    std::string name;
+    Unit unit = Unit::factor;
+    GlissaNode* node = nullptr;
+};
+
+/// Room for the values of any node of a clip.
+using NodeValues = std::array<double, 16>;
+
+/// The nodes that the patterns cover, in the order of the patterns, each once; all without a
+/// pattern. Throws Refusal, with the names that there are, for a pattern that names none.
+std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
+                                   const std::vector<std::string>& pPatterns);
+
+/// The same, with the extrapolation of all their curves set.
+std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
+                                   const std::vector<std::string>& pPatterns,
+                                   const CurveChoice& pChoice);
+
+/// The curves of a node, of all below it and of its layers.
+std::vector<Glissa*> CurvesOf(GlissaNode& pNode);
+
+/// From the first to the last key of all layers of the nodes; nothing where there is no key.
+std::optional<TimeSpan> KeySpan(const std::vector<NamedNode>& pNodes);
+
+/// The layer of that name, "base" or "" for the base. Throws Refusal, with the names that there
+/// are.
+GlissaLayerInfo FindLayerInfo(const ClipCurves& pClip, const std::string& pName);
+
+/// "base", or the name of a layer of the clip.
+std::string LayerName(const ClipCurves& pClip, int pId);
+
+/// The values of a node over time: what it shows, blended through all layers, or what one layer
+/// gives to the blend, which is its values by its weight.
+class NodeSeries
+{
+public:
+    explicit NodeSeries(const NamedNode& pNode) : mNode(pNode) {}
+    NodeSeries(const NamedNode& pNode, int pLayerId, std::string pLayerName)
+        : mNode(pNode), mLayerId(pLayerId), mLayerName(std::move(pLayerName))
+    {}
+
+    const NamedNode& GetNode() const { return mNode; }
+    bool IsBlended() const { return !mLayerId; }
+    /// Of one layer only.
+    int GetLayerId() const { return *mLayerId; }
+    const std::string& GetLayerName() const { return mLayerName; }
+    int GetCount() const { return mNode.node->GetValueCount(); }
+    /// "Spine/R/X", of a layer "Spine/R/X @Breath".
+    std::string GetName(int pIndex) const;
+    /// The same without the layer.
+    std::string GetChannelName(int pIndex) const;
+    /// Whether the values are those of plain curves, which floats hold.
+    bool IsSingle() const;
+    void Evaluate(NodeValues& pValues, KTime pTime, int* pHint) const;
+
+private:
+    NamedNode mNode;
+    std::optional<int> mLayerId;
+    std::string mLayerName;
+};
+
+/// A node as it shows, with pLayers followed by its base and each of its layers.
+std::vector<NodeSeries> MakeSeries(const ClipCurves& pClip, const NamedNode& pNode, bool pLayers);

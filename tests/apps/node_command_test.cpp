@@ -1,0 +1,257 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Nodes with layers through the built command. The clip stands still, so that what layers give can
+// be worked out by hand.
+
+#include "apps/glissa/clip_curves.h"
+#include "tests/apps/command_run.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr const char* kStill = R"(HIERARCHY
+ROOT Hips
+{
+  OFFSET 0 0 0
+  CHANNELS 6 Xposition Yposition Zposition Zrotation Xrotation Yrotation
+  JOINT Spine
+  {
+    OFFSET 0 5 0
+    CHANNELS 3 Zrotation Xrotation Yrotation
+    End Site
+    {
+      OFFSET 0 5 0
+    }
+  }
+}
+MOTION
+Frames: 3
+Frame Time: 0.5
+10 20 30 0 0 0.45 0 10 0
+10 20 30 0 0 0.45 0 10 0
+10 20 30 0 0 0.45 0 10 0
+)";
+
+class NodeCommand : public Command
+{
+protected:
+    void SetUp() override
+    {
+        Command::SetUp();
+        WriteFile(At("still.bvh"), kStill);
+        mClip = At("still.bvh");
+    }
+
+    /// Runs an edit of the clip so far, and goes on with what it writes.
+    void Edit(std::vector<std::string> pArguments)
+    {
+        pArguments.insert(pArguments.begin() + 1, mClip);
+        mClip = At(fmt::format("clip{}.glissa", ++mEdits));
+        pArguments.insert(pArguments.end(), {"-o", mClip});
+        const Result run = Run(pArguments);
+        ASSERT_EQ(0, run.status) << run.err;
+    }
+
+    std::string mClip;
+    int mEdits = 0;
+};
+
+TEST_F(NodeCommand, ATotalIsSplitAmongTheLayersAndShownAgain)
+{
+    Edit({"layer", "--add", "Breath", "--weight", "0.5"});
+    Edit({"key", "--node", "Hips/T", "--at", "0", "--layer", "Breath", "--tangent", "linear"});
+    Edit({"key", "--node", "Hips/T", "--at", "1f", "--total", "12,20,30", "--layer", "Breath"});
+    Edit({"key", "--node", "Spine/R", "--at", "0.5", "--total", "30,0,0", "--layer", "Breath"});
+    Edit({"layer", "--add", "Lean", "--mode", "passthrough", "--weight", "0.25", "--node", "*/T"});
+    Edit({"key", "--node", "Hips/T", "--at", "0.5", "--total", "14,20,30", "--layer", "Lean"});
+
+    // 10 + 0.5 * 4 = 12, and 0.75 * 12 + 0.25 * 20 = 14. Half of a turn by 40 degrees is one by 20.
+    const Result t = Run({"eval", mClip, "--node", "Hips/T", "--layers", "--from", "0.5", "--to",
+                          "1", "--post", "relative"});
+    EXPECT_EQ("time,Hips/T/X,Hips/T/Y,Hips/T/Z,Hips/T/X @base,Hips/T/Y @base,Hips/T/Z @base,"
+              "Hips/T/X @Breath,Hips/T/Y @Breath,Hips/T/Z @Breath,"
+              "Hips/T/X @Lean,Hips/T/Y @Lean,Hips/T/Z @Lean\n"
+              "0.5,14,20,30,10,20,30,2,0,0,5,5,7.5\n"
+              // Breath rises from 0 to 4 and from 4 to 8: 0.75 * (10 + 4) + 5.
+              "1,15.5,20,30,10,20,30,4,0,0,5,5,7.5\n",
+              t.out)
+        << t.err;
+    const Csv r = ParseCsv(
+        Run({"eval", mClip, "--node", "Spine/R", "--layers", "--from", "0.5", "--to", "0.5"}).out);
+    ASSERT_EQ(10u, r.rows.at(0).size());
+    EXPECT_NEAR(30.0, r.rows[0][1], 1e-5);
+    EXPECT_NEAR(10.0, r.rows[0][4], 1e-5);
+    EXPECT_NEAR(20.0, r.rows[0][7], 1e-5);
+    const ClipCurves clip = LoadClip(mClip);
+    GlissaNode* const spine = clip.owner.GetNodes().GetTransform(1, KDataTypeLclRotation);
+    ASSERT_EQ(1, spine->LayerGet(1)->Get(0)->FCurveGet()->KeyGetCount());
+    EXPECT_NEAR(40.0f, spine->LayerGet(1)->Get(0)->FCurveGet()->KeyGetValue(0), 1e-4f);
+    // A tangent asked for is that of the key; without one it is automatic.
+    Glissa& breath = *clip.owner.GetNodes()
+                          .GetTransform(0, KDataTypeLclTranslation)
+                          ->LayerGet(1)
+                          ->Get(0)
+                          ->FCurveGet();
+    EXPECT_EQ(eInterpolationLinear, breath.KeyGetInterpolation(0));
+    EXPECT_EQ(eInterpolationCubic, breath.KeyGetInterpolation(1));
+    EXPECT_EQ(eTangentAuto, breath.KeyGetTangeantMode(1, true));
+
+    const std::vector<std::string> all = {"eval", mClip, "-n", "*", "--layers", "--rate", "7"};
+    const Csv csv = ParseCsv(Run(all).out);
+    std::vector<std::string> asJson = all;
+    asJson.insert(asJson.end(), {"--format", "json"});
+    const nlohmann::json json = nlohmann::json::parse(Run(asJson).out);
+    ASSERT_EQ(csv.names.size(), json["curves"].size() + 1);
+    EXPECT_EQ("Lean", json["curves"][9]["layer"]);
+    for (std::size_t column = 1; column < csv.names.size(); ++column) {
+        EXPECT_EQ(csv.names[column], json["curves"][column - 1]["name"]);
+        for (std::size_t row = 0; row < csv.rows.size(); ++row) {
+            EXPECT_EQ(csv.rows[row][column], json["curves"][column - 1]["values"][row]);
+        }
+    }
+}
+
+TEST_F(NodeCommand, APoseTellsEveryNode)
+{
+    EXPECT_EQ("node     type                         X              Y              Z\n"
+              "Hips/T   Lcl Translation             10             20             30\n"
+              "Hips/R   Lcl Rotation                 0           0.45              0\n"
+              "Spine/R  Lcl Rotation                10              0              0\n",
+              Run({"pose", mClip, "--at", "0.25"}).out);
+    Edit({"layer", "--add", "Shift", "--node", "*/T"});
+    Edit({"key", "--node", "Hips/T", "--at", "0.5", "--total", "10.1,20,30", "--layer", "Shift"});
+    const Result run =
+        Run({"pose", mClip, "--at", "1f", "--node", "*/T", "--node", "Hips/R", "--json"});
+    ASSERT_EQ(0, run.status) << run.err;
+    // A blend is a double, a curve a float: each has the digits that give it back.
+    EXPECT_NE(std::string::npos,
+              run.out.find("\"time\":0.5,\n\"nodes\":[\n{\"name\":\"Hips/T\",\"type\":"
+                           "\"Lcl Translation\",\"unit\":\"scene units\",\"values\":[10.1"))
+        << run.out;
+    EXPECT_NE(std::string::npos,
+              run.out.find(",20,30]},\n{\"name\":\"Hips/R\",\"type\":\"Lcl Rotation\",\"unit\":"
+                           "\"degrees\",\"order\":\"YXZ\",\"values\":[0,0.45,0]}]}\n"))
+        << run.out;
+    EXPECT_EQ(10.1f, nlohmann::json::parse(run.out)["nodes"][0]["values"][0].get<float>());
+}
+
+TEST_F(NodeCommand, WhatCannotBeReachedIsRefusedAndNothingIsWritten)
+{
+    Edit({"layer", "--add", "Low", "--weight", "0.1"});
+    const std::string low = mClip;
+    Edit({"layer", "--add", "Mix", "--mode", "passthrough", "--weight", "0.5"});
+    const std::string mixed = mClip;
+    Edit({"layer", "--add", "Top", "--mode", "override"});
+    const std::string covered = mClip;
+    Edit({"layer", "--mute", "Top"});
+    const std::string muted = mClip;
+    Edit({"layer", "--lock", "Low"});
+    WriteFile(At("kept.glissa"), "precious");
+    const std::vector<std::string> before = Files();
+    const struct
+    {
+        int status;
+        std::string clip;
+        std::vector<std::string> arguments;
+        const char* says;
+    } cases[] = {
+        {1, mClip, {"-n", "Hips/T", "--total", "1,2,3", "--layer", "Low"}, "'Low' is locked"},
+        {1, muted, {"-n", "Hips/T", "--total", "1,2,3", "--layer", "Top"}, "'Top' is muted"},
+        {1,
+         covered,
+         {"-n", "Hips/T", "--total", "1,2,3", "--layer", "base"},
+         "Hips/T: 1,2,3 at 0.5 s cannot be reached, it would show 0,0,0: the layer 'Top' above "
+         "overrides it"},
+        {1, mixed, {"-n", "Spine/R", "--total", "40,20,60", "--layer", "Mix"}, "mixes rotations"},
+        {1, low, {"-n", "Spine/R", "--total", "90,0,0", "--layer", "Low"}, "18 degrees at most"},
+        {1, low, {"-n", "Spine/R", "--total", "90,0"}, "Spine/R has 3 values, --total gives 2"},
+        {1, low, {"-n", "Tail/*"}, "no node matches 'Tail/*'; there are Hips/T, Hips/R, Spine/R"},
+        {1,
+         low,
+         {"-n", "Hips/T", "--layer", "Bow"},
+         "no layer is called 'Bow'; there are base, Low"},
+        {2, low, {"-n", "Hips/T", "--total", "1,,3"}, "--total: '' in '1,,3'"},
+        {2, low, {"-n", "Hips/T", "--total", "1,1e39,3"}, "'1e39'"},
+        {2, low, {"-n", "Hips/T", "-c", "Hips/T/X"}, "one or the other"},
+        {2, low, {"-n", "Hips/T", "--insert", "1"}, "--insert 1"},
+        {2, low, {"-n", "Hips/T", "--tangent", "soft"}, "'soft'"},
+        {2, low, {"-c", "Hips/T/X", "--insert", "1"}, "go with --node"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.says);
+        std::vector<std::string> arguments = {"key", each.clip, "--at",
+                                              "0.5", "-o",      At("kept.glissa")};
+        arguments.insert(arguments.end(), each.arguments.begin(), each.arguments.end());
+        const Result run = Run(arguments);
+        EXPECT_EQ(each.status, run.status) << run.err;
+        EXPECT_NE(std::string::npos, run.err.find(each.says)) << run.err;
+        EXPECT_EQ("precious", ReadFile(At("kept.glissa")));
+        EXPECT_EQ(before, Files());
+    }
+    for (const auto& [arguments, says] :
+         {std::pair(std::vector<std::string>{"eval", low, "-n", "*", "--slope"}, "exact slope"),
+          std::pair(std::vector<std::string>{"eval", low, "-a", "--layers"}, "--layers"),
+          std::pair(std::vector<std::string>{"eval", low, "-a", "-n", "*"}, "one or the other"),
+          std::pair(std::vector<std::string>{"pose", low}, "--at")}) {
+        const Result run = Run(arguments);
+        EXPECT_EQ(2, run.status);
+        EXPECT_NE(std::string::npos, run.err.find(says)) << run.err;
+    }
+}
+
+// Recorded clips with layers on every node: what is stored evaluates to the same digits.
+TEST_F(NodeCommand, LayeredClipsComeBackTheSame)
+{
+    if (!fs::is_directory(GLISSA_CLIP_DIR)) {
+        GTEST_SKIP() << "no recorded clips at " << GLISSA_CLIP_DIR;
+    }
+    int clips = 0;
+    for (const auto& entry : fs::directory_iterator(GLISSA_CLIP_DIR)) {
+        if (entry.path().extension() != ".bvh") {
+            continue;
+        }
+        SCOPED_TRACE(entry.path().filename());
+        ++clips;
+        mClip = entry.path().string();
+        Edit({"layer", "--add", "Half", "--mode", "additive", "--weight", "0.5"});
+        // A little beside what every third node shows, as an animator corrects a pose.
+        const auto correct = [&](const std::string& pTime, const std::string& pLayer) {
+            const nlohmann::json pose =
+                nlohmann::json::parse(Run({"pose", mClip, "--at", pTime, "--json"}).out);
+            for (std::size_t i = 0; i < pose["nodes"].size(); i += 3) {
+                std::string total;
+                for (const double value : pose["nodes"][i]["values"]) {
+                    total += fmt::format("{}{}", total.empty() ? "" : ",", value + 3.0);
+                }
+                Edit({"key", "--node", pose["nodes"][i]["name"], "--at", pTime, "--total", total,
+                      "--layer", pLayer});
+            }
+        };
+        correct("0.02", "Half");
+        correct("0.07", "Half");
+        Edit({"layer", "--add", "Mixed", "--mode", "passthrough", "--weight", "0.3", "--rotation",
+              "channel"});
+        correct("0.03", "Mixed");
+        correct("0.1", "Mixed");
+        const std::vector<std::string> evaluation = {"eval",     "",       "--node", "*",
+                                                     "--layers", "--rate", "77"};
+        std::vector<std::string> before = evaluation, after = evaluation;
+        before[1] = mClip;
+        after[1] = At("again.glissa");
+        ASSERT_EQ(0, Run({"convert", mClip, after[1]}).status);
+        const Result first = Run(before);
+        ASSERT_EQ(0, first.status) << first.err;
+        EXPECT_GT(ParseCsv(first.out).rows.size(), 8u);
+        EXPECT_NE(std::string::npos, first.out.find(" @Mixed"));
+        EXPECT_EQ(first.out, Run(after).out);
+    }
+    EXPECT_GT(clips, 0);
+}
+}  // namespace
