@@ -193,7 +193,10 @@ double* GlissaNode::SetInLayer(KTime pTime, double* pValues, const GlissaLayerIn
     }
     double* running = pValues;
     for (GlissaNode* child : mState->mChildren) {
-        running = child->CandidateSetSpecificLayer(pTime, running, pInfo, pResolve || !hands_on);
+        // A leaf hands its value on without a weight, which has been taken out here.
+        const bool is_weighted = !child->mState->mCurve || !child->mState->mParent;
+        const bool resolves = hands_on ? pResolve : is_weighted;
+        running = child->CandidateSetSpecificLayer(pTime, running, pInfo, resolves);
     }
     return running;
 }

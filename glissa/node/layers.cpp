@@ -175,8 +175,8 @@ GlissaNode* GlissaNode::LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOl
 GlissaNode* GlissaNode::CreateLayerAt(const GlissaLayerInfo& pInfo)
 {
     const int id = pInfo.GetLayerID();
-    // Ids rise along the chain, so none below the node's own can stand behind it.
-    if (!IsMultiLayer() || id <= GetLayerID()) {
+    // Ids rise along the chain, so none below the node's own can stand behind it, nor can a base.
+    if (!IsMultiLayer() || id <= GetLayerID() || id == 0) {
         return nullptr;
     }
     GlissaNode* before = GetPreviousLayer(id);

@@ -234,6 +234,26 @@ TEST(NodeCandidates, KeysOfAWeightedRotationDoNotJumpByATurn)
     EXPECT_NEAR(got[2], 60, 1e-3);
 }
 
+TEST(NodeCandidates, AWeightIsTakenOutOnceWhateverTheTypeOfTheLeaves)
+{
+    for (const int type : {eLayerTypeValue, eLayerTypeVector, eLayerTypeScaling}) {
+        const NodePtr node = MakeWide(3);
+        for (int k = 0; k < 3; ++k) {
+            node->Get(k)->SetLayerType(type);
+            AddKeys(node->Get(k), {{0, 1.0f}});
+        }
+        StubLayer layer;
+        layer.mWeight = 0.5;
+        const GlissaLayerInfo info(1, &layer);
+        node->CreateLayerAt(info);
+        Values total = {3, 4, 5}, got;
+        node->CandidateSet(kNow, total.data(), info);
+        Key(*node, info);
+        node->GeneralEvaluate(got.data(), kNow);
+        EXPECT_EQ(got, (Values{3, 4, 5})) << type;
+    }
+}
+
 TEST(NodeCandidates, ASumOfAnglesIsNotFlipped)
 {
     // The base composes, the layer adds angle by angle.

@@ -322,3 +322,11 @@ TEST_F(NodeLayers, AreFilledFromASource)
     mNode->InsertOrCopyLayer({4, &mLocked}, source.get());
     EXPECT_EQ(ChainOf(mNode.get()), "0 3:6 4");
 }
+
+TEST_F(NodeLayers, NoBaseIsMadeBehindANodeOfNoLayer)
+{
+    const NodePtr node(GlissaNodeCreate("n", static_cast<KDataType*>(nullptr), eLayerTypeVector,
+                                        GlissaLayerInfo::Invalid));
+    EXPECT_EQ(node->CreateLayerAt(GlissaLayerInfo::Base), nullptr);
+    EXPECT_NE(node->CreateLayerAt(GlissaLayerInfo(2, nullptr)), nullptr);
+}
