@@ -6,14 +6,13 @@
 
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/picture/canvas.h"
 #include "io/name_match.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <optional>
 

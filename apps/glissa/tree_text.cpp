@@ -3,7 +3,7 @@
 
 #include "apps/glissa/tree_text.h"
 
-#include "apps/glissa/picture/picture.h"
+#include "apps/glissa/picture/canvas.h"
 #include "glissa/node/node.h"
 
 #include <fmt/format.h>
