@@ -4,6 +4,7 @@
 #include "apps/glissa/command.h"
 #include "apps/glissa/curve_options.h"
 #include "apps/glissa/curve_picture.h"
+#include "apps/glissa/node_picture.h"
 #include "apps/glissa/output.h"
 
 #include <fmt/format.h>
@@ -68,10 +69,10 @@ bool ShowsBeyond(const std::optional<ExtrapolationArgument>& pArgument)
            pArgument->mode != eExtrapolationConstant && pArgument->count > 0;
 }
 
-TimeSpan DefaultSpan(const std::vector<NamedCurve*>& pCurves, const CurveChoice& pChoice)
+TimeSpan DefaultSpan(const std::optional<TimeSpan>& pKeys, const CurveChoice& pChoice)
 {
     const KTime halfSecond = KTime::FromSeconds(0.5);
-    TimeSpan span = KeySpan(pCurves).value_or(TimeSpan{KTime(), KTime()});
+    TimeSpan span = pKeys.value_or(TimeSpan{KTime(), KTime()});
     if (span.from == span.to) {
         return {span.from - halfSecond, span.to + halfSecond};
     }
@@ -85,17 +86,71 @@ TimeSpan DefaultSpan(const std::vector<NamedCurve*>& pCurves, const CurveChoice&
     return span;
 }
 
-void CheckPanels(const std::vector<NamedCurve*>& pCurves, const std::string& pPath)
+void CheckPanels(const std::vector<Unit>& pUnits, const PlotOptions& pOptions)
 {
     std::array<int, 3> counts{};
-    for (const NamedCurve* const each : pCurves) {
-        if (++counts[static_cast<std::size_t>(each->unit)] > kMostCurvesAPanel) {
+    for (const Unit each : pUnits) {
+        if (++counts[static_cast<std::size_t>(each)] > kMostCurvesAPanel) {
             throw Refusal(fmt::format(
                 "{}: {} curves were chosen; more than {} of one unit cannot be told apart in a "
-                "picture: choose fewer with --curve",
-                pPath, pCurves.size(), kMostCurvesAPanel));
+                "picture: choose fewer with {}",
+                pOptions.curves.path, pUnits.size(), kMostCurvesAPanel,
+                pOptions.curves.TakesNodes() ? "--node" : "--curve"));
         }
     }
+}
+
+// What is drawn, and the span that it is drawn over.
+struct Choice
+{
+    std::vector<PictureCurve> curves;
+    TimeSpan span;
+};
+
+TimeSpan ChooseSpan(const PlotOptions& pOptions, const std::optional<TimeSpan>& pKeys,
+                    const ClipCurves& pClip)
+{
+    const TimeSpan span =
+        pOptions.curves.Span(DefaultSpan(pKeys, pOptions.curves.Choice()), pClip.framesASecond);
+    if (span.from == span.to) {
+        throw WrongArguments("a picture needs a span of time: --to has to lie after --from");
+    }
+    return span;
+}
+
+Choice ChooseCurveLines(ClipCurves& pClip, const PlotOptions& pOptions)
+{
+    const std::vector<NamedCurve*> curves = ChooseCurves(pClip, pOptions.curves.Choice());
+    std::vector<Unit> units;
+    for (const NamedCurve* const each : curves) {
+        units.push_back(each->unit);
+    }
+    CheckPanels(units, pOptions);
+    Choice choice{{}, ChooseSpan(pOptions, KeySpan(curves), pClip)};
+    for (NamedCurve* const each : curves) {
+        choice.curves.push_back(MakePictureCurve(*each, choice.span, pOptions.tangents));
+    }
+    return choice;
+}
+
+Choice ChooseNodeLines(const ClipCurves& pClip, const PlotOptions& pOptions)
+{
+    const CurveOptions& options = pOptions.curves;
+    const std::vector<NamedNode> nodes = ChooseNodes(pClip, options.nodes, options.Choice());
+    std::vector<Unit> units;
+    for (const NamedNode& node : nodes) {
+        for (const NodeSeries& each : MakeSeries(pClip, node, options.layers)) {
+            units.insert(units.end(), static_cast<std::size_t>(each.GetCount()), node.unit);
+        }
+    }
+    CheckPanels(units, pOptions);
+    Choice choice{{}, ChooseSpan(pOptions, KeySpan(nodes), pClip)};
+    for (const NamedNode& node : nodes) {
+        for (PictureCurve& each : MakeNodePicture(pClip, node, choice.span, options.layers)) {
+            choice.curves.push_back(std::move(each));
+        }
+    }
+    return choice;
 }
 
 void RunPlot(const PlotOptions& pOptions)
@@ -103,28 +158,22 @@ void RunPlot(const PlotOptions& pOptions)
     pOptions.curves.Check();
     const SizeArgument size = ParseOption("--size", &ParseSize, pOptions.size);
     const PictureFormat format = ChooseFormat(pOptions);
+    if (pOptions.tangents && pOptions.curves.TakesNodes()) {
+        throw WrongArguments("--tangents goes with --curve: a blend of layers has no handles");
+    }
 
     ClipCurves clip = LoadClip(pOptions.curves.path);
-    const CurveChoice choice = pOptions.curves.Choice();
-    const std::vector<NamedCurve*> curves = ChooseCurves(clip, choice);
-    CheckPanels(curves, clip.path);
-    const TimeSpan span = pOptions.curves.Span(DefaultSpan(curves, choice), clip.framesASecond);
-    if (span.from == span.to) {
-        throw WrongArguments("a picture needs a span of time: --to has to lie after --from");
-    }
+    const Choice choice = pOptions.curves.TakesNodes() ? ChooseNodeLines(clip, pOptions)
+                                                       : ChooseCurveLines(clip, pOptions);
 
     PictureOptions picture;
     picture.title = pOptions.title.empty() ? FileName(clip.path) : pOptions.title;
-    picture.from = span.from;
-    picture.to = span.to;
+    picture.from = choice.span.from;
+    picture.to = choice.span.to;
     picture.tangents = pOptions.tangents;
     const std::optional<double> framesASecond = pOptions.curves.FramesASecond();
     if (pOptions.frames || framesASecond) {
         picture.framesASecond = framesASecond.value_or(clip.framesASecond);
-    }
-    std::vector<PictureCurve> drawn;
-    for (NamedCurve* const each : curves) {
-        drawn.push_back(MakePictureCurve(*each, span, pOptions.tangents));
     }
 
     Output output(pOptions.curves.output, clip.path);
@@ -133,7 +182,7 @@ void RunPlot(const PlotOptions& pOptions)
     }
     Canvas canvas(format, size.width, size.height, picture.title,
                   [&output](std::string_view pBytes) { output.Write(pBytes); });
-    DrawPicture(canvas, drawn, picture);
+    DrawPicture(canvas, choice.curves, picture);
     canvas.Finish();
     output.Commit();
 }
@@ -143,7 +192,7 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<PlotOptions>();
     CLI::App* const command =
-        pApp.add_subcommand("plot", "Draw curves over time, as PNG, SVG or PDF");
+        pApp.add_subcommand("plot", "Draw curves or nodes over time, as PNG, SVG or PDF");
     options->curves.AddTo(*command);
     command->add_flag("--tangents", options->tangents, "Draw the handles of the tangents");
     command->add_option("--size", options->size, "Size in pixels, 1000x500 without it")
@@ -162,6 +211,7 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
                     "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
                     "  glissa plot clip.bvh --curve '*Knee/R/X' --frames --from 24f --to 48f -o "
                     "knees.png\n"
+                    "  glissa plot layered.glissa --node 'Spine/R' --layers -o spine.svg\n"
                     "  glissa plot clip.bvh --curve 'Hips/T/?' --post relative:3 --to 12 --size "
                     "1600x800 -o path.pdf");
     command->callback([options, &pAction] { pAction = [options] { RunPlot(*options); }; });

@@ -4,13 +4,15 @@
 // Nodes with layers through the built command. The clip stands still, so that what layers give can
 // be worked out by hand.
 
-#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/clip_nodes.h"
+#include "apps/glissa/node_picture.h"
 #include "tests/apps/command_run.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -204,6 +206,43 @@ TEST_F(NodeCommand, WhatCannotBeReachedIsRefusedAndNothingIsWritten)
         EXPECT_EQ(2, run.status);
         EXPECT_NE(std::string::npos, run.err.find(says)) << run.err;
     }
+}
+
+TEST_F(NodeCommand, APictureBendsWhereAnyCurveOrWeightDoes)
+{
+    Edit({"layer", "--add", "Breath", "--node", "Hips/T"});
+    Edit({"key", "--node", "Hips/T", "--at", "0.3", "--total", "12,20,30", "--layer", "Breath"});
+    const ClipCurves clip = LoadClip(mClip);
+    Glissa& weight = *clip.owner.GetNodes().GetLayers().Find("Breath")->mWeight;
+    weight.KeyAppendFast(KTime::FromSeconds(0.2), 0.0f);
+    weight.KeyAppendFast(KTime::FromSeconds(0.4), 1.0f);
+    const auto seconds = [](std::initializer_list<double> pTimes) {
+        std::vector<KTime> times;
+        for (const double each : pTimes) {
+            times.push_back(KTime::FromSeconds(each));
+        }
+        return times;
+    };
+    std::vector<PictureCurve> curves = MakeNodePicture(clip, ChooseNodes(clip, {"Hips/T"}).front(),
+                                                       {KTime(), KTime::FromSeconds(1.0)}, true);
+    ASSERT_EQ(9u, curves.size());
+    for (const PictureCurve& each : curves) {
+        EXPECT_EQ(seconds({0.0, 0.2, 0.3, 0.4, 0.5, 1.0}), each.breaks);
+    }
+    EXPECT_TRUE(curves[0].strong && curves[0].keys.empty());
+    EXPECT_EQ(3u, curves[3].keys.size());
+    EXPECT_EQ("Hips/T/X @Breath", curves[6].name);
+    EXPECT_EQ("Hips/T/X", curves[6].whole);
+    EXPECT_EQ(2, curves[6].part);
+    // Half of the weight is there at its middle.
+    ASSERT_EQ(1u, curves[6].keys.size());
+    EXPECT_NEAR(1.0, curves[6].keys[0].value, 1e-6);
+    EXPECT_NEAR(11.0, curves[0].value(KTime::FromSeconds(0.3)), 1e-6);
+
+    const Result run = Run({"plot", mClip, "--node", "Hips/*", "--layers"});
+    EXPECT_EQ(0, run.status) << run.err;
+    EXPECT_EQ("</svg>\n", run.out.substr(run.out.size() - 7));
+    EXPECT_EQ(2, Run({"plot", mClip, "--node", "Hips/*", "--tangents"}).status);
 }
 
 // Recorded clips with layers on every node: what is stored evaluates to the same digits.

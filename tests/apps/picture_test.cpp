@@ -280,4 +280,48 @@ TEST(Picture, HandlesAreAThirdOfTheSegmentOrTheWeight)
         }
     }
 }
+// Two channels and the parts of both, as a node with its base and a layer gives them.
+TEST(Picture, PartsAreThinAndHaveTheColourOfTheirWhole)
+{
+    std::vector<PictureCurve> curves;
+    for (int part = 0; part < 3; ++part) {
+        for (const char* const name : {"S/R/X", "S/R/Y"}) {
+            PictureCurve curve;
+            curve.name = part == 0 ? name : name + std::string(part == 1 ? " @base" : " @Top");
+            curve.value = [part, name](KTime) { return part * 3.0 + (name[4] == 'Y' ? 1.0 : 0.0); };
+            curve.hasKeys = true;
+            curve.last = KTime(KTime::kTicksPerSecond);
+            curve.strong = part == 0;
+            curve.part = part;
+            curve.whole = part == 0 ? "" : name;
+            curves.push_back(curve);
+        }
+    }
+    std::vector<const PictureCurve*> pointers;
+    for (const PictureCurve& each : curves) {
+        pointers.push_back(&each);
+    }
+    const std::vector<int> colours = ChooseColours(pointers);
+    EXPECT_NE(colours[0], colours[1]);
+    EXPECT_EQ(
+        (std::vector<int>{colours[0], colours[1], colours[0], colours[1], colours[0], colours[1]}),
+        colours);
+
+    PictureOptions options;
+    options.to = curves[0].last;
+    Layout layout;
+    const std::string svg = DrawSvg(curves, options, 1000, 500, &layout);
+    // The two parts of each are left when the strong lines are not counted; full, then patterned.
+    const std::vector<SvgLine> lines = CurveLines(svg, layout);
+    ASSERT_EQ(4u, lines.size());
+    const DeviceScale& scale = layout.panels.front().scale;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_NEAR(scale.Y(curves[2 + i].value(KTime())), lines[i].points.front().y, 0.01);
+    }
+    std::size_t patterns = 0;
+    for (std::size_t at = 0; (at = svg.find("stroke-dasharray:", at)) != std::string::npos; ++at) {
+        ++patterns;
+    }
+    EXPECT_EQ(4u, patterns);  // two lines and their samples in the legend
+}
 }  // namespace

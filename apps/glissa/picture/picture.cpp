@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 
 namespace
 {
@@ -38,16 +39,54 @@ constexpr int kGreen = 2;
 constexpr double kAreaLength = 40.0;
 constexpr double kAreaAlpha = 0.5;
 
+// Strokes and gaps of parts after the first, in line widths: dots, dashes and dots, long dashes,
+// dashes with two dots. None is the pattern of what lies beyond the keys.
+const std::array<std::vector<double>, 4> kPatterns{{
+    {1.4, 1.8},
+    {5.0, 1.8, 1.4, 1.8},
+    {9.0, 3.0},
+    {5.0, 1.8, 1.4, 1.8, 1.4, 1.8},
+}};
+
 struct CurveStyle
 {
     Colour colour;
     int shape = 0;  ///< of the marks: circle, square, triangle, diamond
+    double width = 1.0;
+    std::vector<double> dashes;
 };
 
 Colour Lighter(const Colour& pColour)
 {
     const auto mix = [](double pPart) { return pPart + (1.0 - pPart) * 0.42; };
     return {mix(pColour.red), mix(pColour.green), mix(pColour.blue)};
+}
+
+// The first part, what a whole starts from, is pale and full; those that come onto it are
+// patterned.
+CurveStyle StyleOf(const PictureCurve& pCurve, int pColour, std::size_t pIndex,
+                   const Metrics& pMetrics)
+{
+    CurveStyle style{kPalette[static_cast<std::size_t>(pColour)],
+                     static_cast<int>(pIndex / kPalette.size()) % 4,
+                     pMetrics.line,
+                     {}};
+    if (pCurve.strong) {
+        style.width *= 1.7;
+    }
+    if (pCurve.part > 0) {
+        style.shape = (pCurve.part - 1) % 4;
+    }
+    if (pCurve.part == 1) {
+        style.colour = Lighter(style.colour);
+    }
+    if (pCurve.part > 1) {
+        style.dashes = kPatterns[static_cast<std::size_t>(pCurve.part - 2) % kPatterns.size()];
+        for (double& each : style.dashes) {
+            each *= pMetrics.line;
+        }
+    }
+    return style;
 }
 
 // A line one pixel wide is sharp when it runs through the middle of pixels.
@@ -154,7 +193,8 @@ bool DrawCurve(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
     const KTime last = pCurve.hasKeys ? std::clamp(pCurve.last, from, to) : to;
     DrawTrace(pCanvas, pCurve, pPanel.scale, from, first, thin, Lighter(pStyle.colour), dashes);
     DrawTrace(pCanvas, pCurve, pPanel.scale, last, to, thin, Lighter(pStyle.colour), dashes);
-    DrawTrace(pCanvas, pCurve, pPanel.scale, first, last, pMetrics.line, pStyle.colour, {});
+    DrawTrace(pCanvas, pCurve, pPanel.scale, first, last, pStyle.width, pStyle.colour,
+              pStyle.dashes);
     return first > from || last < to;
 }
 
@@ -203,6 +243,10 @@ Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
     const double apart = pMetrics.mark * 2.0 + pMetrics.scale;
     std::vector<std::size_t> kept = ThinPoints(points, apart);
     const bool thinned = kept.size() < points.size();
+    // A part runs along its whole for long, and would string the beads on it.
+    if (thinned && pCurve.part > 0) {
+        return Marks::none;
+    }
     if (thinned) {
         kept = ThinPoints(points, apart * 4.0);
     }
@@ -229,8 +273,11 @@ void DrawLegend(Canvas& pCanvas, const Panel& pPanel, const std::vector<CurveSty
         }
         const CurveStyle& style = pStyles[static_cast<std::size_t>(entry.curve)];
         const double y = entry.y - pMetrics.font * 0.33;
-        pCanvas.Line({{entry.x, y}, {entry.x + sample, y}}, pMetrics.line, style.colour);
-        DrawMark(pCanvas, {entry.x + sample / 2, y}, style, pMetrics);
+        pCanvas.Line({{entry.x, y}, {entry.x + sample, y}}, style.width, style.colour,
+                     style.dashes);
+        if (!pPanel.curves[static_cast<std::size_t>(entry.curve)]->strong) {
+            DrawMark(pCanvas, {entry.x + sample / 2, y}, style, pMetrics);
+        }
         pCanvas.Text(entry.x + sample + pMetrics.gap, entry.y, entry.text, pMetrics.font, kInk,
                      Align::start);
     }
@@ -287,9 +334,12 @@ const char* UnitName(Unit pUnit)
 
 std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves)
 {
+    std::vector<const PictureCurve*> wholes;
+    std::copy_if(pCurves.begin(), pCurves.end(), std::back_inserter(wholes),
+                 [](const PictureCurve* pCurve) { return pCurve->part == 0; });
     std::vector<int> colours;
     std::array<bool, 3> used{};
-    for (const PictureCurve* curve : pCurves) {
+    for (const PictureCurve* curve : wholes) {
         const std::string& name = curve->name;
         const bool axis = name.size() >= 2 && name[name.size() - 2] == '/';
         const int index = axis ? name.back() - 'X' : -1;
@@ -300,10 +350,22 @@ std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves)
         used[static_cast<std::size_t>(index)] = true;
         colours.push_back(index == 0 ? kVermilion : index == 1 ? kGreen : kBlue);
     }
-    while (colours.size() < pCurves.size()) {
+    while (colours.size() < wholes.size()) {
         colours.push_back(static_cast<int>(colours.size() % kPalette.size()));
     }
-    return colours;
+    std::vector<int> all;
+    std::size_t next = 0;
+    for (const PictureCurve* curve : pCurves) {
+        const auto whole =
+            std::find_if(wholes.begin(), wholes.end(), [curve](const PictureCurve* pWhole) {
+                return pWhole->name == curve->whole;
+            });
+        const bool known = curve->part > 0 && whole != wholes.end();
+        all.push_back(curve->part == 0 ? colours[next++]
+                      : known          ? colours[static_cast<std::size_t>(whole - wholes.begin())]
+                                       : 0);
+    }
+    return all;
 }
 
 std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance)
@@ -345,15 +407,18 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
         const std::vector<int> colours = ChooseColours(panel.curves);
         std::vector<CurveStyle> styles;
         for (std::size_t i = 0; i < colours.size(); ++i) {
-            styles.push_back({kPalette[static_cast<std::size_t>(colours[i])],
-                              static_cast<int>(i / kPalette.size()) % 4});
+            styles.push_back(StyleOf(*panel.curves[i], colours[i], i, metrics));
         }
         DrawGrid(pCanvas, layout, panel, pOptions);
         pCanvas.PushClip(layout.left, panel.top, layout.right - layout.left,
                          panel.bottom - panel.top);
-        for (std::size_t i = 0; i < panel.curves.size(); ++i) {
-            extrapolated |=
-                DrawCurve(pCanvas, *panel.curves[i], styles[i], panel, metrics, pOptions);
+        for (const bool strong : {false, true}) {
+            for (std::size_t i = 0; i < panel.curves.size(); ++i) {
+                if (panel.curves[i]->strong == strong) {
+                    extrapolated |=
+                        DrawCurve(pCanvas, *panel.curves[i], styles[i], panel, metrics, pOptions);
+                }
+            }
         }
         for (std::size_t i = 0; i < panel.curves.size(); ++i) {
             marks = std::max(

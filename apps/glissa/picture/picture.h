@@ -43,8 +43,13 @@ struct PictureCurve
     std::vector<KTime> breaks;     ///< as TraceCurve takes them, between from and to of the picture
     std::vector<PictureKey> keys;  ///< in order of time; those outside the picture are not needed
     bool hasKeys = false;
-    KTime first;  ///< of all keys: drawn solid from here
-    KTime last;   ///< to here
+    KTime first;          ///< of all keys: drawn solid from here
+    KTime last;           ///< to here
+    bool strong = false;  ///< a thicker line without marks in the legend: others are parts of it
+    /// From 1 on: which part of another curve this one is. It is thin, in the colour of that curve
+    /// and the pattern of its number.
+    int part = 0;
+    std::string whole;  ///< name of the curve that this one is a part of
 };
 
 struct PictureOptions
@@ -73,7 +78,7 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
 
 /// The colour that each of a panel's curves is drawn in, as an index into the palette: curves whose
 /// names end in /X, /Y and /Z take red, green and blue, as far as no two take the same; otherwise
-/// all follow the order of the palette.
+/// all follow the order of the palette. A part has the colour of its whole.
 std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves);
 
 /// Indices of the points that keep at least pDistance from each other, taken in order.
