@@ -77,6 +77,10 @@ std::vector<GlissaNode*> ChooseNodes(const ClipCurves& pClip,
 void Add(ClipCurves& pClip, const LayerOptions& pOptions)
 {
     HostLayers& layers = pClip.owner.GetNodes().GetLayers();
+    if (pOptions.add == "base") {
+        throw Refusal(fmt::format("{}: 'base' is what lies below all layers: choose another name",
+                                  pClip.path));
+    }
     if (layers.Find(pOptions.add)) {
         throw Refusal(fmt::format("{}: there is a layer '{}' already", pClip.path, pOptions.add));
     }

@@ -71,6 +71,14 @@ std::string AsJson(const std::string& pPath, KTime pTime, const std::vector<Pose
     return json + "]}\n";
 }
 
+// For eyes: five digits behind the point, and no minus before a zero.
+std::string RoundText(double pNumber)
+{
+    constexpr double kRound = 1e5;
+    const double rounded = std::round(pNumber * kRound) / kRound + 0.0;
+    return std::fabs(rounded) < 1e9 ? fmt::format("{:.5f}", rounded) : fmt::format("{:g}", pNumber);
+}
+
 std::string AsText(const std::vector<PoseRow>& pRows)
 {
     std::size_t nameWidth = 4;
@@ -88,7 +96,7 @@ std::string AsText(const std::vector<PoseRow>& pRows)
                        row.series.GetNode().node->GetTypeName(), typeWidth);
         for (int i = 0; i < row.series.GetCount(); ++i) {
             fmt::format_to(std::back_inserter(text), "  {:>13}",
-                           NumberText(row.values[static_cast<std::size_t>(i)], true));
+                           RoundText(row.values[static_cast<std::size_t>(i)]));
         }
         text += '\n';
     }

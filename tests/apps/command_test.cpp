@@ -423,6 +423,7 @@ TEST_F(Command, LayersAreAddedShownAndRemoved)
     } cases[] = {
         {1, {out, "--remove", "bow", "-o", next}, "out.glissa: the layer 'bow' is locked"},
         {1, {out, "--add", "bow", "-o", next}, "a layer 'bow' already"},
+        {1, {out, "--add", "base", "-o", next}, "below all layers"},
         {1, {out, "--mute", "Bow", "-o", next}, "no layer 'Bow' among the 1"},
         {1, {out, "--add", "a", "--node", "Spine", "-o", next}, "no node of the 26"},
         {1, {next, "--add", "a", "-o", next}, "clip that is read"},

@@ -123,9 +123,9 @@ TEST_F(NodeCommand, ATotalIsSplitAmongTheLayersAndShownAgain)
 TEST_F(NodeCommand, APoseTellsEveryNode)
 {
     EXPECT_EQ("node     type                         X              Y              Z\n"
-              "Hips/T   Lcl Translation             10             20             30\n"
-              "Hips/R   Lcl Rotation                 0           0.45              0\n"
-              "Spine/R  Lcl Rotation                10              0              0\n",
+              "Hips/T   Lcl Translation       10.00000       20.00000       30.00000\n"
+              "Hips/R   Lcl Rotation           0.00000        0.45000        0.00000\n"
+              "Spine/R  Lcl Rotation          10.00000        0.00000        0.00000\n",
               Run({"pose", mClip, "--at", "0.25"}).out);
     Edit({"layer", "--add", "Shift", "--node", "*/T"});
     Edit({"key", "--node", "Hips/T", "--at", "0.5", "--total", "10.1,20,30", "--layer", "Shift"});
@@ -179,6 +179,11 @@ TEST_F(NodeCommand, WhatCannotBeReachedIsRefusedAndNothingIsWritten)
          low,
          {"-n", "Hips/T", "--layer", "Bow"},
          "no layer is called 'Bow'; there are base, Low"},
+        // The second of two: the first one is not written either.
+        {1,
+         low,
+         {"-n", "Hips/R", "-n", "Spine/R", "--total", "-17,0,0", "--layer", "Low"},
+         "Spine/R: -17,0,0 at 0.5 s cannot be reached"},
         {2, low, {"-n", "Hips/T", "--total", "1,,3"}, "--total: '' in '1,,3'"},
         {2, low, {"-n", "Hips/T", "--total", "1,1e39,3"}, "'1e39'"},
         {2, low, {"-n", "Hips/T", "-c", "Hips/T/X"}, "one or the other"},
