@@ -13,7 +13,6 @@
 #include "corvekit/store/tdf_parser.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -22,6 +21,7 @@
 #include <ostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -43,7 +43,7 @@ class KTdf::Sink
 public:
     using Target = std::function<bool(const std::uint8_t* pBytes, std::size_t pSize)>;
 
-    explicit Sink(Target pTarget) : mTarget(std::move(pTarget)) {}
+    explicit Sink(Target pTarget) : mTarget(std::move(pTarget)), mBuffer(kPiece) {}
 
     void Put(const std::uint8_t* pBytes, std::size_t pSize)
     {
@@ -97,7 +97,7 @@ private:
     static constexpr std::size_t kPiece = 262144;
 
     Target mTarget;
-    std::array<std::uint8_t, 16384> mBuffer;
+    std::vector<std::uint8_t> mBuffer;
     std::size_t mUsed = 0;
     std::uint32_t mSum = 0;
     bool mGood = true;

@@ -286,7 +286,8 @@ public:
 
     GlissaNode* TimeWarpGet() const;
     /// A node whose curve maps time onto time, in seconds. Counted, not owned. Sends
-    /// eNodeEventTimeWarp.
+    /// eNodeEventTimeWarp. Refused where the time would come to depend on itself, and for a warp of
+    /// more than 4096 nodes.
     void TimeWarpSet(GlissaNode* pWarp);
 
     // Place on the host's timeline (node/eti.cpp)

@@ -20,9 +20,6 @@
 
 namespace
 {
-// A warp is one curve as a rule.
-constexpr int kMostWarpNodes = 256;
-
 struct DestroyCurve
 {
     void operator()(Glissa* pCurve) const { pCurve->Destroy(); }
@@ -123,29 +120,6 @@ GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& 
         child = pNames.Find(BeforeBracket(pName.GetView()).c_str());
     }
     return child;
-}
-
-// Whether the time of a node would come to depend on itself: through what stands below and behind
-// the warp, and their warps. One of that many nodes is taken for such a warp.
-bool ClosesCircle(GlissaNode* pWarp, const GlissaNode* pNode)
-{
-    std::vector<GlissaNode*> waiting{pWarp};
-    for (int seen = 0; !waiting.empty(); ++seen) {
-        GlissaNode* const node = waiting.back();
-        waiting.pop_back();
-        if (node == pNode || seen == kMostWarpNodes) {
-            return true;
-        }
-        for (int i = 0; i < node->GetCount() && i < kMostWarpNodes; ++i) {
-            waiting.push_back(node->Get(i));
-        }
-        for (GlissaNode* const next : {node->LayerGet(), node->TimeWarpGet()}) {
-            if (next) {
-                waiting.push_back(next);
-            }
-        }
-    }
-    return false;
 }
 
 // A layer of a rotation may be stored as one by channel; beyond that the type of data decides.
@@ -348,10 +322,7 @@ void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
     const std::string_view name = pNode.GetName();
     const bool is_axis = name == "X" || name == "Y" || name == "Z";
     GlissaNode* const parent = pNode.GetParent();
-    GlissaNode* const warped = parent && pNode.GetLayerID() == 0 && is_axis ? parent : &pNode;
-    if (!ClosesCircle(warp, warped)) {
-        warped->TimeWarpSet(warp);
-    }
+    (parent && pNode.GetLayerID() == 0 && is_axis ? *parent : pNode).TimeWarpSet(warp);
 }
 
 bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor)

@@ -5,10 +5,38 @@
 
 #include "glissa/node/node_state.h"
 
+#include <vector>
+
 namespace
 {
 KSet<int, GlissaNode*>* warp_numbers = nullptr;
+
+// A warp is one curve as a rule. The bound keeps the walk short for links that a file asks for.
+constexpr int kMostWarpNodes = 4096;
+
+// Whether the time of a node would come to depend on itself: through what stands below and behind
+// the warp, and their warps. One of that many nodes is taken for such a warp.
+bool ClosesCircle(GlissaNode* pWarp, const GlissaNode* pNode)
+{
+    std::vector<GlissaNode*> waiting{pWarp};
+    for (int seen = 0; !waiting.empty(); ++seen) {
+        GlissaNode* const node = waiting.back();
+        waiting.pop_back();
+        if (node == pNode || seen == kMostWarpNodes) {
+            return true;
+        }
+        for (int i = 0; i < node->GetCount() && i < kMostWarpNodes; ++i) {
+            waiting.push_back(node->Get(i));
+        }
+        for (GlissaNode* const next : {node->LayerGet(), node->TimeWarpGet()}) {
+            if (next) {
+                waiting.push_back(next);
+            }
+        }
+    }
+    return false;
 }
+}  // namespace
 
 GlissaNode* GlissaNode::TimeWarpGet() const
 {
@@ -17,7 +45,7 @@ GlissaNode* GlissaNode::TimeWarpGet() const
 
 void GlissaNode::TimeWarpSet(GlissaNode* pWarp)
 {
-    if (pWarp == mState->mTimeWarp) {
+    if (pWarp == mState->mTimeWarp || (pWarp && ClosesCircle(pWarp, this))) {
         return;
     }
     if (mState->mTimeWarp) {

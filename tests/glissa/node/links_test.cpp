@@ -130,6 +130,13 @@ TEST_F(NodeLinks, CountAndNumberTimeWarps)
     mChannel->TimeWarpSet(warp.get());
     mChannel->TimeWarpSet(warp.get());
     EXPECT_EQ(warp->GetReferenceCount(), 2);
+    // No time depends on itself: not at once, not by way of another warp, nor of a child.
+    warp->TimeWarpSet(warp.get());
+    EXPECT_EQ(warp->TimeWarpGet(), nullptr);
+    other->TimeWarpSet(mModel.get());
+    warp->TimeWarpSet(other.get());
+    EXPECT_EQ(warp->TimeWarpGet(), nullptr);
+    other->TimeWarpSet(nullptr);
     mChannel->TimeWarpSet(other.get());
     EXPECT_EQ(warp->GetReferenceCount(), 1);
     mModel.reset();
