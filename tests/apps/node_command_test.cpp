@@ -69,6 +69,7 @@ TEST_F(NodeCommand, ATotalIsSplitAmongTheLayersAndShownAgain)
 {
     Edit({"layer", "--add", "Breath", "--weight", "0.5"});
     Edit({"key", "--node", "Hips/T", "--at", "0", "--layer", "Breath", "--tangent", "linear"});
+    Edit({"key", "--node", "Hips/T", "--at", "0", "--layer", "Breath"});
     Edit({"key", "--node", "Hips/T", "--at", "1f", "--total", "12,20,30", "--layer", "Breath"});
     Edit({"key", "--node", "Spine/R", "--at", "0.5", "--total", "30,0,0", "--layer", "Breath"});
     Edit({"layer", "--add", "Lean", "--mode", "passthrough", "--weight", "0.25", "--node", "*/T"});
@@ -95,7 +96,7 @@ TEST_F(NodeCommand, ATotalIsSplitAmongTheLayersAndShownAgain)
     GlissaNode* const spine = clip.owner.GetNodes().GetTransform(1, KDataTypeLclRotation);
     ASSERT_EQ(1, spine->LayerGet(1)->Get(0)->FCurveGet()->KeyGetCount());
     EXPECT_NEAR(40.0f, spine->LayerGet(1)->Get(0)->FCurveGet()->KeyGetValue(0), 1e-4f);
-    // A tangent asked for is that of the key; without one it is automatic.
+    // A tangent asked for is that of the key, which keeps it; without one a key is automatic.
     Glissa& breath = *clip.owner.GetNodes()
                           .GetTransform(0, KDataTypeLclTranslation)
                           ->LayerGet(1)
@@ -141,7 +142,10 @@ TEST_F(NodeCommand, APoseTellsEveryNode)
               run.out.find(",20,30]},\n{\"name\":\"Hips/R\",\"type\":\"Lcl Rotation\",\"unit\":"
                            "\"degrees\",\"order\":\"YXZ\",\"values\":[0,0.45,0]}]}\n"))
         << run.out;
-    EXPECT_EQ(10.1f, nlohmann::json::parse(run.out)["nodes"][0]["values"][0].get<float>());
+    const double blend = nlohmann::json::parse(run.out)["nodes"][0]["values"][0].get<double>();
+    EXPECT_EQ(10.0 + static_cast<double>(static_cast<float>(static_cast<double>(10.1f) - 10.0)),
+              blend);
+    EXPECT_NE(10.1, blend);
 }
 
 TEST_F(NodeCommand, WhatCannotBeReachedIsRefusedAndNothingIsWritten)
