@@ -104,7 +104,9 @@ std::string BeforeBracket(std::string_view pName)
     return std::string(text);
 }
 
-GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& pName)
+// pByLetter  a colour's channels go by their letters too.
+GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& pName,
+                        bool pByLetter)
 {
     GlissaNode* child = nullptr;
     if (KDataType* const type = TransformOf(pName.GetView())) {
@@ -113,7 +115,7 @@ GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& 
     if (!child) {
         child = pNames.Find(pName.GetBuffer());
     }
-    if (!child && IsColor(pParent)) {
+    if (!child && pByLetter && IsColor(pParent)) {
         child = pParent.Get(ColorChannelOf(pName.GetView()));
     }
     if (!child && pName.Find("(") != KString::kNotFound) {
@@ -157,8 +159,8 @@ public:
 
 private:
     void ReadCurve(GlissaNode& pNode, bool pWithColor);
-    void ReadChannels(GlissaNode& pNode, const Flags& pFlags);
-    void ReadNextLayer(GlissaNode& pNode);
+    void ReadChannels(GlissaNode& pNode, const Flags& pFlags, bool pIsLayer);
+    bool ReadNextLayer(GlissaNode& pNode);
     void ReadTimeWarp(GlissaNode& pNode);
     static void DropLayersOutOfOrder(GlissaNode& pNode);
     static void MatchLayer(GlissaNode& pBase, GlissaNode& pLayer);
@@ -178,8 +180,8 @@ void GlissaNode::StoreReader::ReadNode(GlissaNode& pNode, Flags pFlags, bool pIs
     ReadCurve(pNode, pFlags.color);
     pNode.SetLayerInfo(GlissaLayerInfo(mTdf.FieldReadI("LayerID", 0), nullptr));
     pNode.SetLayerType(mTdf.FieldReadI("LayerType", 0));
-    ReadChannels(pNode, pFlags);
-    ReadNextLayer(pNode);
+    ReadChannels(pNode, pFlags, pIsLayer);
+    const bool has_new_chain = ReadNextLayer(pNode);
     ReadTimeWarp(pNode);
     mTdf.FieldReadBlockEnd();
     if (pIsLayer) {
@@ -189,7 +191,9 @@ void GlissaNode::StoreReader::ReadNode(GlissaNode& pNode, Flags pFlags, bool pIs
     RepairLayerType(pNode);
     for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
         MatchLayer(pNode, *layer);
-        RepairLayerType(*layer);
+        if (has_new_chain) {
+            RepairLayerType(*layer);
+        }
     }
 }
 
@@ -199,6 +203,7 @@ void GlissaNode::StoreReader::ReadCurve(GlissaNode& pNode, bool pWithColor)
         return;
     }
     if (Glissa* const own = pNode.FCurveGet()) {
+        own->KeyClear();  // of which listeners hear, as they do not of what comes
         own->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor);
     } else if (pNode.GetCount() == 0) {
         std::unique_ptr<Glissa, DestroyCurve> curve(GlissaCreate());
@@ -209,7 +214,7 @@ void GlissaNode::StoreReader::ReadCurve(GlissaNode& pNode, bool pWithColor)
     }
 }
 
-void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlags)
+void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlags, bool pIsLayer)
 {
     ChildNames names(pNode);
     GlissaNode* const object_layer = pNode.ObjectLayerGet();
@@ -217,7 +222,8 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
     Flags flags = pFlags;
     while (mTdf.FieldReadBegin("Channel")) {
         const KString name(mTdf.FieldReadC());
-        GlissaNode* child = FindChannel(pNode, names, name);
+        // A layer makes its channels as they come, so what stands at a place says nothing yet.
+        GlissaNode* child = FindChannel(pNode, names, name, !pIsLayer);
         if (!child && flags.create && !pNode.FCurveGet()) {
             child = GlissaNodeCreate(name.GetBuffer(), static_cast<KDataType*>(nullptr),
                                      eLayerTypeValue, GlissaLayerInfo::Base);
@@ -242,9 +248,11 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
     }
 }
 
-void GlissaNode::StoreReader::ReadNextLayer(GlissaNode& pNode)
+// Whether a chain was stored.
+bool GlissaNode::StoreReader::ReadNextLayer(GlissaNode& pNode)
 {
-    if (mTdf.FieldReadBegin("LayerChannel")) {
+    const bool is_stored = mTdf.FieldReadBegin("LayerChannel");
+    if (is_stored) {
         GlissaNode* const layer = GlissaNodeCreate(&pNode);
         pNode.LayerSet(layer, true);
         layer->ObjectLayerSet(pNode.ObjectLayerGet());
@@ -252,6 +260,7 @@ void GlissaNode::StoreReader::ReadNextLayer(GlissaNode& pNode)
         mTdf.FieldReadEnd();
     }
     DropLayersOutOfOrder(pNode);
+    return is_stored;
 }
 
 // What stands behind the layers that go stays, as far as its ids rise.
@@ -266,8 +275,8 @@ void GlissaNode::StoreReader::DropLayersOutOfOrder(GlissaNode& pNode)
 }
 
 // Gives a layer the structure of its base, on which evaluation relies: the same channels in the
-// same order. Channels that the layer has not are made, without effect; those that the base has not
-// go.
+// same order. Channels are known by their place and name, else as the base knows stored ones. Those
+// that the layer has not are made, without effect; those that the base has not go.
 void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
 {
     double zero[kNodeZeroValues] = {};
@@ -278,27 +287,40 @@ void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
     }
     KArrayTemplate<GlissaNode*, 16>& channels = pLayer.mState->mChildren;
     std::vector<GlissaNode*> stored(channels.begin(), channels.end());
-    std::vector<GlissaNode*> matched;
-    ChildNames names(pLayer);
+    std::vector<GlissaNode*> matched(static_cast<std::size_t>(count));
+    std::map<const GlissaNode*, std::size_t> places;
+    for (std::size_t i = 0; i < matched.size(); ++i) {
+        GlissaNode* const wanted = pBase.Get(static_cast<int>(i));
+        places.emplace(wanted, i);
+        if (i < stored.size() && KCompareNoCase(stored[i]->GetName(), wanted->GetName()) == 0) {
+            matched[i] = std::exchange(stored[i], nullptr);
+        }
+    }
+    // Elsewhere a channel goes where the base would read it.
+    ChildNames names(pBase);
+    for (GlissaNode*& channel : stored) {
+        GlissaNode* const meant =
+            channel && count > 0 ? FindChannel(pBase, names, channel->GetName(), true) : nullptr;
+        if (meant && !matched[places.at(meant)]) {
+            matched[places.at(meant)] = std::exchange(channel, nullptr);
+        }
+    }
     for (int i = 0; i < count; ++i) {
-        GlissaNode* const wanted = pBase.Get(i);
-        const int found = names.FindIndex(wanted->GetName());
-        GlissaNode* channel =
-            found < 0 ? nullptr : std::exchange(stored[static_cast<std::size_t>(found)], nullptr);
+        GlissaNode*& channel = matched[static_cast<std::size_t>(i)];
         if (!channel) {
-            channel = wanted->CloneTemplate(false, false, true,
-                                            GlissaLayerInfo(pLayer.GetLayerID(), nullptr));
+            channel = pBase.Get(i)->CloneTemplate(false, false, true,
+                                                  GlissaLayerInfo(pLayer.GetLayerID(), nullptr));
             channel->SetParent(&pLayer);
             if (channel->FCurveGet()) {
                 channel->FCurveGet()->SetValue(static_cast<float>(zero[i % kNodeZeroValues]));
             }
         }
-        matched.push_back(channel);
     }
     channels.Clear();
     for (GlissaNode* channel : matched) {
         channels.Add(channel);
     }
+    NoteStructureChange();
     for (GlissaNode* extra : stored) {
         if (extra) {
             extra->SetParent(nullptr);

@@ -626,6 +626,73 @@ TEST(NodeStore, AChainThatWasReadIsAChain)
     EXPECT_EQ(9, node->LayerGet()->GetLayerID());
 }
 
+TEST(NodeStore, LayersKeepChannelsThatTheBaseKnowsOtherwise)
+{
+    // By the letters of a colour, in any order.
+    const auto channels = [](const std::vector<const char*>& pNames, int pFirst, int pLayer) {
+        std::string text;
+        for (const char* name : pNames) {
+            text += std::string("Channel: S\"") + name + "\" {\nDefault: D" +
+                    std::to_string(pFirst++) + "\n" +
+                    (pLayer > 0 ? "LayerID: I" + std::to_string(pLayer) + "\n" : "") + "}\n";
+        }
+        return text;
+    };
+    const NodePtr color = Retrieved("Channel: S\"color\" {\n" + channels({"R", "G", "B"}, 1, 0) +
+                                        "LayerChannel: S\"color\" {\n" +
+                                        channels({"B", "G", "R"}, 5, 3) + "LayerID: I3\n}\n}\n",
+                                    MakeChannel(KDataTypeColor, "color"));
+    GlissaNode* const layer = color->LayerGet(3);
+    ASSERT_NE(nullptr, layer);
+    ASSERT_EQ(3, layer->GetCount());
+    EXPECT_EQ(7.0f, layer->Get(0)->FCurveGet()->GetValue());
+    EXPECT_EQ(6.0f, layer->Get(1)->FCurveGet()->GetValue());
+    EXPECT_EQ(5.0f, layer->Get(2)->FCurveGet()->GetValue());
+
+    // Our own short names, of a parent that has layers itself.
+    const auto joint = [] {
+        NodePtr node(GlissaNodeCreate("joint", static_cast<KDataType*>(nullptr), eLayerTypeVector,
+                                      GlissaLayerInfo::Base));
+        node->Add(MakeChannel(KDataTypeLclRotation, "Lcl Rotation").release());
+        return node;
+    };
+    const NodePtr source = joint();
+    source->CreateLayerAt(GlissaLayerInfo(3, nullptr))->Get(0)->Get(1)->FCurveGet()->SetValue(9.0f);
+    KTdf tdf = Stored(*source, true);
+    const NodePtr target = joint();
+    ASSERT_TRUE(target->TdfRetrieve(&tdf, false, false, false));
+    EXPECT_EQ(9.0f, target->LayerGet(3)->Get(0)->Get(1)->FCurveGet()->GetValue());
+}
+
+TEST(NodeStore, AChainThatStandsIsLeftAsItIs)
+{
+    NodePtr node(GlissaNodeCreate("node", static_cast<KDataType*>(nullptr), eLayerTypeVector,
+                                  GlissaLayerInfo::Base));
+    for (const char* name : {"A", "a"}) {
+        node->FindOrCreate("other", true)->SetTimeWarpName(name);
+        node->Get(node->GetCount() - 1)->GetNameInfo()->mName = name;
+    }
+    ASSERT_EQ(2, node->GetCount());
+    GlissaNode* const layer = node->CreateLayerAt(GlissaLayerInfo(3, nullptr));
+    layer->SetLayerType(eLayerTypeScalingAlt);
+    AddKeys(layer->Get(0), {{1, 1}});
+    AddKeys(layer->Get(1), {{1, 1}, {2, 2}});
+    AddKeys(node->Get(0), {{1, 1}});
+    int events = 0;
+    node->Get(0)->FCurveGet()->CallbackRegister(
+        [](Glissa*, GlissaEvent* pEvent, void* pEvents) {
+            *static_cast<int*>(pEvents) |= pEvent->GetType();
+        },
+        &events);
+    node =
+        Retrieved("Channel: S\"node\" {\nChannel: S\"A\" {\nDefault: D1\n}\n}\n", std::move(node));
+    EXPECT_EQ(layer, node->LayerGet(3));
+    EXPECT_EQ(1, layer->Get(0)->FCurveGet()->KeyGetCount());
+    EXPECT_EQ(2, layer->Get(1)->FCurveGet()->KeyGetCount());
+    EXPECT_EQ(eLayerTypeScalingAlt, layer->GetLayerType());
+    EXPECT_EQ(0x1010, events);  // the keys that went
+}
+
 TEST(NodeStore, DepthIsThatOfTheDocument)
 {
     for (const bool chain : {false, true}) {
