@@ -163,7 +163,7 @@ private:
     bool ReadNextLayer(GlissaNode& pNode);
     void ReadTimeWarp(GlissaNode& pNode);
     static void DropLayersOutOfOrder(GlissaNode& pNode);
-    static void MatchLayer(GlissaNode& pBase, GlissaNode& pLayer);
+    static bool MatchLayer(GlissaNode& pBase, GlissaNode& pLayer);
 
     KTdf& mTdf;
     const bool mOnlyDefaults;
@@ -190,8 +190,8 @@ void GlissaNode::StoreReader::ReadNode(GlissaNode& pNode, Flags pFlags, bool pIs
     // What a layer is depends on the structure that it shall have.
     RepairLayerType(pNode);
     for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
-        MatchLayer(pNode, *layer);
-        if (has_new_chain) {
+        const bool has_changed = MatchLayer(pNode, *layer);
+        if (has_changed || has_new_chain) {
             RepairLayerType(*layer);
         }
     }
@@ -276,8 +276,9 @@ void GlissaNode::StoreReader::DropLayersOutOfOrder(GlissaNode& pNode)
 
 // Gives a layer the structure of its base, on which evaluation relies: the same channels in the
 // same order. Channels are known by their place and name, else as the base knows stored ones. Those
-// that the layer has not are made, without effect; those that the base has not go.
-void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
+// that the layer has not are made, without effect; those that the base has not go. Whether anything
+// changed.
+bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
 {
     double zero[kNodeZeroValues] = {};
     pBase.GetZeroValues(zero);
@@ -288,6 +289,7 @@ void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
     KArrayTemplate<GlissaNode*, 16>& channels = pLayer.mState->mChildren;
     std::vector<GlissaNode*> stored(channels.begin(), channels.end());
     std::vector<GlissaNode*> matched(static_cast<std::size_t>(count));
+    bool has_changed = stored.size() != matched.size();
     std::map<const GlissaNode*, std::size_t> places;
     for (std::size_t i = 0; i < matched.size(); ++i) {
         GlissaNode* const wanted = pBase.Get(static_cast<int>(i));
@@ -296,12 +298,15 @@ void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
             matched[i] = std::exchange(stored[i], nullptr);
         }
     }
-    // Elsewhere a channel goes where the base would read it.
+    // Elsewhere a channel goes where the base would read it, and is called as it is there.
     ChildNames names(pBase);
     for (GlissaNode*& channel : stored) {
         GlissaNode* const meant =
             channel && count > 0 ? FindChannel(pBase, names, channel->GetName(), true) : nullptr;
         if (meant && !matched[places.at(meant)]) {
+            channel->SetNameInfo(meant->GetNameInfo());
+            channel->ObjectLayerSet(meant);
+            has_changed = true;
             matched[places.at(meant)] = std::exchange(channel, nullptr);
         }
     }
@@ -311,6 +316,7 @@ void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
             channel = pBase.Get(i)->CloneTemplate(false, false, true,
                                                   GlissaLayerInfo(pLayer.GetLayerID(), nullptr));
             channel->SetParent(&pLayer);
+            has_changed = true;
             if (channel->FCurveGet()) {
                 channel->FCurveGet()->SetValue(static_cast<float>(zero[i % kNodeZeroValues]));
             }
@@ -331,6 +337,7 @@ void GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
         pLayer.CreateFCurve();
         pLayer.FCurveGet()->SetValue(static_cast<float>(zero[0]));
     }
+    return has_changed;
 }
 
 void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)

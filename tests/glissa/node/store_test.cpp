@@ -648,6 +648,8 @@ TEST(NodeStore, LayersKeepChannelsThatTheBaseKnowsOtherwise)
     EXPECT_EQ(7.0f, layer->Get(0)->FCurveGet()->GetValue());
     EXPECT_EQ(6.0f, layer->Get(1)->FCurveGet()->GetValue());
     EXPECT_EQ(5.0f, layer->Get(2)->FCurveGet()->GetValue());
+    EXPECT_EQ(color->Get(2), layer->Get(2)->ObjectLayerGet());
+    EXPECT_STREQ("Z", layer->Get(2)->GetName());
 
     // Our own short names, of a parent that has layers itself.
     const auto joint = [] {
