@@ -7,6 +7,22 @@
 
 #include <fmt/format.h>
 
+void AddFrameRateOption(CLI::App& pCommand, std::string& pText)
+{
+    pCommand
+        .add_option("--fps", pText,
+                    "Frames a second that frames are counted at; without it the clip's rate")
+        ->type_name("RATE");
+}
+
+std::optional<double> FrameRateOf(const std::string& pText)
+{
+    if (pText.empty()) {
+        return std::nullopt;
+    }
+    return ParseOption("--fps", &ParseRate, pText).number;
+}
+
 void CurveOptions::AddTo(CLI::App& pCommand)
 {
     pCommand.add_option("CLIP", path, "Clip to read (BVH or .glissa)")->required();
@@ -33,10 +49,7 @@ void CurveOptions::AddTo(CLI::App& pCommand)
         ->type_name("TIME");
     pCommand.add_option("--to", to, "Last time; without it that of the last key")
         ->type_name("TIME");
-    pCommand
-        .add_option("--fps", framesASecond,
-                    "Frames a second that frames are counted at; without it the clip's rate")
-        ->type_name("RATE");
+    AddFrameRateOption(pCommand, framesASecond);
     pCommand
         .add_option("--pre", before,
                     "Before the first key: none, constant, repeat, mirror, slope or relative, with "
@@ -72,10 +85,7 @@ CurveChoice CurveOptions::Choice() const
 
 std::optional<double> CurveOptions::FramesASecond() const
 {
-    if (framesASecond.empty()) {
-        return std::nullopt;
-    }
-    return ParseOption("--fps", &ParseRate, framesASecond).number;
+    return FrameRateOf(framesASecond);
 }
 
 TimeSpan CurveOptions::Span(const TimeSpan& pDefault, double pClipRate) const

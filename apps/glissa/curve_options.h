@@ -10,6 +10,11 @@
 #include <string>
 #include <vector>
 
+/// --fps, by which every command that takes times as frames counts them.
+void AddFrameRateOption(CLI::App& pCommand, std::string& pText);
+/// Its rate, nothing where it was not given. Throws WrongArguments.
+std::optional<double> FrameRateOf(const std::string& pText);
+
 /// The options that eval and plot share: the clip, the curves or nodes, the extrapolation, the span
 /// of time.
 struct CurveOptions

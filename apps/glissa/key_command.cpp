@@ -6,6 +6,7 @@
 
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/curve_options.h"
 #include "apps/glissa/node_key.h"
 
 #include <fmt/format.h>
@@ -283,10 +284,7 @@ void RunNodeKey(const KeyOptions& pOptions, std::optional<double> pRate)
 
 void RunKey(const KeyOptions& pOptions)
 {
-    const std::optional<double> rate =
-        pOptions.framesASecond.empty()
-            ? std::nullopt
-            : std::optional(ParseOption("--fps", &ParseRate, pOptions.framesASecond).number);
+    const std::optional<double> rate = FrameRateOf(pOptions.framesASecond);
     if (!pOptions.nodes.empty()) {
         RunNodeKey(pOptions, rate);
         return;
@@ -370,10 +368,7 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
          "Give the keys, or those of a span, another shape: auto, clamp, progressive, user, tcb, "
          "linear, constant",
          "KIND[@TIME[..TIME]]");
-    command
-        ->add_option("--fps", options->framesASecond,
-                     "Frames a second that frames are counted at; without it the clip's rate")
-        ->type_name("RATE");
+    AddFrameRateOption(*command, options->framesASecond);
     command
         ->add_option("-o,--output", options->output,
                      "File to write, never the one that is read; - for standard output")

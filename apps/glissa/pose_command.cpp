@@ -3,6 +3,7 @@
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/curve_options.h"
 #include "apps/glissa/output.h"
 
 #include <fmt/format.h>
@@ -106,10 +107,7 @@ std::string AsText(const std::vector<PoseRow>& pRows)
 void RunPose(const PoseOptions& pOptions)
 {
     const TimeArgument at = ParseOption("--at", &ParseTime, pOptions.at);
-    const std::optional<double> rate =
-        pOptions.framesASecond.empty()
-            ? std::nullopt
-            : std::optional(ParseOption("--fps", &ParseRate, pOptions.framesASecond).number);
+    const std::optional<double> rate = FrameRateOf(pOptions.framesASecond);
     const ClipCurves clip = LoadClip(pOptions.path);
     const KTime time = at.At(rate.value_or(clip.framesASecond));
     std::vector<PoseRow> rows;
@@ -140,10 +138,7 @@ void AddPoseCommand(CLI::App& pApp, Action& pAction)
         ->allow_extra_args(false)
         ->type_name("NAME");
     command->add_flag("--json", options->json, "As JSON, every digit told");
-    command
-        ->add_option("--fps", options->framesASecond,
-                     "Frames a second that frames are counted at; without it the clip's rate")
-        ->type_name("RATE");
+    AddFrameRateOption(*command, options->framesASecond);
     command
         ->add_option("-o,--output", options->output,
                      "File to write, complete or not at all; without it standard output")

@@ -103,6 +103,18 @@ double AngleAt(const Place& pPlace, KTime pTime, int pKey)
     return static_cast<double>(curve.Evaluate(pTime, &hint));
 }
 
+// The derivative at a TCB key (Kochanek and Bartels 1984), on the side of pSlope, the other side's
+// being pOther. Bias and continuity count toward the side that lies behind in time with pSign 1 for
+// the way out, and the other way round with -1 for the way in.
+KgeQuaternion DerivativeOf(const TCB& pKey, const KgeQuaternion& pSlope,
+                           const KgeQuaternion& pOther, bool pHasOther, double pSign)
+{
+    const double bias = pSign * pKey.bias;
+    const KgeQuaternion own = pSlope * ((1.0 - pKey.continuity) * (1.0 - bias));
+    const KgeQuaternion other = pHasOther ? pOther * ((1.0 + pKey.continuity) * (1.0 + bias)) : own;
+    return (own + other) * ((1.0 - pKey.tension) * 0.5);
+}
+
 // A third of the way behind, or with -1 before, a time.
 KTime ThirdFrom(KTime pTime, double pSeconds, double pSign)
 {
@@ -208,11 +220,7 @@ KgeQuaternion GlissaNode::RotationPath::OutgoingHandle(const Path& pPath)
     const unsigned mode = x.KeyGetTangeantMode(key, false);
     KgeQuaternion derivative;
     if ((mode & eTangentTCB) != 0) {
-        const TCB at(&x, key);
-        const KgeQuaternion a = slope * ((1.0 - at.continuity) * (1.0 - at.bias));
-        const KgeQuaternion b =
-            pPath.seconds_before > 0.0 ? before * ((1.0 + at.bias) * (1.0 + at.continuity)) : a;
-        derivative = (a + b) * ((1.0 - at.tension) * 0.5);
+        derivative = DerivativeOf(TCB(&x, key), slope, before, pPath.seconds_before > 0.0, 1.0);
     } else if ((mode & eTangentAuto) != 0) {
         double parameters[4] = {};
         parameters[0] = static_cast<double>(x.KeyGetRightAuto(key, true));
@@ -249,11 +257,7 @@ KgeQuaternion GlissaNode::RotationPath::IncomingHandle(const Path& pPath)
     const unsigned mode = x.KeyGetTangeantMode(key, false);
     KgeQuaternion derivative;
     if ((mode & eTangentTCB) != 0) {
-        const TCB at(&x, key);
-        const KgeQuaternion a = slope * ((1.0 + at.bias) * (1.0 - at.continuity));
-        const KgeQuaternion b =
-            pPath.seconds_behind > 0.0 ? behind * ((1.0 - at.bias) * (1.0 + at.continuity)) : a;
-        derivative = (a + b) * ((1.0 - at.tension) * 0.5);
+        derivative = DerivativeOf(TCB(&x, key), slope, behind, pPath.seconds_behind > 0.0, -1.0);
     } else if ((mode & eTangentAuto) != 0) {
         // Unlike on the way out, a channel without a key of its own here follows X.
         const double own = static_cast<double>(x.KeyGetLeftAuto(key, true));

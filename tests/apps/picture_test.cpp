@@ -3,6 +3,7 @@
 
 #include "apps/glissa/curve_picture.h"
 #include "apps/glissa/picture/layout.h"
+#include "tests/apps/segment_distance.h"
 #include "tests/support/museum.h"
 
 #include <gtest/gtest.h>
@@ -71,18 +72,6 @@ std::vector<SvgLine> CurveLines(const std::string& pSvg, const Layout& pLayout)
     return lines;
 }
 
-double Distance(const DevicePoint& pPoint, const DevicePoint& pA, const DevicePoint& pB)
-{
-    const double dx = pB.x - pA.x;
-    const double dy = pB.y - pA.y;
-    const double length = dx * dx + dy * dy;
-    const double way =
-        length == 0.0
-            ? 0.0
-            : std::clamp(((pPoint.x - pA.x) * dx + (pPoint.y - pA.y) * dy) / length, 0.0, 1.0);
-    return std::hypot(pPoint.x - pA.x - way * dx, pPoint.y - pA.y - way * dy);
-}
-
 NamedCurve Named(const CurveHandle& pCurve)
 {
     return {"Hips/R/Z", Unit::degrees, pCurve.get()};
@@ -126,8 +115,8 @@ TEST(Picture, TheLineIsTheCurveToHalfAPixel)
             for (const SvgLine& line : lines) {
                 for (std::size_t k = 0; k + 1 < line.points.size(); ++k) {
                     if (line.points[k].x < point.x + 1.0 && line.points[k + 1].x > point.x - 1.0) {
-                        nearest =
-                            std::min(nearest, Distance(point, line.points[k], line.points[k + 1]));
+                        nearest = std::min(
+                            nearest, DistanceToSegment(point, line.points[k], line.points[k + 1]));
                     }
                 }
             }

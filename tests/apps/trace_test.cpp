@@ -3,6 +3,7 @@
 
 #include "apps/glissa/picture/picture.h"
 #include "apps/glissa/picture/trace.h"
+#include "tests/apps/segment_distance.h"
 
 #include <gtest/gtest.h>
 
@@ -12,18 +13,6 @@
 
 namespace
 {
-double DistanceToSegment(const DevicePoint& pPoint, const DevicePoint& pA, const DevicePoint& pB)
-{
-    const double dx = pB.x - pA.x;
-    const double dy = pB.y - pA.y;
-    const double length = dx * dx + dy * dy;
-    const double way =
-        length == 0.0
-            ? 0.0
-            : std::clamp(((pPoint.x - pA.x) * dx + (pPoint.y - pA.y) * dy) / length, 0.0, 1.0);
-    return std::hypot(pPoint.x - pA.x - way * dx, pPoint.y - pA.y - way * dy);
-}
-
 // Greatest distance of densely sampled points of the curve to the strips.
 double Deviation(const Sampler& pCurve, const std::vector<std::vector<DevicePoint>>& pStrips,
                  KTime pFrom, KTime pTo, const DeviceScale& pScale)

