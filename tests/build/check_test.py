@@ -58,6 +58,7 @@ BAD = [
     ("docs", {"README.md": GOOD["README.md"] + "[a](docs/b.md)\n"}, "leads nowhere"),
     ("docs", {"docs/architecture.md": "`curve/b.h` and\n`curve/a.h`"}, ":2: there is no file"),
     ("docs", {"docs/architecture.md": "`Glissa::Lost`"}, ":1: the code has no Lost"),
+    ("share", {"tests/a.cpp": "int x;\n" * 100}, "of test lines is above"),
 ]
 
 
@@ -91,7 +92,7 @@ class Checks(unittest.TestCase):
                 self.assertIn(complaint, output)
 
     def test_nothing_to_look_at_is_a_fault(self):
-        for check in ("includes", "headers", "sources", "licence", "format", "docs"):
+        for check in ("includes", "headers", "sources", "licence", "format", "docs", "share"):
             with self.subTest(check=check):
                 status, output = self.run_check({"cmake/PublicHeaders.cmake": ""}, check)
                 self.assertEqual(1, status, output)
