@@ -52,4 +52,8 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/node/layer.h
     glissa/node/lock_query.h
     glissa/node/node.h
-    glissa/node/node_event.h)
+    glissa/node/node_event.h
+    glissa/filter/curve_filter.h
+    glissa/filter/data_filter.h
+    glissa/filter/filter.h
+    glissa/filter/offset.h)

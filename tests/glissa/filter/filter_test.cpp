@@ -1,0 +1,150 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/filter/filter.h"
+
+#include "glissa/filter/data_filter.h"
+#include "glissa/filter/offset.h"
+#include "tests/support/node_stubs.h"
+#include "tests/support/span_test.h"
+
+#include <algorithm>
+
+namespace
+{
+using FilterFrame = SpanTest;
+
+TEST_F(FilterFrame, TheSpanTakesTheKeysAroundIt)
+{
+    const CurveHandle curve = MakeCurve({{0.0, 1.0f}, {1.0, 2.0f}, {2.0, 3.0f}});
+    const CurveHandle empty = MakeCurve({});
+    struct Case
+    {
+        KTime start, stop;
+        int first, last;
+    };
+    GlissaFilterOffset filter;
+    for (const Case& each :
+         {Case{kFromStart, kToEnd, 0, 2}, Case{Seconds(1), Seconds(1), 1, 1},
+          Case{Seconds(0.25), Seconds(0.5), 0, 1}, Case{Seconds(1.5), Seconds(9), 1, 2},
+          Case{Seconds(3), Seconds(4), 2, 2}, Case{Seconds(-2), Seconds(-1), 0, 0}}) {
+        filter.SetStartTime(each.start);
+        filter.SetStopTime(each.stop);
+        EXPECT_EQ(each.first, filter.GetStartKey(*curve));
+        EXPECT_EQ(each.last, filter.GetStopKey(*curve));
+        EXPECT_EQ(-1, filter.GetStartKey(*empty));
+        EXPECT_EQ(-1, filter.GetStopKey(*empty));
+    }
+    filter.Reset();
+    EXPECT_EQ(kFromStart, filter.GetStartTime());
+    EXPECT_EQ(kToEnd, filter.GetStopTime());
+}
+
+// Children before their parent, what is locked left out.
+TEST_F(FilterFrame, TheWalkVisitsUnlockedCurvesAndTheNodeItselfLast)
+{
+    const LockModeScope mode(eLockModeProperty);
+    KPropertyTemplate<double> locked;
+    locked.SetFlags(ePropertyFlagLockAll);
+    const NodePtr joint = MakeJoint();
+    joint->Get(1)->SetProperty(&locked);
+    joint->FCurveSet(GlissaCreate(), true);
+    std::vector<Glissa*> curves = {joint->FCurveGet()};
+    for (int i = 0; i < 6; ++i) {
+        curves.push_back(joint->Get(i / 3)->Get(i % 3)->FCurveGet());
+    }
+    static std::vector<int> heard;
+    static std::vector<Glissa*>& all = curves;
+    for (Glissa* curve : curves) {
+        curve->KeyAppendFast(KTime(), 1.0f);
+        curve->CallbackRegister(
+            [](Glissa* pCurve, GlissaEvent*, void*) {
+                heard.push_back(static_cast<int>(std::ranges::find(all, pCurve) - all.begin()));
+            },
+            nullptr);
+    }
+    GlissaFilterOffset filter;
+    filter.SetOffset(1.0);
+    EXPECT_TRUE(filter.Apply(*joint, true));
+    EXPECT_EQ((std::vector<int>{1, 2, 3, 0}), heard);
+    EXPECT_TRUE(filter.NeedApply(*joint, true));
+    EXPECT_TRUE(filter.Apply(*joint, false));
+    EXPECT_EQ(3.0f, curves[0]->KeyGetValue(0));
+    EXPECT_EQ(2.0f, curves[1]->KeyGetValue(0));
+    // A refusal in an array shows in the error alone; what is locked sets none.
+    EXPECT_TRUE(filter.Apply(curves.data(), -1));
+    filter.SetOffset(0.0);
+    EXPECT_TRUE(filter.Apply(curves.data() + 4, 3));
+    EXPECT_EQ(KError::kNone, filter.GetLastErrorID());
+    EXPECT_TRUE(filter.Apply(curves.data(), 7));
+    EXPECT_EQ(eFilterUnchanged, filter.GetLastErrorID());
+    EXPECT_STREQ("FilterOffset, No key were changed by filter.", filter.GetLastErrorString());
+    for (Glissa* curve : curves) {
+        curve->KeyClear();  // the blocks are counted before the node ends
+    }
+}
+
+TEST_F(FilterFrame, ACopyTakesNameSpanErrorAndParameters)
+{
+    GlissaFilterOffset filter;
+    filter.SetObjectName("mine");
+    filter.SetOffset(2.5);
+    filter.SetStartTime(KTime(3));
+    filter.GetError().SetLastErrorID(eFilterNoKey);
+    GlissaFilterOffset copy(filter);
+    GlissaFilterOffset assigned;
+    assigned = copy;
+    EXPECT_STREQ("Filter Offset", assigned.GetName());
+    EXPECT_STREQ("mine", assigned.GetObjectName());
+    EXPECT_EQ(2.5, assigned.GetOffset());
+    EXPECT_EQ(KTime(3), assigned.GetStartTime());
+    EXPECT_STREQ("No key", assigned.GetLastErrorString());
+    EXPECT_TRUE(copy.Is(GlissaFilterOffset::ClassId) && copy.Is(GlissaFilter::ClassId) &&
+                copy.Is(KObject::ClassId) && !copy.Is(KDataFilterBase::ClassId));
+    EXPECT_STREQ("GlissaFilterOffset", copy.GetClassIdName());
+    EXPECT_EQ(&GlissaFilter::ClassDefinition, copy.GetClassDefinition()->GetParent());
+}
+
+struct RatedFilter : KDataFilterBase
+{
+    KPropertyTemplate<double> rate{12.0};
+    RatedFilter() : KDataFilterBase("sheet")
+    {
+        AddProperty(&rate);
+        mRate = &rate;
+    }
+};
+
+TEST_F(FilterFrame, ADataFilterIsASheetOfProperties)
+{
+    RatedFilter filter;
+    auto* sheet = static_cast<IFilter*>(filter.IQuery(0xA8271C, 0));
+    EXPECT_EQ(static_cast<KObject*>(&filter), filter.IQuery(kIQueryObject, 0));
+    EXPECT_STREQ("sheet", sheet->GetPropertySheetName());
+    ASSERT_EQ(3, sheet->GetPropertyCount());
+    EXPECT_STREQ("Stop", sheet->GetPropertyName(1));
+    EXPECT_EQ(KDataTypeTime, sheet->GetProperty(0));
+    EXPECT_TRUE(sheet->SetPropertyString(0, "1.5s"));
+    EXPECT_EQ(Seconds(1.5), filter.Start.GetValue());
+    EXPECT_STREQ("211680000", sheet->GetPropertyString(0));
+    EXPECT_EQ(&filter.Stop, filter.FastFindPropertyByName("Stop"));
+
+    double value = -1.0;
+    EXPECT_FALSE(sheet->SetPropertyConstant(2, &value));
+    EXPECT_EQ(30.0, filter.rate.GetValue());
+    value = 24.0;
+    EXPECT_TRUE(sheet->SetPropertyConstant(2, &value));
+    EXPECT_TRUE(sheet->GetPropertyConstant(2, &value) && value == 24.0);
+    for (const int bad : {-1, 3}) {
+        EXPECT_STREQ("", sheet->GetPropertyName(bad));
+        EXPECT_STREQ("", sheet->GetPropertyString(bad));
+        EXPECT_EQ(nullptr, sheet->GetProperty(bad));
+        EXPECT_FALSE(sheet->SetPropertyString(bad, "1") ||
+                     sheet->GetPropertyConstant(bad, &value) ||
+                     sheet->SetPropertyConstant(bad, &value));
+    }
+    const KDataFilterBase copy(filter);
+    EXPECT_EQ(Seconds(1.5), copy.Start.GetValue());
+    EXPECT_FALSE(sheet->Apply(nullptr, nullptr));
+}
+}  // namespace

@@ -1,0 +1,218 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// What holds for every filter, over the museum and random curves. A filter joins with a row.
+
+#include "corvekit/object/property.h"
+#include "glissa/filter/offset.h"
+#include "tests/support/edit_check.h"
+#include "tests/support/node_stubs.h"
+#include "tests/support/random_curve.h"
+#include "tests/support/span_test.h"
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+struct Row
+{
+    std::string name;
+    /// With parameters that change nearly every curve.
+    std::shared_ptr<GlissaFilter> filter;
+    /// With parameters that are refused on every curve.
+    std::vector<std::shared_ptr<GlissaFilter>> refused;
+    bool keepsSpan = true;      ///< keys outside those of the span stay as they are
+    bool idempotent = false;    ///< a second application changes nothing
+    bool changesFalse = false;  ///< a change may go with the answer false
+};
+
+template <typename Filter, typename Set>
+std::shared_ptr<GlissaFilter> With(Set&& pSet)
+{
+    auto filter = std::make_shared<Filter>();
+    pSet(*filter);
+    return filter;
+}
+
+const std::vector<Row>& Rows()
+{
+    using Offset = GlissaFilterOffset;
+    static const std::vector<Row> rows = {
+        {.name = "offset",
+         .filter = With<Offset>([](Offset& f) { f.SetOffset(0.75); }),
+         .refused = {With<Offset>([](Offset&) {}),
+                     With<Offset>([](Offset& f) { f.SetOffset(kNaN); }),
+                     With<Offset>([](Offset& f) { f.SetOffset(-kInf); })}},
+    };
+    return rows;
+}
+
+bool IsSameKey(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int pRightIndex)
+{
+    // Merging equal blocks may turn the sign of a zero.
+    return HasSameKey(pLeft, pLeftIndex, pRight, pRightIndex) ||
+           (pLeft.KeyGetTime(pLeftIndex) == pRight.KeyGetTime(pRightIndex) &&
+            pLeft.KeyGetValue(pLeftIndex) == pRight.KeyGetValue(pRightIndex) &&
+            pLeft.KeyGet(pLeftIndex).GetAttributes() == pRight.KeyGet(pRightIndex).GetAttributes());
+}
+
+/// Whether the first pHead and the last pTail keys are the same.
+bool HasSameEnds(const Glissa& pLeft, const Glissa& pRight, int pHead, int pTail)
+{
+    const int left = pLeft.KeyGetCount();
+    const int right = pRight.KeyGetCount();
+    bool same = left >= pHead + pTail && right >= pHead + pTail;
+    for (int i = 0; i < pHead && same; ++i) {
+        same = IsSameKey(pLeft, i, pRight, i);
+    }
+    for (int i = 1; i <= pTail && same; ++i) {
+        same = IsSameKey(pLeft, left - i, pRight, right - i);
+    }
+    return same;
+}
+
+bool IsSameCurve(const Glissa& pLeft, const Glissa& pRight)
+{
+    const float values[] = {pLeft.GetValue(), pRight.GetValue()};
+    return pLeft.KeyGetCount() == pRight.KeyGetCount() &&
+           std::memcmp(&values[0], &values[1], sizeof(float)) == 0 &&
+           HasSameEnds(pLeft, pRight, pLeft.KeyGetCount(), 0);
+}
+
+/// Applies the filter of a row once and says what it got wrong, or nothing.
+std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool pMayChange)
+{
+    const CurveHandle before(pCurve.Copy());
+    const int head = pFilter.GetStartKey(pCurve);
+    const int tail = pCurve.KeyGetCount() - 1 - pFilter.GetStopKey(pCurve);
+    pCurve.CandidateSet(KTime(77), 5.0);
+    std::string faults;
+    {
+        EditCheck check(pCurve);
+        const bool done = pFilter.Apply(pCurve);
+        faults = check.Verify();
+        if (check.Heard().empty()) {
+            faults += IsSameCurve(*before, pCurve) ? "" : "changed unheard\n";
+            faults += pCurve.CandidateGetTime() == KTime(77) ? "" : "ended a candidate\n";
+        } else if (check.Heard().size() > 1 || !pMayChange || (!done && !pRow.changesFalse)) {
+            faults += "heard " + std::to_string(check.Heard().size()) + " times\n";
+        }
+    }
+    for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
+        faults += pCurve.KeyGetTime(i - 1) < pCurve.KeyGetTime(i) ? "" : "out of order\n";
+    }
+    if (pRow.keepsSpan && head >= 0 && !HasSameEnds(*before, pCurve, head, tail)) {
+        faults += "a key outside the span differs\n";
+    }
+    pCurve.CandidateClear();
+    return faults;
+}
+
+/// Unbounded, on keys, between keys, within a segment, before and behind the keys.
+std::vector<KTimeSpan> SpansOf(const RefCurve& pCurve)
+{
+    std::vector<KTimeSpan> spans = {{KTime::MinusInfinite(), KTime::Infinite()}};
+    if (!pCurve.keys.empty()) {
+        const auto at = [&pCurve](int pEighth) {
+            return KTime(
+                pCurve.keys[pCurve.keys.size() * static_cast<std::size_t>(pEighth) / 8].time);
+        };
+        const KTime last(pCurve.keys.back().time);
+        const KTime some(7);
+        spans.insert(spans.end(), {{at(2), at(5)},
+                                   {at(1) + some, at(6) + some},
+                                   {at(4) + some, at(4) + some + some},
+                                   {KTime::MinusInfinite(), at(0) - some},
+                                   {last + some, KTime::Infinite()}});
+    }
+    return spans;
+}
+
+void ForEachCurve(const std::function<void(const std::string&, const RefCurve&)>& pCall)
+{
+    for (const MuseumPiece& piece : Museum()) {
+        pCall(piece.name, piece.make());
+    }
+    for (int seed = 0; seed < 140; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        const Rule rule = static_cast<Rule>(seed % (kTensionContinuityBias + 1));
+        pCall("seed " + std::to_string(seed), seed % 2 == 0
+                                                  ? RandomCurve(rule, random)
+                                                  : RandomWeightedCurve(rule, 300, 6000, random));
+    }
+}
+
+void SetSpan(GlissaFilter& pFilter, const KTimeSpan& pSpan)
+{
+    pFilter.SetStartTime(pSpan.GetStart());
+    pFilter.SetStopTime(pSpan.GetStop());
+}
+
+using FilterProperties = SpanTest;
+
+TEST_F(FilterProperties, AnApplicationIsOneEventInOrderWithinTheSpan)
+{
+    int changed = 0;
+    for (const Row& row : Rows()) {
+        ForEachCurve([&](const std::string& pName, const RefCurve& pCurve) {
+            for (const KTimeSpan& span : SpansOf(pCurve)) {
+                SCOPED_TRACE(row.name + ", " + pName + ", " +
+                             std::to_string(span.GetStart().Get()));
+                const CurveHandle curve = ToGlissa(pCurve);
+                const CurveHandle before(curve->Copy());
+                SetSpan(*row.filter, span);
+                EXPECT_EQ("", Fault(row, *row.filter, *curve, true));
+                changed += IsSameCurve(*before, *curve) ? 0 : 1;
+                if (row.idempotent) {
+                    const CurveHandle once(curve->Copy());
+                    row.filter->Apply(*curve);
+                    EXPECT_TRUE(IsSameCurve(*once, *curve)) << "a second application";
+                }
+            }
+        });
+        EXPECT_GT(changed, 100) << row.name << " changes next to nothing";
+        changed = 0;
+    }
+}
+
+TEST_F(FilterProperties, ParametersThatAreNoNumbersAndPeriodsOfNothingAreRefused)
+{
+    for (const Row& row : Rows()) {
+        for (std::size_t i = 0; i < row.refused.size(); ++i) {
+            ForEachCurve([&](const std::string& pName, const RefCurve& pCurve) {
+                SCOPED_TRACE(row.name + " " + std::to_string(i) + ", " + pName);
+                const CurveHandle curve = ToGlissa(pCurve);
+                EXPECT_EQ("", Fault(row, *row.refused[i], *curve, false));
+                EXPECT_FALSE(row.refused[i]->Apply(*curve));
+            });
+        }
+    }
+}
+
+TEST_F(FilterProperties, ALockedCurveStaysAsItIsAndGivesNoError)
+{
+    const LockModeScope mode(eLockModeProperty);
+    KPropertyTemplate<double> property;
+    property.SetFlags(ePropertyFlagLockAll);
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    node->SetProperty(&property);
+    Glissa& curve = *node->Get(1)->FCurveGet();
+    for (const Row& row : Rows()) {
+        const CurveHandle source = ToGlissa(MuseumCurve("every kind"));
+        curve.CopyFrom(*source);
+        row.filter->Reset();
+        row.filter->GetError().Clear();
+        EXPECT_FALSE(row.filter->Apply(curve)) << row.name;
+        EXPECT_EQ(KError::kNone, row.filter->GetLastErrorID()) << row.name;
+        EXPECT_TRUE(row.filter->Apply(*node, true)) << row.name;
+        EXPECT_TRUE(IsSameCurve(*source, curve)) << row.name;
+    }
+}
+}  // namespace
