@@ -29,6 +29,7 @@ set(CORVEKIT_PUBLIC_HEADERS
     corvekit/math/quaternion.h
     corvekit/math/rotation_order.h
     corvekit/math/vector.h
+    corvekit/store/atomic_file.h
     corvekit/store/byte_buffer.h
     corvekit/store/tdf.h)
 

@@ -27,6 +27,7 @@
 #include "corvekit/object/property.h"
 #include "corvekit/pool.h"
 #include "corvekit/set.h"
+#include "corvekit/store/atomic_file.h"
 #include "corvekit/store/byte_buffer.h"
 #include "corvekit/store/tdf.h"
 #include "corvekit/string.h"

@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -51,12 +50,13 @@ private:
     sigset_t mBefore;
 };
 
-void GuardTemporary(const std::string& pPath)
+void GuardTemporary(const char* pPath)
 {
-    if (pPath.size() >= sizeof(sTemporary)) {
+    const std::size_t size = std::strlen(pPath) + 1;
+    if (size > sizeof(sTemporary)) {
         return;
     }
-    std::memcpy(sTemporary, pPath.c_str(), pPath.size() + 1);
+    std::memcpy(sTemporary, pPath, size);
     for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
         // What was ignored at the start (nohup) stays ignored.
         if (signal(each, &RemoveTemporary) == SIG_IGN) {
@@ -109,36 +109,12 @@ Output::Output(const std::string& pPath, const std::string& pInput)
         }
         return;
     }
-    // A rename would go past the write protection of a file.
-    if (exists && access(pPath.c_str(), W_OK) != 0) {
-        Fail(errno);
-    }
-
-    // A link stays a link: what it points to is replaced.
-    mTarget = pPath;
-    if (exists) {
-        char* const resolved = realpath(pPath.c_str(), nullptr);
-        if (resolved == nullptr) {
-            Fail(errno);
-        }
-        mTarget = resolved;
-        std::free(resolved);
-    }
-    const std::size_t slash = mTarget.rfind('/');
-    const std::size_t name = slash == std::string::npos ? 0 : slash + 1;
-    // Names end at 255 bytes; a long one is cut so that the temporary's still fits.
-    mTemporary = mTarget.substr(0, name) + '.' + mTarget.substr(name, 200) + ".XXXXXX";
     const SignalPause pause;
-    mDescriptor = mkostemp(mTemporary.data(), O_CLOEXEC);
-    if (mDescriptor < 0) {
-        const int error = errno;
-        mTemporary.clear();
-        Fail(error);
+    mFile.emplace(pPath.c_str());
+    if (!mFile->IsOpen()) {
+        FailFile();
     }
-    GuardTemporary(mTemporary);
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(mDescriptor, exists ? target.st_mode & 07777u : 0666u & ~mask);
+    GuardTemporary(mFile->GetTemporary());
 }
 
 Output::~Output()
@@ -146,8 +122,9 @@ Output::~Output()
     if (mDescriptor > STDERR_FILENO) {
         close(mDescriptor);
     }
-    if (!mTemporary.empty()) {
-        unlink(mTemporary.c_str());
+    if (mFile) {
+        const SignalPause pause;
+        mFile->Discard();
         ReleaseTemporary();
     }
 }
@@ -157,6 +134,11 @@ bool Output::IsTerminal() const
     return isatty(mDescriptor) != 0;
 }
 
+void Output::FailFile() const
+{
+    throw Refusal(fmt::format("{}: {}", mName, mFile->GetReason()));
+}
+
 void Output::Fail(int pError) const
 {
     throw Refusal(fmt::format("{}: cannot write: {}", mName, std::strerror(pError)));
@@ -164,6 +146,13 @@ void Output::Fail(int pError) const
 
 void Output::Flush()
 {
+    if (mFile) {
+        if (!mFile->Write(mBuffer.data(), mBuffer.size())) {
+            FailFile();
+        }
+        mBuffer.clear();
+        return;
+    }
     std::string_view rest = mBuffer;
     while (!rest.empty()) {
         const ssize_t written = write(mDescriptor, rest.data(), rest.size());
@@ -191,24 +180,17 @@ void Output::Write(std::string_view pBytes)
 void Output::Commit()
 {
     Flush();
-    if (mTemporary.empty()) {
+    if (!mFile) {
         return;
     }
-    // The bytes go to the device before the name does: after a crash the name never stands for an
-    // empty file.
-    if (fsync(mDescriptor) != 0) {
-        Fail(errno);
-    }
-    const int descriptor = mDescriptor;
-    mDescriptor = -1;
-    if (close(descriptor) != 0) {
-        Fail(errno);
-    }
-    if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) {
-        Fail(errno);
-    }
-    mTemporary.clear();
+    // No signal between the rename and the end of the guard: the name may be another process's
+    // temporary file by then.
+    const SignalPause pause;
+    const bool done = mFile->Commit();
     ReleaseTemporary();
+    if (!done) {
+        FailFile();
+    }
 }
 
 void PrepareStandardStreams()

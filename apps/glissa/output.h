@@ -2,14 +2,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "corvekit/store/atomic_file.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 
-/// Where a command writes: standard output, or a file that is whole or was never there.
+/// Where a command writes: standard output, or a file that is replaced as a whole or not at all.
 ///
-/// A file is written under a temporary name beside its target and renamed over it by Commit().
-/// Until then the target keeps its old content, and without Commit(), also when a signal ends the
-/// program, the temporary goes. A target that is a device or a pipe is written directly.
+/// A file is a KAtomicFile, replaced by Commit(). Without Commit(), and when SIGINT, SIGTERM or
+/// SIGHUP ends the program, the target keeps its content and the temporary file is removed. A
+/// target that is a device or a pipe is written directly.
 class Output
 {
 public:
@@ -30,13 +33,13 @@ public:
 
 private:
     [[noreturn]] void Fail(int pError) const;
+    [[noreturn]] void FailFile() const;
     void Flush();
 
-    std::string mName;    ///< for messages
-    std::string mTarget;  ///< the file to replace, with links followed; empty when written directly
-    std::string mTemporary;  ///< empty when there is none
+    std::string mName;                 ///< for messages
+    std::optional<KAtomicFile> mFile;  ///< empty when written directly
     std::string mBuffer;
-    int mDescriptor = -1;
+    int mDescriptor = -1;  ///< when written directly
 };
 
 /// Makes a write to a pipe without reader, or beyond the limit on file sizes, an error instead of

@@ -1,24 +1,31 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Temporary beside the target, fsync, rename, fsync of the directory: rename replaces the name in
-// one step, and the two flushes keep the device from seeing the new name before the bytes.
+// Temporary file in the folder of the target, fsync, rename, fsync of the folder: rename replaces
+// the name in one step, and the two flushes keep the device from storing the new name before the
+// bytes.
 
 #include "corvekit/store/atomic_file.h"
 
-#include <atomic>
+#include "corvekit/string.h"
+
+#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
-// Beyond this many temporaries of the same process and target something else is wrong.
-constexpr int kMostAttempts = 100;
+constexpr int kMostTemporaries = 16;
+constexpr int kMostLinks = 40;  // as Linux follows
+constexpr std::size_t kUsualNameLimit = 255;
 
 std::string DirectoryOf(const std::string& pPath)
 {
@@ -29,26 +36,85 @@ std::string DirectoryOf(const std::string& pPath)
     return slash == 0 ? "/" : pPath.substr(0, slash);
 }
 
-// A file system that cannot flush a directory says so by these, and there is nothing to wait for.
+// A file system that cannot flush folders, or files, answers with one of these.
 bool MeansNotSupported(int pError)
 {
     return pError == EINVAL || pError == ENOTSUP || pError == ENOSYS;
 }
+
+// The path of the temporary files of a target, without their number.
+std::string TemporaryStem(const std::string& pTarget)
+{
+    constexpr std::size_t kSuffix = sizeof(".saving-15") - 1;
+    constexpr std::size_t kHash = 17;
+    const std::size_t begin = pTarget.rfind('/') + 1;  // 0 without a slash
+    const std::size_t size = pTarget.size() - begin;
+    const long limit = pathconf(DirectoryOf(pTarget).c_str(), _PC_NAME_MAX);
+    const std::size_t longest = limit > static_cast<long>(kSuffix + kHash)
+                                    ? static_cast<std::size_t>(limit)
+                                    : kUsualNameLimit;
+    if (size + kSuffix <= longest) {
+        return pTarget + ".saving-";
+    }
+    std::size_t kept = begin + std::min(size, longest - kSuffix - kHash);
+    while (kept > begin && (static_cast<unsigned char>(pTarget[kept]) & 0xC0) == 0x80) {
+        --kept;  // not within a character of UTF-8
+    }
+    char hash[kHash + 1] = {};
+    std::snprintf(hash, sizeof(hash), "~%016llx",
+                  static_cast<unsigned long long>(KHash64(pTarget.substr(begin))));
+    return pTarget.substr(0, kept) + hash + ".saving-";
+}
+
+bool IsSameFile(const struct stat& pLeft, const struct stat& pRight)
+{
+    return pLeft.st_dev == pRight.st_dev && pLeft.st_ino == pRight.st_ino;
+}
+
+// Removes the temporary file of a process that was killed. One that is locked is in use; one of
+// another user is not touched.
+void RemoveAbandoned(const std::string& pName)
+{
+    const int file = open(pName.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) {
+        return;
+    }
+    struct stat opened = {};
+    struct stat named = {};
+    // The name is looked up again under the lock: the writer may have renamed the file meanwhile.
+    if (fstat(file, &opened) == 0 && S_ISREG(opened.st_mode) && opened.st_uid == geteuid() &&
+        flock(file, LOCK_EX | LOCK_NB) == 0 && lstat(pName.c_str(), &named) == 0 &&
+        IsSameFile(opened, named)) {
+        unlink(pName.c_str());
+    }
+    close(file);
+}
+
+// Locks a file just created. False if another process took it for an abandoned one in between.
+bool Claim(int pFile)
+{
+    if (flock(pFile, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        return false;
+    }
+    struct stat status = {};
+    return fstat(pFile, &status) == 0 && status.st_nlink > 0;
+}
 }  // namespace
 
-AtomicFile::AtomicFile(const char* pPath)
+// Delegates, so that the destructor runs when an allocation fails in between.
+KAtomicFile::KAtomicFile(const char* pPath) : KAtomicFile()
 {
     if (ResolveTarget(pPath)) {
         OpenTemporary();
     }
 }
 
-AtomicFile::~AtomicFile()
+KAtomicFile::~KAtomicFile()
 {
     Discard();
 }
 
-bool AtomicFile::Write(const void* pBytes, std::size_t pSize)
+bool KAtomicFile::Write(const void* pBytes, std::size_t pSize)
 {
     const char* at = static_cast<const char*>(pBytes);
     while (mFile >= 0 && pSize > 0) {
@@ -56,8 +122,8 @@ bool AtomicFile::Write(const void* pBytes, std::size_t pSize)
         if (written < 0 && errno == EINTR) {
             continue;
         }
-        if (written < 0) {
-            return Fail("write", mTemporary);
+        if (written <= 0) {
+            return Fail("cannot write", written < 0 ? errno : EIO);
         }
         at += written;
         pSize -= static_cast<std::size_t>(written);
@@ -65,106 +131,111 @@ bool AtomicFile::Write(const void* pBytes, std::size_t pSize)
     return mFile >= 0;
 }
 
-bool AtomicFile::Commit()
+bool KAtomicFile::Commit()
 {
     if (mFile < 0) {
         return false;
     }
     if (fsync(mFile) != 0 && !MeansNotSupported(errno)) {
-        return Fail("flush", mTemporary);
+        return Fail("cannot flush", errno);
     }
-    const int file = mFile;
-    mFile = -1;
-    if (close(file) != 0) {
-        return Fail("close", mTemporary);
+    // Closed before the rename, which may report an error of writing; the copy keeps the lock.
+    const int written = mFile;
+    mFile = fcntl(written, F_DUPFD_CLOEXEC, 0);
+    if (close(written) != 0 || mFile < 0) {
+        return Fail("cannot close", errno);
     }
     if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) {
-        return Fail("replace", mTarget);
+        return Fail("cannot write", errno);
     }
     mTemporary.clear();
+    Discard();
 
-    // A directory that may be entered but not read cannot be flushed; the file itself is whole.
-    const std::string directory = DirectoryOf(mTarget);
-    const int handle = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (handle < 0) {
+    // A folder that may be entered but not read cannot be flushed; the file itself is complete.
+    const int folder = open(DirectoryOf(mTarget).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) {
         return true;
     }
-    if (fsync(handle) != 0 && !MeansNotSupported(errno)) {
-        Fail("flush", directory);
-        close(handle);
-        return false;
-    }
-    close(handle);
-    return true;
+    const int error = fsync(folder) != 0 && !MeansNotSupported(errno) ? errno : 0;
+    close(folder);
+    return error == 0 || Fail("cannot flush its folder", error);
 }
 
-bool AtomicFile::ResolveTarget(const char* pPath)
+void KAtomicFile::Discard()
+{
+    if (!mTemporary.empty()) {
+        unlink(mTemporary.c_str());
+        mTemporary.clear();
+    }
+    if (mFile >= 0) {
+        close(mFile);
+        mFile = -1;
+    }
+}
+
+bool KAtomicFile::ResolveTarget(const char* pPath)
 {
     mTarget = pPath ? pPath : "";
     struct stat status = {};
-    if (lstat(mTarget.c_str(), &status) != 0) {
-        // A target that does not exist yet is the usual case, an empty path is none.
-        return (errno == ENOENT && !mTarget.empty()) || Fail("save to", mTarget);
-    }
-    if (S_ISLNK(status.st_mode)) {
-        char* const resolved = realpath(mTarget.c_str(), nullptr);
-        if (!resolved) {
-            return Fail("follow", mTarget);
-        }
-        mTarget = resolved;
-        std::free(resolved);
+    for (int links = 0;; ++links) {
         if (lstat(mTarget.c_str(), &status) != 0) {
-            return Fail("save to", mTarget);
+            // The target need not exist, but an empty path names none.
+            return (errno == ENOENT && !mTarget.empty()) || Fail("cannot write", errno);
         }
+        if (!S_ISLNK(status.st_mode)) {
+            break;
+        }
+        std::error_code error;
+        const std::string link = std::filesystem::read_symlink(mTarget, error).string();
+        if (error || links == kMostLinks) {
+            return Fail("cannot follow the link", error ? error.value() : ELOOP);
+        }
+        mTarget = link.starts_with('/') ? link : DirectoryOf(mTarget) + '/' + link;
     }
     if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return Fail("save to", mTarget);
+        return Fail("cannot write", S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    }
+    // A rename needs no right to write to the file that it replaces.
+    if (faccessat(AT_FDCWD, mTarget.c_str(), W_OK, AT_EACCESS) != 0) {
+        return Fail("cannot write", errno);
     }
     mMode = static_cast<int>(status.st_mode & 07777);
     return true;
 }
 
-bool AtomicFile::OpenTemporary()
+bool KAtomicFile::OpenTemporary()
 {
-    static std::atomic<unsigned> sNumber{0};
-    const std::string stem = mTarget + ".saving-" + std::to_string(getpid()) + "-";
-    for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-        const std::string name = stem + std::to_string(sNumber.fetch_add(1));
-        mFile = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (mFile >= 0) {
-            mTemporary = name;
+    const std::string stem = TemporaryStem(mTarget);
+    for (int number = 0; number < kMostTemporaries; ++number) {
+        RemoveAbandoned(stem + std::to_string(number));
+    }
+    int error = EBUSY;
+    for (int number = 0; mFile < 0 && number < kMostTemporaries; ++number) {
+        std::string name = stem + std::to_string(number);
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file < 0 && errno != EEXIST) {
+            error = errno;
             break;
         }
-        if (errno != EEXIST) {
-            break;
+        if (file >= 0 && !Claim(file)) {
+            close(file);
+        } else if (file >= 0) {
+            mFile = file;
+            mTemporary = std::move(name);
         }
     }
     if (mFile < 0) {
-        return Fail("create a file beside", mTarget);
+        return Fail("cannot write", error);
     }
     if (mMode >= 0 && fchmod(mFile, static_cast<mode_t>(mMode)) != 0) {
-        return Fail("keep the permissions of", mTarget);
+        return Fail("cannot keep the permissions", errno);
     }
     return true;
 }
 
-bool AtomicFile::Fail(const char* pDoing, const std::string& pPath)
+bool KAtomicFile::Fail(const char* pAction, int pError)
 {
-    const char* const cause = std::strerror(errno);
-    mReason = std::string("cannot ") + pDoing + " '" + pPath + "': " + cause;
     Discard();
+    mReason = std::string(pAction) + ": " + std::strerror(pError);
     return false;
-}
-
-void AtomicFile::Discard()
-{
-    if (mFile >= 0) {
-        close(mFile);
-        mFile = -1;
-    }
-    if (!mTemporary.empty()) {
-        unlink(mTemporary.c_str());
-        mTemporary.clear();
-    }
 }

@@ -193,11 +193,8 @@ public:
     /// Writes the document. False, with the error set, if a field is still open, a write was out of
     /// order before, or the target refuses.
     ///
-    /// To a path: through a temporary file beside the target, flushed to the device and renamed
-    /// over it, so that a failure or a crash leaves the old file or the new one whole. The
-    /// temporary is called like the target with ".saving-<process>-<number>" behind it; only a
-    /// process that dies leaves it. A symbolic link is followed, a target that is no regular file
-    /// refused.
+    /// To a path: by a KAtomicFile, so that a failure or a crash leaves the old file or the new
+    /// one, complete.
     bool Save(std::ostream& pStream);
     bool Save(const char* pPath);
 

@@ -123,12 +123,13 @@ bool KTdf::Save(const char* pPath)
     if (!CheckComplete()) {
         return false;
     }
-    AtomicFile file(pPath);
+    KAtomicFile file(pPath);
     Sink sink([&file](const std::uint8_t* pBytes, std::size_t pSize) {
         return file.Write(pBytes, pSize);
     });
     if (!WriteAll(sink) || !file.Commit()) {
-        return Fail(eTdfErrorCannotWrite, file.GetReason().c_str());
+        const std::string text = std::string("'") + (pPath ? pPath : "") + "': " + file.GetReason();
+        return Fail(eTdfErrorCannotWrite, text.c_str());
     }
     return true;
 }
