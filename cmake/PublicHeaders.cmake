@@ -37,6 +37,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/export.h
     glissa/glissa.h
     glissa/settings/settings.h
+    glissa/ext/color_manager.h
     glissa/ext/custom_tangent.h
     glissa/ext/custom_tangent_events.h
     glissa/ext/custom_tangent_manager.h

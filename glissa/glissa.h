@@ -13,6 +13,7 @@
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/tangent_math.h"
 #include "glissa/export.h"
+#include "glissa/ext/color_manager.h"
 #include "glissa/ext/custom_tangent.h"
 #include "glissa/ext/custom_tangent_events.h"
 #include "glissa/ext/custom_tangent_manager.h"

@@ -4,6 +4,7 @@
 #include "apps/glissa/curve_picture.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 namespace
@@ -124,6 +125,17 @@ PictureKey MakeKey(Glissa& pCurve, int pIndex, bool pTangents)
 }
 }  // namespace
 
+std::optional<Colour> OwnColour(const float* pColour)
+{
+    const float* const end = pColour + 3;
+    const bool white = std::all_of(pColour, end, [](float pEach) { return pEach == 1.0f; });
+    if (white || !std::all_of(pColour, end, [](float pEach) { return std::isfinite(pEach); })) {
+        return std::nullopt;
+    }
+    return Colour{static_cast<double>(pColour[0]), static_cast<double>(pColour[1]),
+                  static_cast<double>(pColour[2])};
+}
+
 std::vector<KTime> CurveBreaks(Glissa& pCurve, const TimeSpan& pSpan)
 {
     std::vector<KTime> breaks;
@@ -155,6 +167,7 @@ PictureCurve MakePictureCurve(NamedCurve& pCurve, const TimeSpan& pSpan, bool pT
     PictureCurve picture;
     picture.name = pCurve.name;
     picture.unit = pCurve.unit;
+    picture.colour = OwnColour(curve->GetColor());
     picture.value = [curve, hint = 0](KTime pTime) mutable {
         return static_cast<double>(curve->Evaluate(pTime, &hint));
     };

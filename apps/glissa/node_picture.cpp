@@ -74,6 +74,8 @@ std::vector<PictureCurve> MakeNodePicture(const ClipCurves& pClip, const NamedNo
                 series.Evaluate(values, pTime, &hint);
                 return values[static_cast<std::size_t>(i)];
             };
+            const GlissaNode* const channel = pNode.node->Get(i);
+            curve.colour = OwnColour((channel ? channel : pNode.node)->GetColor());
             curve.breaks = breaks;
             curve.hasKeys = keys.has_value();
             if (keys) {

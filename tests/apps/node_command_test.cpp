@@ -225,6 +225,8 @@ TEST_F(NodeCommand, APictureBendsWhereAnyCurveOrWeightDoes)
     Glissa& weight = *clip.owner.GetNodes().GetLayers().Find("Breath")->mWeight;
     weight.KeyAppendFast(KTime::FromSeconds(0.2), 0.0f);
     weight.KeyAppendFast(KTime::FromSeconds(0.4), 1.0f);
+    const float color[] = {0.5f, 0.0f, 0.25f};
+    clip.curves.front().curve->SetColor(color);
     const auto seconds = [](std::initializer_list<double> pTimes) {
         std::vector<KTime> times;
         for (const double each : pTimes) {
@@ -243,6 +245,8 @@ TEST_F(NodeCommand, APictureBendsWhereAnyCurveOrWeightDoes)
     EXPECT_EQ("Hips/T/X @Breath", curves[6].name);
     EXPECT_EQ("Hips/T/X", curves[6].whole);
     EXPECT_EQ(2, curves[6].part);
+    ASSERT_TRUE(curves[0].colour && curves[6].colour && !curves[1].colour);
+    EXPECT_EQ(0.25, curves[6].colour->blue);
     // Half of the weight is there at its middle.
     ASSERT_EQ(1u, curves[6].keys.size());
     EXPECT_NEAR(1.0, curves[6].keys[0].value, 1e-6);

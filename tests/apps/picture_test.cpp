@@ -3,6 +3,7 @@
 
 #include "apps/glissa/curve_picture.h"
 #include "apps/glissa/picture/layout.h"
+#include "apps/glissa/picture/style.h"
 #include "tests/apps/segment_distance.h"
 #include "tests/support/museum.h"
 

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "apps/glissa/picture/picture.h"
+#include "apps/glissa/picture/style.h"
 #include "apps/glissa/picture/trace.h"
 #include "tests/apps/segment_distance.h"
 
@@ -168,5 +168,27 @@ TEST(ChooseColours, GivesTheAxesTheirOwn)
     std::vector<int> many = choose({"A/X", "B/X", "A/Y", "B/Y", "A/Z", "B/Z", "C/X"});
     std::sort(many.begin(), many.end());
     EXPECT_EQ(many.end(), std::adjacent_find(many.begin(), many.end()));
+}
+
+TEST(ChooseStyles, TakesTheOwnColourOfACurveAndDarkensItForWhitePaper)
+{
+    std::vector<PictureCurve> curves(4);
+    curves[0].colour = Colour{0.2, 0.1, 0.6};
+    curves[2].colour = Colour{1.0, 1.0, 0.0};
+    curves[3].colour = curves[0].colour;
+    std::vector<const PictureCurve*> pointers;
+    for (const PictureCurve& each : curves) {
+        pointers.push_back(&each);
+    }
+    const std::vector<CurveStyle> styles = ChooseStyles(pointers, Metrics());
+    EXPECT_NEAR(0.1, styles[0].colour.green, 1e-9);
+    EXPECT_NE(styles[0].colour.green, styles[1].colour.green);
+    // Yellow becomes a dark yellow.
+    EXPECT_NEAR(styles[2].colour.red, styles[2].colour.green, 1e-9);
+    EXPECT_TRUE(styles[2].colour.red > 0.5 && styles[2].colour.red < 0.8);
+    EXPECT_NEAR(0.0, styles[2].colour.blue, 1e-9);
+    // Curves of one colour are told apart by their marks.
+    EXPECT_EQ(styles[0].shape, styles[1].shape);
+    EXPECT_NE(styles[0].shape, styles[3].shape);
 }
 }  // namespace

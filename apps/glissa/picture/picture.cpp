@@ -4,13 +4,12 @@
 #include "apps/glissa/picture/picture.h"
 
 #include "apps/glissa/picture/layout.h"
+#include "apps/glissa/picture/style.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <iterator>
 
 namespace
 {
@@ -21,73 +20,9 @@ constexpr Colour kZeroLine{0.68, 0.68, 0.68};
 constexpr Colour kBorder{0.78, 0.78, 0.78};
 constexpr Colour kWhite{1.0, 1.0, 1.0};
 
-// Okabe and Ito 2008, "Color Universal Design", without the yellow, which white paper swallows.
-constexpr std::array<Colour, 7> kPalette{{
-    {0.000, 0.447, 0.698},  // blue
-    {0.835, 0.369, 0.000},  // vermilion
-    {0.000, 0.620, 0.451},  // bluish green
-    {0.800, 0.475, 0.655},  // reddish purple
-    {0.902, 0.624, 0.000},  // orange
-    {0.337, 0.706, 0.914},  // sky blue
-    {0.000, 0.000, 0.000},  // black
-}};
-constexpr int kBlue = 0;
-constexpr int kVermilion = 1;
-constexpr int kGreen = 2;
-
 // How long a line has to be, beside the sides of its panel, to look like an area.
 constexpr double kAreaLength = 40.0;
 constexpr double kAreaAlpha = 0.5;
-
-// Strokes and gaps of parts after the first, in line widths: dots, dashes and dots, long dashes,
-// dashes with two dots. None is the pattern of what lies beyond the keys.
-const std::array<std::vector<double>, 4> kPatterns{{
-    {1.4, 1.8},
-    {5.0, 1.8, 1.4, 1.8},
-    {9.0, 3.0},
-    {5.0, 1.8, 1.4, 1.8, 1.4, 1.8},
-}};
-
-struct CurveStyle
-{
-    Colour colour;
-    int shape = 0;  ///< of the marks: circle, square, triangle, diamond
-    double width = 1.0;
-    std::vector<double> dashes;
-};
-
-Colour Lighter(const Colour& pColour)
-{
-    const auto mix = [](double pPart) { return pPart + (1.0 - pPart) * 0.42; };
-    return {mix(pColour.red), mix(pColour.green), mix(pColour.blue)};
-}
-
-// The first part, what a whole starts from, is pale and full; those that come onto it are
-// patterned.
-CurveStyle StyleOf(const PictureCurve& pCurve, int pColour, std::size_t pIndex,
-                   const Metrics& pMetrics)
-{
-    CurveStyle style{kPalette[static_cast<std::size_t>(pColour)],
-                     static_cast<int>(pIndex / kPalette.size()) % 4,
-                     pMetrics.line,
-                     {}};
-    if (pCurve.strong) {
-        style.width *= 1.7;
-    }
-    if (pCurve.part > 0) {
-        style.shape = (pCurve.part - 1) % 4;
-    }
-    if (pCurve.part == 1) {
-        style.colour = Lighter(style.colour);
-    }
-    if (pCurve.part > 1) {
-        style.dashes = kPatterns[static_cast<std::size_t>(pCurve.part - 2) % kPatterns.size()];
-        for (double& each : style.dashes) {
-            each *= pMetrics.line;
-        }
-    }
-    return style;
-}
 
 // A line one pixel wide is sharp when it runs through the middle of pixels.
 double Sharp(double pPosition)
@@ -222,7 +157,8 @@ enum class Marks : int
 
 // Marks and tangents.
 Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pStyle,
-               const Panel& pPanel, const Metrics& pMetrics, const PictureOptions& pOptions)
+               bool pShapesDiffer, const Panel& pPanel, const Metrics& pMetrics,
+               const PictureOptions& pOptions)
 {
     std::vector<const PictureKey*> keys;
     std::vector<DevicePoint> points;
@@ -233,9 +169,9 @@ Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
             points.push_back({pPanel.scale.X(key.time), y});
         }
     }
-    // More keys than pixels: marks would tell nothing, unless their shapes tell curves apart.
+    // More keys than pixels: marks would show nothing, unless their shapes tell curves apart.
     const double width = pPanel.scale.right - pPanel.scale.left;
-    if (static_cast<double>(keys.size()) > width && pPanel.curves.size() <= kPalette.size()) {
+    if (static_cast<double>(keys.size()) > width && !pShapesDiffer) {
         return Marks::none;
     }
     // Marks just apart would hide the line under a string of beads: once any have to go, the rest
@@ -332,42 +268,6 @@ const char* UnitName(Unit pUnit)
     return "factor";
 }
 
-std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves)
-{
-    std::vector<const PictureCurve*> wholes;
-    std::copy_if(pCurves.begin(), pCurves.end(), std::back_inserter(wholes),
-                 [](const PictureCurve* pCurve) { return pCurve->part == 0; });
-    std::vector<int> colours;
-    std::array<bool, 3> used{};
-    for (const PictureCurve* curve : wholes) {
-        const std::string& name = curve->name;
-        const bool axis = name.size() >= 2 && name[name.size() - 2] == '/';
-        const int index = axis ? name.back() - 'X' : -1;
-        if (index < 0 || index > 2 || used[static_cast<std::size_t>(index)]) {
-            colours.clear();
-            break;
-        }
-        used[static_cast<std::size_t>(index)] = true;
-        colours.push_back(index == 0 ? kVermilion : index == 1 ? kGreen : kBlue);
-    }
-    while (colours.size() < wholes.size()) {
-        colours.push_back(static_cast<int>(colours.size() % kPalette.size()));
-    }
-    std::vector<int> all;
-    std::size_t next = 0;
-    for (const PictureCurve* curve : pCurves) {
-        const auto whole =
-            std::find_if(wholes.begin(), wholes.end(), [curve](const PictureCurve* pWhole) {
-                return pWhole->name == curve->whole;
-            });
-        const bool known = curve->part > 0 && whole != wholes.end();
-        all.push_back(curve->part == 0 ? colours[next++]
-                      : known          ? colours[static_cast<std::size_t>(whole - wholes.begin())]
-                                       : 0);
-    }
-    return all;
-}
-
 std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance)
 {
     std::vector<std::size_t> kept;
@@ -404,10 +304,10 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                      Align::start, true);
     }
     for (const Panel& panel : layout.panels) {
-        const std::vector<int> colours = ChooseColours(panel.curves);
-        std::vector<CurveStyle> styles;
-        for (std::size_t i = 0; i < colours.size(); ++i) {
-            styles.push_back(StyleOf(*panel.curves[i], colours[i], i, metrics));
+        const std::vector<CurveStyle> styles = ChooseStyles(panel.curves, metrics);
+        bool shapesDiffer = false;
+        for (std::size_t i = 0; i < styles.size(); ++i) {
+            shapesDiffer |= panel.curves[i]->part == 0 && styles[i].shape > 0;
         }
         DrawGrid(pCanvas, layout, panel, pOptions);
         pCanvas.PushClip(layout.left, panel.top, layout.right - layout.left,
@@ -421,8 +321,8 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
             }
         }
         for (std::size_t i = 0; i < panel.curves.size(); ++i) {
-            marks = std::max(
-                marks, DrawKeys(pCanvas, *panel.curves[i], styles[i], panel, metrics, pOptions));
+            marks = std::max(marks, DrawKeys(pCanvas, *panel.curves[i], styles[i], shapesDiffer,
+                                             panel, metrics, pOptions));
         }
         pCanvas.PopClip();
         DrawLegend(pCanvas, panel, styles, metrics);

@@ -5,6 +5,7 @@
 #include "apps/glissa/picture/canvas.h"
 #include "apps/glissa/picture/trace.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,7 +50,8 @@ struct PictureCurve
     /// From 1 on: which part of another curve this one is. It is thin, in the colour of that curve
     /// and the pattern of its number.
     int part = 0;
-    std::string whole;  ///< name of the curve that this one is a part of
+    std::string whole;             ///< name of the curve that this one is a part of
+    std::optional<Colour> colour;  ///< its own; without one the picture chooses
 };
 
 struct PictureOptions
@@ -75,11 +77,6 @@ constexpr int kMostPictureSide = 8192;
 /// and dashed. Marks of keys that would touch each other are left out, and a note says so.
 void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                  const PictureOptions& pOptions);
-
-/// The colour that each of a panel's curves is drawn in, as an index into the palette: curves whose
-/// names end in /X, /Y and /Z take red, green and blue, as far as no two take the same; otherwise
-/// all follow the order of the palette. A part has the colour of its whole.
-std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves);
 
 /// Indices of the points that keep at least pDistance from each other, taken in order.
 std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance);
