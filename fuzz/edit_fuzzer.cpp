@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Any bytes are a script of edits of three curves. After each step the curves agree with naive
-// ones and their books are true.
+// Any bytes are a script of edits of three curves. tests/support/edit_script.h says how each step
+// is checked.
 
 #include "tests/support/edit_script.h"
 

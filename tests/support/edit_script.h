@@ -5,7 +5,6 @@
 
 #include "tests/support/edit_check.h"
 #include "tests/support/museum.h"
-#include "tests/support/naive_curve.h"
 #include "tests/support/random_curve.h"
 
 #include <array>
@@ -13,7 +12,7 @@
 #include <span>
 #include <string>
 
-/// Where a script gets its choices from.
+/// Where a script gets its choices from. A copy makes the same choices again.
 class EditChoices
 {
 public:
@@ -27,6 +26,8 @@ public:
     bool Flip() { return Below(2) != 0; }
     /// Any number of a range, few distinct ones of a wide range.
     std::int64_t Between(std::int64_t pLeast, std::int64_t pGreatest);
+    /// One of some numbers, or else any between two ends, in steps of 1/97.
+    float Number(std::initializer_list<float> pSome, int pLeast, int pGreatest);
 
 private:
     std::uint32_t Bits(int pBytes);
@@ -35,9 +36,11 @@ private:
     std::span<const std::uint8_t> mBytes;
 };
 
-/// Random edits, valid ones, of three curves that share attribute blocks, each beside a naive
-/// curve. After every step keys, attributes, events, update ids, results and values of both agree
-/// and the books are true.
+/// Random valid edits of three curves that share attribute blocks. Each step is also made on a copy
+/// without shared blocks, outside of brackets. After it both have the same keys, values, slopes and
+/// results; the events of the curve, or those of a bracket at its end, are those of the copy and
+/// describe the difference; keys of the other curves, segments away from the change and update ids
+/// are as they should be; and the books are true.
 ///
 /// One script at a time: the books count every attribute block of the process.
 class EditScript
@@ -48,7 +51,7 @@ public:
     EditScript& operator=(const EditScript&) = delete;
     ~EditScript();
 
-    /// Runs a step and says what went wrong, or nothing.
+    /// Runs a step. What was wrong, or nothing.
     std::string Step();
     bool IsAtEnd() const { return mChoices.IsAtEnd(); }
     /// How many kinds of steps there are, and the name of one and how often it ran.
@@ -56,58 +59,17 @@ public:
     static const char* KindName(int pKind);
     long Runs(int pKind) const { return mRuns[static_cast<std::size_t>(pKind)]; }
 
-    struct Pair
+private:
+    struct Edited
     {
         CurveHandle curve;
-        NaiveCurve naive;
-        std::vector<HeardEvent> heard;
+        int nesting = 0;
+        HeardEvent posted;  // since the bracket began
     };
-
-    // What the kinds of steps are made of.
-    Glissa& Curve() { return *mPairs[mAt].curve; }
-    NaiveCurve& Naive() { return mPairs[mAt].naive; }
-    Pair& Other() { return mPairs[static_cast<std::size_t>(mChoices.Below(3))]; }
-    EditChoices& Choose() { return mChoices; }
-    int Index() { return mChoices.Below(Naive().Count()); }
-    int IndexOrBeyond() { return mChoices.Below(Naive().Count() + 3) - 1; }
-    std::int64_t Time();
-    /// A time at which a key may stand without a change of the order.
-    std::int64_t TimeOf(int pIndex);
-    std::int64_t Delta();
-    std::uint32_t TangentMode();
-    float Value();
-    float Slope();
-    float Auto();
-    float Weight();
-    float Velocity();
-    NaiveKey Key();
-    NaiveSide Side();
-    /// Notes a fault unless both are equal.
-    template <typename T>
-    void Same(const T& pLibrary, const T& pNaive)
-    {
-        if (!(pLibrary == pNaive)) {
-            mFaults += "results differ\n";
-        }
-    }
-
-private:
-    void CompareKeys(const Pair& pPair);
-    void CompareValues();
+    void Compare(Glissa& pCurve, Glissa& pCopy);
 
     EditChoices mChoices;
-    std::array<Pair, 3> mPairs;
-    std::size_t mAt = 0;
+    std::array<Edited, 3> mCurves;
     std::string mFaults;
-    std::array<long, 128> mRuns{};
+    std::array<long, 64> mRuns{};
 };
-
-/// A kind of step: it does the same to both curves of the pair the script is at.
-struct EditKind
-{
-    const char* name;
-    void (*run)(EditScript&);
-    bool needsKeys;
-    bool isSilent = false;  ///< changes keys without a post
-};
-std::span<const EditKind> EditKinds();

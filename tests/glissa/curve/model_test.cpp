@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Random edits beside a naive curve. GLISSA_EDIT_STEPS sets their number, GLISSA_EDIT_SEED the
-// first seed: a million steps take a minute or two.
+// Random edits, checked as edit_script.h describes. GLISSA_EDIT_STEPS sets their number,
+// GLISSA_EDIT_SEED the first seed.
 
 #include "tests/support/edit_script.h"
 
@@ -18,7 +18,7 @@ long FromEnvironment(const char* pName, long pDefault)
     return text ? std::atol(text) : pDefault;
 }
 
-TEST(CurveModel, RandomEditsAgreeWithANaiveCurve)
+TEST(CurveModel, RandomEditsEqualThoseOfAPlainCopyAndAreDescribedByTheirEvents)
 {
     constexpr long kStepsOfScript = 2000;
     const long steps = FromEnvironment("GLISSA_EDIT_STEPS", 40000);
