@@ -55,6 +55,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/node/lock_query.h
     glissa/node/node.h
     glissa/node/node_event.h
+    glissa/utils/utils.h
     glissa/filter/curve_filter.h
     glissa/filter/data_filter.h
     glissa/filter/filter.h

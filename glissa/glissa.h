@@ -29,3 +29,4 @@
 #include "glissa/node/node.h"
 #include "glissa/node/node_event.h"
 #include "glissa/settings/settings.h"
+#include "glissa/utils/utils.h"

@@ -211,16 +211,9 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
     if (isNew) {
         left.mDerivative = right.mDerivative = EvaluateLeftDerivative(time, nullptr);
         if (isWeighted) {
-            const KTime gap = KeyGetTime(lo + 1) - KeyGetTime(lo);
-            const WeightedSegment segment = {KeyGetValue(lo),
-                                             KeyGetValue(lo + 1),
-                                             static_cast<float>(gap.GetSecondDouble()),
-                                             around.loRight.mDerivative,
-                                             around.hiLeft.mDerivative,
-                                             around.loRight.mWeight,
-                                             around.hiLeft.mWeight};
             const double t = TimeFraction(KeyGetTime(lo), time, KeyGetTime(lo + 1));
-            weights = SplitWeightedSegment(segment, t, value, left.mDerivative);
+            weights =
+                SplitWeightedSegment(WeightedSegmentBehind(*this, lo), t, value, left.mDerivative);
         }
         index = KeyAdd(time, MakeKey(request, time, value, around), pLast);
     } else {

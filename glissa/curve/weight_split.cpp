@@ -5,6 +5,7 @@
 
 #include "glissa/curve/bezier.h"
 #include "glissa/curve/key_weight.h"
+#include "glissa/curve/segment_search.h"
 
 #include <algorithm>
 #include <cmath>
@@ -124,4 +125,30 @@ SplitWeights SplitWeightedSegment(const WeightedSegment& pSegment, double pT, fl
     LimitWeights({pSegment, pT, 1.0 - pT, second}, weights.right, weights.lastLeft);
     return {weights.firstRight + kHalfStep, weights.left + kHalfStep, weights.right + kHalfStep,
             weights.lastLeft + kHalfStep};
+}
+
+WeightedSegment WeightedSegmentBehind(Glissa& pCurve, int pIndex)
+{
+    const KTime gap = pCurve.KeyGetTime(pIndex + 1) - pCurve.KeyGetTime(pIndex);
+    return {pCurve.KeyGetValue(pIndex),
+            pCurve.KeyGetValue(pIndex + 1),
+            static_cast<float>(gap.GetSecondDouble()),
+            pCurve.KeyGetRightDerivative(pIndex),
+            pCurve.KeyGetLeftDerivative(pIndex + 1),
+            pCurve.KeyGetRightTangeantWeight(pIndex),
+            pCurve.KeyGetLeftTangeantWeight(pIndex + 1)};
+}
+
+std::optional<SplitWeights> SplitSegmentBehind(Glissa& pCurve, int pIndex, KTime pTime)
+{
+    const bool isCubic = pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic;
+    if (!isCubic || pCurve.KeyGetTangeantMode(pIndex, false) == eTangentTCB ||
+        (!pCurve.KeyIsRightTangeantWeighted(pIndex) &&
+         !pCurve.KeyIsLeftTangeantWeighted(pIndex + 1))) {
+        return std::nullopt;
+    }
+    const double t = TimeFraction(pCurve.KeyGetTime(pIndex), pTime, pCurve.KeyGetTime(pIndex + 1));
+    return SplitWeightedSegment(WeightedSegmentBehind(pCurve, pIndex), t,
+                                pCurve.Evaluate(pTime, nullptr),
+                                pCurve.EvaluateLeftDerivative(pTime, nullptr));
 }

@@ -3,6 +3,10 @@
 // Not for hosts: a weighted segment cut in two.
 #pragma once
 
+#include "glissa/curve/curve.h"
+
+#include <optional>
+
 /// A weighted cubic segment. The right side is that of its first key, the left that of its last.
 struct WeightedSegment
 {
@@ -29,3 +33,9 @@ struct SplitWeights
 /// a weight beyond the limit takes the limit, and on its other side the weight that then fits best.
 SplitWeights SplitWeightedSegment(const WeightedSegment& pSegment, double pT, float pValue,
                                   float pSlope);
+
+/// The segment behind a key, which has a next one.
+WeightedSegment WeightedSegmentBehind(Glissa& pCurve, int pIndex);
+
+/// Cuts the segment behind a key at a time strictly inside it. Nothing where it is not weighted.
+std::optional<SplitWeights> SplitSegmentBehind(Glissa& pCurve, int pIndex, KTime pTime);

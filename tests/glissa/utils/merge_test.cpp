@@ -1,0 +1,100 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/utils/utils.h"
+#include "tests/support/span_test.h"
+
+#include <cmath>
+
+namespace
+{
+using Merging = SpanTest;
+
+// Kinds whose slopes can be held at a seam: no TCB tangent, and none without a name.
+bool CanBeHeld(std::uint32_t pFlags)
+{
+    return (pFlags & kRefTcb) == 0 && (pFlags & 0xF) != kRefCustom && (pFlags & 0xF00) != 0 &&
+           (pFlags & 0xF) != 0 && ((pFlags & 0xF) == kRefCubic || (pFlags & 0x6000) == 0);
+}
+
+// The greatest distance of two curves before and after a span.
+double DistanceOutside(Glissa& pLeft, Glissa& pRight, KTime pFrom, KTime pTo)
+{
+    double distance = 0.0;
+    for (int i = -10; i <= 310; ++i) {
+        const KTime time = Seconds(i / 100.0);
+        if (time <= pFrom || time >= pTo) {
+            const double off = pLeft.Evaluate(time, nullptr) - pRight.Evaluate(time, nullptr);
+            distance = std::max(distance, std::fabs(off));
+        }
+    }
+    return distance;
+}
+
+// Samples of a curve, of its own kinds and of one kind, are put back in place of a span. Every pair
+// of kinds is cut in every segment and on every key.
+TEST_F(Merging, TheFirstCurveKeepsItsValuesOutsideTheSpan)
+{
+    int cuts = 0;
+    for (const std::uint32_t previous : MuseumKinds()) {
+        for (const std::uint32_t key : MuseumKinds()) {
+            if (!CanBeHeld(previous) || !CanBeHeld(key)) {
+                continue;
+            }
+            const CurveHandle first = ToGlissa(MuseumTangentPair(previous, key));
+            for (int cut = 0; cut < 75; ++cut) {
+                const int form = cut / 25;
+                const KTime from = Seconds(cut % 5 * 0.5 + cut % 25 / 5 * 0.1);
+                const KTime to = from + Seconds(0.25 + 0.25 * (cut % 3));
+                const CurveHandle second(GlissaCreate());
+                const CurveHandle result(GlissaCreate());
+                if (form == 0) {
+                    GlissaUtils::Resample(*first, *second, from, to, Seconds(0.1), true);
+                } else {
+                    GlissaUtils::Resample(*first, *second, from, to, Seconds(0.1),
+                                          eInterpolationCubic,
+                                          form == 1 ? eTangentAuto : eTangentUser, true);
+                }
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << previous << " " << key << " cut " << std::dec << cut);
+                GlissaUtils::Merge(*first, *second, *result);
+                EXPECT_LE(DistanceOutside(*first, *result, from, to), 1e-5);
+                ++cuts;
+            }
+        }
+    }
+    EXPECT_GT(cuts, 5000);
+}
+
+TEST_F(Merging, KeysAwayFromTheSeamsAreThoseOfTheTwoCurves)
+{
+    const CurveHandle first = ToGlissa(MuseumCurve("tcb corners"));
+    const CurveHandle second = MakeCurve({{1.75, 1.0f}, {2.0, 5.0f}, {4.0, 2.0f}});
+    const CurveHandle result(first->Copy());
+    GlissaUtils::Merge(*result, *second, *result);
+    ASSERT_EQ("0:0 1:5 1.5:2 1.75:1 2:5 4:2 5:0 6:3 ", KeysOf(*result));
+    for (const auto& [merged, source] : {std::pair{0, 0}, {1, 1}, {2, 2}, {7, 6}}) {
+        EXPECT_TRUE(HasSameKey(*result, merged, *first, source)) << merged;
+    }
+    EXPECT_TRUE(HasSameKey(*result, 4, *second, 1));
+    // The last key continues a TCB segment with its parameters.
+    EXPECT_EQ(eTangentTCB, result->KeyGetTangeantMode(5, false));
+    EXPECT_EQ(-1.0f, result->KeyGet(5).GetDataFloat(eDataTCBBias));
+}
+
+TEST_F(Merging, AnEmptyCurveOrOneThatIsCoveredLeavesTheOther)
+{
+    const CurveHandle inner = MakeCurve({{1.0, 1.0f}, {2.0, 2.0f}});
+    const CurveHandle outer = MakeCurve({{0.0, 5.0f}, {2.0, 6.0f}});
+    const CurveHandle empty = MakeCurve({});
+    const CurveHandle result = MakeCurve({{9.0, 9.0f}});
+    GlissaUtils::Merge(*empty, *empty, *result);
+    EXPECT_EQ("9:9 ", KeysOf(*result));
+    GlissaUtils::Merge(*inner, *outer, *result);
+    EXPECT_EQ("0:5 2:6 ", KeysOf(*result));
+    GlissaUtils::Merge(*inner, *empty, *result);
+    EXPECT_EQ("1:1 2:2 ", KeysOf(*result));
+    GlissaUtils::Merge(*outer, *inner, *result);
+    EXPECT_EQ("0:5 1:1 2:2 ", KeysOf(*result));
+}
+}  // namespace
