@@ -59,4 +59,6 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/curve_filter.h
     glissa/filter/data_filter.h
     glissa/filter/filter.h
-    glissa/filter/offset.h)
+    glissa/filter/gaussian.h
+    glissa/filter/offset.h
+    glissa/filter/smooth.h)

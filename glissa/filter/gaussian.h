@@ -1,0 +1,52 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "glissa/filter/curve_filter.h"
+
+/// Smooths a curve by a normalised Gaussian, without delay. Keys keep their times and kinds; the
+/// value of each key of the span becomes the weighted mean of the curve around it.
+///
+/// A wave of frequency f keeps the share exp(-2 (pi f d)^2) of its amplitude, where d is the
+/// standard deviation: a half at 0.187 / d hertz. Constant curves stay the same and straight lines
+/// stay straight.
+///
+/// In front of the first key and behind the last one the curve continues as its mirror image, so
+/// it arrives flat at both ends: a curve that ends with a slope of s moves there by up to
+/// 0.8 s d towards its inside. A span that ends five deviations before leaves such an end alone.
+/// Extrapolation is not looked at.
+///
+/// Slopes of user tangents become the same weighted mean of the slopes around the key, which is the
+/// slope of the smoothed curve; weights stay. Automatic and TCB tangents follow the new values,
+/// also those of the keys next to the span.
+///
+/// Each value is the mean of 1 + 2 ceil(5 d r) samples, r a second. Where keys lie a whole number
+/// of sample periods apart, samples are shared, and a key costs as many evaluations as there are
+/// sample periods to the next key; otherwise each key has samples of its own.
+class GLISSA_API GlissaFilterGaussian : public KClassFrame<GlissaFilterGaussian, GlissaCurveFilter>
+{
+public:
+    static constexpr char kClassName[] = "GlissaFilterGaussian";
+
+    GlissaFilterGaussian();
+    void Reset() override;
+
+    /// In seconds, above 0; one frame of the default time mode by default.
+    double GetStandardDeviation() const { return mStandardDeviation; }
+    void SetStandardDeviation(double pSeconds) { mStandardDeviation = pSeconds; }
+    /// Samples of the curve a second; four a frame of the default time mode by default. Fewer than
+    /// one a deviation leave the curve nearly as it is.
+    double GetSamplingRate() const { return mSamplingRate; }
+    void SetSamplingRate(double pRate) { mSamplingRate = pRate; }
+
+private:
+    EGlissaFilterAnswer Examine(Glissa& pCurve) override;
+    bool Change(Glissa& pCurve) override;
+    KTime SamplePeriod() const;
+    double DeviationInSamples() const;
+
+    double mStandardDeviation;
+    double mSamplingRate;
+};
+
+extern template class KClassFrame<GlissaFilterGaussian, GlissaCurveFilter>;
