@@ -51,7 +51,7 @@ std::ostream& operator<<(std::ostream& pStream, const HeardEvent& pEvent)
 }
 
 EditCheck::EditCheck(Glissa& pCurve)
-    : mCurve(pCurve), mValue(pCurve.GetValue()), mUpdateId(pCurve.GetUpdateId())
+    : mCurve(pCurve), mEvents(pCurve), mValue(pCurve.GetValue()), mUpdateId(pCurve.GetUpdateId())
 {
     for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
         mKeys.push_back(pCurve.KeyGet(i));
@@ -62,21 +62,35 @@ EditCheck::EditCheck(Glissa& pCurve)
             }
         }
     }
+}
+
+EventRecorder::EventRecorder(Glissa& pCurve, Reaction pThen)
+    : mCurve(&pCurve), mThen(std::move(pThen))
+{
     pCurve.CallbackRegister(Hear, this);
 }
 
-EditCheck::~EditCheck()
+EventRecorder::~EventRecorder()
 {
-    mCurve.CallbackUnregister(Hear, this);
+    if (mCurve) {
+        mCurve->CallbackUnregister(Hear, this);
+    }
 }
 
-void EditCheck::Hear(Glissa*, GlissaEvent* pEvent, void* pObject)
+void EventRecorder::Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject)
 {
-    static_cast<EditCheck*>(pObject)->mHeard.push_back(
+    auto* self = static_cast<EventRecorder*>(pObject);
+    self->mHeard.push_back(
         {pEvent->GetType(), pEvent->GetFirstKey(), pEvent->GetLastKey(), pEvent->GetEventCount()});
+    if ((pEvent->GetType() & eEventDestroy) != 0) {
+        self->mCurve = nullptr;
+    }
+    if (self->mThen) {
+        self->mThen(pCurve, pEvent);
+    }
 }
 
-HeardEvent EditCheck::Folded() const
+HeardEvent EventRecorder::Folded() const
 {
     HeardEvent all;
     for (const HeardEvent& each : mHeard) {
@@ -201,7 +215,7 @@ void CheckPages(const Glissa& pCurve, std::ostream& pFaults)
 }
 }  // namespace
 
-std::string CheckBooks(std::span<Glissa* const> pCurves)
+std::string CheckBooks(const std::vector<const Glissa*>& pCurves)
 {
     std::ostringstream faults;
     std::map<const KPriFCurveKeyAttr*, std::uint32_t> uses = {{GlissaDefaultKeyAttr, 1}};

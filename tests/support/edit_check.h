@@ -5,7 +5,7 @@
 
 #include "glissa/curve/curve.h"
 
-#include <span>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,26 +21,43 @@ struct HeardEvent
 };
 std::ostream& operator<<(std::ostream& pStream, const HeardEvent& pEvent);
 
+/// Records the events of a curve, one entry a call, while it lives.
+class EventRecorder
+{
+public:
+    using Reaction = std::function<void(Glissa*, GlissaEvent*)>;
+
+    explicit EventRecorder(Glissa& pCurve, Reaction pThen = {});
+    EventRecorder(const EventRecorder&) = delete;
+    EventRecorder& operator=(const EventRecorder&) = delete;
+    ~EventRecorder();
+
+    const std::vector<HeardEvent>& Heard() const { return mHeard; }
+    /// The union of all calls.
+    HeardEvent Folded() const;
+
+private:
+    static void Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject);
+
+    Glissa* mCurve;  // null when it has ended
+    Reaction mThen;
+    std::vector<HeardEvent> mHeard;
+};
+
 /// Notes a curve before an edit and listens; afterwards holds what differs against what was posted,
 /// and what does not differ against what it evaluated to.
 class EditCheck
 {
 public:
     explicit EditCheck(Glissa& pCurve);
-    EditCheck(const EditCheck&) = delete;
-    EditCheck& operator=(const EditCheck&) = delete;
-    ~EditCheck();
-
     /// What the edit got wrong, or nothing: a key that differs outside the span posted or in a way
     /// not posted, a count or default value that changed unheard, an update id that did not move
     /// by one a post, a segment away from the change whose value changed.
     ///
     /// pReinserted  keys that the edit may have taken out and put in again.
     std::string Verify(int pReinserted = 1);
-    /// Everything heard so far, one entry a call.
-    const std::vector<HeardEvent>& Heard() const { return mHeard; }
-    /// The union of all calls.
-    HeardEvent Folded() const;
+    const std::vector<HeardEvent>& Heard() const { return mEvents.Heard(); }
+    HeardEvent Folded() const { return mEvents.Folded(); }
 
 private:
     struct Sample
@@ -49,17 +66,15 @@ private:
         float value;
     };
 
-    static void Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject);
-
     Glissa& mCurve;
+    EventRecorder mEvents;
     std::vector<GlissaKey> mKeys;
     std::vector<Sample> mSamples;
     float mValue;
     int mUpdateId;
-    std::vector<HeardEvent> mHeard;
 };
 
 /// What is wrong with the books of curves that together hold every attribute block in use: counts
 /// of references, order of times, records behind the count, page table and page index. Nothing if
 /// all is well.
-std::string CheckBooks(std::span<Glissa* const> pCurves);
+std::string CheckBooks(const std::vector<const Glissa*>& pCurves);

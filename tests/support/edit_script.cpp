@@ -590,7 +590,7 @@ std::string EditScript::Step()
         }
     }
     if (mChoices.Below(4) == 0) {
-        std::vector<Glissa*> all = {copy.get()};
+        std::vector<const Glissa*> all = {copy.get()};
         for (std::size_t i = 0; i < 3; ++i) {
             all.push_back(mCurves[i].curve.get());
             all.push_back(before[i].get());

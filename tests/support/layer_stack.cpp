@@ -5,137 +5,18 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace
 {
-constexpr int kAxes[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 2, 0}, {1, 0, 2}, {2, 0, 1}, {2, 1, 0}};
-constexpr double kDegrees = 180.0 / std::numbers::pi;
-
-struct AxisAngle
+// The power of a rotation as blending defines it: a turn below half a degree stays whole.
+RefRotation Power(const RefRotation& pRotation, double pWeight)
 {
-    std::array<double, 3> axis;
-    double angle;  // 0 to pi
-};
-
-// By the antisymmetric part where the turn is clearly below a half turn, else by the symmetric one.
-AxisAngle AxisAngleOf(const RefRotation& pRotation)
-{
-    const auto& m = pRotation.m;
-    std::array<double, 3> axis = {m[2][1] - m[1][2], m[0][2] - m[2][0], m[1][0] - m[0][1]};
-    const double twice_sine = std::hypot(axis[0], axis[1], axis[2]);
-    const double twice_cosine = m[0][0] + m[1][1] + m[2][2] - 1.0;
-    const double angle = std::atan2(twice_sine, twice_cosine);
-    if (angle > 3.0) {
-        const double versine = 1.0 - std::cos(angle);
-        const std::array<double, 3> sign = axis;
-        for (int i = 0; i < 3; ++i) {
-            const double square = (m[i][i] - std::cos(angle)) / versine;
-            axis[static_cast<std::size_t>(i)] = std::sqrt(std::max(square, 0.0));
-        }
-        // Signs by the products with the largest component, and that one's by the sine part.
-        const auto most =
-            static_cast<std::size_t>(std::max_element(axis.begin(), axis.end()) - axis.begin());
-        for (std::size_t i = 0; i < 3; ++i) {
-            if (i != most && m[i][most] + m[most][i] < 0.0) {
-                axis[i] = -axis[i];
-            }
-        }
-        if (sign[most] < 0.0) {
-            for (double& each : axis) {
-                each = -each;
-            }
-        }
-        return {axis, angle};
+    if (1.0L - std::cos(pRotation.Angle() / RefRotation::kDegrees / 2) <= 1e-5L) {
+        return std::fabs(pWeight) <= 1e-6 ? RefRotation() : pRotation;
     }
-    for (double& each : axis) {
-        each = twice_sine > 0.0 ? each / twice_sine : 0.0;
-    }
-    return {axis, angle};
-}
-
-// Rodrigues' formula.
-RefRotation OfAxisAngle(const AxisAngle& pTurn)
-{
-    const double s = std::sin(pTurn.angle);
-    const double v = 1.0 - std::cos(pTurn.angle);
-    const auto [x, y, z] = pTurn.axis;
-    RefRotation r;
-    r.m[0][0] = 1.0 - v * (y * y + z * z);
-    r.m[1][1] = 1.0 - v * (x * x + z * z);
-    r.m[2][2] = 1.0 - v * (x * x + y * y);
-    r.m[0][1] = v * x * y - s * z;
-    r.m[1][0] = v * x * y + s * z;
-    r.m[0][2] = v * x * z + s * y;
-    r.m[2][0] = v * x * z - s * y;
-    r.m[1][2] = v * y * z - s * x;
-    r.m[2][1] = v * y * z + s * x;
-    return r;
+    return pRotation.Part(pWeight);
 }
 }  // namespace
-
-RefRotation operator*(const RefRotation& pLeft, const RefRotation& pRight)
-{
-    RefRotation r;
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
-            r.m[i][j] = 0.0;
-            for (int k = 0; k < 3; ++k) {
-                r.m[i][j] += pLeft.m[i][k] * pRight.m[k][j];
-            }
-        }
-    }
-    return r;
-}
-
-RefRotation RefRotation::OfAngles(const double* pAngles, int pOrder)
-{
-    RefRotation r;
-    for (const int axis : kAxes[pOrder]) {
-        AxisAngle turn{{0, 0, 0}, pAngles[axis] / kDegrees};
-        turn.axis[static_cast<std::size_t>(axis)] = 1.0;
-        r = OfAxisAngle(turn) * r;
-    }
-    return r;
-}
-
-RefRotation RefRotation::Inverse() const
-{
-    RefRotation r;
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
-            r.m[i][j] = m[j][i];
-        }
-    }
-    return r;
-}
-
-RefRotation RefRotation::Power(double pWeight) const
-{
-    AxisAngle turn = AxisAngleOf(*this);
-    if (1.0 - std::cos(turn.angle / 2.0) <= 1e-5) {
-        return std::fabs(pWeight) <= 1e-6 ? RefRotation() : *this;
-    }
-    turn.angle *= pWeight;
-    return OfAxisAngle(turn);
-}
-
-double RefRotation::Angle() const
-{
-    return AxisAngleOf(*this).angle * kDegrees;
-}
-
-RefRotation RefSlerp(const RefRotation& pFrom, const RefRotation& pTo, double pRatio)
-{
-    AxisAngle turn = AxisAngleOf(pFrom.Inverse() * pTo);
-    turn.angle *= pRatio;
-    return pFrom * OfAxisAngle(turn);
-}
-
-double RefDistance(const RefRotation& pLeft, const RefRotation& pRight)
-{
-    return (pLeft.Inverse() * pRight).Angle();
-}
 
 LayerStack::LayerStack(std::mt19937& pRandom, bool pPositive)
 {
@@ -255,13 +136,13 @@ RefRotation LayerStack::Rotation(int pFirst, int pLast) const
         }
         switch (layer.info.mMode) {
         case eLayerModeAdditive:
-            result = result * v.Power(w);
+            result = result * Power(v, w);
             break;
         case eLayerModeOverride:
-            result = v.Power(w);
+            result = Power(v, w);
             break;
         case eLayerModeOverridePassthrough:
-            result = RefSlerp(result, v, w);
+            result = result * (result.Inverse() * v).Part(w);
             break;
         }
     }

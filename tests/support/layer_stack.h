@@ -4,30 +4,11 @@
 #pragma once
 
 #include "tests/support/node_stubs.h"
+#include "tests/support/ref_rotation.h"
 
 #include <array>
 #include <random>
 #include <vector>
-
-// A rotation as a plain matrix of doubles: worked out from its definition, one turn about an axis
-// after the other, and without the library.
-struct RefRotation
-{
-    double m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-
-    /// Angles in degrees; orders 0 to 5 are XYZ XZY YZX YXZ ZXY ZYX, the first axis turning first.
-    static RefRotation OfAngles(const double* pAngles, int pOrder);
-    RefRotation Inverse() const;
-    /// The part pWeight of the shortest turn; a turn below half a degree stays whole unless the
-    /// weight is 0, as the power of a rotation is defined.
-    RefRotation Power(double pWeight) const;
-    /// The shortest turn in degrees.
-    double Angle() const;
-    friend RefRotation operator*(const RefRotation& pLeft, const RefRotation& pRight);
-};
-RefRotation RefSlerp(const RefRotation& pFrom, const RefRotation& pTo, double pRatio);
-/// Degrees between two rotations.
-double RefDistance(const RefRotation& pLeft, const RefRotation& pRight);
 
 // A channel of random type with random layers, and the plain evaluation of the blending tables.
 class LayerStack

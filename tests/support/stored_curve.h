@@ -3,7 +3,7 @@
 // For tests only, not installed.
 #pragma once
 
-#include "tests/support/museum.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/text_document.h"
 
 #include <gtest/gtest.h>
@@ -64,30 +64,11 @@ inline RefKey KeyOf(const Glissa& pCurve, int pIndex)
     return copy;
 }
 
-/// Every key in order, every block counted as often as keys point to it, no equal neighbours apart.
-inline void ExpectSound(const Glissa& pCurve)
-{
-    std::map<const KPriFCurveKeyAttr*, unsigned> pointers;
-    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
-        const KPriFCurveKeyAttr* block = pCurve.InternalPriKeyAttrGetPtr(i);
-        ASSERT_NE(nullptr, block);
-        ++pointers[block];
-        if (i > 0) {
-            EXPECT_LT(pCurve.KeyGetTime(i - 1), pCurve.KeyGetTime(i)) << "key " << i;
-            const KPriFCurveKeyAttr* before = pCurve.InternalPriKeyAttrGetPtr(i - 1);
-            EXPECT_FALSE(before != block && *before == *block) << "key " << i;
-        }
-    }
-    for (const auto& [block, count] : pointers) {
-        EXPECT_EQ(count + (block == GlissaDefaultKeyAttr ? 1 : 0), block->mReferenceCount);
-    }
-}
-
 /// pSlotsOfLines  false: the slots of lines and steps, which mean nothing, may hold anything.
 inline void ExpectKeys(const Glissa& pCurve, const std::vector<RefKey>& pKeys,
                        bool pSlotsOfLines = true)
 {
-    ExpectSound(pCurve);
+    EXPECT_EQ("", CheckBooks({&pCurve}));
     ASSERT_EQ(static_cast<int>(pKeys.size()), pCurve.KeyGetCount());
     for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
         const RefKey& expected = pKeys[static_cast<std::size_t>(i)];
@@ -96,6 +77,9 @@ inline void ExpectKeys(const Glissa& pCurve, const std::vector<RefKey>& pKeys,
             std::copy_n(expected.slots, 2, key.slots);
         }
         EXPECT_EQ(TextOf(expected), TextOf(key)) << "key " << i;
+        const KPriFCurveKeyAttr* block = pCurve.InternalPriKeyAttrGetPtr(i);
+        const KPriFCurveKeyAttr* before = pCurve.InternalPriKeyAttrGetPtr(std::max(i - 1, 0));
+        EXPECT_FALSE(block != before && *block == *before) << "key " << i << " shares no block";
     }
 }
 
@@ -133,12 +117,4 @@ inline CurveHandle Retrieved(KTdf& pTdf, bool pOnlyDefaults = false, bool pWithC
     return curve;
 }
 
-class CurveStore : public testing::Test
-{
-protected:
-    void TearDown() override
-    {
-        EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
-        EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
-    }
-};
+using CurveStore = CurveTest;

@@ -2,85 +2,34 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// The second road of the rotation tests: turns about an axis by the formula of Rodrigues, composed
-// in long double, without any of the library's own formulas.
+// Rotations of the library against those of ref_rotation.h, and angles to test them with.
 
 #include "corvekit/math/rotation_order.h"
+#include "tests/support/ref_rotation.h"
 
-#include <array>
 #include <cfloat>
 #include <cmath>
 #include <numbers>
 #include <random>
 
-using ExactMatrix = std::array<std::array<long double, 3>, 3>;  // rows
-
-inline ExactMatrix ExactTurn(const std::array<long double, 3>& pUnitAxis, long double pDegrees)
-{
-    const long double radians =
-        std::fmod(pDegrees, 360.0L) * (std::numbers::pi_v<long double> / 180.0L);
-    const long double s = std::sin(radians);
-    const long double c = std::cos(radians);
-    const auto& a = pUnitAxis;
-    const ExactMatrix cross = {{{0, -a[2], a[1]}, {a[2], 0, -a[0]}, {-a[1], a[0], 0}}};
-    ExactMatrix turn;
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (std::size_t j = 0; j < 3; ++j) {
-            turn[i][j] = (i == j ? c : 0) + s * cross[i][j] + (1 - c) * a[i] * a[j];
-        }
-    }
-    return turn;
-}
-
-inline ExactMatrix ExactProduct(const ExactMatrix& pLeft, const ExactMatrix& pRight)
-{
-    ExactMatrix product{};
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (std::size_t j = 0; j < 3; ++j) {
-            for (std::size_t k = 0; k < 3; ++k) {
-                product[i][j] += pLeft[i][k] * pRight[k][j];
-            }
-        }
-    }
-    return product;
-}
-
-inline ExactMatrix ExactEuler(const KgeRVector& pAngles, int pOrder)
-{
-    ExactMatrix result = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
-    for (const int axis : KmEulerAxis[pOrder]) {
-        std::array<long double, 3> unit{};
-        unit[static_cast<std::size_t>(axis)] = 1;
-        result = ExactProduct(ExactTurn(unit, pAngles[axis]), result);
-    }
-    return result;
-}
-
 /// The largest difference between two elements, in epsilons.
-inline double EpsilonsApart(const KgeRMatrix& pMatrix, const ExactMatrix& pExact)
+inline double EpsilonsApart(const KgeRMatrix& pMatrix, const RefRotation& pExact)
 {
     long double largest = 0;
-    for (int row = 0; row < 3; ++row) {
-        for (int column = 0; column < 3; ++column) {
-            const long double exact =
-                pExact[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
-            const long double difference = std::fabs(pMatrix(row, column) - exact);
-            largest = difference <= largest ? largest : difference;  // NaN counts
-        }
+    for (int i = 0; i < 9; ++i) {
+        const long double difference = std::fabs(pMatrix(i / 3, i % 3) - pExact.m[i / 3][i % 3]);
+        largest = difference <= largest ? largest : difference;  // NaN counts
     }
     return static_cast<double>(largest / DBL_EPSILON);
 }
 
 inline double EpsilonsApart(const KgeRMatrix& pLeft, const KgeRMatrix& pRight)
 {
-    ExactMatrix exact{};
-    for (int row = 0; row < 3; ++row) {
-        for (int column = 0; column < 3; ++column) {
-            exact[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)] =
-                pRight(row, column);
-        }
+    RefRotation right;
+    for (int i = 0; i < 9; ++i) {
+        right.m[i / 3][i % 3] = pRight(i / 3, i % 3);
     }
-    return EpsilonsApart(pLeft, exact);
+    return EpsilonsApart(pLeft, right);
 }
 
 /// Angles as animation has them, and as it breaks: anything, right angles, and closely beside.

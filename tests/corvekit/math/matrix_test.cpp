@@ -70,9 +70,9 @@ TEST(Power, TurnsTheSameAxisByAMultipleOfTheShortWay)
         for (const double exponent : {0.0, 1.0, -1.0, 0.5, 1e-3, 2.0, 3.7}) {
             const double allowed = exponent == 1.0 || exponent == -1.0 ? 60.0 : bound;
             const long double length = std::hypot(axis[0], axis[1], axis[2]);
-            const ExactMatrix exact =
-                ExactTurn({axis[0] / length, axis[1] / length, axis[2] / length},
-                          static_cast<long double>(angle) * exponent);
+            const RefRotation exact =
+                RefRotation::OfTurn({axis[0] / length, axis[1] / length, axis[2] / length},
+                                    static_cast<long double>(angle) * exponent);
             ASSERT_LE(EpsilonsApart(m.Power(exponent), exact), allowed) << exponent;
         }
         const KgeRMatrix root = m.Power(0.5);

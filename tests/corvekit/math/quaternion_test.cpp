@@ -39,9 +39,10 @@ TEST(Quaternion, IsTheRotationOfItsMatrixWhateverItsLength)
             q.Normalize();
         }
         const long double sine = std::hypot(q[0], q[1], q[2]);
-        const ExactMatrix exact = ExactTurn({q[0] / sine, q[1] / sine, q[2] / sine},
-                                            2 * std::atan2(sine, static_cast<long double>(q[3])) *
-                                                180 / std::numbers::pi_v<long double>);
+        const RefRotation exact =
+            RefRotation::OfTurn({q[0] / sine, q[1] / sine, q[2] / sine},
+                                2 * std::atan2(sine, static_cast<long double>(q[3])) * 180 /
+                                    std::numbers::pi_v<long double>);
         // The second road knows the sine as a double: a relative half epsilon in each of two axis
         // components, and two in the angle.
         const KgeRMatrix m(q);

@@ -188,21 +188,6 @@ TEST(CurveAnalysis, SampledDataIsGuessedByDistancesAndKinds)
     EXPECT_EQ(0, curve->GuessWasData(nullptr, nullptr));
 }
 
-TEST(CurveAnalysis, PlottedNormalsAreAutomaticKeysWithoutParameters)
-{
-    const std::uint32_t plain = kRefCubic | kRefAuto;
-    EXPECT_FALSE(KeysAt({})->NormalsSeemsToComeFromAPlot());
-    EXPECT_FALSE(KeysAt({0})->NormalsSeemsToComeFromAPlot());
-    EXPECT_TRUE(KeysAt({0, 1})->NormalsSeemsToComeFromAPlot());
-    EXPECT_FALSE(KeysAt({0, 1}, plain | kRefBreak)->NormalsSeemsToComeFromAPlot());
-    EXPECT_FALSE(KeysAt({0, 1}, kRefConstant | kRefConstantNext)->NormalsSeemsToComeFromAPlot());
-    const CurveHandle curve = KeysAt({0, 1, 2});
-    curve->KeySetRightAuto(1, 5.0f);
-    EXPECT_TRUE(curve->NormalsSeemsToComeFromAPlot());
-    curve->KeySetDataDouble(2, eDataNextLeftSlope, 5.0f);
-    EXPECT_FALSE(curve->NormalsSeemsToComeFromAPlot());
-}
-
 TEST(CurveAnalysis, PeriodsAreTheGapsOfNeighbours)
 {
     constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();

@@ -6,9 +6,7 @@
 
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/ext/custom_tangent_manager.h"
-#include "tests/support/museum.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/curve_test.h"
 
 #include <cmath>
 #include <tuple>
@@ -16,24 +14,11 @@
 
 namespace
 {
-KTime Seconds(double pSeconds)
-{
-    return KTime::FromSeconds(pSeconds);
-}
-
 CurveHandle ThreeKeys(std::uint32_t pFlags)
 {
-    RefCurve curve;
-    for (const float each : {0.0f, 4.0f, 1.0f}) {
-        RefKey key;
-        key.time = Seconds(curve.Count()).Get();
-        key.value = each;
-        key.flags = pFlags;
-        key.slots[0] = 0.25f;
-        key.slots[1] = 0.5f;
-        curve.keys.push_back(key);
-    }
-    return ToGlissa(curve);
+    return MakeCurve({{0.0, 0.0f, 0.25f, 0.5f, pFlags},
+                      {1.0, 4.0f, 0.25f, 0.5f, pFlags},
+                      {2.0, 1.0f, 0.25f, 0.5f, pFlags}});
 }
 
 TEST(Candidate, HoldsOneValueUntilAKeyChanges)
@@ -56,44 +41,6 @@ TEST(Candidate, HoldsOneValueUntilAKeyChanges)
     EXPECT_EQ(1.0, curve->CandidateEvaluate(KTime::Infinite(), &hint));
     EXPECT_FALSE(curve->IsCandidate());
     EXPECT_FALSE(curve->CandidateKey(&hint, eInterpolationLinear, 0, eContinuityDefault, true));
-
-    const std::pair<const char*, void (*)(Glissa&)> changes[] = {
-        {"value", [](Glissa& c) { c.KeySetValue(0, 0.0f); }},
-        {"time", [](Glissa& c) { c.KeySetTime(0, Seconds(-0.5)); }},
-        {"data", [](Glissa& c) { c.KeySetDataDouble(0, eDataRightSlope, 7.0f); }},
-        {"selection", [](Glissa& c) { c.KeySetSelected(0, true); }},
-        {"selection of all", [](Glissa& c) { c.KeySelectAll(); }},
-        {"mark", [](Glissa& c) { c.KeySetMarkedForManipulation(0, true); }},
-        {"append", [](Glissa& c) { c.KeyAppendFast(Seconds(9.0), 0.0f); }},
-        {"refused", [](Glissa& c) { c.KeySet(0, Seconds(5.0), 0.0f, 4, 0); }},
-        {"removal", [](Glissa& c) { c.KeyRemove(0); }},
-        {"clear", [](Glissa& c) { c.KeyClear(); }},
-    };
-    for (const auto& [name, change] : changes) {
-        // At once, and not at the end of a bracket around it, which ends one by itself.
-        const CurveHandle changed = ThreeKeys(kRefLinear);
-        {
-            const KeyModifyBracket bracket(*changed);
-            changed->CandidateSet(Seconds(0.5), 3.0);
-            change(*changed);
-            EXPECT_FALSE(changed->IsCandidate()) << name;
-            changed->CandidateSet(Seconds(0.5), 3.0);
-        }
-        EXPECT_FALSE(changed->IsCandidate()) << name;
-    }
-}
-
-TEST(Candidate, EndsWhereKeyAttrSetChangesAKey)
-{
-    const CurveHandle curve = ThreeKeys(kRefLinear);
-    curve->CandidateSet(Seconds(0.5), 3.0);
-    curve->KeyAttrSet(1, *curve->InternalPriKeyAttrGetPtr(0));  // equal: no change
-    EXPECT_TRUE(curve->IsCandidate());
-    curve->KeyAttrSet(1, *GlissaDefaultKeyAttr);
-    EXPECT_FALSE(curve->IsCandidate());
-    curve->CandidateSet(Seconds(0.5), 3.0);
-    curve->KeyAttrSet(3, *GlissaDefaultKeyAttr);  // a key more
-    EXPECT_FALSE(curve->IsCandidate());
 }
 
 TEST(CandidateKey, FindsTheKeyWithinTheTolerance)
@@ -231,22 +178,6 @@ TEST(CandidateKey, EndTangentsRunOnIntoANewEndSegment)
     }
 }
 
-// A linear or custom end key has a slope that a new segment beside it starts with, too.
-TEST(CandidateKey, EndSlopesThatAreNotCubicRunOnToo)
-{
-    const CurveHandle linear = ThreeKeys(kRefLinear);
-    linear->CandidateSet(Seconds(-1.0), 8.0);
-    linear->CandidateKey(nullptr, eInterpolationCubic, eTangentUser, eContinuityDefault, true);
-    EXPECT_EQ(4.0f, linear->KeyGetRightDerivative(1));
-    EXPECT_EQ(4.0f, linear->KeyGetLeftDerivative(1));
-    const CurveHandle custom = ThreeKeys(kRefCustom | 0x100);
-    custom->KeySetDataDouble(2, eDataRightSlope, 7.0f);  // which nothing follows at the end
-    custom->CandidateSet(Seconds(3.0), 8.0);
-    custom->CandidateKey(nullptr, eInterpolationCubic, eTangentUser, eContinuityDefault, true);
-    EXPECT_EQ(0.5f, custom->KeyGetLeftDerivative(2));
-    EXPECT_EQ(0.5f, custom->KeyGetRightDerivative(2));
-}
-
 TEST(CandidateKey, WithoutOverrideAKeyTakesTimeAndValueAndNoMore)
 {
     for (const std::uint32_t flags : MuseumKinds()) {
@@ -254,16 +185,11 @@ TEST(CandidateKey, WithoutOverrideAKeyTakesTimeAndValueAndNoMore)
         const CurveHandle curve = ThreeKeys(flags);
         const CurveHandle old = ThreeKeys(flags);
         const KPriFCurveKeyAttr* const block = curve->InternalPriKeyAttrGetPtr(1);
-        int type = 0;
-        const auto listen = [](Glissa*, GlissaEvent* pEvent, void* pType) {
-            *static_cast<int*>(pType) |= pEvent->GetType();
-        };
-        curve->CallbackRegister(listen, &type);
+        const EventRecorder events(*curve);
         curve->CandidateSet(Seconds(1.25), 9.0);
         EXPECT_TRUE(curve->CandidateKey(nullptr, eInterpolationLinear, 0, eContinuityDefault, false,
                                         KTime::Infinite(), 0.5));
-        curve->CallbackUnregister(listen, &type);
-        EXPECT_EQ(kGlissaEventValue | kGlissaEventTime, type) << std::hex << type;
+        EXPECT_EQ(kGlissaEventValue | kGlissaEventTime, events.Folded().type);
         EXPECT_EQ(Seconds(1.25), curve->KeyGetTime(1));
         for (int i = 0; i < 3; ++i) {
             EXPECT_TRUE(curve->KeyGet(i).GetAttributes() == old->KeyGet(i).GetAttributes());

@@ -1,7 +1,6 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "glissa/ext/invalid_key_manager.h"
 #include "tests/support/edit_check.h"
 #include "tests/support/museum.h"
 
@@ -33,8 +32,7 @@ class CurveEditing : public testing::Test
 protected:
     void TearDown() override
     {
-        Glissa* const curves[] = {mA.get(), mB.get()};
-        EXPECT_EQ("", CheckBooks(curves));
+        EXPECT_EQ("", CheckBooks({mA.get(), mB.get()}));
         mA.reset();
         mB.reset();
         EXPECT_EQ("", CheckBooks({}));
@@ -87,48 +85,6 @@ TEST_F(CurveEditing, KeyAddAddsOrReplacesAndPostsWhatItDid)
             EXPECT_EQ(each.key.GetValue(), mA->KeyGetValue(index));
         }
     }
-}
-
-TEST_F(CurveEditing, AKeyAddedByTimeAloneLiesOnTheCurve)
-{
-    mA->SetValue(4.0f);
-    EXPECT_EQ(0, mA->KeyAdd(KTime::FromSeconds(3)));
-    EXPECT_EQ(4.0f, mA->KeyGetValue(0));
-    EXPECT_EQ(kAuto, mA->KeyGet(0).GetAttributes().mFlags);
-    Fill(3);
-    const float expected = mA->Evaluate(KTime::FromSeconds(1.25), nullptr);
-    EXPECT_EQ(2, mA->KeyAdd(KTime::FromSeconds(1.25)));
-    EXPECT_EQ(expected, mA->KeyGetValue(2));
-}
-
-TEST_F(CurveEditing, KeysOfASourceShareItsBlockUntilOneChanges)
-{
-    Fill(3, kUser);
-    mA->KeySetSelected(1, true);
-    KPriFCurveKeyAttr* block = mA->InternalPriKeyAttrGetPtr(1);
-    mB->KeyAdd(KTime(5), mA.get(), 1);
-    mB->KeyAdd(KTime(3), mA.get(), 1);
-    mB->KeyAppend(KTime(9), mA.get(), 1);
-    mB->KeyAdd(KTime(9), mA.get(), 2);  // on a key: only the block and the value change hands
-    EXPECT_NE(block, mB->InternalPriKeyAttrGetPtr(2));
-    EXPECT_EQ(6.0f, mB->KeyGetValue(2));
-    EXPECT_TRUE(mB->KeySet(3, mA.get(), 1));
-    EXPECT_EQ(4u, block->mReferenceCount);
-
-    EditCheck own(*mA);
-    EditCheck edit(*mB);
-    mB->KeySetBreak(0, true);
-    mB->KeyUnselectAll();
-    mB->KeyRemove(3);
-    EXPECT_EQ(1u, block->mReferenceCount);
-    EXPECT_TRUE(own.Heard().empty());
-    EXPECT_EQ("", own.Verify());
-    EXPECT_EQ((Heard{{0x48010, 0, 0, 1}, {0x100, -1, -1, 1}, {0x1010, 3, 3, 1}}), edit.Heard());
-    EXPECT_TRUE(mA->KeyGetSelected(1));
-
-    // A curve may be its own source, also where the record moves.
-    EXPECT_EQ(0, mA->KeyAdd(KTime(-5), mA.get(), 2));
-    EXPECT_EQ(mA->KeyGetValue(3), mA->KeyGetValue(0));
 }
 
 TEST_F(CurveEditing, KeySetRefusesATimeThatBreaksTheOrder)
@@ -282,12 +238,11 @@ TEST_F(CurveEditing, DeleteGivesTheWholePagesBetweenBack)
         mA->KeyClear();
         mA->KeyShrink();
         Fill(each.keys, eInterpolationLinear);
-        Glissa* const curves[] = {mA.get()};
-        EXPECT_EQ("", CheckBooks(curves));  // the index of pages is complete from here on
+        EXPECT_EQ("", CheckBooks({mA.get()}));  // the index of pages is complete from here on
         EditCheck edit(*mA);
         EXPECT_TRUE(mA->Delete(each.first, each.last));
         EXPECT_EQ("", edit.Verify());
-        EXPECT_EQ("", CheckBooks(curves));
+        EXPECT_EQ("", CheckBooks({mA.get()}));
         EXPECT_EQ(each.pages, mA->Keys().LastPage() + 1) << each.keys << " " << each.last;
         for (int i = 0; i < mA->KeyGetCount(); ++i) {
             const int old = i < each.first ? i : i + each.last - each.first + 1;
@@ -296,46 +251,4 @@ TEST_F(CurveEditing, DeleteGivesTheWholePagesBetweenBack)
     }
 }
 
-// Answers a bad value by a look at the curve that is being written.
-struct Watcher : ICallback
-{
-    explicit Watcher(Glissa& pCurve) : mCurve(pCurve) {}
-    IObject* IQuery(unsigned long, int) override { return nullptr; }
-    void Destroy(int) override {}
-    void Hear(IRegister*, KEventBase*)
-    {
-        ++mCalls;
-        mCurve.Evaluate(KTime::FromSeconds(1.5), nullptr);
-    }
-    Glissa& mCurve;
-    int mCalls = 0;
-};
-
-TEST_F(CurveEditing, AValueThatIsNoNumberIsReportedOnceAndReplaced)
-{
-    const float bad = std::numeric_limits<float>::infinity();
-    mB->KeyAdd(KTime(), MakeKey(0, bad));
-    Fill(3);
-    Watcher watcher(*mA);
-    auto& manager = GlissaInvalidKeyManager::TheOne();
-    const auto method = static_cast<KCallbackMethod>(&Watcher::Hear);
-    ASSERT_TRUE(manager.Register(eInvalidKeyFound, &watcher, method, 0));
-    GlissaKey key = mB->KeyGet(0);
-    int calls = 0;
-    const auto expect = [&](int pIndex) {
-        EXPECT_EQ(++calls, watcher.mCalls);
-        EXPECT_EQ(0.0f, mA->KeyGetValue(pIndex));
-    };
-    expect(mA->KeyAdd(KTime::FromSeconds(0.5), key));
-    expect(mA->KeyAdd(KTime::FromSeconds(0.5), key));
-    expect(mA->KeyAdd(KTime::FromSeconds(0.7), mB.get(), 0));
-    expect(mA->KeyAppend(KTime::FromSeconds(9), mB.get(), 0));
-    mA->KeySet(0, mB.get(), 0);
-    expect(0);
-    mA->KeySetValue(1, bad);
-    expect(1);
-    mA->KeyMultValue(0, bad);  // 0 times infinity
-    expect(0);
-    manager.Unregister(eInvalidKeyFound, &watcher, method);
-}
 }  // namespace

@@ -24,7 +24,6 @@ constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 
 // Rules with the longest chains of roundings stay below this, counted in accuracy_test.cpp.
-constexpr long double kValueEpsilons = 11.0L;
 constexpr long double kSlopeEpsilons = 6.0L;
 
 testing::AssertionResult Near(float pGot, const RefNumber& pExpected, long double pEpsilons)
@@ -36,16 +35,6 @@ testing::AssertionResult Near(float pGot, const RefNumber& pExpected, long doubl
     }
     return testing::AssertionFailure() << pGot << " for " << pExpected.value << ", " << error
                                        << " off, " << bound << " allowed";
-}
-
-bool HasWeights(const RefCurve& pCurve)
-{
-    for (const RefKey& key : pCurve.keys) {
-        if ((key.flags & (kRefWeightRight | kRefWeightNextLeft)) != 0) {
-            return true;
-        }
-    }
-    return false;
 }
 
 struct Tcb4051
@@ -72,39 +61,6 @@ TEST(CurveSearch, AnyHintFindsTheSamePlaceAndWalksOn)
             ASSERT_EQ(place.index, glissa->KeyFind(KTime(time), nullptr)) << time;
             ASSERT_EQ(RefKeyFindAll(curve, time).index, glissa->KeyFindAll(KTime(time), nullptr))
                 << time;
-        }
-    }
-}
-
-TEST(CurveSearch, TheOwnSearchIndexServesWhereNoHintIsGiven)
-{
-    const RefCurve curve = MuseumRecording(1000);
-    const CurveHandle glissa = ToGlissa(curve);
-    for (const int key : {0, 999, 500, 501, 502, 3}) {
-        const std::int64_t time = curve.keys[static_cast<std::size_t>(key)].time;
-        EXPECT_EQ(static_cast<double>(key), glissa->KeyFind(KTime(time), nullptr));
-    }
-}
-
-TEST(CurveEvaluation, TheMuseumHasTheValuesAndSlopesOfTheFormulas)
-{
-    for (const MuseumPiece& piece : Museum()) {
-        SCOPED_TRACE(piece.name);
-        const RefCurve curve = piece.make();
-        if (HasWeights(curve)) {
-            continue;  // the solver has a bound of its own
-        }
-        const CurveHandle glissa = ToGlissa(curve);
-        int hint = 0;
-        for (const std::int64_t time : MuseumTimes(curve)) {
-            SCOPED_TRACE(time);
-            EXPECT_TRUE(Near(glissa->Evaluate(KTime(time), &hint), RefEvaluate(curve, time),
-                             kValueEpsilons));
-            // Inside a segment slopes carry 32 + 2 * 12 roundings in the worst rule.
-            EXPECT_TRUE(Near(glissa->EvaluateLeftDerivative(KTime(time), &hint),
-                             RefLeftDerivative(curve, time), 28.0L));
-            EXPECT_TRUE(Near(glissa->EvaluateRightDerivative(KTime(time), &hint),
-                             RefRightDerivative(curve, time), 28.0L));
         }
     }
 }
@@ -162,62 +118,6 @@ TEST(CurveEvaluation, EveryPairOfKindsHasTheSlopesOfTheFormulas)
                 }
             }
         }
-    }
-}
-
-// A slope by its number and by the values a short step to both sides.
-TEST(CurveEvaluation, SlopesAreWhatTheValuesDo)
-{
-    for (const char* name : {"overshoot", "progressive peak", "tcb corners", "shared block"}) {
-        SCOPED_TRACE(name);
-        const RefCurve curve = MuseumCurve(name);
-        const CurveHandle glissa = ToGlissa(curve);
-        for (int i = 0; i + 1 < curve.Count(); ++i) {
-            const std::int64_t from = curve.keys[static_cast<std::size_t>(i)].time;
-            const std::int64_t gap = curve.keys[static_cast<std::size_t>(i) + 1].time - from;
-            const RefSegment segment = RefSegmentAt(curve, i);
-            const std::int64_t step = gap / 64;
-            for (const int eighth : {1, 3, 4, 7}) {
-                const std::int64_t time = from + gap * eighth / 8;
-                const double seconds =
-                    2.0 * static_cast<double>(step) / static_cast<double>(kSecond);
-                const double rise =
-                    static_cast<double>(glissa->Evaluate(KTime(time + step), nullptr)) -
-                    static_cast<double>(glissa->Evaluate(KTime(time - step), nullptr));
-                // The central difference of a cubic is off by its third derivative h^2 / 6: at most
-                // 6 * 8 M over 6 * 64^2 in the parameter. The values add their own roundings.
-                const double largest = static_cast<double>(segment.largest);
-                const double bound =
-                    largest / static_cast<double>(segment.seconds) * (8.0 / 4096.0) +
-                    largest * 2.0 * 11.0 * static_cast<double>(FLT_EPSILON) / seconds;
-                EXPECT_NEAR(
-                    rise / seconds,
-                    static_cast<double>(glissa->EvaluateLeftDerivative(KTime(time), nullptr)),
-                    bound)
-                    << i << " " << eighth;
-            }
-        }
-    }
-}
-
-TEST(CurveEvaluation, WeightsOfAThirdChangeNothingButByTheSolver)
-{
-    RefCurve curve = MuseumCurve("overshoot");
-    const CurveHandle plain = ToGlissa(curve);
-    for (RefKey& key : curve.keys) {
-        key.flags |= kRefWeightRight | kRefWeightNextLeft;
-    }
-    const CurveHandle weighted = ToGlissa(curve);
-    for (const std::int64_t time : MuseumTimes(curve)) {
-        const RefPlace place = RefKeyFindAll(curve, time);
-        const double steepest =
-            place.fraction == 0.0L
-                ? 0.0
-                : 12.0 * static_cast<double>(RefSegmentAt(curve, place.key).largest);
-        // 3333/9999 is a third to a rounding; the solver meets the time to 7e-6 of the segment.
-        EXPECT_NEAR(static_cast<double>(plain->Evaluate(KTime(time), nullptr)),
-                    static_cast<double>(weighted->Evaluate(KTime(time), nullptr)), 8e-6 * steepest)
-            << time;
     }
 }
 

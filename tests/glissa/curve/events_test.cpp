@@ -1,14 +1,11 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "glissa/curve/curve.h"
 #include "glissa/ext/custom_tangent_manager.h"
 #include "glissa/ext/invalid_key_manager.h"
-#include "tests/support/museum.h"
+#include "tests/support/curve_test.h"
+#include "tests/support/host_listener.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <functional>
 #include <limits>
 #include <string>
@@ -17,37 +14,15 @@
 
 namespace
 {
-using Heard = std::array<int, 4>;  // type, first key, last key, count
+using Heard = std::vector<HeardEvent>;
 
-Heard Read(const GlissaEvent& pEvent)
-{
-    return {pEvent.GetType(), pEvent.GetFirstKey(), pEvent.GetLastKey(), pEvent.GetEventCount()};
-}
-
-CurveHandle MakeCurve(int pKeys)
-{
-    CurveHandle curve(GlissaCreate());
-    for (int i = 0; i < pKeys; ++i) {
-        curve->KeyAppendFast(KTime::FromSeconds(i), static_cast<float>(i));
-    }
-    return curve;
-}
-
-// A curve of five keys whose events are written down.
+// A curve of five keys whose events are recorded.
 class CurveEvents : public testing::Test
 {
 protected:
-    CurveEvents() { mCurve->CallbackRegister(Hear, this); }
-    static void Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject)
-    {
-        auto* self = static_cast<CurveEvents*>(pObject);
-        self->mHeard.push_back(Read(*pEvent));
-        self->mThen(pCurve, pEvent);
-    }
-
-    std::vector<Heard> mHeard;
-    std::function<void(Glissa*, GlissaEvent*)> mThen = [](Glissa*, GlissaEvent*) {};
-    CurveHandle mCurve = MakeCurve(5);
+    CurveHandle mCurve = PlainCurve(5);
+    EventRecorder::Reaction mThen = [](Glissa*, GlissaEvent*) {};
+    EventRecorder mEvents{*mCurve, [this](Glissa* c, GlissaEvent* e) { mThen(c, e); }};
 };
 
 TEST_F(CurveEvents, SettingsOfTheCurvePostForTheWholeCurve)
@@ -60,10 +35,9 @@ TEST_F(CurveEvents, SettingsOfTheCurvePostForTheWholeCurve)
     mCurve->SetWasData(2);
     mCurve->KeyClear();
     mCurve->InitBuffers(0, true);
-    const Heard pre = {0x8008010, -1, -1, 1};
-    const Heard post = {0x10008010, -1, -1, 1};
-    EXPECT_EQ((std::vector<Heard>{{0x1, -1, -1, 1}, pre, pre, post, post, {0x1010, 0, 4, 2}}),
-              mHeard);
+    const HeardEvent pre = {0x8008010, -1, -1, 1};
+    const HeardEvent post = {0x10008010, -1, -1, 1};
+    EXPECT_EQ((Heard{{0x1, -1, -1, 1}, pre, pre, post, post, {0x1010, 0, 4, 2}}), mEvents.Heard());
 }
 
 TEST_F(CurveEvents, ABracketSendsTheUnionOnce)
@@ -76,7 +50,7 @@ TEST_F(CurveEvents, ABracketSendsTheUnionOnce)
     mCurve->AddDetailedEvent(0x4000, 3, 4);
     mCurve->AddDetailedEvent(0x2000, 2, 8);
     mCurve->KeyModifyEnd();
-    EXPECT_TRUE(mHeard.empty());
+    EXPECT_TRUE(mEvents.Heard().empty());
     mThen = [](Glissa*, GlissaEvent* pEvent) {
         EXPECT_EQ(0x6000, pEvent->GetDetailedType());
         EXPECT_EQ(2, pEvent->GetDetailedFirst());
@@ -97,13 +71,13 @@ TEST_F(CurveEvents, ABracketSendsTheUnionOnce)
     mCurve->CallbackClear();
     mCurve->KeyModifyEnd();
     mCurve->CallbackEnable(true);
-    EXPECT_EQ((std::vector<Heard>{{0x6110, 3, 7, 3}, {0x2010, 4, 4, 1}}), mHeard);
+    EXPECT_EQ((Heard{{0x6110, 3, 7, 3}, {0x2010, 4, 4, 1}}), mEvents.Heard());
 
     GlissaEvent event;
     for (const int key : {4, -1, 6}) {
         event.Add(0x10, key);
     }
-    EXPECT_EQ((Heard{0x10, 6, 6, 3}), Read(event));  // -1 gives way to the next key
+    EXPECT_EQ(6, event.GetFirstKey());  // -1 gives way to the next key
 }
 
 TEST_F(CurveEvents, TheEndOfACurveIsHeardAndLeavesNothingBehind)
@@ -116,7 +90,7 @@ TEST_F(CurveEvents, TheEndOfACurveIsHeardAndLeavesNothingBehind)
     mCurve->KeyModifyBegin();
     mCurve->CallbackAddEvent(0x2010, 1);
     mCurve.reset();
-    EXPECT_EQ((std::vector<Heard>{{0x3010, 0, 4, 3}, {0x200, -1, -1, 1}}), mHeard);
+    EXPECT_EQ((Heard{{0x3010, 0, 4, 3}, {0x200, -1, -1, 1}}), mEvents.Heard());
     EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
 }
 
@@ -187,17 +161,6 @@ TEST(CurveListeners, MayChangeTheListAndTheCurve)
     EXPECT_EQ("eee!", sCalls);
 }
 
-class HostListener final : public ICallback
-{
-public:
-    IObject* IQuery(unsigned long, int) override { return nullptr; }
-    void Destroy(int) override {}
-    void Hear(IRegister*, KEventBase* pEvent) { mAction(pEvent); }
-
-    std::function<void(KEventBase*)> mAction = [](KEventBase*) {};
-};
-const auto kHear = static_cast<KCallbackMethod>(&HostListener::Hear);
-
 // Keys at 0, 1, 2 and 3 s with the values 0 to 3; the third one is custom, the others linear.
 class CustomSegments : public testing::Test
 {
@@ -221,12 +184,12 @@ protected:
     static GlissaCustomTangentManager& Manager() { return GlissaCustomTangentManager::TheOne(); }
     void AnswerWith(double pResult)
     {
-        mListener.mAction = [pResult](KEventBase* pEvent) {
+        mListener.mThen = [pResult](KEventBase* pEvent) {
             static_cast<GlissaEvaluationEvent*>(pEvent)->mResult = pResult;
         };
     }
 
-    CurveHandle mCurve = MakeCurve(4);
+    CurveHandle mCurve = PlainCurve(4);
     HostListener mListener;
 };
 
@@ -242,7 +205,7 @@ TEST_F(CustomSegments, TheHostIsAskedBesideACustomKeyOnly)
         SCOPED_TRACE(place);
         const KTime time = KTime::FromSeconds(place);
         int asked = 0;
-        mListener.mAction = [&, index = place](KEventBase* pEvent) {
+        mListener.mThen = [&, index = place](KEventBase* pEvent) {
             auto* event = static_cast<GlissaEvaluationEvent*>(pEvent);
             ++asked;
             EXPECT_TRUE(!pooled || pooled == pEvent);  // it was given back
@@ -267,7 +230,7 @@ TEST_F(CustomSegments, AnswersAreNarrowedAndMayUseTheCurve)
         AnswerWith(answer);
         EXPECT_EQ(expected, mCurve->Evaluate(time, nullptr));
     }
-    mListener.mAction = [this](KEventBase* pEvent) {
+    mListener.mThen = [this](KEventBase* pEvent) {
         auto* event = static_cast<GlissaEvaluationEvent*>(pEvent);
         event->mResult = 1.0;
         if (event->mKeyIndex == 2.5) {
@@ -278,7 +241,7 @@ TEST_F(CustomSegments, AnswersAreNarrowedAndMayUseTheCurve)
     };
     EXPECT_EQ(2.0f, mCurve->Evaluate(time, nullptr));
 
-    mListener.mAction = [this](KEventBase*) { mCurve->KeyClear(); };
+    mListener.mThen = [this](KEventBase*) { mCurve->KeyClear(); };
     EXPECT_EQ(0.0f, mCurve->Evaluate(time, nullptr));
     mCurve->KeyAttrSet(0, {{eInterpolationCustom | 0x100u, {}}, 0});
     AnswerWith(5.0);
@@ -291,7 +254,7 @@ TEST_F(CustomSegments, HooksTellTheManagerOfKeys)
 {
     int added = 0;
     int changed = 0;
-    mListener.mAction = [&](KEventBase* pEvent) {
+    mListener.mThen = [&](KEventBase* pEvent) {
         if (const auto* add = dynamic_cast<GlissaCustomKeyAddEvent*>(pEvent)) {
             EXPECT_EQ(std::tuple(7, KTime::FromSeconds(2), mCurve.get()),
                       std::tuple(add->mIndex, add->mTime, add->mCurve));
@@ -324,41 +287,41 @@ TEST_F(CustomSegments, HooksTellTheManagerOfKeys)
     EXPECT_EQ(2, added);
 }
 
-TEST(CurveValueCheck, AFastAppendAsksWhoeverListens)
+// Every place that writes a value: somebody who listens is told once, and the value becomes 0.
+TEST(CurveValueCheck, AValueThatIsNotFiniteIsReportedOnceAndReplaced)
 {
-    const float infinity = std::numeric_limits<float>::infinity();
+    const float bad = std::numeric_limits<float>::infinity();
+    const CurveHandle source = PlainCurve(1);
+    source->KeySetValue(0, bad);
+    EXPECT_EQ(bad, source->KeyGetValue(0));
+    GlissaKey key = source->KeyGet(0);
+    const CurveHandle curve = PlainCurve(3);
+    HostListener listener([&](KEventBase*) { curve->Evaluate(Seconds(1.5), nullptr); });
     auto& manager = GlissaInvalidKeyManager::TheOne();
-    HostListener listener;
-    int heard = 0;
-    CurveHandle curve = MakeCurve(42);
-    listener.mAction = [&](KEventBase*) { ++heard; };
-    EXPECT_EQ(infinity, curve->KeyGetValue(curve->KeyAppendFast(KTime(), infinity)));
-    manager.Register(0xFC30E, &listener, kHear, 0);
-    EXPECT_EQ(0.0f, curve->KeyGetValue(curve->KeyAppendFast(KTime(), infinity)));
-    EXPECT_EQ(1.0f, curve->KeyGetValue(curve->KeyAppendFast(KTime(), 1.0f)));
-    EXPECT_EQ(1, heard);
-
-    GlissaKey key;
-    key.SetTCB(KTime(), -infinity, 0.0f, 0.0f, 0.0f);
-    EXPECT_EQ(0.0f, key.GetValue());
-    key.Set(KTime(), infinity, eInterpolationLinear, 0, 0.0f, 0.0f, 0, 0.3f, 0.3f, 0.0f, 0.0f);
-    EXPECT_EQ(0.0f, key.GetValue());
-    key.IncValue(infinity);
-    EXPECT_EQ(0.0f, key.GetValue());
-    key.MultValue(infinity);
-    EXPECT_EQ(0.0f, key.GetValue());
-    EXPECT_EQ(5, heard);
-
-    // A listener that takes the pages away, and one that fills the page up.
-    listener.mAction = [&](KEventBase*) { curve->KeyClear(); };
-    EXPECT_EQ(0, curve->KeyAppendFast(KTime(), infinity));
-    listener.mAction = [&](KEventBase*) {
-        while (curve->KeyGetCount() < 42) {
-            curve->KeyAppendFast(KTime(), 2.0f);
-        }
+    ASSERT_TRUE(manager.Register(eInvalidKeyFound, &listener, kHear, 0));
+    const std::function<float()> writes[] = {
+        [&] { return curve->KeyGetValue(curve->KeyAdd(Seconds(0.5), key)); },
+        [&] { return curve->KeyGetValue(curve->KeyAdd(Seconds(0.5), key)); },
+        [&] { return curve->KeyGetValue(curve->KeyAdd(Seconds(0.7), source.get(), 0)); },
+        [&] { return curve->KeyGetValue(curve->KeyAppend(Seconds(9), source.get(), 0)); },
+        [&] { return curve->KeyGetValue(curve->KeyAppendFast(Seconds(10), bad)); },
+        [&] { return curve->KeySet(0, source.get(), 0), curve->KeyGetValue(0); },
+        [&] { return curve->KeySetValue(1, bad), curve->KeyGetValue(1); },
+        [&] { return curve->KeyIncValue(1, bad), curve->KeyGetValue(1); },
+        [&] { return curve->KeyMultValue(0, bad), curve->KeyGetValue(0); },
+        [&] { return key.SetTCB(KTime(), -bad, 0.0f, 0.0f, 0.0f), key.GetValue(); },
+        [&] { return key.IncValue(bad), key.GetValue(); },
+        [&] { return key.MultValue(bad), key.GetValue(); },
     };
-    EXPECT_EQ(42, curve->KeyAppendFast(KTime(), -infinity));
-    EXPECT_EQ(std::pair(2.0f, 0.0f), std::pair(curve->KeyGetValue(41), curve->KeyGetValue(42)));
-    manager.Unregister(0xFC30E, &listener, kHear);
+    int calls = 0;
+    for (const auto& write : writes) {
+        EXPECT_EQ(0.0f, write());
+        EXPECT_EQ(++calls, listener.mCalls);
+        EXPECT_EQ("", CheckBooks({curve.get(), source.get()}));
+    }
+    // A listener may take the pages away.
+    listener.mThen = [&](KEventBase*) { curve->KeyClear(); };
+    EXPECT_EQ(0, curve->KeyAppendFast(KTime(), bad));
+    manager.Unregister(eInvalidKeyFound, &listener, kHear);
 }
 }  // namespace

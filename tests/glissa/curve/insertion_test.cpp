@@ -22,7 +22,7 @@
 // to kTimeError (accuracy_test.cpp) when the old curve is asked, when it is cut and when the piece
 // is asked: 3 kTimeError seconds S.
 
-#include "tests/support/museum.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/random_curve.h"
 
 #include <gtest/gtest.h>
@@ -41,42 +41,11 @@ constexpr double kU = FLT_EPSILON / 2.0;
 constexpr double kTimeError = 2.0 * 2.7e-6 + 12.0 * FLT_EPSILON;
 constexpr double kWeightError = 0.5 / 9999.0 + 1e-7;
 
-KTime Seconds(double pSeconds)
-{
-    return KTime::FromSeconds(pSeconds);
-}
-
-// A user key; a broken one when the slopes differ. The left slope is that of the next key.
-RefKey UserKey(double pSeconds, float pValue, float pRight, float pNextLeft)
-{
-    RefKey key;
-    key.time = Seconds(pSeconds).Get();
-    key.value = pValue;
-    key.flags = kRefCubic | kRefUser | (pRight == pNextLeft ? 0 : kRefBreak);
-    key.slots[0] = pRight;
-    key.slots[1] = pNextLeft;
-    return key;
-}
-
 CurveHandle ThreeKeys(std::uint32_t pFlags)
 {
-    RefCurve curve;
-    for (const float each : {0.0f, 4.0f, 1.0f}) {
-        RefKey key = UserKey(static_cast<double>(curve.Count()), each, 0.25f, 0.5f);
-        key.flags = pFlags;
-        curve.keys.push_back(key);
-    }
-    return ToGlissa(curve);
-}
-
-bool HasSameKey(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int pRightIndex)
-{
-    const GlissaKey left = pLeft.KeyGet(pLeftIndex);
-    const GlissaKey right = pRight.KeyGet(pRightIndex);
-    return left.GetTime() == right.GetTime() &&
-           std::memcmp(&left.GetAttributes(), &right.GetAttributes(),
-                       sizeof(GlissaKeyAttributes)) == 0 &&
-           left.GetValue() == right.GetValue();
+    return MakeCurve({{0.0, 0.0f, 0.25f, 0.5f, pFlags},
+                      {1.0, 4.0f, 0.25f, 0.5f, pFlags},
+                      {2.0, 1.0f, 0.25f, 0.5f, pFlags}});
 }
 
 // The slope tolerance of a key times 4/27 of the seconds of a segment beside it.
@@ -275,7 +244,9 @@ TEST(KeyInsert, TakesTheNearestShapeWhereAWeightIsBeyondItsLimit)
     for (const auto& [right, left, at] : {Row{9883, 9276, 0.748}, Row{9629, 9160, 0.4268}}) {
         SCOPED_TRACE(at);
         RefCurve data;
-        data.keys = {UserKey(0.0, 0.0f, 5.0f, -3.0f), UserKey(1.0, 1.0f, 0.0f, 0.0f)};
+        data.keys.resize(2);
+        data.keys[0] = {0, 0.0f, kRefCubic | kRefUser | kRefBreak, {5.0f, -3.0f}};
+        data.keys[1] = {Seconds(1.0).Get(), 1.0f, kRefCubic | kRefUser};
         data.keys[0].SetWeights(right, left);
         data.keys[0].flags |= kRefWeightRight | kRefWeightNextLeft;
         const CurveHandle old = ToGlissa(data);
@@ -294,29 +265,6 @@ TEST(KeyInsert, TakesTheNearestShapeWhereAWeightIsBeyondItsLimit)
                 curve->KeySetRightTangeantWeight(e, weight);
             }
             EXPECT_GT(Difference(*old, *curve, piece), 0.9 * misfit) << weight;
-        }
-    }
-}
-
-TEST(KeyInsert, KeepsTheShapeBetweenAnyTwoKinds)
-{
-    for (const std::uint32_t before : MuseumKinds()) {
-        for (const std::uint32_t behind : MuseumKinds()) {
-            const RefCurve data = MuseumTangentPair(before, behind);
-            for (int segment = 0; segment + 1 < data.Count(); ++segment) {
-                SCOPED_TRACE(testing::Message()
-                             << std::hex << before << ' ' << behind << " in " << segment);
-                const auto& from = data.keys[static_cast<std::size_t>(segment)];
-                const auto& to = data.keys[static_cast<std::size_t>(segment) + 1];
-                const CurveHandle old = ToGlissa(data);
-                const CurveHandle curve = ToGlissa(data);
-                ASSERT_EQ(segment + 1,
-                          curve->KeyInsert(KTime(from.time + (to.time - from.time) / 3)));
-                for (int i = 0; i < data.Count(); ++i) {
-                    const int was = i <= segment ? i : i - 1;
-                    EXPECT_LE(Difference(*old, *curve, i), Bound(data, was, *curve, i, false)) << i;
-                }
-            }
         }
     }
 }
@@ -346,17 +294,6 @@ TEST(KeyInsert, GivesIndexAndHintOfTheKeyAtTheTime)
 
 TEST(KeyInsert, OneEventNamesAllThatDiffers)
 {
-    struct Heard
-    {
-        int calls = 0;
-        int type = 0;
-        int first = -1;
-        int last = -1;
-    };
-    const auto listen = [](Glissa*, GlissaEvent* pEvent, void* pHeard) {
-        auto* heard = static_cast<Heard*>(pHeard);
-        *heard = {heard->calls + 1, pEvent->GetType(), pEvent->GetFirstKey(), pEvent->GetLastKey()};
-    };
     using Row = std::tuple<std::uint32_t, int, int, int>;  // flags, type, first and last key
     const int added = kGlissaEventAdded | kGlissaEventAllAttributes;
     const int sides = eEventEditWeight | eEventEditVelocity | eEventEditSlope;
@@ -366,17 +303,14 @@ TEST(KeyInsert, OneEventNamesAllThatDiffers)
           Row{kRefCubic | kRefTcb, added | eEventEditTCBBias | eEventEditTCBContinuity, 1, 3}}) {
         SCOPED_TRACE(flags);
         const CurveHandle curve = ThreeKeys(flags);
-        Heard heard;
-        curve->CallbackRegister(listen, &heard);
+        const EventRecorder events(*curve);
         curve->KeyInsert(Seconds(1.25));
-        EXPECT_EQ(1, heard.calls);
-        EXPECT_EQ(type, heard.type) << std::hex << heard.type;
-        EXPECT_EQ(first, heard.first);
-        EXPECT_EQ(last, heard.last);
-        heard = {};
+        ASSERT_EQ(1u, events.Heard().size());
+        EXPECT_EQ(type, events.Folded().type) << std::hex << events.Folded().type;
+        EXPECT_EQ(first, events.Folded().first);
+        EXPECT_EQ(last, events.Folded().last);
         curve->KeyInsert(Seconds(1.25));
-        EXPECT_EQ(0, heard.calls);
-        curve->CallbackUnregister(listen, &heard);
+        EXPECT_EQ(1u, events.Heard().size());
     }
 }
 }  // namespace

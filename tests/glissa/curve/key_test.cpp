@@ -132,27 +132,6 @@ TEST(Key, AChangeOfInterpolationFollowsItsRules)
     }
 }
 
-TEST(Key, EachSetterStaysInItsField)
-{
-    GlissaKey key = KeyWithFlags(0);
-    key.SetTangeantWeightMode(~0u, 0x2000000);
-    key.SetTangeantVelocityMode(~0u, 0x10000000);
-    key.SetBreak(true);
-    EXPECT_EQ(0x12000800u, Flags(key));
-    key.SetTangeantWeightMode(~0u, ~0u);
-    key.SetTangeantVelocityMode(~0u, ~0u);
-    key.SetTangeantVisibility(~0u);
-    key.SetTangeantMode(~0u);
-    EXPECT_EQ(0x33307F00u, Flags(key));
-
-    key = KeyWithFlags(~0u);
-    EXPECT_EQ(0xF00u, key.GetTangeantMode(false));
-    EXPECT_EQ(0x7F00u, key.GetTangeantMode(true));
-    key.SetTangeantWeightMode(0, 0x1000000);
-    key.SetSelected(false);  // takes the tangents along
-    EXPECT_EQ(~0x1070000u, Flags(key));
-}
-
 TEST(Key, BlocksAreComparedAsFloatsAndWithoutTheirCount)
 {
     const KPriFCurveKeyAttr a{{0x108, {1.0f, 2.0f, 3.0f, 0.0f}}, 1};

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "glissa/ext/custom_tangent_manager.h"
-#include "tests/support/span_test.h"
+#include "tests/support/curve_test.h"
 
 #include <cmath>
 #include <tuple>
@@ -11,7 +11,7 @@
 
 namespace
 {
-class Range : public SpanTest
+class Range : public CurveTest
 {};
 
 TEST_F(Range, ACopyIsEqualAndSharesItsBlocks)
@@ -96,21 +96,19 @@ TEST_F(Range, CopyFromIsHeardAsOneEvent)
         source->SetValue(9.0f);
         source->SetPreExtrapolation(eExtrapolationMirror);
         source->SetPreExtrapolationCount(3);
-        Heard heard;
-        target->CallbackRegister(Heard::Hear, &heard);
+        const EventRecorder events(*target);
         target->CopyFrom(*source, withKeys);
-        EXPECT_EQ(1, heard.calls);
-        EXPECT_EQ(type, heard.type) << std::hex << heard.type;
-        EXPECT_EQ(first, heard.first);
-        EXPECT_EQ(last, heard.last);
+        EXPECT_EQ(1u, events.Heard().size());
+        EXPECT_EQ(type, events.Folded().type) << std::hex << events.Folded().type;
+        EXPECT_EQ(first, events.Folded().first);
+        EXPECT_EQ(last, events.Folded().last);
         EXPECT_EQ(withKeys ? sourceKeys : 0, target->KeyGetCount());
         EXPECT_EQ(9.0f, target->GetValue());
         EXPECT_EQ(unsigned{eExtrapolationMirror}, target->GetPreExtrapolation());
         EXPECT_EQ(3u, target->GetPreExtrapolationCount());
         target->CopyFrom(*target);
-        EXPECT_EQ(1, heard.calls);
+        EXPECT_EQ(1u, events.Heard().size());
         EXPECT_EQ(withKeys ? sourceKeys : 0, target->KeyGetCount());
-        target->CallbackUnregister(Heard::Hear, &heard);
     }
 }
 
@@ -132,10 +130,9 @@ TEST_F(Range, InsertKeepsTheLeftSidesOfBothCurves)
         curve->KeySetLeftTangeantWeight(1, 0.5f);
         source->KeySetLeftTangeantWeight(1, 0.25f);
         curve->CandidateSet(Seconds(1.0), 1.0);
-        Heard heard;
-        curve->CallbackRegister(Heard::Hear, &heard);
+        const EventRecorder events(*curve);
         curve->Insert(source.get(), Seconds(offset), -9.0f, true, 0.75f);
-        EXPECT_EQ(1, heard.calls);
+        EXPECT_EQ(1u, events.Heard().size());
         EXPECT_FALSE(curve->IsCandidate());
         ASSERT_EQ(keys, KeysOf(*curve));
         for (int i = 1; i < curve->KeyGetCount(); ++i) {
@@ -150,29 +147,9 @@ TEST_F(Range, InsertKeepsTheLeftSidesOfBothCurves)
         }
         // The source is as it was.
         EXPECT_EQ(-3.0f, source->KeyGetLeftDerivative(1));
-        curve->CallbackUnregister(Heard::Hear, &heard);
         curve->Insert(CurveHandle(GlissaCreate()).get(), Seconds(1.0), -9.0f, true, 0.5f);
         EXPECT_EQ(keys, KeysOf(*curve));
     }
-}
-
-TEST_F(Range, InsertSharesBlocksAndLeavesTcbParametersAlone)
-{
-    RefCurve data = MuseumTangentPair(kRefCubic | kRefTcb, kRefCubic | kRefTcb);
-    const CurveHandle source = ToGlissa(data);
-    const CurveHandle empty(GlissaCreate());
-    empty->Insert(source.get(), Seconds(5.0), GlissaTangeantInfo());
-    EXPECT_EQ(source->InternalPriKeyAttrGetPtr(1), empty->InternalPriKeyAttrGetPtr(1));
-    EXPECT_EQ(source->InternalPriKeyAttrGetPtr(2), empty->InternalPriKeyAttrGetPtr(2));
-
-    const CurveHandle curve = MakeCurve({{0.0, 0.0f, 0.0f, 57.0f}, {9.0, 0.0f}});
-    curve->Insert(source.get(), Seconds(5.0), GlissaTangeantInfo());
-    for (const int key : {1, 2}) {
-        for (const auto slot : {eDataTCBTension, eDataTCBContinuity, eDataTCBBias}) {
-            EXPECT_EQ(source->KeyGetDataFloat(key, slot), curve->KeyGetDataFloat(key + 1, slot));
-        }
-    }
-    EXPECT_EQ(57.0f, curve->KeyGetLeftDerivative(5));
 }
 
 TEST_F(Range, InsertKeepsTheLeftSideOfALinearKey)

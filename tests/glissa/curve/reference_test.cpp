@@ -80,28 +80,6 @@ TEST(Reference, SlopesOfAKeyBetweenSecants1And3)
     }
 }
 
-TEST(Reference, EndsHaveOneSecantAndTcbEndsTheWholeOfIt)
-{
-    RefCurve curve = Curve({Key(0, 0.0f), Key(2, 6.0f)});
-    EXPECT_DOUBLE_EQ(3.0, static_cast<double>(RefKeyRightDerivative(curve, 0).value));
-    EXPECT_DOUBLE_EQ(3.0, static_cast<double>(RefKeyLeftDerivative(curve, 0).value));
-    for (RefKey& key : curve.keys) {
-        key.flags = kRefCubic | kRefTcb;
-        key.SetBias(0.0f);
-    }
-    EXPECT_DOUBLE_EQ(3.0, static_cast<double>(RefKeyRightDerivative(curve, 0).value));
-    EXPECT_DOUBLE_EQ(3.0, static_cast<double>(RefKeyRightDerivative(curve, 1).value));
-}
-
-TEST(Reference, ProgressiveSlopesStopAtPeaksAndAtThreeTimesASecant)
-{
-    const std::uint32_t progressive = kRefCubic | kRefAuto | kRefProgressive;
-    RefCurve curve =
-        Curve({Key(0, 0.0f), Key(1, 1.0f, progressive), Key(2, 20.0f, progressive), Key(3, 19.0f)});
-    EXPECT_DOUBLE_EQ(3.0, static_cast<double>(RefKeyRightDerivative(curve, 1).value));
-    EXPECT_DOUBLE_EQ(0.0, static_cast<double>(RefKeyRightDerivative(curve, 2).value));
-}
-
 TEST(Reference, SegmentsAtNumbersWorkedOutByHand)
 {
     // Straight by its slopes: 0 to 10 at 10 a second.

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/support/span_test.h"
+#include "tests/support/curve_test.h"
 
 #include <cmath>
 #include <tuple>
@@ -10,7 +10,7 @@
 
 namespace
 {
-class Replace : public SpanTest
+class Replace : public CurveTest
 {};
 
 TEST_F(Replace, TakesTheKeysOfTheSpan)
@@ -140,12 +140,10 @@ TEST_F(Replace, AnEmptySourceClearsTheSpanOrHoldsItsDefault)
         }
     }
     const CurveHandle empty(GlissaCreate());
-    Heard heard;
-    empty->CallbackRegister(Heard::Hear, &heard);
+    const EventRecorder events(*empty);
     empty->Replace(source.get(), Seconds(0.0), Seconds(1.0), true, true, KTime());
-    EXPECT_EQ(0, heard.calls);
+    EXPECT_EQ(0u, events.Heard().size());
     EXPECT_EQ(0, empty->KeyGetCount());
-    empty->CallbackUnregister(Heard::Hear, &heard);
 }
 
 // Keys of every kind around the span, inside it, and a tick outside it.
@@ -236,12 +234,11 @@ TEST_F(Replace, EulerShiftsTheSpanAndWhatIsBehindIt)
         const CurveHandle plain = MakeCurve(keys);
         const CurveHandle curve = MakeCurve(keys);
         plain->Replace(source.get(), kFromStart, kToEnd, true, false, KTime());
-        Heard heard;
-        curve->CallbackRegister(Heard::Hear, &heard);
+        const EventRecorder events(*curve);
         curve->ReplaceForEulerXYZ(source.get(), kFromStart, kToEnd, row.fromStart, row.afterStop,
                                   row.invertFrom, row.invertAfter, true, false, KTime());
-        EXPECT_EQ(1, heard.calls);
-        EXPECT_EQ(row.type, heard.type) << std::hex << heard.type;
+        EXPECT_EQ(1u, events.Heard().size());
+        EXPECT_EQ(row.type, events.Folded().type) << std::hex << events.Folded().type;
         ASSERT_EQ(5, curve->KeyGetCount());
         for (int i = 0; i < 5; ++i) {
             const bool isInSpan = i == 1 || i == 2;
@@ -260,7 +257,6 @@ TEST_F(Replace, EulerShiftsTheSpanAndWhatIsBehindIt)
         }
         // The source's own keys are not negated with their copies.
         EXPECT_EQ(7.0f, source->KeyGetRightDerivative(0));
-        curve->CallbackUnregister(Heard::Hear, &heard);
     }
     // A source without keys in the span: what is behind it stays.
     const CurveHandle none(GlissaCreate());

@@ -151,19 +151,4 @@ TEST_F(Storage, OnlyTheOutermostEndOfALargeEnoughChangeMerges)
         EXPECT_EQ(keys + 1 - (merges ? 2 : 0), blocks());
     }
 }
-
-TEST_F(Storage, KeysOfRepetitionsAreCountedWithinAnInt)
-{
-    constexpr int kMax = std::numeric_limits<int>::max();
-    constexpr unsigned kLots = std::numeric_limits<unsigned>::max();
-    using Row = std::tuple<int, unsigned, unsigned, int>;
-    for (const auto& [keys, pre, post, all] :
-         {Row{5, 2, 3, 25}, Row{0, 2, 3, -5}, Row{1, 9, 9, 1}, Row{5, kLots, kLots, kMax},
-          Row{0, kLots, kLots, -kMax - 1}}) {
-        const CurveHandle counted = MakeCurve(keys);
-        counted->SetPreExtrapolationCount(pre);
-        counted->SetPostExtrapolationCount(post);
-        EXPECT_EQ(all, counted->KeyGetCountAll());
-    }
-}
 }  // namespace

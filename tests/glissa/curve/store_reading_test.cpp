@@ -178,14 +178,6 @@ TEST_F(CurveStore, ABadKeyGoesAndTheOthersStay)
     }
 }
 
-TEST_F(CurveStore, WhereNoKeyIsLeftTheFirstValueIsTheDefault)
-{
-    KTdf tdf = FromText("Default: D7 KeyVer: I4007 KeyCount: I2 Key: T0 D1 'X T1s D2 'X");
-    EXPECT_EQ(1.0f, Retrieved(tdf)->GetValue());
-    tdf = FromText("Default: D7 KeyVer: I4007 KeyCount: I2 Key: 'L D1");
-    EXPECT_EQ(7.0f, Retrieved(tdf)->GetValue());
-}
-
 TEST_F(CurveStore, ACountIsBelievedAsFarAsTheFieldReaches)
 {
     GLISSA_SetFCurveRecordMemoryBlockCount(0);

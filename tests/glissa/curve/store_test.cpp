@@ -33,108 +33,72 @@ RefCurve CurveOf(std::initializer_list<StoredKey> pKeys)
     return curve;
 }
 
-// What the format keeps of a stored weight: it travels as a float and is truncated.
-int KeptWeight(int pNumber)
+KTdf Stored(Glissa& pCurve)
 {
-    const float weight = static_cast<float>(pNumber) / 9999.0f;
-    return static_cast<int>(std::min(std::max(weight, 0.00010001f), 0.99f) * 9999.0f);
+    KTdf tdf;
+    EXPECT_TRUE(pCurve.TdfStore(&tdf, false, false, false));
+    return tdf;
 }
 
+// The format has no letter for these kinds: they come back as automatic.
 bool IsOutsideTheTable(unsigned pKind)
 {
-    return pKind != kRefAuto && pKind != (kRefAuto | kRefBreak) && pKind != kRefTcb &&
-           pKind != kRefUser && pKind != (kRefUser | kRefBreak);
+    return (pKind & 0x700) != eTangentAuto && (pKind & 0x700) != eTangentUser;
 }
 
-// What comes back of a curve without custom keys, by the tables of the format.
-RefCurve Kept(const RefCurve& pCurve)
-{
-    RefCurve kept;
-    kept.value = pCurve.value;
-    if (!pCurve.keys.empty()) {
-        const auto keep = [](unsigned pMode, unsigned pCount, unsigned& pKept,
-                             unsigned& pKeptCount) {
-            if (pMode != kRefHoldNone) {
-                pKept = pMode <= kRefRelativeRepeat ? pMode : kRefHoldNone;
-                pKeptCount = pCount;
-            }
-        };
-        keep(pCurve.pre, pCurve.preCount, kept.pre, kept.preCount);
-        keep(pCurve.post, pCurve.postCount, kept.post, kept.postCount);
-    }
-    for (const RefKey& from : pCurve.keys) {
-        const unsigned kind = from.flags & 0xF00;
-        RefKey key;
-        key.time = from.time;
-        key.value = from.value;
-        if ((from.flags & 0xF) == kRefConstant) {
-            key.flags = from.flags & 0x10F;
-        } else if ((from.flags & 0xF) == kRefLinear) {
-            key.flags = kRefLinear;
-        } else if (kind == kRefTcb) {
-            key.flags = kRefCubic | kRefTcb;
-            key.slots[0] = from.slots[0];
-            key.slots[1] = from.slots[1];
-            key.slot2 = from.slot2;
-        } else {
-            key.flags = from.flags & 0x3000F0F;
-            key.slots[0] = from.slots[0];
-            key.slots[1] = from.slots[1];
-            const int right = static_cast<std::int16_t>(from.slot2 & 0xFFFF);
-            const int nextLeft = static_cast<std::int16_t>(from.slot2 >> 16);
-            key.SetWeights((from.flags & kRefWeightRight) != 0 ? KeptWeight(right) : 3333,
-                           (from.flags & kRefWeightNextLeft) != 0 ? KeptWeight(nextLeft) : 3333);
-        }
-        if ((key.flags & 0xF) == kRefCubic && IsOutsideTheTable(kind)) {
-            key.flags = kRefCubic | kRefAuto;
-            key.slots[0] = key.slots[1] = 0.0f;
-            key.SetWeights(3333, 3333);
-        } else if ((key.flags & 0xF) == kRefCubic &&
-                   (kind == kRefAuto || kind == (kRefAuto | kRefBreak))) {
-            const unsigned refinement = from.flags & 0x7000;
-            key.flags |= refinement >= 0x6000 ? 0x6000 : refinement & 0x3000;
-            if (key.slots[0] == 0.0f && key.slots[1] == 0.0f) {
-                key.flags &= ~kRefBreak;
-                key.slots[0] = key.slots[1] = 0.0f;  // the sign of a zero goes too
-            } else if (kind == kRefAuto && !kept.keys.empty()) {
-                const RefKey& before = kept.keys.back();
-                const float left = (before.flags & 0xF) == kRefConstant ? 0.0f
-                                   : (before.flags & 0xF) == kRefLinear ? 100.0f
-                                   : (before.flags & 0xF00) == kRefTcb  ? -key.slots[0]
-                                                                        : before.slots[1];
-                key.flags |= std::fabs(left + key.slots[0]) > 0.001f ? kRefBreak : 0;
-            }
-        }
-        kept.keys.push_back(key);
-    }
-    return kept;
-}
-
+// What is stored comes back in both ways of reading, evaluates to the same bits, and from then on
+// is stored as the same bytes. A weight may lose a step, and an automatic key whose sides do not
+// follow each other is broken from then on: of such a curve the keys are compared, not the values.
 void ExpectRoundTrip(RefCurve pCurve)
 {
-    // What custom keys and those of no kind leave behind has a test of its own.
     std::erase_if(pCurve.keys, [](const RefKey& pKey) {
         const unsigned kind = pKey.flags & 0xF;
         return kind != kRefConstant && kind != kRefLinear && kind != kRefCubic;
     });
+    const CurveHandle curve = ToGlissa(pCurve);
+    KTdf tdf = Stored(*curve);
     std::stringstream file;
-    KTdf tdf;
-    ASSERT_TRUE(ToGlissa(pCurve)->TdfStore(&tdf, false, false, false));
     ASSERT_TRUE(tdf.Save(file));
     KTdf loaded;
     ASSERT_TRUE(loaded.Load(file)) << loaded.GetError().GetLastErrorString();
-    const RefCurve expected = Kept(pCurve);
     for (const bool checked : {true, false}) {
         SCOPED_TRACE(checked ? "checked" : "unchecked");
         loaded.SetCheckedReading(checked);
         loaded.FieldReadRewind();
         const CurveHandle back = Retrieved(loaded);
-        EXPECT_EQ(pCurve.value, back->GetValue());
-        EXPECT_EQ(expected.pre, back->GetPreExtrapolation());
-        EXPECT_EQ(expected.preCount, back->GetPreExtrapolationCount());
-        EXPECT_EQ(expected.post, back->GetPostExtrapolation());
-        EXPECT_EQ(expected.postCount, back->GetPostExtrapolationCount());
-        ExpectKeys(*back, expected.keys);
+        ASSERT_EQ(curve->KeyGetCount(), back->KeyGetCount());
+        EXPECT_EQ("", CheckBooks({curve.get(), back.get()}));
+        bool isChanged = false;
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            const GlissaKeyAttributes& key = *curve->InternalPriKeyAttrGetPtr(i);
+            const GlissaKeyAttributes& found = *back->InternalPriKeyAttrGetPtr(i);
+            EXPECT_EQ(curve->KeyGetTime(i), back->KeyGetTime(i));
+            EXPECT_EQ(curve->KeyGetValue(i), back->KeyGetValue(i));
+            EXPECT_EQ(key.GetInterpolation(), found.GetInterpolation());
+            const unsigned kind = key.GetTangeantMode(false);
+            const bool isWeighted = key.GetTangeantWeightMode() != eWeightNone;
+            isChanged = isChanged || isWeighted || ((key.mFlags ^ found.mFlags) & 0x7F0F) != 0;
+            if (key.GetInterpolation() == eInterpolationCubic && kind != eTangentTCB &&
+                !IsOutsideTheTable(kind)) {
+                EXPECT_EQ(kind & ~eTangentBreak, found.GetTangeantMode(false) & ~eTangentBreak);
+                EXPECT_EQ(key.GetTangeantWeightMode(), found.GetTangeantWeightMode()) << i;
+                for (const auto side : {eDataRightWeight, eDataNextLeftWeight}) {
+                    if ((key.GetTangeantWeightMode() >> (side == eDataRightWeight ? 24 : 25)) & 1) {
+                        EXPECT_NEAR(key.GetDataDouble(side), found.GetDataDouble(side), 1.01e-4f);
+                    }
+                }
+            }
+        }
+        for (const std::int64_t time : MuseumTimes(pCurve)) {
+            const float value = curve->Evaluate(KTime(time), nullptr);
+            const float found = back->Evaluate(KTime(time), nullptr);
+            ASSERT_TRUE(isChanged || value == found || (std::isnan(value) && std::isnan(found)))
+                << time;
+        }
+        KTdf second = Stored(*back);
+        const CurveHandle again = Retrieved(second);
+        KTdf third = Stored(*again);
+        EXPECT_TRUE(isChanged || TextOfDocument(second) == TextOfDocument(third));
     }
 }
 
@@ -328,34 +292,6 @@ TEST_F(CurveStore, RandomKeysOfAllKindsComeBackBitForBit)
     }
 }
 
-TEST_F(CurveStore, AWeightLosesAStepWhereItsFloatFallsShort)
-{
-    for (const auto& [number, back] : {std::pair{3333, 3333}, {27, 26}, {1, 1}, {9899, 9899}}) {
-        const CurveHandle curve =
-            ToGlissa(CurveOf({{0, 0, kBrokenKey | eWeightAll, {1, 2}, number, number}}));
-        KTdf tdf;
-        curve->TdfStore(&tdf, false, false, false);
-        ExpectKeys(*Retrieved(tdf), {{0, 0, kBrokenKey | eWeightAll, {1, 2}, back, back}});
-    }
-}
-
-TEST_F(CurveStore, NeighboursOfACustomKeySurvive)
-{
-    RefCurve curve = CurveOf({{0, 1, kUserKey, {2, 3}},
-                              {1, 9, eInterpolationCustom | 0x100, {4, 5}},
-                              {2, 3, kUserKey, {6, 7}},
-                              {3, 4, kAutoKey, {8, 0}},
-                              {4, 9, eInterpolationCustom | 0x100, {9, 9}},
-                              {5, 2, kAutoKey, {0, 11}}});
-    KTdf tdf;
-    ToGlissa(curve)->TdfStore(&tdf, false, false, false);
-    // The left side of a user key is its right one; an automatic one starts anew.
-    ExpectKeys(*Retrieved(tdf), {{0, 1, kUserKey, {2, 6}},
-                                 {2, 3, kUserKey, {6, 7}},
-                                 {3, 4, kAutoKey | eTangentBreak, {8, 0}},
-                                 {5, 2, kAutoKey, {0, 11}}});
-}
-
 // The same removal, key by key through the editing of the curve.
 TEST_F(CurveStore, BadKeysGoAsKeyRemoveTakesThem)
 {
@@ -381,7 +317,6 @@ TEST_F(CurveStore, BadKeysGoAsKeyRemoveTakesThem)
             }
             all.keys.push_back(ToRefKey(key));
         }
-        all = Kept(all);
         CurveHandle removed = ToGlissa(all);
         KTdf tdf;
         removed->TdfStore(&tdf, false, false, false);
@@ -393,7 +328,7 @@ TEST_F(CurveStore, BadKeysGoAsKeyRemoveTakesThem)
             expected.push_back(KeyOf(*removed, i));
         }
         removed.reset();
-        ExpectKeys(*Retrieved(tdf), expected);
+        ExpectKeys(*Retrieved(tdf), expected, false);
     }
 }
 }  // namespace

@@ -203,22 +203,6 @@ TEST_F(CurveStoreVersions, WhatIsSaidOfTheKeyBeforeReachesNoOther)
                      {2, 1, kAuto}});
 }
 
-TEST_F(CurveStoreVersions, ABrokenAutomaticKeyKeepsItsNextLeftSide)
-{
-    KTdf tdf = FromText("Default: D0 KeyVer: I3999 KeyCount: I2 "
-                        "Key: T0 D0 'U 'q D0 D4 'n T1s D1 'U 's D1 D2");
-    ExpectRead(tdf, {{0, 0, kAuto | eTangentBreak, {0, 4}}, {1, 1, kAuto, {1, 2}}});
-}
-
-// Their slot 1 is the continuity.
-TEST_F(CurveStoreVersions, KeysBehindTcbLeaveItAlone)
-{
-    KTdf tdf = FromText("Default: D0 KeyCount: I3 Key: T0 D0 'T D0.5 D0.25 D0 "
-                        "T1s D1 'H 'u D7 T2s D1 'H 'b D8 D9");
-    ExpectRead(tdf,
-               {{0, 0, kTcb, {0.5f, 0.25f}, 0, 0}, {1, 1, kBroken, {7, 8}}, {2, 1, kUser, {8, 0}}});
-}
-
 // A step behind TCB has no left slope of its own: half of secant 6 comes of the TCB key.
 TEST_F(CurveStoreVersions, ATcbKeyBetweenAUserKeyAndAStepBecomesSlopes)
 {
@@ -236,6 +220,6 @@ TEST_F(CurveStoreVersions, AHandleBeforeABadTimeBecomesAFlatTangent)
     EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, false));
     ASSERT_EQ(2, curve->KeyGetCount());
     EXPECT_EQ(0.0f, curve->KeyGetDataFloat(0, eDataRightSlope));
-    ExpectSound(*curve);
+    EXPECT_EQ("", CheckBooks({curve.get()}));
 }
 }  // namespace

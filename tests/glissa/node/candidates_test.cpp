@@ -66,7 +66,7 @@ bool IsWithinHalfATurn(LayerStack& pStack, std::size_t pTarget, const RefRotatio
         share = pStack.Rotation(0, place - 1).Inverse() * share;
     }
     const double weight = pStack.Layers().size() == 1 ? 1.0 : target.mWeight;
-    return share.Angle() / weight < 179.0;
+    return share.Angle() / weight < 179.0L;
 }
 }  // namespace
 

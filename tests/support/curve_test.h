@@ -3,6 +3,7 @@
 // For tests only, not installed.
 #pragma once
 
+#include "tests/support/edit_check.h"
 #include "tests/support/museum.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// Small curves for tests of whole spans.
+// Small curves, and what tests ask of them.
 
 inline const KTime kFromStart = KTime::MinusInfinite();
 inline const KTime kToEnd = KTime::Infinite();
@@ -68,27 +69,19 @@ inline std::string KeysOf(const Glissa& pCurve)
     return text;
 }
 
-struct Heard
+/// So many keys a second apart with the default attributes; each value is the key's index.
+inline CurveHandle PlainCurve(int pKeys)
 {
-    int calls = 0;
-    int type = 0;
-    int first = 0;
-    int last = 0;
-
-    static void Hear(Glissa*, GlissaEvent* pEvent, void* pHeard)
-    {
-        auto* heard = static_cast<Heard*>(pHeard);
-        *heard = {heard->calls + 1, pEvent->GetType(), pEvent->GetFirstKey(), pEvent->GetLastKey()};
+    CurveHandle curve(GlissaCreate());
+    for (int i = 0; i < pKeys; ++i) {
+        curve->KeyAppendFast(Seconds(i), static_cast<float>(i));
     }
-};
+    return curve;
+}
 
-/// Every block goes back to the pool, and the default block has no reference left over.
-class SpanTest : public testing::Test
+/// No attribute block is left over when a test ends.
+class CurveTest : public testing::Test
 {
 protected:
-    void TearDown() override
-    {
-        EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
-        EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
-    }
+    void TearDown() override { EXPECT_EQ("", CheckBooks({})); }
 };
