@@ -5,14 +5,14 @@
 
 #include "glissa/filter/data_filter.h"
 #include "glissa/filter/offset.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
-#include "tests/support/span_test.h"
 
 #include <algorithm>
 
 namespace
 {
-using FilterFrame = SpanTest;
+using FilterFrame = CurveTest;
 
 TEST_F(FilterFrame, TheSpanTakesTheKeysAroundIt)
 {

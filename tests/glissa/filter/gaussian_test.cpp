@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 #include "glissa/filter/gaussian.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/random_curve.h"
-#include "tests/support/span_test.h"
 
 #include <array>
 #include <cmath>
 
 namespace
 {
-using Gaussian = SpanTest;
+using Gaussian = CurveTest;
 
 GlissaFilterGaussian WithDeviation(double pSeconds, double pRate)
 {

@@ -7,10 +7,10 @@
 #include "glissa/filter/gaussian.h"
 #include "glissa/filter/offset.h"
 #include "glissa/filter/smooth.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/edit_check.h"
 #include "tests/support/node_stubs.h"
 #include "tests/support/random_curve.h"
-#include "tests/support/span_test.h"
 
 #include <cmath>
 #include <limits>
@@ -174,7 +174,7 @@ void SetSpan(GlissaFilter& pFilter, const KTimeSpan& pSpan)
     pFilter.SetStopTime(pSpan.GetStop());
 }
 
-using FilterProperties = SpanTest;
+using FilterProperties = CurveTest;
 
 TEST_F(FilterProperties, AnApplicationIsOneEventInOrderWithinTheSpan)
 {

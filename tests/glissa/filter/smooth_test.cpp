@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: MIT
 
 #include "glissa/filter/smooth.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
-#include "tests/support/span_test.h"
 
 #include <climits>
 
 namespace
 {
-using Smooth = SpanTest;
+using Smooth = CurveTest;
 
 CurveHandle ZigZag()
 {

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 #include "glissa/utils/utils.h"
-#include "tests/support/span_test.h"
+#include "tests/support/curve_test.h"
 
 #include <cmath>
 
 namespace
 {
-using Merging = SpanTest;
+using Merging = CurveTest;
 
 // Kinds whose slopes can be held at a seam: no TCB tangent, and none without a name.
 bool CanBeHeld(std::uint32_t pFlags)

@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 #include "glissa/utils/utils.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
-#include "tests/support/span_test.h"
 
 #include <cmath>
 #include <limits>
 
 namespace
 {
-using Utilities = SpanTest;
+using Utilities = CurveTest;
 
 void ExpectNear(Glissa& pLeft, Glissa& pRight, double pTolerance)
 {
