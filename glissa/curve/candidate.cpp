@@ -113,20 +113,35 @@ void SetCornerKind(Glissa& pCurve, int pIndex, const Request& pRequest)
     }
 }
 
+// Whether the segment before a key stores an automatic parameter other than 0 for its left side.
+// Where the key is not cubic the segment decides, whatever tangent bits are left in the key.
+bool HasLeftParameter(Glissa& pCurve, int pIndex)
+{
+    if (IsCubic(pCurve, pIndex)) {
+        return HasMode(pCurve, pIndex, eTangentAuto) &&
+               pCurve.KeyGetLeftAuto(pIndex, false) != 0.0f;
+    }
+    const unsigned kind = pIndex > 0 ? pCurve.KeyGetTangeantMode(pIndex - 1, false) : 0;
+    return (kind == eTangentAuto || kind == eTangentAutoBreak) && IsCubic(pCurve, pIndex - 1) &&
+           pCurve.KeyGetInterpolation(pIndex) != eInterpolationCustom &&
+           pCurve.KeyGetDataFloat(pIndex - 1, eDataNextLeftSlope) != 0.0f;
+}
+
 // A key put behind the last one or before the first one: the old end key gets a second side, and
-// its tangent runs on into it. An automatic one follows its new neighbour unless it was laid aside.
+// its tangent runs on into it. An automatic one follows its new neighbour unless it has a parameter
+// of its own.
 void RunOnInto(Glissa& pCurve, int pIndex, const Surroundings& pAround)
 {
     if (pAround.hasLo) {
         const int lo = pIndex - 1;
-        const bool force =
-            HasMode(pCurve, lo, eTangentUser) ||
-            (HasMode(pCurve, lo, eTangentAuto) && pCurve.KeyGetLeftAuto(lo, false) != 0.0f);
+        const bool force = HasMode(pCurve, lo, eTangentUser) || HasLeftParameter(pCurve, lo);
         pCurve.KeySetRightDerivativeInfo(lo, pAround.loLeft, force);
         if (HasMode(pCurve, lo, eTangentAutoBreak)) {
             pCurve.KeySetRightAuto(lo, 100.0f);
         }
-        if (force && !HasMode(pCurve, lo, eTangentBreak)) {
+        if (force && !IsCubic(pCurve, lo)) {
+            pCurve.KeySetLeftDerivative(lo, pAround.loLeft.mDerivative);
+        } else if (force && !HasMode(pCurve, lo, eTangentBreak)) {
             pCurve.KeySetLeftDerivativeInfo(lo, pAround.loLeft, true);
         }
     } else if (pAround.hasHi) {
@@ -170,14 +185,12 @@ double Glissa::CandidateEvaluate(KTime pTime, int* pHint)
 bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int pContinuity,
                           bool pTangentOverride, KTime pTime, double pTolerance)
 {
-    if (pTime != KTime::Infinite()) {
-        mCandidateTime = pTime;
-    }
-    if (!IsCandidate()) {
+    const KTime time = pTime != KTime::Infinite() ? pTime : mCandidateTime;
+    if (time == KTime::Infinite() || time == kNoKeyTime) {
         return false;
     }
+    mCandidateTime = time;
     // Every change of a key ends the candidate.
-    const KTime time = mCandidateTime;
     const float value = mCandidateValue;
     Request request{static_cast<unsigned>(pInterpolation), static_cast<unsigned>(pTangentMode),
                     pContinuity, pTangentOverride};
@@ -224,7 +237,7 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
     if (pLast) {
         *pLast = index;
     }
-    if (!isNew && !pTangentOverride && !request.IsCorner()) {
+    if (!isNew && !pTangentOverride) {
         return true;
     }
 
@@ -247,7 +260,7 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
     KeySetRightDerivativeInfo(index, right, isCorner);
     // Its left side is stored in the key that was just written.
     if (around.hasHi && (around.hasLo || !isNew)) {
-        KeySetLeftDerivativeInfo(index + 1, around.hiLeft, false);
+        KeepLeftSide(index + 1, around.hiLeft);
     }
     if (isCorner && !request.IsCubic(eTangentTCB)) {
         HoldSlopes(*this, index, {0.0f, 0.0f});
@@ -269,6 +282,9 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
 
 int Glissa::KeyInsert(KTime pTime, int* pHint)
 {
+    if (pTime == kNoKeyTime) {
+        return -1;
+    }
     const int count = KeyGetCount();
     if (count == 0) {
         return KeyAdd(pTime, pHint);

@@ -99,7 +99,7 @@ public:
     void InitBuffers(int pCount, bool pClear);
     void ResizeKeyBuffer(int pCount, bool pClear) { InitBuffers(pCount, pClear); }
     /// Adds a key of the default shape (cubic, auto) at the end and gives its index. The caller
-    /// sees to the order; no listener is told, the update id rises by 1.
+    /// keeps the order; no event is posted, the update id rises by 1. -1 for the time -2^63.
     int KeyAppendFast(KTime pTime, float pValue);
     /// Gives back unused pages and table space, and merges equal attribute blocks.
     void KeyShrink();
@@ -119,10 +119,10 @@ public:
     /// The stored keys, and their page table, 42 keys a page.
     const KeyList& Keys() const { return mKeys; }
     KPriFCurveKey** GetPriFCurveKeysList() const { return mKeys.Table(); }
-    KPriFCurveKey* InternalPriKeyGetPtr(int pIndex) const { return &mKeys[pIndex]; }
+    KPriFCurveKey* InternalPriKeyGetPtr(int pIndex) const { return &KeyAt(pIndex); }
     KPriFCurveKeyAttr* InternalPriKeyAttrGetPtr(int pIndex) const
     {
-        return mKeys[pIndex].mAttribute;
+        return KeyAt(pIndex).mAttribute;
     }
 
     // Shared attribute blocks (curve/attributes.cpp)
@@ -140,7 +140,7 @@ public:
 
     GlissaKey KeyGet(int pIndex) const
     {
-        return GlissaKey(mKeys[pIndex], *mKeys[pIndex].mAttribute);
+        return GlissaKey(KeyAt(pIndex), *KeyAt(pIndex).mAttribute);
     }
     KTime KeyGetTime(int pIndex) const { return KeyAt(pIndex).mTime; }
     float KeyGetValue(int pIndex) const { return KeyAt(pIndex).mValue; }
@@ -182,9 +182,13 @@ public:
 
     // Adding, replacing and removing keys (curve/editing.cpp)
     //
-    // Keys stand in strictly increasing time. An edit leaves the shape elsewhere alone: the segment
-    // before a removed or moved key keeps the left tangent of the key that now ends it. Bulk edits
+    // Keys are in strictly increasing time. An edit leaves the shape elsewhere alone: a key keeps
+    // its slopes on both sides when another one before it is added, removed or moved. Bulk edits
     // belong into a bracket.
+    //
+    // Any time but -2^63, which a store reads as no time, can be that of a key. An edit that would
+    // take a key there, or past either end of the range of times, is refused whole: -1 or false,
+    // nothing changed and no event.
 
     /// Adds a key, or replaces the one at that time, and gives its index. Posts 0xE010 and 0x810.
     /// pHint  in and out, may be null: where the search starts; it comes back as the new index.
@@ -227,14 +231,17 @@ public:
     void KeySetTime(int pIndex, KTime pTime);      ///< 0x4010, no test of the order
     void KeyIncTime(int pIndex, KTime pTime);      ///< 0x4010, no test of the order
 
-    /// Moves one key, past others if need be, and gives its new index. It replaces none: on the
-    /// time of another key it comes to stand 1e-5 s behind it.
+    /// Moves one key, past others if need be, and gives its new index. It replaces none: at the
+    /// time of another key it is placed 1e-5 s after that one. A refused move gives pIndex.
     int KeyMove(int pIndex, KTime pTime);
-    /// Moves a key and all after it. False when it would not stay behind the key before.
+    /// Moves a key and all after it. False when it would not stay behind the key before, or a key
+    /// would leave the range of times.
     bool KeyMoveOf(int pIndex, KTime pDelta, float pValue);
-    /// Moves all keys or the selected ones; moved ones pass those that stay. True.
+    /// Moves all keys or the selected ones; moved ones pass those that stay. False when a key would
+    /// leave the range of times.
     bool KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue);
-    /// Moves a range; keys that it lands on go. False for an impossible range.
+    /// Moves a range; keys that it lands on are removed. False for an impossible range, and when a
+    /// key would leave the range of times.
     bool KeyMoveOf(KTime pDelta, int pFirst, int pLast);
     bool KeyMoveOf(KTime pFrom, KTime pTo, KTime pDelta, bool pInclusive);
 
@@ -275,14 +282,15 @@ public:
     /// the candidate from then on. pHint as in Evaluate.
     double CandidateEvaluate(KTime pTime, int* pHint);
     /// Makes a key of the candidate, with the slopes that the curve had. False without a candidate,
-    /// where an insertion finds a key, and where a key would become custom with no type registered.
+    /// at the time -2^63, where an insertion finds a key, and where a key would become custom with
+    /// no type registered.
     ///
     /// pLast             in and out, may be null: where the search starts; the index of the key.
     /// pTangentMode      of the key, mask 0x7F00; a custom index for a custom key.
     /// pContinuity       EGlissaContinuity. A corner on an automatic key with a TCB key before it
     ///                   takes a user tangent: behind TCB no parameter would make it flat.
-    /// pTangentOverride  false: a key that is there takes time and value only.
-    /// pTime             the time of the candidate, Infinite() for the one it has.
+    /// pTangentOverride  false: a key that is there takes time and value only, whatever
+    /// pContinuity. pTime             the time of the candidate, Infinite() for the one it has.
     /// pTolerance        how far from a key, in index steps, the key still counts as being there.
     bool CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int pContinuity,
                       bool pTangentOverride, KTime pTime = KTime::Infinite(),
@@ -293,7 +301,8 @@ public:
     /// the keys and before them the end tangent runs on.
     ///
     /// pHint  in and out, may be null; it comes back as the index of the key at the time.
-    /// Gives the index of the key at that time; behind the last key, that of the old last key.
+    /// Gives the index of the key at that time; behind the last key, that of the old last key; -1
+    /// for the time -2^63.
     int KeyInsert(KTime pTime, int* pHint = nullptr);
 
     // Whole curves and spans (curve/range.cpp)
@@ -308,15 +317,17 @@ public:
     /// extrapolation. Posts 0x20008010, and for the keys 0x1010 and 0x810. From itself: nothing.
     void CopyFrom(const Glissa& pSource, bool pWithKeys = true);
     /// Puts all keys of a source in, its first key at pOffset. A key on the time of another takes
-    /// its place. A custom key is left to the host where that is told of new keys.
+    /// its place. A custom key is left to the host where that is told of new keys. Does nothing
+    /// where a key would leave the range of times.
     ///
-    /// pFirstLeft  left side of the first key; the others bring theirs along.
+    /// pFirstLeft  left side of the first key, whose right side stays; the others bring theirs.
     void Insert(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft);
     void Insert(Glissa* pSource, KTime pOffset, float pFirstLeftDerivative, bool pFirstLeftWeighted,
                 float pFirstLeftWeight);
     /// Replaces the keys of a span, both ends included, by those that a source has there. The first
     /// and the last key that came over take the slopes that the curve had at the ends of the span;
-    /// the key behind it keeps its left side.
+    /// the key behind it keeps its slopes on both sides. Does nothing where a key would leave the
+    /// range of times.
     ///
     /// pStart, pStop      of the source, MinusInfinite() and Infinite() for where its keys end.
     /// pExactSpan         off, the slope at an end that is open is set as well.
@@ -546,9 +557,9 @@ private:
 
     ~Glissa() override;
 
-    const KPriFCurveKey& KeyAt(int pIndex) const
+    KPriFCurveKey& KeyAt(int pIndex) const
     {
-        CORVEKIT_ASSERT(pIndex < KeyGetCount());
+        CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
         return mKeys[pIndex];
     }
     const KPriFCurveKeyAttr& Attr(int pIndex) const { return *KeyAt(pIndex).mAttribute; }
@@ -573,21 +584,27 @@ private:
     bool GrowTo(int pIndex);
     bool FindRange(KTime pFrom, KTime pTo, bool pInclusive, int& pFirst, int& pLast);
     KTime FreeTimeNear(KTime pTime, int* pHint);
-    int Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey, int pHint);
-    int ReinsertUpward(int pIndex, KTime pTime, const GlissaKey& pKey);
+    int Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey);
+    void RemoveRange(int pFirst, int pLast);
+
+    void StoreLeftSlope(int pIndex, float pSlope);
+    void StoreLeftAuto(int pIndex, float pAuto);
+    void StoreLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative);
+    void FollowLeftSlope(int pIndex, float pSlope);
+    void KeepLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative = false);
 
     struct ValueShift;
     struct TimeSpan;
     struct StoredSide;
     bool IsLeftToHost(int pIndex) const;
     StoredSide SideBehind(int pIndex);
-    void InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantInfo& pFirstLeft);
+    void InsertBetween(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft);
     bool StoresNextLeftSlope(int pIndex) const;
     void TakeNextLeft(int pIndex, const GlissaKeyAttributes& pOld);
     void ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan,
                      bool pKeyEndsWhenEmpty, KTime pOffset, const ValueShift& pFromStart,
                      const ValueShift& pAfterStop);
-    int AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset);
+    int AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset);
     void ShiftKeys(int pFirst, int pLast, const ValueShift& pShift);
     void HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pValue);
     int FindPeakTimes(int pIndex, KTime (&pTimes)[2]);

@@ -6,6 +6,7 @@
 #include "glissa/curve/curve.h"
 #include "glissa/curve/key_weight.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
 #include <bit>
@@ -33,6 +34,9 @@ double FindPlaceToAdd(Glissa& pCurve, KTime pTime, int* pHint)
 
 int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
 {
+    if (pTime == kNoKeyTime) {
+        return -1;
+    }
     // Before the gap opens: who listens for bad values may look at this very curve.
     float value = pKey.GetValue();
     CheckKeyValue(value);
@@ -65,6 +69,9 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
 
 int Glissa::KeyAdd(KTime pTime, int* pHint)
 {
+    if (pTime == kNoKeyTime) {
+        return -1;
+    }
     ResetCandidate();
     GlissaKey key;
     key.Set(pTime, Evaluate(pTime, pHint), eInterpolationCubic, eTangentAuto, 0.0f, 0.0f,
@@ -74,8 +81,11 @@ int Glissa::KeyAdd(KTime pTime, int* pHint)
 
 int Glissa::KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pHint)
 {
+    if (pTime == kNoKeyTime) {
+        return -1;
+    }
     // The source may be this curve, whose records are about to move.
-    KPriFCurveKey source = pSource->mKeys[pSourceIndex];
+    KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
     CheckKeyValue(source.mValue);
     InitBuffers(KeyGetCount() + 1, false);
     int index = 0;
@@ -106,7 +116,10 @@ int Glissa::KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pH
 
 int Glissa::KeyAppend(KTime pTime, const Glissa* pSource, int pSourceIndex)
 {
-    KPriFCurveKey source = pSource->mKeys[pSourceIndex];
+    if (pTime == kNoKeyTime) {
+        return -1;
+    }
+    KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
     CheckKeyValue(source.mValue);
     InitBuffers(KeyGetCount() + 1, false);
     KPriFCurveKey& record = mKeys.Append();
@@ -119,11 +132,13 @@ int Glissa::KeyAppend(KTime pTime, const Glissa* pSource, int pSourceIndex)
     return index;
 }
 
-// Whether a key of this time may stand at an index, which may be one past the end.
+// Whether a key of this time can be at an index, which may be one past the end.
 bool Glissa::KeepsOrder(int pIndex, KTime pTime) const
 {
+    CORVEKIT_ASSERT(pIndex >= 0);
     const int count = KeyGetCount();
-    return !(pIndex >= 1 && pIndex <= count && pTime <= mKeys[pIndex - 1].mTime) &&
+    return pTime != kNoKeyTime &&
+           !(pIndex >= 1 && pIndex <= count && pTime <= mKeys[pIndex - 1].mTime) &&
            !(pIndex < count - 1 && pTime >= mKeys[pIndex + 1].mTime);
 }
 
@@ -159,7 +174,7 @@ bool Glissa::KeySet(int pIndex, const GlissaKey& pKey)
 
 bool Glissa::KeySet(int pIndex, const Glissa* pSource, int pSourceIndex)
 {
-    const KPriFCurveKey source = pSource->mKeys[pSourceIndex];
+    const KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
     ResetCandidate();
     if (!KeepsOrder(pIndex, source.mTime)) {
         return false;
@@ -220,16 +235,28 @@ bool Glissa::KeyRemove(int pIndex)
     if (count == 1) {
         SetValue(KeyGetValue(0));
     }
-    const bool isLast = pIndex == count - 1;
-    const GlissaTangeantInfo info =
-        isLast ? GlissaTangeantInfo() : KeyGetLeftDerivativeInfo(pIndex + 1);
-    ReleaseAttribute(mKeys[pIndex]);
-    mKeys.CloseGap(pIndex, pIndex);
-    if (!isLast) {
-        KeySetLeftDerivativeInfo(pIndex, info, false);
-    }
-    CallbackAddEvent(kGlissaEventRemoved, pIndex);
+    RemoveRange(pIndex, pIndex);
     return true;
+}
+
+// The key behind the range keeps its left side. The default value stays as it is.
+void Glissa::RemoveRange(int pFirst, int pLast)
+{
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < KeyGetCount());
+    const bool hasNext = pLast + 1 < KeyGetCount();
+    const GlissaTangeantInfo info =
+        hasNext ? KeyGetLeftDerivativeInfo(pLast + 1) : GlissaTangeantInfo();
+    for (int i = pFirst; i <= pLast; ++i) {
+        ReleaseAttribute(mKeys[i]);
+    }
+    mKeys.CloseGap(pFirst, pLast);
+    if (hasNext) {
+        KeepLeftSide(pFirst, info);
+    }
+    CallbackAddEvent(kGlissaEventRemoved, pFirst);
+    if (pLast > pFirst) {
+        CallbackAddEvent(kGlissaEventRemoved, pLast);
+    }
 }
 
 bool Glissa::Delete(int pFirst, int pLast)
@@ -246,18 +273,7 @@ bool Glissa::Delete(int pFirst, int pLast)
     } else if (pLast - pFirst + 1 == count) {
         KeyClear();
     } else {
-        const bool hasNext = pLast + 1 < count;
-        const GlissaTangeantInfo info =
-            hasNext ? KeyGetLeftDerivativeInfo(pLast + 1) : GlissaTangeantInfo();
-        for (int i = pFirst; i <= pLast; ++i) {
-            ReleaseAttribute(mKeys[i]);
-        }
-        mKeys.CloseGap(pFirst, pLast);
-        if (hasNext) {
-            KeySetLeftDerivativeInfo(pFirst, info, false);
-        }
-        CallbackAddEvent(kGlissaEventRemoved, pFirst);
-        CallbackAddEvent(kGlissaEventRemoved, pLast);
+        RemoveRange(pFirst, pLast);
     }
     if (KeyGetCount() == 0) {
         SetValue(firstValue);

@@ -221,8 +221,8 @@ struct KPriFCurveKey
 static_assert(sizeof(KPriFCurveKeyAttr) == 24);
 static_assert(sizeof(void*) != 8 || sizeof(KPriFCurveKey) == 24);
 
-/// A key by value, as it travels in and out of a curve. Changing one fires nothing and touches no
-/// curve. Default construction sets time, value and flags to 0 and leaves the data undefined.
+/// A key by value, as it travels in and out of a curve. Changing one posts no event and touches no
+/// curve. Default construction sets time, value, flags and data slots to 0.
 class GLISSA_API GlissaKey
 {
 public:
@@ -235,7 +235,7 @@ public:
     {
         mTime = KTime();
         mValue = 0.0f;
-        mAttributes.mFlags = 0;
+        mAttributes = {};
     }
     void Set(const GlissaKey& pKey) { *this = pKey; }
     /// Sets time, value, kind and data. Tangent visibility goes off, the velocity mode stays.

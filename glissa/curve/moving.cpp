@@ -10,6 +10,7 @@
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
 #include <algorithm>
@@ -32,6 +33,14 @@ int Ceil(double pIndex)
 int Floor(double pIndex)
 {
     return static_cast<int>(std::floor(pIndex));
+}
+
+// Whether each key of a range can take its time plus pDelta. Past an end of the range of times the
+// sums would all be that end.
+bool CanShiftKeys(const Glissa& pCurve, int pFirst, int pLast, KTime pDelta)
+{
+    return CanShift(pCurve.KeyGetTime(pFirst), pDelta) &&
+           CanShift(pCurve.KeyGetTime(pLast), pDelta);
 }
 }  // namespace
 
@@ -79,15 +88,18 @@ void Glissa::KeyIncTime(int pIndex, KTime pTime)
 
 int Glissa::KeyMove(int pIndex, KTime pTime)
 {
+    if (pTime == kNoKeyTime) {
+        return pIndex;
+    }
     const KTime delta = pTime - KeyGetTime(pIndex);
     const KeyModifyBracket bracket(*this);
     if (delta > KTime() && pIndex < KeyGetCount() - 1) {
         if (KeyGetTime(pIndex + 1) - pTime < kMinimalKeyGap) {
-            return Reinsert(pIndex, pTime, KeyGet(pIndex), pIndex);
+            return Reinsert(pIndex, pTime, KeyGet(pIndex));
         }
     } else if (delta <= KTime() && pIndex > 0) {
         if (pTime - KeyGetTime(pIndex - 1) < kMinimalKeyGap) {
-            return Reinsert(pIndex, pTime, KeyGet(pIndex), pIndex);
+            return Reinsert(pIndex, pTime, KeyGet(pIndex));
         }
     }
     WriteTime(pIndex, pTime);
@@ -109,9 +121,11 @@ KTime Glissa::FreeTimeNear(KTime pTime, int* pHint)
     return time;
 }
 
-int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey, int pHint)
+// Takes a key out and puts it in at another time, or at the next free one behind it. The key, the
+// one that was behind it and the one in front of which it arrives keep their left sides.
+int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey)
 {
-    int hint = pHint;
+    int hint = pIndex;
     const KTime time = FreeTimeNear(pTime, &hint);
     const int arrival = Ceil(KeyFind(time, &hint));
     const bool hasNext = pIndex + 1 < KeyGetCount();
@@ -124,33 +138,12 @@ int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey, int pHint)
         hasArrival && arrival > 0 ? KeyGetLeftDerivativeInfo(arrival) : GlissaTangeantInfo();
     KeyRemove(pIndex);
     const int index = KeyAdd(time, pKey, &hint);
-    KeySetLeftDerivativeInfo(index, a, false);
+    KeepLeftSide(index, a);
     if (hasArrival) {
-        KeySetLeftDerivativeInfo(index + 1, d, false);
+        KeepLeftSide(index + 1, d);
     }
     if (hasNext) {
-        KeySetLeftDerivativeInfo(index > pIndex ? pIndex : pIndex + 1, b, false);
-    }
-    return index;
-}
-
-// The same among keys of which those before may have moved already: D is what the new key finds on
-// its left side when it arrives.
-int Glissa::ReinsertUpward(int pIndex, KTime pTime, const GlissaKey& pKey)
-{
-    int hint = 0;
-    const KTime time = FreeTimeNear(pTime, &hint);
-    const bool hasNext = pIndex + 1 < KeyGetCount();
-    const GlissaTangeantInfo a = KeyGetLeftDerivativeInfo(pIndex);
-    const GlissaTangeantInfo b =
-        hasNext ? KeyGetLeftDerivativeInfo(pIndex + 1) : GlissaTangeantInfo();
-    KeyRemove(pIndex);
-    const int index = KeyAdd(time, pKey, &hint);
-    const GlissaTangeantInfo d = index > 0 ? KeyGetLeftDerivativeInfo(index) : GlissaTangeantInfo();
-    KeySetLeftDerivativeInfo(index, a, false);
-    KeySetLeftDerivativeInfo(index + 1, d, false);
-    if (hasNext) {
-        KeySetLeftDerivativeInfo(index > pIndex ? pIndex : pIndex + 1, b, false);
+        KeepLeftSide(index > pIndex ? pIndex : pIndex + 1, b);
     }
     return index;
 }
@@ -158,6 +151,9 @@ int Glissa::ReinsertUpward(int pIndex, KTime pTime, const GlissaKey& pKey)
 bool Glissa::KeyMoveOf(int pIndex, KTime pDelta, float pValue)
 {
     const int count = KeyGetCount();
+    if (pIndex < count && !CanShiftKeys(*this, pIndex, count - 1, pDelta)) {
+        return false;
+    }
     if (pIndex > 0 && pIndex < count && KeyGetTime(pIndex) + pDelta <= KeyGetTime(pIndex - 1)) {
         return false;
     }
@@ -172,9 +168,20 @@ bool Glissa::KeyMoveOf(int pIndex, KTime pDelta, float pValue)
 
 bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
 {
+    const int count = KeyGetCount();
+    int first = 0;
+    int last = count - 1;
+    while (pSelectedOnly && first <= last && !KeyGetSelected(first)) {
+        ++first;
+    }
+    while (pSelectedOnly && first <= last && !KeyGetSelected(last)) {
+        --last;
+    }
+    if (first <= last && !CanShiftKeys(*this, first, last, pDelta)) {
+        return false;
+    }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    const int count = KeyGetCount();
     if (count == 0 && !pSelectedOnly) {
         SetValue(GetValue() + pValue);
     }
@@ -197,11 +204,7 @@ bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
         }
         GlissaKey key = KeyGet(i);
         key.IncValue(pValue);
-        if (isUpward) {
-            ReinsertUpward(i, target, key);
-        } else {
-            Reinsert(i, target, key, 0);
-        }
+        Reinsert(i, target, key);
     }
     return true;
 }
@@ -211,7 +214,8 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
     if (pDelta == KTime()) {
         return true;
     }
-    if (pFirst > pLast || pFirst < 0 || pLast >= KeyGetCount()) {
+    if (pFirst > pLast || pFirst < 0 || pLast >= KeyGetCount() ||
+        !CanShiftKeys(*this, pFirst, pLast, pDelta)) {
         return false;
     }
     const KeyModifyBracket bracket(*this);
@@ -261,10 +265,10 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
                 hasBehind ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
             KeyRemove(c);
             const int index = KeyAdd(target, key, &hint);
-            KeySetLeftDerivativeInfo(index, left, false);
+            KeepLeftSide(index, left);
             KeySetRightDerivativeInfo(index, right, false);
             if (hasBehind) {
-                KeySetLeftDerivativeInfo(index + 1, behindLeft, false);
+                KeepLeftSide(index + 1, behindLeft);
             }
             if (isUpward) {
                 --last;
@@ -273,21 +277,7 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
             }
             continue;
         }
-        const GlissaTangeantInfo a = KeyGetLeftDerivativeInfo(c);
-        const GlissaTangeantInfo b = KeyGetLeftDerivativeInfo(neighbour);
-        const int arrival = isUpward ? Floor(place) : Ceil(place);
-        const bool hasArrival = isUpward ? arrival >= 0 : arrival < KeyGetCount();
-        const GlissaTangeantInfo d =
-            hasArrival ? KeyGetLeftDerivativeInfo(arrival) : GlissaTangeantInfo();
-        KeyRemove(c);
-        const int index = KeyAdd(target, key, &hint);
-        KeySetLeftDerivativeInfo(index, a, false);
-        if (index != c) {
-            KeySetLeftDerivativeInfo(c, b, false);
-        }
-        if (hasArrival) {
-            KeySetLeftDerivativeInfo(isUpward ? index - 1 : index + 1, d, false);
-        }
+        Reinsert(c, target, key);
         c += isUpward ? 1 : -1;
     }
     return true;

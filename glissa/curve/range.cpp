@@ -11,6 +11,7 @@
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/curve/ticks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -37,6 +38,12 @@ bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRigh
     return (pIsAuto ? pLeft.mAuto == pRight.mAuto : pLeft.mDerivative == pRight.mDerivative) &&
            pLeft.mIsWeighted == pRight.mIsWeighted && pLeft.mWeight == pRight.mWeight &&
            pLeft.mIsVelocity == pRight.mIsVelocity && pLeft.mVelocity == pRight.mVelocity;
+}
+
+// Where a key of a curve comes to be when the first one is put at pOffset.
+KTime ShiftedTime(const Glissa& pCurve, int pIndex, KTime pOffset)
+{
+    return Later(pOffset, TicksBetween(pCurve.KeyGetTime(0), pCurve.KeyGetTime(pIndex)));
 }
 }  // namespace
 
@@ -128,22 +135,23 @@ void Glissa::Insert(Glissa* pSource, KTime pOffset, float pFirstLeftDerivative,
 void Glissa::Insert(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft)
 {
     const int added = pSource->KeyGetCount();
-    if (added == 0) {
+    if (added == 0 || pOffset == kNoKeyTime ||
+        TicksBetween(pSource->mKeys.FirstTime(), pSource->mKeys.LastTime()) >
+            TicksBetween(pOffset, KTime::Infinite())) {
         return;
     }
-    const KTime delta = pOffset - pSource->KeyGetTime(0);
     ResizeKeyBuffer(KeyGetCount() + added, false);
     {
         const KeyModifyBracket bracket(*this);
-        if (KeyGetCount() > 0 && pSource->KeyGetTime(0) + delta <= mKeys.LastTime()) {
-            InsertBetween(pSource, delta, pFirstLeft);
+        if (KeyGetCount() > 0 && pOffset <= mKeys.LastTime()) {
+            InsertBetween(pSource, pOffset, pFirstLeft);
         } else {
             const int first = KeyGetCount();
             for (int i = 0; i < added; ++i) {
-                KeyAppend(pSource->KeyGetTime(i) + delta, pSource, i);
+                KeyAppend(ShiftedTime(*pSource, i, pOffset), pSource, i);
             }
             if (!IsLeftToHost(first)) {
-                KeySetLeftDerivativeInfo(first, pFirstLeft, false);
+                KeepLeftSide(first, pFirstLeft);
             }
         }
     }
@@ -184,14 +192,14 @@ Glissa::StoredSide Glissa::SideBehind(int pIndex)
     return side;
 }
 
-void Glissa::InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantInfo& pFirstLeft)
+void Glissa::InsertBetween(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft)
 {
     const int last = pSource->KeyGetCount() - 1;
     int hint = mSearchIndex;
     int index = -1;
     StoredSide side;
     for (int i = 0; i <= last; ++i) {
-        const KTime time = pSource->KeyGetTime(i) + pDelta;
+        const KTime time = ShiftedTime(*pSource, i, pOffset);
         const int before = Floor(KeyFind(time, &hint));
         if (i == 0 || before != index) {
             side = SideBehind(before);  // else the key put in before cut the same segment
@@ -204,18 +212,18 @@ void Glissa::InsertBetween(Glissa* pSource, KTime pDelta, const GlissaTangeantIn
                                   KeyGetInterpolation(index) == eInterpolationCubic &&
                                   side.isSlope != StoresNextLeftSlope(index);
         if (side.exists && (side.isTcb || IsCubicTCB(index) || meansAnother)) {
-            KeySetLeftDerivativeInfo(index + 1, side.info, meansAnother);
+            KeepLeftSide(index + 1, side.info, meansAnother);
         } else if (side.exists) {
             TakeNextLeft(index, side.slots);
         }
         if (i == 0) {
-            KeySetLeftDerivativeInfo(index, pFirstLeft, false);
+            KeepLeftSide(index, pFirstLeft);
             continue;
         }
         KeySetLeftTangeantWeight(index, pSource->KeyGetLeftTangeantWeight(i));
         KeySetLeftTangeantWeightedMode(index, pSource->KeyIsLeftTangeantWeighted(i));
         const GlissaTangeantInfo left = pSource->KeyGetLeftDerivativeInfo(i);
-        KeySetLeftDerivativeInfo(index, left, false);
+        KeepLeftSide(index, left);
         if (i == last && KeyGetInterpolation(index) == eInterpolationCustom) {
             KeySetRightDerivative(index, left.mDerivative);
         }
@@ -271,7 +279,6 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
     if (KeyGetCount() == 0 && sourceCount == 0) {
         return;
     }
-    const KeyModifyBracket bracket(*this);
     TimeSpan wanted = pSpan;  // of the source, which keys are taken
     TimeSpan target = pSpan;  // of this curve, which keys go
     bool isEmpty = true;
@@ -291,6 +298,20 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
             wanted.stop = last >= 0 ? pSource->KeyGetTime(last) : wanted.stop;
         }
     }
+    // The keys that come over.
+    int sourceHint = 0;
+    const int firstAdded = isEmpty ? 0 : Ceil(pSource->KeyFind(wanted.start, &sourceHint));
+    int lastAdded = firstAdded - 1;
+    while (!isEmpty && lastAdded + 1 < sourceCount &&
+           pSource->KeyGetTime(lastAdded + 1) <= wanted.stop) {
+        ++lastAdded;
+    }
+    if (firstAdded <= lastAdded && !(CanShift(pSource->KeyGetTime(firstAdded), pOffset) &&
+                                     CanShift(pSource->KeyGetTime(lastAdded), pOffset))) {
+        return;
+    }
+
+    const KeyModifyBracket bracket(*this);
     if (isEmpty && pKeyEndsWhenEmpty) {
         HoldSpan(target, pSpan, pSource->GetValue());
         return;
@@ -308,7 +329,7 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
         return;
     }
 
-    const int last = AddSpan(pSource, wanted, pOffset);
+    const int last = AddRange(pSource, firstAdded, lastAdded, pOffset);
     if (last >= 0) {
         ShiftKeys(first, last, pFromStart);
         if (wanted.HasStart() && first < KeyGetCount() && KeyGetTime(first) <= target.stop) {
@@ -323,7 +344,7 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
         }
         if (last + 1 < KeyGetCount() &&
             !IsSameSide(behindLeft, KeyGetLeftDerivativeInfo(last + 1), IsCubicAuto(last + 1))) {
-            KeySetLeftDerivativeInfo(last + 1, behindLeft, false);
+            KeepLeftSide(last + 1, behindLeft);
         }
     }
     const int rest = last >= 0           ? last + 1
@@ -332,15 +353,13 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
     ShiftKeys(rest, KeyGetCount() - 1, pAfterStop);
 }
 
-// The keys of a source within a span, shifted in time. The index of the last one, or -1.
-int Glissa::AddSpan(Glissa* pSource, const TimeSpan& pSpan, KTime pOffset)
+// The keys pFirst to pLast of a source, shifted in time. The index of the last one, or -1.
+int Glissa::AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset)
 {
-    int sourceHint = 0;
     int hint = 0;
     int last = -1;
     ResetCandidate();
-    for (int i = Ceil(pSource->KeyFind(pSpan.start, &sourceHint));
-         i < pSource->KeyGetCount() && pSource->KeyGetTime(i) <= pSpan.stop; ++i) {
+    for (int i = pFirst; i <= pLast; ++i) {
         last = KeyAdd(pSource->KeyGetTime(i) + pOffset, pSource, i, &hint);
     }
     return last;
@@ -408,7 +427,11 @@ void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pVal
     if (pSpan.HasStop()) {
         keyOutside(pTarget.stop + kTick);
     }
-    Delete(pTarget.start, pTarget.stop, true);
+    int first = 0;
+    int last = 0;
+    if (FindRange(pTarget.start, pTarget.stop, true, first, last) && first <= last) {
+        RemoveRange(first, last);
+    }
 
     const auto holdAt = [&](KTime pTime, bool pIsEnd) {
         int index = 0;

@@ -20,16 +20,6 @@ constexpr int kClearOfKey = 18;
 // Up to this many keys a bisection is shorter than the way past the hint.
 constexpr int kFewKeys = 16;
 
-KTime Later(KTime pTime, std::uint64_t pTicks)
-{
-    return KTime(static_cast<std::int64_t>(static_cast<std::uint64_t>(pTime.Get()) + pTicks));
-}
-
-KTime Earlier(KTime pTime, std::uint64_t pTicks)
-{
-    return KTime(static_cast<std::int64_t>(static_cast<std::uint64_t>(pTime.Get()) - pTicks));
-}
-
 // The repetitions that pCount stands for. Where they would run past the end of time, pRoom ticks
 // away, only whole ones inside the range count, and of those the outermost is held.
 std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRoom)

@@ -22,12 +22,6 @@ struct SegmentPlace
     double KeyIndex() const { return index + fraction; }
 };
 
-/// Ticks from one time to a later one, exact for any two times.
-inline std::uint64_t TicksBetween(KTime pFrom, KTime pTo)
-{
-    return static_cast<std::uint64_t>(pTo.Get()) - static_cast<std::uint64_t>(pFrom.Get());
-}
-
 /// The way from one time to another as a fraction: exact differences, one rounding. The times are
 /// in order, the last two differ.
 inline double TimeFraction(KTime pFrom, KTime pTime, KTime pTo)

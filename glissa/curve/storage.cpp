@@ -4,6 +4,7 @@
 // Room for keys and the brackets around their changes.
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
 #include <limits>
@@ -42,7 +43,7 @@ void Glissa::InitBuffers(int pCount, bool pClear)
 int Glissa::KeyAppendFast(KTime pTime, float pValue)
 {
     const int index = mKeys.Count();
-    if (!mKeys.HasRoomFor(index) || IsInvalidKeyCheckActive()) [[unlikely]] {
+    if (!mKeys.HasRoomFor(index) || IsInvalidKeyCheckActive() || pTime == kNoKeyTime) [[unlikely]] {
         return AppendWithCare(pTime, pValue);
     }
     // Field by field: an aggregate would be put together in memory and read back in other widths,
@@ -57,9 +58,12 @@ int Glissa::KeyAppendFast(KTime pTime, float pValue)
     return index;
 }
 
-// The same where a page is due or somebody listens for invalid values.
+// The same where a page is due, a listener checks values, or the time is none for a key.
 int Glissa::AppendWithCare(KTime pTime, float pValue)
 {
+    if (pTime == kNoKeyTime) {
+        return -1;
+    }
     // Before room is made: the listener may change this very curve.
     CheckKeyValue(pValue);
     mKeys.Reserve(KeyGetCount() + 1);

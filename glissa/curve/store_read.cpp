@@ -9,20 +9,19 @@
 #include "glissa/curve/key_weight.h"
 #include "glissa/curve/slope_rules.h"
 #include "glissa/curve/store_reader.h"
+#include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
-#include <limits>
 #include <span>
 #include <string_view>
 #include <utility>
 
 namespace
 {
-constexpr KTime kNoTime(std::numeric_limits<std::int64_t>::min());
 constexpr WeightPair kDefaultWeights{kDefaultWeightNumber, kDefaultWeightNumber};
 constexpr int kLeastValues = 3;        // a key is a time, a value and a letter at least
 constexpr double kSidesAgree = 0.001;  // auto parameters of the two sides of an unbroken tangent
@@ -98,7 +97,7 @@ void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
         // What stops them is seen by itself.
         if (!pSamples.empty()) {
             BeginKey(pSamples.front().time, pSamples.front().value);
-            EndKey(pSamples.front().time != kNoTime);
+            EndKey(pSamples.front().time != kNoKeyTime);
             pSamples = pSamples.subspan(1);
         }
     }
@@ -120,7 +119,7 @@ void Glissa::StoreReader::ReadKey()
 {
     const KTime time = mTdf.FieldReadT();
     float value = 0.0f;
-    const bool good = Number(value) && time != kNoTime;
+    const bool good = Number(value) && time != kNoKeyTime;
     // Field by field: aggregates would be put together in memory and read back in other widths.
     mLocal.mFlags = 0;
     mLocal.mData[0] = 0.0f;
@@ -504,7 +503,7 @@ void Glissa::StoreReader::RemoveBadKeys()
             keys[i] = {};
         }
         if (handsOver) {
-            mCurve.KeySetLeftDerivativeInfo(first, side, false);
+            mCurve.KeepLeftSide(first, side);
         }
         handsOver = false;
         if (mBadKeys.empty() || mBadKeys.back() != i) {

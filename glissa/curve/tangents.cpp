@@ -46,7 +46,7 @@ float RightSlopeOf(Glissa& pCurve, int pIndex, double pAuto)
 
 void Glissa::KeySetRightDerivative(int pIndex, float pSlope)
 {
-    if (pIndex >= KeyGetCount() - 1) {
+    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
         return;
     }
     ResetCandidate();
@@ -59,14 +59,31 @@ void Glissa::KeySetRightDerivative(int pIndex, float pSlope)
 
 void Glissa::KeySetLeftDerivative(int pIndex, float pSlope)
 {
-    const int count = KeyGetCount();
-    if (pIndex <= 0 || pIndex > count) {
+    if (pIndex <= 0 || pIndex > KeyGetCount()) {
         return;
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
+    StoreLeftSlope(pIndex, pSlope);
+    FollowLeftSlope(pIndex, pSlope);
+}
+
+// The two sides of a user tangent follow each other. Behind a TCB key there is no left side to
+// follow: that key has no place for one.
+void Glissa::FollowLeftSlope(int pIndex, float pSlope)
+{
+    if (pIndex < KeyGetCount() && IsCubicWith(pIndex, eTangentUser, eTangentUser) &&
+        !IsCubicTCB(pIndex - 1)) {
+        KeySetRightDerivative(pIndex, pSlope);
+    }
+}
+
+// The left slope of a key, in slot 1 of the key before; its right side stays.
+void Glissa::StoreLeftSlope(int pIndex, float pSlope)
+{
+    CORVEKIT_ASSERT(pIndex > 0 && pIndex <= KeyGetCount());
     const int before = pIndex - 1;
-    const bool hasKey = pIndex < count;
+    const bool hasKey = pIndex < KeyGetCount();
     const unsigned interpolation = hasKey ? KeyGetInterpolation(pIndex) : 0;
     const bool isCubic = interpolation == eInterpolationCubic;
     const bool isUserSide = hasKey && isCubic && (Attr(pIndex).mFlags & eTangentUser) != 0;
@@ -89,10 +106,6 @@ void Glissa::KeySetLeftDerivative(int pIndex, float pSlope)
         break;
     default:
         break;
-    }
-    // The two sides of a user tangent stay one.
-    if (isCubic && KeyGetTangeantMode(pIndex, false) == eTangentUser) {
-        KeySetRightDerivative(pIndex, pSlope);
     }
 }
 
@@ -147,14 +160,23 @@ float Glissa::KeyGetLeftAuto(int pIndex, bool pApplyClamp)
 
 void Glissa::KeySetLeftAuto(int pIndex, float pAuto)
 {
-    const int count = KeyGetCount();
-    if (pIndex <= 0 || pIndex > count) {
+    if (pIndex <= 0 || pIndex > KeyGetCount()) {
         return;
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
+    StoreLeftAuto(pIndex, pAuto);
+    if (pIndex < KeyGetCount() && IsCubicWith(pIndex, eTangentUser, eTangentUser)) {
+        KeySetRightAuto(pIndex, pAuto);
+    }
+}
+
+// The left auto parameter of a key, in slot 1 of the key before; its right side stays.
+void Glissa::StoreLeftAuto(int pIndex, float pAuto)
+{
+    CORVEKIT_ASSERT(pIndex > 0 && pIndex <= KeyGetCount());
     const int before = pIndex - 1;
-    const bool hasKey = pIndex < count;
+    const bool hasKey = pIndex < KeyGetCount();
     const bool isCubic = hasKey && KeyGetInterpolation(pIndex) == eInterpolationCubic;
     const bool isAutoSide = isCubic && (Attr(pIndex).mFlags & eTangentAuto) != 0;
     const auto store = [&](bool pAsAuto) {
@@ -176,13 +198,13 @@ void Glissa::KeySetLeftAuto(int pIndex, float pAuto)
     default:
         break;
     }
-    if (isCubic && KeyGetTangeantMode(pIndex, false) == eTangentUser) {
-        KeySetRightAuto(pIndex, pAuto);
-    }
 }
 
 void Glissa::KeySetRightAuto(int pIndex, float pAuto)
 {
+    if (pIndex < 0 || pIndex >= KeyGetCount()) {
+        return;
+    }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
     if (IsCubicAuto(pIndex)) {
@@ -242,7 +264,7 @@ float Glissa::KeyGetRightBezierTangeant(int pIndex, bool pExtremes)
 
 void Glissa::KeySetLeftBezierTangeant(int pIndex, float pValue)
 {
-    if (pIndex <= 0) {
+    if (pIndex <= 0 || pIndex >= KeyGetCount()) {
         return;
     }
     const double seconds = SecondsBetween(KeyAt(pIndex - 1), KeyAt(pIndex));
@@ -252,7 +274,7 @@ void Glissa::KeySetLeftBezierTangeant(int pIndex, float pValue)
 
 void Glissa::KeySetRightBezierTangeant(int pIndex, float pValue)
 {
-    if (pIndex >= KeyGetCount() - 1) {
+    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
         return;
     }
     const double seconds = SecondsBetween(KeyAt(pIndex), KeyAt(pIndex + 1));
@@ -262,7 +284,7 @@ void Glissa::KeySetRightBezierTangeant(int pIndex, float pValue)
 
 void Glissa::KeySetLeftTangeantWeight(int pIndex, float pWeight)
 {
-    if (pIndex <= 0) {
+    if (pIndex <= 0 || pIndex > KeyGetCount()) {
         return;
     }
     const int before = pIndex - 1;
@@ -277,7 +299,7 @@ void Glissa::KeySetLeftTangeantWeight(int pIndex, float pWeight)
 
 void Glissa::KeySetRightTangeantWeight(int pIndex, float pWeight)
 {
-    if (pIndex >= KeyGetCount() - 1) {
+    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
         return;
     }
     const unsigned interpolation = KeyGetInterpolation(pIndex);
@@ -290,7 +312,7 @@ void Glissa::KeySetRightTangeantWeight(int pIndex, float pWeight)
 
 void Glissa::KeySetLeftTangeantWeightedMode(int pIndex, bool pOn)
 {
-    if (pIndex <= 0) {
+    if (pIndex <= 0 || pIndex > KeyGetCount()) {
         return;
     }
     const unsigned interpolation = KeyGetInterpolation(pIndex - 1);
@@ -301,7 +323,7 @@ void Glissa::KeySetLeftTangeantWeightedMode(int pIndex, bool pOn)
 
 void Glissa::KeySetRightTangeantWeightedMode(int pIndex, bool pOn)
 {
-    if (pIndex >= KeyGetCount() - 1) {
+    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
         return;
     }
     const unsigned interpolation = KeyGetInterpolation(pIndex);
@@ -312,7 +334,7 @@ void Glissa::KeySetRightTangeantWeightedMode(int pIndex, bool pOn)
 
 void Glissa::KeySetLeftTangeantVelocity(int pIndex, float pVelocity)
 {
-    if (pIndex <= 0) {
+    if (pIndex <= 0 || pIndex > KeyGetCount()) {
         return;
     }
     const int before = pIndex - 1;
@@ -325,7 +347,8 @@ void Glissa::KeySetLeftTangeantVelocity(int pIndex, float pVelocity)
 
 void Glissa::KeySetRightTangeantVelocity(int pIndex, float pVelocity)
 {
-    if (pIndex >= KeyGetCount() - 1 || KeyGetInterpolation(pIndex) != eInterpolationCubic) {
+    if (pIndex < 0 || pIndex >= KeyGetCount() - 1 ||
+        KeyGetInterpolation(pIndex) != eInterpolationCubic) {
         return;
     }
     const KeyModifyBracket bracket(*this);
@@ -341,7 +364,8 @@ void Glissa::KeySetRightTangeantVelocity(int pIndex, float pVelocity)
 
 void Glissa::KeySetLeftTangeantVelocityMode(int pIndex, bool pOn)
 {
-    if (pIndex > 0 && KeyGetInterpolation(pIndex - 1) == eInterpolationCubic) {
+    if (pIndex > 0 && pIndex <= KeyGetCount() &&
+        KeyGetInterpolation(pIndex - 1) == eInterpolationCubic) {
         KeySetTangeantVelocityMode(pIndex - 1, pOn ? eVelocityNextLeft : eVelocityNone,
                                    eVelocityNextLeft);
     }
@@ -349,7 +373,8 @@ void Glissa::KeySetLeftTangeantVelocityMode(int pIndex, bool pOn)
 
 void Glissa::KeySetRightTangeantVelocityMode(int pIndex, bool pOn)
 {
-    if (pIndex < KeyGetCount() - 1 && KeyGetInterpolation(pIndex) == eInterpolationCubic) {
+    if (pIndex >= 0 && pIndex < KeyGetCount() - 1 &&
+        KeyGetInterpolation(pIndex) == eInterpolationCubic) {
         KeySetTangeantVelocityMode(pIndex, pOn ? eVelocityRight : eVelocityNone, eVelocityRight);
     }
 }
@@ -384,30 +409,60 @@ void Glissa::KeySetLeftDerivativeInfo(int pIndex, const GlissaTangeantInfo& pInf
     if (pIndex <= 0 || pIndex >= KeyGetCount()) {
         return;
     }
-    const GlissaKeyAttributes old = Attr(pIndex);
-    const bool isCubic = old.GetInterpolation() == eInterpolationCubic;
-    if ((old.mFlags & eTangentTCB) != 0 && old.GetInterpolation() != eInterpolationCustom) {
+    const GlissaKeyAttributes& key = Attr(pIndex);
+    if ((key.mFlags & eTangentTCB) != 0 && key.GetInterpolation() != eInterpolationCustom) {
         return;
     }
     const KeyModifyBracket bracket(*this);
-    KeySetLeftTangeantWeight(pIndex, pInfo.mWeight);
-    KeySetLeftTangeantWeightedMode(pIndex, pInfo.mIsWeighted);
-    KeySetLeftTangeantVelocity(pIndex, pInfo.mVelocity);
-    KeySetLeftTangeantVelocityMode(pIndex, pInfo.mIsVelocity);
+    StoreLeftSide(pIndex, pInfo, pForceDerivative);
+    FollowLeftSlope(pIndex, pInfo.mDerivative);
+}
+
+// Gives a key back the left side that it had before an edit of the keys before it, so that the
+// segment that it ends arrives as it did. Its right side, and with it the segment behind, stays:
+// the left slope of a user tangent does not take the right one along here. A key without a left
+// side to store, the first one or a cubic one with the TCB bit, stays as it is.
+void Glissa::KeepLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative)
+{
+    if (pIndex <= 0 || pIndex >= KeyGetCount() ||
+        (KeyGetInterpolation(pIndex) == eInterpolationCubic &&
+         (Attr(pIndex).mFlags & eTangentTCB) != 0)) {
+        return;
+    }
+    const KeyModifyBracket bracket(*this);
+    StoreLeftSide(pIndex, pInfo, pForceDerivative);
+}
+
+void Glissa::StoreLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative)
+{
+    CORVEKIT_ASSERT(pIndex > 0 && pIndex < KeyGetCount() && mModifyNesting > 0);
+    ResetCandidate();
+    const GlissaKeyAttributes old = Attr(pIndex);
+    const bool isCubic = old.GetInterpolation() == eInterpolationCubic;
+    // The weights of a TCB key share a slot with its bias.
+    if (!IsCubicTCB(pIndex - 1)) {
+        KeySetLeftTangeantWeight(pIndex, pInfo.mWeight);
+        KeySetLeftTangeantWeightedMode(pIndex, pInfo.mIsWeighted);
+        KeySetLeftTangeantVelocity(pIndex, pInfo.mVelocity);
+        KeySetLeftTangeantVelocityMode(pIndex, pInfo.mIsVelocity);
+    }
     const GlissaKeyAttributes& before = Attr(pIndex - 1);
     const bool isAutoSide = isCubic ? (old.mFlags & eTangentAuto) != 0
                                     : before.GetInterpolation() == eInterpolationCubic &&
                                           (before.mFlags & eTangentAuto) != 0;
     if (isAutoSide && !pForceDerivative) {
-        KeySetLeftAuto(pIndex, pInfo.mAuto);
+        StoreLeftAuto(pIndex, pInfo.mAuto);
     } else {
-        KeySetLeftDerivative(pIndex, pInfo.mDerivative);
+        StoreLeftSlope(pIndex, pInfo.mDerivative);
     }
 }
 
 void Glissa::KeySetRightDerivativeInfo(int pIndex, const GlissaTangeantInfo& pInfo,
                                        bool pForceDerivative)
 {
+    if (pIndex < 0 || pIndex >= KeyGetCount()) {
+        return;
+    }
     const GlissaKeyAttributes old = Attr(pIndex);
     if ((old.mFlags & eTangentTCB) != 0 && old.GetInterpolation() != eInterpolationCustom) {
         return;
