@@ -56,9 +56,11 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/node/node.h
     glissa/node/node_event.h
     glissa/utils/utils.h
+    glissa/filter/butterworth.h
     glissa/filter/curve_filter.h
     glissa/filter/data_filter.h
     glissa/filter/filter.h
     glissa/filter/gaussian.h
     glissa/filter/offset.h
+    glissa/filter/peak_remover.h
     glissa/filter/smooth.h)

@@ -4,6 +4,7 @@
 #include "glissa/filter/data_filter.h"
 
 #include "corvekit/object/data_type.h"
+#include "glissa/filter/init_property.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,13 +15,6 @@ namespace
 {
 constexpr std::size_t kTextSize = 256;  // with the zero at its end
 char gPropertyText[kTextSize];
-
-void InitProperty(KObject* pOwner, KProperty& pProperty, const KPropertyInfo& pInfo)
-{
-    pProperty.SetPropertyInfo(&pInfo);
-    pProperty.SetPropertyInfo(pOwner, nullptr, nullptr);
-    pOwner->AddProperty(&pProperty);
-}
 }  // namespace
 
 KDataFilterBase::KDataFilterBase(const char* pName) : KClassFrame(pName)

@@ -131,11 +131,7 @@ void GlissaUtils::Resample(Glissa& pCurve, KTime pPeriod, KTime pStart, KTime pS
     if (pStop == KTime::Infinite()) {
         pStop = last >= 0 ? pCurve.KeyGetTime(last) : pStart;
     }
-    KTime time = pStart;
-    if (pAlign) {
-        const KTime below(pStart.Get() - pStart.Get() % pPeriod.Get());
-        time = below != pStart && below > KTime() ? below + pPeriod : pStart;
-    }
+    KTime time = pAlign ? AlignedStart(pStart, pPeriod) : pStart;
     const SampleGrid grid(time, pStop, pPeriod);
     if (!(time < pStop) || grid.count == 0) {
         return;

@@ -8,6 +8,14 @@
 #include <cstdint>
 #include <limits>
 
+/// The next multiple of a period from a time on, or the time itself where the multiple below it is
+/// not above 0. The period is a tick at least.
+inline KTime AlignedStart(KTime pTime, KTime pPeriod)
+{
+    const KTime below(pTime.Get() - pTime.Get() % pPeriod.Get());
+    return below != pTime && below > KTime() ? below + pPeriod : pTime;
+}
+
 /// The times pStart, pStart + pPeriod and so on up to pStop.
 struct SampleGrid
 {

@@ -4,8 +4,10 @@
 // What holds for every filter, over the museum and random curves. A filter joins with a row.
 
 #include "corvekit/object/property.h"
+#include "glissa/filter/butterworth.h"
 #include "glissa/filter/gaussian.h"
 #include "glissa/filter/offset.h"
+#include "glissa/filter/peak_remover.h"
 #include "glissa/filter/smooth.h"
 #include "tests/support/curve_test.h"
 #include "tests/support/edit_check.h"
@@ -16,6 +18,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -45,10 +48,23 @@ std::shared_ptr<GlissaFilter> With(Set&& pSet)
     return filter;
 }
 
+template <typename Filter>
+std::shared_ptr<GlissaFilter>
+WithNumbers(const std::vector<std::pair<const char*, double>>& pValues)
+{
+    return With<Filter>([&](Filter& f) {
+        for (const auto& [name, value] : pValues) {
+            ASSERT_TRUE(f.FastFindPropertyByName(name)->SetPropertyConstant(&value));
+        }
+    });
+}
+
 const std::vector<Row>& Rows()
 {
+    using Butterworth = GlissaFilterButterworth;
     using Gaussian = GlissaFilterGaussian;
     using Offset = GlissaFilterOffset;
+    using PeakRemover = GlissaFilterPeakRemover;
     using Smooth = GlissaFilterSmooth;
     static const std::vector<Row> rows = {
         {.name = "offset",
@@ -56,6 +72,18 @@ const std::vector<Row>& Rows()
          .refused = {With<Offset>([](Offset&) {}),
                      With<Offset>([](Offset& f) { f.SetOffset(kNaN); }),
                      With<Offset>([](Offset& f) { f.SetOffset(-kInf); })}},
+        {.name = "butterworth",
+         .filter = WithNumbers<Butterworth>(
+             {{"SamplingRate", 0.7}, {"InternalRate", 3.0}, {"CutOffFreq", 1.0}}),
+         .refused = {WithNumbers<Butterworth>({{"SamplingRate", kNaN}}),
+                     WithNumbers<Butterworth>({{"SamplingRate", 1e9}}),
+                     WithNumbers<Butterworth>({{"SamplingRate", 1e-300}}),
+                     WithNumbers<Butterworth>({{"InternalRate", kInf}}),
+                     WithNumbers<Butterworth>({{"InternalRate", 0.0}}),
+                     WithNumbers<Butterworth>({{"CutOffFreq", 120.0}}),
+                     WithNumbers<Butterworth>({{"CutOffFreq", kNaN}}),
+                     WithNumbers<Butterworth>({{"OrderOfFilter", kNaN}})},
+         .setsSlopes = true},
         {.name = "gaussian",
          .filter = With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(0.1); }),
          .refused = {With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(kNaN); }),
@@ -63,6 +91,11 @@ const std::vector<Row>& Rows()
                      With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(-1.0); }),
                      With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(kInf); }),
                      With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(1e9); })},
+         .setsSlopes = true},
+        {.name = "peak remover",
+         .filter = With<PeakRemover>([](PeakRemover&) {}),
+         .refused = {With<PeakRemover>([](PeakRemover& f) { f.SetTimeTolerance(kNaN); }),
+                     With<PeakRemover>([](PeakRemover& f) { f.SetValueTolerance(kInf); })},
          .setsSlopes = true},
         {.name = "smooth",
          .filter = With<Smooth>([](Smooth& f) { f.SetWidth(Seconds(0.7)); }),
@@ -172,6 +205,11 @@ void SetSpan(GlissaFilter& pFilter, const KTimeSpan& pSpan)
 {
     pFilter.SetStartTime(pSpan.GetStart());
     pFilter.SetStopTime(pSpan.GetStop());
+    using TimeProperty = KPropertyTemplate<KTime>;
+    if (auto* start = dynamic_cast<TimeProperty*>(pFilter.FastFindPropertyByName("Start"))) {
+        *start = pSpan.GetStart();
+        *dynamic_cast<TimeProperty*>(pFilter.FastFindPropertyByName("Stop")) = pSpan.GetStop();
+    }
 }
 
 using FilterProperties = CurveTest;
