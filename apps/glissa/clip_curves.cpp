@@ -58,7 +58,8 @@ ClipCurves LoadClip(const std::string& pPath)
     return loaded;
 }
 
-std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice)
+std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice,
+                                      std::vector<std::string>* pMissing)
 {
     if (pChoice.patterns.empty() && !pChoice.all) {
         throw WrongArguments("no curve is chosen: name one with --curve, or take --all");
@@ -77,7 +78,9 @@ std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pCho
                 chosen.push_back(&pClip.curves[index]);
             }
         }
-        if (found.empty()) {
+        if (found.empty() && pMissing) {
+            pMissing->push_back(pattern);
+        } else if (found.empty()) {
             throw Refusal(fmt::format(
                 "{}: no curve of the {} there matches '{}'; 'glissa info --list' names them",
                 pClip.path, pClip.curves.size(), pattern));

@@ -62,7 +62,10 @@ ClipCurves LoadClip(const std::string& pPath);
 
 /// The chosen curves in the order of the patterns, each once, with their extrapolation set. Throws
 /// Refusal for a pattern that names no curve, WrongArguments when nothing is chosen.
-std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice);
+///
+/// pMissing  takes the patterns that name no curve, which are no refusal then.
+std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice,
+                                      std::vector<std::string>* pMissing = nullptr);
 
 /// Sets the extrapolation that a choice asks for.
 void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice);

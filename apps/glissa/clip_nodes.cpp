@@ -43,7 +43,8 @@ void CollectCurves(GlissaNode& pNode, std::vector<Glissa*>& pCurves)
 }  // namespace
 
 std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
-                                   const std::vector<std::string>& pPatterns)
+                                   const std::vector<std::string>& pPatterns,
+                                   std::vector<std::string>* pMissing)
 {
     std::vector<NamedNode> all;
     for (const NodeClip::NamedNode& each : pClip.owner.GetNodes().GetTransforms(pClip.clip)) {
@@ -69,7 +70,9 @@ std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
                 chosen.push_back(all[i]);
             }
         }
-        if (!found) {
+        if (!found && pMissing) {
+            pMissing->push_back(pattern);
+        } else if (!found) {
             std::vector<std::string> names;
             for (const NamedNode& each : all) {
                 names.push_back(each.name);
@@ -83,9 +86,9 @@ std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
 
 std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
                                    const std::vector<std::string>& pPatterns,
-                                   const CurveChoice& pChoice)
+                                   const CurveChoice& pChoice, std::vector<std::string>* pMissing)
 {
-    std::vector<NamedNode> nodes = ChooseNodes(pClip, pPatterns);
+    std::vector<NamedNode> nodes = ChooseNodes(pClip, pPatterns, pMissing);
     for (const NamedNode& node : nodes) {
         for (Glissa* const each : CurvesOf(*node.node)) {
             SetExtrapolation(*each, pChoice);

@@ -23,13 +23,17 @@ using NodeValues = std::array<double, 16>;
 
 /// The nodes that the patterns cover, in the order of the patterns, each once; all without a
 /// pattern. Throws Refusal, with the names that there are, for a pattern that names none.
+///
+/// pMissing  takes the patterns that name no node, which are no refusal then.
 std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
-                                   const std::vector<std::string>& pPatterns);
+                                   const std::vector<std::string>& pPatterns,
+                                   std::vector<std::string>* pMissing = nullptr);
 
 /// The same, with the extrapolation of all their curves set.
 std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
                                    const std::vector<std::string>& pPatterns,
-                                   const CurveChoice& pChoice);
+                                   const CurveChoice& pChoice,
+                                   std::vector<std::string>* pMissing = nullptr);
 
 /// The curves of a node, of all below it and of its layers.
 std::vector<Glissa*> CurvesOf(GlissaNode& pNode);

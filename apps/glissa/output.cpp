@@ -81,6 +81,10 @@ bool IsSameFile(const struct stat& pLeft, const struct stat& pRight)
 }  // namespace
 
 Output::Output(const std::string& pPath, const std::string& pInput)
+    : Output(pPath, std::vector<std::string>{pInput})
+{}
+
+Output::Output(const std::string& pPath, const std::vector<std::string>& pInputs)
 {
     if (pPath.empty() || pPath == "-") {
         mName = "standard output";
@@ -94,10 +98,12 @@ Output::Output(const std::string& pPath, const std::string& pInput)
     if (!exists && errno != ENOENT) {
         Fail(errno);
     }
-    struct stat input = {};
-    if (exists && stat(pInput.c_str(), &input) == 0 && IsSameFile(target, input)) {
-        throw Refusal(
-            fmt::format("{}: is the clip that is read; the output needs another name", pPath));
+    for (const std::string& each : pInputs) {
+        struct stat input = {};
+        if (exists && stat(each.c_str(), &input) == 0 && IsSameFile(target, input)) {
+            throw Refusal(
+                fmt::format("{}: is the clip that is read; the output needs another name", pPath));
+        }
     }
     if (exists && S_ISDIR(target.st_mode)) {
         Fail(EISDIR);

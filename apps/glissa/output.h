@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Where a command writes: standard output, or a file that is replaced as a whole or not at all.
 ///
@@ -20,6 +21,8 @@ public:
     /// pInput  the file that the command reads; it is refused as a target under any of its names.
     /// Throws Refusal.
     Output(const std::string& pPath, const std::string& pInput);
+    /// The same with several files that are read.
+    Output(const std::string& pPath, const std::vector<std::string>& pInputs);
     ~Output();
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "apps/glissa/command.h"
+#include "apps/glissa/comparison.h"
 #include "apps/glissa/curve_options.h"
 #include "apps/glissa/curve_picture.h"
 #include "apps/glissa/node_picture.h"
@@ -18,7 +19,8 @@ namespace
 struct PlotOptions
 {
     CurveOptions curves;
-    std::string size = "1000x500";
+    std::string against;
+    std::string size;
     std::string title;
     std::string format;
     bool tangents = false;
@@ -100,6 +102,12 @@ void CheckPanels(const std::vector<Unit>& pUnits, const PlotOptions& pOptions)
     }
 }
 
+double TimeAxisRate(const PlotOptions& pOptions, const ClipCurves& pClip)
+{
+    const std::optional<double> asked = pOptions.curves.FramesASecond();
+    return pOptions.frames || asked ? asked.value_or(pClip.framesASecond) : 0.0;
+}
+
 // What is drawn, and the span that it is drawn over.
 struct Choice
 {
@@ -153,30 +161,136 @@ Choice ChooseNodeLines(const ClipCurves& pClip, const PlotOptions& pOptions)
     return choice;
 }
 
+// The curves or nodes that were chosen in one of two clips, ready to be drawn over a span.
+struct Chosen
+{
+    ClipCurves* clip = nullptr;
+    std::vector<NamedCurve*> curves;
+    std::vector<NamedNode> nodes;
+    std::vector<std::string> missing;  ///< patterns that name nothing here
+
+    std::optional<TimeSpan> Keys() const
+    {
+        return nodes.empty() ? KeySpan(curves) : KeySpan(nodes);
+    }
+
+    std::vector<PictureCurve> Draw(const TimeSpan& pSpan, bool pTangents) const
+    {
+        std::vector<PictureCurve> drawn;
+        for (NamedCurve* const each : curves) {
+            drawn.push_back(MakePictureCurve(*each, pSpan, pTangents));
+        }
+        for (const NamedNode& node : nodes) {
+            for (PictureCurve& each : MakeNodePicture(*clip, node, pSpan, false)) {
+                drawn.push_back(std::move(each));
+            }
+        }
+        return drawn;
+    }
+};
+
+Chosen ChooseIn(ClipCurves& pClip, const CurveOptions& pOptions)
+{
+    Chosen chosen;
+    chosen.clip = &pClip;
+    if (pOptions.TakesNodes()) {
+        chosen.nodes = ChooseNodes(pClip, pOptions.nodes, pOptions.Choice(), &chosen.missing);
+    } else {
+        chosen.curves = ChooseCurves(pClip, pOptions.Choice(), &chosen.missing);
+    }
+    return chosen;
+}
+
+std::optional<TimeSpan> Union(const std::optional<TimeSpan>& pLeft,
+                              const std::optional<TimeSpan>& pRight)
+{
+    if (!pLeft || !pRight) {
+        return pLeft ? pLeft : pRight;
+    }
+    return TimeSpan{std::min(pLeft->from, pRight->from), std::max(pLeft->to, pRight->to)};
+}
+
+void TellLeftOut(const std::vector<std::string>& pNames, const std::string& pPath)
+{
+    for (const std::string& each : pNames) {
+        fmt::print(stderr, "glissa: {}: only in {}, left out\n", PrintableText(each), pPath);
+    }
+}
+
+Choice ChoosePairs(ClipCurves& pClip, ClipCurves& pOther, const PlotOptions& pOptions)
+{
+    const Chosen first = ChooseIn(pClip, pOptions.curves);
+    const Chosen second = ChooseIn(pOther, pOptions.curves);
+    for (const std::string& each : first.missing) {
+        if (std::count(second.missing.begin(), second.missing.end(), each) > 0) {
+            throw Refusal(fmt::format("{} and {}: neither has a {} that matches '{}'", pClip.path,
+                                      pOther.path, pOptions.curves.TakesNodes() ? "node" : "curve",
+                                      each));
+        }
+    }
+    const TimeSpan span = ChooseSpan(pOptions, Union(first.Keys(), second.Keys()), pClip);
+    Comparison compared =
+        CompareCurves(first.Draw(span, pOptions.tangents), second.Draw(span, pOptions.tangents),
+                      span, TimeAxisRate(pOptions, pClip));
+    TellLeftOut(compared.onlyFirst, pClip.path);
+    TellLeftOut(compared.onlySecond, pOther.path);
+    std::vector<Unit> units;
+    for (const PictureCurve& each : compared.curves) {
+        if (each.isDifference) {
+            units.push_back(each.unit);
+        }
+    }
+    if (units.empty()) {
+        throw Refusal(fmt::format("{} and {}: none of the chosen curves is in both", pClip.path,
+                                  pOther.path));
+    }
+    CheckPanels(units, pOptions);
+    return {std::move(compared.curves), span};
+}
+
 void RunPlot(const PlotOptions& pOptions)
 {
     pOptions.curves.Check();
-    const SizeArgument size = ParseOption("--size", &ParseSize, pOptions.size);
+    const bool compares = !pOptions.against.empty();
+    const SizeArgument size = ParseOption(
+        "--size", &ParseSize,
+        !pOptions.size.empty() ? pOptions.size : std::string(compares ? "1000x700" : "1000x500"));
     const PictureFormat format = ChooseFormat(pOptions);
     if (pOptions.tangents && pOptions.curves.TakesNodes()) {
         throw WrongArguments("--tangents goes with --curve: a blend of layers has no handles");
     }
 
-    ClipCurves clip = LoadClip(pOptions.curves.path);
-    const Choice choice = pOptions.curves.TakesNodes() ? ChooseNodeLines(clip, pOptions)
-                                                       : ChooseCurveLines(clip, pOptions);
+    if (compares && pOptions.curves.layers) {
+        throw WrongArguments("--against compares what nodes show: leave --layers out");
+    }
 
+    ClipCurves clip = LoadClip(pOptions.curves.path);
+    std::optional<ClipCurves> other;
+    std::vector<std::string> inputs = {clip.path};
     PictureOptions picture;
-    picture.title = pOptions.title.empty() ? FileName(clip.path) : pOptions.title;
+    picture.title = FileName(clip.path);
+    if (compares) {
+        other = LoadClip(pOptions.against);
+        inputs.push_back(other->path);
+        // Two folders may have a clip of one name.
+        const bool needsPaths =
+            FileName(clip.path) == FileName(other->path) && clip.path != other->path;
+        picture.firstClip = needsPaths ? clip.path : FileName(clip.path);
+        picture.secondClip = needsPaths ? other->path : FileName(other->path);
+        picture.title = picture.firstClip + " and " + picture.secondClip;
+    }
+    const Choice choice = compares                       ? ChoosePairs(clip, *other, pOptions)
+                          : pOptions.curves.TakesNodes() ? ChooseNodeLines(clip, pOptions)
+                                                         : ChooseCurveLines(clip, pOptions);
+    if (!pOptions.title.empty()) {
+        picture.title = pOptions.title;
+    }
     picture.from = choice.span.from;
     picture.to = choice.span.to;
     picture.tangents = pOptions.tangents;
-    const std::optional<double> framesASecond = pOptions.curves.FramesASecond();
-    if (pOptions.frames || framesASecond) {
-        picture.framesASecond = framesASecond.value_or(clip.framesASecond);
-    }
+    picture.framesASecond = TimeAxisRate(pOptions, clip);
 
-    Output output(pOptions.curves.output, clip.path);
+    Output output(pOptions.curves.output, inputs);
     if (output.IsTerminal() && format != PictureFormat::svg) {
         throw WrongArguments("a picture is no text for a terminal: name a file with --output");
     }
@@ -195,7 +309,14 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
         pApp.add_subcommand("plot", "Draw curves or nodes over time, as PNG, SVG or PDF");
     options->curves.AddTo(*command);
     command->add_flag("--tangents", options->tangents, "Draw the handles of the tangents");
-    command->add_option("--size", options->size, "Size in pixels, 1000x500 without it")
+    command
+        ->add_option("--against", options->against,
+                     "A second clip: draws both, the first one pale, and below them how far the "
+                     "second one is from the first")
+        ->type_name("CLIP");
+    command
+        ->add_option("--size", options->size,
+                     "Size in pixels; 1000x500 without it, 1000x700 with --against")
         ->type_name("WxH");
     command->add_option("--title", options->title, "Title; the name of the clip without it")
         ->type_name("TEXT");
@@ -211,6 +332,8 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
                     "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
                     "  glissa plot clip.bvh --curve '*Knee/R/X' --frames --from 24f --to 48f -o "
                     "knees.png\n"
+                    "  glissa plot walk.bvh --against clean.glissa --curve 'Hips/R/X' -o "
+                    "before-after.svg\n"
                     "  glissa plot layered.glissa --node 'Spine/R' --layers -o spine.svg\n"
                     "  glissa plot clip.bvh --curve 'Hips/T/?' --post relative:3 --to 12 --size "
                     "1600x800 -o path.pdf");

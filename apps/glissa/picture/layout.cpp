@@ -11,16 +11,29 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace
 {
 // A range this narrow beside its values is the rounding of floats, not animation.
 constexpr double kFlatRange = 1e-6;
 constexpr double kLegendRow = 1.5;  // height of a row, of the size of its text
+// Height of a panel of differences, of that of a panel of curves.
+constexpr double kDifferenceShare = 0.6;
 
-ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int pSteps)
+double ShareOf(const Panel& pPanel)
+{
+    return pPanel.isDifference ? kDifferenceShare : 1.0;
+}
+
+// pReach  the greatest magnitude that the panel's values come from: a difference is flat beside it.
+ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int pSteps,
+                        double pReach)
 {
     ValueRange range;
+    if (pPanel.isDifference) {
+        range.Add(0.0);
+    }
     for (const PictureCurve* curve : pPanel.curves) {
         AddCurveRange(range, curve->value, curve->breaks, pOptions.from, pOptions.to, pSteps);
         for (const PictureKey& key : curve->keys) {
@@ -34,7 +47,7 @@ ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int
             }
         }
     }
-    const double reach = std::max(std::fabs(range.low), std::fabs(range.high));
+    const double reach = std::max({std::fabs(range.low), std::fabs(range.high), pReach});
     if (range.high - range.low <= reach * kFlatRange) {
         const double centre = (range.low + range.high) / 2;
         const double half = std::max(1.0, reach * 0.05);
@@ -89,21 +102,47 @@ std::string MoreText(std::size_t pCount)
     return fmt::format("+{} more", pCount);
 }
 
+// What the legend of a panel has to say. Where two clips are compared, a curve has one entry for
+// both, and the clips have entries of their own.
+std::vector<LegendEntry> LegendOf(const Panel& pPanel, const PictureOptions& pOptions)
+{
+    const bool compared = !pOptions.firstClip.empty();
+    std::vector<LegendEntry> entries;
+    if (pPanel.isDifference) {
+        entries.push_back({"greatest change:", LegendEntry::kNote});
+    }
+    for (std::size_t i = 0; i < pPanel.curves.size(); ++i) {
+        const PictureCurve& curve = *pPanel.curves[i];
+        if (!compared || curve.part == 0) {
+            entries.push_back(
+                {curve.label.empty() ? curve.name : curve.label, static_cast<int>(i)});
+        }
+    }
+    if (compared && !pPanel.isDifference) {
+        entries.push_back({pOptions.firstClip, LegendEntry::kFirstClip});
+        entries.push_back({pOptions.secondClip, LegendEntry::kSecondClip});
+    }
+    return entries;
+}
+
 // Entries from left to right in rows of the panel's width; y counts from the first baseline. Gives
 // the number of rows. What does not fit in pMostRows is counted in a last entry.
-int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostRows)
+int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostRows,
+               const PictureOptions& pOptions)
 {
+    const std::vector<LegendEntry> wanted = LegendOf(pPanel, pOptions);
     const double font = pLayout.metrics.font;
-    const double sample = LegendSampleWidth(pLayout.metrics) + pLayout.metrics.gap;
+    const double withSample = LegendSampleWidth(pLayout.metrics) + pLayout.metrics.gap;
     const double between = pLayout.metrics.gap * 3.0;
-    const double room = pLayout.right - pLayout.left - sample;
     double x = pLayout.left;
     int row = 0;
     const auto add = [&](const std::string& pText, int pCurve) {
         pPanel.legend.push_back({pText, pCurve, x, row * font * kLegendRow});
     };
-    for (std::size_t i = 0; i < pPanel.curves.size(); ++i) {
-        const std::string name = PrintableText(pPanel.curves[i]->name);
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        const std::string name = PrintableText(wanted[i].text);
+        const double sample = wanted[i].curve == LegendEntry::kNote ? 0.0 : withSample;
+        const double room = pLayout.right - pLayout.left - sample;
         std::string text = pCanvas.FitText(name, font, room);
         if (x > pLayout.left && row + 1 < pMostRows &&
             x + sample + pCanvas.TextWidth(text, font) > pLayout.right) {
@@ -111,7 +150,7 @@ int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostR
             x = pLayout.left;
         }
         // On the last row every entry leaves room for the count of those that may follow.
-        const std::size_t after = pPanel.curves.size() - i - 1;
+        const std::size_t after = wanted.size() - i - 1;
         const double reserve = row + 1 == pMostRows && after > 0
                                    ? between + pCanvas.TextWidth(MoreText(after), font)
                                    : 0.0;
@@ -120,10 +159,10 @@ int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostR
         }
         const double width = sample + pCanvas.TextWidth(text, font);
         if (text.empty() || x + width + reserve > pLayout.right + 0.01) {
-            add(MoreText(after + 1), -1);
+            add(MoreText(after + 1), LegendEntry::kNote);
             break;
         }
-        add(text, static_cast<int>(i));
+        add(text, wanted[i].curve);
         x += width + between;
     }
     return row + 1;
@@ -166,15 +205,22 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
     const double margin = metrics.gap * 1.5;
 
     for (const PictureCurve& curve : pCurves) {
-        const auto panel = std::find_if(layout.panels.begin(), layout.panels.end(),
-                                        [&](const Panel& each) { return each.unit == curve.unit; });
+        const auto panel =
+            std::find_if(layout.panels.begin(), layout.panels.end(), [&](const Panel& each) {
+                return each.unit == curve.unit && each.isDifference == curve.isDifference;
+            });
         if (panel != layout.panels.end()) {
             panel->curves.push_back(&curve);
         } else {
-            layout.panels.push_back({curve.unit, {&curve}, {}, 0.0, 0.0, {}, {}});
+            layout.panels.push_back(
+                {curve.unit, curve.isDifference, {&curve}, {}, 0.0, 0.0, {}, {}});
         }
     }
     const double panelCount = static_cast<double>(layout.panels.size());
+    double shares = 0.0;
+    for (const Panel& panel : layout.panels) {
+        shares += ShareOf(panel);
+    }
 
     // Top and bottom.
     double top = margin;
@@ -192,13 +238,17 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
 
     // The sides.
     double labelWidth = 0.0;
+    std::map<Unit, double> reach;  // of the values, which come before their differences
     for (Panel& panel : layout.panels) {
-        const ValueRange range = RangeOfPanel(panel, pOptions, pCanvas.Width() * 2);
+        const ValueRange range = RangeOfPanel(panel, pOptions, pCanvas.Width() * 2,
+                                              panel.isDifference ? reach[panel.unit] : 0.0);
+        double& reached = reach[panel.unit];
+        reached = std::max({reached, std::fabs(range.low), std::fabs(range.high)});
         panel.scale.from = pOptions.from;
         panel.scale.to = pOptions.to;
         panel.scale.low = range.low;
         panel.scale.high = range.high;
-        PlacePanel(panel, metrics, 0.0, (bottom - top) / panelCount);
+        PlacePanel(panel, metrics, 0.0, (bottom - top) * ShareOf(panel) / shares);
         labelWidth = std::max(labelWidth, WidestLabel(pCanvas, panel.ticks, metrics.font));
     }
     layout.valueTitleBaseline = margin + metrics.font;
@@ -226,16 +276,15 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                        : std::string();
 
     // Legends take at most two fifths of a panel's share.
-    const double share = (bottom - top) / panelCount;
     const double rowHeight = metrics.font * kLegendRow;
-    const int mostRows = static_cast<int>(share * 0.4 / rowHeight);
     double legendHeight = 0.0;
     for (Panel& panel : layout.panels) {
-        const int rows = mostRows > 0 ? FlowLegend(pCanvas, panel, layout, mostRows) : 0;
+        const double share = (bottom - top) * ShareOf(panel) / shares;
+        const int mostRows = static_cast<int>(share * 0.4 / rowHeight);
+        const int rows = mostRows > 0 ? FlowLegend(pCanvas, panel, layout, mostRows, pOptions) : 0;
         legendHeight += rows * rowHeight + metrics.gap;
     }
-    const double panelHeight =
-        (bottom - top - legendHeight - metrics.gap * (panelCount - 1.0)) / panelCount;
+    const double heights = bottom - top - legendHeight - metrics.gap * (panelCount - 1.0);
     for (Panel& panel : layout.panels) {
         double rows = 0.0;
         for (LegendEntry& entry : panel.legend) {
@@ -245,6 +294,7 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
         top += rows + metrics.gap;
         panel.scale.left = layout.left + inset;
         panel.scale.right = layout.right - inset;
+        const double panelHeight = heights * ShareOf(panel) / shares;
         PlacePanel(panel, metrics, top, top + panelHeight);
         top += panelHeight + metrics.gap;
     }

@@ -23,16 +23,22 @@ struct Metrics
 
 struct LegendEntry
 {
+    /// Values of curve that are no index into the panel's curves.
+    static constexpr int kNote = -1;  ///< a text without a sample
+    static constexpr int kFirstClip = -2;
+    static constexpr int kSecondClip = -3;
+
     std::string text;
-    int curve = -1;  ///< index into the panel's curves; -1 is a note on the whole panel
+    int curve = kNote;
     double x = 0.0;  ///< left end of the entry
     double y = 0.0;  ///< baseline
 };
 
-/// The curves of one unit, with the rectangle they are drawn in.
+/// The curves of one unit, or their differences, with the rectangle they are drawn in.
 struct Panel
 {
     Unit unit = Unit::factor;
+    bool isDifference = false;
     std::vector<const PictureCurve*> curves;
     DeviceScale scale;
     double top = 0.0;     ///< of the rectangle; the scale keeps a margin inside

@@ -179,11 +179,13 @@ Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
     const double apart = pMetrics.mark * 2.0 + pMetrics.scale;
     std::vector<std::size_t> kept = ThinPoints(points, apart);
     const bool thinned = kept.size() < points.size();
-    // A part runs along its whole for long, and would string the beads on it.
-    if (thinned && pCurve.part > 0) {
+    // A part runs along its whole for long, and would string the beads on it. Where clips are
+    // compared, marks are there to show which keys are left, so few of many would mislead.
+    const bool compared = !pOptions.firstClip.empty();
+    if (thinned && (pCurve.part > 0 || (compared && kept.size() * 2 < points.size()))) {
         return Marks::none;
     }
-    if (thinned) {
+    if (thinned && !compared) {
         kept = ThinPoints(points, apart * 4.0);
     }
     if (pOptions.tangents) {
@@ -198,20 +200,30 @@ Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
     return thinned ? Marks::some : Marks::all;
 }
 
+bool HasMarks(const PictureCurve& pCurve)
+{
+    return !pCurve.strong && !pCurve.isDifference;
+}
+
 void DrawLegend(Canvas& pCanvas, const Panel& pPanel, const std::vector<CurveStyle>& pStyles,
                 const Metrics& pMetrics)
 {
     const double sample = LegendSampleWidth(pMetrics);
     for (const LegendEntry& entry : pPanel.legend) {
-        if (entry.curve < 0) {
+        if (entry.curve == LegendEntry::kNote) {
             pCanvas.Text(entry.x, entry.y, entry.text, pMetrics.font, kLabelInk, Align::start);
             continue;
         }
-        const CurveStyle& style = pStyles[static_cast<std::size_t>(entry.curve)];
+        const bool isClip = entry.curve < 0;
+        CurveStyle clip{kLabelInk, 0, pMetrics.line, {}};
+        if (entry.curve == LegendEntry::kFirstClip) {
+            clip.colour = Lighter(Lighter(kLabelInk));
+        }
+        const CurveStyle& style = isClip ? clip : pStyles[static_cast<std::size_t>(entry.curve)];
         const double y = entry.y - pMetrics.font * 0.33;
         pCanvas.Line({{entry.x, y}, {entry.x + sample, y}}, style.width, style.colour,
                      style.dashes);
-        if (!pPanel.curves[static_cast<std::size_t>(entry.curve)]->strong) {
+        if (!isClip && HasMarks(*pPanel.curves[static_cast<std::size_t>(entry.curve)])) {
             DrawMark(pCanvas, {entry.x + sample / 2, y}, style, pMetrics);
         }
         pCanvas.Text(entry.x + sample + pMetrics.gap, entry.y, entry.text, pMetrics.font, kInk,
@@ -298,7 +310,8 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
     const Layout layout = MakeLayout(pCanvas, pCurves, pOptions);
     const Metrics& metrics = layout.metrics;
     bool extrapolated = false;
-    Marks marks = Marks::all;
+    bool anyMarks = false;
+    bool allMarks = true;
     if (!layout.title.empty()) {
         pCanvas.Text(layout.left, layout.titleBaseline, layout.title, metrics.titleFont, kInk,
                      Align::start, true);
@@ -321,8 +334,13 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
             }
         }
         for (std::size_t i = 0; i < panel.curves.size(); ++i) {
-            marks = std::max(marks, DrawKeys(pCanvas, *panel.curves[i], styles[i], shapesDiffer,
-                                             panel, metrics, pOptions));
+            if (panel.curves[i]->keys.empty()) {
+                continue;
+            }
+            const Marks drawn = DrawKeys(pCanvas, *panel.curves[i], styles[i], shapesDiffer, panel,
+                                         metrics, pOptions);
+            anyMarks |= drawn != Marks::none;
+            allMarks &= drawn == Marks::all;
         }
         pCanvas.PopClip();
         DrawLegend(pCanvas, panel, styles, metrics);
@@ -331,9 +349,8 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
     if (extrapolated) {
         notes.emplace_back("dashed: beyond the keys");
     }
-    if (marks != Marks::all) {
-        notes.emplace_back(marks == Marks::some ? "not every key is marked"
-                                                : "keys too close to be marked");
+    if (!allMarks) {
+        notes.emplace_back(anyMarks ? "not every key is marked" : "keys too close to be marked");
     }
     DrawTimeAxis(pCanvas, layout, pOptions, notes);
 }

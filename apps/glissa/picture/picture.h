@@ -52,6 +52,10 @@ struct PictureCurve
     int part = 0;
     std::string whole;             ///< name of the curve that this one is a part of
     std::optional<Colour> colour;  ///< its own; without one the picture chooses
+    /// What one curve has more than another. Differences of a unit have a panel of their own, below
+    /// that of the unit.
+    bool isDifference = false;
+    std::string label;  ///< in the legend; empty for the name
 };
 
 struct PictureOptions
@@ -61,6 +65,10 @@ struct PictureOptions
     KTime to;                  ///< after from
     double framesASecond = 0;  ///< above 0 the time axis counts frames, otherwise seconds
     bool tangents = false;
+    /// Names of two clips that are compared, or empty: the first parts are curves of the first
+    /// clip, their wholes those of the second one.
+    std::string firstClip;
+    std::string secondClip;
 };
 
 /// Most curves of one unit in a picture: seven colours by four shapes of mark.

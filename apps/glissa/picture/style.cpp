@@ -67,8 +67,10 @@ CurveStyle StyleOf(const PictureCurve& pCurve, const Colour& pColour, int pShape
     if (pCurve.part == 1) {
         style.colour = Lighter(style.colour);
     }
-    if (pCurve.part > 1) {
-        style.dashes = kPatterns[static_cast<std::size_t>(pCurve.part - 2) % kPatterns.size()];
+    // A difference has no marks that could tell it from another one of its colour.
+    const int pattern = pCurve.isDifference ? pShape : pCurve.part - 1;
+    if (pattern > 0) {
+        style.dashes = kPatterns[static_cast<std::size_t>(pattern - 1) % kPatterns.size()];
         for (double& each : style.dashes) {
             each *= pMetrics.line;
         }
