@@ -14,6 +14,7 @@
 // interpolation of the key is not looked at. Where a is 0 no root is finite, and so none counts.
 int Glissa::FindPeakTimes(int pIndex, KTime (&pTimes)[2])
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < KeyGetCount());
     const KPriFCurveKey& from = KeyAt(pIndex);
     const KPriFCurveKey& to = KeyAt(pIndex + 1);
     const float seconds = static_cast<float>(SecondsBetween(from, to));

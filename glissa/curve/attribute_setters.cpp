@@ -18,6 +18,7 @@ bool HasSameBits(const GlissaKeyAttributes& pLeft, const GlissaKeyAttributes& pR
 // What a change of a data slot means to a kind of tangent. Rows: auto, user, TCB.
 int DataEvent(const GlissaKeyAttributes& pKey, EGlissaDataIndex pData)
 {
+    CORVEKIT_ASSERT(pData >= eDataRightSlope && pData <= eDataNextLeftVelocity);
     static constexpr int kEvents[3][6] = {
         {eEventEditSlope, eEventEditSlope, eEventEditWeight, eEventEditWeight, 0, 0},
         {eEventEditSlope, eEventEditSlope, eEventEditWeight, eEventEditWeight, eEventEditVelocity,
@@ -53,6 +54,7 @@ bool Glissa::IsCubicWith(int pIndex, unsigned pFirstKind, unsigned pSecondKind) 
 // False, and nothing touched, where every bit stands already.
 bool Glissa::WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (HasSameBits(Attr(pIndex), pAttributes)) {
         return false;
     }

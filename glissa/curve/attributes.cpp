@@ -18,6 +18,7 @@ KPriFCurveKeyAttr* NewBlock(const GlissaKeyAttributes& pAttributes)
 
 void ReleaseBlock(KPriFCurveKeyAttr* pBlock)
 {
+    CORVEKIT_ASSERT(pBlock->mReferenceCount > 0);
     if (--pBlock->mReferenceCount == 0) {
         GlissaKeyAttrPool.Free(pBlock);
     }
@@ -34,6 +35,7 @@ void Glissa::ReleaseAttribute(KPriFCurveKey& pKey)
 
 void Glissa::PointToAttribute(KPriFCurveKey& pKey, KPriFCurveKeyAttr* pAttribute)
 {
+    CORVEKIT_ASSERT(pAttribute && pAttribute->mReferenceCount > 0);
     ++pAttribute->mReferenceCount;
     ReleaseAttribute(pKey);
     pKey.mAttribute = pAttribute;
@@ -75,6 +77,7 @@ void Glissa::KeyAttrSeparateCheck(int pIndex)
 
 void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
 {
+    CORVEKIT_ASSERT(pIndex >= 0);
     mKeys.Reserve(pIndex + 1);
     KPriFCurveKey& key = mKeys[pIndex];
     if (key.mAttribute == &pAttribute || (key.mAttribute && *key.mAttribute == pAttribute)) {
@@ -97,6 +100,7 @@ void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
 // where it is a key already.
 bool Glissa::GrowTo(int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && mKeys.HasRoomFor(pIndex));
     const int count = KeyGetCount();
     if (pIndex < count) {
         return false;

@@ -44,6 +44,7 @@ struct Request
 /// tolerance of index steps. Outside the keys there are no steps, and so no key.
 int KeyNear(double pIndex, double pTolerance, int pCount)
 {
+    CORVEKIT_ASSERT(pCount > 0);
     if (pIndex < 0.0 || pIndex > pCount - 1) {
         return -1;
     }
@@ -89,6 +90,7 @@ GlissaKey MakeKey(const Request& pRequest, KTime pTime, float pValue, const Surr
 
 void ReplaceKey(Glissa& pCurve, int pIndex, const Request& pRequest, KTime pTime, float pValue)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     if (!pRequest.changesKind) {
         pCurve.KeySetValue(pIndex, pValue);
         pCurve.KeySetTime(pIndex, pTime);
@@ -132,6 +134,7 @@ bool HasLeftParameter(Glissa& pCurve, int pIndex)
 // of its own.
 void RunOnInto(Glissa& pCurve, int pIndex, const Surroundings& pAround)
 {
+    CORVEKIT_ASSERT(pAround.hasLo != pAround.hasHi);
     if (pAround.hasLo) {
         const int lo = pIndex - 1;
         const bool force = HasMode(pCurve, lo, eTangentUser) || HasLeftParameter(pCurve, lo);

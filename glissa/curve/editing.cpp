@@ -27,6 +27,7 @@ bool IsWhole(double pIndex)
 // KeyFind, without a search for a key that goes behind all others.
 double FindPlaceToAdd(Glissa& pCurve, KTime pTime, int* pHint)
 {
+    CORVEKIT_ASSERT(pCurve.KeyGetCount() > 0);
     const KeyList& keys = pCurve.Keys();
     return keys.LastTime() < pTime ? keys.Count() - 0.5 : pCurve.KeyFind(pTime, pHint);
 }
@@ -54,6 +55,7 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
     KPriFCurveKey& record = mKeys[index];
     record.mTime = pTime;
     record.mValue = value;
+    CORVEKIT_ASSERT(KeepsOrder(index, pTime));
     KeyAttrSet(index, pKey.GetKeyAttr());
     // A listener of that event may have taken keys away.
     if (index >= KeyGetCount()) {
@@ -105,6 +107,7 @@ int Glissa::KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pH
     KPriFCurveKey& record = mKeys[index];
     record.mTime = pTime;
     record.mValue = source.mValue;
+    CORVEKIT_ASSERT(KeepsOrder(index, pTime));
     PointToAttribute(record, source.mAttribute);
     CallKeyAddCallback(&record, index);
     if (pHint) {

@@ -29,6 +29,7 @@ struct Segment
 
 Segment SegmentAt(const KeyList& pKeys, const SegmentPlace& pPlace)
 {
+    CORVEKIT_ASSERT(pPlace.index >= 0 && pPlace.index + 1 < pKeys.Count());
     const bool isLast = pPlace.index + 2 >= pKeys.Count();
     // Neighbours mostly lie in the same page.
     if (pPlace.slot - 1 < KeyList::kKeysPerPage - 3) [[likely]] {
@@ -310,6 +311,8 @@ float Glissa::EvaluateAny(KTime pTime, int& pHint)
 // Before the first or after the last of two keys at least.
 float Glissa::EvaluateOutside(KTime pTime, int& pHint)
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 1);
+    CORVEKIT_ASSERT(pTime < mKeys.FirstTime() || mKeys.LastTime() < pTime);
     const int count = KeyGetCount();
     const KTime first = mKeys.FirstTime();
     const KTime last = mKeys.LastTime();
@@ -359,6 +362,8 @@ float Glissa::EvaluateIndex(double pIndex)
 
 float Glissa::EvaluateSegment(int pIndex, double pT)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < KeyGetCount());
+    CORVEKIT_ASSERT(pT > 0.0 && pT < 1.0);
     const KPriFCurveKey& from = mKeys[pIndex];
     const KPriFCurveKey& to = mKeys[pIndex + 1];
     switch (from.mAttribute->GetInterpolation()) {
@@ -382,6 +387,7 @@ float Glissa::EvaluateSegment(int pIndex, double pT)
 // Whether a custom key lies at or beside the index; the custom type then answers for the time.
 bool Glissa::EvaluateCustomAround(double pIndex, KTime pTime, float& pValue)
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 0);
     const int last = KeyGetCount() - 1;
     const auto keyAt = [this, last](double pPlace) -> const KPriFCurveKey& {
         return mKeys[std::clamp(static_cast<int>(pPlace), 0, last)];

@@ -58,11 +58,13 @@ bool HasNoPlaceBehind(const Glissa& pCurve, int pIndex)
 // A side shapes the curve when the segment on it is cubic.
 bool LeftCounts(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return pIndex > 0 && IsCubic(pCurve, pIndex - 1);
 }
 
 bool RightCounts(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return pIndex < pCurve.KeyGetCount() - 1 && IsCubic(pCurve, pIndex);
 }
 
@@ -167,6 +169,7 @@ bool HoldByParameters(const Hold& pHold)
 // Gives a cubic key another kind of tangent, without slopes on its right.
 void SetKind(Glissa& pCurve, int pIndex, unsigned pKind)
 {
+    CORVEKIT_ASSERT(IsCubic(pCurve, pIndex));
     const KPriFCurveKeyAttr old = pCurve.KeyGet(pIndex).GetKeyAttr();
     KPriFCurveKeyAttr changed = old;
     changed.SetTangeantMode(pKind);
@@ -222,6 +225,7 @@ bool MakeUser(Glissa& pCurve, int pIndex)
 // of such keys that it stands in, from the nearest one on that can.
 bool HoldByKeysBefore(const Hold& pHold, int pMost)
 {
+    CORVEKIT_ASSERT(pMost >= 0 && pHold.index >= 0);
     Glissa& curve = pHold.curve;
     std::vector<KPriFCurveKeyAttr> old;  // of the keys before, the nearest one first
     int first = pHold.index;
@@ -281,6 +285,7 @@ bool HoldByAll(const Hold& pHold)
 
 Surroundings SurroundingsOf(Glissa& pCurve, int pLo, int pHi)
 {
+    CORVEKIT_ASSERT(pLo >= -1 && pLo < pHi && pLo < pCurve.KeyGetCount());
     Surroundings around;
     around.hasLo = pLo >= 0;
     around.hasHi = pHi < pCurve.KeyGetCount();
@@ -297,6 +302,7 @@ Surroundings SurroundingsOf(Glissa& pCurve, int pLo, int pHi)
 
 void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
     const Slopes next = hasNext ? SlopesOf(pCurve, pIndex + 1) : Slopes{};
     HoldByAll({pCurve, pIndex, pSlopes, hasNext ? &next : nullptr});
@@ -304,6 +310,7 @@ void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
 
 void HoldSlopesByUserTangent(Glissa& pCurve, int pIndex, Slopes pSlopes)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     if (HasSlopes(pCurve, pIndex, pSlopes)) {
         return;
     }
@@ -321,6 +328,8 @@ void HoldSlopesByUserTangent(Glissa& pCurve, int pIndex, Slopes pSlopes)
 // From left to right: slot 1 of each key holds the left slope of the one behind it.
 void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, float pSlope)
 {
+    CORVEKIT_ASSERT(!pAround.hasLo || pIndex > 0);
+    CORVEKIT_ASSERT(!pAround.hasHi || pIndex + 1 < pCurve.KeyGetCount());
     const int hi = pIndex + 1;
     if (pAround.hasLo) {
         if (HasNoSlopes(pCurve, pIndex - 1)) {

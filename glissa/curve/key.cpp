@@ -72,6 +72,7 @@ void GlissaKeyAttributes::SetCustomIndex(unsigned pIndex)
 
 float GlissaKeyAttributes::GetDataDouble(EGlissaDataIndex pIndex) const
 {
+    CORVEKIT_ASSERT(pIndex >= eDataRightSlope && pIndex <= eDataNextLeftVelocity);
     switch (pIndex) {
     case eDataRightWeight:
         return FromStoredNumber(WeightPair::FromSlot(mData[2]).mRight);
@@ -88,6 +89,7 @@ float GlissaKeyAttributes::GetDataDouble(EGlissaDataIndex pIndex) const
 
 void GlissaKeyAttributes::SetDataDouble(EGlissaDataIndex pIndex, float pValue)
 {
+    CORVEKIT_ASSERT(pIndex >= eDataRightSlope && pIndex <= eDataNextLeftVelocity);
     switch (pIndex) {
     case eDataRightWeight:
     case eDataNextLeftWeight: {

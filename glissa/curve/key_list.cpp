@@ -32,6 +32,7 @@ unsigned long PageBytes()
 
 void KeyList::Reserve(int pCount)
 {
+    CORVEKIT_ASSERT(pCount >= 0);
     if (pCount > mCapacity) {
         ResizeTable(TableEntriesFor(pCount), mLastPage + 1);
     }
@@ -46,6 +47,7 @@ void KeyList::Reserve(int pCount)
 // Page by page from the last one down: the last record of a page goes to the front of the next.
 void KeyList::OpenGap(int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= mCount && HasRoomFor(mCount));
     const int page = pIndex / kKeysPerPage;
     const int slot = pIndex % kKeysPerPage;
     int last = mCount / kKeysPerPage;
@@ -70,6 +72,7 @@ void KeyList::OpenGap(int pIndex)
 
 void KeyList::CloseGap(int pFirst, int pLast)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast + 1 && pLast < mCount);
     const int firstPage = pFirst / kKeysPerPage;
     const int behindPage = (pLast + 1) / kKeysPerPage;
     const int freed = std::max(behindPage - firstPage - 1, 0);
@@ -97,6 +100,7 @@ void KeyList::CloseGap(int pFirst, int pLast)
 // Records to a lower index, in runs that lie within one page on both sides.
 void KeyList::MoveDown(int pTo, int pFrom, int pCount)
 {
+    CORVEKIT_ASSERT(pTo <= pFrom && pTo >= 0);
     const int firstPage = pTo / kKeysPerPage;
     while (pCount > 0) {
         const int toSlot = pTo % kKeysPerPage;
@@ -115,6 +119,7 @@ void KeyList::MoveDown(int pTo, int pFrom, int pCount)
 
 void KeyList::CopyRecords(KPriFCurveKey* const* pPages, int pCount)
 {
+    CORVEKIT_ASSERT(pCount >= 0 && (pCount == 0 || HasRoomFor(pCount - 1)));
     for (int first = 0; first < pCount; first += kKeysPerPage) {
         const int filled = std::min(pCount - first, kKeysPerPage);
         std::memcpy(mPages[first / kKeysPerPage], pPages[first / kKeysPerPage],
@@ -152,6 +157,7 @@ void KeyList::FreeAll()
 
 void KeyList::FreePagesBehind(int pLastPage)
 {
+    CORVEKIT_ASSERT(pLastPage >= -1);
     while (mLastPage > pLastPage) {
         WatchFree(mPages[mLastPage], PageBytes());
         mPages[mLastPage--] = nullptr;
@@ -161,6 +167,7 @@ void KeyList::FreePagesBehind(int pLastPage)
 
 void KeyList::ResizeTable(int pEntries, int pKeptEntries)
 {
+    CORVEKIT_ASSERT(pKeptEntries >= 0 && pKeptEntries <= pEntries);
     auto** table = static_cast<KPriFCurveKey**>(WatchMalloc(TableBytes(pEntries)));
     if (pKeptEntries > 0) {
         std::memcpy(table, mPages, TableBytes(pKeptEntries));

@@ -29,7 +29,11 @@ public:
     ~KeyList() { FreeAll(); }
 
     int Count() const { return mCount; }
-    void SetCount(int pCount) { mCount = pCount; }
+    void SetCount(int pCount)
+    {
+        CORVEKIT_ASSERT(pCount >= 0 && (pCount == 0 || HasRoomFor(pCount - 1)));
+        mCount = pCount;
+    }
     /// Keys that the table can address, a multiple of 1344.
     int Capacity() const { return mCapacity; }
     int LastPage() const { return mLastPage; }
@@ -41,7 +45,11 @@ public:
         const unsigned index = static_cast<unsigned>(pIndex);
         return mPages[index / kKeysPerPage][index % kKeysPerPage];
     }
-    KTime FirstTime() const { return mPages[0][0].mTime; }
+    KTime FirstTime() const
+    {
+        CORVEKIT_ASSERT(mCount > 0);
+        return mPages[0][0].mTime;
+    }
     KTime LastTime() const { return (*this)[mCount - 1].mTime; }
 
     /// Whether the record at an index exists, filled or not.
@@ -50,7 +58,11 @@ public:
         return static_cast<int>(static_cast<unsigned>(pIndex) / kKeysPerPage) <= mLastPage;
     }
     /// The record behind the last key, counted as a key from now on. There is room for it.
-    KPriFCurveKey& Append() { return (*this)[mCount++]; }
+    KPriFCurveKey& Append()
+    {
+        CORVEKIT_ASSERT(HasRoomFor(mCount));
+        return (*this)[mCount++];
+    }
     /// Makes records for pCount keys.
     void Reserve(int pCount);
     /// Opens a record at an index by moving all from there on up by one. There is room for it; its

@@ -10,6 +10,7 @@
 /// the end as the last. The list is not empty.
 inline KeyWindow WindowOf(const KeyList& pKeys, int pIndex)
 {
+    CORVEKIT_ASSERT(pKeys.Count() > 0);
     const int last = pKeys.Count() - 1;
     const int index = pIndex < 0 ? 0 : pIndex > last ? last : pIndex;
     return {index > 0 ? &pKeys[index - 1] : nullptr, &pKeys[index],

@@ -39,6 +39,7 @@ int Floor(double pIndex)
 // sums would all be that end.
 bool CanShiftKeys(const Glissa& pCurve, int pFirst, int pLast, KTime pDelta)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pCurve.KeyGetCount());
     return CanShift(pCurve.KeyGetTime(pFirst), pDelta) &&
            CanShift(pCurve.KeyGetTime(pLast), pDelta);
 }
@@ -46,6 +47,7 @@ bool CanShiftKeys(const Glissa& pCurve, int pFirst, int pLast, KTime pDelta)
 
 void Glissa::WriteValue(int pIndex, float pValue)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     ResetCandidate();
     KPriFCurveKey& key = mKeys[pIndex];
     key.mValue = pValue;
@@ -55,6 +57,7 @@ void Glissa::WriteValue(int pIndex, float pValue)
 
 void Glissa::WriteTime(int pIndex, KTime pTime)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     ResetCandidate();
     mKeys[pIndex].mTime = pTime;
     mKeys.TimeChanged(pIndex);
@@ -88,6 +91,7 @@ void Glissa::KeyIncTime(int pIndex, KTime pTime)
 
 int Glissa::KeyMove(int pIndex, KTime pTime)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (pTime == kNoKeyTime) {
         return pIndex;
     }
@@ -110,6 +114,7 @@ int Glissa::KeyMove(int pIndex, KTime pTime)
 // the steps go back.
 KTime Glissa::FreeTimeNear(KTime pTime, int* pHint)
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 0 && pTime != kNoKeyTime);
     KTime time = pTime;
     KTime step = kMinimalKeyGap;
     while (IsWhole(KeyFind(time, pHint))) {
@@ -125,6 +130,8 @@ KTime Glissa::FreeTimeNear(KTime pTime, int* pHint)
 // one that was behind it and the one in front of which it arrives keep their left sides.
 int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
+    CORVEKIT_ASSERT(mModifyNesting > 0);
     int hint = pIndex;
     const KTime time = FreeTimeNear(pTime, &hint);
     const int arrival = Ceil(KeyFind(time, &hint));
@@ -150,6 +157,7 @@ int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey)
 
 bool Glissa::KeyMoveOf(int pIndex, KTime pDelta, float pValue)
 {
+    CORVEKIT_ASSERT(pIndex >= 0);
     const int count = KeyGetCount();
     if (pIndex < count && !CanShiftKeys(*this, pIndex, count - 1, pDelta)) {
         return false;

@@ -43,6 +43,7 @@ bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRigh
 // Where a key of a curve comes to be when the first one is put at pOffset.
 KTime ShiftedTime(const Glissa& pCurve, int pIndex, KTime pOffset)
 {
+    CORVEKIT_ASSERT(pOffset != kNoKeyTime);
     return Later(pOffset, TicksBetween(pCurve.KeyGetTime(0), pCurve.KeyGetTime(pIndex)));
 }
 }  // namespace
@@ -194,6 +195,7 @@ Glissa::StoredSide Glissa::SideBehind(int pIndex)
 
 void Glissa::InsertBetween(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft)
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 0 && pSource->KeyGetCount() > 0 && mModifyNesting > 0);
     const int last = pSource->KeyGetCount() - 1;
     int hint = mSearchIndex;
     int index = -1;
@@ -234,6 +236,7 @@ void Glissa::InsertBetween(Glissa* pSource, KTime pOffset, const GlissaTangeantI
 // it decides, any other leaves it to the key.
 bool Glissa::StoresNextLeftSlope(int pIndex) const
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (KeyGetInterpolation(pIndex) != eInterpolationCubic || IsCubicTCB(pIndex)) {
         return false;
     }
@@ -246,6 +249,7 @@ bool Glissa::StoresNextLeftSlope(int pIndex) const
 // Slot 1, the next-left weight and its mode, as they stood in another key.
 void Glissa::TakeNextLeft(int pIndex, const GlissaKeyAttributes& pOld)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     KeySetDataDouble(pIndex, eDataNextLeftSlope, pOld.mData[eDataNextLeftSlope]);
     GlissaKeyAttributes attributes = Attr(pIndex);
     const float weight = pOld.GetDataDouble(eDataNextLeftWeight);
@@ -356,6 +360,7 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
 // The keys pFirst to pLast of a source, shifted in time. The index of the last one, or -1.
 int Glissa::AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pSource->KeyGetCount());
     int hint = 0;
     int last = -1;
     ResetCandidate();
@@ -369,6 +374,7 @@ int Glissa::AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset)
 // first key stands in the key before.
 void Glissa::ShiftKeys(int pFirst, int pLast, const ValueShift& pShift)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < KeyGetCount());
     if (pShift.IsNone() || pFirst > pLast) {
         return;
     }
@@ -390,6 +396,7 @@ void Glissa::ShiftKeys(int pFirst, int pLast, const ValueShift& pShift)
 // curve that was there, and the keys on the ends are flat.
 void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pValue)
 {
+    CORVEKIT_ASSERT(mModifyNesting > 0 && pTarget.start <= pTarget.stop);
     constexpr KTime kTick(1);
     const auto makeKey = [this](int& pHint, int pContinuity) {
         return CandidateKey(&pHint, static_cast<int>(eInterpolationCubic),

@@ -24,6 +24,7 @@ constexpr int kFewKeys = 16;
 // away, only whole ones inside the range count, and of those the outermost is held.
 std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRoom)
 {
+    CORVEKIT_ASSERT(pSpan > 0);
     const std::uint64_t fitting = pRoom / pSpan;
     return pCount <= fitting ? static_cast<std::int64_t>(pCount)
                              : static_cast<std::int64_t>(fitting) - 1;
@@ -33,6 +34,7 @@ std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRo
 // left for FindBeside. False for keys out of order.
 bool FindInOnePage(const KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& pPlace)
 {
+    CORVEKIT_ASSERT(pKeys.Count() >= 2 && pKeys.Count() <= KeyList::kKeysPerPage);
     const unsigned count = static_cast<unsigned>(pKeys.Count());
     const KPriFCurveKey* page = pKeys.Table()[0];
     const unsigned slot = std::min(SlotBelow(page, count, pTime), count - 2);
@@ -122,6 +124,7 @@ KTime Glissa::KeyTimeBefore(KTime pTime)
 
 double Glissa::FindBefore(KTime pTime, int& pHint)
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 0 && pTime < mKeys.FirstTime());
     const KTime first = mKeys.FirstTime();
     const KTime last = mKeys.LastTime();
     const auto hold = [&pHint] {
@@ -153,6 +156,7 @@ double Glissa::FindBefore(KTime pTime, int& pHint)
 
 double Glissa::FindAfter(KTime pTime, int& pHint)
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 0 && mKeys.LastTime() < pTime);
     const KTime first = mKeys.FirstTime();
     const KTime last = mKeys.LastTime();
     const int lastIndex = KeyGetCount() - 1;

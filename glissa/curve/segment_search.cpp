@@ -5,6 +5,7 @@
 
 SegmentPlace FindByWalk(KeyList& pKeys, KTime pTime, int& pHint)
 {
+    CORVEKIT_ASSERT(pKeys.Count() >= 2);
     pKeys.PagesChangedFrom(0);
     const int last = pKeys.Count() - 1;
     const int start = std::clamp(pHint, 0, last);

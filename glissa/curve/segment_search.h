@@ -47,6 +47,8 @@ inline bool IsWithin(KTime pFrom, KTime pTime, KTime pTo)
 inline SegmentPlace PlaceInSegment(const KeyList& pKeys, int pIndex, unsigned pSlot,
                                    const KPriFCurveKey* pFrom, KTime pTime)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < pKeys.Count());
+    CORVEKIT_ASSERT(pSlot == static_cast<unsigned>(pIndex) % KeyList::kKeysPerPage);
     const KPriFCurveKey* to = pSlot + 1 < KeyList::kKeysPerPage ? pFrom + 1 : &pKeys[pIndex + 1];
     return {pIndex, pSlot, pFrom, to, TimeFraction(pFrom->mTime, pTime, to->mTime)};
 }
@@ -94,6 +96,7 @@ inline bool FindBeside(const KeyList& pKeys, KTime pTime, int& pHint, SegmentPla
 /// comparison becomes a mask.
 inline unsigned SlotBelow(const KPriFCurveKey* pPage, unsigned pCount, KTime pTime)
 {
+    CORVEKIT_ASSERT(pCount > 0 && pCount <= KeyList::kKeysPerPage);
     const auto step = [pTime](const KPriFCurveKey* pBase, unsigned pHalf) {
         return pBase + (pHalf & (0u - static_cast<unsigned>(pBase[pHalf].mTime <= pTime)));
     };
@@ -128,6 +131,7 @@ constexpr unsigned kManyPages = 64;
 /// lies outside all keys, or times were written through a key's pointer, which nobody announces.
 inline bool FindInPages(KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& pPlace)
 {
+    CORVEKIT_ASSERT(pKeys.Count() >= 2);
     constexpr unsigned kPerPage = KeyList::kKeysPerPage;
     const unsigned count = static_cast<unsigned>(pKeys.Count());
     const unsigned last = count - 1;

@@ -49,6 +49,7 @@ TcbParameters TcbOf(const GlissaKeyAttributes& pKey)
 
 float RightTcbSlope(const KeyWindow& pKey, const TcbParameters& pTcb)
 {
+    CORVEKIT_ASSERT(pKey.next);
     const auto [t, c, b] = pTcb;
     const float out = static_cast<float>((1.0 - c) * (1.0 - b) * Secant(*pKey.key, *pKey.next));
     if (!pKey.previous) {
@@ -60,6 +61,7 @@ float RightTcbSlope(const KeyWindow& pKey, const TcbParameters& pTcb)
 
 float LeftTcbSlope(const KeyWindow& pKey, const TcbParameters& pTcb)
 {
+    CORVEKIT_ASSERT(pKey.previous);
     const auto [t, c, b] = pTcb;
     const float in = static_cast<float>((1.0 - c) * (1.0 + b) * Secant(*pKey.previous, *pKey.key));
     if (!pKey.next) {
@@ -82,6 +84,7 @@ bool TakesNeighbourSecant(const GlissaKeyAttributes& pKey, double pAuto)
 
 float NeighbourSecant(const KeyWindow& pKey)
 {
+    CORVEKIT_ASSERT(pKey.previous || pKey.next);
     return static_cast<float>(
         Secant(pKey.previous ? *pKey.previous : *pKey.key, pKey.next ? *pKey.next : *pKey.key));
 }
@@ -111,6 +114,7 @@ float RightAutoSlope(const KeyWindow& pKey, bool pExtremes)
 
 float LeftAutoSlope(const KeyWindow& pKey, bool pExtremes, bool pTestClamp)
 {
+    CORVEKIT_ASSERT(pKey.previous);
     const GlissaKeyAttributes& before = *pKey.previous->mAttribute;
     const GlissaKeyAttributes& key = *pKey.key->mAttribute;
     if (pTestClamp) {
@@ -143,6 +147,7 @@ float LeftAutoSlope(const KeyWindow& pKey, bool pExtremes, bool pTestClamp)
 // P cubic, K cubic: K's tangent decides.
 float LeftSlopeOfCubic(const KeyWindow& pKey, bool pExtremes, bool pIgnoreClamp)
 {
+    CORVEKIT_ASSERT(pKey.previous);
     const GlissaKeyAttributes& before = *pKey.previous->mAttribute;
     const GlissaKeyAttributes& key = *pKey.key->mAttribute;
     const bool isAfterTcb = before.GetTangeantMode(false) == eTangentTCB;
@@ -169,6 +174,7 @@ float LeftSlopeOfCubic(const KeyWindow& pKey, bool pExtremes, bool pIgnoreClamp)
 // P cubic, K linear or constant: P's tangent decides.
 float LeftSlopeOfStep(const KeyWindow& pKey, bool pExtremes)
 {
+    CORVEKIT_ASSERT(pKey.previous);
     const GlissaKeyAttributes& before = *pKey.previous->mAttribute;
     const unsigned kind = before.GetTangeantMode(false);
     if (IsAuto(kind)) {
@@ -232,6 +238,7 @@ void SecantsOfKey(const KeyWindow& pKey, double& pToLeft, double& pToRight)
 
 void FindClampedSides(const KeyWindow& pKey, bool& pLeft, bool& pRight)
 {
+    CORVEKIT_ASSERT(pKey.key && pKey.key->mAttribute);
     pLeft = false;
     pRight = false;
     const GlissaKeyAttributes& key = *pKey.key->mAttribute;

@@ -24,6 +24,7 @@ float Glissa::KeyGetRightDerivative(int pIndex, bool pExtremes)
 
 void Glissa::IsClamped(int pIndex, bool& pLeft, bool& pRight)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     FindClampedSides(WindowOf(mKeys, pIndex), pLeft, pRight);
 }
 

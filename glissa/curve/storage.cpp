@@ -101,6 +101,7 @@ void Glissa::KeySetOptimizeEnable(bool pEnable)
 
 void Glissa::KeyModifyBegin()
 {
+    CORVEKIT_ASSERT(mModifyNesting >= 0);
     ++mModifyNesting;
     CallbackEnable(false);
 }

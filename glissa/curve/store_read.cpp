@@ -71,6 +71,7 @@ int Glissa::StoreReader::ReadAlike(int pMost)
 
 void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
 {
+    CORVEKIT_ASSERT(mKey);
     KeyList& keys = mCurve.mKeys;
     while (!pSamples.empty()) {
         // Good keys one behind the other share the block of the first, as long as nobody listens to
@@ -322,6 +323,7 @@ bool Glissa::StoreReader::ReadOldestTangent()
 // handle over the time of the segment. What an automatic tangent holds are no handles.
 void Glissa::StoreReader::TurnHandlesIntoSlopes()
 {
+    CORVEKIT_ASSERT(mKey);
     if (!mPrevious || !IsUserSide(*mPrevious->mAttribute)) {
         return;
     }
@@ -455,6 +457,7 @@ bool Glissa::StoreReader::IsPreviousCubicWith(unsigned pBit) const
 
 void Glissa::StoreReader::SetPreviousSlot(int pSlot, float pValue)
 {
+    CORVEKIT_ASSERT(pSlot >= 0 && pSlot < 4);
     if (!mPrevious || std::bit_cast<std::uint32_t>(mPrevious->mAttribute->mData[pSlot]) ==
                           std::bit_cast<std::uint32_t>(pValue)) {
         return;

@@ -31,6 +31,7 @@ bool Glissa::IsCubicOf(int pIndex, unsigned pKind) const
 // has its bias in their place.
 void Glissa::MakeCubic(int pIndex, unsigned pKind)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     KeyAttrSeparate(pIndex);
     KPriFCurveKeyAttr& key = *mKeys[pIndex].mAttribute;
     if (key.GetInterpolation() != eInterpolationCubic ||
@@ -52,6 +53,7 @@ void Glissa::MakeUser(int pIndex, unsigned pKind, float pRight, float pNextLeft)
 
 void Glissa::RepairOldestKeys()
 {
+    CORVEKIT_ASSERT(KeyGetCount() > 0);
     const int count = KeyGetCount();
     const int last = count - 1;
     MakeCubic(last, eTangentAuto);
@@ -82,6 +84,7 @@ void Glissa::RepairOldestKeys()
 // A key whose left side was the business of the key before it.
 void Glissa::FollowKeyBefore(int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex > 0 && pIndex < KeyGetCount());
     const int last = KeyGetCount() - 1;
     const int before = pIndex - 1;
     if (IsCubicOf(pIndex, eTangentUser)) {

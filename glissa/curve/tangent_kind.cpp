@@ -55,6 +55,7 @@ void Glissa::KeyTangeantSetMode(bool pSelectedOnly, unsigned pMode)
 
 void Glissa::ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     pAttributes.SetTangeantVisibility(eTangentShowNone);
     WriteAttributes(pIndex, pAttributes);
     CallbackAddEvent(kGlissaEventOther | pEvent, pIndex);
@@ -77,6 +78,7 @@ std::vector<Glissa::KeySlopes> Glissa::SlopesOfAllKeys()
 // right, since the left slope of a user tangent takes the right one along.
 void Glissa::RestoreSlopes(const std::vector<KeySlopes>& pSlopes)
 {
+    CORVEKIT_ASSERT(pSlopes.size() == static_cast<std::size_t>(KeyGetCount()));
     const int count = KeyGetCount();
     for (int i = 0; i < count; ++i) {
         const KeySlopes& slopes = pSlopes[static_cast<std::size_t>(i)];

@@ -72,6 +72,7 @@ void Glissa::KeySetLeftDerivative(int pIndex, float pSlope)
 // follow: that key has no place for one.
 void Glissa::FollowLeftSlope(int pIndex, float pSlope)
 {
+    CORVEKIT_ASSERT(pIndex > 0);
     if (pIndex < KeyGetCount() && IsCubicWith(pIndex, eTangentUser, eTangentUser) &&
         !IsCubicTCB(pIndex - 1)) {
         KeySetRightDerivative(pIndex, pSlope);
@@ -111,6 +112,7 @@ void Glissa::StoreLeftSlope(int pIndex, float pSlope)
 
 float Glissa::KeyGetRightAuto(int pIndex, bool pApplyClamp)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (IsCubicAuto(pIndex)) {
         bool clampedLeft = false;
         bool clampedRight = false;
@@ -490,6 +492,7 @@ void Glissa::KeySetRightDerivativeInfo(int pIndex, const GlissaTangeantInfo& pIn
 
 bool Glissa::IsKeyInterpolationPureCubicAuto(int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     const GlissaKeyAttributes& key = Attr(pIndex);
     return (key.mFlags & eInterpolationCubic) != 0 && (key.mFlags & eTangentAuto) != 0 &&
            KeyGetLeftAuto(pIndex, false) == 0.0f && KeyGetRightAuto(pIndex, false) == 0.0f &&

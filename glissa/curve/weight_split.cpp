@@ -21,6 +21,7 @@ double Bezier(double p0, double p1, double p2, double p3, double pS)
 // The value of a segment as evaluation finds it.
 double ValueAt(const WeightedSegment& pSegment, double pT)
 {
+    CORVEKIT_ASSERT(pT >= 0.0 && pT <= 1.0);
     const double right = pSegment.rightSlope * pSegment.seconds * pSegment.rightWeight;
     const double left = pSegment.leftSlope * pSegment.seconds * pSegment.leftWeight;
     const double s = SolveWeightedTime(pSegment.rightWeight, pSegment.leftWeight, pT);
@@ -40,6 +41,7 @@ struct Piece
 // How far the piece strays from the whole, by samples along it.
 double Misfit(const Piece& pPiece)
 {
+    CORVEKIT_ASSERT(pPiece.span > 0.0);
     constexpr int kSamples = 32;
     const WeightedSegment& part = pPiece.part;
     const double right = part.rightSlope * part.seconds * part.rightWeight;
@@ -95,6 +97,7 @@ void LimitWeights(Piece pPiece, float& pRight, float& pLeft)
 SplitWeights SplitWeightedSegment(const WeightedSegment& pSegment, double pT, float pValue,
                                   float pSlope)
 {
+    CORVEKIT_ASSERT(pT > 0.0 && pT < 1.0 && pSegment.seconds >= 0.0f);
     constexpr float kHalfStep = 0.5f / kStoredScale;
     const double wr = pSegment.rightWeight;
     const double wl = pSegment.leftWeight;

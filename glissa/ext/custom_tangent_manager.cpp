@@ -6,6 +6,7 @@
 
 #include "glissa/ext/custom_tangent_manager.h"
 
+#include "corvekit/assert.h"
 #include "glissa/ext/active.h"
 
 #include <cstring>
@@ -72,6 +73,7 @@ int GlissaCustomTangentManager::AddNewCustomTangent(const char* pName, const cha
     while (place < mTangents.GetCount() && mTangents[place]->GetTangentIndex() <= place) {
         ++place;
     }
+    CORVEKIT_ASSERT(place < kTypeLimit);
     auto* tangent = new GlissaCustomTangent(pName, pStoredName);
     tangent->SetTangentIndex(place);
     mTangents.InsertAt(place, tangent);
@@ -161,6 +163,7 @@ void GlissaCustomTangentManager::Release(EventPool<Event>& pPool, const Event* p
 {
     for (PoolEntry<Event>* each : pPool) {
         if (each->mEvent == pEvent) {
+            CORVEKIT_ASSERT(each->mInUse);
             each->mInUse = false;
             return;
         }
@@ -212,21 +215,25 @@ void GlissaCustomTangentManager::ReleaseCustomTangentKeyChangeEventObject(
 
 void GlissaCustomTangentManager::CallCustomEvaluation(GlissaEvaluationEvent* pEvent)
 {
+    CORVEKIT_ASSERT(pEvent && pEvent->mCurve);
     mEvaluationListeners.Call(this, pEvent);
 }
 
 void GlissaCustomTangentManager::CallCustomAddKey(GlissaCustomKeyAddEvent* pEvent)
 {
+    CORVEKIT_ASSERT(pEvent && pEvent->mIndex >= 0);
     mAddKeyListeners.Call(this, pEvent);
 }
 
 void GlissaCustomTangentManager::CallCustomAddCustomKey(GlissaCustomKeyAddEvent* pEvent)
 {
+    CORVEKIT_ASSERT(pEvent && pEvent->mIndex >= 0);
     mAddCustomKeyListeners.Call(this, pEvent);
 }
 
 void GlissaCustomTangentManager::CallCustomKeyChange(GlissaCustomKeyChangeEvent* pEvent)
 {
+    CORVEKIT_ASSERT(pEvent && pEvent->mIndex >= 0);
     mKeyChangeListeners.Call(this, pEvent);
 }
 
@@ -283,6 +290,7 @@ void GlissaCustomTangentManager::ListenersChanged()
 
 void GlissaCustomTangentManager::TypesChanged()
 {
+    CORVEKIT_ASSERT(mTangents.GetCount() <= kTypeLimit);
     gExtActivity.mCustomTangentTypeCount = mTangents.GetCount();
     mListChangedListeners.Call(this, nullptr);
 }

@@ -3,6 +3,7 @@
 
 #include "glissa/ext/invalid_key_manager.h"
 
+#include "corvekit/assert.h"
 #include "glissa/ext/active.h"
 
 #include <cmath>
@@ -39,6 +40,7 @@ void GlissaInvalidKeyManager::Destruct()
 
 void GlissaInvalidKeyManager::CallInvalidKey(GlissaInvalidKeyEvent* pEvent)
 {
+    CORVEKIT_ASSERT(pEvent);
     mListeners.Call(this, pEvent);
 }
 
