@@ -57,10 +57,17 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/node/node_event.h
     glissa/utils/utils.h
     glissa/filter/butterworth.h
+    glissa/filter/clamp.h
     glissa/filter/curve_filter.h
     glissa/filter/data_filter.h
+    glissa/filter/delete_key.h
     glissa/filter/filter.h
     glissa/filter/gaussian.h
+    glissa/filter/inverse.h
     glissa/filter/offset.h
     glissa/filter/peak_remover.h
-    glissa/filter/smooth.h)
+    glissa/filter/scale.h
+    glissa/filter/smooth.h
+    glissa/filter/test_template.h
+    glissa/filter/time_clamp.h
+    glissa/filter/time_shift_and_scale.h)

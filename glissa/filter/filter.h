@@ -65,8 +65,10 @@ public:
     const char* GetName() const { return mName; }
     /// The span, both ends included.
     KTime& GetStartTime() { return mStart; }
+    const KTime& GetStartTime() const { return mStart; }
     void SetStartTime(const KTime& pTime) { mStart = pTime; }
     KTime& GetStopTime() { return mStop; }
+    const KTime& GetStopTime() const { return mStop; }
     void SetStopTime(const KTime& pTime) { mStop = pTime; }
     /// The keys that bracket the span: a span that starts or stops between two keys includes the
     /// key before the start and the key after the stop. A span behind all keys gives the last key,

@@ -56,14 +56,14 @@ private:
     std::optional<SplitWeights> mWeights;
 };
 
-// Holds the slopes that a key of the first curve had. They differ where they are automatic and the
-// neighbour is another one. A side counts where its segment is cubic and was there before.
+// Holds the slopes that a key of the first curve had, on the sides that it had. They differ where
+// they are automatic and the neighbour is another one.
 void HoldKey(Glissa& pResult, int pIndex, Glissa& pFirst, int pOld)
 {
-    if (pOld > 0 && IsCubic(pResult, pIndex - 1)) {
+    if (pOld > 0) {
         HoldLeftSlope(pResult, pIndex, pFirst.KeyGetLeftDerivative(pOld));
     }
-    if (pOld + 1 < pFirst.KeyGetCount() && IsCubic(pResult, pIndex)) {
+    if (pOld + 1 < pFirst.KeyGetCount()) {
         HoldRightSlope(pResult, pIndex, pFirst.KeyGetRightDerivative(pOld));
     }
 }

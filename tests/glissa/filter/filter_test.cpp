@@ -47,7 +47,9 @@ TEST_F(FilterFrame, TheWalkVisitsUnlockedCurvesAndTheNodeItselfLast)
     KPropertyTemplate<double> locked;
     locked.SetFlags(ePropertyFlagLockAll);
     const NodePtr joint = MakeJoint();
+    KPropertyTemplate<double> open;
     joint->Get(1)->SetProperty(&locked);
+    joint->Get(1)->Get(0)->SetProperty(&open);  // below a locked node
     joint->FCurveSet(GlissaCreate(), true);
     std::vector<Glissa*> curves = {joint->FCurveGet()};
     for (int i = 0; i < 6; ++i) {
@@ -74,7 +76,7 @@ TEST_F(FilterFrame, TheWalkVisitsUnlockedCurvesAndTheNodeItselfLast)
     // A refusal in an array shows in the error alone; what is locked sets none.
     EXPECT_TRUE(filter.Apply(curves.data(), -1));
     filter.SetOffset(0.0);
-    EXPECT_TRUE(filter.Apply(curves.data() + 4, 3));
+    EXPECT_TRUE(filter.Apply(curves.data() + 5, 2));
     EXPECT_EQ(KError::kNone, filter.GetLastErrorID());
     EXPECT_TRUE(filter.Apply(curves.data(), 7));
     EXPECT_EQ(eFilterUnchanged, filter.GetLastErrorID());

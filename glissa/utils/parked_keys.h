@@ -1,0 +1,32 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: the end of a long curve, out of the way.
+#pragma once
+
+#include "glissa/utils/scratch_curve.h"
+
+/// Keys at the end of a curve that are put aside while an edit adds or removes keys one by one.
+/// Each such edit moves all keys behind it: with a long end out of the way its cost does not depend
+/// on the length of the curve. The place of work moves through the curve in one direction.
+///
+/// Lives inside a bracket; keys that are put aside and back are posted as removed and added. The
+/// end of the object puts back what is left.
+class ParkedKeys
+{
+public:
+    explicit ParkedKeys(Glissa& pCurve);
+    ~ParkedKeys() { BringBack(mParked->KeyGetCount()); }
+    ParkedKeys(const ParkedKeys&) = delete;
+    ParkedKeys& operator=(const ParkedKeys&) = delete;
+
+    /// Called before an edit next to a key: the keys whose tangents it may read or write are in the
+    /// curve.
+    void WorkAt(int pIndex);
+
+private:
+    void Park(int pCount);
+    void BringBack(int pCount);
+
+    Glissa& mCurve;
+    ScratchCurve mParked;  // in descending order
+};
