@@ -4,7 +4,7 @@
 #include "apps/glissa/arguments.h"
 #include "apps/glissa/refusal.h"
 #include "apps/glissa/sample_grid.h"
-#include "apps/glissa/table.h"
+#include "glissa/curve/curve.h"
 
 #include <gtest/gtest.h>
 
@@ -104,25 +104,5 @@ TEST(SampleGrid, HoldsBothEndsAndDoesNotDrift)
     EXPECT_EQ(12u, (SampleGrid{KTime(), KTime(KTime::kTicksPerSecond), 11.0}).Count());
     // From one end of time to the other.
     EXPECT_GT((SampleGrid{KTime::MinusInfinite(), KTime::Infinite(), 1000.0}).Count(), 1u << 31);
-}
-
-TEST(CsvField, QuotesWhatACommaWouldBreak)
-{
-    const struct
-    {
-        const char* name;
-        const char* field;
-    } cases[] = {
-        {"Hips/R/X", "Hips/R/X"},
-        {"", ""},
-        {"Left Arm", "Left Arm"},
-        {"a,b", "\"a,b\""},
-        {"say \"x\"", "\"say \"\"x\"\"\""},
-        {"a\nb", "\"a\nb\""},
-        {" a", "\" a\""},
-    };
-    for (const auto& each : cases) {
-        EXPECT_EQ(each.field, CsvField(each.name));
-    }
 }
 }  // namespace

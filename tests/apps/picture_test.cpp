@@ -4,7 +4,6 @@
 #include "apps/glissa/curve_picture.h"
 #include "apps/glissa/picture/layout.h"
 #include "apps/glissa/picture/style.h"
-#include "tests/apps/segment_distance.h"
 #include "tests/support/museum.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +20,6 @@ namespace
 struct SvgLine
 {
     std::vector<DevicePoint> points;
-    bool dashed = false;
 };
 
 std::string DrawSvg(const std::vector<PictureCurve>& pCurves, const PictureOptions& pOptions,
@@ -52,7 +50,6 @@ std::vector<SvgLine> CurveLines(const std::string& pSvg, const Layout& pLayout)
             continue;
         }
         SvgLine found;
-        found.dashed = width < line - 1e-3;
         const char* cursor = path.c_str() + path.find(" d=\"") + 4;
         while (*cursor == 'M' || *cursor == 'L' || *cursor == ' ') {
             char* end = nullptr;
@@ -76,68 +73,6 @@ std::vector<SvgLine> CurveLines(const std::string& pSvg, const Layout& pLayout)
 NamedCurve Named(const CurveHandle& pCurve)
 {
     return {"Hips/R/Z", Unit::degrees, pCurve.get()};
-}
-
-// The keys and twice their span to both sides, as far as a picture's times reach.
-TimeSpan Around(NamedCurve& pCurve)
-{
-    const KTime second(KTime::kTicksPerSecond);
-    if (!pCurve.HasKeys() || pCurve.First() == pCurve.Last()) {
-        return {-second, second};
-    }
-    const KTime reach = second * 1000000;
-    const KTime span = std::min(pCurve.Last() - pCurve.First(), reach);
-    return {std::max(pCurve.First() - span * 2, -reach), std::min(pCurve.Last() + span * 2, reach)};
-}
-
-TEST(Picture, TheLineIsTheCurveToHalfAPixel)
-{
-    for (const MuseumPiece& piece : Museum()) {
-        SCOPED_TRACE(piece.name);
-        const CurveHandle curve = ToGlissa(piece.make());
-        NamedCurve named = Named(curve);
-        PictureOptions options;
-        const TimeSpan span = Around(named);
-        options.from = span.from;
-        options.to = span.to;
-        const std::vector<PictureCurve> curves = {MakePictureCurve(named, span, false)};
-        Layout layout;
-        const std::vector<SvgLine> lines =
-            CurveLines(DrawSvg(curves, options, 800, 400, &layout), layout);
-        ASSERT_FALSE(lines.empty());
-        const DeviceScale& scale = layout.panels.front().scale;
-        double greatest = 0.0;
-        constexpr int kSteps = 3001;
-        for (int i = 0; i <= kSteps; ++i) {
-            const KTime time(span.from.Get() + (span.to - span.from).Get() / kSteps * i);
-            const DevicePoint point{scale.X(time),
-                                    scale.Y(static_cast<double>(curve->Evaluate(time, nullptr)))};
-            double nearest = INFINITY;
-            for (const SvgLine& line : lines) {
-                for (std::size_t k = 0; k + 1 < line.points.size(); ++k) {
-                    if (line.points[k].x < point.x + 1.0 && line.points[k + 1].x > point.x - 1.0) {
-                        nearest = std::min(
-                            nearest, DistanceToSegment(point, line.points[k], line.points[k + 1]));
-                    }
-                }
-            }
-            greatest = std::max(greatest, nearest);
-        }
-        EXPECT_LE(greatest, 0.5);
-        for (const SvgLine& line : lines) {
-            // Dashed beyond the keys, solid between them, and inside the panel throughout.
-            if (named.HasKeys() && named.First() > span.from && named.Last() < span.to) {
-                const double middle = (line.points.front().x + line.points.back().x) / 2;
-                const bool between =
-                    middle > scale.X(named.First()) && middle < scale.X(named.Last());
-                EXPECT_EQ(!between, line.dashed);
-            }
-            for (const DevicePoint& point : line.points) {
-                EXPECT_GE(point.y, layout.panels.front().top);
-                EXPECT_LE(point.y, layout.panels.front().bottom);
-            }
-        }
-    }
 }
 
 TEST(Picture, RepeatedKeysAreBreaks)

@@ -103,18 +103,6 @@ TEST(Trace, KeepsWithinHalfAPixel)
     }
 }
 
-TEST(Trace, StepsAreUpright)
-{
-    const DeviceScale scale = Scale(0.0, 1.0);
-    const Sampler step = [](KTime pTime) { return pTime < kSecond ? 0.0 : 1.0; };
-    const auto strips = TraceCurve(step, {kSecond}, scale.from, scale.to, scale);
-    ASSERT_EQ(1u, strips.size());
-    for (const DevicePoint& point : strips.front()) {
-        EXPECT_TRUE(point.y == scale.bottom || point.y == scale.top) << point.x << " " << point.y;
-        EXPECT_EQ(point.y == scale.bottom, point.x < scale.X(kSecond));
-    }
-}
-
 TEST(Trace, EndsAStripWhereTheValueIsNoNumber)
 {
     const DeviceScale scale = Scale(-1.0, 1.0);

@@ -59,19 +59,6 @@ TEST(KArrayTemplate, HoldsWhatAVectorHoldsThroughAnyEdits)
     EXPECT_EQ(0, array.GetCapacity());
 }
 
-TEST(KArrayTemplate, TakesItsOwnItemsAcrossAGrowth)
-{
-    KArrayTemplate<std::string, 4> array;
-    for (unsigned i = 0; i < 4; ++i) {
-        array.Add(Item(i));
-    }
-    ASSERT_EQ(array.GetCapacity(), array.GetCount());
-    EXPECT_EQ(0, array.InsertAt(0, array[3]));
-    EXPECT_EQ(Item(3), array[0]);
-    EXPECT_EQ(Item(0), array[1]);
-    EXPECT_EQ(Item(3), array[4]);
-}
-
 TEST(KArrayTemplate, RefusesPlacesOutsideAndFindsTheFirst)
 {
     KArrayTemplate<int> array;

@@ -41,16 +41,4 @@ TEST(KError, AnIdWithoutATextTakesTheOneOfTheTable)
     error.SetLastErrorID(0);
     EXPECT_EQ(-1, error.GetLastErrorOffset());
 }
-
-TEST(KError, ACopyKeepsItsOwnText)
-{
-    char text[] = "first";
-    KError error;
-    error.SetLastError(5, text);
-    const KError copy(error);
-    text[0] = 'x';
-    error.SetLastError(6, "second");
-    EXPECT_EQ(5, copy.GetLastErrorID());
-    EXPECT_STREQ("first", copy.GetLastErrorString());
-}
 }  // namespace

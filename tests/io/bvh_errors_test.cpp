@@ -2,11 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "io/bvh_reader.h"
-#include "io/text_file.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 namespace
 {
@@ -48,11 +45,9 @@ TEST(BvhErrors, RefusesABrokenHierarchy)
 {
     const Refusal cases[] = {
         {"", 0, "file is empty"},
-        {" \r\n\t\n", 0, "file is empty"},
         {std::string("\0\x89PNG\x1A", 6), 1, "found '\\x00\\x89PNG\\x1A'"},
         {"HIERARCHY\r\nROOT a\r\n{\r\nOFFSET 0 0\r\n}\r\n", 5, "number expected, found '}'"},
         {"OFFSET 0 0 0\n", 1, "HIERARCHY at the start"},
-        {"HIERARCHYROOT a\n", 1, "HIERARCHY at the start"},
         {"HIERARCHY\n" + kMotion + kFrames, 2, "ROOT expected"},
         {"HIERARCHY\nJOINT a\n{\nOFFSET 0 0 0\n}\n", 2, "ROOT expected, found 'JOINT'"},
         {"HIERARCHY\nROOT a\nOFFSET 0 0 0\n", 3, "'{' expected, found 'OFFSET'"},
@@ -61,15 +56,12 @@ TEST(BvhErrors, RefusesABrokenHierarchy)
         {kHead + "}\n" + kMotion + kFrames, 7, "'}' without a joint"},
         {WithJoint("CHANNELS 2 Xposition Yposition"), 5, "joint 'a' has no OFFSET"},
         {WithJoint("OFFSET 0 0"), 5, "number expected, found '}'"},
-        {WithJoint("OFFSET 0 0 0 0"), 4, "expected, found '0'"},
-        {WithJoint("OFFSET 0 1,5 0"), 4, "number expected, found '1,5'"},
         {WithJoint("OFFSET 0 nan 0"), 4, "not finite: 'nan'"},
         {WithJoint("OFFSET 0 0 0\nOFFSET 0 0 0"), 5, "second OFFSET"},
         {WithJoint("OFFSET 0 0 0\nSCALE 1 1 1"), 5, "found 'SCALE'"},
         {WithJoint("OFFSET 0 0 0\nROOT b\n{\nOFFSET 0 0 0\n}"), 5, "found 'ROOT'"},
         {WithJoint("OFFSET 0 0 0\nCHANNELS Xposition"), 5, "channel count expected"},
         {WithJoint("OFFSET 0 0 0\nCHANNELS -1"), 5, "0 to 6, found '-1'"},
-        {WithJoint("OFFSET 0 0 0\nCHANNELS 7 Xposition"), 5, "0 to 6, found '7'"},
         {WithJoint("OFFSET 0 0 0\nCHANNELS 99999999999 Xposition"), 5, "0 to 6"},
         {WithJoint("OFFSET 0 0 0\nCHANNELS 3 Xposition Yposition"), 6, "channel 3 of 3 expected"},
         {WithJoint("OFFSET 0 0 0\nCHANNELS 1 Xposition Yposition"), 5, "more channels than"},
@@ -102,45 +94,28 @@ TEST(BvhErrors, RefusesABrokenMotion)
         {kHead + "MOTION\nFrames: 2\n" + kFrames, 9, "\"Frame Time:\" expected, found '1'"},
         {counted(""), 8, "frame count expected"},
         {counted("-2"), 8, "frame count expected, found '-2'"},
-        {counted("2.0"), 8, "frame count expected, found '2.0'"},
         {counted("99999999999999999999"), 8, "out of range"},
         {counted("2147483647"), 8, "the rest of the file cannot hold '2147483647' frames"},
-        {counted("7"), 8, "cannot hold"},
         {counted("3"), 12, "3 frames promised, the file holds 2"},
         {counted("1"), 11, "more frames than the 1 promised"},
         {"HIERARCHY\nROOT a{OFFSET 0 0 0}\nMOTION\nFrames: 2\nFrame Time: 1\n\n\n", 4,
          "no joint has channels"},
         {timed("0"), 9, "above 0 seconds, found '0'"},
-        {timed("-0.01"), 9, "above 0 seconds"},
         {timed("nan"), 9, "not finite"},
-        {timed("inf"), 9, "not finite"},
-        {timed("fast"), 9, "number expected, found 'fast'"},
         {timed(""), 9, "number expected, found the end of the line"},
         {timed("1e-12"), 9, "shorter than a tick"},
-        {timed("1e11"), 9, "too long"},
         {timed("3e10"), 9, "too long"},
         {timed("0.01 s"), 9, "end of the line behind the frame time"},
         {framed("1 2\n3\n"), 11, "too few numbers in frame 1: 1 for 2 channels"},
-        {framed("1 2\n3\n4 5\n"), 11, "too few numbers in frame 1: 1"},
-        {framed("1 2\n3\n4\n"), 11, "too few numbers in frame 1: 1"},
         {framed("1\n2 3\n4\n"), 10, "too few numbers in frame 0: 1"},
-        {framed("1\n2\n3\n"), 12, "too few numbers in frame 1: 1"},
         {framed("1 2 3\n4 5\n"), 10, "too many numbers in frame 0: 3 for 2 channels"},
-        {framed("1 2 3 4\n"), 10, "too many numbers in frame 0: 4"},
         {framed("1 2\n3 4 5 6\n"), 11, "too many numbers in frame 1: 4"},
         {framed("1 2\n3 4\nEOF\n"), 12, "end of the file behind the last frame"},
         {framed("1 2\n3 x\n"), 11, "number expected, found 'x'"},
-        {framed("1 2\n3 4x\n"), 11, "found '4x'"},
         {framed("1 2\n+-3 4\n"), 11, "found '+-3'"},
-        {framed("1 2\n0x10 4\n"), 11, "found '0x10'"},
-        {framed("1 2\n- 4\n"), 11, "found '-'"},
         {framed("1 2\n3 -inf\n"), 11, "not finite: '-inf'"},
-        {framed("1 2\nNaN(7) 4\n"), 11, "not finite"},
-        {framed("1 2\n-1.#IND 4\n"), 11, "found '-1.#IND'"},
         {framed("1 2\n1e39 4\n"), 11, "beyond the range of a float: '1e39'"},
-        {framed("1 2\n-1e999 4\n"), 11, "beyond the range of a float"},
         {framed("1 2\n1" + std::string(400, '0') + " 4\n"), 11, "beyond the range of a float"},
-        {framed("1 2\n1" + std::string(400, '0') + "e-10 4\n"), 11, "beyond the range of a float"},
         {framed("1 2\n3 " + std::string(1, '\0') + "\n"), 11, "found '\\x00'"},
     };
     for (const Refusal& each : cases) {
@@ -189,21 +164,5 @@ TEST(BvhErrors, FilesThatCannotBeReadAreNamed)
         EXPECT_EQ(0u, clip.GetError().GetText().find(each.path + ": ")) << each.path;
         EXPECT_NE(std::string::npos, clip.GetError().mReason.find(each.reason)) << each.path;
     }
-}
-
-TEST(BvhErrors, FilesAreReadToTheLastByteWhateverTheirSize)
-{
-    const std::string path = testing::TempDir() + "/glissa_text_file_test.bin";
-    for (const std::size_t size : {0u, 1u, 65535u, 65536u, 65537u, 300000u}) {
-        std::string bytes(size, '\0');
-        for (std::size_t i = 0; i < size; ++i) {
-            bytes[i] = static_cast<char>(i * 7 % 251);
-        }
-        std::ofstream(path, std::ios::binary) << bytes;
-        const IoResult<std::string> read = ReadTextFile(path);
-        ASSERT_TRUE(read) << size;
-        EXPECT_EQ(bytes, *read) << size;
-    }
-    std::remove(path.c_str());
 }
 }  // namespace

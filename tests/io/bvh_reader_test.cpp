@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
 
 namespace
 {
@@ -16,11 +15,6 @@ Clip Parse(const std::string& pText)
     IoResult<Clip> clip = ParseBvh(pText, "test.bvh");
     EXPECT_TRUE(clip) << clip.GetError().GetText();
     return clip ? std::move(*clip) : Clip();
-}
-
-std::string RealClip(const char* pName)
-{
-    return std::string(GLISSA_CLIP_DIR) + "/" + pName;
 }
 
 TEST(BvhReader, KeepsHierarchyOffsetsAndChannelsAsTheyStand)
@@ -262,50 +256,6 @@ TEST(FramePeriod, ARoundedFrameTimeIsTheRateItStandsFor)
     for (const auto& each : cases) {
         EXPECT_EQ(each.ticks, FramePeriodFromText(std::stod(each.text), each.text).Get())
             << each.text;
-    }
-}
-
-TEST(FramePeriod, TheRateIsAFractionInLowestTerms)
-{
-    Clip clip;
-    clip.mFramePeriod = FramePeriodFromText(0.0333667, "0.0333667");
-    EXPECT_EQ(30000, clip.GetRate().mNumerator);
-    EXPECT_EQ(1001, clip.GetRate().mDenominator);
-    clip.mFramePeriod = FramePeriodFromText(0.016, "0.016");
-    EXPECT_EQ(125, clip.GetRate().mNumerator);
-    EXPECT_EQ(2, clip.GetRate().mDenominator);
-}
-
-TEST(BvhReader, ReadsRecordedClips)
-{
-    if (!std::filesystem::exists(RealClip("mocapbank.bvh"))) {
-        GTEST_SKIP() << "no recorded clips at " << GLISSA_CLIP_DIR;
-    }
-    const struct
-    {
-        const char* file;
-        std::size_t joints;
-        int channels;
-        int frames;
-        std::int64_t ticks;
-        int order;       // of the last joint
-        double last[2];  // first and last value of the last frame
-    } cases[] = {
-        {"cmu_12_01_walk.bvh", 31, 96, 524, 1176000, 0, {-0.4540, 9.5953}},
-        {"mocapbank.bvh", 19, 60, 455, 4704000, 3, {-47.3922, -7.44}},
-        {"rotation_first_root.bvh", 4, 15, 4, 5644800, 5, {8.0, 10.5}},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.file);
-        const IoResult<Clip> clip = ReadBvh(RealClip(each.file));
-        ASSERT_TRUE(clip) << clip.GetError().GetText();
-        EXPECT_EQ(each.joints, clip->mJoints.size());
-        EXPECT_EQ(each.channels, clip->mChannelCount);
-        EXPECT_EQ(each.frames, clip->mFrameCount);
-        EXPECT_EQ(each.ticks, clip->mFramePeriod.Get());
-        EXPECT_EQ(each.order, clip->mJoints.back().mRotationOrder);
-        EXPECT_EQ(each.last[0], clip->GetValue(clip->mFrameCount - 1, 0));
-        EXPECT_EQ(each.last[1], clip->GetValue(clip->mFrameCount - 1, clip->mChannelCount - 1));
     }
 }
 }  // namespace

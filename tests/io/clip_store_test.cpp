@@ -237,28 +237,6 @@ TEST(ClipStore, RefusesLayersThatCannotBe)
               ParseClipStore(Bytes(clip, curves), "a.glissa")->mFaults);
 }
 
-// Names that a tree of nodes would take for one another.
-TEST(ClipStore, JointsKeepTheirNames)
-{
-    const std::string names[] = {"Hips", "hips", "T", "R", "t", "Hips", "X", "a(b)", "a"};
-    std::string text = "HIERARCHY\nROOT Root\n{\nOFFSET 0 0 0\nCHANNELS 2 Xposition Yrotation\n";
-    std::string frame = "MOTION\nFrames: 1\nFrame Time: .5\n0.5 0.25";
-    for (const std::string& name : names) {
-        text += "JOINT " + name + "\n{\nOFFSET 0 0 0\nCHANNELS 1 Xrotation\n}\n";
-        frame += ' ' + std::to_string(text.size());
-    }
-    const IoResult<Clip> clip = ParseBvh(text + "}\n" + frame + '\n', "a.bvh");
-    ASSERT_TRUE(clip) << clip.GetError().GetText();
-    const std::string bytes = Bytes(*clip, CurveClip(*clip));
-    const IoResult<StoredClip> stored = ParseClipStore(bytes, "a.glissa");
-    ASSERT_TRUE(stored) << stored.GetError().GetText();
-    EXPECT_EQ(clip->mValues, SampleClip(stored->mClip, stored->mCurves).mValues);
-    EXPECT_EQ(bytes, Bytes(stored->mClip, stored->mCurves));
-    for (std::size_t i = 0; i < std::size(names); ++i) {
-        EXPECT_EQ(names[i], stored->mCurves.GetNodes().GetJoint(i + 1)->GetTimeWarpName());
-    }
-}
-
 TEST(ClipStore, FilesOfVersion1AreRead)
 {
     KTdf tdf;

@@ -303,25 +303,23 @@ int ChangeKinds(Edit& e)
 int SetNumber(Edit& e)
 {
     using Setter = void (Glissa::*)(int, float);
-    constexpr Setter kSetters[] = {
-        &Glissa::KeySetValue,
-        &Glissa::KeyIncValue,
-        &Glissa::KeyMultValue,
-        &Glissa::KeyMultTangeant,
-        &Glissa::KeyMultDerivative,
-        &Glissa::KeyIncLeftDerivative,
-        &Glissa::KeyIncRightDerivative,
-        &Glissa::KeySetLeftDerivative,
-        &Glissa::KeySetRightDerivative,
-        &Glissa::KeySetLeftAuto,
-        &Glissa::KeySetRightAuto,
-        &Glissa::KeySetLeftBezierTangeant,
-        &Glissa::KeySetRightBezierTangeant,
-        &Glissa::KeySetLeftTangeantWeight,
-        &Glissa::KeySetRightTangeantWeight,
-        &Glissa::KeySetLeftTangeantVelocity,
-        &Glissa::KeySetRightTangeantVelocity,
-    };
+    constexpr Setter kSetters[] = {&Glissa::KeySetValue,
+                                   &Glissa::KeyIncValue,
+                                   &Glissa::KeyMultValue,
+                                   &Glissa::KeyMultTangeant,
+                                   &Glissa::KeyMultDerivative,
+                                   &Glissa::KeyIncLeftDerivative,
+                                   &Glissa::KeyIncRightDerivative,
+                                   &Glissa::KeySetLeftDerivative,
+                                   &Glissa::KeySetRightDerivative,
+                                   &Glissa::KeySetLeftAuto,
+                                   &Glissa::KeySetRightAuto,
+                                   &Glissa::KeySetLeftBezierTangeant,
+                                   &Glissa::KeySetRightBezierTangeant,
+                                   &Glissa::KeySetLeftTangeantWeight,
+                                   &Glissa::KeySetRightTangeantWeight,
+                                   &Glissa::KeySetLeftTangeantVelocity,
+                                   &Glissa::KeySetRightTangeantVelocity};
     const int i = e.Index();
     const int setter = e.choose.Below(17);
     (e.curve.*kSetters[setter])(i, setter < 3 ? e.Value() : setter < 13 ? e.Slope() : e.Share());
@@ -332,15 +330,13 @@ int SetFlags(Edit& e)
 {
     using Switch = void (Glissa::*)(int, bool);
     using Setter = void (Glissa::*)(int, unsigned);
-    constexpr Switch kSwitches[] = {
-        &Glissa::KeySetBreak,
-        &Glissa::KeySetSelected,
-        &Glissa::KeySetMarkedForManipulation,
-        &Glissa::KeySetLeftTangeantWeightedMode,
-        &Glissa::KeySetRightTangeantWeightedMode,
-        &Glissa::KeySetLeftTangeantVelocityMode,
-        &Glissa::KeySetRightTangeantVelocityMode,
-    };
+    constexpr Switch kSwitches[] = {&Glissa::KeySetBreak,
+                                    &Glissa::KeySetSelected,
+                                    &Glissa::KeySetMarkedForManipulation,
+                                    &Glissa::KeySetLeftTangeantWeightedMode,
+                                    &Glissa::KeySetRightTangeantWeightedMode,
+                                    &Glissa::KeySetLeftTangeantVelocityMode,
+                                    &Glissa::KeySetRightTangeantVelocityMode};
     constexpr Setter kSetters[] = {&Glissa::KeySetConstantMode, &Glissa::KeySetTangeantMode,
                                    &Glissa::KeySetTangeantVisibility, &Glissa::KeySetCustomIndex,
                                    &Glissa::KeySetInterpolation};

@@ -238,56 +238,6 @@ RefPlace RefKeyFindAll(const RefCurve& pCurve, std::int64_t pTime)
     return RefKeyFind(pCurve, pTime);
 }
 
-int RefMapIndexAll(const RefCurve& pCurve, int pIndexAll, int& pPart)
-{
-    const std::int64_t index = pIndexAll;
-    const std::int64_t n = pCurve.Count();
-    const std::int64_t m = n - 1;
-    const std::int64_t before = m * pCurve.preCount;
-    const std::int64_t after = m * pCurve.postCount;
-    const auto answer = [&pPart](int pWhere, std::int64_t pResult) {
-        pPart = pWhere;
-        return static_cast<int>(pResult);
-    };
-    if (index < 0) {
-        return answer(0, 0);
-    }
-    if (index < before) {
-        const std::int64_t r = index % m;
-        switch (pCurve.pre) {
-        case kRefHold:
-            return answer(1, 0);
-        case kRefRepeat:
-        case kRefRelativeRepeat:
-            return answer(1, r);
-        case kRefMirror:
-            return answer(1, pCurve.preCount % 2 == 1 ? n - r - 1 : r);
-        default:
-            return answer(1, index);
-        }
-    }
-    if (index < before + n) {
-        return answer(2, index - before);
-    }
-    if (index < before + after + n) {
-        const std::int64_t j = index - 1 + n - before;
-        const std::int64_t r = j % m;
-        const std::int64_t q = (n - before - 1 + r) / m;
-        switch (pCurve.post) {
-        case kRefHold:
-            return answer(3, m);
-        case kRefRepeat:
-        case kRefRelativeRepeat:
-            return answer(3, r);
-        case kRefMirror:
-            return answer(3, (pCurve.postCount - q - 1) % 2 != 0 ? n - r - 1 : r);
-        default:
-            return answer(3, index);
-        }
-    }
-    return answer(4, m);
-}
-
 RefSegment RefSegmentAt(const RefCurve& pCurve, int pIndex)
 {
     const auto& from = pCurve.keys[static_cast<std::size_t>(pIndex)];

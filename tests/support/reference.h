@@ -92,7 +92,6 @@ RefPlace RefKeyFind(const RefCurve& pCurve, std::int64_t pTime);
 /// What a search that walks from pHint leaves in the hint.
 int RefHintAfter(const RefCurve& pCurve, std::int64_t pTime, int pHint);
 RefPlace RefKeyFindAll(const RefCurve& pCurve, std::int64_t pTime);
-int RefMapIndexAll(const RefCurve& pCurve, int pIndexAll, int& pPart);
 
 RefNumber RefEvaluate(const RefCurve& pCurve, std::int64_t pTime);
 RefNumber RefEvaluateAt(const RefCurve& pCurve, const RefPlace& pPlace);

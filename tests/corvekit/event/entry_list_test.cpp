@@ -3,6 +3,8 @@
 
 #include "corvekit/event/entry_list.h"
 
+#include "tests/support/host_listener.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -11,32 +13,6 @@
 
 namespace
 {
-// Writes its letter into a log and then does what the test asks of it.
-class Listener final : public ICallback
-{
-public:
-    Listener(char pLetter, std::string& pLog) : mLetter(pLetter), mLog(pLog) {}
-    IObject* IQuery(unsigned long, int) override { return nullptr; }
-    void Destroy(int) override {}
-    void Hear(IRegister*, KEventBase* pEvent)
-    {
-        mLog += mLetter;
-        mHeard = pEvent;
-        if (mThen) {
-            mThen();
-        }
-    }
-
-    std::function<void()> mThen;
-    KEventBase* mHeard = nullptr;
-
-private:
-    char mLetter;
-    std::string& mLog;
-};
-
-const auto kHear = static_cast<KCallbackMethod>(&Listener::Hear);
-
 class EntryList : public testing::Test
 {
 protected:
@@ -47,9 +23,20 @@ protected:
         return mLog;
     }
 
+    void Log(char pName)
+    {
+        mLog += pName;
+        if (pName == 'a' && mThen) {
+            mThen();
+        }
+    }
+
     std::string mLog;
     RegisterEntryList mList;
-    Listener a{'a', mLog}, b{'b', mLog}, c{'c', mLog};
+    HostListener a{[this](KEventBase*) { Log('a'); }};
+    HostListener b{[this](KEventBase*) { Log('b'); }};
+    HostListener c{[this](KEventBase*) { Log('c'); }};
+    std::function<void()> mThen;  // of a
 };
 
 TEST_F(EntryList, CallsByPriorityAndThenByAge)
@@ -61,7 +48,7 @@ TEST_F(EntryList, CallsByPriorityAndThenByAge)
     KEventBase event(3);
     mList.Call(nullptr, &event);
     EXPECT_EQ("bca", mLog);
-    EXPECT_EQ(&event, a.mHeard);
+    EXPECT_EQ(&event, a.mEvent);
     EXPECT_EQ(3, mList.GetCount());
     EXPECT_TRUE(mList.Find(&b, kHear));
     EXPECT_TRUE(mList.Remove(&b, kHear));
@@ -73,10 +60,10 @@ TEST_F(EntryList, CallsByPriorityAndThenByAge)
 
 TEST_F(EntryList, AListenerRemovedDuringACallIsNotCalledAnyMore)
 {
-    for (Listener* each : {&a, &b, &c}) {
+    for (HostListener* each : {&a, &b, &c}) {
         mList.Add(each, kHear);
     }
-    a.mThen = [this] {
+    mThen = [this] {
         mList.Remove(&a, kHear);
         mList.Remove(&b, kHear);
         EXPECT_EQ(1, mList.GetCount());
@@ -88,7 +75,7 @@ TEST_F(EntryList, AListenerRemovedDuringACallIsNotCalledAnyMore)
 TEST_F(EntryList, AListenerAddedDuringACallIsCalledFromTheNextOne)
 {
     mList.Add(&a, kHear);
-    a.mThen = [this] {
+    mThen = [this] {
         if (!mList.Find(&b, kHear)) {
             mList.Add(&b, kHear, 1);
             mList.Add(&c, kHear, -1);
@@ -103,7 +90,7 @@ TEST_F(EntryList, NestedCallsSeeWhatWasAddedAndRemovedBeforeThem)
     mList.Add(&a, kHear);
     mList.Add(&b, kHear);
     bool nested = false;
-    a.mThen = [&] {
+    mThen = [&] {
         if (!nested) {
             nested = true;
             mList.Remove(&b, kHear);
@@ -119,7 +106,7 @@ TEST_F(EntryList, NestedCallsSeeWhatWasAddedAndRemovedBeforeThem)
 TEST_F(EntryList, AListenerThatThrowsLeavesTheListInOrder)
 {
     mList.Add(&a, kHear);
-    a.mThen = [this] {
+    mThen = [this] {
         mList.Remove(&a, kHear);
         throw std::runtime_error("refused");
     };

@@ -32,23 +32,6 @@ TEST(Vector, LengthsReachTheEndsOfTheRange)
     EXPECT_EQ(KgeTVector(INFINITY, 1, 2), infinite);
 }
 
-TEST(Vector, ArithmeticIsComponentByComponent)
-{
-    const double values[] = {3, -4, 12};
-    KgeSVector s(values);
-    EXPECT_EQ(13.0, s.Length());
-    EXPECT_EQ(KgeSVector(1.5, -2, 6), s / 2);
-    EXPECT_EQ(KgeSVector(6, -4, 3), s * KgeSVector(2, 1, 0.25));
-    EXPECT_EQ(KgeSVector(1.5, -4, 48), s / KgeSVector(2, 1, 0.25));
-    EXPECT_EQ(KgeTVector(0, 0, 1), KgeTVector(1, 0, 0).Cross(KgeTVector(0, 1, 0)));
-    s.Init();
-    EXPECT_EQ(KgeSVector(1, 1, 1), s);
-    EXPECT_EQ(KgeSVector(2, 0, 1) - KgeSVector(1, -1, 0), s);
-}
-
-// A matrix product is a sum of three products: two and a half epsilons an element of rotations.
-constexpr double kProductBound = 2.5;
-
 TEST(Power, TurnsTheSameAxisByAMultipleOfTheShortWay)
 {
     // The quaternion of a matrix is off by some 14 epsilons and its sine is at least 4.5e-3 where
@@ -139,24 +122,6 @@ TEST(AffineMatrix, IsScaledThenTurnedThenMovedAndComesApartAgain)
     }
 }
 
-TEST(AffineMatrix, AFlattenedAxisKeepsItsRotation)
-{
-    const KgeRVector angles(20, 30, 40);
-    const KgeRMatrix rotation(angles);
-    for (const int axis : {0, 1, 2}) {
-        KgeSVector scale(2, 3, 4);
-        scale[axis] = 0;
-        const KgeAMatrix m({}, angles, scale);
-        EXPECT_LE(EpsilonsApart(KgeRMatrix(m), rotation), 12.0);
-        EXPECT_EQ(0.0, KgeSVector(m)[axis]);
-        EXPECT_EQ(0.0, KgeSMatrix(scale).Inverse().GetScale()[axis]);
-        bool singular = false;
-        EXPECT_EQ(KgeAMatrix(), m.Inverse(&singular));
-        EXPECT_TRUE(singular);
-    }
-    EXPECT_EQ(KgeRMatrix(), KgeRMatrix(KgeAMatrix({}, angles, {0, 2, 0})));
-}
-
 TEST(AffineMatrix, TheInverseUndoesItsMatrixFromBothSides)
 {
     AngleSource source(23);
@@ -196,18 +161,5 @@ TEST(AffineMatrix, TheInverseUndoesItsMatrixFromBothSides)
         EXPECT_EQ(KgeAMatrix(), m.Inverse(&singular));
         EXPECT_TRUE(singular);
     }
-}
-
-TEST(AffineMatrix, AProductActsByItsRightSideFirst)
-{
-    const KgeAMatrix move(KgeTVector(1, 0, 0));
-    const KgeAMatrix turn(KgeRMatrix(0, 0, 90));
-    EXPECT_EQ(KgeTVector(0, 1, 0), turn * move * KgeTVector());
-    EXPECT_EQ(KgeTVector(1, 0, 0), move * turn * KgeTVector());
-    EXPECT_EQ(KgeTVector(1, 1, 0), move * turn * KgeTVector(1, 0, 0));
-    AngleSource source(29);
-    const KgeRMatrix a(source.Angles()), b(source.Angles());
-    EXPECT_LE((a * b * KgeTVector(1, 2, 3) - a * (b * KgeTVector(1, 2, 3))).Length(),
-              6 * 4 * kProductBound * DBL_EPSILON);
 }
 }  // namespace

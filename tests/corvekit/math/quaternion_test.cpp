@@ -117,20 +117,6 @@ TEST(Slerp, CoversTheShortWayAtAnEvenPace)
     }
 }
 
-TEST(Slerp, QuaternionsOfOppositeSignFollowTheFormula)
-{
-    const KgeQuaternion identity;
-    for (const double t : {0.0, 0.25, 0.5, 1.0}) {
-        EXPECT_EQ(identity, KgeSlerp(identity, -identity, t));
-    }
-    // a = (0.1, 0.7, 0.5, 0.5), t = 1/6: cosine and sine of 60 and 30 degrees, by hand
-    // sqrt(3)/2 a + (-0.7, 0.1, -0.5, .) / 2, and z for w.
-    const KgeQuaternion a(0.1, 0.7, 0.5, 0.5);
-    const double r = std::sqrt(3.0) / 2;
-    const KgeQuaternion expected(0.1 * r - 0.35, 0.7 * r + 0.05, 0.5 * r - 0.25, 0.5);
-    EXPECT_LE((KgeSlerp(a, -a, 1.0 / 6.0) - expected).Length(), 4 * DBL_EPSILON);
-}
-
 TEST(PositionToPosition, IsTheShortestRotationThatTurnsOneDirectionToTheOther)
 {
     AngleSource source(13);

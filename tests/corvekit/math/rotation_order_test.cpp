@@ -17,38 +17,6 @@ bool IsNear(const KgeRVector& pLeft, const KgeRVector& pRight, double pBound)
     return (pLeft - pRight).Length() <= pBound;
 }
 
-TEST(RotationOrder, AnOrderTurnsAboutItsFirstAxisFirst)
-{
-    // Which of two right angles comes first shows in where one axis lands.
-    const KgeTVector x(1, 0, 0), y(0, 1, 0), z(0, 0, 1);
-    const struct
-    {
-        KgeTVector yTurnedAboutXAndZ, zTurnedAboutXAndY, xTurnedAboutYAndZ;
-    } expected[] = {
-        {z, -y, -z},  // XYZ
-        {z, -y, y},   // XZY
-        {-x, x, -z},  // YZX
-        {z, x, -z},   // YXZ
-        {-x, -y, y},  // ZXY
-        {-x, x, y},   // ZYX
-    };
-    ASSERT_EQ(kRotationOrderCount, static_cast<int>(std::size(expected)));
-    for (int number = 0; number < kRotationOrderCount; ++number) {
-        SCOPED_TRACE(number);
-        const KVdRotationOrder order(number);
-        KgeRMatrix m;
-        order.V2M(m, KgeRVector(90, 0, 90));
-        EXPECT_EQ(expected[number].yTurnedAboutXAndZ, m * y);
-        order.V2M(m, KgeRVector(90, 90, 0));
-        EXPECT_EQ(expected[number].zTurnedAboutXAndY, m * z);
-        order.V2M(m, KgeRVector(0, 90, 90));
-        EXPECT_EQ(expected[number].xTurnedAboutYAndZ, m * x);
-    }
-    for (const int unknown : {-1, 6, INT32_MAX, INT32_MIN}) {
-        EXPECT_EQ(0, KVdRotationOrder(unknown).GetOrder());
-    }
-}
-
 TEST(RotationOrder, MatricesAreThoseOfTheThreeTurnsAndGiveTheAnglesBack)
 {
     // A sine or cosine is off by at most 1.3 epsilons: one of at most pi / 4 for the radians, half
@@ -135,52 +103,6 @@ TEST(RotationOrder, RightAnglesAreExactBothWays)
     }
     // Angles too large to count their quarter turns.
     EXPECT_EQ(KgeRMatrix(std::fmod(1e20, 360.0), 0, 0), KgeRMatrix(1e20, 0, 0));
-}
-
-TEST(RotationOrder, QuaternionsAreThoseOfTheMatrixWhateverTheTurnsOrTheLength)
-{
-    const KVdRotationOrder order(4);
-    const KgeRVector angles(10, -35, 170);
-    KgeQuaternion q, turned;
-    order.V2Q(q, angles);
-    order.V2Q(turned, angles + KgeRVector(360, -720, 360));
-    EXPECT_EQ(q, turned);
-    EXPECT_NEAR(1.0, q.Length(), 2 * DBL_EPSILON);
-    for (const double length : {1.0, -1.0, 3e-200, 7e200}) {
-        KgeRVector read;
-        order.Q2V(read, q * length);
-        EXPECT_TRUE(IsNear(angles, read, 1e-13)) << length;  // degrees
-    }
-    KgeRVector none(1, 2, 3);
-    order.Q2V(none, KgeQuaternion(0, 0, 0, 0));
-    EXPECT_EQ(KgeRVector(), none);
-}
-
-TEST(RotationOrder, ValuesThatAreNotFiniteComeBack)
-{
-    for (const double bad : {kNaN, kInfinity, -kInfinity}) {
-        for (int number = 0; number < kRotationOrderCount; ++number) {
-            const KVdRotationOrder order(number);
-            KgeRMatrix m;
-            order.V2M(m, KgeRVector(bad, 20, bad));
-            EXPECT_TRUE(std::isnan(m(1, 1)));
-            KgeRVector read;
-            order.M2V(read, m);
-            EXPECT_TRUE(std::isnan(read[0] + read[1] + read[2]));
-            KgeQuaternion q;
-            order.V2Q(q, KgeRVector(bad, bad, bad));
-            EXPECT_TRUE(std::isnan(KgeRMatrix(50, 0, 0).Power(bad)(1, 1)));
-
-            KgeRVector out;
-            EXPECT_FALSE(order.V2VRef(out, KgeRVector(1, 2, bad), KgeRVector(720, 0, 0)));
-            EXPECT_EQ(1.0, out[0]);
-            EXPECT_FALSE(order.V2VRef(out, KgeRVector(1, 2, 3), KgeRVector(0, bad, 0)));
-            EXPECT_EQ(KgeRVector(1, 2, 3), out);
-        }
-    }
-    KgeRVector out;
-    KVdRotationOrder().V2VRef(out, KgeRVector(1e308, 2, 3), KgeRVector(-1e308, 0, 0));
-    EXPECT_EQ(KgeRVector(1e308, 2, 3), out);
 }
 
 // What the limits of one case are, and the search that knows nothing of how V2VRef finds its way.

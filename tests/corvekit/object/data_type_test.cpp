@@ -9,47 +9,6 @@
 
 namespace
 {
-TEST(KDataType, EachPointerStandsForTheTypeOfItsName)
-{
-    const struct
-    {
-        KDataType* type;
-        const char* name;
-        int members;
-    } cases[] = {
-        {KDataTypeBool, "Bool", 1},
-        {KDataTypeInt, "Integer", 1},
-        {KDataTypeEnum, "Enum", 1},
-        {KDataTypeNumber, "Default Number", 1},
-        {KDataTypeVector, "Default Vector", 3},
-        {KDataTypeVector2, "Vector2", 2},
-        {KDataTypeVector4, "Vector4", 4},
-        {KDataTypeQuaternion, "Quaternion", 4},
-        {KDataTypeTime, "Time", 1},
-        {KDataTypeString, "String", 1},
-        {KDataTypeAction, "Action", 0},
-        {KDataTypeVisibility, "Visibility", 1},
-        {KDataTypeTimeWarp, "TimeWarp", 1},
-        {KDataTypeTranslation, "Translation", 3},
-        {KDataTypeRotation, "Rotation", 3},
-        {KDataTypeScaling, "Scaling", 3},
-        {KDataTypeLclTranslation, "Lcl Translation", 3},
-        {KDataTypeLclRotation, "Lcl Rotation", 3},
-        {KDataTypeLclScaling, "Lcl Scaling", 3},
-        {KDataTypeMatrixTranslation, "Matrix Translation", 3},
-        {KDataTypeMatrixRotation, "Matrix Rotation", 3},
-        {KDataTypeMatrixScaling, "Matrix Scaling", 3},
-        {KDataTypeTranslationUV, "TranslationUV", 3},
-        {KDataTypeRotationUV, "RotationUV", 3},
-        {KDataTypeScalingUV, "ScalingUV", 3},
-        {KDataTypeColor, "Color", 3},
-        {KDataTypeColorAndAlpha, "ColorAndAlpha", 4},
-    };
-    for (const auto& each : cases) {
-        EXPECT_STREQ(each.name, each.type->GetName());
-        EXPECT_EQ(each.members, each.type->GetMemberCount()) << each.name;
-    }
-}
 
 TEST(KDataType, EveryTypeIsFoundByItsNameAndNoOther)
 {

@@ -91,26 +91,6 @@ TEST(KObject, KnowsItsClassAndTheClassesAboveIt)
     EXPECT_EQ(nullptr, KClassDefinition::Find(0));
 }
 
-TEST(KClassDefinition, IsFoundWhileItLivesAndMakesObjectsByItsFactory)
-{
-    int id = 0;
-    {
-        KClassDefinition definition(id, "Made", &KObject::ClassDefinition,
-                                    [] { return new KObject("made"); });
-        EXPECT_EQ(nullptr, KClassDefinition::Find("Made"));
-        id = definition.RegisterClassId();
-        EXPECT_GT(id, 0);
-        EXPECT_EQ(id, definition.RegisterClassId());
-        EXPECT_NE(id, KObject::ClassId);
-        EXPECT_EQ(&definition, KClassDefinition::Find("Made"));
-        KObject* made = definition.Create();
-        EXPECT_STREQ("made", made->GetObjectName());
-        made->Destroy(0);
-    }
-    EXPECT_EQ(nullptr, KClassDefinition::Find("Made"));
-    EXPECT_EQ(nullptr, KClassDefinition::Find(id));
-}
-
 TEST(KObject, RunsTheStepsOfItsEndOnce)
 {
     gEnd.clear();
@@ -132,13 +112,6 @@ TEST(KObject, RunsTheStepsOfItsEndOnce)
     EXPECT_TRUE(source.Connect(&destination));
     destination.SystemDetach();
     EXPECT_EQ(0, source.GetDestinationCount());
-}
-
-TEST(KObject, AnswersForItselfUnderInterfaceZero)
-{
-    Circle circle;
-    EXPECT_EQ(static_cast<IObject*>(&circle), circle.IQuery(0, 0));
-    EXPECT_EQ(nullptr, circle.IQuery(3, 0));
 }
 
 TEST(KObject, FindsItsOwnPropertiesByName)

@@ -498,30 +498,6 @@ TEST(Tdf, AWrongTypeGivesANeutralValueAndIsPassedOver)
     }
 }
 
-TEST(Tdf, ADefaultStandsForWhatIsMissingOrOfAnotherType)
-{
-    KTdf tdf;
-    for (int i = 0; i < 7; ++i) {
-        WriteField(tdf, "Int", 5);
-    }
-    tdf.FieldWriteBegin("Hollow");
-    tdf.FieldWriteEnd();
-    const char* const none = "none";
-    for (const char* const name : {"Missing", "Hollow", "Int"}) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(1.5, tdf.FieldReadD(name, 1.5));
-        EXPECT_EQ(1.5f, tdf.FieldReadF(name, 1.5f));
-        EXPECT_EQ(none, tdf.FieldReadC(name, none));
-        EXPECT_EQ(nullptr, tdf.FieldReadC(name, nullptr));
-        EXPECT_EQ(KString("none"), tdf.FieldReadS(name, "none"));
-        EXPECT_EQ('-', tdf.FieldReadCH(name, '-'));
-        EXPECT_EQ(KTime(3), tdf.FieldReadT(name, KTime(3)));
-    }
-    EXPECT_EQ(0, tdf.FieldReadGetRemain());  // whatever it answered, no field is left open
-    tdf.FieldReadRewind();
-    EXPECT_EQ(5, tdf.FieldReadI("Int", 0));
-}
-
 TEST(Tdf, WritingOutOfOrderIsRefusedAndSoIsSaving)
 {
     // A letter a call: f/F begin and end of a field, b/B of a block, v a value.
@@ -562,35 +538,6 @@ TEST(Tdf, WritingOutOfOrderIsRefusedAndSoIsSaving)
             EXPECT_TRUE(tdf.FieldWriteBegin("f"));
         }
     }
-}
-
-TEST(Tdf, ReadingSeesWhatIsWrittenToItsEnd)
-{
-    KTdf tdf;
-    EXPECT_TRUE(tdf.IsEmpty());
-    EXPECT_FALSE(tdf.FieldReadBegin("A"));
-    WriteField(tdf, "A", 1);
-    ASSERT_TRUE(tdf.FieldReadBegin("A"));
-    tdf.FieldWriteBegin("A");  // leaves the field that was open for reading
-    EXPECT_EQ(0, tdf.FieldReadGetRemain());
-    tdf.FieldWriteI(2);
-    EXPECT_EQ(1, tdf.FieldGetInstanceCount("A"));
-    EXPECT_EQ(1, tdf.FieldReadI("A", -1));
-    tdf.FieldWriteEnd();
-    EXPECT_EQ(2, tdf.FieldGetInstanceCount("A"));
-
-    // A document that was loaded takes further fields.
-    KTdf loaded = SavedAndLoaded(tdf);
-    WriteField(loaded, "A", 3);
-    EXPECT_EQ(3, loaded.FieldGetCount());
-    ASSERT_TRUE(loaded.FieldReadBegin("A", 2));
-    EXPECT_EQ(3, loaded.FieldReadI());
-
-    // A copy stands for itself.
-    KTdf copy = loaded;
-    loaded.Clear();
-    copy.FieldReadEnd();
-    EXPECT_EQ(2, copy.FieldReadBegin("A", 1) ? copy.FieldReadI() : -1);
 }
 
 TEST(Tdf, NestingAndNamesEndAtTheirLimitsAndTheLimitsLoad)

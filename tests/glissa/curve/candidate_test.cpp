@@ -178,26 +178,6 @@ TEST(CandidateKey, EndTangentsRunOnIntoANewEndSegment)
     }
 }
 
-TEST(CandidateKey, WithoutOverrideAKeyTakesTimeAndValueAndNoMore)
-{
-    for (const std::uint32_t flags : MuseumKinds()) {
-        SCOPED_TRACE(flags);
-        const CurveHandle curve = ThreeKeys(flags);
-        const CurveHandle old = ThreeKeys(flags);
-        const KPriFCurveKeyAttr* const block = curve->InternalPriKeyAttrGetPtr(1);
-        const EventRecorder events(*curve);
-        curve->CandidateSet(Seconds(1.25), 9.0);
-        EXPECT_TRUE(curve->CandidateKey(nullptr, eInterpolationLinear, 0, eContinuityDefault, false,
-                                        KTime::Infinite(), 0.5));
-        EXPECT_EQ(kGlissaEventValue | kGlissaEventTime, events.Folded().type);
-        EXPECT_EQ(Seconds(1.25), curve->KeyGetTime(1));
-        for (int i = 0; i < 3; ++i) {
-            EXPECT_TRUE(curve->KeyGet(i).GetAttributes() == old->KeyGet(i).GetAttributes());
-            EXPECT_EQ(block, curve->InternalPriKeyAttrGetPtr(i));
-        }
-    }
-}
-
 TEST(CandidateKey, CustomKeysTakeTheSlopesAroundThem)
 {
     const auto request = [](Glissa& pCurve, double pSeconds) {

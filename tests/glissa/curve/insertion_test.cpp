@@ -269,29 +269,6 @@ TEST(KeyInsert, TakesTheNearestShapeWhereAWeightIsBeyondItsLimit)
     }
 }
 
-TEST(KeyInsert, GivesIndexAndHintOfTheKeyAtTheTime)
-{
-    using Row = std::tuple<double, int, int, int>;  // seconds, result, hint after, count after
-    for (const auto& [seconds, result, hintAfter, count] :
-         {Row{-1.0, 0, 0, 4}, Row{0.0, 0, 0, 3}, Row{0.5, 1, 1, 4}, Row{1.0, 1, 1, 3},
-          Row{2.0, 2, 2, 3}, Row{3.0, 2, 3, 4}}) {
-        for (const int start : {-5, 0, 2, 99}) {
-            SCOPED_TRACE(testing::Message() << seconds << ' ' << start);
-            const CurveHandle curve = ThreeKeys(kRefCubic | kRefUser);
-            int hint = start;
-            EXPECT_EQ(result, curve->KeyInsert(Seconds(seconds), &hint));
-            EXPECT_EQ(hintAfter, hint);
-            EXPECT_EQ(count, curve->KeyGetCount());
-            EXPECT_EQ(Seconds(seconds), curve->KeyGetTime(hint));
-            EXPECT_FALSE(curve->IsCandidate());
-        }
-    }
-    const CurveHandle empty(GlissaCreate());
-    empty->SetValue(2.5f);
-    EXPECT_EQ(0, empty->KeyInsert(Seconds(1.0)));
-    EXPECT_EQ(2.5f, empty->KeyGetValue(0));
-}
-
 TEST(KeyInsert, OneEventNamesAllThatDiffers)
 {
     using Row = std::tuple<std::uint32_t, int, int, int>;  // flags, type, first and last key

@@ -131,23 +131,4 @@ TEST(Key, AChangeOfInterpolationFollowsItsRules)
         }
     }
 }
-
-TEST(Key, BlocksAreComparedAsFloatsAndWithoutTheirCount)
-{
-    const KPriFCurveKeyAttr a{{0x108, {1.0f, 2.0f, 3.0f, 0.0f}}, 1};
-    EXPECT_TRUE(a == (KPriFCurveKeyAttr{{0x108, {1.0f, 2.0f, 3.0f, -0.0f}}, 9}));
-    EXPECT_FALSE(a == (KPriFCurveKeyAttr{{0x10108, {1.0f, 2.0f, 3.0f, 0.0f}}, 1}));
-    for (int i = 0; i < 4; ++i) {
-        KPriFCurveKeyAttr b = a;
-        b.mData[i] = kNaN;
-        EXPECT_FALSE(a == b);
-        EXPECT_FALSE(b == KPriFCurveKeyAttr(b));
-    }
-    EXPECT_EQ(0u, KeyWithFlags(0).GetKeyAttr().mReferenceCount);
-    EXPECT_EQ(0x108u, GlissaDefaultKeyAttr->mFlags);
-    EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
-    EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
-    const std::uint32_t expected[] = {0, 0, 0x0D050D05, 0};
-    EXPECT_EQ(0, std::memcmp(expected, GlissaDefaultKeyAttr->mData, sizeof(expected)));
-}
 }  // namespace

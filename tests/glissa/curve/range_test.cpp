@@ -152,20 +152,6 @@ TEST_F(Range, InsertKeepsTheLeftSidesOfBothCurves)
     }
 }
 
-TEST_F(Range, InsertKeepsTheLeftSideOfALinearKey)
-{
-    for (const bool isAuto : {false, true}) {
-        const std::uint32_t kinds[] = {kRefCubic | kRefUser | kRefBreak, kRefCubic | kRefAuto};
-        const CurveHandle curve = MakeCurve({{0.0, 0.0f, 2.0f, 20.0f, kinds[isAuto ? 1 : 0]},
-                                             {4.0, 1.0f, 0.0f, 0.0f, kRefLinear},
-                                             {6.0, 9.0f}});
-        const CurveHandle source = MakeCurve({{0.0, 5.0f, 3.0f, 3.0f, kinds[isAuto ? 0 : 1]}});
-        const float left = curve->KeyGetLeftDerivative(1);
-        curve->Insert(source.get(), Seconds(1.0), GlissaTangeantInfo());
-        EXPECT_NEAR(left, curve->KeyGetLeftDerivative(2), 1e-5);
-    }
-}
-
 TEST_F(Range, InsertLeavesCustomKeysToTheHost)
 {
     GlissaCustomTangentManager::TheOne().AddNewCustomTangent("host", "host");

@@ -92,60 +92,6 @@ TEST_F(Replace, SetsTheSeamsAndNothingElse)
     }
 }
 
-TEST_F(Replace, AnEmptySourceClearsTheSpanOrHoldsItsDefault)
-{
-    const std::vector<UserKey> user = {
-        {0.0, 0.0f, 1.0f, -1.0f}, {4.0, 8.0f, 2.0f, -2.0f}, {8.0, 4.0f, 3.0f, -3.0f}};
-    std::vector<UserKey> automatic = user;
-    for (UserKey& key : automatic) {
-        key.flags = kRefCubic | kRefAuto;
-    }
-    const CurveHandle source(GlissaCreate());
-    source->SetValue(-5.0f);
-    struct Row
-    {
-        KTime start;
-        KTime stop;
-        const char* cleared;
-        int held;  // keys
-    };
-    const Row rows[] = {{Seconds(3.0), Seconds(6.0), "0:0 8:4 ", 6},
-                        {Seconds(4.0), Seconds(8.0), "0:0 ", 5},
-                        {kFromStart, Seconds(6.0), "8:4 ", 4},
-                        {Seconds(3.0), kToEnd, "0:0 ", 3},
-                        {kFromStart, kToEnd, "", 1}};
-    for (int i = 0; i < 10; ++i) {
-        const Row& row = rows[i / 2];
-        const std::vector<UserKey>& keys = i % 2 == 0 ? user : automatic;
-        SCOPED_TRACE(testing::Message() << row.cleared << i);
-        const CurveHandle old = MakeCurve(keys);
-        const CurveHandle cleared = MakeCurve(keys);
-        cleared->Replace(source.get(), row.start, row.stop, true, false, Seconds(100.0));
-        EXPECT_EQ(row.cleared, KeysOf(*cleared));
-        const CurveHandle held = MakeCurve(keys);
-        held->Replace(source.get(), row.start, row.stop, true, true, Seconds(100.0));
-        EXPECT_EQ(row.held, held->KeyGetCount());
-        for (double at = -1.0; at < 10.0; at += 0.125) {
-            const KTime time = Seconds(at);
-            const bool isInside = time >= row.start && time <= row.stop;
-            EXPECT_NEAR(isInside ? -5.0f : old->Evaluate(time, nullptr),
-                        held->Evaluate(time, nullptr), 1e-5)
-                << at;
-        }
-        for (const KTime time : {row.start, row.stop}) {
-            if (time != kFromStart && time != kToEnd) {
-                EXPECT_EQ(0.0f, held->EvaluateLeftDerivative(time, nullptr));
-                EXPECT_EQ(0.0f, held->EvaluateRightDerivative(time, nullptr));
-            }
-        }
-    }
-    const CurveHandle empty(GlissaCreate());
-    const EventRecorder events(*empty);
-    empty->Replace(source.get(), Seconds(0.0), Seconds(1.0), true, true, KTime());
-    EXPECT_EQ(0u, events.Heard().size());
-    EXPECT_EQ(0, empty->KeyGetCount());
-}
-
 // Keys of every kind around the span, inside it, and a tick outside it.
 TEST_F(Replace, AHeldSpanLeavesTheCurveAroundItAlone)
 {

@@ -97,28 +97,6 @@ TEST_F(Storage, ShrinkingFreesPagesAndTableSpaceAndKeepsTheKeys)
     }
 }
 
-TEST_F(Storage, FastAppendsAreHeardInTheUpdateIdOnlyAndClearedWithTheirAttributes)
-{
-    CurveHandle curve = MakeCurve(100);
-    int heard = 0;
-    curve->CallbackRegister(
-        [](Glissa*, GlissaEvent*, void* pHeard) { ++*static_cast<int*>(pHeard); }, &heard);
-    curve->KeyAppendFast(KTime(3), 2.0f);  // no test of the order
-    EXPECT_EQ(101, curve->GetUpdateId());
-    EXPECT_EQ(KTime(3), curve->KeyGetTime(100));
-    EXPECT_EQ(102u, GlissaDefaultKeyAttr->mReferenceCount);
-    curve->KeyAttrSeparate(50);
-    for (const int count : {1345, 0}) {
-        curve->InitBuffers(count, true);
-        EXPECT_EQ(0, curve->KeyGetCount());
-        EXPECT_EQ(1u, GlissaDefaultKeyAttr->mReferenceCount);
-        EXPECT_EQ(1u, GlissaKeyAttrPool.GetUsedCount());
-        ExpectRoom(*curve, 33, 64);
-    }
-    EXPECT_EQ(0, heard);
-    curve.reset();
-}
-
 TEST_F(Storage, OnlyTheOutermostEndOfALargeEnoughChangeMerges)
 {
     const auto blocks = [] { return static_cast<int>(GlissaKeyAttrPool.GetUsedCount()); };

@@ -176,14 +176,6 @@ TEST_F(CurveStoreVersions, EveryFileHasItsRow)
     EXPECT_EQ(rows, files);
 }
 
-TEST_F(CurveStoreVersions, ALaterVersionReadsAsTheLatest)
-{
-    KTdf tdf = FromText("Default: D0 KeyVer: I2147483647 KeyCount: I1 Key: T0 D1 'U 'a 'n 'g");
-    ExpectRead(tdf, {{0, 1, kAuto | eTangentProgressiveClamp}});
-    tdf = FromText("Default: D0 KeyVer: I-2147483648 KeyCount: I1 Key: T0 D1 'L");
-    ExpectRead(tdf, {{0, 1, kAuto}});
-}
-
 // What one key says of the key before must not reach others that share its block.
 TEST_F(CurveStoreVersions, WhatIsSaidOfTheKeyBeforeReachesNoOther)
 {
@@ -201,14 +193,6 @@ TEST_F(CurveStoreVersions, WhatIsSaidOfTheKeyBeforeReachesNoOther)
     ExpectRead(tdf, {{0, 1, kUser | eWeightNextLeft, {1, 2}, 3333, 4999},
                      {1, 1, kUser, {1, 2}},
                      {2, 1, kAuto}});
-}
-
-// A step behind TCB has no left slope of its own: half of secant 6 comes of the TCB key.
-TEST_F(CurveStoreVersions, ATcbKeyBetweenAUserKeyAndAStepBecomesSlopes)
-{
-    KTdf tdf = FromText("Default: D0 KeyVer: I3999 KeyCount: I4 Key: T0 D0 'U 's D0 D0 "
-                        "T1s D2 'U 't D0 D0 D0 T2s D2 'C T3s D8 'L");
-    ExpectRead(tdf, {{0, 0, kUser}, {1, 2, kBroken, {1, 3}}, {2, 2, kConstant}, {3, 8, kUser}});
 }
 
 // Damage in a run of handles: no slope comes of a key that does not lie behind.

@@ -110,22 +110,6 @@ TEST(CurveTangents, TensionContinuityAndBiasComeBackFromTheirSlopes)
             ASSERT_NEAR(c, continuity, 1e-3);
         }
     }
-    // Equal secants, and ends that have one side only.
-    const CurveHandle curve = MakeCurve({0x208, 0x208, 0x208});
-    for (int i = 0; i < 3; ++i) {
-        curve->KeySetValue(i, static_cast<float>(2 * i));
-    }
-    for (const int key : {0, 1, 2}) {
-        double tension = key == 0 ? 1.005 : 0.0;  // a tension that leaves no slope becomes 0
-        double continuity = 9.0;
-        double bias = 9.0;
-        GLISSA_ComputeTCBFromBezierForKey(tension, continuity, bias, 2.0, 2.0, curve.get(), key);
-        EXPECT_EQ(0.0, tension);
-        curve->KeySetTCB(key, curve->KeyGetTime(key), curve->KeyGetValue(key), 0.0f,
-                         static_cast<float>(continuity), static_cast<float>(bias));
-        EXPECT_EQ(2.0f, curve->KeyGetLeftDerivative(key));
-        EXPECT_EQ(2.0f, curve->KeyGetRightDerivative(key));
-    }
 }
 
 // Each kind of change: what it posts, and that a second time it posts nothing.

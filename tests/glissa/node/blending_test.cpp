@@ -158,28 +158,6 @@ TEST(NodeBlending, TheOlderBlendIsExactInOrderXYZOnly)
     GLISSA_EnableBrokenRotationBlend(false);
 }
 
-TEST(NodeBlending, AnUnknownModeLeavesTheResultInTheOlderBlendToo)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
-    GLISSA_EnableBrokenRotationBlend(true);
-    Values result = {10, 20, 30}, values = {40, 50, 60};
-    node->BlendRotation(result.data(), values.data(), 0.5, eLayerMode(7));
-    GLISSA_EnableBrokenRotationBlend(false);
-    EXPECT_EQ(result, (Values{10, 20, 30}));
-    EXPECT_EQ(values, (Values{40, 50, 60}));
-}
-
-TEST(NodeBlending, APowerOfANegativeScalingIsANumber)
-{
-    const NodePtr scaling = MakeChannel(KDataTypeLclScaling, "S");
-    Values values = {-4, 4, -2};
-    scaling->ApplyWeightedValue(values.data(), 0.5);
-    EXPECT_EQ(values, (Values{2, 2, std::sqrt(2.0)}));
-    values = {-2, 2, 3};
-    scaling->ApplyWeightedValue(values.data(), 3.0);
-    EXPECT_EQ(values, (Values{-8, 8, 27}));
-}
-
 TEST(NodeBlending, WeightedValuesAndTheirInverse)
 {
     const NodePtr scaling = MakeChannel(KDataTypeLclScaling, "S");
@@ -271,20 +249,6 @@ TEST(NodeEvaluation, TimeWarpsApplyAlongTheChainAndNotToOneLayer)
     node->TimeWarpSet(nullptr);
 }
 
-TEST(NodeEvaluation, BranchesOfBranchesStandSideBySide)
-{
-    const NodePtr joint(GlissaNodeCreate("Hips", static_cast<KDataType*>(nullptr), eLayerTypeVector,
-                                         GlissaLayerInfo::Base));
-    joint->Add(MakeChannel(KDataTypeLclTranslation, "T").release());
-    joint->Add(MakeChannel(KDataTypeLclRotation, "R").release());
-    double values[7] = {1, 2, 3, 4, 5, 6, 77};
-    EXPECT_EQ(joint->SetValue(values), values + 6);
-    double got[7] = {0, 0, 0, 0, 0, 0, 77};
-    EXPECT_EQ(joint->GeneralEvaluate(got, kNow), got + 6);
-    EXPECT_TRUE(std::equal(values, values + 7, got));
-    EXPECT_EQ(joint->GetValue(got), got + 6);
-}
-
 TEST(NodeEvaluation, ABranchMayBeWiderThanWhatBlendsAtOnce)
 {
     const NodePtr node = MakeWide(20);
@@ -310,17 +274,6 @@ TEST(NodeEvaluation, ABranchMayBeWiderThanWhatBlendsAtOnce)
     node->GeneralEvaluate(got.data(), kNow);
     EXPECT_TRUE(std::all_of(got.begin(), got.begin() + 20, [](double pV) { return pV == 0.0; }));
     EXPECT_EQ(got[20], -1.0);
-}
-
-TEST(NodeEvaluation, ABranchOfBranchesIsResetByItsChannels)
-{
-    const NodePtr joint = MakeJoint();
-    double values[6] = {1, 2, 3, 4, 5, 6};
-    joint->SetValue(values);
-    joint->ResetValue(false);
-    joint->GeneralEvaluate(values, kNow);
-    EXPECT_TRUE(std::all_of(values, values + 3, [](double pValue) { return pValue == 0.0; }));
-    EXPECT_TRUE(std::all_of(values + 3, values + 6, [](double pValue) { return pValue == 1.0; }));
 }
 
 TEST(NodeEvaluation, ANodeWithACurveIsOneValueWhateverHangsBelow)
@@ -367,23 +320,6 @@ TEST(NodeEvaluation, ACurveThatGoesWhileItsNodeIsClearedIsNotAskedAgain)
     node->Get(0)->FindOrCreate("below", true)->SetETI(&eti);
     node->Get(0)->Clear();
     EXPECT_EQ(Evaluated(*node), (Values{0, 2, 3}));
-}
-
-TEST(NodeEvaluation, ChildrenThatAreMutedStaySoWhereARotationIsAskedByItself)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
-    StubLayer layer;
-    const GlissaLayerInfo info(0, &layer);
-    node->SetLayerInfo(info);
-    for (int k = 0; k < 3; ++k) {
-        node->Get(k)->SetLayerInfo(info);
-    }
-    SetValues(*node, {1, 2, 3});
-    EXPECT_EQ(Evaluated(*node), (Values{1, 2, 3}));
-    layer.mMuted = true;
-    Values got = {7, 7, 7};
-    node->RotationNodeEvaluate(got.data(), kNow, nullptr, false);
-    EXPECT_EQ(got, (Values{0, 0, 0}));
 }
 
 TEST(NodeEvaluation, ARotationMayHaveMoreOrFewerThanThreeChildren)
@@ -433,15 +369,6 @@ TEST(NodeEvaluation, AChildKnowsLayersByWhatItsParentKnows)
     node->CandidateKeySpecificLayer(nullptr, 5, nullptr, eInterpolationLinear, eTangentUser,
                                     eContinuityDefault, true, kNow, 0.0);
     EXPECT_EQ(node->Get(2)->FCurveGet()->KeyGetCount(), 1);
-}
-
-TEST(NodeEvaluation, ABaseLeftOutIsAtRest)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
-    SetValues(*node, {2, 3, 4});
-    Values got = {7, 7, 7};
-    node->Internal_GeneralEvaluateLayerExcluded(got.data(), kNow, 0, -1, 99);
-    EXPECT_EQ(got, (Values{1, 1, 1}));
 }
 
 TEST(NodeEvaluation, ExtremeTimesWeightsAndValuesRunThrough)

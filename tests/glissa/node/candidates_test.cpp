@@ -234,26 +234,6 @@ TEST(NodeCandidates, KeysOfAWeightedRotationDoNotJumpByATurn)
     EXPECT_NEAR(got[2], 60, 1e-3);
 }
 
-TEST(NodeCandidates, AWeightIsTakenOutOnceWhateverTheTypeOfTheLeaves)
-{
-    for (const int type : {eLayerTypeValue, eLayerTypeVector, eLayerTypeScaling}) {
-        const NodePtr node = MakeWide(3);
-        for (int k = 0; k < 3; ++k) {
-            node->Get(k)->SetLayerType(type);
-            AddKeys(node->Get(k), {{0, 1.0f}});
-        }
-        StubLayer layer;
-        layer.mWeight = 0.5;
-        const GlissaLayerInfo info(1, &layer);
-        node->CreateLayerAt(info);
-        Values total = {3, 4, 5}, got;
-        node->CandidateSet(kNow, total.data(), info);
-        Key(*node, info);
-        node->GeneralEvaluate(got.data(), kNow);
-        EXPECT_EQ(got, (Values{3, 4, 5})) << type;
-    }
-}
-
 TEST(NodeCandidates, ASumOfAnglesIsNotFlipped)
 {
     // The base composes, the layer adds angle by angle.
@@ -290,31 +270,6 @@ TEST(NodeCandidates, AScalingThatOthersBringToNothingKeepsFiniteKeys)
     EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetValue(0), 1.0f);
     EXPECT_EQ(top->Get(1)->FCurveGet()->KeyGetValue(0), 2.5f);
     EXPECT_EQ(top->Get(2)->FCurveGet()->KeyGetValue(0), 2.5f);
-}
-
-TEST(NodeCandidates, SharesByHand)
-{
-    StubLayer layer;
-    const GlissaLayerInfo info(1, &layer);
-    const NodePtr move = MakeChannel(KDataTypeLclTranslation, "T");
-    Values base = {3, 3, 3};
-    move->SetValue(base.data());
-    move->CreateLayerAt(info);
-    Values total = {10, 10, 10};
-    Values share;
-    move->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
-    EXPECT_EQ(share, (Values{7, 7, 7}));
-
-    const NodePtr scale = MakeChannel(KDataTypeLclScaling, "S");
-    base = {2, 2, 2};
-    scale->SetValue(base.data());
-    scale->CreateLayerAt(info);
-    scale->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
-    EXPECT_EQ(share, (Values{5, 5, 5}));
-    scale->SetLayerType(eLayerTypeScalingAlt);
-    scale->LayerGet()->SetLayerType(eLayerTypeScalingAlt);
-    scale->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
-    EXPECT_EQ(share, total);
 }
 
 TEST(NodeCandidates, AKeylessChannelShowsItsShareAtOnce)
@@ -363,36 +318,6 @@ TEST(NodeCandidates, AWeightIsTakenOutOfALayersValues)
     layer.mWeight = 0.5e-5;
     EXPECT_EQ(stored(), 6);
     EXPECT_EQ(node->GetSpecificCandidateMethod(), 1);
-}
-
-TEST(NodeCandidates, MethodsShareABit)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
-    EXPECT_EQ(node->GetSpecificCandidateMethod(), eCandidateSpecific);
-    EXPECT_FALSE(node->IsCandidate());
-    node->SetSpecificCandidateMethod(eCandidateTotalAndSpecific);
-    EXPECT_EQ(node->GetSpecificCandidateMethod(), 3);
-    node->SetTotalCandidateMethod(eCandidateTotal);
-    EXPECT_EQ(node->GetSpecificCandidateMethod(), 2);
-
-    Values total = {1, 2, 3};
-    node->CandidateSet(kNow, total.data(), GlissaLayerInfo::Base);
-    node->FromTotalCandidateToSpecificCandidate(GlissaLayerInfo::Base);
-    EXPECT_TRUE(node->IsCandidate());
-    EXPECT_EQ(node->GetSpecificCandidateMethod(), 2);
-    KTime time;
-    Values got;
-    EXPECT_EQ(node->CandidateGetSpecificLayer(got.data(), time, GlissaLayerInfo::Base),
-              got.data() + 3);
-    EXPECT_EQ(got, total);
-    EXPECT_EQ(time, kNow);
-    EXPECT_EQ(node->CandidateGetSpecificLayer(got.data(), time, GlissaLayerInfo(9, nullptr)),
-              got.data());
-    node->CandidateClear(0, true);
-    EXPECT_EQ(node->CandidateGetSpecificLayer(got.data(), time, GlissaLayerInfo(9, nullptr)),
-              nullptr);
-    EXPECT_EQ(got, (Values{0, 0, 0}));
-    EXPECT_EQ(node->CandidateGet(got.data()), got.data());
 }
 
 TEST(NodeCandidates, KeysOfWhatIsSeenLeaveItAsItIs)

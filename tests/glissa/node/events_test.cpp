@@ -82,16 +82,6 @@ TEST_F(NodeEvents, AreCollectedWhileTurnedOff)
     EXPECT_EQ(Take(), "");
 }
 
-TEST_F(NodeEvents, KeepAnEmptyListUntilAskedOnceMore)
-{
-    Register(mA);
-    mNode->CallbackEnable(false);
-    Unregister(mA);
-    EXPECT_FALSE(mNode->CallbackIsEnable());
-    Unregister(mB);
-    EXPECT_TRUE(mNode->CallbackIsEnable());
-}
-
 TEST_F(NodeEvents, ReachEachListenerOnceWhoeverGoesMeanwhile)
 {
     // Who goes when whom is called; all three are back for the next case.

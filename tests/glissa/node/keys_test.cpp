@@ -277,22 +277,6 @@ TEST_F(ChannelKeys, AreCountedOverTreeAndChain)
               (std::vector<int>{0, 0, 0x7FFFFFFF, -0x7FFFFFFF - 1}));
 }
 
-TEST_F(ChannelKeys, GiveTimesThatNoKeyStandsFor)
-{
-    EXPECT_EQ(mNode->GetFirstKeyTime(nullptr, true), kLeast);
-    EXPECT_EQ(mNode->GetLastKeyTime(nullptr, true), kGreatest);
-    EXPECT_EQ(mNode->GetNextKeyTime(Seconds(3.0), nullptr, true), Seconds(3.0));
-    EXPECT_EQ(mNode->GetPrevKeyTime(Seconds(3.0), nullptr), Seconds(3.0));
-    KTime start = Seconds(1.0);
-    KTime stop = Seconds(2.0);
-    EXPECT_FALSE(mNode->GetAnimationInterval(start, stop));
-    EXPECT_EQ(start, Seconds(1.0));
-    EXPECT_EQ(stop, Seconds(2.0));
-    mNode->GetTimeSpan(start, stop);
-    EXPECT_EQ(start, kGreatest);
-    EXPECT_EQ(stop, kLeast);
-}
-
 TEST_F(ChannelKeys, AreReachedInTimeOrderOverAllCurves)
 {
     AddKeys(mX, {{0.0, 1.0f}, {4.0, 1.0f}});
@@ -342,40 +326,6 @@ TEST_F(ChannelKeys, LeaveOutATimeThatIsAsGoodAsOnAKey)
     EXPECT_EQ(mX->GetNextKeyTime(clearly, nullptr, false), Seconds(1.0));
 }
 
-TEST_F(ChannelKeys, AreNextAsTheKeyIndexSaysWithoutAllocations)
-{
-    std::mt19937_64 random(7);
-    Glissa* curve = mX->FCurveGet();
-    for (const int count : {1, 2, 3, 16, 17, 42, 43, 300}) {
-        SCOPED_TRACE(count);
-        curve->KeyClear();
-        KTime last;
-        for (int i = 0; i < count; ++i) {
-            last += KTime(1 + static_cast<std::int64_t>(random() % 4000000));
-            curve->KeyAppendFast(last, 0.0f);
-        }
-        for (int i = 0; i < 2000; ++i) {
-            // Anywhere, and a few ticks around a key.
-            const auto key = static_cast<int>(random() % static_cast<unsigned>(count));
-            const KTime time =
-                i % 2 == 0
-                    ? KTime(static_cast<std::int64_t>(random() % 2) * 4000000 - 2000000 +
-                            static_cast<std::int64_t>(random()) % (last.Get() + 1))
-                    : curve->KeyGetTime(key) + KTime(static_cast<std::int64_t>(random() % 13) - 6);
-            int hint = 0;
-            const double index = curve->KeyFind(time, &hint);
-            const int next = static_cast<int>(std::ceil(index + 1e-6));
-            const int previous = static_cast<int>(std::floor(index - 1e-6));
-            const std::size_t before = AllocationCount();
-            const KTime found = mNode->GetNextKeyTime(time, nullptr, true);
-            const KTime found_before = mNode->GetPrevKeyTime(time, nullptr);
-            EXPECT_EQ(AllocationCount(), before);
-            EXPECT_EQ(found, next < count ? curve->KeyGetTime(next) : time);
-            EXPECT_EQ(found_before, previous >= 0 ? curve->KeyGetTime(previous) : time);
-        }
-    }
-}
-
 TEST_F(ChannelKeys, AreExtractedFromASpanOfGlobalTime)
 {
     AddKeys(mX, {{0.0, 1.0f}, {1.0, 2.0f}, {2.0, 3.0f}, {3.0, 4.0f}});
@@ -387,72 +337,6 @@ TEST_F(ChannelKeys, AreExtractedFromASpanOfGlobalTime)
     EXPECT_EQ(std::vector<int>(found.begin(), found.end()), (std::vector<int>{2, 3}));
     mNode->ExtractKeysIndex(found, KTimeSpan(kLeast, kGreatest), kAnyMin, kAnyMax);
     EXPECT_EQ(found.GetCount(), 2);  // a branch has no indexes
-}
-
-TEST_F(ChannelKeys, TellOfAnExtrapolationOnce)
-{
-    Heard heard;
-    mX->FCurveGet()->CallbackRegister(Heard::Hear, &heard);
-    EXPECT_TRUE(mX->SetPreExtrapolation(eExtrapolationMirror));
-    EXPECT_TRUE(mX->SetPreExtrapolationCount(3u));
-    EXPECT_EQ(heard.type, 0x8008010);
-    EXPECT_TRUE(mX->SetPostExtrapolation(eExtrapolationRepetition));
-    EXPECT_TRUE(mX->SetPostExtrapolationCount(0xFFFFFFFFu));
-    EXPECT_EQ(heard.type, 0x18008010);
-    EXPECT_EQ(heard.calls, 4);
-    EXPECT_EQ(mX->FCurveGet()->GetPostExtrapolationCount(), 0xFFFFFFFFul);
-    EXPECT_FALSE(mNode->SetPreExtrapolation(eExtrapolationMirror));
-    mX->FCurveGet()->CallbackUnregister(Heard::Hear, &heard);
-}
-
-TEST_F(ChannelKeys, LookSampledWhenEvenAndFineEnough)
-{
-    EXPECT_FALSE(mNode->LookLikeSampledData(kGreatest));
-    for (int i = 0; i < 5; ++i) {
-        double values[] = {1.0 * i, 2.0, 3.0};
-        mNode->KeyAppend(Seconds(0.5 * i), values);
-    }
-    EXPECT_TRUE(mNode->LookLikeSampledData(Seconds(0.5)));
-    EXPECT_FALSE(mNode->LookLikeSampledData(Seconds(0.25)));
-    for (GlissaNode* leaf : {mX, mY, mZ}) {
-        AddKeys(leaf, {{0.25, 1.0f}});
-    }
-    EXPECT_FALSE(mNode->LookLikeSampledData(Seconds(0.5)));
-}
-
-TEST(TransformCurves, AreFoundByTheTypesOfTheirNodes)
-{
-    const NodePtr model(GlissaNodeCreate("Model", nullptr, eLayerTypeVector, {}));
-    Glissa* t[3] = {};
-    Glissa* r[3] = {};
-    Glissa* s[3] = {};
-    EXPECT_FALSE(model->GetTransformCurves(t, r, s));
-    GlissaNode* translation = MakeChannel(KDataTypeLclTranslation, "Translation").release();
-    GlissaNode* rotation = MakeChannel(KDataTypeLclRotation, "R").release();
-    GlissaNode* scaling = MakeChannel(KDataTypeLclScaling, "Scaling").release();
-    model->Add(translation);
-    model->Add(rotation);
-    EXPECT_FALSE(model->GetTransformCurves(t, r, s));
-    EXPECT_EQ(r[2], rotation->Get(2)->FCurveGet());
-    model->Add(scaling);
-    EXPECT_TRUE(model->GetTransformCurves(t, r, s));
-    EXPECT_EQ(t[1], translation->Get(1)->FCurveGet());
-    EXPECT_EQ(s[0], scaling->Get(0)->FCurveGet());
-}
-
-TEST_F(ChannelKeys, AreReplacedChannelByChannel)
-{
-    const NodePtr source = MakeChannel(KDataTypeLclTranslation, "T");
-    for (int i = 0; i < 3; ++i) {
-        AddKeys(mNode->Get(i), {{0.0, 1.0f}, {5.0, 2.0f}, {9.0, 3.0f}});
-        AddKeys(source->Get(i), {{0.0, 10.0f}, {1.0, 1000.0f}});
-    }
-    mLayer.mLocked = true;
-    mY->SetLayerInfo({0, &mLayer});
-    mNode->Replace(source.get(), Seconds(0.0), Seconds(1.0), true, false, Seconds(5.0));
-    EXPECT_EQ(KeysOf(mX), "0:1 5:10 6:1000 9:3");
-    EXPECT_EQ(KeysOf(mY), "0:1 5:2 9:3");
-    EXPECT_EQ(KeysOf(mZ), "0:1 5:10 6:1000 9:3");
 }
 
 TEST_P(RotationKeys, AppendInTheFormNextToTheKeyBefore)
@@ -543,27 +427,4 @@ TEST_P(RotationKeys, ReplaceASpanWithoutATurn)
             EXPECT_LT(std::fabs(angles[0][i] - angles[1][i]), 46.0) << "axis " << i;
         }
     }
-}
-
-TEST_P(RotationKeys, DoNotFlipWhereAChannelTakesNoPart)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
-    const NodePtr before = MakeChannel(KDataTypeLclRotation, "R");
-    const NodePtr source = MakeChannel(KDataTypeLclRotation, "R");
-    for (GlissaNode* each : {before.get(), node.get()}) {
-        each->SetRotationOrder(GetParam());
-        AddRotation(each, 8.0, {20.0, 20.0, 20.0});
-        AddRotation(each, 9.0, {30.0, 30.0, 30.0});
-    }
-    source->SetRotationOrder(GetParam());
-    AddRotation(source.get(), 0.0, {190.0, 170.0, 190.0});
-    AddRotation(source.get(), 1.0, {200.0, 160.0, 200.0});
-    StubLayer locked;
-    locked.mLocked = true;
-    node->Get(0)->SetLayerInfo({0, &locked});
-    node->Replace(source.get(), Seconds(0.0), Seconds(1.0), true, false, Seconds(4.0));
-    EXPECT_EQ(node->Get(0)->KeyGetCount(false), 2);
-    EXPECT_EQ(node->Get(1)->KeyGetCount(false), 4);
-    ExpectSameRotation(node.get(), Seconds(8.0), before.get(), Seconds(8.0));
-    ExpectSameRotation(node.get(), Seconds(8.5), before.get(), Seconds(8.5));
 }

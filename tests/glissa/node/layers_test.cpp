@@ -184,29 +184,6 @@ TEST_F(NodeLayers, AreTakenOutOrEmptied)
     EXPECT_EQ(mNode->Get(0)->FCurveGet()->GetValue(), 0.0f);
 }
 
-TEST_F(NodeLayers, AreResetBelowAWideOrDeepNode)
-{
-    const NodePtr wide =
-        MakeChannel(KDataTypeCreate("Layers test wide", eDataTypeMemberDouble, 21), "Wide");
-    const NodePtr model(GlissaNodeCreate("Model", nullptr, eLayerTypeVector, {}));
-    for (int i = 0; i < 4; ++i) {
-        model->Add(MakeChannel(KDataTypeLclTranslation, "T").release());
-        model->Add(MakeChannel(KDataTypeLclScaling, "S").release());
-    }
-    double values[24];
-    std::fill_n(values, 24, 5.0);
-    EXPECT_EQ(wide->SetValue(values), values + 21);
-    EXPECT_EQ(model->SetValue(values), values + 24);
-    wide->ResetValue(false);
-    model->RemoveLayerNode(0);
-    wide->GetValue(values);
-    EXPECT_EQ(std::count(values, values + 21, 0.0), 21);
-    model->GetValue(values);
-    for (int i = 0; i < 24; ++i) {
-        EXPECT_EQ(values[i], i / 3 % 2 == 0 ? 0.0 : 1.0) << i;
-    }
-}
-
 TEST_F(NodeLayers, AreMadeToMatchThoseOfASource)
 {
     struct Case
@@ -308,25 +285,4 @@ TEST_F(NodeLayers, ComeAlongWithACopy)
     EXPECT_FALSE(bare->FCurveCreated());
     EXPECT_EQ(bare->Get(2)->GetLayerID(), 7);
     EXPECT_EQ(bare->ObjectLayerGet(), mNode.get());
-}
-
-TEST_F(NodeLayers, AreFilledFromASource)
-{
-    const NodePtr source = MakeChannel(KDataTypeLclRotation, "R");
-    AddKeys(source->Get(0), {{0.0, 4.0f}});
-    GlissaNode* layer = mNode->InsertOrCopyLayer({3, &mFree}, source.get());
-    EXPECT_EQ(ChainOf(mNode.get()), "0 3:4");
-    source->Get(0)->FCurveGet()->KeySetValue(0, 6.0f);
-    EXPECT_EQ(mNode->InsertOrCopyLayer({3, &mFree}, source.get()), layer);
-    EXPECT_EQ(ChainOf(mNode.get()), "0 3:6");
-    mNode->InsertOrCopyLayer({4, &mLocked}, source.get());
-    EXPECT_EQ(ChainOf(mNode.get()), "0 3:6 4");
-}
-
-TEST_F(NodeLayers, NoBaseIsMadeBehindANodeOfNoLayer)
-{
-    const NodePtr node(GlissaNodeCreate("n", static_cast<KDataType*>(nullptr), eLayerTypeVector,
-                                        GlissaLayerInfo::Invalid));
-    EXPECT_EQ(node->CreateLayerAt(GlissaLayerInfo::Base), nullptr);
-    EXPECT_NE(node->CreateLayerAt(GlissaLayerInfo(2, nullptr)), nullptr);
 }

@@ -41,23 +41,6 @@ TEST_F(NodeLinks, CountWhoHoldsAnETI)
     EXPECT_EQ(mOnX.mReferences, 0);
 }
 
-TEST_F(NodeLinks, StandNeutralWithoutAnETI)
-{
-    KgeRGBVector colour(0.1, 0.2, 0.3);
-    mChannel->SetETI(&mOnChannel);
-    mOnChannel.mValid = false;
-    mOnChannel.mScale = 3.0;
-    mOnChannel.mOffset = Seconds(5.0);
-    EXPECT_EQ(mChannel->ETIGetScaleFactor(), 1.0);
-    EXPECT_EQ(mChannel->ETIGlobalTime2NodeTime(Seconds(2.0)), Seconds(2.0));
-    EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(2.0)), Seconds(2.0));
-    EXPECT_EQ(mChannel->ETIGetDuration(), KTime());
-    EXPECT_TRUE(mChannel->ETIIsGlobalTimeInSpan(Seconds(-99.0), false));
-    EXPECT_FALSE(mChannel->ETIIsSelectedDuration());
-    EXPECT_FALSE(mChannel->ETIGetColor(colour));
-    EXPECT_EQ(colour, KgeRGBVector(0.1, 0.2, 0.3));
-}
-
 TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
 {
     mModel->SetETI(&mOnModel);

@@ -272,35 +272,6 @@ TEST(NodeStoreReading, LayersKeepChannelsThatTheBaseKnowsOtherwise)
     EXPECT_EQ(9.0f, target->LayerGet(3)->Get(0)->Get(1)->FCurveGet()->GetValue());
 }
 
-TEST(NodeStoreReading, AChainThatStandsIsLeftAsItIs)
-{
-    NodePtr node(GlissaNodeCreate("node", static_cast<KDataType*>(nullptr), eLayerTypeVector,
-                                  GlissaLayerInfo::Base));
-    for (const char* name : {"A", "a"}) {
-        node->FindOrCreate("other", true)->SetTimeWarpName(name);
-        node->Get(node->GetCount() - 1)->GetNameInfo()->mName = name;
-    }
-    ASSERT_EQ(2, node->GetCount());
-    GlissaNode* const layer = node->CreateLayerAt(GlissaLayerInfo(3, nullptr));
-    layer->SetLayerType(eLayerTypeScalingAlt);
-    AddKeys(layer->Get(0), {{1, 1}});
-    AddKeys(layer->Get(1), {{1, 1}, {2, 2}});
-    AddKeys(node->Get(0), {{1, 1}});
-    int events = 0;
-    node->Get(0)->FCurveGet()->CallbackRegister(
-        [](Glissa*, GlissaEvent* pEvent, void* pEvents) {
-            *static_cast<int*>(pEvents) |= pEvent->GetType();
-        },
-        &events);
-    node =
-        Retrieved("Channel: S\"node\" {\nChannel: S\"A\" {\nDefault: D1\n}\n}\n", std::move(node));
-    EXPECT_EQ(layer, node->LayerGet(3));
-    EXPECT_EQ(1, layer->Get(0)->FCurveGet()->KeyGetCount());
-    EXPECT_EQ(2, layer->Get(1)->FCurveGet()->KeyGetCount());
-    EXPECT_EQ(eLayerTypeScalingAlt, layer->GetLayerType());
-    EXPECT_EQ(0x1010, events);  // the keys that went
-}
-
 TEST(NodeStoreReading, DepthIsThatOfTheDocument)
 {
     for (const bool chain : {false, true}) {

@@ -1,8 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Trees go to a document and into other trees. What must come of random ones is worked out on plain
-// data.
+// Random trees come back from documents, and a small one is written as the format says.
 
 #include "glissa/curve/curve.h"
 #include "glissa/node/node.h"
@@ -198,100 +197,7 @@ Plain RandomObject(int pDepth, Random& pRandom)
     return object;
 }
 
-std::string Lower(std::string pText)
-{
-    std::transform(pText.begin(), pText.end(), pText.begin(),
-                   [](char pEach) { return static_cast<char>(std::tolower(pEach)); });
-    return pText;
-}
-
-// The layer type that a node ends with, whatever was stored.
-int RepairedType(const Plain& pNode, int pStored)
-{
-    if (pNode.type == KDataTypeLclRotation || pNode.name == "R") {
-        const bool rotation = pStored == eLayerTypeRotation || pStored == 5;
-        return pNode.children.size() == 3 ? (rotation ? pStored : 2) : (rotation ? 0 : pStored);
-    }
-    return pNode.type == KDataTypeLclTranslation ? 1
-           : pNode.type == KDataTypeLclScaling   ? 3
-                                                 : pStored;
-}
-
-// What a tree without layers becomes by reading another one.
-void Read(Plain& pTree, const Plain& pStored, bool pCreate)
-{
-    pTree.user = pStored.user != pStored.name ? pStored.user : pTree.user;
-    if (pStored.leaf && pTree.children.empty()) {
-        pTree.leaf = true;
-        pTree.value = pStored.value;
-        pTree.keys = pStored.keys;
-    }
-    pTree.id = pStored.id;
-    for (const Plain& stored : pStored.children) {
-        auto found = std::find_if(pTree.children.begin(), pTree.children.end(), [&](Plain& pEach) {
-            return (stored.name == "R" && pEach.type == KDataTypeLclRotation) ||
-                   Lower(pEach.name) == Lower(stored.name);
-        });
-        if (found == pTree.children.end()) {
-            if (!pCreate || pTree.leaf) {
-                continue;
-            }
-            pTree.children.push_back({stored.name, stored.name});
-            found = pTree.children.end() - 1;
-        }
-        Read(*found, stored, pCreate);
-    }
-    pTree.layerType = RepairedType(pTree, pStored.layerType);
-    pTree.layers.clear();
-    for (const Plain& stored : pStored.layers) {
-        Plain layer = pTree;
-        layer.layers.clear();
-        layer.id = stored.id;
-        layer.layerType = RepairedType(layer, stored.layerType);
-        layer.value = stored.value;
-        layer.keys = stored.keys;
-        for (Plain& channel : layer.children) {
-            const auto found = std::find_if(
-                stored.children.begin(), stored.children.end(),
-                [&](const Plain& pEach) { return Lower(pEach.name) == Lower(channel.name); });
-            const bool missing = found == stored.children.end();
-            channel.id = stored.id;
-            channel.leaf = true;
-            channel.value = missing ? (pTree.layerType == 3 ? 1.0f : 0.0f) : found->value;
-            channel.keys = missing ? std::vector<float>() : found->keys;
-        }
-        pTree.layers.push_back(layer);
-    }
-}
-
-// Takes children out, changes the case of names, puts further children in and changes types.
-void Change(Plain& pTree, Random& pRandom)
-{
-    pTree.layers.clear();
-    for (std::size_t i = 0; i < pTree.children.size();) {
-        Plain& child = pTree.children[i];
-        const int what = pRandom.Below(6);
-        if (what == 0) {
-            pTree.children.erase(pTree.children.begin() + static_cast<std::ptrdiff_t>(i));
-            continue;
-        }
-        if (what == 1) {
-            child.name = Lower(child.name);
-            child.user = child.name;
-        }
-        if (what == 2 && !child.children.empty()) {
-            child.children.push_back({"W", "W"});
-            FillRandomly(child.children.back(), pRandom);
-        }
-        if (what == 3 && !child.leaf) {
-            child.type = child.type ? nullptr : KDataTypeLclScaling;
-        }
-        Change(child, pRandom);
-        ++i;
-    }
-}
-
-TEST(NodeStore, RandomTreesComeBackInEveryStructure)
+TEST(NodeStore, RandomTreesComeBack)
 {
     int layers = 0;
     for (std::uint64_t seed = 0; seed < 60; ++seed) {
@@ -315,17 +221,6 @@ TEST(NodeStore, RandomTreesComeBackInEveryStructure)
         ASSERT_EQ("", Difference(plain, PlainOf(*same)));
         KTdf again = Stored(*same);
         EXPECT_TRUE(TextOfDocument(tdf) == TextOfDocument(again));
-
-        for (const bool create : {false, true}) {
-            SCOPED_TRACE(create);
-            tdf.FieldReadRewind();
-            Plain other = plain;
-            Change(other, random);
-            const NodePtr changed = NodeOf(other);
-            ASSERT_TRUE(changed->TdfRetrieve(&tdf, false, create, false));
-            Read(other, plain, create);
-            ASSERT_EQ("", Difference(other, PlainOf(*changed)));
-        }
     }
     EXPECT_GT(layers, 20);
 }

@@ -238,35 +238,6 @@ TEST(NodeTree, MakesAChildForEachMemberOfAType)
     }
 }
 
-TEST(NodeTree, KeepsFlagsAsBits)
-{
-    const NodePtr node = MakeNode("N");
-    EXPECT_EQ(node->IsExpended(), 0x20);
-    EXPECT_EQ(node->IsMultiLayer(), 0x40);
-    EXPECT_FALSE(node->GetVisibility());
-    node->SetIOType(3);
-    node->SetTakeType(0x10);
-    EXPECT_EQ(node->GetIOType(), 1);
-    EXPECT_EQ(node->GetTakeType(), 0x10);
-    EXPECT_EQ(node->IsExpended(), 0x20);
-
-    const std::pair<int, int> types[] = {{0, 0x01}, {1, 0x02}, {2, 0x10},
-                                         {3, 0x04}, {5, 0x20}, {6, 0x08}};
-    for (const auto& [type, bit] : types) {
-        node->SetLayerType(type);
-        EXPECT_EQ(node->GetLayerType(), type);
-        EXPECT_TRUE(node->GetEvaluationFlag(0x3F, bit));
-        for (const int none : {4, -1, 7}) {
-            node->SetLayerType(none);
-            EXPECT_EQ(node->GetLayerType(), type);
-        }
-    }
-    for (const int no_type : {0, 0x11}) {
-        node->SetEvaluationFlag(0x3F, no_type);
-        EXPECT_EQ(node->GetLayerType(), eLayerTypeVector);
-    }
-}
-
 TEST(NodeTree, FollowsDataNodesToTheLast)
 {
     const NodePtr nodes[] = {MakeNode("0"), MakeNode("1"), MakeNode("2")};
@@ -278,20 +249,4 @@ TEST(NodeTree, FollowsDataNodesToTheLast)
     EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[2].get());
     nodes[2]->DataNodeSet(nodes[1].get(), true);
     EXPECT_NE(nodes[0]->DataNodeGet(), nullptr);  // a circle ends
-}
-
-TEST(NodeTree, SumsTheUpdateIdsOfItsCurves)
-{
-    const NodePtr node = MakeChannel(KDataTypeVector2, "N");
-    GlissaNode* layer = node->CreateLayerAt({1, nullptr});
-    const int ids = node->GetUpdateId();
-    const int values = node->GetValuesUpdateId();
-    AddKeys(node->Get(1), {{0.0, 1.0f}});
-    const int more = node->Get(1)->GetUpdateId();
-    EXPECT_GT(more, 0);
-    EXPECT_EQ(node->GetUpdateId() - ids, node->GetValuesUpdateId() - values);
-    const int here = node->GetUpdateId();
-    AddKeys(layer->Get(0), {{0.0, 1.0f}});
-    EXPECT_EQ(node->GetUpdateId(), here);
-    EXPECT_GT(node->GetValuesUpdateId(), here);
 }
