@@ -59,22 +59,6 @@ TEST(KArrayTemplate, HoldsWhatAVectorHoldsThroughAnyEdits)
     EXPECT_EQ(0, array.GetCapacity());
 }
 
-TEST(KArrayTemplate, RefusesPlacesOutsideAndFindsTheFirst)
-{
-    KArrayTemplate<int> array;
-    for (const int each : {7, 8, 7}) {
-        array.Add(each);
-    }
-    EXPECT_EQ(-1, array.InsertAt(-1, 1));
-    EXPECT_EQ(-1, array.InsertAt(4, 1));
-    EXPECT_FALSE(array.RemoveAt(-1));
-    EXPECT_FALSE(array.RemoveAt(3));
-    EXPECT_FALSE(array.RemoveIt(9));
-    EXPECT_TRUE(array.RemoveIt(7));
-    EXPECT_EQ(1, array.Find(7));
-    ExpectSame(std::vector<int>{8, 7}, array);
-}
-
 TEST(KArrayHelper, CapacityGrowsInBlocksAndNeverBeyondWhatCanBeAddressed)
 {
     constexpr int most = std::numeric_limits<int>::max();

@@ -47,19 +47,6 @@ TEST(KSet, ReadsFromTheFirstKeyToTheLastThroughAnyEdits)
     }
 }
 
-TEST(KMap, ComparesTextsAndNotTheirAddresses)
-{
-    KMap<const char*, std::uint64_t, KCharPointerLessCompare, KBaseAllocator> map;
-    const char start[] = "Start";
-    EXPECT_TRUE(map.Add("Stop", 1));
-    EXPECT_TRUE(map.Add(start, 2));
-    EXPECT_FALSE(map.Add(std::string("Start").c_str(), 3));
-    ASSERT_NE(nullptr, map.Find("Start"));
-    EXPECT_EQ(2u, *map.Find("Start"));
-    EXPECT_STREQ("Start", map[0].mKey);
-    EXPECT_EQ(nullptr, map.Find("start"));
-}
-
 TEST(KBitSet, HoldsWhatASetOfNumbersHolds)
 {
     std::mt19937 random(2);

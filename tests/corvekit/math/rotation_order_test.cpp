@@ -197,61 +197,6 @@ TEST(NearestAngles, NoOtherFormOrTurnInsideTheLimitsIsNearer)
     EXPECT_GT(outside, 1000);
 }
 
-TEST(NearestAngles, InLockTheFreeAngleStaysNextToTheReference)
-{
-    AngleSource source(11);
-    int limited = 0;
-    for (int i = 0; i < 600; ++i) {
-        SCOPED_TRACE(i);
-        const KVdRotationOrder order(i % kRotationOrderCount);
-        const auto& axes = order.GetAxes();
-        KgeRVector in(source.Uniform(-400, 400), source.Uniform(-400, 400),
-                      source.Uniform(-400, 400));
-        const KgeRVector reference(source.Uniform(-400, 400), source.Uniform(-400, 400),
-                                   source.Uniform(-400, 400));
-        const bool isUp = source.Whole(0, 1) == 1;
-        in[axes[1]] = (isUp ? 90.0 : -90.0) + 360.0 * source.Whole(-1, 1);
-        LimitCase limits = i % 3 == 0 ? RandomLimits(source, reference) : LimitCase();
-        limits.enableMin[axes[1]] = limits.enableMax[axes[1]] = false;
-
-        KgeRVector out;
-        EXPECT_FALSE(order.V2VRef(out, in, reference, limits.enableMin, limits.min,
-                                  limits.enableMax, limits.max));
-        KgeRMatrix before, after;
-        order.V2M(before, in);
-        order.V2M(after, out);
-        // Some eight roundings of 9 epsilons make the shares.
-        ASSERT_LE(EpsilonsApart(before, after), 8 * 9 + 2 * 8.5);
-
-        // Every pair with the same turn, the first angle in whole degrees: none is nearer.
-        const int first = axes[0], third = axes[2];
-        const bool isCyclic = (order.GetOrder() & 1) == 0;
-        const double side = isCyclic == isUp ? 1.0 : -1.0;
-        const auto distance = [&](double pFirst, double pThird) {
-            const double a = pFirst - reference[first], b = pThird - reference[third];
-            return a * a + b * b;
-        };
-        const bool isInside = limits.Hold(first, out[first]) && limits.Hold(third, out[third]);
-        bool isPossible = false;
-        double least = kInfinity;
-        for (int step = -1200; step <= 1200; ++step) {
-            const double a = reference[first] + step;
-            for (int turn = -6; turn <= 6; ++turn) {
-                const double c = in[third] + side * (a - in[first]) + 360.0 * turn;
-                const bool fits = limits.Hold(first, a) && limits.Hold(third, c);
-                isPossible = isPossible || fits;
-                if (fits || !isInside) {
-                    least = std::min(least, distance(a, c));
-                }
-            }
-        }
-        ASSERT_TRUE(isInside || !isPossible);
-        ASSERT_LE(distance(out[first], out[third]), least + 1e-9);
-        limited += i % 3 == 0 && isInside ? 1 : 0;
-    }
-    EXPECT_GT(limited, 50);
-}
-
 TEST(NearestAngles, TiesAndLimitsByHand)
 {
     const struct

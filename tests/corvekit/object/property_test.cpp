@@ -119,20 +119,4 @@ TEST(KProperty, AccessorsOfTheOwnerStandInForTheStoredValue)
     property.SetPropertyInfo(&host, nullptr, nullptr);
     EXPECT_EQ(100, property.GetValue());
 }
-
-TEST(KProperty, FlagsLockAndForbidPlotting)
-{
-    KPropertyTemplate<int> property;
-    for (unsigned int bit = 0; bit < 32; ++bit) {
-        property.SetFlags(1u << bit);
-        EXPECT_EQ(bit >= 12 && bit <= 15, property.IsLocked()) << bit;
-        EXPECT_EQ(bit == 21, property.IsPlotDisallowed()) << bit;
-    }
-    EXPECT_STREQ("", property.GetPropertyName());
-    const KPropertyInfo info("Weight", KDataTypeNumber);
-    property = info;
-    EXPECT_STREQ("Weight", property.GetPropertyName());
-    EXPECT_EQ(KDataTypeNumber, property.GetDataType());
-    EXPECT_EQ(KPropertyInfo("Weight", nullptr).GetName(), info.GetName());
-}
 }  // namespace

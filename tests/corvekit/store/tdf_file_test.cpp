@@ -252,23 +252,6 @@ TEST(TdfFile, AnUnrelatedDecoderReadsTheBody)
     EXPECT_TRUE(expected == json::from_cbor(body, true, true, json::cbor_tag_handler_t::ignore));
 }
 
-TEST(TdfFile, AKeyTakesAtMost22Bytes)
-{
-    KTdf tdf;
-    tdf.FieldWriteBegin("Key");
-    constexpr int kKeys = 1000;
-    for (int i = 0; i < kKeys; ++i) {
-        tdf.FieldWriteT(KTime((1LL << 40) + i));
-        tdf.FieldWriteD(static_cast<double>(0.1f));
-        for (const char each : {'U', 'a', 'n', 'n'}) {
-            tdf.FieldWriteCH(each);
-        }
-    }
-    tdf.FieldWriteEnd();
-    const std::size_t around = kHeader.size() + 1 + 1 + 4 + 3 + 4;
-    EXPECT_EQ(22 * kKeys + around, Saved(tdf).size());
-}
-
 void ExpectRefused(std::string_view pFile, int pId = KError::kNone)
 {
     KTdf tdf;

@@ -76,44 +76,6 @@ TEST(NodeBlending, PartsOfAChainBlendZeroValuesForTheOthers)
     }
 }
 
-TEST(NodeBlending, ABaseAloneIsNotWeighted)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
-    StubLayer base;
-    base.mWeight = 0.5;
-    node->SetLayerInfo(GlissaLayerInfo(0, &base));
-    SetValues(*node, {4, 5, 6});
-    EXPECT_EQ(Evaluated(*node), (Values{4, 5, 6}));
-
-    // With a layer behind it the base is one of several.
-    StubLayer top;
-    top.mMuted = true;
-    node->CreateLayerAt(GlissaLayerInfo(1, &top));
-    EXPECT_EQ(Evaluated(*node), (Values{2, 2.5, 3}));
-    base.mMuted = true;
-    EXPECT_EQ(Evaluated(*node), (Values{0, 0, 0}));
-}
-
-TEST(NodeBlending, ModesByHand)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
-    StubLayer layer;
-    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, &layer));
-    SetValues(*node, {2, -2, 2});
-    SetValues(*top, {3, 3, 3});
-    EXPECT_EQ(Evaluated(*node), (Values{6, 6, 6}));
-    layer.mMode = eLayerModeOverridePassthrough;
-    EXPECT_EQ(Evaluated(*node), (Values{3, 3, 3}));
-    layer.mWeight = 0.0;  // signs are lost in every mode
-    EXPECT_EQ(Evaluated(*node), (Values{2, 2, 2}));
-    layer.mMode = eLayerMode(7);
-    EXPECT_EQ(Evaluated(*node), (Values{2, 2, 2}));
-    node->SetLayerType(eLayerTypeScalingAlt);
-    Values kept = {7, 8, 9};
-    EXPECT_EQ(node->GetZeroValues(kept.data()), kept.data());
-    EXPECT_EQ(kept, (Values{7, 8, 9}));
-}
-
 TEST(NodeBlending, TheOlderBlendIsExactInOrderXYZOnly)
 {
     const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
@@ -249,33 +211,6 @@ TEST(NodeEvaluation, TimeWarpsApplyAlongTheChainAndNotToOneLayer)
     node->TimeWarpSet(nullptr);
 }
 
-TEST(NodeEvaluation, ABranchMayBeWiderThanWhatBlendsAtOnce)
-{
-    const NodePtr node = MakeWide(20);
-    StubLayer base;
-    base.mWeight = 0.5;
-    node->SetLayerInfo(GlissaLayerInfo(0, &base));
-    std::array<double, 21> values, got;
-    std::iota(values.begin(), values.end(), 1.0);
-    EXPECT_EQ(node->SetValue(values.data()), values.data() + 20);
-    got.fill(-1.0);
-    EXPECT_EQ(node->GeneralEvaluate(got.data(), kNow), got.data() + 20);
-    EXPECT_TRUE(std::equal(got.begin(), got.begin() + 20, values.begin()));
-    // Its layer weighs all of them.
-    EXPECT_EQ(node->EvaluateSpecificLayer(got.data(), kNow, 0), got.data() + 20);
-    for (std::size_t i = 0; i < 20; ++i) {
-        EXPECT_EQ(got[i], values[i] * 0.5) << i;
-    }
-    std::array<double, 21> sum = {};
-    node->EvaluateCurvesExceptLayerRecursiveAdd(sum.data(), kNow, 7, nullptr);
-    EXPECT_EQ(sum[15], 8.0);
-    EXPECT_EQ(sum[20], 0.0);
-    node->ResetValue(false);
-    node->GeneralEvaluate(got.data(), kNow);
-    EXPECT_TRUE(std::all_of(got.begin(), got.begin() + 20, [](double pV) { return pV == 0.0; }));
-    EXPECT_EQ(got[20], -1.0);
-}
-
 TEST(NodeEvaluation, ANodeWithACurveIsOneValueWhateverHangsBelow)
 {
     const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
@@ -349,26 +284,6 @@ TEST(NodeEvaluation, ARotationMayHaveMoreOrFewerThanThreeChildren)
         EXPECT_NE(got[0], 20);
         EXPECT_EQ(got[3], 20);
     }
-}
-
-TEST(NodeEvaluation, AChildKnowsLayersByWhatItsParentKnows)
-{
-    // Only the parent has no layers: whatever layer is asked for, both give their base.
-    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
-    SetValues(*node, {1, 2, 3});
-    node->SetMultiLayer(false);
-    for (int k = 0; k < 3; ++k) {
-        node->Get(k)->SetMultiLayer(true);
-    }
-    Values got = {};
-    EXPECT_EQ(node->EvaluateSpecificLayer(got.data(), kNow, 5), got.data() + 3);
-    EXPECT_EQ(got, (Values{1, 2, 3}));
-    got = {};
-    EXPECT_EQ(node->CandidateEvaluateSpecificLayer(got.data(), kNow, 5), got.data() + 3);
-    EXPECT_EQ(got, (Values{1, 2, 3}));
-    node->CandidateKeySpecificLayer(nullptr, 5, nullptr, eInterpolationLinear, eTangentUser,
-                                    eContinuityDefault, true, kNow, 0.0);
-    EXPECT_EQ(node->Get(2)->FCurveGet()->KeyGetCount(), 1);
 }
 
 TEST(NodeEvaluation, ExtremeTimesWeightsAndValuesRunThrough)

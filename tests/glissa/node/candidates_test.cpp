@@ -4,7 +4,6 @@
 // Pending values: a total becomes keys of a layer so that the node evaluates to that total, for
 // random stacks wherever the layers let it; and the states a node goes through on the way.
 
-#include "corvekit/trace.h"
 #include "tests/support/layer_stack.h"
 
 #include <gtest/gtest.h>
@@ -126,30 +125,6 @@ TEST(NodeCandidates, ATotalIsReachedThroughRandomStacks)
     }
 }
 
-TEST(NodeCandidates, ARotationMixedInReachesWhatItsTableGives)
-{
-    // The share is Below^-1 Total, its part brought to full; mixing from Below, and not from rest,
-    // lands beside the total unless the layer has full weight.
-    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
-    StubLayer layer;
-    layer.mMode = eLayerModeOverridePassthrough;
-    node->CreateLayerAt(GlissaLayerInfo(1, &layer));
-    Values base = {0, 0, 90};
-    node->SetValue(base.data());
-    Values total = {0, 40, 0};
-    Values got;
-    for (const double weight : {1.0, 0.5}) {
-        layer.mWeight = weight;
-        Values wanted = total;
-        node->CandidateSet(kNow, wanted.data(), GlissaLayerInfo(1, &layer));
-        Key(*node, GlissaLayerInfo(1, &layer));
-        node->GeneralEvaluate(got.data(), kNow);
-        const double distance = RefDistance(RefRotation::OfAngles(got.data(), 0),
-                                            RefRotation::OfAngles(total.data(), 0));
-        EXPECT_EQ(distance < 1e-3, weight == 1.0) << distance;
-    }
-}
-
 TEST(NodeCandidates, ChannelsOfManyValuesAndBranchesOfChannels)
 {
     StubLayer layer;
@@ -259,19 +234,6 @@ TEST(NodeCandidates, ASumOfAnglesIsNotFlipped)
     EXPECT_NEAR(static_cast<double>(top->Get(0)->FCurveGet()->KeyGetValue(1)), 335, 1e-3);
 }
 
-TEST(NodeCandidates, AScalingThatOthersBringToNothingKeepsFiniteKeys)
-{
-    const NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
-    GlissaNode* top = node->CreateLayerAt(GlissaLayerInfo(1, nullptr));
-    Values base = {0, 2, -2}, total = {5, 5, 5};
-    node->SetValue(base.data());
-    node->CandidateSet(kNow, total.data(), GlissaLayerInfo(1, nullptr));
-    Key(*node, GlissaLayerInfo(1, nullptr));
-    EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetValue(0), 1.0f);
-    EXPECT_EQ(top->Get(1)->FCurveGet()->KeyGetValue(0), 2.5f);
-    EXPECT_EQ(top->Get(2)->FCurveGet()->KeyGetValue(0), 2.5f);
-}
-
 TEST(NodeCandidates, AKeylessChannelShowsItsShareAtOnce)
 {
     const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
@@ -320,32 +282,6 @@ TEST(NodeCandidates, AWeightIsTakenOutOfALayersValues)
     EXPECT_EQ(node->GetSpecificCandidateMethod(), 1);
 }
 
-TEST(NodeCandidates, KeysOfWhatIsSeenLeaveItAsItIs)
-{
-    // Without a candidate the keys hold what the layers have there, whatever the weights.
-    for (KDataType* type : {KDataTypeLclTranslation, KDataTypeLclRotation, KDataTypeLclScaling}) {
-        const NodePtr node = MakeChannel(type, "channel");
-        StubLayer layer;
-        layer.mWeight = 0.5;
-        const GlissaLayerInfo info(1, &layer);
-        GlissaNode* top = node->CreateLayerAt(info);
-        for (int k = 0; k < 3; ++k) {
-            AddKeys(node->Get(k), {{0, 1.0f}, {2, 3.0f}});
-            AddKeys(top->Get(k), {{0, 2.0f}, {2, 1.0f + static_cast<float>(k)}});
-        }
-        Values before, after;
-        node->GeneralEvaluate(before.data(), kNow);
-        Key(*node, info, kNow);
-        EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetCount(), 3);
-        node->GeneralEvaluate(after.data(), kNow);
-        for (std::size_t k = 0; k < 3; ++k) {
-            EXPECT_NEAR(before[k], after[k], 1e-5) << type->GetName();
-        }
-        Key(*node, info, kNoTime);  // no candidate and no time
-        EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetCount(), 3);
-    }
-}
-
 TEST(NodeCandidates, ZeroKeysAndMasks)
 {
     const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
@@ -359,32 +295,6 @@ TEST(NodeCandidates, ZeroKeysAndMasks)
     EXPECT_EQ(top->Get(0)->FCurveGet()->KeyGetCount(), 1);
     EXPECT_EQ(top->Get(1)->FCurveGet()->KeyGetCount(), 0);
     EXPECT_EQ(top->Get(2)->FCurveGet()->KeyGetValue(0), 0.0f);
-}
-
-TEST(NodeCandidates, AWarpedTimeIsWarpedOnce)
-{
-    const NodePtr warp(
-        GlissaNodeCreate("half speed", KDataTypeTimeWarp, eLayerTypeVector, GlissaLayerInfo::Base));
-    warp->CreateFCurve();
-    AddKeys(warp.get(), {{0, 0}, {10, 5}});
-    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
-    node->TimeWarpSet(warp.get());
-    const GlissaLayerInfo info(1, nullptr);
-    GlissaNode* top = node->CreateLayerAt(info);
-    AddKeys(node->Get(0), {{0, 0}, {10, 10}});
-    const KTime time = KTime::FromSeconds(4.0);
-    for (const KTime given : {kNoTime, time}) {
-        Values total = {50, 0, 0};
-        node->CandidateSet(time, total.data(), info);
-        Key(*node, info, given);
-        const Glissa* curve = top->Get(0)->FCurveGet();
-        ASSERT_EQ(curve->KeyGetCount(), 1);
-        EXPECT_EQ(curve->KeyGetTime(0), KTime::FromSeconds(2.0));
-        Values got;
-        node->GeneralEvaluate(got.data(), time);
-        EXPECT_EQ(got[0], 50);
-    }
-    node->TimeWarpSet(nullptr);
 }
 
 TEST(NodeCandidates, AStateComesBackWithItsLayers)
@@ -420,16 +330,4 @@ TEST(NodeCandidates, AStateComesBackWithItsLayers)
     EXPECT_EQ(got, total);
     node->CandidateGetTotalCandidate(std::array<double, 4>().data(), time);
     EXPECT_EQ(time, kNow);
-
-    static std::string text;
-    text.clear();
-    const KTraceSink before = KSetTraceSink([](const char* pText) { text += pText; });
-    state.Dump(1);
-    KSetTraceSink(before);
-    EXPECT_EQ(text.substr(0, text.find(" mFCurveValue")),
-              " mSpecificCandidateMethod = 2\n mTotalCandidateMethod = 2\n"
-              " mCandidateTotalValue = 1.000000, 2.000000, 3.000000, 0.000000\n"
-              " mCandidateTotalTime = 1.250000\n mCandidateSpecificValue = 0.000000\n");
-    EXPECT_LT(text.find(" mLayerState:\n  mSpecificCandidateMethod"),
-              text.find(" mSubStates[0]:\n  mSpecificCandidateMethod = 2"));
 }

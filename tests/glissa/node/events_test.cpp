@@ -148,18 +148,6 @@ TEST_F(NodeEvents, StopWhenTheListIsBroughtDown)
     }
 }
 
-TEST_F(NodeEvents, OfAListenerItselfAreNotLost)
-{
-    Register(mA);
-    Register(mB);
-    mB.reaction = [this] {
-        mB.reaction = nullptr;
-        mNode->CallbackAddEvent(eNodeEventTimeWarp);
-    };
-    mNode->CallbackAddEvent(eNodeEventCurve);
-    EXPECT_EQ(Take(), "b4x1 b8x1 a8x1 a4x1 ");
-}
-
 TEST_F(NodeEvents, TellWhatWasDone)
 {
     Register(mA);

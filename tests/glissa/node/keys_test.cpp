@@ -233,26 +233,6 @@ TEST_F(ChannelKeys, AreDeletedWhereTheyStand)
     EXPECT_EQ(KeysOf(layer->Get(1)), "");
 }
 
-TEST_F(ChannelKeys, EndTheCandidatesOfTheChainWhenDeleted)
-{
-    GlissaNode* layer = mNode->CreateLayerAt({1, &mLayer});
-    AddKeys(layer->Get(0), {{1.0, 7.0f}});
-    const auto set_pending = [this, layer] {
-        mNode->SetTotalCandidateMethod(eCandidateTotal);
-        mZ->FCurveGet()->CandidateSet(Seconds(1.0), 4.0);
-        layer->Get(2)->FCurveGet()->CandidateSet(Seconds(1.0), 5.0);
-    };
-    set_pending();
-    KTime time = Seconds(2.0);
-    EXPECT_FALSE(layer->Get(0)->DeleteKey(time, nullptr, 0.0, 0u));
-    EXPECT_TRUE(mNode->IsCandidate());
-    time = Seconds(1.0);
-    EXPECT_TRUE(layer->Get(0)->DeleteKey(time, nullptr, 0.0, 0u));
-    EXPECT_FALSE(mNode->IsCandidate());
-    EXPECT_FALSE(mZ->FCurveGet()->IsCandidate());
-    EXPECT_FALSE(layer->Get(2)->FCurveGet()->IsCandidate());
-}
-
 TEST_F(ChannelKeys, AreCountedOverTreeAndChain)
 {
     AddKeys(mX, {{0.0, 1.0f}, {1.0, 2.0f}});

@@ -141,23 +141,6 @@ TEST_F(NodeLayers, TakeOverTheEvaluationOverrideOfTheBase)
     EXPECT_FALSE(layer->Get(2)->FCurveGet()->IsEvaluationOverwritten());
 }
 
-TEST_F(NodeLayers, OfARotationAreBlendedAsTheHostSays)
-{
-    mFree.mRotationMode = eRotationByChannel;
-    EXPECT_EQ(mNode->CreateLayerAt({1, &mFree})->GetLayerType(), eLayerTypeRotationByChannel);
-    EXPECT_EQ(mNode->CreateLayerAt({2, &mLocked})->GetLayerType(), eLayerTypeRotation);
-    const NodePtr base(
-        GlissaNodeCreate("R", KDataTypeLclRotation, eLayerTypeRotationByChannel, {0, &mFree}));
-    EXPECT_EQ(base->GetLayerType(), eLayerTypeRotation);
-    // Order and interpolation hold for the whole chain.
-    mNode->SetRotationOrder(3);
-    mNode->SetUseQuaternion(true);
-    EXPECT_EQ(mNode->LayerGet(2)->GetRotationOrder(), 3);
-    EXPECT_TRUE(mNode->LayerGet(2)->GetUseQuaternion());
-    EXPECT_EQ(mNode->CreateLayerAt({3, &mFree})->GetRotationOrder(), 3);
-    EXPECT_TRUE(mNode->LayerGet(3)->GetUseQuaternion());
-}
-
 TEST_F(NodeLayers, AreTakenOutOrEmptied)
 {
     AddKeys(mNode->Get(0), {{0.0, 9.0f}});

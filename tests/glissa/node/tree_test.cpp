@@ -213,31 +213,6 @@ TEST(NodeTree, SharesItsNamesWithWhatIsMadeFromIt)
     EXPECT_STREQ(nameless->GetTypeName(), "");
 }
 
-TEST(NodeTree, MakesAChildForEachMemberOfAType)
-{
-    struct Case
-    {
-        KDataType* type;
-        const char* children;
-        int layerType;
-    };
-    KDataType* wide = KDataTypeCreate("Test wide", eDataTypeMemberDouble, 21);
-    const Case cases[] = {
-        {KDataTypeNumber, "", eLayerTypeVector},
-        {KDataTypeVector2, "X Y", eLayerTypeVector},
-        {KDataTypeLclRotation, "X Y Z", eLayerTypeRotation},
-        {KDataTypeLclScaling, "X Y Z", eLayerTypeScaling},
-        {wide, "X Y Z   A B C D E F G H I J K L M N O P Q", eLayerTypeVector},
-    };
-    for (const Case& each : cases) {
-        const NodePtr node = MakeChannel(each.type, "N");
-        EXPECT_EQ(ChildrenOf(node.get()), each.children);
-        EXPECT_EQ(node->GetLayerType(), each.layerType);
-        EXPECT_TRUE(node->FCurveCreated());
-        EXPECT_EQ(node->GetValueCount(), std::max(node->GetCount(), 1));
-    }
-}
-
 TEST(NodeTree, FollowsDataNodesToTheLast)
 {
     const NodePtr nodes[] = {MakeNode("0"), MakeNode("1"), MakeNode("2")};
