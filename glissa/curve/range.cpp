@@ -364,8 +364,11 @@ int Glissa::AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset)
     int hint = 0;
     int last = -1;
     ResetCandidate();
+    InitBuffers(KeyGetCount() + std::max(pLast - pFirst + 1, 0), false);
     for (int i = pFirst; i <= pLast; ++i) {
-        last = KeyAdd(pSource->KeyGetTime(i) + pOffset, pSource, i, &hint);
+        const KTime time = pSource->KeyGetTime(i) + pOffset;
+        const bool isBehind = KeyGetCount() > 0 && mKeys.LastTime() < time;
+        last = isBehind ? KeyAppend(time, pSource, i) : KeyAdd(time, pSource, i, &hint);
     }
     return last;
 }

@@ -2,19 +2,16 @@
 // SPDX-License-Identifier: MIT
 
 // The curve is sampled, with straight lines in front and behind in which each pass settles, and
-// filtered. The keys of the result are put together in a curve of their own, since taking keys out
-// of a curve and adding others one by one would cost the square of their number.
+// filtered. Keys are taken from the samples and put into the curve all at once.
 
 #include "glissa/filter/butterworth.h"
 
 #include "corvekit/object/data_type.h"
 #include "glissa/curve/curve.h"
 #include "glissa/filter/init_property.h"
-#include "glissa/filter/left_side.h"
 #include "glissa/settings/settings.h"
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
-#include "glissa/utils/utils.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,6 +42,18 @@ bool IsInfinite(KTime pTime)
 KTime PeriodOf(double pRate)
 {
     return KTime::FromSeconds(1.0 / pRate);
+}
+
+// The samples as a curve, for keys that lie between them.
+ScratchCurve CurveOf(const std::vector<double>& pSamples, KTime pStart, KTime pPeriod)
+{
+    ScratchCurve curve(GlissaCreate());
+    const auto lead = static_cast<std::size_t>(kLead);
+    curve->InitBuffers(static_cast<int>(pSamples.size()) - 2 * kLead, false);
+    for (std::size_t i = lead; i < pSamples.size() - lead; ++i, pStart += pPeriod) {
+        curve->KeyAppendFast(pStart, static_cast<float>(pSamples[i]));
+    }
+    return curve;
 }
 }  // namespace
 
@@ -227,59 +236,38 @@ std::vector<double> GlissaFilterButterworth::SamplesOf(Glissa& pCurve, const Pla
     return samples;
 }
 
-void GlissaFilterButterworth::LowPass(std::vector<double>& pSamples)
-{
-    double coefficients[6][10];
-    double memory[3][10];
-    int sectionCount = 0;
-    double delay = 0.0;
-    const int order = static_cast<int>(std::clamp(mOrderOfFilter.GetValue(), 0.0, 18.0));
-    ComputeFilterCoefficients(mCutOffFreq, 1.0 / mInternalRate, order, coefficients, &sectionCount,
-                              &delay);
-    const auto pass = [&](auto pBegin, auto pEnd) {
-        InitFilterMemory(0.0, coefficients, sectionCount, memory);
-        const double base = *pBegin;
-        for (auto i = pBegin; i != pEnd; ++i) {
-            ButterworthFilter(&*i, *i - base, sectionCount, coefficients, memory);
-            *i += base;
-        }
-    };
-    pass(pSamples.begin(), pSamples.end());
-    pass(pSamples.rbegin(), pSamples.rend());
-}
-
 bool GlissaFilterButterworth::Change(Glissa& pCurve)
 {
     const Plan plan = PlanFor(pCurve);
     std::vector<double> samples = SamplesOf(pCurve, plan);
     LowPass(samples);
 
-    const int count = pCurve.KeyGetCount();
-    const int body = static_cast<int>(plan.BodyPeriods());
-    const ScratchCurve work(GlissaCreate());
-    work->CopyFrom(pCurve, false);
-    work->InitBuffers(body + 1, false);
-    int key = 0;
-    for (; key < count && pCurve.KeyGetTime(key) < plan.start; ++key) {
-        work->KeyAppend(pCurve.KeyGetTime(key), &pCurve, key);
+    const bool isDecimated = (plan.samplePeriod.Get() % plan.period.Get()) == 0;
+    const auto stride = static_cast<std::size_t>((plan.samplePeriod / plan.period).Get());
+    const ScratchCurve between = isDecimated ? nullptr : CurveOf(samples, plan.start, plan.period);
+    const ScratchCurve keys(GlissaCreate());
+    KTime time = plan.start - plan.samplePeriod;
+    const int count = SampleGrid(time, plan.outerStop, plan.samplePeriod).count;
+    keys->InitBuffers(count, false);
+    int hint = 0;
+    int hintBetween = 0;
+    auto sample = static_cast<std::size_t>(kLead);
+    for (int i = 0; i < count; ++i, time += plan.samplePeriod) {
+        float value = 0.0f;
+        if (time < plan.start || time > plan.stop) {
+            value = pCurve.Evaluate(time, &hint);
+        } else if (between) {
+            value = between->Evaluate(time, &hintBetween);
+        } else {
+            value = static_cast<float>(samples[sample]);
+            sample += stride;
+        }
+        keys->KeyAppendFast(time, value);
     }
-    for (int i = 0; i <= body; ++i) {
-        const double value = samples[static_cast<std::size_t>(kLead + i)];
-        work->KeyAppendFast(plan.start + plan.period * i, static_cast<float>(value));
+    const float defaultValue = pCurve.GetValue();
+    pCurve.Replace(keys.get(), plan.outerStart, plan.outerStop, true, true, KTime());
+    if (pCurve.GetValue() != defaultValue) {
+        pCurve.SetValue(defaultValue);  // the last key to go left its value there
     }
-    while (key < count && pCurve.KeyGetTime(key) <= plan.stop) {
-        ++key;
-    }
-    // The left side of the key behind was stored in a key that is gone.
-    const int behind = work->KeyGetCount();
-    for (int i = key; i < count; ++i) {
-        work->KeyAppend(pCurve.KeyGetTime(i), &pCurve, i);
-    }
-    if (key < count) {
-        PutBackLeftSide(*work, behind, pCurve.KeyGetLeftDerivativeInfo(key));
-    }
-    GlissaUtils::Resample(*work, plan.samplePeriod, plan.outerStart, plan.outerStop, mKeysOnFrame);
-    work->SetValue(pCurve.GetValue());  // that of its last key, when none was left for a moment
-    pCurve.CopyFrom(*work, true);
     return true;
 }

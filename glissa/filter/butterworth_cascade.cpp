@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The sections of the Butterworth filter: their coefficients, and one sample through all of them.
+// The sections of the Butterworth filter: their coefficients, and samples through them.
 
 #include "glissa/filter/butterworth.h"
 
@@ -21,6 +21,55 @@ enum Coefficient
     kB2,
     kGain,
 };
+
+/// A section with its memory, to be kept in registers.
+struct Section
+{
+    Section(const double (*pCoefficients)[10], int pSection)
+        : a1(pCoefficients[kA1][pSection]),
+          a2(pCoefficients[kA2][pSection]),
+          b1(pCoefficients[kB1][pSection]),
+          b2(pCoefficients[kB2][pSection]),
+          gain(pCoefficients[kGain][pSection])
+    {}
+
+    double operator()(double pInput)
+    {
+        const double w = pInput + w1 * a1 + w2 * a2;
+        const double output = (w + w1 * b1 + w2 * b2) * gain;
+        w2 = w1;
+        w1 = w;
+        return output;
+    }
+
+    double a1, a2, b1, b2, gain;
+    double w1 = 0.0;
+    double w2 = 0.0;
+};
+
+// All samples through the sections, two at a time: each waits for its own last sample, so two cost
+// hardly more than one. The pass starts at rest, on the difference to its first sample.
+template <typename Iterator>
+void Pass(Iterator pBegin, Iterator pEnd, const double (*pCoefficients)[10], int pSectionCount)
+{
+    const double base = *pBegin;
+    std::for_each(pBegin, pEnd, [base](double& pSample) { pSample -= base; });
+    int k = 1;
+    for (; k < pSectionCount; k += 2) {
+        Section first(pCoefficients, k);
+        Section second(pCoefficients, k + 1);
+        for (Iterator i = pBegin; i != pEnd; ++i) {
+            *i = second(first(*i));
+        }
+    }
+    if (k == pSectionCount) {
+        Section last(pCoefficients, k);
+        for (Iterator i = pBegin; i != pEnd; ++i) {
+            *i = last(*i);
+        }
+    }
+    std::for_each(pBegin, pEnd, [base](double& pSample) { pSample += base; });
+}
 }  // namespace
 
 void GlissaFilterButterworth::ComputeFilterCoefficients(double pCutOff, double pPeriod, int pOrder,
@@ -75,15 +124,26 @@ void GlissaFilterButterworth::InitFilterMemory(double pInput, double (*pCoeffici
 void GlissaFilterButterworth::ButterworthFilter(double* pOutput, double pInput, int pSectionCount,
                                                 double (*pCoefficients)[10], double (*pMemory)[10])
 {
-    double(*const c)[10] = pCoefficients;
     double x = pInput;
     for (int k = 1; k <= pSectionCount; ++k) {
-        const double w1 = pMemory[1][k];
-        const double w2 = pMemory[2][k];
-        const double w = x + w1 * c[kA1][k] + w2 * c[kA2][k];
-        x = (w + w1 * c[kB1][k] + w2 * c[kB2][k]) * c[kGain][k];
-        pMemory[2][k] = w1;
-        pMemory[1][k] = w;
+        Section section(pCoefficients, k);
+        section.w1 = pMemory[1][k];
+        section.w2 = pMemory[2][k];
+        x = section(x);
+        pMemory[1][k] = section.w1;
+        pMemory[2][k] = section.w2;
     }
     *pOutput = x;
+}
+
+void GlissaFilterButterworth::LowPass(std::vector<double>& pSamples)
+{
+    double coefficients[6][10];
+    int sectionCount = 0;
+    double delay = 0.0;
+    const double order = std::clamp(mOrderOfFilter.GetValue(), 0.0, double{kGreatestOrder});
+    ComputeFilterCoefficients(mCutOffFreq, 1.0 / mInternalRate, static_cast<int>(order),
+                              coefficients, &sectionCount, &delay);
+    Pass(pSamples.begin(), pSamples.end(), coefficients, sectionCount);
+    Pass(pSamples.rbegin(), pSamples.rend(), coefficients, sectionCount);
 }

@@ -5,7 +5,6 @@
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
-#include "glissa/filter/left_side.h"
 #include "glissa/utils/scratch_curve.h"
 
 #include <algorithm>
@@ -77,6 +76,17 @@ SlopeRange SlopesAround(const Glissa& pCurve, int pIndex, KeyRange pKeys, double
     }
     // None in reach, or none that is a number.
     return slopes.least <= slopes.greatest ? slopes : SlopeRange{0.0, 0.0};
+}
+
+// Gives a key the left side that it had: its automatic parameter or its slope, and its weight.
+// They are stored in the key before. The right slope stays.
+void PutBackLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pLeft)
+{
+    const float right = pCurve.KeyGetRightDerivative(pIndex);
+    pCurve.KeySetLeftDerivativeInfo(pIndex, pLeft, false);
+    if (pCurve.KeyGetRightDerivative(pIndex) != right) {
+        pCurve.KeySetRightDerivative(pIndex, right);
+    }
 }
 
 KeyRange KeysOf(GlissaFilterPeakRemover& pFilter, Glissa& pCurve)

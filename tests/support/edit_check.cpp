@@ -150,7 +150,8 @@ std::string EditCheck::Verify(int pReinserted)
     }
 
     const unsigned moved = static_cast<unsigned>(mCurve.GetUpdateId() - mUpdateId);
-    if (static_cast<int>((moved & 0xFFFF) + (moved >> 16)) != all.count) {
+    // Both halves together, also where one carried into the other.
+    if (moved % 0xFFFF != static_cast<unsigned>(all.count) % 0xFFFF) {
         faults << "the update id moved by 0x" << std::hex << moved << std::dec << " for "
                << all.count << " posts\n";
     }

@@ -89,7 +89,7 @@ const std::vector<Row>& Rows()
                      With<Offset>([](Offset& f) { f.SetOffset(-kInf); })}},
         {.name = "butterworth",
          .filter = WithNumbers<Butterworth>(
-             {{"SamplingRate", 0.7}, {"InternalRate", 3.0}, {"CutOffFreq", 1.0}}),
+             {{"SamplingRate", 0.5}, {"InternalRate", 3.0}, {"CutOffFreq", 1.0}}),
          .refused = {WithNumbers<Butterworth>({{"SamplingRate", kNaN}}),
                      WithNumbers<Butterworth>({{"SamplingRate", 1e9}}),
                      WithNumbers<Butterworth>({{"SamplingRate", 1e-300}}),
