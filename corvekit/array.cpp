@@ -9,8 +9,12 @@
 
 void* KBaseAllocator::KRealloc(void* pBlock, std::size_t pSize)
 {
-    // A size of 0 may give null or not, depending on the platform; one byte never does.
-    return std::realloc(pBlock, std::max<std::size_t>(pSize, 1));
+    // For a size of 0 some platforms return null.
+    void* const block = std::realloc(pBlock, std::max<std::size_t>(pSize, 1));
+    if (!block) {
+        throw std::bad_alloc();
+    }
+    return block;
 }
 
 void KBaseAllocator::KFree(void* pBlock)

@@ -17,8 +17,8 @@
 class CORVEKIT_API KBaseAllocator
 {
 public:
-    /// A block of pSize bytes that holds what pBlock held, as far as it fits. Null gives a new
-    /// block. Gives null when there is no memory, and pBlock is then untouched.
+    /// Resizes a block to pSize bytes, with its content kept as far as it fits. Null allocates a
+    /// new block. Throws std::bad_alloc, and pBlock is then unchanged.
     static void* KRealloc(void* pBlock, std::size_t pSize);
     /// Gives a block back. Null is ignored.
     static void KFree(void* pBlock);
@@ -38,19 +38,21 @@ public:
 
 /// A growable array. Capacity comes in steps of BlockCount items and stays until Clear.
 ///
-/// Items may be of any type that can be copied or moved; they are constructed, moved and destroyed
-/// as their type wants it. A pointer to an item is valid until the array grows or an item before
-/// it goes. When there is no memory to grow, the array stays as it is and the call gives -1.
-/// Allocator has the operations of KBaseAllocator.
+/// Items may be of any type that moves without an exception; they are constructed, moved and
+/// destroyed by the operations of their type. A pointer to an item is valid until the array grows
+/// or an item before it is removed. When there is no memory to grow, the call throws std::bad_alloc
+/// and the array is unchanged. Allocator has the operations of KBaseAllocator.
 template <typename T, int BlockCount = 16, typename Allocator = KBaseAllocator>
 class KArrayTemplate
 {
     static_assert(BlockCount > 0);
     static_assert(alignof(T) <= alignof(std::max_align_t));
+    static_assert(std::is_nothrow_move_constructible_v<T> && std::is_nothrow_move_assignable_v<T>);
 
 public:
     KArrayTemplate() = default;
-    KArrayTemplate(const KArrayTemplate& pOther) { AppendAll(pOther); }
+    // Delegates, so that the destructor runs when the copy of an item throws.
+    KArrayTemplate(const KArrayTemplate& pOther) : KArrayTemplate() { AppendAll(pOther); }
     KArrayTemplate(KArrayTemplate&& pOther) noexcept { Swap(pOther); }
     KArrayTemplate& operator=(const KArrayTemplate& pOther)
     {
@@ -86,13 +88,14 @@ public:
     const T* begin() const { return mItems; }
     const T* end() const { return mItems + mCount; }
 
-    /// Puts an item before the one at pIndex, 0 to the count. Gives pIndex, or -1 for an index out
-    /// of range or without memory. The item may be one of the array's own.
+    /// Inserts an item before the one at pIndex, 0 to the count. Returns pIndex, or -1 for an index
+    /// out of range. The item may be one of the array's own.
     int InsertAt(int pIndex, T pItem)
     {
-        if (pIndex < 0 || pIndex > mCount || !Reserve(mCount, 1)) {
+        if (pIndex < 0 || pIndex > mCount) {
             return -1;
         }
+        Reserve(1);
         if (pIndex == mCount) {
             std::construct_at(mItems + mCount, std::move(pItem));
         } else {
@@ -103,7 +106,7 @@ public:
         ++mCount;
         return pIndex;
     }
-    /// Puts an item behind the last one and gives its index, or -1 without memory.
+    /// Appends an item and returns its index.
     int Add(T pItem) { return InsertAt(mCount, std::move(pItem)); }
 
     /// Takes an item out and closes the gap. False for an index out of range.
@@ -131,10 +134,12 @@ public:
         return -1;
     }
 
-    /// Makes room for pCapacity items in all. False without memory.
-    bool SetCapacity(int pCapacity)
+    /// Makes room for pCapacity items in all: no call throws until the count exceeds it.
+    void SetCapacity(int pCapacity)
     {
-        return pCapacity <= mCapacity || Reserve(mCount, pCapacity - mCount);
+        if (pCapacity > mCapacity) {
+            Reserve(pCapacity - mCount);
+        }
     }
 
     /// Destroys the items, the last one first, and gives the memory back.
@@ -157,48 +162,43 @@ public:
     }
 
 private:
-    /// Room for pMore items beyond the pCount that stand.
-    bool Reserve(int pCount, int pMore)
+    /// Room for pMore items more.
+    void Reserve(int pMore)
     {
-        return pMore <= mCapacity - pCount || Grow(pCount, pMore);
+        if (pMore > mCapacity - mCount) {
+            Grow(pMore);
+        }
     }
 
-    bool Grow(int pCount, int pMore)
+    void Grow(int pMore)
     {
         int needed = 0;
-        if (__builtin_add_overflow(pCount, pMore, &needed)) {
-            return false;
+        int capacity = -1;
+        if (!__builtin_add_overflow(mCount, pMore, &needed)) {
+            capacity = KArrayHelper::GetNextArraySize(mCapacity, needed, BlockCount, sizeof(T));
         }
-        const int capacity =
-            KArrayHelper::GetNextArraySize(mCapacity, needed, BlockCount, sizeof(T));
         if (capacity < 0) {
-            return false;
+            throw std::bad_alloc();
         }
         const std::size_t size = static_cast<std::size_t>(capacity) * sizeof(T);
-        constexpr bool moveable_as_bytes = std::is_trivially_copyable_v<T>;
-        void* block =
-            Allocator::KRealloc(moveable_as_bytes ? static_cast<void*>(mItems) : nullptr, size);
-        if (!block) {
-            return false;
-        }
-        T* items = static_cast<T*>(block);
-        if constexpr (!moveable_as_bytes) {
-            std::uninitialized_move(mItems, mItems + pCount, items);
-            std::destroy(mItems, mItems + pCount);
+        constexpr bool isMovedAsBytes = std::is_trivially_copyable_v<T>;
+        T* const items = static_cast<T*>(
+            Allocator::KRealloc(isMovedAsBytes ? static_cast<void*>(mItems) : nullptr, size));
+        if constexpr (!isMovedAsBytes) {
+            std::uninitialized_move(mItems, mItems + mCount, items);
+            std::destroy(mItems, mItems + mCount);
             Allocator::KFree(mItems);
         }
         mItems = items;
         mCapacity = capacity;
-        return true;
     }
 
     void AppendAll(const KArrayTemplate& pOther)
     {
-        if (SetCapacity(pOther.mCount)) {
-            for (const T& each : pOther) {
-                std::construct_at(mItems + mCount, each);
-                ++mCount;
-            }
+        SetCapacity(pOther.mCount);
+        for (const T& each : pOther) {
+            std::construct_at(mItems + mCount, each);
+            ++mCount;
         }
     }
 

@@ -27,7 +27,8 @@ KMemoryPool::KMemoryPool(std::size_t pBlockSize, int pBlocksPerChunk, int pReser
       mFreeAtEnd(pFreeAtEnd)
 {
     const std::size_t reserve = static_cast<std::size_t>(std::max(pReserve, 0));
-    for (std::size_t ready = 0; ready < reserve && AddChunk(); ready += mBlocksPerChunk) {
+    for (std::size_t ready = 0; ready < reserve; ready += mBlocksPerChunk) {
+        AddChunk();
     }
 }
 
@@ -43,14 +44,14 @@ KMemoryPool::~KMemoryPool()
     }
 }
 
-bool KMemoryPool::AddChunk()
+void KMemoryPool::AddChunk()
 {
-    if (mBlocksPerChunk > (std::numeric_limits<std::size_t>::max() - kChunkHead) / mBlockSize) {
-        return false;
-    }
-    void* memory = std::malloc(kChunkHead + mBlocksPerChunk * mBlockSize);
+    constexpr std::size_t greatest = std::numeric_limits<std::size_t>::max() - kChunkHead;
+    void* const memory = mBlocksPerChunk <= greatest / mBlockSize
+                             ? std::malloc(kChunkHead + mBlocksPerChunk * mBlockSize)
+                             : nullptr;
     if (!memory) {
-        return false;
+        throw std::bad_alloc();
     }
     mChunks = ::new (memory) Link{mChunks};
     // Linked from the last block back, so that blocks are handed out in order of address.
@@ -58,5 +59,4 @@ bool KMemoryPool::AddChunk()
     for (std::size_t i = mBlocksPerChunk; i-- > 0;) {
         mFree = ::new (static_cast<void*>(first + i * mBlockSize)) Link{mFree};
     }
-    return true;
 }

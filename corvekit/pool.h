@@ -26,11 +26,11 @@ public:
     KMemoryPool& operator=(const KMemoryPool&) = delete;
     ~KMemoryPool();
 
-    /// A block with undefined content, or null when there is no memory.
+    /// A block with undefined content. Throws std::bad_alloc.
     void* Allocate()
     {
-        if (!mFree && !AddChunk()) {
-            return nullptr;
+        if (!mFree) {
+            AddChunk();
         }
         Link* block = mFree;
         mFree = block->mNext;
@@ -57,7 +57,7 @@ private:
         Link* mNext;
     };
 
-    bool AddChunk();
+    void AddChunk();
 
     Link* mFree = nullptr;
     Link* mChunks = nullptr;

@@ -44,21 +44,25 @@ public:
     int GetCount() const { return mEntries.GetCount(); }
     bool IsEmpty() const { return mEntries.IsEmpty(); }
 
-    /// Adds a pair. False, and nothing changes, when the key is there already or memory lacks.
+    /// Adds a pair. False, and nothing changes, when the key is there already.
     bool Add(const Key& pKey, const Value& pValue)
     {
         const int place = PlaceOf(pKey);
-        return !Holds(place, pKey) && mEntries.InsertAt(place, Entry{pKey, pValue}) >= 0;
+        if (Holds(place, pKey)) {
+            return false;
+        }
+        mEntries.InsertAt(place, Entry{pKey, pValue});
+        return true;
     }
-    /// Adds a pair or replaces the value of the key. False when memory lacks.
-    bool Set(const Key& pKey, const Value& pValue)
+    /// Adds a pair or replaces the value of the key.
+    void Set(const Key& pKey, const Value& pValue)
     {
         Value* value = Find(pKey);
         if (value) {
             *value = pValue;
-            return true;
+        } else {
+            Add(pKey, pValue);
         }
-        return Add(pKey, pValue);
     }
     /// False when the key is not there.
     bool Remove(const Key& pKey)

@@ -17,7 +17,7 @@ constexpr int kBvhDeepestNesting = 512;
 ///
 /// An error names the file, the line and the reason, and there is then no clip: a file is read
 /// whole or not at all. The memory taken is bounded by a multiple of the length of the text,
-/// whatever counts the text names. Throws nothing.
+/// whatever counts the text names.
 IoResult<Clip> ParseBvh(std::string_view pText, const std::string& pFileName);
 
 /// Reads the file and parses it.

@@ -34,8 +34,8 @@ bool IsStore(std::string_view pBytes);
 void StoreClip(const Clip& pClip, const CurveClip& pCurves, KTdf& pTdf);
 
 /// Reads a clip file. Trusts nothing: an error names the file, the place and the reason. Damage
-/// within a curve is no error, but listed in mFaults, so that all of it can be told. Throws
-/// nothing.
+/// within a curve is no error, but listed in mFaults, so that all of it can be told. A file that
+/// does not fit into memory is an error.
 IoResult<StoredClip> ParseClipStore(std::string_view pBytes, const std::string& pFileName);
 
 /// The clip with the curves' values at its frames, blended where there are layers. A value is the

@@ -32,10 +32,20 @@ std::string TakeName(Names& pTaken, const std::string& pAddress)
     return name;
 }
 
+GlissaNode* AddNew(GlissaNode& pParent, GlissaNode* pNode)
+{
+    try {
+        pParent.Add(pNode);
+    } catch (...) {
+        pNode->Destroy();
+        throw;
+    }
+    return pNode;
+}
+
 GlissaNode* AddTransform(GlissaNode& pJoint, KDataType* pType, const char* pName)
 {
-    GlissaNode* const node = FCurveNodeCreateFromDataType(pType, pName);
-    pJoint.Add(node);
+    GlissaNode* const node = AddNew(pJoint, FCurveNodeCreateFromDataType(pType, pName));
     node->CreateFCurve();
     return node;
 }
@@ -56,10 +66,10 @@ NodeClip::NodeClip(const Clip& pClip)
         GlissaNode* const parent =
             joint.mParent < 0 ? mRoot.get() : mJoints[static_cast<std::size_t>(joint.mParent)];
         Names& names = taken.emplace(parent, Names{"T", "R", "S"}).first->second;
-        GlissaNode* const node = GlissaNodeCreate(TakeName(names, joint.mAddress).c_str(), nullptr,
-                                                  eLayerTypeValue, GlissaLayerInfo::Base);
+        GlissaNode* const node =
+            AddNew(*parent, GlissaNodeCreate(TakeName(names, joint.mAddress).c_str(), nullptr,
+                                             eLayerTypeValue, GlissaLayerInfo::Base));
         node->SetTimeWarpName(joint.mName.c_str());
-        parent->Add(node);
         mJoints.push_back(node);
         if (Moves(joint, false)) {
             GlissaNode* const translation = AddTransform(*node, KDataTypeLclTranslation, "T");

@@ -6,6 +6,7 @@
 #include "corvekit/event/entry_list.h"
 
 #include <map>
+#include <utility>
 
 namespace
 {
@@ -30,10 +31,11 @@ bool KGlobalNamedEvent::Register(const char* pName, ICallback* pObject, KCallbac
     if (!pName || !pObject || !pMethod) {
         return false;
     }
-    mName = KString(pName);
+    KString name(pName);
+    Events()[name].Add(pObject, pMethod);
+    mName = std::move(name);
     mObject = pObject;
     mMethod = pMethod;
-    Events()[mName].Add(mObject, mMethod);
     return true;
 }
 

@@ -120,6 +120,7 @@ struct AddedTypes
             for (char units = tens == '0' ? '1' : '0'; units <= (tens == '4' ? '0' : '9');
                  ++units) {
                 const char name[] = {'S', 'h', 'a', 'p', 'e', ' ', tens, units, '\0'};
+                mTypes.SetCapacity(mTypes.GetCount() + 1);
                 mTypes.Add(new AddedType(name, eDataTypeMemberDouble, 1));
             }
         }
@@ -173,11 +174,9 @@ KDataType* KDataTypeCreate(const char* pName, EDataTypeMember pMember, int pMemb
     if (FindType(added, pName)) {
         return nullptr;
     }
-    AddedType* type = new AddedType(pName, pMember, pMemberCount);
-    if (added.mTypes.Add(type) < 0) {
-        delete type;
-        return nullptr;
-    }
+    added.mTypes.SetCapacity(added.mTypes.GetCount() + 1);
+    AddedType* const type = new AddedType(pName, pMember, pMemberCount);
+    added.mTypes.Add(type);
     return &type->mType;
 }
 

@@ -135,9 +135,10 @@ KProperty* KObject::FastFindPropertyByName(const char* pName, KPropertyHashMap& 
 
 bool KObject::AddProperty(KProperty* pProperty)
 {
-    if (!pProperty || mProperties.Find(pProperty) >= 0 || mProperties.Add(pProperty) < 0) {
+    if (!pProperty || mProperties.Find(pProperty) >= 0) {
         return false;
     }
+    mProperties.Add(pProperty);
     if (pProperty->mListedIn) {
         pProperty->mListedIn->RemoveProperty(pProperty);
     }

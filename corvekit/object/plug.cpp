@@ -21,13 +21,9 @@ bool KPlug::Connect(KPlug* pDestination)
     if (!pDestination || pDestination == this || mDestinations.Find(pDestination) >= 0) {
         return false;
     }
-    if (mDestinations.Add(pDestination) < 0) {
-        return false;
-    }
-    if (pDestination->mSources.Add(this) < 0) {
-        mDestinations.RemoveIt(pDestination);
-        return false;
-    }
+    pDestination->mSources.SetCapacity(pDestination->GetSourceCount() + 1);
+    mDestinations.Add(pDestination);
+    pDestination->mSources.Add(this);
     return true;
 }
 

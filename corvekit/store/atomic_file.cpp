@@ -139,6 +139,8 @@ bool KAtomicFile::Commit()
     if (fsync(mFile) != 0 && !MeansNotSupported(errno)) {
         return Fail("cannot flush", errno);
     }
+    // Whatever can throw comes before the rename.
+    const std::string folderName = DirectoryOf(mTarget);
     // Closed before the rename, which may report an error of writing; the copy keeps the lock.
     const int written = mFile;
     mFile = fcntl(written, F_DUPFD_CLOEXEC, 0);
@@ -152,7 +154,7 @@ bool KAtomicFile::Commit()
     Discard();
 
     // A folder that may be entered but not read cannot be flushed; the file itself is complete.
-    const int folder = open(DirectoryOf(mTarget).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int folder = open(folderName.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) {
         return true;
     }

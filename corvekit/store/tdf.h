@@ -37,6 +37,7 @@ enum ETdfError : int
     eTdfErrorName,              ///< a field name longer than KTdf::kMaxNameSize
     eTdfErrorTooMany,           ///< more fields than an int counts
     eTdfErrorTrailing,          ///< bytes behind the last field
+    eTdfErrorMemory,            ///< out of memory
     eTdfErrorIdCount            ///< how many ids there are
 };
 
@@ -77,7 +78,10 @@ public:
 
     KTdf();
     KTdf(const KTdf&) = default;
-    KTdf& operator=(const KTdf&) = default;
+    KTdf& operator=(const KTdf& pOther) { return *this = KTdf(pOther); }
+    /// A document that was moved from can be assigned, cleared and destroyed, nothing else.
+    KTdf(KTdf&&) = default;
+    KTdf& operator=(KTdf&&) = default;
 
     /// Back to a new document: no fields, no error. Checked reading stays as set.
     void Clear();
@@ -92,7 +96,8 @@ public:
     /// A field is written as FieldWriteBegin, its values, if wanted FieldWriteBlockBegin, inner
     /// fields, FieldWriteBlockEnd, and FieldWriteEnd. The first call out of that order answers
     /// false, sets the error, and so does every later write until Clear: a document with a hole
-    /// cannot be saved by mistake. Writing leaves all fields that were open for reading.
+    /// cannot be saved by mistake. A write that throws std::bad_alloc has the same effect. Writing
+    /// leaves all fields that were open for reading.
     ///
     /// pName  any bytes up to the first zero byte, at most kMaxNameSize of them; null reads as "".
     bool FieldWriteBegin(const char* pName);
@@ -190,8 +195,8 @@ public:
 
     // Files (store/tdf_file.cpp, store/tdf_parser.cpp)
 
-    /// Writes the document. False, with the error set, if a field is still open, a write was out of
-    /// order before, or the target refuses.
+    /// Writes the document. False, with the error set, if a field is still open, an earlier write
+    /// failed, the target refuses, or memory runs out.
     ///
     /// To a path: by a KAtomicFile, so that a failure or a crash leaves the old file or the new
     /// one, complete.
@@ -199,7 +204,8 @@ public:
     bool Save(const char* pPath);
 
     /// Replaces the document by what is read, the rest of a stream, a file or bytes in memory.
-    /// False if anything is wrong with it: GetError says what and where, the document is empty.
+    /// False if anything is wrong with it or memory runs out: GetError says what and where, and the
+    /// document is empty.
     /// Memory is asked for as bytes arrive: three times their number for a file of values, at most
     /// 40 times for one of nothing but empty fields.
     bool Load(std::istream& pStream);
@@ -269,6 +275,8 @@ private:
         return mBytes.GetData() + mSize;
     }
     std::uint8_t* MakeRoom(std::size_t pSize);
+    template <typename Step>
+    void GrowOrFail(const Step& pGrow);
     void WriteText(std::string_view pText);
     void FlushValueCount();
 
@@ -289,6 +297,10 @@ private:
     }
     std::string_view ReadText();
 
+    template <typename Check>
+    bool LoadFrom(const Source& pSource, const char* pPath, const Check& pCheckSource);
+    template <typename Step>
+    bool AnswerForMemory(const Step& pStep);
     bool CheckComplete();
     bool WriteAll(Sink& pSink) const;
     bool Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum);

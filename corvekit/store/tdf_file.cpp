@@ -18,6 +18,7 @@
 #include <cstring>
 #include <istream>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -105,88 +106,105 @@ private:
 
 bool KTdf::Save(std::ostream& pStream)
 {
-    if (!CheckComplete()) {
-        return false;
-    }
-    Sink sink([&pStream](const std::uint8_t* pBytes, std::size_t pSize) {
-        pStream.write(reinterpret_cast<const char*>(pBytes), static_cast<std::streamsize>(pSize));
-        return pStream.good();
+    return AnswerForMemory([&] {
+        if (!CheckComplete()) {
+            return false;
+        }
+        Sink sink([&pStream](const std::uint8_t* pBytes, std::size_t pSize) {
+            pStream.write(reinterpret_cast<const char*>(pBytes),
+                          static_cast<std::streamsize>(pSize));
+            return pStream.good();
+        });
+        return (WriteAll(sink) && pStream.flush()) ||
+               Fail(eTdfErrorCannotWrite, "cannot write to the stream");
     });
-    if (!WriteAll(sink) || !pStream.flush()) {
-        return Fail(eTdfErrorCannotWrite, "cannot write to the stream");
-    }
-    return true;
 }
 
 bool KTdf::Save(const char* pPath)
 {
-    if (!CheckComplete()) {
-        return false;
-    }
-    KAtomicFile file(pPath);
-    Sink sink([&file](const std::uint8_t* pBytes, std::size_t pSize) {
-        return file.Write(pBytes, pSize);
-    });
-    if (!WriteAll(sink) || !file.Commit()) {
+    return AnswerForMemory([&] {
+        if (!CheckComplete()) {
+            return false;
+        }
+        KAtomicFile file(pPath);
+        Sink sink([&file](const std::uint8_t* pBytes, std::size_t pSize) {
+            return file.Write(pBytes, pSize);
+        });
+        if (WriteAll(sink) && file.Commit()) {
+            return true;
+        }
         const std::string text = std::string("'") + (pPath ? pPath : "") + "': " + file.GetReason();
         return Fail(eTdfErrorCannotWrite, text.c_str());
-    }
-    return true;
+    });
 }
 
 bool KTdf::Load(std::istream& pStream)
 {
-    Clear();
     const auto source = [&pStream](std::uint8_t* pOut, std::size_t pSize) {
         pStream.read(reinterpret_cast<char*>(pOut), static_cast<std::streamsize>(pSize));
         return static_cast<std::size_t>(pStream.gcount());
     };
-    std::uint32_t sum = 0;
-    if (!Receive(source, nullptr, &sum)) {
-        return false;
-    }
-    if (pStream.bad() || !pStream.eof()) {
-        Reset();
-        return Fail(eTdfErrorCannotRead, "cannot read from the stream");
-    }
-    return Accept(nullptr, sum);
+    return LoadFrom(source, nullptr, [&] {
+        return (!pStream.bad() && pStream.eof()) ||
+               Fail(eTdfErrorCannotRead, "cannot read from the stream");
+    });
 }
 
 bool KTdf::Load(const char* pPath)
 {
-    Clear();
     const auto close = [](std::FILE* pFile) { std::fclose(pFile); };
     const std::unique_ptr<std::FILE, decltype(close)> file(std::fopen(pPath ? pPath : "", "rb"),
                                                            close);
+    const auto fail = [&](const char* pAction) {
+        const std::string text = SystemReason(pAction, pPath);
+        return Fail(eTdfErrorCannotRead, text.c_str());
+    };
     if (!file) {
-        return Fail(eTdfErrorCannotRead, SystemReason("open", pPath).c_str());
+        Clear();
+        return AnswerForMemory([&] { return fail("open"); });
     }
     const auto source = [&file](std::uint8_t* pOut, std::size_t pSize) {
         return std::fread(pOut, 1, pSize, file.get());
     };
-    std::uint32_t sum = 0;
-    if (!Receive(source, pPath, &sum)) {
-        return false;
-    }
-    if (std::ferror(file.get()) != 0) {
-        const std::string reason = SystemReason("read", pPath);
-        Reset();
-        return Fail(eTdfErrorCannotRead, reason.c_str());
-    }
-    return Accept(pPath, sum);
+    return LoadFrom(source, pPath, [&] { return std::ferror(file.get()) == 0 || fail("read"); });
 }
 
 bool KTdf::Load(std::span<const std::uint8_t> pBytes)
 {
-    Clear();
     const auto source = [&pBytes](std::uint8_t* pOut, std::size_t pSize) {
         const std::size_t size = std::min(pSize, pBytes.size());
         std::copy_n(pBytes.begin(), size, pOut);
         pBytes = pBytes.subspan(size);
         return size;
     };
-    std::uint32_t sum = 0;
-    return Receive(source, nullptr, &sum) && Accept(nullptr, sum);
+    return LoadFrom(source, nullptr, [] { return true; });
+}
+
+// pCheckSource  called when the source has ended: false, with the error set, if it failed.
+template <typename Check>
+bool KTdf::LoadFrom(const Source& pSource, const char* pPath, const Check& pCheckSource)
+{
+    Clear();
+    const bool isLoaded = AnswerForMemory([&] {
+        std::uint32_t sum = 0;
+        return Receive(pSource, pPath, &sum) && pCheckSource() && Accept(pPath, sum);
+    });
+    if (!isLoaded) {
+        Reset();
+    }
+    return isLoaded;
+}
+
+// Makes a lack of memory an error like any other.
+template <typename Step>
+bool KTdf::AnswerForMemory(const Step& pStep)
+{
+    try {
+        return pStep();
+    } catch (const std::bad_alloc&) {
+        mError.SetLastErrorID(eTdfErrorMemory);  // so short a text is kept without an allocation
+        return false;
+    }
 }
 
 bool KTdf::CheckComplete()
@@ -234,7 +252,6 @@ bool KTdf::Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum
         mSize += received;
         if (mSize >= tdf::kMagic.size() &&
             !std::equal(tdf::kMagic.begin(), tdf::kMagic.end(), mBytes.GetData())) {
-            Reset();
             return Refuse(eTdfErrorNotAStore, pPath, 0);
         }
         if (mSize > summed + tdf::kChecksumSize) {
@@ -253,25 +270,22 @@ bool KTdf::Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum
 // for none.
 bool KTdf::Accept(const char* pPath, std::uint32_t pSum)
 {
-    const auto refuse = [this, pPath](int pId, std::size_t pOffset) {
-        Reset();
-        return Refuse(pId, pPath, pOffset);
-    };
     if (mSize < tdf::kHeaderSize + tdf::kChecksumSize) {
-        return refuse(eTdfErrorNotAStore, mSize);
+        return Refuse(eTdfErrorNotAStore, pPath, mSize);
     }
     const std::uint32_t version =
         cbor::GetBigEndian<std::uint32_t>(mBytes.GetData() + tdf::kMagic.size());
     if (version < tdf::eVersionFirst || version > tdf::eVersionLatest) {
-        return refuse(eTdfErrorVersion, tdf::kMagic.size());
+        return Refuse(eTdfErrorVersion, pPath, tdf::kMagic.size());
     }
     const std::size_t end = mSize - tdf::kChecksumSize;
     if (pSum != cbor::GetBigEndian<std::uint32_t>(mBytes.GetData() + end)) {
-        return refuse(eTdfErrorChecksum, end);
+        return Refuse(eTdfErrorChecksum, pPath, end);
     }
     Parser parser(mBytes.GetData(), tdf::kHeaderSize, end);
     if (!parser.Run()) {
-        return refuse(parser.GetErrorId(), static_cast<std::size_t>(parser.GetErrorOffset()));
+        return Refuse(parser.GetErrorId(), pPath,
+                      static_cast<std::size_t>(parser.GetErrorOffset()));
     }
     mFields = std::move(parser.GetFields());
     mRootEnd = static_cast<std::uint32_t>(mFields.size());

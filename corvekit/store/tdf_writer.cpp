@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <new>
 
 namespace
 {
@@ -37,6 +38,7 @@ constexpr auto kErrorTexts = std::to_array<const char*>({
     "a field name is too long",
     "too many fields",
     "bytes behind the last field",
+    "out of memory",
 });
 static_assert(kErrorTexts.size() == eTdfErrorIdCount);
 }  // namespace
@@ -66,9 +68,11 @@ bool KTdf::FieldWriteBegin(const char* pName)
     }
     const std::size_t begin = mSize;
     WriteText(name);
-    mWriteFields.push_back(static_cast<std::uint32_t>(mFields.size()));
-    mFields.push_back(
-        {begin, 0, static_cast<std::uint32_t>(mSize - begin), tdf::HashName(name), 0, kNoBlock});
+    GrowOrFail([&] {
+        mWriteFields.push_back(static_cast<std::uint32_t>(mFields.size()));
+        mFields.push_back({begin, 0, static_cast<std::uint32_t>(mSize - begin), tdf::HashName(name),
+                           0, kNoBlock});
+    });
     mWriteCount = 0;
     mWriteState = eWriteValues;
     return true;
@@ -197,7 +201,7 @@ bool KTdf::FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_v
         return FailWrite("samples are written with no field open, or with too many letters");
     }
     constexpr std::size_t kMaxSample = 2 * kMaxNumber + 2 * kMaxSampleLetters;
-    mBytes.Grow(mSize + pSamples.size() * kMaxSample);
+    GrowOrFail([&] { mBytes.Grow(mSize + pSamples.size() * kMaxSample); });
     const tdf::LetterBytes letters = tdf::EncodeLetters(pLetters);
     std::uint8_t* at = mBytes.GetData() + mSize;
     for (const KTdfSample& each : pSamples) {
@@ -243,6 +247,20 @@ bool KTdf::Fail(int pId, const char* pText, std::int64_t pOffset)
     return false;
 }
 
+// Runs a step of a write that allocates. If it throws, a part of the write is missing: the document
+// can no longer be saved.
+template <typename Step>
+void KTdf::GrowOrFail(const Step& pGrow)
+{
+    try {
+        pGrow();
+    } catch (const std::bad_alloc&) {
+        mWriteState = eWriteFailed;
+        mError.SetLastErrorID(eTdfErrorMemory);  // so short a text is kept without an allocation
+        throw;
+    }
+}
+
 // The rare side of Room.
 std::uint8_t* KTdf::MakeRoom(std::size_t pSize)
 {
@@ -250,13 +268,13 @@ std::uint8_t* KTdf::MakeRoom(std::size_t pSize)
         FailWrite("a value is written with no field open");
         return nullptr;
     }
-    mBytes.Grow(mSize + pSize);
+    GrowOrFail([&] { mBytes.Grow(mSize + pSize); });
     return Room(pSize);
 }
 
 void KTdf::WriteText(std::string_view pText)
 {
-    mBytes.Grow(mSize + pText.size() + 2 * cbor::kMaxHead);
+    GrowOrFail([&] { mBytes.Grow(mSize + pText.size() + 2 * cbor::kMaxHead); });
     std::uint8_t* at = mBytes.GetData() + mSize;
     if (cbor::IsUtf8(pText)) {
         at = cbor::PutHead(at, cbor::eText, pText.size());

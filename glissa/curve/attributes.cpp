@@ -65,8 +65,9 @@ void Glissa::KeyAttrSeparate(int pIndex)
     if (!key.mAttribute) {
         key.mAttribute = NewBlock(GlissaKeyAttributes{});
     } else if (key.mAttribute->mReferenceCount > 1) {
+        KPriFCurveKeyAttr* const own = NewBlock(*key.mAttribute);
         --key.mAttribute->mReferenceCount;
-        key.mAttribute = NewBlock(*key.mAttribute);
+        key.mAttribute = own;
     }
 }
 
@@ -89,8 +90,9 @@ void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
     if (key.mAttribute && key.mAttribute->mReferenceCount == 1) {
         *key.mAttribute = KPriFCurveKeyAttr{attributes, 1};
     } else {
+        KPriFCurveKeyAttr* const own = NewBlock(attributes);
         ReleaseAttribute(key);
-        key.mAttribute = NewBlock(attributes);
+        key.mAttribute = own;
     }
 
     CallbackAddEvent(GrowTo(pIndex) ? kGlissaEventAdded : kGlissaEventAllAttributes, pIndex);

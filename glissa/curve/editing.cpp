@@ -11,6 +11,7 @@
 
 #include <bit>
 #include <cmath>
+#include <new>
 
 namespace
 {
@@ -56,7 +57,14 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
     record.mTime = pTime;
     record.mValue = value;
     CORVEKIT_ASSERT(KeepsOrder(index, pTime));
-    KeyAttrSet(index, pKey.GetKeyAttr());
+    try {
+        KeyAttrSet(index, pKey.GetKeyAttr());
+    } catch (const std::bad_alloc&) {
+        if (!mKeys[index].mAttribute) {
+            mKeys.CloseGap(index, index);
+        }
+        throw;
+    }
     // A listener of that event may have taken keys away.
     if (index >= KeyGetCount()) {
         return index;

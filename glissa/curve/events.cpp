@@ -10,6 +10,7 @@
 
 void Glissa::CallbackRegister(Listener pFunction, void* pObject)
 {
+    mListenerObjects.SetCapacity(mListenerObjects.GetCount() + 1);
     mListenerFunctions.Add(reinterpret_cast<std::uint64_t>(pFunction));
     mListenerObjects.Add(reinterpret_cast<std::uint64_t>(pObject));
 }

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace
 {
@@ -39,7 +39,8 @@ void KeyList::Reserve(int pCount)
     if (mPages && pCount > 0) {
         const int wanted = (pCount - 1) / kKeysPerPage;
         while (mLastPage < wanted) {
-            mPages[++mLastPage] = static_cast<KPriFCurveKey*>(WatchMalloc(PageBytes()));
+            mPages[mLastPage + 1] = static_cast<KPriFCurveKey*>(WatchMalloc(PageBytes()));
+            ++mLastPage;
         }
     }
 }
@@ -148,7 +149,7 @@ void KeyList::FreeAll()
 {
     FreePagesBehind(-1);
     WatchFree(mPages, TableBytes(mCapacity / kKeysPerPage));
-    std::free(mPageTicks);
+    delete[] mPageTicks;
     mPages = nullptr;
     mPageTicks = nullptr;
     mCount = 0;
@@ -168,6 +169,9 @@ void KeyList::FreePagesBehind(int pLastPage)
 void KeyList::ResizeTable(int pEntries, int pKeptEntries)
 {
     CORVEKIT_ASSERT(pKeptEntries >= 0 && pKeptEntries <= pEntries);
+    // Both before anything changes. Room for the page times comes with the table, so that a search
+    // allocates nothing.
+    auto ticks = std::make_unique_for_overwrite<std::int64_t[]>(static_cast<std::size_t>(pEntries));
     auto** table = static_cast<KPriFCurveKey**>(WatchMalloc(TableBytes(pEntries)));
     if (pKeptEntries > 0) {
         std::memcpy(table, mPages, TableBytes(pKeptEntries));
@@ -175,11 +179,8 @@ void KeyList::ResizeTable(int pEntries, int pKeptEntries)
     WatchFree(mPages, TableBytes(mCapacity / kKeysPerPage));
     mPages = table;
     mCapacity = pEntries * kKeysPerPage;
-
-    // Room for the page times comes with the table, so that a search allocates nothing.
-    std::free(mPageTicks);
-    mPageTicks = static_cast<std::int64_t*>(
-        std::malloc(static_cast<std::size_t>(pEntries) * sizeof(std::int64_t)));
+    delete[] mPageTicks;
+    mPageTicks = ticks.release();
     mIndexedPages = 0;
 }
 

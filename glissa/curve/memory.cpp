@@ -17,6 +17,15 @@ unsigned sRecordingMemory = 0;
 
 KMemoryBlockQueue sQueue(kBlockSize, kListThreshold);
 
+void* AllocateZeroed(std::size_t pSize)
+{
+    void* const memory = std::calloc(1, pSize);
+    if (!memory) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
 bool IsBlockSize(unsigned long pSize)
 {
     return pSize == static_cast<unsigned long>(sQueue.GetMemoryBlockSize());
@@ -28,8 +37,9 @@ void* WatchMalloc(unsigned long pSize)
     if (IsBlockSize(pSize)) {
         return sQueue.GetRecycleMemoryBlock();
     }
+    void* const memory = AllocateZeroed(pSize);
     sRecordingMemory += static_cast<unsigned>(pSize);
-    return std::calloc(1, pSize);
+    return memory;
 }
 
 void WatchFree(void* pMemory, unsigned long pSize)
@@ -127,8 +137,10 @@ void KMemoryBlockQueue::Destroy(int)
 // A new zero-filled block, accounted for.
 void* KMemoryBlockQueue::NewBlock()
 {
+    void* const block =
+        AllocateZeroed(std::max(static_cast<std::size_t>(mBlockSize), sizeof(Node)));
     sRecordingMemory += static_cast<unsigned>(mBlockSize);
-    return std::calloc(1, std::max(static_cast<std::size_t>(mBlockSize), sizeof(Node)));
+    return block;
 }
 
 void KMemoryBlockQueue::FreeBlock(void* pBlock)
@@ -139,14 +151,14 @@ void KMemoryBlockQueue::FreeBlock(void* pBlock)
 
 void* KMemoryBlockQueue::GetRecycleMemoryBlock()
 {
-    ++mUsedCount;
-    if (mFreeCount > 0) {
-        if (void* const block = mFree.Pop()) {
-            --mFreeCount;
-            return block;
-        }
+    void* block = mFreeCount > 0 ? mFree.Pop() : nullptr;
+    if (block) {
+        --mFreeCount;
+    } else {
+        block = NewBlock();
     }
-    return NewBlock();
+    ++mUsedCount;
+    return block;
 }
 
 void KMemoryBlockQueue::RecycleMemoryBlock(void* pBlock)

@@ -9,7 +9,7 @@
 #include <mutex>
 
 /// Zero-filled memory. A size equal to the block size takes a block from the queue; any other adds
-/// its size to the recording memory and comes from the heap.
+/// its size to the recording memory and comes from the heap. Throws std::bad_alloc.
 GLISSA_API void* WatchMalloc(unsigned long pSize);
 /// Gives back what WatchMalloc gave; pSize is the size that was asked for. Null is allowed.
 GLISSA_API void WatchFree(void* pMemory, unsigned long pSize);
@@ -40,7 +40,7 @@ public:
     IObject* IQuery(unsigned long pId, int pArgument) override;
     void Destroy(int pArgument) override;
 
-    /// A zero-filled block, from the free list or the heap.
+    /// A zero-filled block, from the free list or the heap. Throws std::bad_alloc.
     void* GetRecycleMemoryBlock();
     /// Takes a block back: kept while the free list is below its threshold, else freed.
     void RecycleMemoryBlock(void* pBlock);

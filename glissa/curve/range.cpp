@@ -9,6 +9,7 @@
 // it moves house.
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/curve_holder.h"
 #include "glissa/curve/hold_slopes.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/ticks.h"
@@ -69,7 +70,7 @@ struct Glissa::TimeSpan
 
 Glissa* Glissa::Copy(KTime pStart, KTime pStop) const
 {
-    Glissa* copy = GlissaCreate();
+    CurveHolder copy(GlissaCreate());
     const TimeSpan span{pStart, pStop};
     if (!span.HasStart() && !span.HasStop()) {
         copy->CopyFrom(*this, true);
@@ -80,7 +81,7 @@ Glissa* Glissa::Copy(KTime pStart, KTime pStop) const
         copy->mCandidateTime = mCandidateTime;
         copy->mCandidateValue = mCandidateValue;
     }
-    return copy;
+    return copy.release();
 }
 
 void Glissa::CopyFrom(const Glissa& pSource, bool pWithKeys)
@@ -89,9 +90,9 @@ void Glissa::CopyFrom(const Glissa& pSource, bool pWithKeys)
         return;
     }
     {
+        const int count = pWithKeys ? pSource.KeyGetCount() : 0;
         const KeyModifyBracket bracket(*this);
         KeyClear();
-        const int count = pWithKeys ? pSource.KeyGetCount() : 0;
         if (count > 0) {
             mValue = pSource.mValue;
         } else {

@@ -288,7 +288,15 @@ bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor
     if (!pOnlyDefaults) {
         mPreExtrapolation = mPostExtrapolation = eExtrapolationConstant;
         mPreExtrapolationCount = mPostExtrapolationCount = 0;
-        RetrieveKeys(tdf);
+        try {
+            RetrieveKeys(tdf);
+        } catch (...) {
+            // No part of the keys is left for the key run of a file.
+            KeyClear();
+            CallbackClear();
+            KeyModifyEnd();
+            throw;
+        }
         float color[3] = {};
         if (pWithColor && tdf.FieldReadBegin("Color")) {
             for (float& each : color) {

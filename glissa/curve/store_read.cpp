@@ -41,6 +41,14 @@ bool IsUserSide(const GlissaKeyAttributes& pKey)
 }
 }  // namespace
 
+Glissa::StoreReader::~StoreReader()
+{
+    const int last = mCurve.KeyGetCount() - 1;
+    if (last >= 0 && mCurve.mKeys[last].mAttribute == &mLocal) {
+        mCurve.mKeys[last].mAttribute = nullptr;
+    }
+}
+
 void Glissa::StoreReader::ReadKeys(int pCount)
 {
     const std::int64_t backed = mTdf.FieldReadGetRemain() / kLeastValues;

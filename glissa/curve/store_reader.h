@@ -29,6 +29,12 @@ public:
           mLocal(*GlissaDefaultKeyAttr)
     {}
 
+    StoreReader(const StoreReader&) = delete;
+    StoreReader& operator=(const StoreReader&) = delete;
+    /// After an exception the key being read has no attribute block, and the caller clears the
+    /// curve.
+    ~StoreReader();
+
     /// pCount  what the document says; believed as far as the field has values.
     void ReadKeys(int pCount);
     /// As KeyRemove from the last bad key to the first, in one pass.

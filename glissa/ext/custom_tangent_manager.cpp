@@ -10,6 +10,7 @@
 #include "glissa/ext/active.h"
 
 #include <cstring>
+#include <memory>
 
 template class KClassFrame<GlissaCustomTangentManager, KObject>;
 
@@ -74,6 +75,7 @@ int GlissaCustomTangentManager::AddNewCustomTangent(const char* pName, const cha
         ++place;
     }
     CORVEKIT_ASSERT(place < kTypeLimit);
+    mTangents.SetCapacity(mTangents.GetCount() + 1);
     auto* tangent = new GlissaCustomTangent(pName, pStoredName);
     tangent->SetTangentIndex(place);
     mTangents.InsertAt(place, tangent);
@@ -153,9 +155,10 @@ Event* GlissaCustomTangentManager::Acquire(EventPool<Event>& pPool)
             return each->mEvent;
         }
     }
-    Event* event = new Event;
-    pPool.Add(new PoolEntry<Event>{event, true});
-    return event;
+    pPool.SetCapacity(pPool.GetCount() + 1);
+    auto event = std::make_unique<Event>();
+    pPool.Add(new PoolEntry<Event>{event.get(), true});
+    return event.release();
 }
 
 template <typename Event>

@@ -3,7 +3,7 @@
 
 // New nodes: from a name and a type, from a template, and as copies of others.
 
-#include "glissa/curve/curve.h"
+#include "glissa/curve/curve_holder.h"
 #include "glissa/node/node_state.h"
 
 #include <algorithm>
@@ -53,18 +53,18 @@ GlissaNode* GlissaNodeCreate(GlissaNode* pTemplate)
 
 GlissaNode* FCurveNodeCreateFromDataType(KDataType* pType, const char* pName)
 {
-    GlissaNode* node = GlissaNodeCreate(pName, pType, LayerTypeOf(pType), GlissaLayerInfo::Base);
+    NodeHolder node(GlissaNodeCreate(pName, pType, LayerTypeOf(pType), GlissaLayerInfo::Base));
     const int members = pType ? pType->GetMemberCount() : 0;
     if (members < 2) {
-        return node;
+        return node.release();
     }
     const int count = std::min(members, static_cast<int>(std::size(kMemberNames)));
     for (int i = 0; i < count; ++i) {
         const char name[] = {kMemberNames[i], '\0'};
-        node->Add(GlissaNodeCreate(name, static_cast<KDataType*>(nullptr), eLayerTypeValue,
-                                   GlissaLayerInfo::Base));
+        AddNew(*node, GlissaNodeCreate(name, static_cast<KDataType*>(nullptr), eLayerTypeValue,
+                                       GlissaLayerInfo::Base));
     }
-    return node;
+    return node.release();
 }
 
 GlissaNode* GlissaNode::Clone(bool pKeepAttached)
@@ -77,11 +77,12 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
 {
     const bool own_layer = pInfo.GetLayerID() == GlissaLayerInfo::Invalid.GetLayerID();
     const GlissaLayerInfo info = own_layer ? mState->mLayer : pInfo;
-    GlissaNode* clone = nullptr;
+    NodeHolder clone;
     if (pKeepAttached) {
-        clone = GlissaNodeCreate(this);
+        clone.reset(GlissaNodeCreate(this));
     } else {
-        clone = new GlissaNode(GetName(), GetTimeWarpName(), GetDataType(), GetLayerType(), info);
+        clone.reset(
+            new GlissaNode(GetName(), GetTimeWarpName(), GetDataType(), GetLayerType(), info));
         clone->mState->mRotationOrder = mState->mRotationOrder;
         clone->mState->mEvaluationFlags |= mState->mEvaluationFlags & kNodeUseQuaternion;
         clone->mState->SetFlag(kNodeVisible, GetVisibility());
@@ -92,23 +93,23 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
     if (!mState->mCurve) {
         clone->mState->mChildren.SetCapacity(GetCount());
         for (GlissaNode* child : mState->mChildren) {
-            clone->Add(child->CloneTemplate(pKeepAttached, pCloneCurves, pCreateCurves, pInfo));
+            AddNew(*clone, child->CloneTemplate(pKeepAttached, pCloneCurves, pCreateCurves, pInfo));
         }
     } else if (pCloneCurves || pCreateCurves) {
-        Glissa* curve = GlissaCreate();
+        CurveHolder curve(GlissaCreate());
         if (pCloneCurves) {
             curve->CopyFrom(*mState->mCurve, true);
         }
-        clone->FCurveSet(curve, false);
+        clone->FCurveSet(curve.release(), false);
     }
     clone->SetETI(GetETI());
-    return clone;
+    return clone.release();
 }
 
 GlissaNode* GlissaNode::SingleLayerCopy(KTime pStart, KTime pStop)
 {
-    auto* copy =
-        new GlissaNode(GetName(), GetTimeWarpName(), GetDataType(), GetLayerType(), mState->mLayer);
+    NodeHolder copy(new GlissaNode(GetName(), GetTimeWarpName(), GetDataType(), GetLayerType(),
+                                   mState->mLayer));
     NameInfo& names = copy->mState->Names();
     names.mProperty = GetProperty();
     names.mLockQuery = GetLockQuery();
@@ -120,17 +121,17 @@ GlissaNode* GlissaNode::SingleLayerCopy(KTime pStart, KTime pStop)
         copy->FCurveSet(mState->mCurve->Copy(pStart, pStop), true);
     } else {
         for (GlissaNode* child : mState->mChildren) {
-            copy->Add(child->Copy(pStart, pStop));
+            AddNew(*copy, child->Copy(pStart, pStop));
         }
     }
     copy->SetLayerType(GetLayerType());
     copy->SetLayerInfo(mState->mLayer);
-    return copy;
+    return copy.release();
 }
 
 GlissaNode* GlissaNode::Copy(KTime pStart, KTime pStop)
 {
-    GlissaNode* copy = SingleLayerCopy(pStart, pStop);
+    NodeHolder copy(SingleLayerCopy(pStart, pStop));
     if (GlissaNode* next = mState->mNextLayer) {
         if (GlissaNode* layer = copy->LayerCreate(next->GetLayerInfo(), true)) {
             layer->mState->mFlags = next->mState->mFlags;
@@ -138,7 +139,7 @@ GlissaNode* GlissaNode::Copy(KTime pStart, KTime pStop)
             copy->TakeLayers(this, false, true);
         }
     }
-    return copy;
+    return copy.release();
 }
 
 void GlissaNode::CopyFrom(GlissaNode* pSource, bool pTransfer)

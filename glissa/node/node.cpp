@@ -62,12 +62,13 @@ void GlissaNode::State::CopyCandidates(const State& pSource)
 
 GlissaNode::GlissaNode(const char* pName, const char* pUserName, KDataType* pType, int pLayerType,
                        const GlissaLayerInfo& pInfo)
-    : mState(new State)
 {
-    NameInfo& names = mState->Names();
+    auto state = std::make_unique<State>();
+    NameInfo& names = state->Names();
     names.mName = KString(pName);
     names.mUserName = KString(pUserName);
     names.mDataType = pType;
+    mState = state.release();
     mState->mLayer = pInfo;
     mState->mObjectLayer = this;
     int type = pLayerType;
@@ -104,7 +105,6 @@ GlissaNode::~GlissaNode()
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
     NoteStructureChange();
-    mState->ReleaseNames();
     SetETI(nullptr);
     delete mState;
 }

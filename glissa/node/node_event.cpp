@@ -34,9 +34,9 @@ GlissaNodeCallbackList::~GlissaNodeCallbackList()
 
 void GlissaNodeCallbackList::Register(GlissaNodeCallback pFunction, void* pData)
 {
-    if (mFunctions.Add(pFunction) >= 0 && mData.Add(pData) < 0) {
-        mFunctions.RemoveAt(mFunctions.GetCount() - 1);
-    }
+    mData.SetCapacity(mData.GetCount() + 1);
+    mFunctions.Add(pFunction);
+    mData.Add(pData);
 }
 
 bool GlissaNodeCallbackList::Unregister(GlissaNodeCallback pFunction, void* pData)

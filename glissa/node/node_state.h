@@ -7,6 +7,23 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
+
+struct DestroyHeldNode
+{
+    void operator()(GlissaNode* pNode) const { pNode->Destroy(); }
+};
+
+// Destroys a new node, with what is below it, when an exception ends the operation that makes it.
+using NodeHolder = std::unique_ptr<GlissaNode, DestroyHeldNode>;
+
+// Adds a new child and returns it. Where the parent has no memory for it, it is destroyed.
+inline GlissaNode* AddNew(GlissaNode& pParent, GlissaNode* pChild)
+{
+    NodeHolder child(pChild);
+    pParent.Add(pChild);
+    return child.release();
+}
 
 // Bits of the flag word.
 constexpr unsigned kNodeIOType = 0x01;
@@ -104,6 +121,11 @@ struct GlissaNode::State
     void SetFlag(unsigned pFlag, bool pSet) { mFlags = (mFlags & ~pFlag) | (pSet ? pFlag : 0u); }
     // A child knows its parent unless it is only referenced.
     bool IsContainer() const { return HasFlag(kNodeContainer); }
+
+    State() = default;
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+    ~State() { ReleaseNames(); }
 
     // Names that may be written.
     NameInfo& Names();

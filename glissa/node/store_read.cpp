@@ -7,12 +7,11 @@
 // node made is backed by a field, and a chain that was read is a chain.
 
 #include "corvekit/store/tdf.h"
-#include "glissa/curve/curve.h"
+#include "glissa/curve/curve_holder.h"
 #include "glissa/node/node_state.h"
 
 #include <cstring>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,11 +19,6 @@
 
 namespace
 {
-struct DestroyCurve
-{
-    void operator()(Glissa* pCurve) const { pCurve->Destroy(); }
-};
-
 struct NoCaseLess
 {
     using is_transparent = void;
@@ -206,7 +200,7 @@ void GlissaNode::StoreReader::ReadCurve(GlissaNode& pNode, bool pWithColor)
         own->KeyClear();  // of which listeners hear, as they do not of what comes
         own->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor);
     } else if (pNode.GetCount() == 0) {
-        std::unique_ptr<Glissa, DestroyCurve> curve(GlissaCreate());
+        CurveHolder curve(GlissaCreate());
         curve->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor);
         pNode.FCurveSet(curve.release(), false);
     } else {
@@ -225,9 +219,9 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
         // A layer makes its channels as they come, so what stands at a place says nothing yet.
         GlissaNode* child = FindChannel(pNode, names, name, !pIsLayer);
         if (!child && flags.create && !pNode.FCurveGet()) {
-            child = GlissaNodeCreate(name.GetBuffer(), static_cast<KDataType*>(nullptr),
-                                     eLayerTypeValue, GlissaLayerInfo::Base);
-            pNode.Add(child);
+            child =
+                AddNew(pNode, GlissaNodeCreate(name.GetBuffer(), static_cast<KDataType*>(nullptr),
+                                               eLayerTypeValue, GlissaLayerInfo::Base));
         }
         if (!child) {
             // What follows one that was left out, up to the next that fits, is read with care.
@@ -322,7 +316,9 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
             }
         }
     }
-    channels.Clear();
+    channels.SetCapacity(count);
+    while (channels.RemoveAt(channels.GetCount() - 1)) {
+    }
     for (GlissaNode* channel : matched) {
         channels.Add(channel);
     }

@@ -78,11 +78,12 @@ bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
 
 int GlissaNode::Add(GlissaNode* pChild)
 {
+    const int index = mState->mChildren.Add(pChild);
     if (!mState->IsContainer()) {
         pChild->SetParent(this);
     }
     NoteStructureChange();
-    return mState->mChildren.Add(pChild);
+    return index;
 }
 
 int GlissaNode::SortedAdd(GlissaNode* pChild)
@@ -185,8 +186,8 @@ GlissaNode* GlissaNode::FindOrCreate(const char* pName, bool pCreateCurve)
 {
     GlissaNode* child = Get(Find(pName));
     if (!child) {
-        child = new GlissaNode(pName, pName, nullptr, eLayerTypeValue, GlissaLayerInfo::Base);
-        Add(child);
+        child = AddNew(
+            *this, new GlissaNode(pName, pName, nullptr, eLayerTypeValue, GlissaLayerInfo::Base));
     }
     if (pCreateCurve && !child->FCurveGet()) {
         child->FCurveSet(GlissaCreate(), false);

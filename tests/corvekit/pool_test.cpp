@@ -52,7 +52,7 @@ TEST(KMemoryPool, ABlockThatComesBackIsTheNextOneOut)
 TEST(KMemoryPool, RefusesWhatTheMachineDoesNotHave)
 {
     KMemoryPool pool(std::numeric_limits<std::size_t>::max() / 4, 1024);
-    EXPECT_EQ(nullptr, pool.Allocate());
+    EXPECT_THROW(pool.Allocate(), std::bad_alloc);
     EXPECT_EQ(0u, pool.GetUsedCount());
 }
 }  // namespace

@@ -3,29 +3,55 @@
 #include "tests/support/allocation_count.h"
 
 #include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
-// The operators stand apart from the tests: where a compiler can inline one of a pair into a caller
+// The functions are in a file of their own: where a compiler can inline one of a pair into a caller
 // and not the other, it warns of a mismatch.
 
 namespace
 {
-std::atomic<std::size_t> allocations{0};
+constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
+
+std::atomic<std::size_t> sAllocations{0};
+std::atomic<std::size_t> sFirstToFail{kNever};
+std::atomic<std::size_t> sLastToFail{0};
+
+bool Fails()
+{
+    const std::size_t number = sAllocations++;
+    return number >= sFirstToFail && number <= sLastToFail;
 }
+}  // namespace
 
 std::size_t AllocationCount()
 {
-    return allocations;
+    return sAllocations;
 }
+
+void FailAllocationAfter(std::size_t pBefore, bool pAndAllAfter)
+{
+    sFirstToFail = sAllocations + pBefore;
+    sLastToFail = pAndAllAfter ? kNever : sFirstToFail.load();
+}
+
+void StopFailing()
+{
+    sFirstToFail = kNever;
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
 void* operator new(std::size_t pSize)
 {
-    ++allocations;
-    if (void* memory = std::malloc(pSize != 0 ? pSize : 1)) {
-        return memory;
+    void* const memory = Fails() ? nullptr : std::malloc(pSize != 0 ? pSize : 1);
+    if (!memory) {
+        throw std::bad_alloc();
     }
-    throw std::bad_alloc();
+    return memory;
 }
 
 void operator delete(void* pMemory) noexcept
@@ -37,3 +63,41 @@ void operator delete(void* pMemory, std::size_t) noexcept
 {
     std::free(pMemory);
 }
+
+#else
+
+extern "C" {
+// The functions of the C library under their other names.
+void* __libc_malloc(std::size_t pSize);
+void* __libc_calloc(std::size_t pCount, std::size_t pSize);
+void* __libc_realloc(void* pMemory, std::size_t pSize);
+
+void* malloc(std::size_t pSize) noexcept
+{
+    if (Fails()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_malloc(pSize);
+}
+
+void* calloc(std::size_t pCount, std::size_t pSize) noexcept
+{
+    if (Fails()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_calloc(pCount, pSize);
+}
+
+void* realloc(void* pMemory, std::size_t pSize) noexcept
+{
+    if (Fails()) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_realloc(pMemory, pSize);
+}
+}
+
+#endif

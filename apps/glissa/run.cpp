@@ -1,0 +1,123 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/run.h"
+
+#include "apps/glissa/command.h"
+#include "apps/glissa/output.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string_view>
+
+namespace
+{
+constexpr int kDone = 0;
+constexpr int kRefused = 1;
+constexpr int kWrongArguments = 2;
+
+// Allocates nothing: the reason may be that memory has run out.
+int Fail(int pStatus, std::string_view pReason)
+{
+    std::fputs("glissa: ", stderr);
+    std::fwrite(pReason.data(), 1, pReason.size(), stderr);
+    std::fputc('\n', stderr);
+    return pStatus;
+}
+
+// Help and version are output like any other: a full disk is told, a reader who left is not.
+void Print(const std::string& pText)
+{
+    Output output("-", "");
+    output.Write(pText);
+    output.Commit();
+}
+
+// The subcommand that was being parsed, for its help.
+const CLI::App& Chosen(const CLI::App& pApp)
+{
+    const std::vector<CLI::App*> chosen = pApp.get_subcommands();
+    return chosen.empty() ? pApp : *chosen.front();
+}
+
+std::string FullName(const CLI::App& pApp)
+{
+    return &Chosen(pApp) == &pApp ? "glissa" : "glissa " + Chosen(pApp).get_name();
+}
+
+int Run(int pCount, char** pArguments)
+{
+    CLI::App app("Reads motion clips and works on their animation curves.", "glissa");
+    app.set_version_flag("--version", "glissa " GLISSA_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "Examples:\n"
+        "  glissa info clip.bvh\n"
+        "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o hips.csv\n"
+        "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
+        "  glissa key clip.bvh --curve 'Hips/R/X' --insert 1.254 -o clip.glissa\n"
+        "  glissa pose clip.bvh --at 1.5\n"
+        "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
+        "  glissa convert clip.glissa clip.bvh\n"
+        "\n"
+        "'glissa SUBCOMMAND --help' tells more. Exit status: 0 done, 1 refused, 2 wrong "
+        "arguments.");
+    Action action;
+    AddInfoCommand(app, action);
+    AddEvalCommand(app, action);
+    AddPoseCommand(app, action);
+    AddPlotCommand(app, action);
+    AddKeyCommand(app, action);
+    AddLayerCommand(app, action);
+    AddConvertCommand(app, action);
+    AddDumpCommand(app, action);
+    AddCheckCommand(app, action);
+    // The parser would only say that a subcommand is missing.
+    if (pCount > 1 && pArguments[1][0] != '-') {
+        const std::vector<CLI::App*> known =
+            app.get_subcommands([&](CLI::App* pEach) { return pEach->check_name(pArguments[1]); });
+        if (known.empty()) {
+            return Fail(
+                kWrongArguments,
+                fmt::format("there is no subcommand '{}'; see 'glissa --help'", pArguments[1]));
+        }
+    }
+    try {
+        app.parse(pCount, pArguments);
+    } catch (const CLI::CallForVersion& version) {
+        Print(std::string(version.what()) + '\n');
+        return kDone;
+    } catch (const CLI::CallForHelp&) {
+        Print(app.help());
+        return kDone;
+    } catch (const CLI::ParseError& error) {
+        return Fail(kWrongArguments,
+                    fmt::format("{}; see '{} --help'", error.what(), FullName(app)));
+    }
+    try {
+        action();
+    } catch (const WrongArguments& error) {
+        return Fail(kWrongArguments,
+                    fmt::format("{}; see '{} --help'", error.what(), FullName(app)));
+    }
+    return kDone;
+}
+}  // namespace
+
+int RunCommand(int pCount, char** pArguments)
+{
+    try {
+        return Run(pCount, pArguments);
+    } catch (const ReaderGone&) {
+        return kDone;
+    } catch (const Refusal& refusal) {
+        return Fail(kRefused, refusal.what());
+    } catch (const std::bad_alloc&) {
+        return Fail(kRefused, "out of memory");
+    } catch (const std::exception& error) {
+        return Fail(kRefused, error.what());
+    }
+}

@@ -1,0 +1,83 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Every allocation of a conversion fails in turn: the command refuses with a message, and the old
+// file stays.
+
+#include "apps/glissa/run.h"
+#include "tests/apps/command_run.h"
+#include "tests/support/allocation_count.h"
+
+#include <cstdio>
+
+namespace
+{
+// Two joints with channels of both kinds and two frames.
+constexpr const char* kSmallClip = "HIERARCHY\nROOT Hips\n{\n OFFSET 0 1 0\n"
+                                   " CHANNELS 6 Xposition Yposition Zposition Yrotation Xrotation "
+                                   "Zrotation\n JOINT Leg\n {\n  OFFSET 1 0 0\n"
+                                   "  CHANNELS 3 Zrotation Xrotation Yrotation\n"
+                                   "  End Site\n  {\n   OFFSET 0 2 0\n  }\n }\n}\n"
+                                   "MOTION\nFrames: 2\nFrame Time: 0.04\n"
+                                   "0 0 0 1 2 3 4 5 6\n0.5 0 0 2 3 4 5 6 7\n";
+
+constexpr std::size_t kAllSucceed = std::size_t{1} << 40;
+
+class OutOfMemory : public Command
+{
+protected:
+    /// Runs the command within this process. pBefore is the number of allocations that succeed.
+    Result RunHere(std::vector<std::string> pArguments, std::size_t pBefore, bool pAndAllAfter)
+    {
+        std::vector<char*> pointers;
+        for (std::string& each : pArguments) {
+            pointers.push_back(each.data());
+        }
+        const std::string name = At("messages");
+        const int kept = dup(STDERR_FILENO);
+        const int file = open(name.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+        dup2(file, STDERR_FILENO);
+        close(file);
+        Result result;
+        FailAllocationAfter(pBefore, pAndAllAfter);
+        result.status = RunCommand(static_cast<int>(pointers.size()), pointers.data());
+        StopFailing();
+        dup2(kept, STDERR_FILENO);
+        close(kept);
+        result.err = ReadFile(name);
+        return result;
+    }
+};
+
+TEST_F(OutOfMemory, RefusesAndKeepsTheOldFile)
+{
+    WriteFile(At("a.bvh"), kSmallClip);
+    for (const char* const way : {"a.bvh b.glissa", "b.glissa c.bvh"}) {
+        const std::string names = way;
+        const std::string output = At(names.substr(names.find(' ') + 1));
+        const std::vector<std::string> convert = {"glissa", "convert",
+                                                  At(names.substr(0, names.find(' '))), output};
+        const std::size_t start = AllocationCount();
+        ASSERT_EQ(0, RunHere(convert, kAllSucceed, false).status);
+        const std::size_t count = AllocationCount() - start;
+        const std::string complete = ReadFile(output);
+        const std::vector<std::string> files = Files();
+        std::size_t refused = 0;
+        for (std::size_t i = 0; i < 2 * count; ++i) {
+            SCOPED_TRACE(std::string(way) + ", failure " + std::to_string(i));
+            WriteFile(output, "precious");
+            const Result run = RunHere(convert, i / 2, i % 2 != 0);
+            ASSERT_EQ(files, Files());
+            // The C library does without some of its buffers.
+            ASSERT_EQ(run.status == 0 ? complete : "precious", ReadFile(output));
+            if (run.status != 0) {
+                ++refused;
+                ASSERT_EQ(1, run.status);
+                ASSERT_TRUE(run.err.starts_with("glissa: ") && run.err.ends_with("\n")) << run.err;
+            }
+        }
+        EXPECT_GT(refused, 2 * count * 9 / 10);
+        WriteFile(output, complete);
+    }
+}
+}  // namespace
