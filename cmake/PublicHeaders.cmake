@@ -64,8 +64,11 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/filter.h
     glissa/filter/gaussian.h
     glissa/filter/inverse.h
+    glissa/filter/key_sync.h
+    glissa/filter/keys_on_frame.h
     glissa/filter/offset.h
     glissa/filter/peak_remover.h
+    glissa/filter/resample.h
     glissa/filter/scale.h
     glissa/filter/smooth.h
     glissa/filter/test_template.h

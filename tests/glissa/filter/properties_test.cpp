@@ -9,8 +9,10 @@
 #include "glissa/filter/delete_key.h"
 #include "glissa/filter/gaussian.h"
 #include "glissa/filter/inverse.h"
+#include "glissa/filter/keys_on_frame.h"
 #include "glissa/filter/offset.h"
 #include "glissa/filter/peak_remover.h"
+#include "glissa/filter/resample.h"
 #include "glissa/filter/scale.h"
 #include "glissa/filter/smooth.h"
 #include "glissa/filter/time_clamp.h"
@@ -72,9 +74,11 @@ const std::vector<Row>& Rows()
     using DeleteKey = GlissaFilterDeleteKey;
     using Gaussian = GlissaFilterGaussian;
     using Inverse = GlissaFilterInverse;
+    using KeysOnFrame = GlissaFilterKeysOnFrame;
     using Move = GlissaFilterTimeShiftAndScale;
     using Offset = GlissaFilterOffset;
     using PeakRemover = GlissaFilterPeakRemover;
+    using Resample = GlissaFilterResample;
     using Scale = GlissaFilterScale;
     using Smooth = GlissaFilterSmooth;
     using TimeClamp = GlissaFilterTimeClamp;
@@ -168,6 +172,23 @@ const std::vector<Row>& Rows()
                      With<Move>([](Move& f) { f.SetShift(KTime::Infinite()); }),
                      With<Move>([](Move& f) { f.SetShift(KTime::MinusInfinite()); })},
          .keepsSpan = false},
+        {.name = "resample",
+         .filter = With<Resample>([](Resample& f) { f.SetPeriodTime(Seconds(30)); }),
+         .refused = {With<Resample>([](Resample& f) { f.SetPeriodTime(KTime()); }),
+                     With<Resample>([](Resample& f) { f.SetPeriodTime(KTime(-5)); })},
+         .setsSlopes = true},
+        {.name = "resample by kinds",
+         .filter = With<Resample>([](Resample& f) {
+             f.SetPeriodTime(Seconds(7));
+             f.SetIntelligentMode(true);
+             f.SetKeysOnFrame(true);
+         }),
+         .refused = {},
+         .setsSlopes = true},
+        {.name = "keys on frame",
+         .filter = With<KeysOnFrame>([](KeysOnFrame&) {}),
+         .refused = {With<KeysOnFrame>([](KeysOnFrame& f) { f.SetPeriod(KTime()); }),
+                     With<KeysOnFrame>([](KeysOnFrame& f) { f.SetPeriod(KTime(-5)); })}},
     };
     return rows;
 }

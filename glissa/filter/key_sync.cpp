@@ -1,0 +1,197 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// The times of all curves first, then each curve by itself: a key that is added to one curve has
+// the time of a key of another, so that it adds no time.
+
+#include "glissa/filter/key_sync.h"
+
+#include "glissa/curve/curve.h"
+#include "glissa/curve/hold_slopes.h"
+#include "glissa/node/node.h"
+#include "glissa/utils/parked_keys.h"
+#include "glissa/utils/scratch_curve.h"
+
+#include <algorithm>
+
+template class KClassFrame<GlissaFilterKeySync, GlissaFilter>;
+
+namespace
+{
+const char* const kErrors[] = {"No key",         "Left unchanged",  "Multiple key count",
+                               "Unsynched keys", "Too many curves", nullptr};
+constexpr int kMostChildrenAsked = 19;
+constexpr KTime kTick(1);
+
+bool HoldsEnd(unsigned pMode, unsigned long pCount)
+{
+    const bool goesOn = pMode == eExtrapolationRepetition || pMode == eExtrapolationMirror ||
+                        pMode == eExtrapolationKeepSlope ||
+                        pMode == eExtrapolationRelativeRepetition;
+    return !goesOn || pCount == 0;
+}
+
+// Adds a key outside the keys of a curve that holds its end value there. The tangents of the old
+// end key and of the new one do not lead away from that value.
+int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
+{
+    const bool isBehind = pTime > pCurve.KeyGetTime(0);
+    const int end = isBehind ? pCurve.KeyGetCount() - 1 : 0;
+    const float inside =
+        isBehind ? pCurve.KeyGetLeftDerivative(end) : pCurve.KeyGetRightDerivative(end);
+    pCurve.KeyInsert(pTime, &pHint);
+    const int index = isBehind ? end + 1 : 0;
+    HoldSlopes(pCurve, index, {0.0f, 0.0f});
+    if (isBehind) {
+        HoldSlopes(pCurve, end, {inside, 0.0f});
+    } else {
+        HoldSlopes(pCurve, 1, {0.0f, inside});
+    }
+    return index;
+}
+
+// Gives a curve a key at each time, with the value that it had there.
+void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
+{
+    const ScratchCurve before(pCurve.Copy());
+    const bool holdsFirst =
+        HoldsEnd(pCurve.GetPreExtrapolation(), pCurve.GetPreExtrapolationCount());
+    const bool holdsLast =
+        HoldsEnd(pCurve.GetPostExtrapolation(), pCurve.GetPostExtrapolationCount());
+    const int count = before->KeyGetCount();
+    ParkedKeys parked(pCurve);
+    int hint = std::max(static_cast<int>(before->KeyFind(pTimes.front(), nullptr)), 0);
+    int hintBefore = hint;
+    for (const KTime time : pTimes) {
+        parked.WorkAt(hint);
+        const bool isHeld = count > 0 && ((time < before->KeyGetTime(0) && holdsFirst) ||
+                                          (time > before->KeyGetTime(count - 1) && holdsLast));
+        if (isHeld) {
+            hint = AddOutside(pCurve, time, hint);
+        } else {
+            pCurve.KeyInsert(time, &hint);
+        }
+        pCurve.KeySetValue(hint, before->Evaluate(time, &hintBefore));
+    }
+}
+}  // namespace
+
+GlissaFilterKeySync::GlissaFilterKeySync() : KClassFrame("FCurve Key Synchronizer", kErrors, 6)
+{
+    GlissaFilter::Reset();
+}
+
+bool GlissaFilterKeySync::RefuseSingleCurve()
+{
+    return Refuse(eFilterUnchanged, "KeySyncFilter, No key were changed by filter.");
+}
+
+bool GlissaFilterKeySync::NeedApply(Glissa&)
+{
+    return RefuseSingleCurve();
+}
+
+bool GlissaFilterKeySync::Apply(Glissa&)
+{
+    return RefuseSingleCurve();
+}
+
+bool GlissaFilterKeySync::FindCurves(GlissaNode& pNode, std::vector<Glissa*>& pCurves)
+{
+    for (int i = 0; i < pNode.GetCount(); ++i) {
+        pCurves.push_back(pNode.Get(i)->FCurveGet());
+        if (!pCurves.back()) {
+            return Refuse(kNoCurve, "Node doesn't contain FCurve.");
+        }
+    }
+    return true;
+}
+
+bool GlissaFilterKeySync::NeedApply(GlissaNode& pNode, bool)
+{
+    if (pNode.GetCount() > kMostChildrenAsked) {
+        return Refuse(kTooManyCurves,
+                      "KeySyncFilter, Curve count is too mush. No support above 20 curves..");
+    }
+    std::vector<Glissa*> curves;
+    return FindCurves(pNode, curves) && NeedApply(curves.data(), static_cast<int>(curves.size()));
+}
+
+bool GlissaFilterKeySync::Apply(GlissaNode& pNode, bool)
+{
+    std::vector<Glissa*> curves;
+    return FindCurves(pNode, curves) && Apply(curves.data(), static_cast<int>(curves.size()));
+}
+
+bool GlissaFilterKeySync::NeedApply(Glissa** pCurves, int pCount)
+{
+    const int keys = pCount > 0 ? pCurves[0]->KeyGetCount() : 0;
+    for (int i = 1; i < pCount; ++i) {
+        if (pCurves[i]->KeyGetCount() != keys) {
+            Refuse(kKeyCount,
+                   "KeySyncFilter, Key count is different in the Curves to be filtered.");
+            return true;
+        }
+    }
+    for (int key = 0; key < keys; ++key) {
+        for (int i = 1; i < pCount; ++i) {
+            if (pCurves[i]->KeyGetTime(key) != pCurves[0]->KeyGetTime(key)) {
+                Refuse(kUnsynched, "KeySyncFilter, keys are not synchronized.");
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// The times of the keys in the span, in order. A time a tick behind the one before is left out.
+std::vector<KTime> GlissaFilterKeySync::TimesOf(Glissa** pCurves, int pCount) const
+{
+    std::vector<KTime> times;
+    for (int i = 0; i < pCount; ++i) {
+        const auto had = static_cast<std::ptrdiff_t>(times.size());
+        for (int key = 0; key < pCurves[i]->KeyGetCount(); ++key) {
+            const KTime time = pCurves[i]->KeyGetTime(key);
+            if (time >= GetStartTime() && time <= GetStopTime() && time > KTime::MinusInfinite() &&
+                time < KTime::Infinite()) {
+                times.push_back(time);
+            }
+        }
+        std::inplace_merge(times.begin(), times.begin() + had, times.end());
+        times.erase(std::unique(times.begin(), times.end()), times.end());
+    }
+    std::size_t kept = 0;
+    for (const KTime time : times) {
+        if (kept == 0 || time - times[kept - 1] > kTick) {
+            times[kept++] = time;
+        }
+    }
+    times.resize(kept);
+    return times;
+}
+
+bool GlissaFilterKeySync::Apply(Glissa** pCurves, int pCount)
+{
+    if (pCount < 2) {
+        return RefuseSingleCurve();
+    }
+    const std::vector<KTime> times = TimesOf(pCurves, pCount);
+    if (times.empty()) {
+        return true;
+    }
+    // Listeners are called when all curves are done.
+    std::vector<Glissa*> open;
+    for (int i = 0; i < pCount; ++i) {
+        if (!pCurves[i]->IsLocked()) {
+            pCurves[i]->KeyModifyBegin();
+            open.push_back(pCurves[i]);
+        }
+    }
+    for (Glissa* curve : open) {
+        AddKeys(*curve, times);
+    }
+    for (Glissa* curve : open) {
+        curve->KeyModifyEnd();
+    }
+    return true;
+}
