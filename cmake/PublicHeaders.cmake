@@ -24,7 +24,9 @@ set(CORVEKIT_PUBLIC_HEADERS
     corvekit/object/property.h
     corvekit/event/entry_list.h
     corvekit/event/event.h
+    corvekit/event/listener_list.h
     corvekit/event/named_event.h
+    corvekit/event/operation.h
     corvekit/math/matrix.h
     corvekit/math/quaternion.h
     corvekit/math/rotation_order.h

@@ -3,6 +3,7 @@
 
 // Questions about a curve, and keys taken over from a table made outside.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/slope_rules.h"
 #include "glissa/ext/active.h"
@@ -166,6 +167,7 @@ bool Glissa::CheckCurve() const
 
 void Glissa::CopyExternalPriKeyAndAttr(void** pPages, int pCount)
 {
+    const KOperation operation(IsObserved());
     if (KeyGetCount() > 0) {
         KeyClear();
     }

@@ -4,6 +4,7 @@
 // The attributes of one key, one by one. Each setter works on a copy; only what differs is written,
 // into a block of the key's own.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 
 #include <cstring>
@@ -64,17 +65,23 @@ bool Glissa::WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes)
     return true;
 }
 
-// With pTells the custom tangent manager hears of the key before and after.
+// With pTells the custom tangent manager is called before the change, in the middle of the
+// operation, and after it. False, and nothing touched, where its listener has taken the key away.
 bool Glissa::WriteAndTell(int pIndex, const GlissaKeyAttributes& pAttributes, bool pTells,
                           eCustomKeyChangeType pType)
 {
-    KPriFCurveKey* key = InternalPriKeyGetPtr(pIndex);
     if (pTells) {
-        CallKeyChangeCallback(key, pIndex, true, pType);
+        const unsigned held = mFlags & kIsHeld;
+        mFlags |= kIsHeld;
+        CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, true, pType);
+        mFlags = (mFlags & ~kIsHeld) | held;
+        if (pIndex >= KeyGetCount()) {
+            return false;
+        }
     }
     const bool changed = WriteAttributes(pIndex, pAttributes);
     if (pTells) {
-        CallKeyChangeCallback(key, pIndex, false, pType);
+        CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, false, pType);
     }
     return changed;
 }
@@ -86,9 +93,11 @@ void Glissa::KeySetInterpolation(int pIndex, unsigned pInterpolation)
     if (attributes.GetInterpolation() == KeyGetInterpolation(pIndex)) {
         return;
     }
+    const KOperation operation(IsObserved());
     const bool isCustom = IsCustom(attributes) || IsCustom(Attr(pIndex));
-    WriteAndTell(pIndex, attributes, isCustom, eCustomKeyChangeInterpolation);
-    CallbackAddEvent(kGlissaEventOther | eEventEditInterpolation, pIndex);
+    if (WriteAndTell(pIndex, attributes, isCustom, eCustomKeyChangeInterpolation)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditInterpolation, pIndex);
+    }
 }
 
 void Glissa::KeySetConstantMode(int pIndex, unsigned pMode)
@@ -104,6 +113,7 @@ void Glissa::KeySetTangeantMode(int pIndex, unsigned pMode)
 {
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetTangeantMode(pMode);
+    const KOperation operation(IsObserved());
     const bool tellsManager =
         IsCustom(attributes) &&
         KeyGetTangeantMode(pIndex, false) != (pMode & GlissaKeyAttributes::kTangentKindMask);
@@ -119,8 +129,10 @@ void Glissa::KeySetCustomIndex(int pIndex, unsigned pCustomIndex)
     if (attributes.GetCustomIndex() == KeyGetCustomIndex(pIndex)) {
         return;
     }
-    WriteAndTell(pIndex, attributes, IsCustom(attributes), eCustomKeyChangeTangentMode);
-    CallbackAddEvent(kGlissaEventOther, pIndex);
+    const KOperation operation(IsObserved());
+    if (WriteAndTell(pIndex, attributes, IsCustom(attributes), eCustomKeyChangeTangentMode)) {
+        CallbackAddEvent(kGlissaEventOther, pIndex);
+    }
 }
 
 void Glissa::KeySetBreak(int pIndex, bool pBreak)

@@ -3,6 +3,7 @@
 
 // Attribute blocks: shared by keys of any curve, counted, separated before a write.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 
 #include <algorithm>
@@ -79,6 +80,7 @@ void Glissa::KeyAttrSeparateCheck(int pIndex)
 void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
 {
     CORVEKIT_ASSERT(pIndex >= 0);
+    const KOperation operation(IsObserved());
     mKeys.Reserve(pIndex + 1);
     KPriFCurveKey& key = mKeys[pIndex];
     if (key.mAttribute == &pAttribute || (key.mAttribute && *key.mAttribute == pAttribute)) {

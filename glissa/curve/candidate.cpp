@@ -8,6 +8,7 @@
 // around the new key is not the one that the curve had there, the parameters of its key are found
 // anew, and where those cannot give it, a refinement or at last the kind of the key goes.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
 #include "glissa/curve/modify_bracket.h"
@@ -288,6 +289,7 @@ int Glissa::KeyInsert(KTime pTime, int* pHint)
     if (pTime == kNoKeyTime) {
         return -1;
     }
+    const KOperation operation(IsObserved());
     const int count = KeyGetCount();
     if (count == 0) {
         return KeyAdd(pTime, pHint);

@@ -3,6 +3,8 @@
 
 #include "glissa/curve/curve.h"
 
+#include "corvekit/event/operation.h"
+
 #include <algorithm>
 
 Glissa* GlissaCreate()
@@ -14,8 +16,9 @@ Glissa::Glissa() = default;
 
 Glissa::~Glissa()
 {
-    // The last events of a curve speak of the curve alone: its node may be half gone.
-    mOwner = nullptr;
+    mFlags |= kIsEnding;
+    KOperation::Forget(this);
+    LeaveNode();
     KeyClear();
     CallbackEnable(true);
     CallbackAddEvent(eEventDestroy, -1);
@@ -30,7 +33,17 @@ IObject* Glissa::IQuery(unsigned long pId, int)
 
 void Glissa::Destroy(int)
 {
-    delete this;
+    if ((mFlags & kIsEnding) != 0) {
+        return;  // a listener of the end asks for it again
+    }
+    // Without listeners nobody is called, and only an operation that goes on needs the memory.
+    const bool waits = mListeners.GetCount() > 0 || (mFlags & kIsHeld) != 0;
+    if (waits && KOperation::IsUnderWay()) {
+        KOperation::DeleteAtEnd(this, [this] { delete this; });
+        LeaveNode();
+    } else {
+        delete this;
+    }
 }
 
 void Glissa::SetValue(float pValue, bool)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "corvekit/array.h"
+#include "corvekit/event/listener_list.h"
 #include "corvekit/object/holder.h"
 #include "corvekit/time.h"
 #include "glissa/curve/event.h"
@@ -33,7 +34,8 @@ enum EGlissaContinuity : int
 ///
 /// Made by GlissaCreate and ended by Destroy, normally by the node that owns it. Handled by pointer
 /// and not copied. One thread at a time works on a curve; evaluation moves the hint and nothing
-/// else. Listeners are called on the thread that changes the curve, inside the change.
+/// else. Listeners are called on the thread that changes the curve, when the operation that changes
+/// it has done its work: they may edit and destroy the curve. docs/conventions.md has the rules.
 ///
 /// Key indexes run from 0 to KeyGetCount() - 1. Operations on one key do not test their index: one
 /// out of range is a fault of the caller, caught by an assertion in debug builds. Times are ticks
@@ -49,7 +51,8 @@ public:
 
     /// The curve for the ids 0, 51 and 0x29BC7B3, else null.
     IObject* IQuery(unsigned long pId, int pArgument) override;
-    /// Deletes the curve. Listeners hear of removed keys and then eEventDestroy.
+    /// Deletes the curve and takes it out of the node that holds it. Listeners are called for the
+    /// removed keys and then with eEventDestroy. Within an operation the curve ends with that.
     void Destroy(int pArgument = 0) override;
     KZrObjectHolder* GetZrHolder() override { return &mHolder; }
 
@@ -525,23 +528,24 @@ public:
     void CallbackRegister(Listener pFunction, void* pObject);
     /// Removes the last equal pair, if there is one.
     void CallbackUnregister(Listener pFunction, void* pObject);
-    /// Turning off collects what is posted; turning on sends what was collected as one event.
+    /// Whether a listener of this curve or of the managers may be called for a change.
+    bool IsObserved() const;
+    /// Turning off collects what is posted; turning on sends what was collected as one event. What
+    /// listeners post while that is sent is collected for the next time.
     void CallbackEnable(bool pEnable);
     bool IsCallbackEnabled() const { return (mFlags & kCallbacksEnabled) != 0; }
     /// Posts a change of a key, or of the whole curve with index -1.
     void CallbackAddEvent(int pType, int pKey);
     /// Drops what was collected.
-    void CallbackClear()
-    {
-        mPendingEvent.Clear();
-        mChangesBeingSent = 0;
-    }
+    void CallbackClear() { mPendingEvent.Clear(); }
     /// Adds to the detailed fields of what is being collected; nothing is sent.
     void AddDetailedEvent(int pType, int pFirst, int pLast)
     {
         mPendingEvent.AddDetailedEvent(pType, pFirst, pLast);
     }
-    /// Tell GlissaCustomTangentManager of an added key, and of one before and after a change.
+    /// Report to GlissaCustomTangentManager an added key, and one before and after a change. Within
+    /// an operation the report follows at its end, with the index that the key has then; the one
+    /// before a change is made at once.
     void CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex);
     void CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore,
                                eCustomKeyChangeType pType);
@@ -554,6 +558,8 @@ private:
 
     static constexpr unsigned kCallbacksEnabled = 1;
     static constexpr unsigned kOptimizeEnabled = 2;
+    static constexpr unsigned kIsEnding = 4;  // Destroy was called
+    static constexpr unsigned kIsHeld = 8;    // an operation goes on with the curve after a call
 
     ~Glissa() override;
 
@@ -628,7 +634,13 @@ private:
     void ReleaseAllAttributes();
     void ResetCandidate() { mCandidateTime = KTime::Infinite(); }
     int AppendWithCare(KTime pTime, float pValue);
-    void CallListeners();
+    bool CallListeners(GlissaEvent pEvent);
+    bool MustCallsWait() const;
+    GlissaEvent TakePendingEvent();
+    void SendCollected(const GlissaEvent& pEvent, bool pEnableAfter);
+    void SetFlag(unsigned pFlag, bool pSet) { mFlags = pSet ? mFlags | pFlag : mFlags & ~pFlag; }
+    int PlaceOfKey(KTime pTime, int pIndex);
+    void LeaveNode();
 
     KTime KeyTimeAfter(KTime pTime);
     KTime KeyTimeBefore(KTime pTime);
@@ -660,14 +672,20 @@ private:
     KTime mCandidateTime = KTime::Infinite();  // none is set
     float mCandidateValue = 0.0f;
     GlissaEvent mPendingEvent;
-    int mChangesBeingSent = 0;  // of those in mPendingEvent, while listeners are called
-    KArrayTemplate<std::uint64_t, 16> mListenerFunctions;
-    KArrayTemplate<std::uint64_t, 16> mListenerObjects;
+    struct ListenerPair
+    {
+        Listener mFunction;
+        void* mObject;
+
+        friend bool operator==(const ListenerPair&, const ListenerPair&) = default;
+    };
+    KListenerList<ListenerPair> mListeners;
     bool mCustomKeyAddEnabled = true;
     bool mCustomKeyChangeEnabled = true;
     void* mEvaluationFunction = nullptr;
     void* mEvaluationObject = nullptr;
     GlissaNode* mOwner = nullptr;
+    Glissa** mPlace = nullptr;  // where the node that holds this curve points to it
     KZrObjectHolder mHolder;
 };
 

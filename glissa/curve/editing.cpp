@@ -3,6 +3,7 @@
 
 // Adding, replacing and removing keys.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/key_weight.h"
 #include "glissa/curve/modify_bracket.h"
@@ -39,7 +40,7 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
     if (pTime == kNoKeyTime) {
         return -1;
     }
-    // Before the gap opens: who listens for bad values may look at this very curve.
+    const KOperation operation(IsObserved());
     float value = pKey.GetValue();
     CheckKeyValue(value);
     InitBuffers(KeyGetCount() + 1, false);
@@ -64,10 +65,6 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
             mKeys.CloseGap(index, index);
         }
         throw;
-    }
-    // A listener of that event may have taken keys away.
-    if (index >= KeyGetCount()) {
-        return index;
     }
     CallKeyAddCallback(&mKeys[index], index);
     if (pHint) {
@@ -94,6 +91,7 @@ int Glissa::KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pH
     if (pTime == kNoKeyTime) {
         return -1;
     }
+    const KOperation operation(IsObserved());
     // The source may be this curve, whose records are about to move.
     KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
     CheckKeyValue(source.mValue);
@@ -130,6 +128,7 @@ int Glissa::KeyAppend(KTime pTime, const Glissa* pSource, int pSourceIndex)
     if (pTime == kNoKeyTime) {
         return -1;
     }
+    const KOperation operation(IsObserved());
     KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
     CheckKeyValue(source.mValue);
     InitBuffers(KeyGetCount() + 1, false);
@@ -155,6 +154,7 @@ bool Glissa::KeepsOrder(int pIndex, KTime pTime) const
 
 bool Glissa::KeySet(int pIndex, const GlissaKey& pKey)
 {
+    const KOperation operation(IsObserved());
     ResetCandidate();
     if (!KeepsOrder(pIndex, pKey.GetTime())) {
         return false;
@@ -185,6 +185,7 @@ bool Glissa::KeySet(int pIndex, const GlissaKey& pKey)
 
 bool Glissa::KeySet(int pIndex, const Glissa* pSource, int pSourceIndex)
 {
+    const KOperation operation(IsObserved());
     const KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
     ResetCandidate();
     if (!KeepsOrder(pIndex, source.mTime)) {
@@ -205,6 +206,7 @@ void Glissa::KeySet(int pIndex, KTime pTime, float pValue, unsigned pInterpolati
                     unsigned pTangentMode, float pData0, float pData1, unsigned pWeightMode,
                     float pWeight0, float pWeight1, float pVelocity0, float pVelocity1)
 {
+    const KOperation operation(IsObserved());
     const bool isMissingType =
         pInterpolation == eInterpolationCustom && CustomTangentTypeCount() == 0;
     KPriFCurveKeyAttr attributes{};
@@ -225,6 +227,7 @@ void Glissa::KeySet(int pIndex, KTime pTime, float pValue, unsigned pInterpolati
 void Glissa::KeySetTCB(int pIndex, KTime pTime, float pValue, float pTension, float pContinuity,
                        float pBias)
 {
+    const KOperation operation(IsObserved());
     KPriFCurveKeyAttr attributes{};
     attributes.mFlags = eInterpolationCubic | eTangentTCB;
     attributes.mData[eDataTCBTension] = pTension;

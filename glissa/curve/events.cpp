@@ -1,41 +1,53 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// How a curve tells what changed: one pending event, folded until it is sent, and plain callbacks;
-// beside them the hooks of the custom tangent manager.
+// How a curve reports what changed: one pending event, folded until it is sent, plain callbacks,
+// and the hooks of the custom tangent manager. All calls but the one before a change of a key wait
+// for the end of the operation under way.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/ext/active.h"
 #include "glissa/ext/custom_tangent_manager.h"
 
+#include <cmath>
+
 void Glissa::CallbackRegister(Listener pFunction, void* pObject)
 {
-    mListenerObjects.SetCapacity(mListenerObjects.GetCount() + 1);
-    mListenerFunctions.Add(reinterpret_cast<std::uint64_t>(pFunction));
-    mListenerObjects.Add(reinterpret_cast<std::uint64_t>(pObject));
+    mListeners.Add({pFunction, pObject});
 }
 
 void Glissa::CallbackUnregister(Listener pFunction, void* pObject)
 {
-    for (int i = mListenerFunctions.GetCount() - 1; i >= 0; --i) {
-        if (mListenerFunctions[i] == reinterpret_cast<std::uint64_t>(pFunction) &&
-            mListenerObjects[i] == reinterpret_cast<std::uint64_t>(pObject)) {
-            mListenerFunctions.RemoveAt(i);
-            mListenerObjects.RemoveAt(i);
-            return;
-        }
-    }
+    mListeners.RemoveAt(mListeners.FindLast({pFunction, pObject}));
 }
 
-// By position, with the count read anew: a listener may remove itself.
-void Glissa::CallListeners()
+bool Glissa::IsObserved() const
 {
-    mChangesBeingSent = mPendingEvent.GetEventCount();
-    for (int i = 0; i < mListenerFunctions.GetCount(); ++i) {
-        const auto listener = reinterpret_cast<Listener>(mListenerFunctions[i]);
-        listener(this, &mPendingEvent, reinterpret_cast<void*>(mListenerObjects[i]));
-    }
-    CallbackClear();
+    return mListeners.GetCount() > 0 || IsInvalidKeyCheckActive() || IsKeyAddListened() ||
+           IsKeyChangeListened();
+}
+
+// A curve that ends calls its listeners while it is there.
+bool Glissa::MustCallsWait() const
+{
+    return KOperation::IsUnderWay() && (mFlags & kIsEnding) == 0;
+}
+
+// False when the curve is gone.
+bool Glissa::CallListeners(GlissaEvent pEvent)
+{
+    return mListeners.Call(false, [this, &pEvent](const ListenerPair& pListener) {
+        pListener.mFunction(this, &pEvent, pListener.mObject);
+    });
+}
+
+// What is pending, which from now on is something else: what the listeners post is told apart.
+GlissaEvent Glissa::TakePendingEvent()
+{
+    const GlissaEvent event = mPendingEvent;
+    mPendingEvent.Clear();
+    return event;
 }
 
 void Glissa::CallbackAddEvent(int pType, int pKey)
@@ -45,8 +57,23 @@ void Glissa::CallbackAddEvent(int pType, int pKey)
 
     mPendingEvent.Add(pType, pKey);
     IncrementUpdateId((pType & eEventSelection) != 0 ? kOneSelectionChange : kOneValueChange);
-    if (IsCallbackEnabled()) {
-        CallListeners();
+    if (!IsCallbackEnabled()) {
+        return;
+    }
+    if (mListeners.GetCount() == 0) {
+        mPendingEvent.Clear();
+    } else if (!MustCallsWait()) {
+        CallListeners(TakePendingEvent());
+    } else if (mPendingEvent.GetEventCount() == 1 && mPendingEvent.GetDetailedType() == 0) {
+        // Nearly every post. What it takes to wait needs no memory of its own.
+        mPendingEvent.Clear();
+        KOperation::CallAtEnd(this, [this, pType, pKey] {
+            GlissaEvent event;
+            event.Add(pType, pKey);
+            CallListeners(event);
+        });
+    } else {
+        KOperation::CallAtEnd(this, [this, event = TakePendingEvent()] { CallListeners(event); });
     }
 }
 
@@ -55,12 +82,29 @@ void Glissa::CallbackEnable(bool pEnable)
     if (IsCallbackEnabled() == pEnable) {
         return;
     }
-    // The flag goes on after the listeners have run: what they post to this curve is not sent from
-    // inside the call. A bracket that a listener opens and changes nothing in sends nothing either.
-    if (pEnable && mPendingEvent.GetEventCount() > mChangesBeingSent) {
-        CallListeners();
+    if (!pEnable || mPendingEvent.GetEventCount() == 0 || mListeners.GetCount() == 0) {
+        if (pEnable) {
+            mPendingEvent.Clear();
+        }
+        SetFlag(kCallbacksEnabled, pEnable);
+    } else if (MustCallsWait()) {
+        SetFlag(kCallbacksEnabled, true);
+        KOperation::CallAtEnd(this, [this, event = TakePendingEvent()] {
+            SendCollected(event, IsCallbackEnabled());
+        });
+    } else {
+        SendCollected(TakePendingEvent(), true);
     }
-    mFlags = pEnable ? mFlags | kCallbacksEnabled : mFlags & ~kCallbacksEnabled;
+}
+
+// Callbacks are off while the listeners run: what they post to this curve is not sent from inside
+// the call, but collected.
+void Glissa::SendCollected(const GlissaEvent& pEvent, bool pEnableAfter)
+{
+    SetFlag(kCallbacksEnabled, false);
+    if (CallListeners(pEvent)) {
+        SetFlag(kCallbacksEnabled, pEnableAfter);
+    }
 }
 
 void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
@@ -68,17 +112,41 @@ void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
     if (!mCustomKeyAddEnabled || !IsKeyAddListened()) {
         return;
     }
-    GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
-    GlissaCustomKeyAddEvent* event = manager.AcquireCustomTangentKeyAddEventObject();
-    event->mIndex = pIndex;
-    event->mTime = pKey->mTime;
-    event->mCurve = this;
-    if (pKey->mAttribute->GetInterpolation() == eInterpolationCustom) {
-        manager.CallCustomAddCustomKey(event);
-    } else {
-        manager.CallCustomAddKey(event);
+    const bool isCustom = pKey->mAttribute->GetInterpolation() == eInterpolationCustom;
+    const auto report = [this, isCustom](KTime pTime, int pPlace) {
+        GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
+        GlissaCustomKeyAddEvent* event = manager.AcquireCustomTangentKeyAddEventObject();
+        event->mIndex = pPlace;
+        event->mTime = pTime;
+        event->mCurve = this;
+        if (isCustom) {
+            manager.CallCustomAddCustomKey(event);
+        } else {
+            manager.CallCustomAddKey(event);
+        }
+        manager.ReleaseCustomTangentKeyAddEventObject(event);
+    };
+    if (!MustCallsWait()) {
+        report(pKey->mTime, pIndex);
+        return;
     }
-    manager.ReleaseCustomTangentKeyAddEventObject(event);
+    KOperation::CallAtEnd(this, [this, report, time = pKey->mTime, pIndex] {
+        const int place = PlaceOfKey(time, pIndex);
+        if (place >= 0) {
+            report(time, place);
+        }
+    });
+}
+
+// Where a key of this time is now, which was at an index; -1 when it is gone.
+int Glissa::PlaceOfKey(KTime pTime, int pIndex)
+{
+    if (pIndex < KeyGetCount() && mKeys[pIndex].mTime == pTime) {
+        return pIndex;
+    }
+    int hint = pIndex;
+    const double place = KeyGetCount() > 0 ? KeyFind(pTime, &hint) : -1.0;
+    return place >= 0.0 && place == std::floor(place) ? static_cast<int>(place) : -1;
 }
 
 void Glissa::CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore,
@@ -87,13 +155,20 @@ void Glissa::CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore
     if (!mCustomKeyChangeEnabled || !IsKeyChangeListened()) {
         return;
     }
-    GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
-    GlissaCustomKeyChangeEvent* event = manager.AcquireCustomTangentKeyChangeEventObject();
-    event->mIndex = pIndex;
-    event->mTime = pKey->mTime;
-    event->mCurve = this;
-    event->mBefore = pBefore;
-    event->mChangeType = pType;
-    manager.CallCustomKeyChange(event);
-    manager.ReleaseCustomTangentKeyChangeEventObject(event);
+    const auto report = [this, pIndex, pBefore, pType, time = pKey->mTime] {
+        GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
+        GlissaCustomKeyChangeEvent* event = manager.AcquireCustomTangentKeyChangeEventObject();
+        event->mIndex = pIndex;
+        event->mTime = time;
+        event->mCurve = this;
+        event->mBefore = pBefore;
+        event->mChangeType = pType;
+        manager.CallCustomKeyChange(event);
+        manager.ReleaseCustomTangentKeyChangeEventObject(event);
+    };
+    if (pBefore || !MustCallsWait()) {
+        report();
+    } else {
+        KOperation::CallAtEnd(this, report);
+    }
 }

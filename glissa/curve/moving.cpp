@@ -8,6 +8,7 @@
 // that they had: info A is that of the key itself, B that of the key it leaves behind, D that of
 // the key in front of which it arrives.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/ticks.h"
@@ -48,6 +49,7 @@ bool CanShiftKeys(const Glissa& pCurve, int pFirst, int pLast, KTime pDelta)
 void Glissa::WriteValue(int pIndex, float pValue)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
+    const KOperation operation(IsInvalidKeyCheckActive());
     ResetCandidate();
     KPriFCurveKey& key = mKeys[pIndex];
     key.mValue = pValue;
@@ -158,6 +160,7 @@ int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey)
 bool Glissa::KeyMoveOf(int pIndex, KTime pDelta, float pValue)
 {
     CORVEKIT_ASSERT(pIndex >= 0);
+    const KOperation operation(IsObserved());
     const int count = KeyGetCount();
     if (pIndex < count && !CanShiftKeys(*this, pIndex, count - 1, pDelta)) {
         return false;

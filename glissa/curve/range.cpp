@@ -8,6 +8,7 @@
 // before it, so wherever a key comes to stand between two others, the left side of the one behind
 // it moves house.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/curve/hold_slopes.h"
@@ -89,6 +90,7 @@ void Glissa::CopyFrom(const Glissa& pSource, bool pWithKeys)
     if (&pSource == this) {
         return;
     }
+    const KOperation operation(IsObserved());
     {
         const int count = pWithKeys ? pSource.KeyGetCount() : 0;
         const KeyModifyBracket bracket(*this);
@@ -142,6 +144,7 @@ void Glissa::Insert(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pF
             TicksBetween(pOffset, KTime::Infinite())) {
         return;
     }
+    const KOperation operation(IsObserved());
     ResizeKeyBuffer(KeyGetCount() + added, false);
     {
         const KeyModifyBracket bracket(*this);

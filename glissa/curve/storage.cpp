@@ -3,6 +3,7 @@
 
 // Room for keys and the brackets around their changes.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
@@ -64,7 +65,7 @@ int Glissa::AppendWithCare(KTime pTime, float pValue)
     if (pTime == kNoKeyTime) {
         return -1;
     }
-    // Before room is made: the listener may change this very curve.
+    const KOperation operation(IsObserved());
     CheckKeyValue(pValue);
     mKeys.Reserve(KeyGetCount() + 1);
     mKeys.Append() = {pTime, GlissaDefaultKeyAttr, pValue};

@@ -6,6 +6,7 @@
 
 #include "glissa/curve/store.h"
 
+#include "corvekit/event/operation.h"
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/key_weight.h"
@@ -280,6 +281,7 @@ bool Glissa::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor)
 bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor)
 {
     KTdf& tdf = *pTdf;
+    const KOperation operation(IsObserved());
     // The operations used below close brackets of their own: only within one are they silent.
     KeyModifyBegin();
     KeyClear();

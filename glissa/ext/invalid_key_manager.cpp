@@ -4,6 +4,7 @@
 #include "glissa/ext/invalid_key_manager.h"
 
 #include "corvekit/assert.h"
+#include "corvekit/event/operation.h"
 #include "glissa/ext/active.h"
 
 #include <cmath>
@@ -68,14 +69,21 @@ bool GlissaInvalidKeyManager::Unregister(int pEventId, ICallback* pCallback,
     return true;
 }
 
-// The listeners run while the bad value is still in its place.
+// The listeners run while the bad value is still in its place, or when the curve has been edited.
 void CheckKeyValueForListeners(float& pValue)
 {
     if (std::isfinite(pValue)) {
         return;
     }
-    GlissaInvalidKeyEvent event;
-    event.SetKind(GlissaInvalidKeyEvent::kInvalidValue);
-    GlissaInvalidKeyManager::TheOne().CallInvalidKey(&event);
+    const auto report = [] {
+        GlissaInvalidKeyEvent event;
+        event.SetKind(GlissaInvalidKeyEvent::kInvalidValue);
+        GlissaInvalidKeyManager::TheOne().CallInvalidKey(&event);
+    };
+    if (KOperation::IsUnderWay()) {
+        KOperation::CallAtEnd(nullptr, report);
+    } else {
+        report();
+    }
     pValue = 0.0f;
 }

@@ -31,8 +31,9 @@ enum eInvalidKeyEventId : int
 
 /// Tells a host of key values that are infinite or not a number.
 ///
-/// While somebody listens, such a value is reported and then replaced by 0 wherever a key's value
-/// is written; while nobody does, values are stored as they are. One instance, from first use to
+/// While somebody listens, such a value is reported and replaced by 0 wherever a key's value is
+/// written; while nobody does, values are stored as they are. A GlissaKey reports first, an
+/// operation on a curve at its end. One instance, from first use to
 /// the end of the process. Takes no lock: listeners change while no curve is edited.
 class GLISSA_API GlissaInvalidKeyManager : public KClassFrame<GlissaInvalidKeyManager, KObject>,
                                            public IRegister

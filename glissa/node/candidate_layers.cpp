@@ -5,6 +5,7 @@
 // to pending values in that layer's curves, and to keys. A time from outside goes through the
 // node's warp once, at the entrance; candidate times are warped ones.
 
+#include "corvekit/event/operation.h"
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
@@ -93,6 +94,7 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
 
 double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, int)
 {
+    const KOperation operation;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
     if (info.IsLocked() || GetLayerID() != 0) {
         return pValues;
@@ -159,6 +161,7 @@ void GlissaNode::GiveKeylessChannels(KTime pTime, double* pValues, const GlissaL
 double* GlissaNode::CandidateSetSpecificLayer(KTime pTime, double* pValues,
                                               const GlissaLayerInfo& pInfo, bool pResolve)
 {
+    const KOperation operation;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
     if (info.IsLocked()) {
         return pValues;
@@ -217,6 +220,7 @@ float GlissaNode::ShareOfTotal(KTime pTime) const
 
 void GlissaNode::FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pInfo)
 {
+    const KOperation operation;
     if (GetLayerID() != 0 || !IsCandidate() || GetSpecificCandidateMethod() != eCandidateTotal) {
         return;
     }
@@ -239,6 +243,7 @@ void GlissaNode::FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pI
 double* GlissaNode::CandidateGetSpecificLayer(double* pValues, KTime& pTime,
                                               const GlissaLayerInfo& pInfo)
 {
+    const KOperation operation;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
     const bool is_layer = GetLayerID() == info.GetLayerID();
     GlissaNode* next = mState->mNextLayer;
@@ -293,6 +298,7 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
                               int pInterpolation, int pTangentMode, int pContinuity,
                               bool pTangentOverride, KTime pTime, double pTolerance)
 {
+    const KOperation operation;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
     const int id = info.GetLayerID();
     if (info.IsLocked()) {

@@ -3,6 +3,7 @@
 
 // Where the pending values of a node live, how they are read, kept and put back, and how they end.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
 
@@ -124,6 +125,7 @@ bool GlissaNode::CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int
                                            int pTangentMode, int pContinuity, bool pTangentOverride,
                                            KTime pTime, double pTolerance)
 {
+    const KOperation operation;
     const int id = GetCorrectLayerID(pId);
     const bool hands_on = !IsBlended() && !IsChannel();
     if ((GetLayerID() != id && !hands_on) || IsNodeLocked()) {
@@ -195,6 +197,7 @@ void GlissaNode::TrimLayers(const GlissaNodeCandidateState& pState)
 
 void GlissaNode::SetCandidateState(const GlissaNodeCandidateState& pState, bool pTrimLayers)
 {
+    const KOperation operation;
     if (pTrimLayers && GetLayerID() == 0) {
         TrimLayers(pState);
     }

@@ -3,6 +3,7 @@
 
 // New nodes: from a name and a type, from a template, and as copies of others.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/node/node_state.h"
 
@@ -144,6 +145,7 @@ GlissaNode* GlissaNode::Copy(KTime pStart, KTime pStop)
 
 void GlissaNode::CopyFrom(GlissaNode* pSource, bool pTransfer)
 {
+    const KOperation operation;
     if (pSource && pSource != this) {
         TakeNode(pSource, pTransfer, false);
         TakeLayers(pSource, pTransfer, false);
@@ -152,6 +154,7 @@ void GlissaNode::CopyFrom(GlissaNode* pSource, bool pTransfer)
 
 void GlissaNode::SingleLayerCopyFrom(GlissaNode* pSource, bool pTransfer)
 {
+    const KOperation operation;
     if (pSource && pSource != this) {
         TakeNode(pSource, pTransfer, false);
     }

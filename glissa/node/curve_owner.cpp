@@ -4,11 +4,23 @@
 // What a curve asks of the node that owns it. It stands here because the curve lies below the node.
 
 #include "glissa/curve/curve.h"
-#include "glissa/node/node.h"
+#include "glissa/node/node_state.h"
 
 bool Glissa::IsLocked()
 {
     return mOwner && mOwner->IsNodeLocked();
+}
+
+// A node does not keep a curve that ends. The last events of a curve are about the curve alone: its
+// node may be half gone.
+void Glissa::LeaveNode()
+{
+    if (mPlace) {
+        *mPlace = nullptr;
+        mPlace = nullptr;
+        NoteStructureChange();
+    }
+    mOwner = nullptr;
 }
 
 void Glissa::CallbackEvaluationRegister(void* pFunction, void* pObject)

@@ -3,7 +3,9 @@
 
 // Keys of whole channels: walks over the curves that pass locked nodes over.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/ext/active.h"
 #include "glissa/node/key_places.h"
 #include "glissa/node/node_state.h"
 
@@ -22,6 +24,7 @@ bool IsStretchOf(const Glissa& pCurve, float pValue)
 double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
                            int pTangentMode)
 {
+    const KOperation operation;
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
     }
@@ -44,6 +47,7 @@ double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask,
 
 double* GlissaNode::KeyAppend(KTime pTime, double* pValues)
 {
+    const KOperation operation(IsInvalidKeyCheckActive());
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
     }
@@ -59,6 +63,7 @@ double* GlissaNode::KeyAppend(KTime pTime, double* pValues)
 
 double* GlissaNode::KeyRecord(KTime pTime, double* pValues)
 {
+    const KOperation operation;
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
     }
@@ -82,6 +87,7 @@ double* GlissaNode::KeyRecord(KTime pTime, double* pValues)
 
 bool GlissaNode::DeleteKey(KTime& pTime, bool* pMask, double pTolerance, unsigned int pSkipMask)
 {
+    const KOperation operation;
     if (IsNodeLocked()) {
         return false;
     }
@@ -108,6 +114,7 @@ bool GlissaNode::DeleteKey(KTime& pTime, bool* pMask, double pTolerance, unsigne
 
 void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
 {
+    const KOperation operation;
     for (GlissaNode* node = this; node; node = pChain ? node->LayerGet() : nullptr) {
         if (node->mState->mCurve) {
             if (!node->IsNodeLocked()) {
@@ -124,6 +131,7 @@ void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
 void GlissaNode::Replace(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
                          bool pKeyEndsWhenEmpty, KTime pOffset)
 {
+    const KOperation operation;
     if (IsRotationLayerType() &&
         ReplaceRotation(pSource, pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset)) {
         return;

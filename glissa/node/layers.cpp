@@ -4,6 +4,7 @@
 // The chain of layers behind a base node: in ascending order of id, every node of the structure of
 // the one before it. Links hold whole branches together; the children of a layer have none.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
 
@@ -29,6 +30,21 @@ void DeleteAllKeys(GlissaNode* pNode)
     for (int i = 0; i < pNode->GetCount(); ++i) {
         DeleteAllKeys(pNode->Get(i));
     }
+}
+
+// The node that an operation gives, or null where a listener that was called at its end has
+// destroyed it.
+template <typename Operation>
+GlissaNode* IfAlive(const Operation& pOperation)
+{
+    KWatch watch;
+    GlissaNode* node = nullptr;
+    {
+        const KOperation operation;
+        node = pOperation();
+        watch.Set(node);
+    }
+    return watch.IsAlive() ? node : nullptr;
 }
 
 // The curve that stands for a node: its own or that of its first child.
@@ -126,6 +142,7 @@ bool GlissaNode::HasOverrideLayer() const
 
 void GlissaNode::LayerSet(GlissaNode* pNode, bool pDeleteOld)
 {
+    const KOperation operation;
     GlissaNode* old = mState->mNextLayer;
     if (pNode == old) {
         return;
@@ -153,6 +170,11 @@ GlissaNode* GlissaNode::LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOl
     if (!IsMultiLayer()) {
         return nullptr;
     }
+    return IfAlive([this, &pInfo, pDeleteOld] { return MakeLayer(pInfo, pDeleteOld); });
+}
+
+GlissaNode* GlissaNode::MakeLayer(const GlissaLayerInfo& pInfo, bool pDeleteOld)
+{
     GlissaNode* layer = CloneTemplate(false, false, true, pInfo);
     LayerSet(layer, pDeleteOld);
 
@@ -184,16 +206,19 @@ GlissaNode* GlissaNode::CreateLayerAt(const GlissaLayerInfo& pInfo)
     if (behind && behind->GetLayerID() == id) {
         return behind;
     }
-    GlissaNode* layer = before->LayerCreate(pInfo, !behind);
-    if (layer) {
-        layer->mState->mNextLayer = behind;
-        TellOfLayers();
-    }
-    return layer;
+    return IfAlive([this, &pInfo, before, behind] {
+        GlissaNode* layer = before->LayerCreate(pInfo, !behind);
+        if (layer) {
+            layer->mState->mNextLayer = behind;
+            TellOfLayers();
+        }
+        return layer;
+    });
 }
 
 GlissaNode* GlissaNode::RemoveLayer(int pId, bool pDestroy)
 {
+    const KOperation operation;
     GlissaNode* before = GetPreviousLayer(pId);
     GlissaNode* layer = before ? before->LayerGet() : nullptr;
     if (!layer || layer->GetLayerID() != pId) {
@@ -210,6 +235,7 @@ GlissaNode* GlissaNode::RemoveLayer(int pId, bool pDestroy)
 
 bool GlissaNode::RemoveLayerNode(int pId)
 {
+    const KOperation operation;
     const int id = GetCorrectLayerID(pId);
     GlissaNode* before = nullptr;
     GlissaNode* layer = this;
@@ -243,18 +269,21 @@ void GlissaNode::Empty()
 
 GlissaNode* GlissaNode::InsertOrCopyLayer(const GlissaLayerInfo& pInfo, GlissaNode* pSource)
 {
-    GlissaNode* layer = LayerGet(pInfo.GetLayerID());
-    if (!layer) {
-        layer = CreateLayerAt(pInfo);
-    }
-    if (layer) {
-        layer->SingleLayerCopyFrom(pSource, false);
-    }
-    return layer;
+    return IfAlive([this, &pInfo, pSource] {
+        GlissaNode* layer = LayerGet(pInfo.GetLayerID());
+        if (!layer) {
+            layer = CreateLayerAt(pInfo);
+        }
+        if (layer) {
+            layer->SingleLayerCopyFrom(pSource, false);
+        }
+        return layer;
+    });
 }
 
 void GlissaNode::LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer)
 {
+    const KOperation operation;
     TakeLayers(pSource, pTransfer, false);
 }
 
@@ -299,6 +328,18 @@ void GlissaNode::SetBase(GlissaNode* pBase)
     for (int i = 0; i < GetCount(); ++i) {
         GlissaNode* base = pBase->Get(i);
         Get(i)->SetBase(base ? base : Get(i));
+    }
+}
+
+// Channels of the layers behind this node that have a child of it as their base lose that.
+void GlissaNode::ReleaseBase(const GlissaNode* pChild)
+{
+    for (GlissaNode* layer = mState->mNextLayer; layer; layer = layer->LayerGet()) {
+        for (GlissaNode* channel : layer->mState->mChildren) {
+            if (channel->mState->mObjectLayer == pChild) {
+                channel->SetBase(channel);
+            }
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 
 // The node itself: how it begins and ends, its names, its curve, its flags and its links.
 
+#include "corvekit/event/operation.h"
 #include "corvekit/object/property.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
@@ -95,13 +96,16 @@ GlissaNode::GlissaNode(GlissaNode* pTemplate) : mState(new State)
 
 GlissaNode::~GlissaNode()
 {
-    // Listeners that are turned off hear of the end too.
+    mState->mIsEnding = true;
+    KOperation::Forget(this);
+    // Listeners that are turned off are called too.
     CallbackAddEvent(eNodeEventDestroy);
     CallbackEnable(true);
     delete mState->mCallbacks;
     mState->mCallbacks = nullptr;
     GlissaNode::Clear();
     if (mState->mParent) {
+        mState->mParent->ReleaseBase(this);
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
     NoteStructureChange();
@@ -111,6 +115,12 @@ GlissaNode::~GlissaNode()
 
 void GlissaNode::Clear()
 {
+    const KOperation operation;
+    // Without this node the layers are a chain of their own.
+    GlissaNode* const layer = std::exchange(mState->mNextLayer, nullptr);
+    for (GlissaNode* node = layer; node; node = node->LayerGet()) {
+        node->SetBase(layer);
+    }
     for (int i = mState->mChildren.GetCount() - 1; i >= 0; --i) {
         if (mState->IsContainer()) {
             Remove(i);
@@ -119,20 +129,12 @@ void GlissaNode::Clear()
         }
     }
     mState->mChildren.Clear();
-    Glissa* curve = std::exchange(mState->mCurve, nullptr);
     NoteStructureChange();
-    if (curve) {
+    if (Glissa* curve = std::exchange(mState->mCurve, nullptr)) {
         curve->Destroy();
     }
-    if (GlissaNode* layer = std::exchange(mState->mNextLayer, nullptr)) {
-        if (layer->DecReferenceCount() < 1) {
-            layer->Destroy();
-        } else {
-            // Others hold it: without this node it begins a chain of its own.
-            for (GlissaNode* node = layer; node; node = node->LayerGet()) {
-                node->SetBase(layer);
-            }
-        }
+    if (layer && layer->DecReferenceCount() < 1) {
+        layer->Destroy();
     }
     mState->mObjectLayer = this;
     if (GlissaNode* warp = std::exchange(mState->mTimeWarp, nullptr)) {
@@ -147,7 +149,10 @@ IObject* GlissaNode::IQuery(unsigned long pId, int)
 
 void GlissaNode::Destroy(int)
 {
-    delete this;
+    if (!mState->mIsEnding) {
+        const KOperation operation;
+        KOperation::DeleteAtEnd(this, [this] { delete this; });
+    }
 }
 
 KZrObjectHolder* GlissaNode::GetZrHolder()
@@ -224,22 +229,27 @@ Glissa* GlissaNode::FCurveGet() const
 
 Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
 {
+    const KOperation operation;
     Glissa* old = mState->mCurve;
     if (pCurve == old) {
         return nullptr;
     }
+    // One that another node has taken over meanwhile stays with that node.
+    if (old && old->mPlace == &mState->mCurve) {
+        old->mPlace = nullptr;
+    }
+    if (old && old->GetOwner() == this) {
+        old->SetOwner(nullptr);
+    }
     mState->mCurve = pCurve;
+    if (pCurve) {
+        pCurve->mPlace = &mState->mCurve;
+        pCurve->SetOwner(this);
+    }
     NoteStructureChange();
     if (old && pDestroyOld) {
         old->Destroy();
         old = nullptr;
-    }
-    if (pCurve) {
-        pCurve->SetOwner(this);
-    }
-    // One that another node has taken over meanwhile stays with that node.
-    if (old && old->GetOwner() == this) {
-        old->SetOwner(nullptr);
     }
     CallbackAddEvent(eNodeEventCurve);
     return old;
@@ -247,6 +257,7 @@ Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
 
 void GlissaNode::CreateFCurve()
 {
+    const KOperation operation;
     if (GetCount() > 0) {
         for (GlissaNode* child : mState->mChildren) {
             child->CreateFCurve();
@@ -325,6 +336,7 @@ bool GlissaNode::GetVisibility() const
 
 void GlissaNode::SetVisibility(bool pVisible, bool pChildren, bool pLayers, int pChildIndex)
 {
+    const KOperation operation;
     if (pLayers && mState->mNextLayer) {
         mState->mNextLayer->SetVisibility(pVisible, pChildren, pLayers, pChildIndex);
     }

@@ -43,7 +43,8 @@ enum EGlissaLayerType : int
 /// and, unless it is a container, its children. It does not own parent, template, data node, object
 /// layer, connector or the host's layers. Handled by pointer and not copied. One thread at a time
 /// works on a tree; evaluation too writes candidates. Listeners are called on the thread that
-/// changes the node, inside the change.
+/// changes the node, when the operation that changes it has done its work: they may edit and
+/// destroy it. docs/conventions.md has the rules.
 ///
 /// Values of a node are doubles in the order of its children, one for a leaf; a layered node has at
 /// most four. Rotations are Euler angles in degrees in the node's rotation order. Masks of channels
@@ -76,7 +77,8 @@ public:
 
     /// The node for the ids 0, 51 and 0x29BC7B2, else null.
     IObject* IQuery(unsigned long pId, int pArgument) override;
-    /// Deletes the node with all that it owns. Listeners hear eNodeEventDestroy first.
+    /// Deletes the node with all that it owns. Listeners are called with eNodeEventDestroy first.
+    /// Within an operation the node ends with that.
     void Destroy(int pArgument = 0) override;
     KZrObjectHolder* GetZrHolder() override;
     ~GlissaNode() override;
@@ -263,7 +265,8 @@ public:
     /// and hold the zero values. Null on a node that may not have layers.
     GlissaNode* LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld);
     /// A layer at its place in the chain; the one that is there, where there is one. Null for this
-    /// node's own id, an id below it, and on a node that may not have layers.
+    /// node's own id, an id below it, on a node that may not have layers, and, here and above, for
+    /// a layer that a listener has removed at once.
     GlissaNode* CreateLayerAt(const GlissaLayerInfo& pInfo);
     /// Takes a layer out of the chain and gives it, or destroys it and gives null. No event. What
     /// is given keeps its base, which must outlive it: the base's property and lock query decide.
@@ -567,9 +570,13 @@ private:
     class RotationPath;
     class RunningRotation;
 
+    bool MustCallsWait() const;
+    void SendCollected(const GlissaNodeEvent& pEvent);
     void TellOfLayers();
+    GlissaNode* MakeLayer(const GlissaLayerInfo& pInfo, bool pDeleteOld);
     void Empty();
     void SetBase(GlissaNode* pBase);
+    void ReleaseBase(const GlissaNode* pChild);
     void SetZeroValues(bool pForce);
     bool ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
                          bool pKeyEndsWhenEmpty, KTime pOffset);

@@ -1,74 +1,39 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// How a node tells its listeners. What is pending is taken out of the list before they are called:
-// what a listener itself brings about is told apart, and is not lost.
+// How a node reports to its listeners. The calls wait for the end of the operation under way.
 
 #include "glissa/node/node_event.h"
 
+#include "corvekit/event/operation.h"
 #include "glissa/node/node_state.h"
 
 GlissaNodeEvent::~GlissaNodeEvent() = default;
 
-/// Where the calls of one event have got to. Lives on the stack of the call.
-struct GlissaNodeCallbackList::Walk
-{
-    GlissaNodeCallbackList* list;
-    Walk* outer;
-    int place;  // listeners from here on have been called (last first), or those before have
-    int end;    // of the listeners that were there at the start
-
-    void Removed(int pIndex)
-    {
-        place -= pIndex < place ? 1 : 0;
-        end -= pIndex < end ? 1 : 0;
-    }
-};
-
-GlissaNodeCallbackList::~GlissaNodeCallbackList()
-{
-    for (Walk* walk = mWalks; walk; walk = walk->outer) {
-        walk->list = nullptr;
-    }
-}
+GlissaNodeCallbackList::~GlissaNodeCallbackList() = default;
 
 void GlissaNodeCallbackList::Register(GlissaNodeCallback pFunction, void* pData)
 {
-    mData.SetCapacity(mData.GetCount() + 1);
-    mFunctions.Add(pFunction);
-    mData.Add(pData);
+    mListeners.Add({pFunction, pData});
 }
 
 bool GlissaNodeCallbackList::Unregister(GlissaNodeCallback pFunction, void* pData)
 {
-    for (int i = mFunctions.GetCount() - 1; i >= 0; --i) {
-        if (mFunctions[i] == pFunction && mData[i] == pData) {
-            mFunctions.RemoveAt(i);
-            mData.RemoveAt(i);
-            for (Walk* walk = mWalks; walk; walk = walk->outer) {
-                walk->Removed(i);
-            }
-            return true;
-        }
-    }
-    return false;
+    return mListeners.RemoveAt(mListeners.FindLast({pFunction, pData}));
 }
 
-bool GlissaNodeCallbackList::SendPending(GlissaNode* pNode, bool pLastFirst)
+GlissaNodeEvent GlissaNodeCallbackList::TakePending()
 {
-    GlissaNodeEvent event = *this;
+    const GlissaNodeEvent event = *this;
     Clear();
-    Walk walk{this, mWalks, pLastFirst ? GetCount() : 0, GetCount()};
-    mWalks = &walk;
-    while (pLastFirst ? walk.place > 0 : walk.place < walk.end) {
-        const int index = pLastFirst ? --walk.place : walk.place++;
-        mFunctions[index](pNode, &event, mData[index]);
-        if (!walk.list) {
-            return false;
-        }
-    }
-    mWalks = walk.outer;
-    return true;
+    return event;
+}
+
+bool GlissaNodeCallbackList::Call(GlissaNode* pNode, GlissaNodeEvent pEvent, bool pLastFirst)
+{
+    return mListeners.Call(pLastFirst, [pNode, &pEvent](const Pair& pPair) {
+        pPair.mFunction(pNode, &pEvent, pPair.mData);
+    });
 }
 
 void GlissaNode::CallbackRegister(GlissaNodeCallback pFunction, void* pData)
@@ -106,14 +71,24 @@ void GlissaNode::CallbackClear()
 
 void GlissaNode::CallbackAddEvent(int pBit)
 {
-    if (!mState->mCallbacks) {
+    GlissaNodeCallbackList* list = mState->mCallbacks;
+    if (!list) {
         return;
     }
-    mState->mCallbacks->Add(pBit);
+    list->Add(pBit);
     mState->mUpdateId = static_cast<int>(static_cast<unsigned>(mState->mUpdateId) + 1u);
-    if (mState->mCallbacks->IsEnabled()) {
-        mState->mCallbacks->SendPending(this, true);
+    if (!list->IsEnabled()) {
+        return;
     }
+    if (!MustCallsWait()) {
+        list->Call(this, list->TakePending(), true);
+        return;
+    }
+    KOperation::CallAtEnd(this, [this, event = list->TakePending()] {
+        if (mState->mCallbacks) {
+            mState->mCallbacks->Call(this, event, true);
+        }
+    });
 }
 
 bool GlissaNode::CallbackEnable(bool pEnable)
@@ -122,9 +97,31 @@ bool GlissaNode::CallbackEnable(bool pEnable)
     if (!list || list->IsEnabled() == pEnable) {
         return true;
     }
-    const bool sends = pEnable && list->GetEventCount() > 0;
-    if (!sends || list->SendPending(this, false)) {
+    if (!pEnable || list->GetEventCount() == 0) {
         list->SetEnabled(pEnable);
+    } else if (MustCallsWait()) {
+        list->SetEnabled(true);
+        KOperation::CallAtEnd(this, [this, event = list->TakePending()] { SendCollected(event); });
+    } else {
+        SendCollected(list->TakePending());
     }
     return true;
+}
+
+// Events are collected while the listeners run: what they post is sent with the next one.
+void GlissaNode::SendCollected(const GlissaNodeEvent& pEvent)
+{
+    GlissaNodeCallbackList* list = mState->mCallbacks;
+    if (list) {
+        list->SetEnabled(false);
+        if (list->Call(this, pEvent, false)) {
+            list->SetEnabled(true);
+        }
+    }
+}
+
+// A node that ends calls its listeners while it is there.
+bool GlissaNode::MustCallsWait() const
+{
+    return KOperation::IsUnderWay() && !mState->mIsEnding;
 }

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "corvekit/array.h"
 #include "corvekit/event/event.h"
+#include "corvekit/event/listener_list.h"
 #include "glissa/export.h"
 
 class GlissaNode;
 
-/// What a node tells its listeners: bits of GlissaNodeEvent's type.
+/// What a node reports to its listeners: bits of GlissaNodeEvent's type.
 enum EGlissaNodeEventType : int
 {
     eNodeEventVisibility = 1,  ///< visibility was set
@@ -62,22 +62,26 @@ public:
     GlissaNodeCallbackList& operator=(const GlissaNodeCallbackList&) = delete;
     ~GlissaNodeCallbackList() override;
 
-    int GetCount() const { return mFunctions.GetCount(); }
+    int GetCount() const { return mListeners.GetCount(); }
     void Register(GlissaNodeCallback pFunction, void* pData);
     /// Removes the last equal pair. False when there is none.
     bool Unregister(GlissaNodeCallback pFunction, void* pData);
-    /// Takes out what is pending and calls the listeners with it, each once: a listener may remove
-    /// itself and others, or bring the list down. Those that come while it lasts are left out.
-    /// False when the list has gone.
-    bool SendPending(GlissaNode* pNode, bool pLastFirst);
+    /// What is pending, which is cleared: what listeners post is an event of its own.
+    GlissaNodeEvent TakePending();
+    /// Calls the listeners as KListenerList does. False when the list is gone.
+    bool Call(GlissaNode* pNode, GlissaNodeEvent pEvent, bool pLastFirst);
     bool IsEnabled() const { return mEnabled; }
     void SetEnabled(bool pEnabled) { mEnabled = pEnabled; }
 
 private:
-    struct Walk;
+    struct Pair
+    {
+        GlissaNodeCallback mFunction;
+        void* mData;
 
-    KArrayTemplate<GlissaNodeCallback, 4> mFunctions;
-    KArrayTemplate<void*, 4> mData;
+        friend bool operator==(const Pair&, const Pair&) = default;
+    };
+
+    KListenerList<Pair> mListeners;
     bool mEnabled = true;
-    Walk* mWalks = nullptr;  // the calls that are under way, innermost first
 };

@@ -90,6 +90,7 @@ struct GlissaNode::State
     GlissaNode* mTemplate = nullptr;
     GlissaNode* mDataNode = nullptr;
     int mReferenceCount = 0;
+    bool mIsEnding = false;  // Destroy was called
     int mUpdateId = 0;
     int mRotationOrder = 0;
     float mTotalCandidate[kNodeLayeredValues] = {};

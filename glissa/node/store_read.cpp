@@ -6,6 +6,7 @@
 // document that no writer made does no harm: the call depth is that of the document's blocks, each
 // node made is backed by a field, and a chain that was read is a chain.
 
+#include "corvekit/event/operation.h"
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/node/node_state.h"
@@ -352,6 +353,7 @@ void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
 
 bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor)
 {
+    const KOperation operation;
     if (!pTdf->FieldReadBegin("Channel")) {
         return false;
     }
@@ -366,6 +368,7 @@ bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing
 bool GlissaNode::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing,
                                      bool pWithColor)
 {
+    const KOperation operation;
     StoreReader(*pTdf, pOnlyDefaults).ReadNode(*this, {pCreateMissing, pWithColor}, false);
     return true;
 }

@@ -3,6 +3,7 @@
 
 // Values without keys, and the settings of a rotation.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
 
@@ -31,6 +32,7 @@ double* GlissaNode::GetValue(double* pValues)
 
 double* GlissaNode::SetValue(double* pValues, bool pForce)
 {
+    const KOperation operation;
     if (mState->mCurve) {
         if (pForce || !IsNodeLocked()) {
             mState->mCurve->SetValue(static_cast<float>(*pValues));
@@ -45,6 +47,7 @@ double* GlissaNode::SetValue(double* pValues, bool pForce)
 
 void GlissaNode::ResetValue(bool pChain)
 {
+    const KOperation operation;
     for (GlissaNode* node = this; node; node = pChain ? node->LayerGet() : nullptr) {
         node->SetZeroValues(false);
     }
@@ -74,6 +77,7 @@ bool GlissaNode::GetUseQuaternion() const
 
 void GlissaNode::SetUseQuaternion(bool pUse)
 {
+    const KOperation operation;
     if (mState->mNextLayer) {
         mState->mNextLayer->SetUseQuaternion(pUse);
     }

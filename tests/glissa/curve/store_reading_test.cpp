@@ -206,7 +206,7 @@ TEST_F(CurveStore, EveryKeyValueIsCheckedAndTheListenerMayDoAnything)
         manager.Unregister(eInvalidKeyFound, &listener, kHear);
         EXPECT_EQ(2, listener.mCalls);
         if (clears) {
-            ExpectKeys(*curve, {{2, 0, eInterpolationLinear}, {3, 1, eInterpolationLinear}}, false);
+            EXPECT_EQ(0, curve->KeyGetCount());  // it is called when the curve has been read
         } else {
             ExpectKeys(*curve,
                        {{0, 1, eInterpolationLinear},

@@ -1,0 +1,445 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Every operation that calls listeners, with listeners that edit and destroy what they are called
+// for. The sanitizers see what is used after its end.
+
+#include "glissa/ext/custom_tangent_manager.h"
+#include "glissa/ext/invalid_key_manager.h"
+#include "tests/support/museum.h"
+#include "tests/support/node_stubs.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace
+{
+constexpr float kBad = std::numeric_limits<float>::infinity();
+
+KTime Seconds(double pSeconds)
+{
+    return KTime::FromSeconds(pSeconds);
+}
+
+// Keys of several kinds at 0 to 6 s, the fourth one custom.
+void Fill(Glissa& pCurve)
+{
+    constexpr unsigned kKinds[] = {eInterpolationCubic | eTangentUserBreak,
+                                   eInterpolationCubic | eTangentAuto,
+                                   eInterpolationLinear,
+                                   eInterpolationCustom | 0x100u,
+                                   eInterpolationCubic | eTangentTCB,
+                                   eInterpolationConstant,
+                                   eInterpolationCubic | eTangentUser};
+    for (int i = 0; i < 7; ++i) {
+        pCurve.KeyAppendFast(Seconds(i), static_cast<float>(i * i % 5));
+        pCurve.KeyAttrSet(i, {{kKinds[i], {1.0f, -2.0f, 0.0f, 0.0f}}, 0});
+        pCurve.KeySetSelected(i, i % 2 == 1);
+    }
+}
+
+GlissaKey MakeKey(unsigned pInterpolation, float pValue)
+{
+    return GlissaKey({Seconds(2), nullptr, pValue},
+                     {{pInterpolation | 0x100u, {0.5f, 0.5f, 0.0f, 0.0f}}, 0});
+}
+
+// The whole of a curve as a text.
+std::string Describe(const Glissa& pCurve)
+{
+    std::string text = std::to_string(pCurve.GetValue());
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        const GlissaKey key = pCurve.KeyGet(i);
+        text += " | " + std::to_string(key.GetTime().Get()) + " " + std::to_string(key.GetValue()) +
+                " " + std::to_string(key.GetAttributes().mFlags);
+        for (int slot = 0; slot < 4; ++slot) {
+            text += " " + std::to_string(key.GetDataPtr()[slot]);
+        }
+    }
+    return text;
+}
+
+void ExpectWhole(const Glissa& pCurve)
+{
+    EXPECT_TRUE(pCurve.CheckCurve());
+    for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
+        EXPECT_LT(pCurve.KeyGetTime(i - 1), pCurve.KeyGetTime(i));
+    }
+}
+
+using CurveOperation = std::function<void(Glissa&)>;
+
+// pOther  a curve like the one that is edited.
+std::vector<CurveOperation> CurveOperations(Glissa& pOther)
+{
+    Glissa* const other = &pOther;
+    const auto candidate = [](int pKind, int pContinuity) {
+        return [=](Glissa& curve) {
+            curve.CandidateSet(Seconds(2.5), 9.0);
+            curve.CandidateKey(nullptr, pKind, 0x400, pContinuity, true);
+        };
+    };
+    const auto replace = [other](double pFrom, double pTo, bool pEnds) {
+        return [=](Glissa& curve) {
+            curve.Replace(other, Seconds(pFrom), Seconds(pTo), true, pEnds, Seconds(0.5));
+        };
+    };
+    return {
+        [](Glissa& c) { c.SetValue(3.0f); },
+        [](Glissa& c) { c.SetPostExtrapolation(2); },
+        [](Glissa& c) { c.KeyClear(); },
+        [](Glissa& c) { c.KeyAppendFast(Seconds(9), kBad); },
+        [](Glissa& c) { c.KeyAttrSet(3, *GlissaDefaultKeyAttr); },
+        [](Glissa& c) { c.KeyAdd(Seconds(2.5), MakeKey(eInterpolationCustom, 1.0f)); },
+        [](Glissa& c) { c.KeyAdd(Seconds(2), MakeKey(eInterpolationCubic, kBad)); },
+        [](Glissa& c) { c.KeyAdd(Seconds(4.5)); },
+        [=](Glissa& c) { c.KeyAdd(Seconds(1.5), other, 3); },
+        [=](Glissa& c) { c.KeyAppend(Seconds(8), other, 3); },
+        [=](Glissa& c) { c.KeySet(2, MakeKey(eInterpolationLinear, kBad)); },
+        [=](Glissa& c) { c.KeySet(2, other, 2); },
+        [](Glissa& c) { c.KeySet(2, Seconds(2.2), kBad, eInterpolationCubic, eTangentUser); },
+        [](Glissa& c) { c.KeySetTCB(2, Seconds(2.2), 1.0f); },
+        [](Glissa& c) { c.KeyRemove(3); },
+        [](Glissa& c) { c.Delete(2, 4); },
+        [](Glissa& c) { c.Delete(Seconds(-1), Seconds(9), true); },
+        [](Glissa& c) { c.KeyMultValue(3, kBad); },
+        [](Glissa& c) { c.KeySetTime(3, Seconds(3.5)); },
+        [](Glissa& c) { c.KeyMove(1, Seconds(4.5)); },
+        [](Glissa& c) { c.KeyMoveOf(2, Seconds(0.5), 1.0f); },
+        [](Glissa& c) { c.KeyMoveOf(2, KTime(), kBad); },
+        [](Glissa& c) { c.KeyMoveOf(true, Seconds(-1), 1.0f); },
+        [](Glissa& c) { c.KeyMoveOf(Seconds(1.5), 1, 2); },
+        [](Glissa& c) { c.KeyMoveOf(Seconds(-1), 3, 3); },
+        [](Glissa& c) { c.KeyMoveValueTo(false, kBad); },
+        [](Glissa& c) { c.KeyScaleValueAndTangeant(false, 2.0f); },
+        [](Glissa& c) { c.KeyMultDerivative(0, 2.0f); },
+        [](Glissa& c) { c.KeyTangeantSetInterpolation(false, eInterpolationCubic); },
+        [](Glissa& c) { c.KeyTangeantSetMode(false, eTangentUser); },
+        [](Glissa& c) { c.KeySelectAll(); },
+        [](Glissa& c) { c.KeyInsert(Seconds(0.5)); },
+        candidate(eInterpolationCubic, eContinuityInsert),
+        candidate(eInterpolationCustom, eContinuityDefault),
+        candidate(eInterpolationCubic, eContinuityFlat),
+        [=](Glissa& c) { c.CopyFrom(*other); },
+        [=](Glissa& c) { c.Insert(other, Seconds(2.25), GlissaTangeantInfo()); },
+        [=](Glissa& c) { c.Insert(other, Seconds(20), GlissaTangeantInfo()); },
+        replace(1, 4, false),
+        replace(9, 12, true),
+        [](Glissa& c) { c.KeySetInterpolation(3, eInterpolationLinear); },
+        [](Glissa& c) { c.KeySetTangeantMode(3, 0x200); },
+        [](Glissa& c) { c.KeySetDataDouble(1, eDataRightWeight, 0.5f); },
+        [](Glissa& c) { c.KeySetLeftDerivative(6, 4.0f); },
+        [](Glissa& c) { c.KeySetRightTangeantVelocity(1, 2.0f); },
+        [=](Glissa& c) {
+            c.CopyExternalPriKeyAndAttr(reinterpret_cast<void**>(other->GetPriFCurveKeysList()),
+                                        other->KeyGetCount());
+        },
+    };
+}
+
+// Listens for a custom type and for bad values, and calls back.
+class ManagerListener final : public ICallback
+{
+public:
+    ManagerListener()
+    {
+        GlissaCustomTangentManager::TheOne().AddNewCustomTangent("host", "host");
+        ForEach([this](auto& pManager, int pId) { pManager.Register(pId, this, kHear, 0); });
+    }
+    ~ManagerListener() override
+    {
+        ForEach([this](auto& pManager, int pId) { pManager.Unregister(pId, this, kHear); });
+        GlissaCustomTangentManager::TheOne().RemoveCustomTangent("host");
+    }
+    IObject* IQuery(unsigned long, int) override { return nullptr; }
+    void Destroy(int) override {}
+    void Hear(IRegister*, KEventBase* pEvent)
+    {
+        const auto* change = dynamic_cast<GlissaCustomKeyChangeEvent*>(pEvent);
+        mThen(change && change->mBefore);
+    }
+
+    std::function<void(bool)> mThen = [](bool) {};
+
+private:
+    static constexpr auto kHear = static_cast<KCallbackMethod>(&ManagerListener::Hear);
+
+    template <typename Do>
+    static void ForEach(const Do& pDo)
+    {
+        for (const int id :
+             {eCustomTangentAddKey, eCustomTangentAddCustomKey, eCustomTangentKeyChange}) {
+            pDo(GlissaCustomTangentManager::TheOne(), id);
+        }
+        pDo(GlissaInvalidKeyManager::TheOne(), eInvalidKeyFound);
+    }
+};
+
+// The end of a curve that may be gone already, and a listener that acts on it.
+struct Watched
+{
+    NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    Glissa* curve = node->Get(0)->FCurveGet();
+    std::function<void(Watched&)> then;
+    int calls = 0;
+
+    explicit Watched(std::function<void(Watched&)> pThen) : then(std::move(pThen))
+    {
+        Fill(*curve);
+        curve->CallbackRegister(Hear, this);
+    }
+    ~Watched()
+    {
+        then = [](Watched&) {};
+    }
+    void EndCurve()
+    {
+        if (Glissa* ended = std::exchange(curve, nullptr)) {
+            ended->Destroy();
+        }
+    }
+    void EndNode()
+    {
+        curve = nullptr;
+        node.reset();
+    }
+    static void Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject)
+    {
+        auto* self = static_cast<Watched*>(pObject);
+        EXPECT_GT(pEvent->GetEventCount(), 0);
+        EXPECT_NE(pEvent->GetType(), 0);
+        ++self->calls;
+        ExpectWhole(*pCurve);
+        if (self->curve && self->calls < 40) {
+            self->then(*self);
+        }
+    }
+};
+
+TEST(Listeners, SeeACurveWhenTheOperationHasDoneItsWork)
+{
+    ManagerListener manager;
+    const CurveHandle other(GlissaCreate());
+    Fill(*other);
+    const std::vector<CurveOperation> operations = CurveOperations(*other);
+    for (std::size_t i = 0; i < operations.size(); ++i) {
+        SCOPED_TRACE(i);
+        const CurveHandle finished(GlissaCreate());
+        Fill(*finished);
+        operations[i](*finished);
+        const std::string expected = Describe(*finished);
+        Watched watched([&](Watched& self) { EXPECT_EQ(expected, Describe(*self.curve)); });
+        manager.mThen = [&](bool pIsBefore) {
+            if (!pIsBefore) {
+                EXPECT_EQ(expected, Describe(*watched.curve));
+            }
+        };
+        operations[i](*watched.curve);
+        EXPECT_TRUE(watched.calls > 0 || i == 3 || i + 1 == operations.size());
+        EXPECT_EQ(expected, Describe(*watched.curve));
+        manager.mThen = [](bool) {};
+    }
+}
+
+TEST(Listeners, MayEditAndDestroyTheCurveInEveryOperation)
+{
+    const std::vector<std::function<void(Watched&)>> reactions = {
+        [](Watched& self) { self.curve->KeyClear(); },
+        [](Watched& self) { self.curve->KeyRemove(0); },
+        [](Watched& self) { self.curve->KeyAdd(Seconds(self.calls * 0.3)); },
+        [](Watched& self) { self.curve->KeyMoveOf(false, Seconds(1), 1.0f); },
+        [](Watched& self) {
+            self.curve->KeyModifyBegin();
+            self.curve->Delete(0, 2);
+            self.curve->KeyModifyEnd();
+        },
+        [](Watched& self) {
+            self.curve->CallbackUnregister(Watched::Hear, &self);
+            self.curve->KeySelectAll();
+        },
+        [](Watched& self) { self.curve->CallbackRegister(Watched::Hear, &self); },
+        [](Watched& self) { self.EndCurve(); },
+        [](Watched& self) { self.EndNode(); },
+        [](Watched& self) { self.node->Clear(), self.curve = nullptr; },
+    };
+    for (const bool byManager : {false, true}) {
+        for (std::size_t r = 0; r < reactions.size(); ++r) {
+            const CurveHandle other(GlissaCreate());
+            Fill(*other);
+            for (std::size_t i = 0; i < CurveOperations(*other).size(); ++i) {
+                SCOPED_TRACE(testing::Message() << r << " in " << i << (byManager ? " m" : ""));
+                ManagerListener manager;
+                Watched watched(byManager ? [](Watched&) {} : reactions[r]);
+                int calls = 0;
+                manager.mThen = [&](bool) {
+                    if (byManager && watched.curve && ++calls < 40) {
+                        reactions[r](watched);
+                    }
+                };
+                CurveOperations(*other)[i](*watched.curve);
+                manager.mThen = [](bool) {};
+                if (watched.curve) {
+                    ExpectWhole(*watched.curve);
+                    // The next post reaches its listeners.
+                    watched.then = [](Watched&) {};
+                    const int before = watched.calls;
+                    watched.curve->CallbackRegister(Watched::Hear, &watched);
+                    watched.curve->SetValue(1.0f);
+                    EXPECT_GT(watched.calls, before);
+                }
+            }
+        }
+    }
+}
+
+// A rotation with layers 1 and 3 whose nodes and curves all have a listener.
+struct WatchedTree
+{
+    NodePtr parent{GlissaNodeCreate("Hips", static_cast<KDataType*>(nullptr), eLayerTypeVector,
+                                    GlissaLayerInfo::Base)};
+    GlissaNode* node = nullptr;
+    std::function<void(WatchedTree&)> then = [](WatchedTree&) {};
+    int calls = 0;
+
+    WatchedTree()
+    {
+        node = MakeChannel(KDataTypeLclRotation, "R").release();
+        parent->Add(node);
+        for (const int id : {1, 3}) {
+            node->CreateLayerAt({id, nullptr});
+        }
+        parent->CallbackRegister(HearNode, this);
+        for (GlissaNode* layer = node; layer; layer = layer->LayerGet()) {
+            layer->CallbackRegister(HearNode, this);
+            for (int i = 0; i < 3; ++i) {
+                AddKeys(layer->Get(i), {{0, 1}, {1, 2}, {2, 3}});
+                layer->Get(i)->CallbackRegister(HearNode, this);
+                layer->Get(i)->FCurveGet()->CallbackRegister(HearCurve, this);
+            }
+        }
+    }
+    ~WatchedTree()
+    {
+        then = [](WatchedTree&) {};
+    }
+    void React()
+    {
+        if (node && ++calls < 40) {
+            then(*this);
+        }
+    }
+    void End(GlissaNode* pNode)
+    {
+        if (std::exchange(node, nullptr)) {
+            if (pNode == parent.get()) {
+                parent.release();
+            }
+            pNode->Destroy();
+        }
+    }
+    static void HearNode(GlissaNode*, GlissaNodeEvent* pEvent, void* pData)
+    {
+        EXPECT_GT(pEvent->GetEventCount(), 0);
+        static_cast<WatchedTree*>(pData)->React();
+    }
+    static void HearCurve(Glissa*, GlissaEvent* pEvent, void* pData)
+    {
+        EXPECT_GT(pEvent->GetEventCount(), 0);
+        static_cast<WatchedTree*>(pData)->React();
+    }
+};
+
+TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
+{
+    const NodePtr other = MakeChannel(KDataTypeLclRotation, "R");
+    other->CreateLayerAt({2, nullptr});
+    const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "W");
+    double values[] = {400.0, 50.0, 60.0, 0.0};
+    KTime one = Seconds(1);
+    const auto candidate_key = [&](GlissaNode& node, int pId) {
+        node.CandidateSet(one, values, {pId, nullptr});
+        node.CandidateKey(nullptr, {pId, nullptr}, nullptr, false, 8, 0x400, 0, true);
+    };
+    const std::vector<std::function<void(GlissaNode&)>> operations = {
+        [](GlissaNode& n) { n.Get(0)->FCurveReplace(GlissaCreate()); },
+        [](GlissaNode& n) { n.Delete(1); },
+        [](GlissaNode& n) { n.SetVisibility(true, true, true, -1); },
+        [&](GlissaNode& n) { n.TimeWarpSet(warp.get()); },
+        [](GlissaNode& n) { n.Clear(); },
+        [](GlissaNode& n) {
+            n.CreateLayerAt({2, nullptr});
+        },
+        [](GlissaNode& n) {
+            n.GetCorrectLayerAndCreateIfMissing({7, nullptr});
+        },
+        [](GlissaNode& n) {
+            n.LayerCreate({2, nullptr}, true);
+        },
+        [](GlissaNode& n) { n.LayerSet(nullptr, true); },
+        [](GlissaNode& n) { n.RemoveLayer(1, true); },
+        [](GlissaNode& n) { n.RemoveLayerNode(0); },
+        [](GlissaNode& n) { n.RemoveLayerNode(3); },
+        [&](GlissaNode& n) {
+            n.InsertOrCopyLayer({2, nullptr}, other.get());
+        },
+        [&](GlissaNode& n) { n.CopyFrom(other.get(), false); },
+        [](GlissaNode& n) { n.SetUseQuaternion(true); },
+        [&](GlissaNode& n) { n.SetValue(values, true); },
+        [](GlissaNode& n) { n.ResetValue(true); },
+        [&](GlissaNode& n) { n.KeyAdd(one, values, 0, 8, 0x100); },
+        [&](GlissaNode& n) { n.KeyRecord(one, values); },
+        [&](GlissaNode& n) { n.DeleteKey(one, nullptr, 0.0, 0); },
+        [](GlissaNode& n) { n.Delete(KTime(), Seconds(2), true); },
+        [&](GlissaNode& n) { n.Replace(other.get(), KTime(), one, true, true, KTime()); },
+        [&](GlissaNode& n) { candidate_key(n, 0); },
+        [&](GlissaNode& n) { candidate_key(n, 2); },
+        [&](GlissaNode& n) {
+            GlissaNodeCandidateState state;
+            other->GetCandidateState(state);
+            n.SetCandidateState(state, true);
+        },
+    };
+    const std::vector<std::function<void(WatchedTree&)>> reactions = {
+        [](WatchedTree& self) { self.node->Delete(KTime::MinusInfinite(), Seconds(9), true); },
+        [](WatchedTree& self) { self.node->RemoveLayer(self.calls % 4, true); },
+        [](WatchedTree& self) { self.node->Clear(); },
+        [](WatchedTree& self) {
+            self.node->CreateLayerAt({self.calls % 4, nullptr});
+        },
+        [](WatchedTree& self) {
+            if (self.node->GetCount() > 0) {
+                self.node->Delete(0);
+            }
+        },
+        [](WatchedTree& self) { self.End(self.node); },
+        [](WatchedTree& self) { self.End(self.parent.get()); },
+    };
+    for (std::size_t r = 0; r < reactions.size(); ++r) {
+        for (std::size_t i = 0; i < operations.size(); ++i) {
+            SCOPED_TRACE(testing::Message() << r << " in " << i);
+            WatchedTree tree;
+            tree.then = reactions[r];
+            operations[i](*tree.node);
+            tree.then = [](WatchedTree&) {};
+            for (GlissaNode* layer = tree.node; layer && layer->LayerGet();
+                 layer = layer->LayerGet()) {
+                EXPECT_LT(layer->GetLayerID(), layer->LayerGet()->GetLayerID());
+                EXPECT_EQ(tree.node, layer->LayerGet()->ObjectLayerGet());
+            }
+        }
+    }
+}
+
+TEST(Listeners, AMadeNodeThatIsRemovedAtOnceIsNotGiven)
+{
+    WatchedTree tree;
+    tree.then = [](WatchedTree& self) { self.node->RemoveLayer(2, true); };
+    EXPECT_EQ(nullptr, tree.node->CreateLayerAt({2, nullptr}));
+    tree.then = [](WatchedTree& self) { self.End(self.parent.get()); };
+    EXPECT_EQ(nullptr, tree.node->LayerCreate({2, nullptr}, true));
+}
+}  // namespace
