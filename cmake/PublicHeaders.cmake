@@ -60,12 +60,14 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/utils/utils.h
     glissa/filter/butterworth.h
     glissa/filter/clamp.h
+    glissa/filter/constant_key_reducer.h
     glissa/filter/curve_filter.h
     glissa/filter/data_filter.h
     glissa/filter/delete_key.h
     glissa/filter/filter.h
     glissa/filter/gaussian.h
     glissa/filter/inverse.h
+    glissa/filter/key_reducer.h
     glissa/filter/key_sync.h
     glissa/filter/keys_on_frame.h
     glissa/filter/offset.h

@@ -6,9 +6,11 @@
 #include "corvekit/object/property.h"
 #include "glissa/filter/butterworth.h"
 #include "glissa/filter/clamp.h"
+#include "glissa/filter/constant_key_reducer.h"
 #include "glissa/filter/delete_key.h"
 #include "glissa/filter/gaussian.h"
 #include "glissa/filter/inverse.h"
+#include "glissa/filter/key_reducer.h"
 #include "glissa/filter/keys_on_frame.h"
 #include "glissa/filter/offset.h"
 #include "glissa/filter/peak_remover.h"
@@ -46,6 +48,7 @@ struct Row
     bool changesFalse = false;  ///< a change may go with the answer false
     bool setsSlopes = false;    ///< keys next to those of the span take new tangent parameters
     bool refusesLockedNodes = false;
+    bool wholeIfStepped = false;  ///< a curve of constant keys is filtered whatever the span
 };
 
 template <typename Filter, typename Set>
@@ -71,9 +74,11 @@ const std::vector<Row>& Rows()
 {
     using Butterworth = GlissaFilterButterworth;
     using Clamp = GlissaFilterClamp;
+    using ConstantReducer = GlissaFilterConstantKeyReducer;
     using DeleteKey = GlissaFilterDeleteKey;
     using Gaussian = GlissaFilterGaussian;
     using Inverse = GlissaFilterInverse;
+    using KeyReducer = GlissaFilterKeyReducer;
     using KeysOnFrame = GlissaFilterKeysOnFrame;
     using Move = GlissaFilterTimeShiftAndScale;
     using Offset = GlissaFilterOffset;
@@ -110,6 +115,18 @@ const std::vector<Row>& Rows()
                      With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(-1.0); }),
                      With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(kInf); }),
                      With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(1e9); })},
+         .setsSlopes = true},
+        {.name = "constant key reducer",
+         .filter = With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(0.9); }),
+         .refused = {With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kNaN); }),
+                     With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kInf); })},
+         .setsSlopes = true,
+         .refusesLockedNodes = true,
+         .wholeIfStepped = true},
+        {.name = "key reducer",
+         .filter = With<KeyReducer>([](KeyReducer& f) { f.SetPrecision(0.25); }),
+         .refused = {With<KeyReducer>([](KeyReducer& f) { f.SetPrecision(kNaN); }),
+                     With<KeyReducer>([](KeyReducer& f) { f.SetPrecision(-kInf); })},
          .setsSlopes = true},
         {.name = "peak remover",
          .filter = With<PeakRemover>([](PeakRemover&) {}),
@@ -225,6 +242,15 @@ bool IsSameCurve(const Glissa& pLeft, const Glissa& pRight)
            HasSameEnds(pLeft, pRight, pLeft.KeyGetCount(), 0);
 }
 
+bool IsStepped(const Glissa& pCurve)
+{
+    bool stepped = true;
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        stepped &= pCurve.KeyGetInterpolation(i) == eInterpolationConstant;
+    }
+    return stepped;
+}
+
 /// Applies the filter of a row once and says what it got wrong, or nothing.
 std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool pMayChange)
 {
@@ -254,7 +280,8 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
         faults += pCurve.KeyGetTime(i - 1) < pCurve.KeyGetTime(i) ? "" : "out of order\n";
     }
     const int slack = pRow.setsSlopes ? 1 : 0;
-    if (pRow.keepsSpan && head >= 0 &&
+    const bool isWhole = pRow.wholeIfStepped && IsStepped(*before);
+    if (pRow.keepsSpan && !isWhole && head >= 0 &&
         !HasSameEnds(*before, pCurve, std::max(head - slack, 0), std::max(tail - slack, 0))) {
         faults += "a key outside the span differs\n";
     }

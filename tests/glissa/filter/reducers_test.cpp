@@ -1,0 +1,245 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/filter/constant_key_reducer.h"
+#include "glissa/filter/key_reducer.h"
+#include "tests/support/curve_test.h"
+#include "tests/support/node_stubs.h"
+#include "tests/support/random_curve.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace
+{
+using Reducers = CurveTest;
+
+// A recorded wave with noise, 120 Hz, automatic keys.
+CurveHandle Recorded(int pCount, double pNoise)
+{
+    Random random(11);
+    CurveHandle curve(GlissaCreate());
+    for (int i = 0; i < pCount; ++i) {
+        const double t = i / 120.0;
+        curve->KeyAppendFast(Seconds(t),
+                             static_cast<float>(20.0 * std::sin(t) + 5.0 * std::sin(7.3 * t) +
+                                                pNoise * random.Signed()));
+    }
+    return curve;
+}
+
+// By brute force at the old keys, over curves of all kinds and spans.
+TEST_F(Reducers, TheFitIsWithinThePrecisionOfEveryOldKeyAndLeavesTheRestAlone)
+{
+    for (int seed = 0; seed < 200; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(static_cast<std::uint64_t>(seed));
+        const CurveHandle curve =
+            seed % 4 == 0 ? Recorded(300, 0.3)
+                          : ToGlissa(RandomCurve(
+                                static_cast<Rule>(seed % (kTensionContinuityBias + 1)), random));
+        const CurveHandle before(curve->Copy());
+        const int count = curve->KeyGetCount();
+        if (count < 2) {
+            continue;
+        }
+        GlissaFilterKeyReducer reducer;
+        reducer.SetPrecision(std::pow(10.0, -1.0 + 2.0 * random.Signed()));
+        if (seed % 2 == 1) {
+            reducer.SetStartTime(before->KeyGetTime(count / 4) + KTime(1));
+            reducer.SetStopTime(before->KeyGetTime(3 * count / 4));
+        }
+        const int first = reducer.GetStartKey(*before);
+        const int last = reducer.GetStopKey(*before);
+        if (!reducer.Apply(*curve)) {
+            continue;
+        }
+        for (int i = 0; i < count; ++i) {
+            const float value = before->KeyGetValue(i);
+            const float got = curve->Evaluate(before->KeyGetTime(i), nullptr);
+            EXPECT_LE(std::fabs(static_cast<double>(got) - static_cast<double>(value)),
+                      i >= first && i <= last ? reducer.GetPrecision() : 0.0)
+                << "key " << i;
+        }
+        for (int i = 0; i + 1 < count; ++i) {
+            const KTime a = before->KeyGetTime(i);
+            const KTime middle(a.Get() + (before->KeyGetTime(i + 1).Get() - a.Get()) / 2);
+            // Behind a TCB key there is no place for the slope of the first key.
+            const bool isBehindTCB =
+                i + 1 == first && before->KeyGetTangeantMode(i, false) == eTangentTCB;
+            if ((i + 1 <= first || i >= last) && !isBehindTCB) {
+                const float value = before->Evaluate(middle, nullptr);
+                EXPECT_NEAR(value, curve->Evaluate(middle, nullptr),
+                            1e-4 * (1.0 + std::fabs(value)));
+            }
+        }
+    }
+}
+
+// Two cubics with a corner between them, keyed densely: three keys have the same shape.
+TEST_F(Reducers, ACurveOfCubicsIsFoundAgain)
+{
+    const auto value = [](double t) { return t < 1.0 ? 5 * t * t * t - 2 * t : t * (4 - t); };
+    std::vector<UserKey> keys;
+    for (int i = 0; i <= 40; ++i) {
+        const double t = i / 20.0;
+        const auto slope = [i](double u) { return i < 20 ? 15 * u * u - 2 : 4 - 2 * u; };
+        keys.push_back({t, static_cast<float>(value(t)), static_cast<float>(slope(t)),
+                        static_cast<float>(slope(t + 0.05))});
+    }
+    const CurveHandle curve = MakeCurve(keys);
+    GlissaFilterKeyReducer reducer;
+    reducer.SetPrecision(1e-4);
+    ASSERT_TRUE(reducer.Apply(*curve));
+    EXPECT_EQ(3, curve->KeyGetCount()) << KeysOf(*curve);
+}
+
+class Reporting final : public GlissaFilterKeyReducer
+{
+public:
+    std::vector<std::pair<std::int64_t, std::int64_t>> mSpans;
+
+private:
+    void UpdateProgressInformation(KTime pStart, KTime pStop) override
+    {
+        mSpans.emplace_back(pStart.Get(), pStop.Get());
+    }
+};
+
+TEST_F(Reducers, AFitOfTwoKeysIsCubicAndProgressEndsWithTheHalvesOfTheWhole)
+{
+    const CurveHandle line = MakeCurve({{0.0, 1.0f, 0.0f, 0.0f, kRefLinear}, {1.0, 3.0f}});
+    Reporting reducer;
+    ASSERT_TRUE(reducer.Apply(*line));
+    ASSERT_EQ(2, line->KeyGetCount());
+    EXPECT_EQ(eTangentUser, line->KeyGetTangeantMode(0, true));
+    EXPECT_EQ(eTangentAuto, line->KeyGetTangeantMode(1, true));
+    EXPECT_FLOAT_EQ(2.5f, line->Evaluate(Seconds(0.75), nullptr));
+    EXPECT_TRUE(reducer.mSpans.empty());
+
+    const CurveHandle wave = Recorded(3000, 0.0);
+    const int count = wave->KeyGetCount();
+    reducer.SetPrecision(0.01);
+    ASSERT_TRUE(reducer.Apply(*wave));
+    EXPECT_LT(wave->KeyGetCount(), count / 10);
+    ASSERT_GE(reducer.mSpans.size(), 2u);
+    const auto [split, stop] = reducer.mSpans.back();
+    EXPECT_EQ(count - 1, stop);
+    EXPECT_EQ(1, std::count(reducer.mSpans.begin(), reducer.mSpans.end(),
+                            std::pair(std::int64_t{0}, split)));
+}
+
+UserKey Linear(int pAt, float pValue)
+{
+    return {static_cast<double>(pAt), pValue, 0.0f, 0.0f, kRefLinear};
+}
+
+UserKey Step(int pAt, float pValue, unsigned pMode = 0)
+{
+    return {static_cast<double>(pAt), pValue, 0.0f, 0.0f, kRefConstant | pMode};
+}
+
+std::vector<UserKey> Line(const std::vector<float>& pValues)
+{
+    std::vector<UserKey> keys;
+    for (const float each : pValues) {
+        keys.push_back(Linear(static_cast<int>(keys.size()), each));
+    }
+    return keys;
+}
+
+TEST_F(Reducers, PlateausKeepTwoKeysAtEachEnd)
+{
+    std::vector<UserKey> shaped = Line({9, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 1});
+    shaped[6] = {6.0, 5.0f, 1.0f, 1.0f, kRefCubic | kRefUser};
+    struct Row
+    {
+        const char* name;
+        std::vector<UserKey> keys;
+        std::string kept;  // values of the keys that stay
+    };
+    for (const Row& row : std::vector<Row>{
+             {"plateau", Line({9, 5, 5.001f, 5, 5, 5, 5, 5, 5, 1}), "9 5 5.001 5 5 1"},
+             {"flat ends", Line({5, 5, 5, 5, 8, 4, 4, 4, 4}), "5 5 8 4 4"},
+             {"a shaped key between", shaped, "9 5 5 5 5 5 5 5 5 5 1"},
+             {"not a number", Line({5, 5, 5, NAN, 5, 5, 5}), "5 5 nan 5 5"},
+             {"steps", {Step(0, 1), Step(1, 1.001f), Step(2, 1.002f), Step(3, 2)}, "1 2"},
+             {"a step drifts",
+              {Step(0, 1), Step(1, 1.006f), Step(2, 1.012f), Step(3, 1.018f)},
+              "1 1.012"},
+             {"next value",
+              {Step(0, 1), Step(1, 1, kRefConstantNext), Step(2, 5), Step(3, 5)},
+              "1 1 5"},
+             {"next value held",
+              {Step(0, 3, kRefConstantNext), Step(1, 1), Step(2, 1), Step(3, 7)},
+              "3 1 7"}}) {
+        const CurveHandle curve = MakeCurve(row.keys);
+        GlissaFilterConstantKeyReducer filter;
+        EXPECT_TRUE(filter.Apply(*curve)) << row.name;
+        std::string kept;
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            char text[32];
+            std::snprintf(text, sizeof text, i == 0 ? "%.4g" : " %.4g",
+                          static_cast<double>(curve->KeyGetValue(i)));
+            kept += text;
+        }
+        EXPECT_EQ(row.kept, kept) << row.name;
+    }
+    for (const bool keepOne : {false, true}) {
+        const CurveHandle flat = MakeCurve(Line(std::vector<float>(100, 2.5f)));
+        GlissaFilterConstantKeyReducer filter;
+        filter.SetKeepOneKey(keepOne);
+        EXPECT_TRUE(filter.Apply(*flat));
+        EXPECT_EQ(keepOne ? 1 : 0, flat->KeyGetCount());
+        EXPECT_EQ(2.5f, flat->Evaluate(Seconds(3.0), nullptr));
+    }
+}
+
+// Long flat stretches of noise below the tolerance between moves, recorded with automatic keys.
+TEST_F(Reducers, APlateauOfNoiseStaysFlatWithoutItsKeys)
+{
+    Random random(3);
+    const CurveHandle curve(GlissaCreate());
+    for (int i = 0; i < 3000; ++i) {
+        const double move = i % 1000 < 100 ? std::sin(i % 1000 * 0.0628) * 10.0 : 0.0;
+        curve->KeyAppendFast(Seconds(i / 120.0),
+                             static_cast<float>(move + 0.004 * random.Signed()));
+    }
+    const CurveHandle before(curve->Copy());
+    ASSERT_TRUE(GlissaFilterConstantKeyReducer().Apply(*curve));
+    EXPECT_LT(curve->KeyGetCount(), 400);
+    const std::int64_t last = curve->KeyGetTime(curve->KeyGetCount() - 1).Get();
+    for (int i = 0; i <= 9000; ++i) {
+        const KTime time(last / 9000 * i);
+        EXPECT_NEAR(before->Evaluate(time, nullptr), curve->Evaluate(time, nullptr), 2 * 0.009);
+    }
+}
+
+TEST_F(Reducers, ANodeIsReducedByTheThresholdOfItsNameAndSynchronisedOnDemand)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    Glissa* const curves[] = {node->Get(0)->FCurveGet(), node->Get(1)->FCurveGet()};
+    for (int i = 0; i < 9; ++i) {
+        curves[0]->KeyAppendFast(Seconds(i), 0.001f * static_cast<float>(i % 2));
+        curves[1]->KeyAppendFast(Seconds(i), static_cast<float>(i % 3));
+    }
+    GlissaFilterKeyReducer fit;
+    fit.SetPrecision(0.01);
+    fit.SetKeySync(true);
+    EXPECT_TRUE(fit.Apply(*node, true));
+    EXPECT_TRUE(fit.GetKeySync());
+    EXPECT_GT(curves[0]->KeyGetCount(), 2);
+    EXPECT_EQ(curves[1]->KeyGetCount(), curves[0]->KeyGetCount());
+
+    GlissaFilterConstantKeyReducer filter;
+    filter.SetTranslationThreshold(0.004);
+    filter.SetValueTolerance(0.0);
+    EXPECT_TRUE(filter.Apply(*node, true));
+    EXPECT_EQ(0.0, filter.GetValueTolerance());
+    node->SetUseQuaternion(true);
+    EXPECT_FALSE(filter.Apply(*node, true));
+}
+}  // namespace
