@@ -3,73 +3,16 @@
 
 #include "apps/glissa/curve_picture.h"
 #include "apps/glissa/picture/layout.h"
-#include "apps/glissa/picture/style.h"
 #include "tests/support/museum.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 namespace
 {
-// What Lighter makes of it is drawn beyond the keys: a curve's lines are those of the first colour
-// of the palette or its lighter kind.
-struct SvgLine
-{
-    std::vector<DevicePoint> points;
-};
-
-std::string DrawSvg(const std::vector<PictureCurve>& pCurves, const PictureOptions& pOptions,
-                    int pWidth, int pHeight, Layout* pLayout = nullptr)
-{
-    std::string svg;
-    Canvas canvas(PictureFormat::svg, pWidth, pHeight, "test",
-                  [&svg](std::string_view pBytes) { svg += pBytes; });
-    if (pLayout != nullptr) {
-        *pLayout = MakeLayout(canvas, pCurves, pOptions);
-    }
-    DrawPicture(canvas, pCurves, pOptions);
-    canvas.Finish();
-    return svg;
-}
-
-// The stroked paths of straight lines that have the width of a curve's line.
-std::vector<SvgLine> CurveLines(const std::string& pSvg, const Layout& pLayout)
-{
-    std::vector<SvgLine> lines;
-    std::size_t at = 0;
-    while ((at = pSvg.find("<path style=\"fill:none;stroke-width:", at)) != std::string::npos) {
-        const std::string path = pSvg.substr(at, pSvg.find("/>", at) - at);
-        ++at;
-        const double width = std::strtod(path.c_str() + path.find("width:") + 6, nullptr);
-        const double line = pLayout.metrics.line;
-        if (std::fabs(width - line) > 1e-3 && std::fabs(width - line * 0.85) > 1e-3) {
-            continue;
-        }
-        SvgLine found;
-        const char* cursor = path.c_str() + path.find(" d=\"") + 4;
-        while (*cursor == 'M' || *cursor == 'L' || *cursor == ' ') {
-            char* end = nullptr;
-            DevicePoint point;
-            point.x = std::strtod(cursor + 1, &end);
-            point.y = std::strtod(end, &end);
-            found.points.push_back(point);
-            cursor = end;
-            while (*cursor == ' ') {
-                ++cursor;
-            }
-        }
-        // A sample in the legend stands above the panel.
-        if (found.points.size() >= 2 && found.points.front().y >= pLayout.panels.front().top) {
-            lines.push_back(found);
-        }
-    }
-    return lines;
-}
-
 NamedCurve Named(const CurveHandle& pCurve)
 {
     return {"Hips/R/Z", Unit::degrees, pCurve.get()};
@@ -204,49 +147,5 @@ TEST(Picture, HandlesAreAThirdOfTheSegmentOrTheWeight)
                         next.value - next.left.value, 1e-4);
         }
     }
-}
-// Two channels and the parts of both, as a node with its base and a layer gives them.
-TEST(Picture, PartsAreThinAndHaveTheColourOfTheirWhole)
-{
-    std::vector<PictureCurve> curves;
-    for (int part = 0; part < 3; ++part) {
-        for (const char* const name : {"S/R/X", "S/R/Y"}) {
-            PictureCurve curve;
-            curve.name = part == 0 ? name : name + std::string(part == 1 ? " @base" : " @Top");
-            curve.value = [part, name](KTime) { return part * 3.0 + (name[4] == 'Y' ? 1.0 : 0.0); };
-            curve.hasKeys = true;
-            curve.last = KTime(KTime::kTicksPerSecond);
-            curve.strong = part == 0;
-            curve.part = part;
-            curve.whole = part == 0 ? "" : name;
-            curves.push_back(curve);
-        }
-    }
-    std::vector<const PictureCurve*> pointers;
-    for (const PictureCurve& each : curves) {
-        pointers.push_back(&each);
-    }
-    const std::vector<int> colours = ChooseColours(pointers);
-    EXPECT_NE(colours[0], colours[1]);
-    EXPECT_EQ(
-        (std::vector<int>{colours[0], colours[1], colours[0], colours[1], colours[0], colours[1]}),
-        colours);
-
-    PictureOptions options;
-    options.to = curves[0].last;
-    Layout layout;
-    const std::string svg = DrawSvg(curves, options, 1000, 500, &layout);
-    // The two parts of each are left when the strong lines are not counted; full, then patterned.
-    const std::vector<SvgLine> lines = CurveLines(svg, layout);
-    ASSERT_EQ(4u, lines.size());
-    const DeviceScale& scale = layout.panels.front().scale;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_NEAR(scale.Y(curves[2 + i].value(KTime())), lines[i].points.front().y, 0.01);
-    }
-    std::size_t patterns = 0;
-    for (std::size_t at = 0; (at = svg.find("stroke-dasharray:", at)) != std::string::npos; ++at) {
-        ++patterns;
-    }
-    EXPECT_EQ(4u, patterns);  // two lines and their samples in the legend
 }
 }  // namespace

@@ -107,55 +107,6 @@ std::string Encoded(Write pWrite)
     return file.substr(12, file.size() - 16);
 }
 
-TEST(TdfFile, NumbersHaveTheFormsThatTheStandardGives)
-{
-    // RFC 8949, appendix A.
-    const struct
-    {
-        double value;
-        std::string bytes;
-    } floats[] = {
-        {0.0, "\xF9\0\0"s},
-        {-0.0, "\xF9\x80\0"s},
-        {1.0, "\xF9\x3C\0"s},
-        {1.1, "\xFB\x3F\xF1\x99\x99\x99\x99\x99\x9A"s},
-        {65504.0, "\xF9\x7B\xFF"s},
-        {100000.0, "\xFA\x47\xC3\x50\0"s},
-        {3.4028234663852886e+38, "\xFA\x7F\x7F\xFF\xFF"s},
-        {1.0e+300, "\xFB\x7E\x37\xE4\x3C\x88\0\x75\x9C"s},
-        {5.960464477539063e-8, "\xF9\0\1"s},
-        {0.00006103515625, "\xF9\x04\0"s},
-        {-4.0, "\xF9\xC4\0"s},
-        {HUGE_VAL, "\xF9\x7C\0"s},
-        {-HUGE_VAL, "\xF9\xFC\0"s},
-        {NAN, "\xF9\x7E\0"s},
-        {-NAN, "\xF9\x7E\0"s},
-    };
-    for (const auto& each : floats) {
-        SCOPED_TRACE(each.value);
-        EXPECT_EQ(each.bytes, Encoded([&](KTdf& pTdf) { pTdf.FieldWriteD(each.value); }));
-    }
-    const struct
-    {
-        std::int64_t value;
-        std::string bytes;
-    } times[] = {
-        {23, "\x17"s},
-        {24, "\x18\x18"s},
-        {255, "\x18\xFF"s},
-        {256, "\x19\1\0"s},
-        {1000000, "\x1A\0\x0F\x42\x40"s},
-        {1000000000000, "\x1B\0\0\0\xE8\xD4\xA5\x10\0"s},
-        {-24, "\x37"s},
-        {-25, "\x38\x18"s},
-        {-1000, "\x39\x03\xE7"s},
-    };
-    for (const auto& each : times) {
-        SCOPED_TRACE(each.value);
-        EXPECT_EQ(each.bytes, Encoded([&](KTdf& pTdf) { pTdf.FieldWriteT(KTime(each.value)); }));
-    }
-}
-
 TEST(TdfFile, TextIsTextWhereItIsUtf8AndTaggedBytesElsewhere)
 {
     const struct

@@ -179,53 +179,6 @@ TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadAsFarAsTheyAreAlike)
     }
 }
 
-TEST(Tdf, ASampleOfAnotherFormIsLeftUnread)
-{
-    KTdf tdf;
-    tdf.FieldWriteBegin("Key");
-    const KTdfSample sample[] = {{KTime(5), 2.0f}};
-    for (const char* const letters : {"Uann", "Uanc", "Uan", "Uann"}) {
-        tdf.FieldWriteSamples(sample, letters);
-    }
-    tdf.FieldWriteI(1);
-    tdf.FieldWriteF(1.0f);
-    tdf.FieldWriteT(KTime(6));
-    tdf.FieldWriteT(KTime(7));
-    tdf.FieldWriteT(KTime(8));
-    tdf.FieldWriteD(1e300);
-    tdf.FieldWriteEnd();
-    EXPECT_TRUE(tdf.FieldReadBegin("Key"));
-    std::vector<KTdfSample> read(9);
-    const auto take = [&](std::string_view pLetters) {
-        return tdf.FieldReadSamples(read, pLetters);
-    };
-    EXPECT_EQ(1u, take("Uann"));
-    EXPECT_EQ(0u, take("Uann"));
-    EXPECT_EQ(1u, take("Uanc"));
-    EXPECT_EQ(0u, take("Uann"));  // the sample has three letters, a time follows
-    EXPECT_EQ(0u, take("Uannn"));
-    EXPECT_EQ(2u, take("Uan"));  // what stands behind the letters is not asked for
-    EXPECT_EQ('n', tdf.FieldReadCH());
-    for (int left = 6; left > 2; --left) {  // an int, a number, a time before a time
-        EXPECT_EQ(left, tdf.FieldReadGetRemain());
-        EXPECT_EQ(0u, take(""));
-        tdf.FieldReadT();
-    }
-    EXPECT_EQ(0u, take("L"));
-    EXPECT_EQ(1u, take(""));
-    EXPECT_EQ(INFINITY, read[0].value);
-    EXPECT_EQ(0u, take(""));
-    tdf.FieldReadEnd();
-    EXPECT_EQ(0u, take(""));
-
-    EXPECT_FALSE(tdf.FieldWriteSamples(sample, "L"));
-    EXPECT_EQ(eTdfErrorMisuse, tdf.GetError().GetLastErrorID());
-    tdf.Clear();
-    tdf.FieldWriteBegin("Key");
-    EXPECT_FALSE(tdf.FieldWriteSamples(sample, "Uannn"));
-    EXPECT_FALSE(tdf.FieldWriteI(1));
-}
-
 // What is short moves next to what is long, in whatever order they come, and all are saved again.
 TEST(Tdf, FieldsOfAllLengthsLoadAndSaveToTheSameBytes)
 {

@@ -11,190 +11,78 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace
 {
-// A node as plain data. A leaf has a curve: its default value and a key a second.
-struct Plain
+void FillRandomly(GlissaNode& pLeaf, Random& pRandom)
 {
-    std::string name;
-    std::string user;
-    KDataType* type = nullptr;
-    int layerType = eLayerTypeValue;
-    int id = 0;
-    bool leaf = false;
-    float value = 0.0f;
-    std::vector<float> keys = {};
-    std::vector<Plain> children = {};
-    std::vector<Plain> layers = {};
-};
-
-Plain PlainOf(GlissaNode& pNode)
-{
-    Plain plain{pNode.GetName(),
-                pNode.GetTimeWarpName(),
-                pNode.GetDataType(),
-                pNode.GetLayerType(),
-                pNode.GetLayerID(),
-                pNode.FCurveGet() != nullptr,
-                0.0f,
-                {}};
-    if (Glissa* const curve = pNode.FCurveGet()) {
-        plain.value = curve->GetValue();
-        for (int i = 0; i < curve->KeyGetCount(); ++i) {
-            EXPECT_EQ(KTime::FromSeconds(i), curve->KeyGetTime(i));
-            plain.keys.push_back(curve->KeyGetValue(i));
-        }
-        EXPECT_EQ(&pNode, curve->GetOwner());
-    }
-    for (int i = 0; i < pNode.GetCount(); ++i) {
-        EXPECT_EQ(&pNode, pNode.Get(i)->GetParent());
-        plain.children.push_back(PlainOf(*pNode.Get(i)));
-    }
-    int last = pNode.GetLayerID();
-    for (GlissaNode* layer = pNode.LayerGet(); layer && pNode.ObjectLayerGet() == &pNode;
-         layer = layer->LayerGet()) {
-        EXPECT_LT(last, layer->GetLayerID());
-        EXPECT_EQ(&pNode, layer->ObjectLayerGet());
-        last = layer->GetLayerID();
-        plain.layers.push_back(PlainOf(*layer));
-    }
-    return plain;
-}
-
-void FillNode(GlissaNode& pNode, const Plain& pPlain)
-{
-    if (pPlain.leaf) {
-        pNode.FCurveReplace(GlissaCreate());
-        pNode.FCurveGet()->SetValue(pPlain.value);
-        for (std::size_t i = 0; i < pPlain.keys.size(); ++i) {
-            pNode.FCurveGet()->KeyAppendFast(KTime::FromSeconds(static_cast<double>(i)),
-                                             pPlain.keys[i]);
-        }
-    }
-}
-
-NodePtr NodeOf(const Plain& pPlain)
-{
-    NodePtr node(new GlissaNode(pPlain.name.c_str(), pPlain.user.c_str(), pPlain.type,
-                                pPlain.layerType, GlissaLayerInfo(pPlain.id, nullptr)));
-    for (const Plain& child : pPlain.children) {
-        node->Add(NodeOf(child).release());
-    }
-    FillNode(*node, pPlain);
-    for (const Plain& each : pPlain.layers) {
-        GlissaNode* const layer = node->CreateLayerAt(GlissaLayerInfo(each.id, nullptr));
-        FillNode(*layer, each);
-        for (std::size_t i = 0; i < each.children.size(); ++i) {
-            FillNode(*layer->Get(static_cast<int>(i)), each.children[i]);
-        }
-    }
-    return node;
-}
-
-std::string TextOf(const Plain& pPlain, int pDepth = 0)
-{
-    std::string text = std::string(static_cast<std::size_t>(pDepth), ' ') + pPlain.name + '|' +
-                       pPlain.user + " type " + std::to_string(pPlain.layerType) + " id " +
-                       std::to_string(pPlain.id);
-    if (pPlain.leaf) {
-        text += " = " + std::to_string(pPlain.value);
-        for (const float key : pPlain.keys) {
-            text += ' ' + std::to_string(key);
-        }
-    }
-    text += '\n';
-    for (const Plain& each : pPlain.children) {
-        text += TextOf(each, pDepth + 1);
-    }
-    for (const Plain& each : pPlain.layers) {
-        text += TextOf(each, pDepth + 5);
-    }
-    return text;
-}
-
-// Empty where two trees are the same, else the first line that differs.
-std::string Difference(const Plain& pExpected, const Plain& pFound)
-{
-    std::istringstream expected(TextOf(pExpected)), found(TextOf(pFound));
-    for (int number = 1;; ++number) {
-        std::string left, right;
-        const bool more = static_cast<bool>(std::getline(expected, left));
-        if (more != static_cast<bool>(std::getline(found, right)) || left != right) {
-            return Numbered("line ", number) + ": " + left + " <> " + right;
-        }
-        if (!more) {
-            return "";
-        }
-    }
-}
-
-void FillRandomly(Plain& pPlain, Random& pRandom)
-{
-    pPlain.leaf = true;
-    pPlain.value = static_cast<float>(pRandom.Below(100));
+    pLeaf.FCurveReplace(GlissaCreate());
+    pLeaf.FCurveGet()->SetValue(static_cast<float>(pRandom.Below(100)));
     for (int i = pRandom.Below(4); i > 0; --i) {
-        pPlain.keys.push_back(static_cast<float>(pRandom.Below(100)));
+        pLeaf.FCurveGet()->KeyAppendFast(KTime::FromSeconds(-i),
+                                         static_cast<float>(pRandom.Below(100)));
     }
 }
 
-// A channel of an object: values in children, or itself a leaf, with up to three layers.
-Plain RandomChannel(const char* pName, KDataType* pType, int pLayerType,
-                    const std::vector<const char*>& pAxes, Random& pRandom)
+// A channel with values in its children, or itself a leaf, and up to three layers.
+GlissaNode* RandomChannel(const char* pName, KDataType* pType, Random& pRandom)
 {
-    Plain channel{pName, pName, pType, pLayerType};
+    GlissaNode* const channel = MakeChannel(pType, pName).release();
     if (pRandom.Below(3) == 0) {
-        channel.user = "seen";
-    }
-    for (const char* const axis : pAxes) {
-        channel.children.push_back({axis, axis});
-        FillRandomly(channel.children.back(), pRandom);
-    }
-    if (pAxes.empty()) {
-        FillRandomly(channel, pRandom);
+        channel->SetTimeWarpName("seen");
     }
     int id = 0;
     for (int i = pRandom.Below(4); i > 0; --i) {
-        Plain layer = channel;
-        layer.layers.clear();
-        layer.id = id += 1 + pRandom.Below(5);
-        for (Plain& each : layer.children) {
-            each.keys.clear();
-            FillRandomly(each, pRandom);
-            each.id = id;
+        channel->CreateLayerAt(GlissaLayerInfo(id += 1 + pRandom.Below(5), nullptr));
+    }
+    for (GlissaNode* layer = channel; layer; layer = layer->LayerGet()) {
+        for (int i = 0; i < layer->GetCount(); ++i) {
+            FillRandomly(*layer->Get(i), pRandom);
         }
-        if (layer.leaf) {
-            layer.keys.clear();
-            FillRandomly(layer, pRandom);
+        if (layer->GetCount() == 0) {
+            FillRandomly(*layer, pRandom);
         }
-        channel.layers.push_back(layer);
     }
     return channel;
 }
 
-Plain RandomObject(int pDepth, Random& pRandom)
+GlissaNode* RandomObject(const std::string& pName, int pDepth, Random& pRandom)
 {
-    Plain object{"Object", "Object"};
-    const auto channel = [&](const char* pName, KDataType* pType, int pLayerType,
-                             const std::vector<const char*>& pAxes) {
+    GlissaNode* const object = GlissaNodeCreate(pName.c_str(), static_cast<KDataType*>(nullptr),
+                                                eLayerTypeValue, GlissaLayerInfo::Base);
+    const std::pair<const char*, KDataType*> channels[] = {{"Move", KDataTypeLclTranslation},
+                                                           {"R", KDataTypeLclRotation},
+                                                           {"Size", KDataTypeLclScaling},
+                                                           {"Aim", KDataTypeVector},
+                                                           {"Roll", KDataTypeNumber}};
+    for (const auto& [name, type] : channels) {
         if (pRandom.Below(3) > 0) {
-            object.children.push_back(RandomChannel(pName, pType, pLayerType, pAxes, pRandom));
+            object->Add(RandomChannel(name, type, pRandom));
         }
-    };
-    channel("Move", KDataTypeLclTranslation, eLayerTypeVector, {"X", "Y", "Z"});
-    channel("R", KDataTypeLclRotation, eLayerTypeRotation, {"X", "Y", "Z"});
-    channel("Size", KDataTypeLclScaling, eLayerTypeScaling, {"X", "Y", "Z"});
-    channel("Aim", KDataTypeVector, eLayerTypeVector, {"X", "Y", "Z"});
-    channel("Roll", KDataTypeNumber, eLayerTypeVector, {});
+    }
     for (int i = pDepth > 0 ? pRandom.Below(4) : 0; i > 0; --i) {
-        object.children.push_back(RandomObject(pDepth - 1, pRandom));
-        object.children.back().name += std::to_string(i);
-        object.children.back().user = object.children.back().name;
+        object->Add(RandomObject(Numbered("Object", i), pDepth - 1, pRandom));
     }
     return object;
+}
+
+// Parents, owners and chains are joined as in a tree that was built by hand.
+int ExpectJoined(GlissaNode& pNode)
+{
+    int layers = 0;
+    EXPECT_TRUE(!pNode.FCurveGet() || pNode.FCurveGet()->GetOwner() == &pNode);
+    for (int i = 0; i < pNode.GetCount(); ++i) {
+        EXPECT_EQ(&pNode, pNode.Get(i)->GetParent());
+        layers += ExpectJoined(*pNode.Get(i));
+    }
+    for (GlissaNode* layer = pNode.LayerGet(); layer && pNode.ObjectLayerGet() == &pNode;
+         layer = layer->LayerGet()) {
+        EXPECT_EQ(&pNode, layer->ObjectLayerGet());
+        layers += 1 + ExpectJoined(*layer);
+    }
+    return layers;
 }
 
 TEST(NodeStore, RandomTreesComeBack)
@@ -203,24 +91,20 @@ TEST(NodeStore, RandomTreesComeBack)
     for (std::uint64_t seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
-        const Plain plain = RandomObject(3, random);
-        const NodePtr node = NodeOf(plain);
-        ASSERT_EQ("", Difference(plain, PlainOf(*node)));
-        layers += plain.children.empty() ? 0 : static_cast<int>(plain.children[0].layers.size());
+        const NodePtr node(RandomObject("Object", 3, random));
         KTdf tdf = Stored(*node);
-
+        const std::string text = TextOfDocument(tdf);
+        // Into an empty node, which becomes the tree, and into one that has values and layers.
         const NodePtr fresh = EmptyNode();
-        ASSERT_TRUE(fresh->TdfRetrieve(&tdf, false, true, false));
-        ASSERT_EQ("", Difference(plain, PlainOf(*fresh)));
-        EXPECT_FALSE(fresh->TdfRetrieve(&tdf, false, true, false));
-
-        // The same structure, which holds layers and values of its own already.
-        tdf.FieldReadRewind();
         const NodePtr same(node->Copy());
-        ASSERT_TRUE(same->TdfRetrieve(&tdf, false, false, false));
-        ASSERT_EQ("", Difference(plain, PlainOf(*same)));
-        KTdf again = Stored(*same);
-        EXPECT_TRUE(TextOfDocument(tdf) == TextOfDocument(again));
+        for (GlissaNode* const each : {fresh.get(), same.get()}) {
+            tdf.FieldReadRewind();
+            ASSERT_TRUE(each->TdfRetrieve(&tdf, false, each == fresh.get(), false));
+            KTdf again = Stored(*each);
+            ASSERT_TRUE(text == TextOfDocument(again));
+            layers += ExpectJoined(*each);
+            EXPECT_FALSE(each->TdfRetrieve(&tdf, false, true, false));
+        }
     }
     EXPECT_GT(layers, 20);
 }
