@@ -57,6 +57,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/node/lock_query.h
     glissa/node/node.h
     glissa/node/node_event.h
+    glissa/node/store_fault.h
     glissa/utils/utils.h
     glissa/filter/butterworth.h
     glissa/filter/clamp.h

@@ -44,5 +44,6 @@
 #include "glissa/node/lock_query.h"
 #include "glissa/node/node.h"
 #include "glissa/node/node_event.h"
+#include "glissa/node/store_fault.h"
 #include "glissa/settings/settings.h"
 #include "glissa/utils/utils.h"

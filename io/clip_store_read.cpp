@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <new>
 #include <span>
 
@@ -23,6 +24,12 @@ namespace
 // Version 1 has a field "Curve" for each channel in place of layers and a tree.
 constexpr int kClipVersionCurves = 1;
 constexpr int kClipVersion = 2;
+
+std::string KeyFault(const std::string& pName, int pStored, int pRead)
+{
+    return "curve " + pName + ": " + std::to_string(pRead) + " of " + std::to_string(pStored) +
+           " stored keys were read, the others are damaged";
+}
 
 class ClipStoreReader
 {
@@ -58,19 +65,21 @@ private:
     bool CheckTree();
     bool ReadLayers();
     bool ReadTree();
-    bool CompareNode(GlissaNode& pNode, int pLayer, const std::string& pName);
-    bool CompareChannels(GlissaNode& pNode, int pLayer, const std::string& pName);
+    std::string PathOf(GlissaNode& pNode) const;
+    std::string InLayer(const std::string& pPath, int pLayer) const;
+    bool TakeFault(const GlissaStoreFault& pFault);
     std::string NameOf(GlissaNode& pNode, const std::string& pParent);
+    bool CheckNode(GlissaNode& pNode, int pLayer, const std::string& pPath);
 
     bool ReadCurves();
     bool ReadCurve(const std::string& pName, Glissa& pCurve);
-    void CheckCurve(const std::string& pName, const Glissa& pCurve, int pStoredKeys);
-    int CountStoredKeys();
+    void CheckCurve(const std::string& pName, const Glissa& pCurve);
 
     KTdf& mTdf;
     StoredClip mStored;
     NodeClip mNodes;
     std::size_t mNextJoint = 0;
+    std::map<const GlissaNode*, std::string> mAddresses;  // of the joints, where there are faults
     std::string mReason;
 };
 
@@ -249,21 +258,93 @@ bool ClipStoreReader::ReadLayers()
     return mNodes.GetLayers().Retrieve(mTdf, reason) || Fail(reason);
 }
 
-// The tree finds its channels by itself. Afterwards it goes beside the document once more: what has
-// found no place, or is no layer, would else be lost without a word.
+// What does not fit between the file and the tree of its joints is an error, as it would be lost;
+// what does not fit within a layer is kept or neutral, and listed.
 bool ClipStoreReader::ReadTree()
 {
+    std::vector<GlissaStoreFault> faults;
     if (mTdf.FieldGetInstanceCount("Channel") != 1 ||
-        !mNodes.GetRoot()->TdfRetrieve(&mTdf, false, false, true)) {
+        !mNodes.GetRoot()->TdfRetrieve(&mTdf, false, false, true, &faults)) {
         return Fail("holds no tree, or several");
     }
-    mTdf.FieldReadBegin("Channel", 0);
-    if (!CompareNode(*mNodes.GetRoot(), 0, "")) {
-        return false;
+    if (!faults.empty()) {
+        for (std::size_t i = 0; i < mNodes.GetJointCount(); ++i) {
+            mAddresses.emplace(mNodes.GetJoint(i), mStored.mClip.mJoints[i].mAddress);
+        }
     }
-    mTdf.FieldReadEnd();
-    return mNodes.GetLayers().AttachTo(*mNodes.GetRoot()) ||
-           Fail("the tree has a layer that is not in the list");
+    for (const GlissaStoreFault& fault : faults) {
+        if (!TakeFault(fault)) {
+            return false;
+        }
+    }
+    return CheckNode(*mNodes.GetRoot(), 0, "") &&
+           (mNodes.GetLayers().AttachTo(*mNodes.GetRoot()) ||
+            Fail("the tree has a layer that is not in the list"));
+}
+
+// As the curves are named: "Hips/R/Z". Empty for the node above the joints.
+std::string ClipStoreReader::PathOf(GlissaNode& pNode) const
+{
+    std::string path;
+    for (GlissaNode* node = &pNode; node && node->GetParent(); node = node->GetParent()) {
+        const auto joint = mAddresses.find(node);
+        const std::string name = joint != mAddresses.end() ? joint->second : node->GetName();
+        path = path.empty() ? name : name + '/' + path;
+        if (joint != mAddresses.end()) {
+            break;
+        }
+    }
+    return path;
+}
+
+std::string ClipStoreReader::InLayer(const std::string& pPath, int pLayer) const
+{
+    const HostLayer* const layer = mNodes.GetLayers().Find(pLayer);
+    return layer ? pPath + '@' + layer->mName : pPath;
+}
+
+// False for what makes the whole file unusable.
+bool ClipStoreReader::TakeFault(const GlissaStoreFault& pFault)
+{
+    std::string path = PathOf(*pFault.mNode);
+    const std::string channel(pFault.mChannel.GetView());
+    const auto list = [&](const std::string& pText) {
+        mStored.mFaults.push_back(pText);
+        return true;
+    };
+    if (pFault.mKind == eStoreFaultKeys) {
+        path += channel.empty() ? "" : '/' + channel;
+        return list(KeyFault(InLayer(path, pFault.mLayerID), pFault.mStoredKeys, pFault.mReadKeys));
+    }
+    const std::string node =
+        (path.empty() ? "the tree" : "node " + InLayer(path, pFault.mLayerID)) + ": ";
+    const std::string name = "channel " + TextScanner::Quote(channel);
+    const bool isInLayer = pFault.mLayerID != 0;
+    switch (pFault.mKind) {
+    case eStoreFaultChannelKept:
+        return list(node + name + " is not in the base: it is kept without effect");
+    case eStoreFaultChannelMade:
+        return list(node + name + " is not stored: it has zero values");
+    case eStoreFaultCurveMissing:
+        if (isInLayer) {
+            return list(node + "a curve" + (channel.empty() ? "" : " of " + name) +
+                        " is not stored: it has zero values");
+        }
+        return Fail("curve " + path + ": has no \"Default\"");
+    case eStoreFaultChannelUnknown:
+        if (isInLayer) {
+            return list(node + name + " is not in the base and has no keys: it is left out");
+        }
+        return Fail(node + name + " does not belong to the joints of the clip");
+    case eStoreFaultChannelTwice:
+        return Fail(node + name + " is stored twice");
+    case eStoreFaultChannelMissing:
+        return Fail(node + name + " is not stored");
+    case eStoreFaultLayerLeftOut:
+        return Fail(node + "a layer id must be greater than that of the layer before it");
+    default:
+        return Fail(node + "a curve is stored for a node that has channels");
+    }
 }
 
 // Joints come in the order of the clip, as the tree was made of them.
@@ -276,61 +357,29 @@ std::string ClipStoreReader::NameOf(GlissaNode& pNode, const std::string& pParen
 }
 
 // pLayer  id of the layer that the node belongs to.
-bool ClipStoreReader::CompareNode(GlissaNode& pNode, int pLayer, const std::string& pName)
+bool ClipStoreReader::CheckNode(GlissaNode& pNode, int pLayer, const std::string& pPath)
 {
-    if (!mTdf.FieldReadBlockBegin() || mTdf.FieldReadI("LayerID", 0) != pLayer) {
-        return Fail("node " + pName + ": has no block, or is of another layer");
+    if (pNode.GetLayerID() != pLayer) {
+        return Fail("node " + pPath + ": is of another layer than the node above it");
     }
-    if (Glissa* const curve = pNode.FCurveGet()) {
-        const HostLayer* const layer = mNodes.GetLayers().Find(pLayer);
-        const std::string name = layer ? pName + '@' + layer->mName : pName;
-        if (mTdf.FieldGetInstanceCount("Default") == 0) {
-            return Fail("curve " + name + ": has no \"Default\"");
-        }
+    if (const Glissa* const curve = pNode.FCurveGet()) {
+        const std::string name = InLayer(pPath, pLayer);
         if (pNode.GetLayerType() != eLayerTypeValue) {
-            return Fail("curve " + name + ": its node is no plain value");
+            return Fail("curve " + name + ": the layer type of its node must be 0");
         }
-        CheckCurve(name, *curve, CountStoredKeys());
+        CheckCurve(name, *curve);
     }
-    if (!CompareChannels(pNode, pLayer, pName)) {
-        return false;
-    }
-    const bool hasLayers = pNode.GetDataType() != nullptr;
-    GlissaNode* const next = pNode.LayerGet();
-    if (mTdf.FieldReadBegin("LayerChannel")) {
-        if (!hasLayers || !next || next->GetLayerID() <= pLayer) {
-            return Fail("node " + pName + ": a layer stands where none can be");
-        }
-        if (!CompareNode(*next, next->GetLayerID(), pName)) {
-            return false;
-        }
-        mTdf.FieldReadEnd();
-    }
-    mTdf.FieldReadBlockEnd();
-    return true;
-}
-
-bool ClipStoreReader::CompareChannels(GlissaNode& pNode, int pLayer, const std::string& pName)
-{
-    const int count = mTdf.FieldGetInstanceCount("Channel");
-    if (count != pNode.GetCount()) {
-        return Fail("node " + pName + ": holds " + std::to_string(count) + " channels, not " +
-                    std::to_string(pNode.GetCount()));
-    }
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < pNode.GetCount(); ++i) {
         GlissaNode& child = *pNode.Get(i);
-        const std::string name = NameOf(child, pName);
-        mTdf.FieldReadBegin("Channel");
-        std::string found;
-        if (!Text(found) || found != child.GetName()) {
-            return Fail("node " + name + ": expected here, found " + TextScanner::Quote(found));
-        }
-        if (!CompareNode(child, pLayer, name)) {
+        if (!CheckNode(child, pLayer, NameOf(child, pPath))) {
             return false;
         }
-        mTdf.FieldReadEnd();
     }
-    return true;
+    GlissaNode* const next = pNode.LayerGet();
+    if (next && !pNode.GetDataType()) {
+        return Fail("node " + pPath + ": only a translation or a rotation can have layers");
+    }
+    return !next || CheckNode(*next, next->GetLayerID(), pPath);
 }
 
 bool ClipStoreReader::ReadCurves()
@@ -360,42 +409,25 @@ bool ClipStoreReader::ReadCurve(const std::string& pName, Glissa& pCurve)
         !mTdf.FieldReadBlockBegin()) {
         return Fail("curve " + pName + ": expected here, found " + TextScanner::Quote(name));
     }
-    const int storedKeys = CountStoredKeys();
-    mTdf.FieldReadRewind();
-    if (!pCurve.TdfRetrieve(&mTdf, false, true)) {
+    int storedKeys = 0;
+    if (!pCurve.TdfRetrieve(&mTdf, false, true, &storedKeys)) {
         return Fail("curve " + pName + ": has no \"Default\"");
     }
-    CheckCurve(pName, pCurve, storedKeys);
+    if (storedKeys != pCurve.KeyGetCount()) {
+        mStored.mFaults.push_back(KeyFault(pName, storedKeys, pCurve.KeyGetCount()));
+    }
+    CheckCurve(pName, pCurve);
     mTdf.FieldReadBlockEnd();
     mTdf.FieldReadEnd();
     return true;
 }
 
-// Times begin keys, whatever the count beside them says.
-int ClipStoreReader::CountStoredKeys()
-{
-    const int said = mTdf.FieldReadI("KeyCount", 0);
-    int found = 0;
-    if (mTdf.FieldReadBegin("Key")) {
-        while (mTdf.FieldReadGetRemain() > 0) {
-            found += Is(KTdf::kTypeTime) ? 1 : 0;
-            mTdf.FieldReadT();
-        }
-        mTdf.FieldReadEnd();
-    }
-    return std::max(said, found);
-}
-
-void ClipStoreReader::CheckCurve(const std::string& pName, const Glissa& pCurve, int pStoredKeys)
+void ClipStoreReader::CheckCurve(const std::string& pName, const Glissa& pCurve)
 {
     const Glissa& curve = pCurve;
     const auto fault = [&](const std::string& pText) {
         mStored.mFaults.push_back("curve " + pName + ": " + pText);
     };
-    if (curve.KeyGetCount() != pStoredKeys) {
-        fault(std::to_string(pStoredKeys) + " keys are stored, " +
-              std::to_string(curve.KeyGetCount()) + " of them make sense");
-    }
     if (!std::isfinite(curve.GetValue())) {
         fault("the default value is no finite number");
     }

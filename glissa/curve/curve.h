@@ -516,9 +516,13 @@ public:
     /// only when the block has no further "Default". A damaged key goes, the others stay. No
     /// listener is told and what was collected for them is dropped; owner, listeners, and without
     /// pWithColor the colour, stay. Arguments as TdfStore.
-    bool TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor);
+    ///
+    /// pStoredKeys  out, may be null: how many keys the document has or says it has. A damaged one
+    ///              is among them and not among those of the curve.
+    bool TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, int* pStoredKeys = nullptr);
     /// The same where the caller has opened "Default" already. True.
-    bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor);
+    bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor,
+                             int* pStoredKeys = nullptr);
 
     // Events (curve/events.cpp)
 
@@ -622,7 +626,7 @@ private:
     void ChangeFlagsOfAll(unsigned pMask, unsigned pBits);
 
     class StoreReader;
-    void RetrieveKeys(KTdf& pTdf);
+    int RetrieveKeys(KTdf& pTdf);
     bool IsCubicOf(int pIndex, unsigned pKind) const;
     void MakeCubic(int pIndex, unsigned pKind);
     void MakeUser(int pIndex, unsigned pKind, float pRight, float pNextLeft);

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <limits>
 #include <span>
 #include <string_view>
 
@@ -243,6 +244,17 @@ void ReadExtrapolation(KTdf& pTdf, const char* pName, unsigned& pMode, unsigned&
     pTdf.FieldReadBlockEnd();
     pTdf.FieldReadEnd();
 }
+
+// Times left in the open field: each would begin a key.
+int CountTimes(KTdf& pTdf)
+{
+    int count = 0;
+    while (pTdf.FieldReadGetRemain() > 0) {
+        count += pTdf.FieldReadGetType() == KTdf::kTypeTime ? 1 : 0;
+        pTdf.FieldReadT();
+    }
+    return count;
+}
 }  // namespace
 
 bool Glissa::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, bool pOlderKeyForm)
@@ -273,15 +285,17 @@ bool Glissa::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, bool pOld
     return true;
 }
 
-bool Glissa::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor)
+bool Glissa::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, int* pStoredKeys)
 {
-    return pTdf->FieldReadBegin("Default") && TdfInternalRetrieve(pTdf, pOnlyDefaults, pWithColor);
+    return pTdf->FieldReadBegin("Default") &&
+           TdfInternalRetrieve(pTdf, pOnlyDefaults, pWithColor, pStoredKeys);
 }
 
-bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor)
+bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, int* pStoredKeys)
 {
     KTdf& tdf = *pTdf;
     const KOperation operation(IsObserved());
+    int storedKeys = 0;
     // The operations used below close brackets of their own: only within one are they silent.
     KeyModifyBegin();
     KeyClear();
@@ -291,7 +305,7 @@ bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor
         mPreExtrapolation = mPostExtrapolation = eExtrapolationConstant;
         mPreExtrapolationCount = mPostExtrapolationCount = 0;
         try {
-            RetrieveKeys(tdf);
+            storedKeys = RetrieveKeys(tdf);
         } catch (...) {
             // No part of the keys is left for the key run of a file.
             KeyClear();
@@ -310,21 +324,29 @@ bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor
     }
     CallbackClear();
     KeyModifyEnd();
+    if (pStoredKeys) {
+        *pStoredKeys = storedKeys;
+    }
     return true;
 }
 
-void Glissa::RetrieveKeys(KTdf& pTdf)
+// How many keys are stored, by the count or by what lies behind it.
+int Glissa::RetrieveKeys(KTdf& pTdf)
 {
     const int version = pTdf.FieldReadI("KeyVer", 0);
-    const int count = pTdf.FieldReadI("KeyCount", 0);
-    if (count <= 0) {
-        return;
-    }
+    const int count = std::max(pTdf.FieldReadI("KeyCount", 0), 0);
+    int beyond = 0;
     if (pTdf.FieldReadBegin("Key")) {
         StoreReader reader(*this, pTdf, version);
-        reader.ReadKeys(count);
+        if (count > 0) {
+            reader.ReadKeys(count);
+        }
+        beyond = CountTimes(pTdf);
         pTdf.FieldReadEnd();
         reader.RemoveBadKeys();
+    }
+    if (count == 0) {
+        return beyond;
     }
     ReadExtrapolation(pTdf, "Pre-Extrapolation", mPreExtrapolation, mPreExtrapolationCount);
     ReadExtrapolation(pTdf, "Post-Extrapolation", mPostExtrapolation, mPostExtrapolationCount);
@@ -332,4 +354,5 @@ void Glissa::RetrieveKeys(KTdf& pTdf)
         RepairOldestKeys();
     }
     KeyAttrShrink(0, KeyGetCount());
+    return count > std::numeric_limits<int>::max() - beyond ? count : count + beyond;
 }

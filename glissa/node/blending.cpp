@@ -42,11 +42,10 @@ void ScaleRotation(double* pAngles, double pWeight, const KVdRotationOrder& pOrd
     }
 }
 
-// Between whole powers a negative scaling has none: its sign is lost, as in a blend.
-double PowerOfScaling(double pScaling, double pWeight)
+// Whether a blend of rotations scales the layer's angles by its weight first.
+bool ScalesAngles(eLayerMode pMode)
 {
-    const double power = std::pow(pScaling, pWeight);
-    return pScaling < 0.0 && std::isnan(power) ? std::pow(-pScaling, pWeight) : power;
+    return pMode == eLayerModeAdditive || pMode == eLayerModeOverride;
 }
 
 // The same blend with the older conversions.
@@ -238,6 +237,9 @@ void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight,
         RunningRotation running(mState->mRotationOrder);
         running.Blend(pResult, pValues, pWeight, pMode);
         running.Put(pResult);
+        if (ScalesAngles(pMode)) {
+            ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
+        }
     }
 }
 
@@ -253,7 +255,8 @@ void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
         ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
     } else if (GetDataType() == KDataTypeLclScaling) {
         for (int i = 0; i < count; ++i) {
-            pValues[i] = PowerOfScaling(pValues[i], pWeight);
+            // A negative scaling has no power in between: the sign is lost, as in a blend.
+            pValues[i] = std::pow(std::fabs(pValues[i]), pWeight);
         }
     } else {
         for (int i = 0; i < count; ++i) {

@@ -94,7 +94,8 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
     if (!mState->mCurve) {
         clone->mState->mChildren.SetCapacity(GetCount());
         for (GlissaNode* child : mState->mChildren) {
-            AddNew(*clone, child->CloneTemplate(pKeepAttached, pCloneCurves, pCreateCurves, pInfo));
+            clone->AppendNew(
+                child->CloneTemplate(pKeepAttached, pCloneCurves, pCreateCurves, pInfo));
         }
     } else if (pCloneCurves || pCreateCurves) {
         CurveHolder curve(GlissaCreate());
@@ -102,6 +103,9 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
             curve->CopyFrom(*mState->mCurve, true);
         }
         clone->FCurveSet(curve.release(), false);
+    }
+    if (pCloneCurves) {
+        clone->ReplaceUnmatched(this, false);
     }
     clone->SetETI(GetETI());
     return clone.release();
@@ -122,9 +126,10 @@ GlissaNode* GlissaNode::SingleLayerCopy(KTime pStart, KTime pStop)
         copy->FCurveSet(mState->mCurve->Copy(pStart, pStop), true);
     } else {
         for (GlissaNode* child : mState->mChildren) {
-            AddNew(*copy, child->Copy(pStart, pStop));
+            copy->AppendNew(child->Copy(pStart, pStop));
         }
     }
+    copy->ReplaceUnmatched(this, false);
     copy->SetLayerType(GetLayerType());
     copy->SetLayerInfo(mState->mLayer);
     return copy.release();
@@ -166,6 +171,9 @@ void GlissaNode::TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked)
         return;
     }
     const State& source = *pSource->mState;
+    if (!source.mUnmatched.empty() || !mState->mUnmatched.empty()) {
+        ReplaceUnmatched(pSource, pTransfer);
+    }
     float total[kNodeLayeredValues] = {};
     for (int i = 0; i < kNodeLayeredValues; ++i) {
         GlissaNode* child = Get(i);

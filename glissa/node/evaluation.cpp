@@ -16,7 +16,10 @@
 namespace
 {
 constexpr int kAnyRoom = std::numeric_limits<int>::max();
-}
+
+// Warps that are being evaluated on this thread, each for the sake of the one before.
+thread_local int nested_warps = 0;
+}  // namespace
 
 // How many values the node and all below it write side by side: one for a leaf, a curve or not.
 int GlissaNode::Width() const
@@ -35,11 +38,13 @@ int GlissaNode::Width() const
 KTime GlissaNode::WarpedTime(KTime pTime, bool pCandidate) const
 {
     GlissaNode* warp = mState->mTimeWarp;
-    if (!warp || warp->Width() > kNodeZeroValues) {
+    if (!warp || nested_warps == kMaxNestedWarps || warp->Width() > kNodeZeroValues) {
         return pTime;
     }
     double seconds[kNodeZeroValues] = {};
+    ++nested_warps;
     warp->GeneralEvaluate(seconds, pTime, nullptr, pCandidate);
+    --nested_warps;
     return KTime::FromSeconds(seconds[0]);
 }
 
@@ -53,7 +58,7 @@ bool GlissaNode::IsBlended() const
 inline bool GlissaNode::IsPlainChannel() const
 {
     return mState->mPlain.AreNoted() && mState->mPlain.mCurves[0] && !mState->mTimeWarp &&
-           !mIgnoreMute && !IsBlended() && !mState->mLayer.IsMuted() &&
+           !IsBlended() && !mState->mLayer.IsMuted() &&
            (mState->mEvaluationFlags & kNodeUseQuaternion) == 0;
 }
 
@@ -83,7 +88,7 @@ double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bo
         return pValues + 3;
     }
     GetZeroValues(pValues);
-    return Internal_GeneralEvaluate(pValues, pTime, pHint, pCandidate);
+    return EvaluateChain(pValues, pTime, pHint, {pCandidate, false});
 }
 
 // Notes the curves of the children where these are three plain ones: a curve and no more, of the
@@ -111,14 +116,14 @@ void GlissaNode::NotePlainChildren()
 
 // The children's values side by side, as many of them as pRoom holds.
 double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint,
-                                     bool pCandidate)
+                                     EvaluationMode pMode)
 {
     PlainChildren& plain = mState->mPlain;
     if (!plain.AreNoted()) {
         NotePlainChildren();
     }
-    if (plain.mCurves[0] && !pCandidate && !mIgnoreMute && pRoom >= 3 &&
-        !mState->mLayer.IsMuted()) {
+    if (plain.mCurves[0] && !pMode.candidates && pRoom >= 3 &&
+        (pMode.ignoresMute || !mState->mLayer.IsMuted())) {
         // A layer's child adds its value to its zero value, which turns -0 into 0; adding -0 does
         // not.
         const double zero = GetLayerID() != 0 ? 0.0 : -0.0;
@@ -127,11 +132,11 @@ double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, in
         }
         return pValues + 3;
     }
-    return EvaluateChildrenFrom(0, pValues, pRoom, pTime, pHint, pCandidate);
+    return EvaluateChildrenFrom(0, pValues, pRoom, pTime, pHint, pMode);
 }
 
 double* GlissaNode::EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom, KTime pTime,
-                                         int* pHint, bool pCandidate)
+                                         int* pHint, EvaluationMode pMode)
 {
     int room = pRoom;
     for (int i = pFirst; i < mState->mChildren.GetCount(); ++i) {
@@ -141,7 +146,12 @@ double* GlissaNode::EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom,
         if (room < 0) {
             break;
         }
-        child->GeneralEvaluate(pValues, pTime, pHint, pCandidate);
+        if (pMode.ignoresMute) {
+            child->GetZeroValues(pValues);
+            child->EvaluateChain(pValues, pTime, pHint, pMode);
+        } else {
+            child->GeneralEvaluate(pValues, pTime, pHint, pMode.candidates);
+        }
         pValues += width;
     }
     return pValues;
@@ -150,39 +160,45 @@ double* GlissaNode::EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom,
 // The node's own values, without its layers. The array holds the zero values, which stay where
 // there is no curve.
 double* GlissaNode::EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint,
-                                bool pCandidate)
+                                EvaluationMode pMode)
 {
     if (Glissa* curve = mState->mCurve) {
-        *pValues = pCandidate ? curve->CandidateEvaluate(pTime, pHint)
-                              : static_cast<double>(curve->Evaluate(pTime, pHint));
+        *pValues = pMode.candidates ? curve->CandidateEvaluate(pTime, pHint)
+                                    : static_cast<double>(curve->Evaluate(pTime, pHint));
         return pValues + 1;
     }
     if (IsRotationLayerType() && GetUseQuaternion()) {
-        EvaluateRotation(pValues, pRoom, pTime, pHint, pCandidate);
+        EvaluateRotation(pValues, pRoom, pTime, pHint, pMode);
         return pValues + std::min(Width(), pRoom);
     }
-    return EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
+    return EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
 }
 
 double* GlissaNode::Internal_GeneralEvaluate(double* pValues, KTime pTime, int* pHint,
                                              bool pCandidate)
 {
+    return EvaluateChain(pValues, pTime, pHint, {pCandidate, false});
+}
+
+double* GlissaNode::EvaluateChain(double* pValues, KTime pTime, int* pHint, EvaluationMode pMode)
+{
     if (!IsBlended()) {
-        return EvaluateNode(pValues, pTime, pHint, pCandidate, nullptr);
+        return EvaluateNode(pValues, pTime, pHint, pMode, nullptr);
     }
     RunningRotation running(mState->mRotationOrder);
-    double* end = EvaluateNode(pValues, pTime, pHint, pCandidate, &running);
+    double* end = EvaluateNode(pValues, pTime, pHint, pMode, &running);
     running.Put(pValues);
     return end;
 }
 
 // This node and the chain behind it; pRunning for a node that is blended.
-double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool pCandidate,
+double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, EvaluationMode pMode,
                                  RunningRotation* pRunning)
 {
-    const KTime time = mState->mTimeWarp ? WarpedTime(pTime, pCandidate) : pTime;
-    const bool plays = !IsNodeMuted();
-    const bool holds_total = pCandidate && plays && GetLayerID() == 0;
+    CORVEKIT_ASSERT(pRunning || !IsBlended());
+    const KTime time = mState->mTimeWarp ? WarpedTime(pTime, pMode.candidates) : pTime;
+    const bool plays = pMode.ignoresMute || !IsNodeMuted();
+    const bool holds_total = pMode.candidates && plays && GetLayerID() == 0;
     double* end = pValues;
     // Where the node does not hold all of its total, those below have theirs.
     if (holds_total && IsCandidate() && mState->mCandidateTime == time && IsChannel()) {
@@ -193,16 +209,18 @@ double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, bool 
     if (plays && pRunning) {
         double own[kNodeZeroValues];
         GetZeroValues(own);
-        const double* own_end = EvaluateOwn(own, kNodeZeroValues, time, hint, pCandidate);
+        // A mute is ignored for this node and its children; what is below the children has its own.
+        const double* own_end =
+            EvaluateOwn(own, kNodeZeroValues, time, hint, {pMode.candidates, false});
         Accumulate(pValues, own, time, -1, *pRunning);
         end = pValues + (own_end - own);
     } else if (plays) {
-        end = EvaluateOwn(pValues, kAnyRoom, time, hint, pCandidate);
+        end = EvaluateOwn(pValues, kAnyRoom, time, hint, {pMode.candidates, false});
     }
     if (GlissaNode* next = mState->mNextLayer) {
         // The layers' keys stand where those of the base do, as a rule: they start from its hint.
         int layer_hint = *hint;
-        next->EvaluateNode(pValues, time, &layer_hint, pCandidate, pRunning);
+        next->EvaluateNode(pValues, time, &layer_hint, {pMode.candidates, false}, pRunning);
     }
     if (holds_total) {
         if (pRunning) {
@@ -271,7 +289,7 @@ double* GlissaNode::EvaluatePart(double* pValues, KTime pTime, int pExcludedId, 
         const bool takes_part = id != pExcludedId && id >= pFirstId && id <= pLastId;
         if (takes_part) {
             int hint = 0;
-            own_end = EvaluateOwn(own, kNodeZeroValues, pTime, &hint, false);
+            own_end = EvaluateOwn(own, kNodeZeroValues, pTime, &hint, {});
         }
         end = pValues + (own_end - own);
         if (IsBlended()) {
@@ -316,13 +334,7 @@ double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int* pHint, bool
     if (mState->mCurve) {
         *end++ = static_cast<double>(mState->mCurve->Evaluate(pTime, pHint));
     } else if (IsRotationLayerType()) {
-        if (pForce) {
-            IgnoreMute(true);
-        }
-        RotationNodeEvaluate(pValues, pTime, pHint, false);
-        if (pForce) {
-            IgnoreMute(false);
-        }
+        EvaluateRotation(pValues, kAnyRoom, pTime, pHint, {false, pForce});
     } else {
         for (GlissaNode* child : mState->mChildren) {
             end = child->EvaluateSpecificLayer(end, pTime, GetLayerID(), pHint, pForce);
@@ -332,12 +344,4 @@ double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int* pHint, bool
         AddWeightedValue(pValues, mState->mLayer.GetWeight(pTime));
     }
     return end;
-}
-
-void GlissaNode::IgnoreMute(bool pIgnore)
-{
-    mIgnoreMute = pIgnore;
-    for (GlissaNode* child : mState->mChildren) {
-        child->mIgnoreMute = pIgnore;
-    }
 }

@@ -8,10 +8,13 @@
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
 
+#include <limits>
 #include <utility>
 
 namespace
 {
+constexpr int kAllNodes = std::numeric_limits<int>::max();
+
 // Gives a curve of a new layer its first value and its colour. Its node hears of none of it.
 void PrepareCurve(Glissa* pCurve, double pValue, const float* pColor)
 {
@@ -140,15 +143,28 @@ bool GlissaNode::HasOverrideLayer() const
     return false;
 }
 
+// Links another node behind this one, or none, and gives the one that was there.
+GlissaNode* GlissaNode::ExchangeNextLayer(GlissaNode* pNext)
+{
+    CORVEKIT_ASSERT(pNext != this);
+    GlissaNode* const old = std::exchange(mState->mNextLayer, pNext);
+    if (old && old->mState->mHolder == this) {
+        old->mState->mHolder = nullptr;
+    }
+    if (pNext) {
+        pNext->mState->mHolder = this;
+    }
+    NoteStructureChange();
+    return old;
+}
+
 void GlissaNode::LayerSet(GlissaNode* pNode, bool pDeleteOld)
 {
     const KOperation operation;
-    GlissaNode* old = mState->mNextLayer;
-    if (pNode == old) {
+    if (pNode == mState->mNextLayer || (pNode && !MayHold(this, pNode))) {
         return;
     }
-    mState->mNextLayer = pNode;
-    NoteStructureChange();
+    GlissaNode* const old = ExchangeNextLayer(pNode);
     if (old && pDeleteOld) {
         old->Destroy();
     }
@@ -167,7 +183,7 @@ void GlissaNode::TellOfLayers()
 
 GlissaNode* GlissaNode::LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld)
 {
-    if (!IsMultiLayer()) {
+    if (!IsMultiLayer() || LevelOf(this) + LevelsBelow(this) > kMaxLevels) {
         return nullptr;
     }
     return IfAlive([this, &pInfo, pDeleteOld] { return MakeLayer(pInfo, pDeleteOld); });
@@ -206,12 +222,16 @@ GlissaNode* GlissaNode::CreateLayerAt(const GlissaLayerInfo& pInfo)
     if (behind && behind->GetLayerID() == id) {
         return behind;
     }
+    if (behind && LevelOf(behind) + ReachOf(behind, nullptr, kAllNodes).levels > kMaxLevels) {
+        return nullptr;
+    }
     return IfAlive([this, &pInfo, before, behind] {
         GlissaNode* layer = before->LayerCreate(pInfo, !behind);
         if (layer) {
-            layer->mState->mNextLayer = behind;
+            layer->ExchangeNextLayer(behind);
             TellOfLayers();
         }
+        CORVEKIT_ASSERT(IsChainInOrder(this));
         return layer;
     });
 }
@@ -224,7 +244,7 @@ GlissaNode* GlissaNode::RemoveLayer(int pId, bool pDestroy)
     if (!layer || layer->GetLayerID() != pId) {
         return nullptr;
     }
-    before->mState->mNextLayer = std::exchange(layer->mState->mNextLayer, nullptr);
+    before->ExchangeNextLayer(layer->ExchangeNextLayer(nullptr));
     layer->mState->mObjectLayer = this;
     if (!pDestroy) {
         return layer;
@@ -253,7 +273,7 @@ bool GlissaNode::RemoveLayerNode(int pId)
     } else if (layer->IsNodeLockedInHierarchy(false)) {
         layer->Empty();
     } else {
-        before->mState->mNextLayer = std::exchange(layer->mState->mNextLayer, nullptr);
+        before->ExchangeNextLayer(layer->ExchangeNextLayer(nullptr));
         layer->Destroy();
     }
     return true;
@@ -263,6 +283,7 @@ bool GlissaNode::RemoveLayerNode(int pId)
 void GlissaNode::Empty()
 {
     DeleteAllKeys(this);
+    DestroyUnmatched();
     SetZeroValues(true);
     CandidateClear(GetLayerID(), false);
 }
@@ -310,7 +331,7 @@ void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocke
             extra->Empty();
             before = extra;
         } else {
-            before->mState->mNextLayer = std::exchange(extra->mState->mNextLayer, nullptr);
+            before->ExchangeNextLayer(extra->ExchangeNextLayer(nullptr));
             extra->Destroy();
         }
     }
@@ -321,13 +342,58 @@ void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocke
     }
 }
 
-// Below too, where every child of a layer has that of the base as its own base.
+// Makes a node the base of this layer. Below, every child has that of the base as its own base, and
+// so do the layers behind it.
 void GlissaNode::SetBase(GlissaNode* pBase)
 {
+    CORVEKIT_ASSERT(pBase);
     mState->mObjectLayer = pBase;
     for (int i = 0; i < GetCount(); ++i) {
-        GlissaNode* base = pBase->Get(i);
-        Get(i)->SetBase(base ? base : Get(i));
+        GlissaNode* const base = pBase->Get(i) ? pBase->Get(i) : Get(i);
+        for (GlissaNode* node = Get(i); node; node = node->LayerGet()) {
+            node->SetBase(base);
+        }
+    }
+}
+
+int GlissaNode::GetUnmatchedCount() const
+{
+    return static_cast<int>(mState->mUnmatched.size());
+}
+
+GlissaNode* GlissaNode::GetUnmatched(int pIndex) const
+{
+    return pIndex >= 0 && pIndex < GetUnmatchedCount()
+               ? mState->mUnmatched[static_cast<std::size_t>(pIndex)]
+               : nullptr;
+}
+
+void GlissaNode::DestroyUnmatched()
+{
+    while (!mState->mUnmatched.empty()) {
+        GlissaNode* const channel = mState->mUnmatched.back();
+        mState->mUnmatched.pop_back();
+        channel->mState->mHolder = nullptr;
+        channel->SetParent(nullptr);
+        channel->Destroy();
+    }
+}
+
+// Takes over the unmatched channels of another layer, or copies of them.
+void GlissaNode::ReplaceUnmatched(GlissaNode* pSource, bool pTransfer)
+{
+    DestroyUnmatched();
+    if (pTransfer) {
+        mState->mUnmatched.swap(pSource->mState->mUnmatched);
+    } else {
+        mState->mUnmatched.reserve(pSource->mState->mUnmatched.size());
+        for (GlissaNode* const channel : pSource->mState->mUnmatched) {
+            mState->mUnmatched.push_back(channel->Copy());
+        }
+    }
+    for (GlissaNode* const channel : mState->mUnmatched) {
+        channel->mState->mParent = this;
+        channel->mState->mHolder = this;
     }
 }
 

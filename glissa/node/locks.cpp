@@ -74,7 +74,7 @@ ILockQuery* GlissaNode::GetLockQuery() const
 
 bool GlissaNode::IsNodeMuted() const
 {
-    return !mIgnoreMute && mState->mLayer.IsMuted();
+    return mState->mLayer.IsMuted();
 }
 
 bool GlissaNode::IsNodePlotDisallowed() const

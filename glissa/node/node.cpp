@@ -37,7 +37,7 @@ int Sum(int pLeft, int pRight)
 
 std::atomic<std::uint64_t> node_structure_changes{1};
 
-GlissaNode::NameInfo& GlissaNode::State::Names()
+GlissaNode::NameInfo& GlissaNodeState::Names()
 {
     if (!mNames) {
         mNames = new NameInfo;
@@ -45,7 +45,7 @@ GlissaNode::NameInfo& GlissaNode::State::Names()
     return *mNames;
 }
 
-void GlissaNode::State::ReleaseNames()
+void GlissaNodeState::ReleaseNames()
 {
     if (mNames && --mNames->mReferenceCount == 0) {
         delete mNames;
@@ -53,7 +53,7 @@ void GlissaNode::State::ReleaseNames()
     mNames = nullptr;
 }
 
-void GlissaNode::State::CopyCandidates(const State& pSource)
+void GlissaNodeState::CopyCandidates(const GlissaNodeState& pSource)
 {
     mCandidateTime = pSource.mCandidateTime;
     mEvaluationFlags = (mEvaluationFlags & ~kNodeCandidateMethods) |
@@ -108,6 +108,15 @@ GlissaNode::~GlissaNode()
         mState->mParent->ReleaseBase(this);
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
+    if (GlissaNode* const holder = mState->mHolder) {
+        if (holder->mState->mNextLayer == this) {
+            holder->ExchangeNextLayer(nullptr);
+        }
+        std::erase(holder->mState->mUnmatched, this);
+    }
+    while (GlissaNode* const user = mState->mFirstWarpUser) {
+        user->TimeWarpSet(nullptr);
+    }
     NoteStructureChange();
     SetETI(nullptr);
     delete mState;
@@ -117,7 +126,7 @@ void GlissaNode::Clear()
 {
     const KOperation operation;
     // Without this node the layers are a chain of their own.
-    GlissaNode* const layer = std::exchange(mState->mNextLayer, nullptr);
+    GlissaNode* const layer = ExchangeNextLayer(nullptr);
     for (GlissaNode* node = layer; node; node = node->LayerGet()) {
         node->SetBase(layer);
     }
@@ -129,6 +138,7 @@ void GlissaNode::Clear()
         }
     }
     mState->mChildren.Clear();
+    DestroyUnmatched();
     NoteStructureChange();
     if (Glissa* curve = std::exchange(mState->mCurve, nullptr)) {
         curve->Destroy();
@@ -137,9 +147,7 @@ void GlissaNode::Clear()
         layer->Destroy();
     }
     mState->mObjectLayer = this;
-    if (GlissaNode* warp = std::exchange(mState->mTimeWarp, nullptr)) {
-        warp->DecReferenceCount();
-    }
+    mState->LinkTimeWarp(nullptr);
 }
 
 IObject* GlissaNode::IQuery(unsigned long pId, int)
@@ -157,7 +165,7 @@ void GlissaNode::Destroy(int)
 
 KZrObjectHolder* GlissaNode::GetZrHolder()
 {
-    return &mState->mHolder;
+    return &mState->mObjectHolder;
 }
 
 const char* GlissaNode::GetName() const

@@ -12,7 +12,10 @@
 #include "glissa/node/candidate_state.h"
 #include "glissa/node/layer.h"
 #include "glissa/node/node_event.h"
+#include "glissa/node/store_fault.h"
 #include "glissa/settings/settings.h"
+
+#include <vector>
 
 class Glissa;
 class IConnector;
@@ -22,6 +25,8 @@ class KgeRGBVector;
 class KgeRMatrix;
 class KProperty;
 class KTdf;
+struct EvaluationMode;
+struct GlissaNodeState;
 
 /// What a node animates and how its values are blended; GetLayerType and SetLayerType.
 enum EGlissaLayerType : int
@@ -49,9 +54,16 @@ enum EGlissaLayerType : int
 /// Values of a node are doubles in the order of its children, one for a leaf; a layered node has at
 /// most four. Rotations are Euler angles in degrees in the node's rotation order. Masks of channels
 /// are arrays of one bool for each child, or null for all channels.
+///
+/// A child is one level below its parent, a layer one level below the node before it in the chain.
+/// A tree has at most kMaxLevels levels, and no node holds itself, by whatever way: as child, as
+/// layer or through time warps. Operations that would break this change nothing.
 class GLISSA_API GlissaNode : public IZrObjectHolder
 {
 public:
+    /// Most levels of a tree: as many as blocks nest in a document, KTdf::kMaxNesting.
+    static constexpr int kMaxLevels = 1024;
+
     /// Names and host data that a node shares with those made from it as from a template. Counted.
     struct NameInfo
     {
@@ -89,7 +101,7 @@ public:
     // Tree (node/tree.cpp)
 
     /// Puts a child behind the last one and, unless this is a container, becomes its parent. Gives
-    /// its index, -1 without memory.
+    /// its index. -1 without memory, for a node that holds this one, and beyond kMaxLevels.
     virtual int Add(GlissaNode* pChild);
     /// Takes a child out; it lives on.
     virtual void Remove(int pIndex);
@@ -105,14 +117,16 @@ public:
     virtual int Find(const GlissaNode* pNode);
     /// Index of the first child of that name without regard to case, or -1.
     virtual int Find(const char* pName);
+    /// Refused for this node itself and for a node whose ancestor it is.
     virtual void SetParent(GlissaNode* pParent);
     virtual GlissaNode* GetParent();
     /// Puts a child before the first whose name is not less, without regard to case. Sets no
-    /// parent.
+    /// parent. Answers as Add.
     virtual int SortedAdd(GlissaNode* pChild);
 
     void Delete(GlissaNode* pChild);
-    /// The child of that name, made as a plain value where it is missing.
+    /// The child of that name, made as a plain value where it is missing. Null where Add refuses
+    /// it.
     GlissaNode* FindOrCreate(const char* pName, bool pCreateCurve);
     /// Depth first below this node, each child before what hangs below it.
     GlissaNode* FindRecursive(KDataType* pType);
@@ -258,15 +272,16 @@ public:
     GlissaNode* GetPreviousLayer(int pId);
     GlissaNode* GetCorrectLayerAndCreateIfMissing(const GlissaLayerInfo& pInfo);
     bool HasOverrideLayer() const;
-    /// Links a node behind this one. With pDeleteOld the chain that was there is destroyed. Sends
-    /// eNodeEventLayers.
+    /// Links a node behind this one, or none. With pDeleteOld the chain that was there is
+    /// destroyed. Sends eNodeEventLayers. Refused for a node that holds this one, and beyond
+    /// kMaxLevels.
     void LayerSet(GlissaNode* pNode, bool pDeleteOld);
     /// A new layer right behind this node, in place of what was linked there. Its curves are empty
-    /// and hold the zero values. Null on a node that may not have layers.
+    /// and hold the zero values. Null on a node that may not have layers, and beyond kMaxLevels.
     GlissaNode* LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld);
     /// A layer at its place in the chain; the one that is there, where there is one. Null for this
-    /// node's own id, an id below it, on a node that may not have layers, and, here and above, for
-    /// a layer that a listener has removed at once.
+    /// node's own id, an id below it, on a node that may not have layers, beyond kMaxLevels, and,
+    /// here and above, for a layer that a listener has removed at once.
     GlissaNode* CreateLayerAt(const GlissaLayerInfo& pInfo);
     /// Takes a layer out of the chain and gives it, or destroys it and gives null. No event. What
     /// is given keeps its base, which must outlive it: the base's property and lock query decide.
@@ -284,14 +299,22 @@ public:
     void LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer);
     /// Hands the evaluation override of the base node's curve to the curves of this layer.
     void RegisterEvalutationOverwrite();
+    /// Channels that a stored layer has and its base has not. They keep their keys and are copied,
+    /// stored and destroyed with the layer, but are neither children nor evaluated.
+    int GetUnmatchedCount() const;
+    /// Null for an index out of range.
+    GlissaNode* GetUnmatched(int pIndex) const;
 
     // Time warps (node/time_warp.cpp)
 
     GlissaNode* TimeWarpGet() const;
     /// A node whose curve maps time onto time, in seconds. Counted, not owned. Sends
     /// eNodeEventTimeWarp. Refused where the time would come to depend on itself, and for a warp of
-    /// more than 4096 nodes.
+    /// more than 4096 nodes. A warp that is destroyed is taken off the nodes that use it. Where
+    /// more than kMaxNestedWarps warps apply to each other, the time goes through the first of them
+    /// only.
     void TimeWarpSet(GlissaNode* pWarp);
+    static constexpr int kMaxNestedWarps = 8;
 
     // Place on the host's timeline (node/eti.cpp)
     //
@@ -381,7 +404,8 @@ public:
     /// Blends the node's own values into a running result, by its layer's weight and mode.
     void AccumulateValue(double* pResult, double* pValues, KTime pTime, int pExcludedId,
                          int pFirstId, int pLastId);
-    /// For numbers, for scaling (signs are lost), and for rotations. pValues may be changed.
+    /// For numbers, for scaling (signs are lost), and for rotations, whose pValues are scaled by
+    /// the weight in the modes that do not mix.
     void BlendSimple(double* pResult, double* pValues, double pWeight, eLayerMode pMode);
     void BlendScaling(double* pResult, double* pValues, double pWeight, eLayerMode pMode);
     void BlendRotation(double* pResult, double* pValues, double pWeight, eLayerMode pMode);
@@ -559,12 +583,16 @@ public:
     /// objects afterwards (SetLayerInfo). False where there is no such field.
     ///
     /// pCreateMissing  makes children for channels that match none; else these are left out.
-    bool TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor);
+    /// pFaults         out, may be null: what did not fit is appended, in the order of reading.
+    bool TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor,
+                     std::vector<GlissaStoreFault>* pFaults = nullptr);
     /// The same where the caller has opened the field and read its name. True.
-    bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor);
+    bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor,
+                             std::vector<GlissaStoreFault>* pFaults = nullptr);
 
 private:
-    struct State;
+    using State = GlissaNodeState;
+    friend struct GlissaNodeState;
     class StoreReader;
 
     class RotationPath;
@@ -572,6 +600,11 @@ private:
 
     bool MustCallsWait() const;
     void SendCollected(const GlissaNodeEvent& pEvent);
+    int Append(GlissaNode* pChild);
+    void AppendNew(GlissaNode* pChild);
+    GlissaNode* ExchangeNextLayer(GlissaNode* pNext);
+    void DestroyUnmatched();
+    void ReplaceUnmatched(GlissaNode* pSource, bool pTransfer);
     void TellOfLayers();
     GlissaNode* MakeLayer(const GlissaLayerInfo& pInfo, bool pDeleteOld);
     void Empty();
@@ -587,13 +620,16 @@ private:
     bool IsBlended() const;
     bool IsPlainChannel() const;
     void NotePlainChildren();
-    double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
+    double* EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint,
+                             EvaluationMode pMode);
     double* EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom, KTime pTime, int* pHint,
-                                 bool pCandidate);
-    void EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
-    double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, bool pCandidate);
-    double* EvaluateNode(double* pValues, KTime pTime, int* pHint, bool pCandidate,
+                                 EvaluationMode pMode);
+    void EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint,
+                          EvaluationMode pMode);
+    double* EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint, EvaluationMode pMode);
+    double* EvaluateNode(double* pValues, KTime pTime, int* pHint, EvaluationMode pMode,
                          RunningRotation* pRunning);
+    double* EvaluateChain(double* pValues, KTime pTime, int* pHint, EvaluationMode pMode);
     void Accumulate(double* pResult, double* pValues, KTime pTime, int pExcludedId,
                     RunningRotation& pRunning);
     int ValuesAtHand() const;
@@ -606,7 +642,6 @@ private:
     bool IsChannel() const;
     void HoldTotal(const double* pValues, int pCount, KTime pTime);
     double* TakeTotal(double* pValues) const;
-    void IgnoreMute(bool pIgnore);
     void FindShare(double* pResult, const double* pTotal, KTime pTime, int pId);
     void GiveKeylessChannels(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo);
     double* SetInLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, bool pResolve);
@@ -616,7 +651,6 @@ private:
     void TrimLayers(const GlissaNodeCandidateState& pState);
 
     State* mState;
-    bool mIgnoreMute = false;  // for the span of one forced evaluation
 };
 
 /// A node whose name and user name are both pName; a time warp gets the user name alone.

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 struct DestroyHeldNode
 {
@@ -17,12 +18,12 @@ struct DestroyHeldNode
 // Destroys a new node, with what is below it, when an exception ends the operation that makes it.
 using NodeHolder = std::unique_ptr<GlissaNode, DestroyHeldNode>;
 
-// Adds a new child and returns it. Where the parent has no memory for it, it is destroyed.
+// Adds a new child and returns it. Where the parent has no memory for it or refuses it, it is
+// destroyed; refused, the answer is null.
 inline GlissaNode* AddNew(GlissaNode& pParent, GlissaNode* pChild)
 {
     NodeHolder child(pChild);
-    pParent.Add(pChild);
-    return child.release();
+    return pParent.Add(pChild) >= 0 ? child.release() : nullptr;
 }
 
 // Bits of the flag word.
@@ -32,6 +33,7 @@ constexpr unsigned kNodeContainer = 0x08;
 constexpr unsigned kNodeTakeType = 0x10;
 constexpr unsigned kNodeExpanded = 0x20;
 constexpr unsigned kNodeMultiLayer = 0x40;
+constexpr unsigned kNodeWasRead = 0x80;  // a channel was read into it, for the reader alone
 
 // Bits of the evaluation flag word.
 constexpr unsigned kNodeLayerTypes = 0x3F;
@@ -72,8 +74,25 @@ struct PlainChildren
     }
 };
 
-struct GlissaNode::State
+// How a walk over a tree evaluates.
+struct EvaluationMode
 {
+    bool candidates = false;   // pending values are read, and what comes out is kept as pending
+    bool ignoresMute = false;  // for a node and its children, not for what is behind or below them
+};
+
+// What a walk finds below and behind a node: children, layers, and the warps of all of them.
+struct NodeReach
+{
+    bool meetsWanted = false;
+    int nodes = 0;
+    int levels = 0;  // the warps not counted
+};
+
+struct GlissaNodeState
+{
+    using NameInfo = GlissaNode::NameInfo;
+
     // What evaluation reads of a branch, or of a leaf, stands in one cache line.
     GlissaNode* mNextLayer = nullptr;
     GlissaNode* mTimeWarp = nullptr;
@@ -84,6 +103,9 @@ struct GlissaNode::State
     PlainChildren mPlain;
 
     KArrayTemplate<GlissaNode*, 16> mChildren;
+    // The node that holds this one as child, unmatched channel or layer: the last that took it. A
+    // container and SortedAdd set it, though they set no parent.
+    GlissaNode* mHolder = nullptr;
     GlissaNode* mParent = nullptr;
     GlissaNode* mObjectLayer = nullptr;
     NameInfo* mNames = nullptr;
@@ -97,7 +119,12 @@ struct GlissaNode::State
     KTime mCandidateTime = KTime::Infinite();
     GlissaNodeCallbackList* mCallbacks = nullptr;
     IGlissaETI* mETI = nullptr;
-    KZrObjectHolder mHolder;
+    std::vector<GlissaNode*> mUnmatched;
+    // The nodes whose warp this is, linked through them: mOwnLink is what points to a node there.
+    GlissaNode* mFirstWarpUser = nullptr;
+    GlissaNode* mNextWarpUser = nullptr;
+    GlissaNode** mOwnLink = nullptr;
+    KZrObjectHolder mObjectHolder;
     IConnector* mConnector = nullptr;
 
     EGlissaLayerType LayerType() const
@@ -123,16 +150,33 @@ struct GlissaNode::State
     // A child knows its parent unless it is only referenced.
     bool IsContainer() const { return HasFlag(kNodeContainer); }
 
-    State() = default;
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-    ~State() { ReleaseNames(); }
+    GlissaNodeState() = default;
+    GlissaNodeState(const GlissaNodeState&) = delete;
+    GlissaNodeState& operator=(const GlissaNodeState&) = delete;
+    ~GlissaNodeState() { ReleaseNames(); }
 
+    // Takes the node off the users of its warp, and puts it among those of another one.
+    void LinkTimeWarp(GlissaNode* pWarp, GlissaNode* pSelf = nullptr);
     // Names that may be written.
     NameInfo& Names();
     void ReleaseNames();
     // Candidate time, both methods and the total values.
-    void CopyCandidates(const State& pSource);
+    void CopyCandidates(const GlissaNodeState& pSource);
 
-    static State& Of(GlissaNode* pNode) { return *pNode->mState; }
+    static GlissaNodeState& Of(GlissaNode* pNode) { return *pNode->mState; }
+    static const GlissaNodeState& Of(const GlissaNode* pNode) { return *pNode->mState; }
 };
+
+// Structure (node/structure.cpp)
+
+// Levels from the top of the tree to a node, that node included.
+int LevelOf(const GlissaNode* pNode);
+// Levels of a node and those below it, without its chain.
+int LevelsBelow(const GlissaNode* pNode);
+// Looks at no more than pMost nodes, and stops where it meets pWanted.
+NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost);
+// Whether a node may take another one as child or layer: it does not hold the first one itself, and
+// the tree does not become too deep.
+bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken);
+// Whether ids rise along the chain from a node on. For assertions.
+bool IsChainInOrder(const GlissaNode* pNode);

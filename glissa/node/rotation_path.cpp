@@ -311,22 +311,22 @@ KgeRVector GlissaNode::RotationPath::Evaluate()
 
 void GlissaNode::RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
 {
-    EvaluateRotation(pValues, std::numeric_limits<int>::max(), pTime, pHint, pCandidate);
+    EvaluateRotation(pValues, std::numeric_limits<int>::max(), pTime, pHint, {pCandidate, false});
 }
 
 void GlissaNode::EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint,
-                                  bool pCandidate)
+                                  EvaluationMode pMode)
 {
     const auto has_curve = [this](int pChild) { return Get(pChild) && Get(pChild)->FCurveGet(); };
     const bool has_path = GetUseQuaternion() && has_curve(0) && has_curve(1) && has_curve(2) &&
                           Get(0)->FCurveGet()->KeyGetCount() > 1;
     if (!has_path) {
-        EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
+        EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
         return;
     }
     RotationPath path(*this, pTime, pHint);
     if (!path.IsBetweenKeys()) {
-        EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
+        EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
         return;
     }
     const unsigned interpolation = path.GetInterpolation();
@@ -334,11 +334,11 @@ void GlissaNode::EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* 
         const KgeRVector angles = path.Evaluate();
         // Children beyond the third are no part of the rotation.
         EvaluateChildrenFrom(3, std::copy_n(angles.Data(), 3, pValues), pRoom - 3, pTime, pHint,
-                             pCandidate);
+                             pMode);
     } else {
-        EvaluateChildren(pValues, pRoom, pTime, pHint, pCandidate);
+        EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
     }
-    if (!pCandidate) {
+    if (!pMode.candidates) {
         return;
     }
     // What the path gave is the candidate now, and no longer what the curves had by themselves.

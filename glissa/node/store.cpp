@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cstring>
 
+static_assert(GlissaNode::kMaxLevels <= KTdf::kMaxNesting);
+
 namespace
 {
 void WriteInt(KTdf& pTdf, const char* pName, int pValue)
@@ -32,24 +34,22 @@ const char* ShortName(KDataType* pType)
 // Begins to load names and curves of some nodes from pFirst on, and the keys of curves that are
 // short. Nodes, curves and pages lie apart in memory: a walk that reads whole curves would wait
 // for each of them in turn, one behind the other.
-template <typename State>
-void FetchCurves(GlissaNode* const* pFirst, GlissaNode* const* pEnd,
-                 State* (*pStateOf)(GlissaNode*))
+void FetchCurves(GlissaNode* const* pFirst, GlissaNode* const* pEnd)
 {
     constexpr int kPages = 4;
     constexpr std::size_t kPageSize = sizeof(KPriFCurveKey) * KeyList::kKeysPerPage;
     constexpr std::size_t kLine = 64;
     for (auto each = pFirst; each != pEnd; ++each) {
-        __builtin_prefetch(pStateOf(*each)->mNames);
-        __builtin_prefetch(pStateOf(*each)->mCurve);
+        __builtin_prefetch(GlissaNodeState::Of(*each).mNames);
+        __builtin_prefetch(GlissaNodeState::Of(*each).mCurve);
     }
     for (auto each = pFirst; each != pEnd; ++each) {
-        if (const Glissa* curve = pStateOf(*each)->mCurve) {
+        if (const Glissa* curve = GlissaNodeState::Of(*each).mCurve) {
             __builtin_prefetch(curve->Keys().Table());
         }
     }
     for (auto each = pFirst; each != pEnd; ++each) {
-        const Glissa* curve = pStateOf(*each)->mCurve;
+        const Glissa* curve = GlissaNodeState::Of(*each).mCurve;
         const int last = curve ? std::min(curve->Keys().LastPage(), kPages - 1) : -1;
         for (int page = 0; page <= last; ++page) {
             const char* const keys = reinterpret_cast<const char*>(curve->Keys().Table()[page]);
@@ -88,12 +88,15 @@ bool GlissaNode::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pShortNames, bool
         for (int i = 0; i < children.GetCount(); ++i) {
             if (i % kFetched == 0) {
                 const int end = std::min(i + kFetched, children.GetCount());
-                FetchCurves<State>(children.begin() + i, children.begin() + end,
-                                   [](GlissaNode* pNode) { return pNode->mState; });
+                FetchCurves(children.begin() + i, children.begin() + end);
             }
             children[i]->TdfStore(&tdf, pOnlyDefaults, pShortNames, pNoUserName, "Channel",
                                   pWithColor, pOlderKeyForm);
         }
+    }
+    for (GlissaNode* const channel : mState->mUnmatched) {
+        channel->TdfStore(&tdf, pOnlyDefaults, pShortNames, pNoUserName, "Channel", pWithColor,
+                          pOlderKeyForm);
     }
     if (GetLayerID() != 0) {
         WriteInt(tdf, "LayerID", GetLayerID());

@@ -2,15 +2,16 @@
 // SPDX-License-Identifier: MIT
 
 // From a stored field to a node. Channels are matched by name onto the children that are there, and
-// where that is wanted made where they are missing; the chain of layers is always made anew. A
-// document that no writer made does no harm: the call depth is that of the document's blocks, each
-// node made is backed by a field, and a chain that was read is a chain.
+// made where they are missing and that is wanted; the chain of layers is always made anew. Any
+// document is safe to read: the call depth is that of its blocks, each node made is backed by a
+// field, and when a node has been read, its chain is in order, has its structure and belongs to it.
 
 #include "corvekit/event/operation.h"
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/node/node_state.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string>
@@ -148,141 +149,300 @@ public:
         bool color;
     };
 
-    StoreReader(KTdf& pTdf, bool pOnlyDefaults) : mTdf(pTdf), mOnlyDefaults(pOnlyDefaults) {}
+    StoreReader(KTdf& pTdf, bool pOnlyDefaults, std::vector<GlissaStoreFault>* pFaults)
+        : mTdf(pTdf), mOnlyDefaults(pOnlyDefaults), mFaults(pFaults)
+    {}
 
     void ReadNode(GlissaNode& pNode, Flags pFlags, bool pIsLayer);
 
 private:
+    class PlaceScope;
+
     void ReadCurve(GlissaNode& pNode, bool pWithColor);
     void ReadChannels(GlissaNode& pNode, const Flags& pFlags, bool pIsLayer);
     bool ReadNextLayer(GlissaNode& pNode);
     void ReadTimeWarp(GlissaNode& pNode);
-    static void DropLayersOutOfOrder(GlissaNode& pNode);
-    static bool MatchLayer(GlissaNode& pBase, GlissaNode& pLayer);
+    void MatchChain(GlissaNode& pNode, bool pIsNew);
+    void DropLayersThatDoNotFit(GlissaNode& pNode, int pLevels);
+    bool MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero);
+    void SetChannels(GlissaNode& pLayer, const std::vector<GlissaNode*>& pChannels,
+                     const std::vector<GlissaNode*>& pOthers);
+    static void SetBaseOfChain(GlissaNode& pFirst, GlissaNode& pBase);
+    void AddFault(eGlissaStoreFault pKind, std::string_view pChannel = {});
+    void EnterChannel(std::string_view pName);
+    void EnterLayer(int pId);
 
     KTdf& mTdf;
     const bool mOnlyDefaults;
+    std::vector<GlissaStoreFault>* const mFaults;
+
+    // Where faults are: the node outside of all layers, the layer of its chain that is being read,
+    // and the channel below that.
+    GlissaNode* mNode = nullptr;
+    bool mIsInLayer = false;
+    int mLayerID = 0;
+    std::string mChannel;
 };
+
+// Puts the place back at the end of what was read there.
+class GlissaNode::StoreReader::PlaceScope
+{
+public:
+    explicit PlaceScope(StoreReader& pReader)
+        : mReader(pReader),
+          mNode(pReader.mNode),
+          mIsInLayer(pReader.mIsInLayer),
+          mLayerID(pReader.mLayerID),
+          mChannelLength(pReader.mChannel.size())
+    {}
+    ~PlaceScope()
+    {
+        mReader.mNode = mNode;
+        mReader.mIsInLayer = mIsInLayer;
+        mReader.mLayerID = mLayerID;
+        mReader.mChannel.resize(mChannelLength);
+    }
+    PlaceScope(const PlaceScope&) = delete;
+    PlaceScope& operator=(const PlaceScope&) = delete;
+
+private:
+    StoreReader& mReader;
+    GlissaNode* const mNode;
+    const bool mIsInLayer;
+    const int mLayerID;
+    const std::size_t mChannelLength;
+};
+
+void GlissaNode::StoreReader::AddFault(eGlissaStoreFault pKind, std::string_view pChannel)
+{
+    if (mFaults) {
+        std::string channel = mChannel;
+        if (!pChannel.empty()) {
+            channel.append(channel.empty() ? "" : "/").append(pChannel);
+        }
+        mFaults->push_back({pKind, mNode, mLayerID, KString(std::string_view(channel)), 0, 0});
+    }
+}
+
+// Below a layer. Outside of layers each channel is a node of the tree, which says where it is.
+void GlissaNode::StoreReader::EnterChannel(std::string_view pName)
+{
+    if (mIsInLayer) {
+        mChannel.append(mChannel.empty() ? "" : "/").append(pName);
+    }
+}
+
+// A chain behind a channel of a layer counts as part of that layer.
+void GlissaNode::StoreReader::EnterLayer(int pId)
+{
+    mIsInLayer = true;
+    if (mChannel.empty()) {
+        mLayerID = pId;
+    }
+}
 
 void GlissaNode::StoreReader::ReadNode(GlissaNode& pNode, Flags pFlags, bool pIsLayer)
 {
+    const PlaceScope place(*this);
     mTdf.FieldReadBlockBegin();
+    const int layer_id = mTdf.FieldReadI("LayerID", 0);
+    if (pIsLayer) {
+        EnterLayer(layer_id);
+    } else if (!mIsInLayer) {
+        mNode = &pNode;
+    }
     // A layer shares the names of its base, which is the one to say what users see.
     const char* user_name = mTdf.FieldReadC("UserName", "");
     if (*user_name != '\0' && !pIsLayer) {
         pNode.SetTimeWarpName(user_name);
     }
     ReadCurve(pNode, pFlags.color);
-    pNode.SetLayerInfo(GlissaLayerInfo(mTdf.FieldReadI("LayerID", 0), nullptr));
+    pNode.SetLayerInfo(GlissaLayerInfo(layer_id, nullptr));
     pNode.SetLayerType(mTdf.FieldReadI("LayerType", 0));
     ReadChannels(pNode, pFlags, pIsLayer);
     const bool has_new_chain = ReadNextLayer(pNode);
     ReadTimeWarp(pNode);
     mTdf.FieldReadBlockEnd();
-    if (pIsLayer) {
-        return;
-    }
-    // What a layer is depends on the structure that it shall have.
-    RepairLayerType(pNode);
-    for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
-        const bool has_changed = MatchLayer(pNode, *layer);
-        if (has_changed || has_new_chain) {
-            RepairLayerType(*layer);
-        }
+    if (!pIsLayer) {
+        MatchChain(pNode, has_new_chain);
     }
 }
 
 void GlissaNode::StoreReader::ReadCurve(GlissaNode& pNode, bool pWithColor)
 {
+    Glissa* curve = pNode.FCurveGet();
     if (!mTdf.FieldReadBegin("Default")) {
+        if (curve) {
+            AddFault(eStoreFaultCurveMissing);
+        }
         return;
     }
-    if (Glissa* const own = pNode.FCurveGet()) {
-        own->KeyClear();  // of which listeners hear, as they do not of what comes
-        own->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor);
-    } else if (pNode.GetCount() == 0) {
-        CurveHolder curve(GlissaCreate());
-        curve->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor);
-        pNode.FCurveSet(curve.release(), false);
+    if (!curve && pNode.GetCount() > 0) {
+        AddFault(eStoreFaultCurveUnused);
+        mTdf.FieldReadEnd();
+        return;
+    }
+    int stored_keys = 0;
+    if (curve) {
+        curve->KeyClear();  // of which listeners hear, as they do not of what comes
+        curve->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &stored_keys);
     } else {
-        mTdf.FieldReadEnd();  // a branch has no use for it
+        CurveHolder read(GlissaCreate());
+        read->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &stored_keys);
+        curve = read.release();
+        pNode.FCurveSet(curve, false);
+    }
+    if (stored_keys != curve->KeyGetCount()) {
+        AddFault(eStoreFaultKeys);
+        if (mFaults) {
+            mFaults->back().mStoredKeys = stored_keys;
+            mFaults->back().mReadKeys = curve->KeyGetCount();
+        }
     }
 }
 
 void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlags, bool pIsLayer)
 {
     ChildNames names(pNode);
-    GlissaNode* const object_layer = pNode.ObjectLayerGet();
-    ChildNames base_names(object_layer ? *object_layer : pNode);
+    GlissaNode* const base = pNode.ObjectLayerGet() != &pNode ? pNode.ObjectLayerGet() : nullptr;
+    ChildNames base_names(base ? *base : pNode);
     Flags flags = pFlags;
+    const int count_before = pNode.GetCount();
+    for (GlissaNode* child : pNode.mState->mChildren) {
+        child->mState->SetFlag(kNodeWasRead, false);
+    }
     while (mTdf.FieldReadBegin("Channel")) {
         const KString name(mTdf.FieldReadC());
         // A layer makes its channels as they come, so what stands at a place says nothing yet.
         GlissaNode* child = FindChannel(pNode, names, name, !pIsLayer);
-        if (!child && flags.create && !pNode.FCurveGet()) {
+        if (child && child->mState->HasFlag(kNodeWasRead)) {
+            if (mIsInLayer) {
+                child = nullptr;  // both are kept
+            } else {
+                AddFault(eStoreFaultChannelTwice, name.GetView());
+            }
+        }
+        if (!child && flags.create && (mIsInLayer || !pNode.FCurveGet())) {
             child =
                 AddNew(pNode, GlissaNodeCreate(name.GetBuffer(), static_cast<KDataType*>(nullptr),
                                                eLayerTypeValue, GlissaLayerInfo::Base));
         }
         if (!child) {
+            AddFault(eStoreFaultChannelUnknown, name.GetView());
             // What follows one that was left out, up to the next that fits, is read with care.
             flags.color = false;
             flags.create = flags.create && pNode.FCurveGet();
             mTdf.FieldReadEnd();
             continue;
         }
-        ReadNode(*child, flags, false);
+        child->mState->SetFlag(kNodeWasRead, true);
+        {
+            const PlaceScope place(*this);
+            EnterChannel(name.GetView());
+            ReadNode(*child, flags, false);
+        }
         mTdf.FieldReadEnd();
-        if (child->GetLayerID() > 0) {
-            if (GlissaNode* const base = base_names.Find(name.GetBuffer())) {
-                child->ObjectLayerSet(base);
-                child->SetNameInfo(base->GetNameInfo());
+        if (base && child->GetLayerID() > 0) {
+            if (GlissaNode* const named = base_names.Find(name.GetBuffer())) {
+                SetBaseOfChain(*child, *named);
+                child->SetNameInfo(named->GetNameInfo());
             }
         }
         flags = pFlags;
+    }
+    for (int i = 0; i < count_before; ++i) {
+        if (!pNode.Get(i)->mState->HasFlag(kNodeWasRead)) {
+            AddFault(eStoreFaultChannelMissing, pNode.Get(i)->GetName());
+        }
+    }
+    // A node with a curve has no channels.
+    if (mIsInLayer && pNode.FCurveGet()) {
+        SetChannels(pNode, {}, {pNode.mState->mChildren.begin(), pNode.mState->mChildren.end()});
     }
 }
 
 // Whether a chain was stored.
 bool GlissaNode::StoreReader::ReadNextLayer(GlissaNode& pNode)
 {
-    const bool is_stored = mTdf.FieldReadBegin("LayerChannel");
-    if (is_stored) {
-        GlissaNode* const layer = GlissaNodeCreate(&pNode);
-        pNode.LayerSet(layer, true);
+    if (!mTdf.FieldReadBegin("LayerChannel")) {
+        return false;
+    }
+    GlissaNode* const layer = GlissaNodeCreate(&pNode);
+    pNode.LayerSet(layer, true);
+    if (pNode.LayerGet() == layer) {
         layer->ObjectLayerSet(pNode.ObjectLayerGet());
         ReadNode(*layer, {true, false}, true);
-        mTdf.FieldReadEnd();
+    } else {
+        AddFault(eStoreFaultLayerLeftOut);
+        layer->Destroy();
     }
-    DropLayersOutOfOrder(pNode);
-    return is_stored;
+    mTdf.FieldReadEnd();
+    return true;
 }
 
-// What stands behind the layers that go stays, as far as its ids rise.
-void GlissaNode::StoreReader::DropLayersOutOfOrder(GlissaNode& pNode)
+// Brings the chain behind a node that was read into order. pIsNew  the chain was stored with it.
+void GlissaNode::StoreReader::MatchChain(GlissaNode& pNode, bool pIsNew)
 {
-    GlissaNode*& next = pNode.mState->mNextLayer;
-    while (next && next->GetLayerID() <= pNode.GetLayerID()) {
-        GlissaNode* const dropped = next;
-        next = std::exchange(dropped->mState->mNextLayer, nullptr);
-        dropped->Destroy();
+    RepairLayerType(pNode);
+    if (!pNode.LayerGet()) {
+        return;
+    }
+    DropLayersThatDoNotFit(pNode, LevelsBelow(&pNode));
+    double zero[kNodeZeroValues] = {};
+    pNode.GetZeroValues(zero);
+    for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
+        const PlaceScope place(*this);
+        EnterLayer(layer->GetLayerID());
+        // What a layer is depends on the structure that it shall have.
+        const bool has_changed = MatchLayer(pNode, *layer, zero[0]);
+        if (has_changed || pIsNew) {
+            RepairLayerType(*layer);
+        }
+    }
+    GlissaNode* const base = pNode.ObjectLayerGet();
+    SetBaseOfChain(*pNode.LayerGet(), base ? *base : pNode);
+    CORVEKIT_ASSERT(IsChainInOrder(&pNode));
+}
+
+// What is behind a layer that goes stays, as far as its ids rise.
+// pLevels  of each layer when it has its structure.
+void GlissaNode::StoreReader::DropLayersThatDoNotFit(GlissaNode& pNode, int pLevels)
+{
+    const int room = kMaxLevels - pLevels - LevelOf(&pNode) + 1;
+    int count = 0;
+    GlissaNode* before = &pNode;
+    while (GlissaNode* const layer = before->LayerGet()) {
+        if (layer->GetLayerID() > before->GetLayerID() && count < room) {
+            before = layer;
+            ++count;
+            continue;
+        }
+        const PlaceScope place(*this);
+        EnterLayer(layer->GetLayerID());
+        AddFault(eStoreFaultLayerLeftOut);
+        before->ExchangeNextLayer(layer->ExchangeNextLayer(nullptr));
+        layer->Destroy();
     }
 }
 
 // Gives a layer the structure of its base, on which evaluation relies: the same channels in the
-// same order. Channels are known by their place and name, else as the base knows stored ones. Those
-// that the layer has not are made, without effect; those that the base has not go. Whether anything
-// changed.
-bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
+// same order, below them too. Channels are known by their place and name, else as the base knows
+// stored ones. Those that the layer has not are made with zero values; those that the base has not
+// are kept aside. pZero  what a curve of this node is when nothing moves. Whether anything changed.
+bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero)
 {
+    const int count = pBase.FCurveGet() ? 0 : pBase.GetCount();
     double zero[kNodeZeroValues] = {};
     pBase.GetZeroValues(zero);
-    const int count = pBase.FCurveGet() ? 0 : pBase.GetCount();
-    if (count > 0) {
+    const auto zero_of = [&zero](int pIndex) {
+        return zero[std::min(pIndex, kNodeZeroValues - 1)];
+    };
+    if (count > 0 && pLayer.FCurveGet()) {
+        AddFault(eStoreFaultCurveUnused);
         pLayer.FCurveReplace(nullptr);
     }
-    KArrayTemplate<GlissaNode*, 16>& channels = pLayer.mState->mChildren;
-    std::vector<GlissaNode*> stored(channels.begin(), channels.end());
+    std::vector<GlissaNode*> stored(pLayer.mState->mChildren.begin(),
+                                    pLayer.mState->mChildren.end());
     std::vector<GlissaNode*> matched(static_cast<std::size_t>(count));
     bool has_changed = stored.size() != matched.size();
     std::map<const GlissaNode*, std::size_t> places;
@@ -300,41 +460,86 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer)
             channel && count > 0 ? FindChannel(pBase, names, channel->GetName(), true) : nullptr;
         if (meant && !matched[places.at(meant)]) {
             channel->SetNameInfo(meant->GetNameInfo());
-            channel->ObjectLayerSet(meant);
             has_changed = true;
             matched[places.at(meant)] = std::exchange(channel, nullptr);
         }
     }
+    std::vector<NodeHolder> made;
     for (int i = 0; i < count; ++i) {
         GlissaNode*& channel = matched[static_cast<std::size_t>(i)];
         if (!channel) {
-            channel = pBase.Get(i)->CloneTemplate(false, false, true,
-                                                  GlissaLayerInfo(pLayer.GetLayerID(), nullptr));
-            channel->SetParent(&pLayer);
-            has_changed = true;
+            AddFault(eStoreFaultChannelMade, pBase.Get(i)->GetName());
+            made.emplace_back(pBase.Get(i)->CloneTemplate(
+                false, false, true, GlissaLayerInfo(pLayer.GetLayerID(), nullptr)));
+            channel = made.back().get();
+            channel->SetZeroValues(true);
             if (channel->FCurveGet()) {
-                channel->FCurveGet()->SetValue(static_cast<float>(zero[i % kNodeZeroValues]));
+                channel->FCurveGet()->SetValue(static_cast<float>(zero_of(i)));
             }
+            has_changed = true;
         }
     }
-    channels.SetCapacity(count);
-    while (channels.RemoveAt(channels.GetCount() - 1)) {
+    stored.erase(std::remove(stored.begin(), stored.end(), nullptr), stored.end());
+    SetChannels(pLayer, matched, stored);
+    for (NodeHolder& channel : made) {
+        channel->SetParent(&pLayer);
+        channel.release()->mState->mHolder = &pLayer;
     }
-    for (GlissaNode* channel : matched) {
-        channels.Add(channel);
-    }
-    NoteStructureChange();
-    for (GlissaNode* extra : stored) {
-        if (extra) {
-            extra->SetParent(nullptr);
-            extra->Destroy();
+    for (int i = 0; i < count; ++i) {
+        const PlaceScope place(*this);
+        EnterChannel(pBase.Get(i)->GetName());
+        DropLayersThatDoNotFit(*pLayer.Get(i), LevelsBelow(pBase.Get(i)));
+        for (GlissaNode* each = pLayer.Get(i); each; each = each->LayerGet()) {
+            has_changed = MatchLayer(*pBase.Get(i), *each, zero_of(i)) || has_changed;
         }
     }
     if (pBase.FCurveGet() && !pLayer.FCurveGet()) {
+        AddFault(eStoreFaultCurveMissing);
         pLayer.CreateFCurve();
-        pLayer.FCurveGet()->SetValue(static_cast<float>(zero[0]));
+        pLayer.FCurveGet()->SetValue(static_cast<float>(pZero));
     }
     return has_changed;
+}
+
+void GlissaNode::StoreReader::SetBaseOfChain(GlissaNode& pFirst, GlissaNode& pBase)
+{
+    for (GlissaNode* node = &pFirst; node; node = node->LayerGet()) {
+        node->SetBase(&pBase);
+    }
+}
+
+// Gives a layer these channels in place of its own. Of the others, those with keys are kept aside;
+// without keys nothing is lost with them.
+void GlissaNode::StoreReader::SetChannels(GlissaNode& pLayer,
+                                          const std::vector<GlissaNode*>& pChannels,
+                                          const std::vector<GlissaNode*>& pOthers)
+{
+    KArrayTemplate<GlissaNode*, 16>& children = pLayer.mState->mChildren;
+    std::vector<GlissaNode*>& unmatched = pLayer.mState->mUnmatched;
+    std::vector<NodeHolder> empty;
+    children.SetCapacity(static_cast<int>(pChannels.size()));
+    unmatched.reserve(unmatched.size() + pOthers.size());
+    empty.reserve(pOthers.size());
+    while (children.RemoveAt(children.GetCount() - 1)) {
+    }
+    for (GlissaNode* const channel : pChannels) {
+        children.Add(channel);
+    }
+    NoteStructureChange();
+    for (GlissaNode* const other : pOthers) {
+        SetBaseOfChain(*other, *other);
+        if (other->KeyGetCount(true) > 0) {
+            unmatched.push_back(other);
+        } else {
+            other->SetParent(nullptr);
+            other->mState->mHolder = nullptr;
+            empty.emplace_back(other);
+        }
+    }
+    for (GlissaNode* const other : pOthers) {
+        AddFault(other->mState->mHolder ? eStoreFaultChannelKept : eStoreFaultChannelUnknown,
+                 other->GetName());
+    }
 }
 
 void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
@@ -351,7 +556,8 @@ void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
     (parent && pNode.GetLayerID() == 0 && is_axis ? *parent : pNode).TimeWarpSet(warp);
 }
 
-bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor)
+bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor,
+                             std::vector<GlissaStoreFault>* pFaults)
 {
     const KOperation operation;
     if (!pTdf->FieldReadBegin("Channel")) {
@@ -360,15 +566,15 @@ bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing
     NameInfo& names = mState->Names();
     names.mName = KString(pTdf->FieldReadC());
     names.mUserName = names.mName;
-    TdfInternalRetrieve(pTdf, pOnlyDefaults, pCreateMissing, pWithColor);
+    TdfInternalRetrieve(pTdf, pOnlyDefaults, pCreateMissing, pWithColor, pFaults);
     pTdf->FieldReadEnd();
     return true;
 }
 
 bool GlissaNode::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing,
-                                     bool pWithColor)
+                                     bool pWithColor, std::vector<GlissaStoreFault>* pFaults)
 {
     const KOperation operation;
-    StoreReader(*pTdf, pOnlyDefaults).ReadNode(*this, {pCreateMissing, pWithColor}, false);
+    StoreReader(*pTdf, pOnlyDefaults, pFaults).ReadNode(*this, {pCreateMissing, pWithColor}, false);
     return true;
 }

@@ -5,7 +5,7 @@
 
 #include "glissa/node/node_state.h"
 
-#include <vector>
+#include <utility>
 
 namespace
 {
@@ -14,29 +14,35 @@ KSet<int, GlissaNode*>* warp_numbers = nullptr;
 // A warp is one curve as a rule. The bound keeps the walk short for links that a file asks for.
 constexpr int kMostWarpNodes = 4096;
 
-// Whether the time of a node would come to depend on itself: through what stands below and behind
-// the warp, and their warps. One of that many nodes is taken for such a warp.
+// Whether the time of a node would come to depend on itself.
 bool ClosesCircle(GlissaNode* pWarp, const GlissaNode* pNode)
 {
-    std::vector<GlissaNode*> waiting{pWarp};
-    for (int seen = 0; !waiting.empty(); ++seen) {
-        GlissaNode* const node = waiting.back();
-        waiting.pop_back();
-        if (node == pNode || seen == kMostWarpNodes) {
-            return true;
-        }
-        for (int i = 0; i < node->GetCount() && i < kMostWarpNodes; ++i) {
-            waiting.push_back(node->Get(i));
-        }
-        for (GlissaNode* const next : {node->LayerGet(), node->TimeWarpGet()}) {
-            if (next) {
-                waiting.push_back(next);
-            }
-        }
-    }
-    return false;
+    const NodeReach reach = ReachOf(pWarp, pNode, kMostWarpNodes + 1);
+    return reach.meetsWanted || reach.nodes > kMostWarpNodes;
 }
 }  // namespace
+
+void GlissaNodeState::LinkTimeWarp(GlissaNode* pWarp, GlissaNode* pSelf)
+{
+    if (GlissaNode* const old = std::exchange(mTimeWarp, pWarp)) {
+        old->DecReferenceCount();
+        *mOwnLink = mNextWarpUser;
+        if (mNextWarpUser) {
+            Of(mNextWarpUser).mOwnLink = mOwnLink;
+        }
+        mOwnLink = nullptr;
+        mNextWarpUser = nullptr;
+    }
+    if (pWarp) {
+        pWarp->IncReferenceCount();
+        GlissaNodeState& warp = Of(pWarp);
+        mNextWarpUser = std::exchange(warp.mFirstWarpUser, pSelf);
+        mOwnLink = &warp.mFirstWarpUser;
+        if (mNextWarpUser) {
+            Of(mNextWarpUser).mOwnLink = &mNextWarpUser;
+        }
+    }
+}
 
 GlissaNode* GlissaNode::TimeWarpGet() const
 {
@@ -48,14 +54,8 @@ void GlissaNode::TimeWarpSet(GlissaNode* pWarp)
     if (pWarp == mState->mTimeWarp || (pWarp && ClosesCircle(pWarp, this))) {
         return;
     }
-    if (mState->mTimeWarp) {
-        mState->mTimeWarp->DecReferenceCount();
-    }
-    mState->mTimeWarp = pWarp;
+    mState->LinkTimeWarp(pWarp, this);
     NoteStructureChange();
-    if (pWarp) {
-        pWarp->IncReferenceCount();
-    }
     CallbackAddEvent(eNodeEventTimeWarp);
 }
 

@@ -17,33 +17,31 @@ namespace
 constexpr int kFetched = 16;
 
 // Begins to load the name of a node, and the nodes below it.
-template <typename State>
-void Fetch(const State& pState)
+void Fetch(const GlissaNode* pNode)
 {
-    __builtin_prefetch(pState.mNames);
-    for (const GlissaNode* child : pState.mChildren) {
+    const GlissaNodeState& state = GlissaNodeState::Of(pNode);
+    __builtin_prefetch(state.mNames);
+    for (const GlissaNode* child : state.mChildren) {
         __builtin_prefetch(child);
     }
 }
 
-// Depth first, each child before what hangs below it; pMatches says yes or no of a node, pFetch
-// begins to load what that looks at.
-template <typename Children, typename Fetch, typename Matches>
-GlissaNode* FindBelow(const Children& pChildrenOf, const Fetch& pFetch, GlissaNode* pNode,
-                      const Matches& pMatches)
+// Depth first, each child before what hangs below it; pMatches says yes or no of a node.
+template <typename Matches>
+GlissaNode* FindBelow(GlissaNode* pNode, const Matches& pMatches)
 {
-    const auto& children = pChildrenOf(pNode);
+    const auto& children = GlissaNodeState::Of(pNode).mChildren;
     const int count = children.GetCount();
     for (int i = 0; i < count; ++i) {
         if (i % kFetched == 0) {
             for (int ahead = i; ahead < std::min(i + kFetched, count); ++ahead) {
-                pFetch(children[ahead]);
+                Fetch(children[ahead]);
             }
         }
         if (pMatches(children[i])) {
             return children[i];
         }
-        if (GlissaNode* found = FindBelow(pChildrenOf, pFetch, children[i], pMatches)) {
+        if (GlissaNode* found = FindBelow(children[i], pMatches)) {
             return found;
         }
     }
@@ -78,7 +76,16 @@ bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
 
 int GlissaNode::Add(GlissaNode* pChild)
 {
+    CORVEKIT_ASSERT(pChild);
+    return MayHold(this, pChild) ? Append(pChild) : -1;
+}
+
+// Add for a child that is known to fit.
+int GlissaNode::Append(GlissaNode* pChild)
+{
+    CORVEKIT_ASSERT(MayHold(this, pChild));
     const int index = mState->mChildren.Add(pChild);
+    pChild->mState->mHolder = this;
     if (!mState->IsContainer()) {
         pChild->SetParent(this);
     }
@@ -86,20 +93,38 @@ int GlissaNode::Add(GlissaNode* pChild)
     return index;
 }
 
+// Append for a child that nobody else owns yet: it is destroyed without memory.
+void GlissaNode::AppendNew(GlissaNode* pChild)
+{
+    NodeHolder child(pChild);
+    Append(pChild);
+    (void)child.release();
+}
+
 int GlissaNode::SortedAdd(GlissaNode* pChild)
 {
+    CORVEKIT_ASSERT(pChild);
+    if (!MayHold(this, pChild)) {
+        return -1;
+    }
     int place = 0;
     while (place < GetCount() && KCompareNoCase(pChild->GetName(), Get(place)->GetName()) > 0) {
         ++place;
     }
+    mState->mChildren.InsertAt(place, pChild);
+    pChild->mState->mHolder = this;
     NoteStructureChange();
-    return mState->mChildren.InsertAt(place, pChild);
+    return place;
 }
 
 void GlissaNode::Remove(int pIndex)
 {
     GlissaNode* child = Get(pIndex);
+    CORVEKIT_ASSERT(child);
     if (child) {
+        if (child->mState->mHolder == this) {
+            child->mState->mHolder = nullptr;
+        }
         // A container may have been none when the child came.
         if (!mState->IsContainer() || child->GetParent() == this) {
             child->SetParent(nullptr);
@@ -174,6 +199,11 @@ int GlissaNode::Find(const char* pName)
 
 void GlissaNode::SetParent(GlissaNode* pParent)
 {
+    for (const GlissaNode* node = pParent; node; node = node->mState->mParent) {
+        if (node == this) {
+            return;
+        }
+    }
     mState->mParent = pParent;
     NoteStructureChange();
 }
@@ -189,6 +219,9 @@ GlissaNode* GlissaNode::FindOrCreate(const char* pName, bool pCreateCurve)
     if (!child) {
         child = AddNew(
             *this, new GlissaNode(pName, pName, nullptr, eLayerTypeValue, GlissaLayerInfo::Base));
+        if (!child) {
+            return nullptr;
+        }
     }
     if (pCreateCurve && !child->FCurveGet()) {
         child->FCurveSet(GlissaCreate(), false);
@@ -198,25 +231,14 @@ GlissaNode* GlissaNode::FindOrCreate(const char* pName, bool pCreateCurve)
 
 GlissaNode* GlissaNode::FindRecursive(KDataType* pType)
 {
-    const auto children_of = [](GlissaNode * pNode) -> auto&
-    {
-        return pNode->mState->mChildren;
-    };
-    const auto fetch = [](const GlissaNode* pNode) { Fetch(*pNode->mState); };
-    return FindBelow(children_of, fetch, this,
-                     [pType](GlissaNode* pNode) { return pNode->GetDataType() == pType; });
+    return FindBelow(this, [pType](GlissaNode* pNode) { return pNode->GetDataType() == pType; });
 }
 
 GlissaNode* GlissaNode::FindRecursive(const char* pName)
 {
     const std::string_view name = pName ? pName : "";
     KDataType* const transform = TransformOf(name);
-    const auto children_of = [](GlissaNode * pNode) -> auto&
-    {
-        return pNode->mState->mChildren;
-    };
-    const auto fetch = [](const GlissaNode* pNode) { Fetch(*pNode->mState); };
-    return FindBelow(children_of, fetch, this, [name, transform](GlissaNode* pNode) {
+    return FindBelow(this, [name, transform](GlissaNode* pNode) {
         return (transform && pNode->GetDataType() == transform) ||
                IsNamed(pNode->mState->mNames, name);
     });

@@ -85,9 +85,9 @@ TEST(ClipStore, RefusesAClipThatCannotBe)
         {[](Clip& pClip) { pClip.mJoints[0].mChannels[0] = EClipChannel(6); }, "channels"},
         {[](Clip& pClip) { pClip.mJoints[0].mEndSites[0].mChildrenBefore = 2; }, "end site"},
         {[](Clip& pClip) { pClip.mJoints[0].mName = "Hip"; },
-         "node Hip: expected here, found 'Hips'"},
+         "the tree: channel 'Hips' does not belong to the joints"},
         {[](Clip& pClip) { pClip.mJoints[0].mChannels.pop_back(); },
-         "node Hips: holds 3 channels, not 2"},
+         "node Hips: channel 'T' does not belong to the joints"},
         {[](Clip& pClip) { pClip.mFrameCount = -1; }, "frame count"},
         {[](Clip& pClip) { pClip.mFrameTimeText = "0.04"; }, "'0.04'"},
         {[](Clip& pClip) { pClip.mFramePeriod = KTime(5); }, "5 ticks"},
@@ -127,8 +127,8 @@ TEST(ClipStore, TellsWhatIsDamagedInACurve)
     const IoResult<StoredClip> stored = ParseClipStore(Bytes(clip, curves), "a.glissa");
     ASSERT_TRUE(stored) << stored.GetError().GetText();
     EXPECT_EQ((std::vector<std::string>{
-                  "curve Hips/T/X: key 2 at tick 9408000: the value is no finite number",
-                  "curve Hips/R/Z: 4 keys are stored, 3 of them make sense"}),
+                  "curve Hips/R/Z: 3 of 4 stored keys were read, the others are damaged",
+                  "curve Hips/T/X: key 2 at tick 9408000: the value is no finite number"}),
               stored->mFaults);
 }
 // A layer of half the weight on the rotation, with keys, beside the clip of kText.
@@ -203,11 +203,11 @@ TEST(ClipStore, RefusesLayersThatCannotBe)
              GlissaNode* const turn = pCurves.GetNodes().GetTransform(0, KDataTypeLclRotation);
              turn->LayerGet(2)->SetLayerInfo(GlissaLayerInfo(1, nullptr));
          },
-         "node Hips/R: a layer stands where none can be"},
+         "node Hips/R@first: a layer id must be greater than that of the layer before it"},
         {[](CurveClip& pCurves) {
              pCurves.GetNodes().GetJoint(0)->CreateLayerAt(GlissaLayerInfo(1, nullptr));
          },
-         "node Hips: a layer stands where none can be"},
+         "node Hips: only a translation or a rotation can have layers"},
         {[](CurveClip& pCurves) {
              pCurves.GetNodes().GetJoint(0)->Get(0)->Get(2)->FCurveReplace(nullptr);
          },
@@ -215,7 +215,7 @@ TEST(ClipStore, RefusesLayersThatCannotBe)
         {[](CurveClip& pCurves) {
              pCurves.GetNodes().GetJoint(1)->SetLayerInfo(GlissaLayerInfo(1, nullptr));
          },
-         "node Leg: has no block, or is of another layer"},
+         "node Leg: is of another layer"},
     };
     const Clip clip = *ParseBvh(kText, "a.bvh");
     for (const auto& each : cases) {
@@ -232,9 +232,35 @@ TEST(ClipStore, RefusesLayersThatCannotBe)
     Glissa* const curve =
         curves.GetNodes().GetTransform(0, KDataTypeLclRotation)->LayerGet(2)->Get(2)->FCurveGet();
     curve->KeyAppendFast(KTime(-1), 5.0f);
-    EXPECT_EQ(std::vector<std::string>{"curve Hips/R/Z@half: 2 keys are stored, 1 of them make "
-                                       "sense"},
+    EXPECT_EQ(std::vector<std::string>{"curve Hips/R/Z@half: 1 of 2 stored keys were read, the "
+                                       "others are damaged"},
               ParseClipStore(Bytes(clip, curves), "a.glissa")->mFaults);
+}
+
+TEST(ClipStore, ChannelsOfALayerThatDoNotFitItsBaseAreListed)
+{
+    const Clip clip = *ParseBvh(kText, "a.bvh");
+    CurveClip curves = LayeredCurves(clip);
+    GlissaNode* const layer = curves.GetNodes().GetTransform(0, KDataTypeLclRotation)->LayerGet(2);
+    layer->Delete(0);
+    for (const char* name : {"W", "V"}) {
+        layer->FindOrCreate(name, true)->SetLayerInfo(layer->GetLayerInfo());
+    }
+    layer->Get(2)->FCurveGet()->KeyAppendFast(KTime(5), 3.0f);
+    const IoResult<StoredClip> stored = ParseClipStore(Bytes(clip, curves), "a.glissa");
+    ASSERT_TRUE(stored) << stored.GetError().GetText();
+    EXPECT_EQ((std::vector<std::string>{
+                  "node Hips/R@half: channel 'X' is not stored: it has zero values",
+                  "node Hips/R@half: channel 'W' is not in the base: it is kept without effect",
+                  "node Hips/R@half: channel 'V' is not in the base and has no keys: it is left "
+                  "out"}),
+              stored->mFaults);
+    // Kept from file to file.
+    const std::string again = Bytes(stored->mClip, stored->mCurves);
+    const IoResult<StoredClip> back = ParseClipStore(again, "a.glissa");
+    ASSERT_TRUE(back) << back.GetError().GetText();
+    EXPECT_EQ(1u, back->mFaults.size());
+    EXPECT_EQ(again, Bytes(back->mClip, back->mCurves));
 }
 
 TEST(ClipStore, FilesOfVersion1AreRead)

@@ -120,6 +120,19 @@ TEST(NodeBlending, TheOlderBlendIsExactInOrderXYZOnly)
     GLISSA_EnableBrokenRotationBlend(false);
 }
 
+TEST(NodeBlending, ARotationIsScaledInPlaceWhereItIsNotMixed)
+{
+    const NodePtr turn = MakeChannel(KDataTypeLclRotation, "R");
+    for (const eLayerMode mode :
+         {eLayerModeAdditive, eLayerModeOverride, eLayerModeOverridePassthrough}) {
+        Values result = {0, 0, 0};
+        Values values = {0, 40, 0};
+        turn->BlendRotation(result.data(), values.data(), 0.5, mode);
+        EXPECT_NEAR(20.0, result[1], 1e-12);
+        EXPECT_NEAR(mode == eLayerModeOverridePassthrough ? 40.0 : 20.0, values[1], 1e-12);
+    }
+}
+
 TEST(NodeBlending, WeightedValuesAndTheirInverse)
 {
     const NodePtr scaling = MakeChannel(KDataTypeLclScaling, "S");
@@ -133,6 +146,9 @@ TEST(NodeBlending, WeightedValuesAndTheirInverse)
     EXPECT_EQ(values, (Values{4, 9, 16}));
     scaling->AddWeightedValue(values.data(), 0.9e-5);
     EXPECT_EQ(values, (Values{1, 1, 1}));
+    values = {-4, 4, -2};
+    scaling->ApplyWeightedValue(values.data(), 3.0);
+    EXPECT_EQ(values, (Values{64, 64, 8}));
 
     const NodePtr rotation = MakeChannel(KDataTypeLclRotation, "R");
     values = {90, 0, 0};
@@ -164,7 +180,10 @@ TEST(NodeBlending, OneLayerByItself)
     EXPECT_EQ(values, (Values{8, 16, 24}));
     EXPECT_EQ(node->EvaluateSpecificLayer(values.data(), kNow, 4), values.data());
     EXPECT_EQ(values, (Values{0, 0, 0}));
-    EXPECT_TRUE(top->IsNodeMuted());  // what was forced was so for the call alone
+    const NodePtr turn = MakeChannel(KDataTypeLclRotation, "R");
+    SetValues(*turn->CreateLayerAt(GlissaLayerInfo(4, &layer)), {1, 2, 3});
+    turn->EvaluateSpecificLayer(values.data(), kNow, 4, nullptr, true);
+    EXPECT_EQ(values, (Values{1, 2, 3}));
 }
 
 TEST(NodeBlending, WhatALayerDoesToOthers)

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <vector>
+
 namespace
 {
 KTime Seconds(double pSeconds)
@@ -140,6 +143,45 @@ TEST_F(NodeLinks, CountAndNumberTimeWarps)
     EXPECT_EQ(nick, 4);
     EXPECT_EQ(Glissa_FindTWFromNickNumber(9), warp.get());
     Glissa_SetTWSet(nullptr);
+}
+
+TEST_F(NodeLinks, EndWithTheTimeWarpThatTheyLeadTo)
+{
+    int events = 0;
+    mChannel->CallbackRegister(
+        [](GlissaNode*, GlissaNodeEvent* pEvent, void* pEvents) {
+            *static_cast<int*>(pEvents) += (pEvent->GetType() & eNodeEventTimeWarp) != 0 ? 1 : 0;
+        },
+        &events);
+    NodePtr warp = MakeChannel(KDataTypeTimeWarp, "warp");
+    for (GlissaNode* node : {mModel.get(), mChannel, mChannel->Get(0), mChannel->Get(1)}) {
+        node->TimeWarpSet(warp.get());
+    }
+    mChannel->Get(0)->TimeWarpSet(nullptr);
+    mChannel->Delete(1);
+    EXPECT_EQ(2, warp->GetReferenceCount());
+    warp.reset();
+    EXPECT_EQ(nullptr, mModel->TimeWarpGet());
+    EXPECT_EQ(nullptr, mChannel->TimeWarpGet());
+    EXPECT_EQ(2, events);
+}
+
+TEST_F(NodeLinks, FollowNoMoreWarpsOfWarpsThanStated)
+{
+    // Each doubles the time.
+    std::vector<NodePtr> warps;
+    for (int i = 0; i < 3000; ++i) {
+        warps.push_back(MakeChannel(KDataTypeTimeWarp, "warp"));
+        AddKeys(warps.back().get(), {{0.0, 0.0f}, {100000.0, 200000.0f}});
+        if (i > 0) {
+            warps[static_cast<std::size_t>(i - 1)]->TimeWarpSet(warps.back().get());
+        }
+    }
+    AddKeys(mChannel->Get(0), {{0.0, 0.0f}, {100000.0, 100000.0f}});
+    mChannel->TimeWarpSet(warps[0].get());
+    double values[3] = {};
+    mChannel->GeneralEvaluate(values, Seconds(1.0));
+    EXPECT_NEAR(std::ldexp(1.0, GlissaNode::kMaxNestedWarps), values[0], 0.1);
 }
 
 TEST_F(NodeLinks, LockByLayerQueryOrProperty)

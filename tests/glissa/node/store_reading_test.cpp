@@ -289,14 +289,101 @@ TEST(NodeStoreReading, DepthIsThatOfTheDocument)
         }
         EXPECT_EQ(KTdf::kMaxNesting, depth);
     }
-    // A tree that is deeper than documents are is refused by the document.
+    // The deepest tree does not fit into a document that has begun a block around it.
     NodePtr deep = EmptyNode();
     GlissaNode* last = deep.get();
-    for (int i = 0; i < 5000; ++i) {
-        last = last->FindOrCreate("a", false);
+    while (GlissaNode* const below = last->FindOrCreate("a", false)) {
+        last = below;
     }
-    KTdf tdf;
-    EXPECT_TRUE(deep->TdfStore(&tdf, false, false, false, "Channel", false, false));
-    EXPECT_EQ(eTdfErrorNesting, tdf.GetError().GetLastErrorID());
+    KTdf inside;
+    inside.FieldWriteBegin("Clip");
+    inside.FieldWriteBlockBegin();
+    EXPECT_TRUE(deep->TdfStore(&inside, false, false, false, "Channel", false, false));
+    EXPECT_EQ(eTdfErrorNesting, inside.GetError().GetLastErrorID());
+    // What a document has beyond the levels of the tree that reads it is left out.
+    KTdf tdf = Stored(*deep);
+    std::vector<GlissaStoreFault> faults;
+    EXPECT_TRUE(last->GetParent()->TdfRetrieve(&tdf, false, true, false, &faults));
+    ASSERT_EQ(1u, faults.size());
+    EXPECT_EQ(eStoreFaultChannelUnknown, faults[0].mKind);
+    EXPECT_EQ(last, faults[0].mNode);
+}
+
+// A node's layers are its own, whatever names lead to it and however often it is stored.
+TEST(NodeStoreReading, ALayerBelongsToTheNodeThatHoldsIt)
+{
+    const std::string once = "Channel: S\"R\" {\nLayerID: I2\n"
+                             "LayerChannel: S\"R\" {\nLayerID: I5\n"
+                             "Channel: S\"X\" {\nLayerID: I5\n}\n}\n}\n";
+    for (const std::string& text : {once, "Channel: S\"R\" {\nLayerID: I3\n}\n" + once}) {
+        NodePtr root = EmptyNode();
+        GlissaNode* const turn = MakeChannel(KDataTypeLclRotation, "Turn").release();
+        GlissaNode* const named = MakeChannel(KDataTypeColor, "R").release();
+        root->Add(turn);
+        root->Add(named);
+        root = Retrieved("Channel: S\"r\" {\n" + text + "}\n", std::move(root), false);
+        GlissaNode* const layer = turn->LayerGet(5);
+        ASSERT_NE(nullptr, layer);
+        EXPECT_EQ(turn, layer->ObjectLayerGet());
+        EXPECT_EQ(turn, turn->ObjectLayerGet());
+        EXPECT_EQ(turn->Get(0), layer->Get(0)->ObjectLayerGet());
+        root->Delete(named);
+        EXPECT_FALSE(layer->Get(0)->IsNodeLocked());
+    }
+}
+
+TEST(NodeStoreReading, ALayerKeepsChannelsWithKeysThatItsBaseLacks)
+{
+    const NodePtr source = MakeChannel(KDataTypeVector, "v");
+    GlissaNode* const layer = source->CreateLayerAt(GlissaLayerInfo(3, nullptr));
+    for (const char* name : {"W", "V", "X"}) {
+        layer->Add(GlissaNodeCreate(name, static_cast<KDataType*>(nullptr), 0, {3, nullptr}));
+    }
+    layer->CreateFCurve();
+    layer->Delete(1);
+    AddKeys(layer->Get(0), {{1, 1}});
+    AddKeys(layer->Get(2), {{1, 5}});
+    AddKeys(layer->Get(4), {{1, 6}, {2, 7}});  // a second X
+    KTdf tdf = Stored(*source);
+    NodePtr read = MakeChannel(KDataTypeVector, "v");
+    std::vector<GlissaStoreFault> faults;
+    ASSERT_TRUE(read->TdfRetrieve(&tdf, false, false, false, &faults));
+    std::string found;
+    for (const GlissaStoreFault& fault : faults) {
+        EXPECT_EQ(read.get(), fault.mNode);
+        EXPECT_EQ(3, fault.mLayerID);
+        found += std::to_string(fault.mKind) + fault.mChannel.GetBuffer() + ' ';
+    }
+    EXPECT_EQ(Numbered("", eStoreFaultChannelMade) + "Y " + Numbered("", eStoreFaultChannelKept) +
+                  "W " + Numbered("", eStoreFaultChannelUnknown) + "V " +
+                  Numbered("", eStoreFaultChannelKept) + "X ",
+              found);
+    // Copies keep them too, and so do documents; the values are those of the base's channels.
+    const NodePtr copy(read->Copy());
+    const NodePtr moved = MakeChannel(KDataTypeVector, "v");
+    moved->CopyFrom(copy.get(), true);
+    const NodePtr back = MakeChannel(KDataTypeVector, "v");
+    KTdf again = Stored(*moved);
+    ASSERT_TRUE(back->TdfRetrieve(&again, false, false, false));
+    EXPECT_EQ(0, copy->LayerGet(3)->GetUnmatchedCount());
+    for (GlissaNode* const node : {read->LayerGet(3), back->LayerGet(3)}) {
+        ASSERT_EQ(3, node->GetCount());
+        EXPECT_EQ(1, node->KeyGetCount(false));
+        ASSERT_EQ(2, node->GetUnmatchedCount());
+        EXPECT_EQ(5.0f, node->GetUnmatched(0)->FCurveGet()->KeyGetValue(0));
+        EXPECT_STREQ("X", node->GetUnmatched(1)->GetName());
+        EXPECT_EQ(2, node->GetUnmatched(1)->KeyGetCount(false));
+        EXPECT_EQ(nullptr, node->GetUnmatched(2));
+    }
+    double values[3] = {};
+    back->GeneralEvaluate(values, KTime::FromSeconds(1.0));
+    EXPECT_EQ(1.0, values[0]);
+    EXPECT_EQ(0.0, values[1]);
+    // Emptied with a layer that may not be removed.
+    StubLayer locked;
+    locked.mLocked = true;
+    back->LayerGet(3)->SetLayerInfo(GlissaLayerInfo(3, &locked));
+    ASSERT_TRUE(back->RemoveLayerNode(3));
+    EXPECT_EQ(0, back->LayerGet(3)->GetUnmatchedCount());
 }
 }  // namespace

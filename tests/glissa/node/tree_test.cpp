@@ -1,6 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+#include "corvekit/store/tdf.h"
 #include "tests/support/node_stubs.h"
 
 #include <gtest/gtest.h>
@@ -125,6 +126,92 @@ TEST(NodeTree, EndsWithAllThatItOwns)
     EXPECT_EQ(channel->LayerGet(), nullptr);
     channel.reset();
     EXPECT_EQ(ends.mNodes, 12);
+}
+
+TEST(NodeTree, RefusesANodeThatHoldsItself)
+{
+    const NodePtr root = MakeNode("root");
+    GlissaNode* const child = root->FindOrCreate("child", false);
+    GlissaNode* const low = child->FindOrCreate("low", true);
+    GlissaNode* const layer = low->CreateLayerAt({1, nullptr});
+    const NodePtr container = MakeNode("container");
+    container->SetContainerType(8);
+    ASSERT_EQ(0, container->Add(low));
+    const NodePtr warp = MakeNode("warp", KDataTypeTimeWarp);
+    layer->TimeWarpSet(warp.get());
+    // By children, layers, containers and warps.
+    const struct
+    {
+        GlissaNode* holder;
+        GlissaNode* held;
+    } circles[] = {{root.get(), root.get()}, {low, root.get()},   {layer, child},
+                   {low, container.get()},   {warp.get(), child}, {warp.get(), layer}};
+    for (const auto& [holder, held] : circles) {
+        GlissaNode* const next = holder->LayerGet();
+        EXPECT_EQ(-1, holder->Add(held)) << holder->GetTimeWarpName();
+        EXPECT_EQ(-1, holder->SortedAdd(held));
+        holder->LayerSet(held, false);
+        EXPECT_EQ(next, holder->LayerGet());
+        EXPECT_EQ(0, holder->Find(held) + 1);
+    }
+    root->SetParent(low);
+    EXPECT_EQ(nullptr, root->GetParent());
+    low->TimeWarpSet(root.get());
+    EXPECT_EQ(nullptr, low->TimeWarpGet());
+    container->Remove(0);
+    EXPECT_EQ(0, low->Add(container.get()));
+    low->Remove(0);
+}
+
+TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
+{
+    // From above and from below, with layers, and a container on the way.
+    for (const bool fromAbove : {true, false}) {
+        NodePtr root = MakeNode("root");
+        int levels = 1;
+        for (GlissaNode* last = root.get(); levels < 2000; ++levels) {
+            NodePtr next = MakeNode(levels % 100 == 0 ? "T" : "n");
+            next->SetContainerType(levels == 5 ? 8 : 0);
+            if ((fromAbove ? last->Add(next.get()) : next->Add(root.get())) < 0) {
+                break;
+            }
+            if (fromAbove) {
+                last = next.release();
+            } else {
+                (void)root.release();
+                root = std::move(next);
+            }
+        }
+        EXPECT_EQ(GlissaNode::kMaxLevels, levels);
+        root->CreateFCurve();
+        double value = 1.0;
+        EXPECT_EQ(&value + 1, root->GeneralEvaluate(&value, KTime(), nullptr, true));
+        EXPECT_EQ(nullptr, root->FindRecursive("absent"));
+        EXPECT_FALSE(root->IsNodeLockedInHierarchy(true));
+        const NodePtr clone(root->Clone(false));
+        const NodePtr copy(root->Copy());
+        EXPECT_EQ(1, copy->GetCount());
+        EXPECT_EQ(nullptr, root->CreateLayerAt({1, nullptr}));
+        root->SetVisibility(true, true, true, -1);
+        KTdf tdf;
+        EXPECT_TRUE(clone->TdfStore(&tdf, false, false, false, "Channel", false, false));
+        EXPECT_EQ(-1, tdf.GetError().GetLastErrorID());
+        // Children of the container are not its own to destroy.
+        for (GlissaNode* node = root.get(); node; node = node->Get(0)) {
+            node->SetContainerType(0);
+        }
+    }
+    const NodePtr chain = MakeChannel(KDataTypeVector, "v");
+    int layers = 0;
+    for (int id = 3000; chain->CreateLayerAt({id, nullptr}); --id) {
+        ++layers;
+    }
+    EXPECT_EQ(GlissaNode::kMaxLevels - 2, layers);
+    EXPECT_EQ(nullptr, chain->CreateLayerAt({5000, nullptr}));
+    double values[3] = {};
+    EXPECT_EQ(values + 3, chain->GeneralEvaluate(values, KTime(), nullptr, true));
+    EXPECT_TRUE(chain->CandidateClear(0, true));
+    EXPECT_EQ(layers, NodePtr(chain->Copy())->LayerGet(3000)->GetLayerID() - 3000 + layers);
 }
 
 TEST(NodeTree, LetsTheChildrenOfAContainerLive)

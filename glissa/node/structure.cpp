@@ -1,0 +1,113 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Which node may hold which: no node holds itself, and no tree is deeper than the walks over it,
+// which call themselves once a level, can go.
+
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+#include <limits>
+#include <unordered_map>
+
+namespace
+{
+struct Step
+{
+    GlissaNode* node;
+    int level;
+};
+
+// The level of what is reached through a warp: a tree of its own, which has been checked.
+constexpr int kOtherTree = std::numeric_limits<int>::min() / 2;
+
+bool IsAlone(const GlissaNodeState& pState)
+{
+    return pState.mChildren.IsEmpty() && pState.mUnmatched.empty() && !pState.mNextLayer &&
+           !pState.mTimeWarp;
+}
+}  // namespace
+
+int LevelOf(const GlissaNode* pNode)
+{
+    int level = 0;
+    for (const GlissaNode* node = pNode; node; node = GlissaNodeState::Of(node).mHolder) {
+        ++level;
+    }
+    return level;
+}
+
+int LevelsBelow(const GlissaNode* pNode)
+{
+    int below = 0;
+    for (const GlissaNode* child : GlissaNodeState::Of(pNode).mChildren) {
+        below = std::max(below, LevelsBelow(child));
+    }
+    return below + 1;
+}
+
+NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost)
+{
+    NodeReach reach;
+    std::vector<Step> waiting{{pFirst, 1}};
+    // Warps and children of containers can be met again; they are walked again only where they lie
+    // deeper than before.
+    std::unordered_map<const GlissaNode*, int> deepest;
+    const auto addShared = [&](GlissaNode* pShared, int pLevel) {
+        const auto [entry, isNew] = deepest.emplace(pShared, pLevel);
+        if (isNew || entry->second < pLevel) {
+            entry->second = pLevel;
+            waiting.push_back({pShared, pLevel});
+        }
+    };
+    while (!waiting.empty() && reach.nodes < pMost) {
+        const auto [node, level] = waiting.back();
+        waiting.pop_back();
+        ++reach.nodes;
+        reach.levels = std::max(reach.levels, level);
+        if (node == pWanted) {
+            reach.meetsWanted = true;
+            break;
+        }
+        const GlissaNodeState& state = GlissaNodeState::Of(node);
+        for (GlissaNode* const child : state.mChildren) {
+            if (state.IsContainer()) {
+                addShared(child, level + 1);
+            } else {
+                waiting.push_back({child, level + 1});
+            }
+        }
+        for (GlissaNode* const channel : state.mUnmatched) {
+            waiting.push_back({channel, level + 1});
+        }
+        if (state.mNextLayer) {
+            waiting.push_back({state.mNextLayer, level + 1});
+        }
+        if (state.mTimeWarp) {
+            addShared(state.mTimeWarp, kOtherTree);
+        }
+    }
+    return reach;
+}
+
+bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken)
+{
+    const int room = GlissaNode::kMaxLevels - LevelOf(pNode);
+    if (pTaken == pNode || room < 1) {
+        return false;
+    }
+    if (IsAlone(GlissaNodeState::Of(pTaken))) {
+        return true;
+    }
+    const NodeReach reach = ReachOf(pTaken, pNode, std::numeric_limits<int>::max());
+    return !reach.meetsWanted && reach.levels <= room;
+}
+
+bool IsChainInOrder(const GlissaNode* pNode)
+{
+    const GlissaNode* node = pNode;
+    while (node->LayerGet() && node->GetLayerID() < node->LayerGet()->GetLayerID()) {
+        node = node->LayerGet();
+    }
+    return !node->LayerGet();
+}
