@@ -23,6 +23,23 @@ inline float CubicValue(float p0, float p1, float p2, float p3, double pT)
     return Between(r0, r1, pT);
 }
 
+/// The control points of an unweighted cubic on its value axis.
+struct CubicPoints
+{
+    float p0;
+    float p1;
+    float p2;
+    float p3;
+};
+
+/// From the values at both ends, the slopes inside them, in value per second, and the length.
+inline CubicPoints PointsOfSlopes(float pFrom, float pTo, float pRightSlope, float pLeftSlope,
+                                  float pSeconds)
+{
+    return {pFrom, static_cast<float>(pFrom + pRightSlope * pSeconds / 3.0),
+            static_cast<float>(pTo - pLeftSlope * pSeconds / 3.0), pTo};
+}
+
 /// Where a weighted segment reaches a time.
 ///
 /// The time axis is the Bézier 0, wr, 1 - wl, 1. The answer s, with 1 at the start of the segment,

@@ -114,20 +114,10 @@ CubicShape ShapeOf(const Segment& pSegment)
     return shape;
 }
 
-struct CubicPoints
-{
-    float p0;
-    float p1;
-    float p2;
-    float p3;
-};
-
 inline CubicPoints PointsOf(const Segment& pSegment, const CubicShape& pShape)
 {
-    const float v0 = pSegment.from->mValue;
-    const float v1 = pSegment.to->mValue;
-    return {v0, static_cast<float>(v0 + pShape.rightSlope * pShape.seconds / 3.0),
-            static_cast<float>(v1 - pShape.leftSlope * pShape.seconds / 3.0), v1};
+    return PointsOfSlopes(pSegment.from->mValue, pSegment.to->mValue, pShape.rightSlope,
+                          pShape.leftSlope, pShape.seconds);
 }
 
 bool IsWeighted(const KPriFCurveKey& pFrom)

@@ -6,9 +6,11 @@
 
 #include "glissa/filter/key_reducer.h"
 
+#include "glissa/curve/bezier.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/curve/segment_search.h"
 #include "glissa/filter/key_sync.h"
 #include "glissa/node/node.h"
 #include "glissa/utils/scratch_curve.h"
@@ -35,13 +37,44 @@ struct Halves
     bool isSplit = false;  // and whether its own split has been tried
 };
 
-// The largest square of a distance, and in pWorstKey the first key that has it. pHint as in
-// Glissa::Evaluate.
-double MaxError(Glissa& pSource, Glissa& pFit, int pFirst, int pLast, int pHint, int& pWorstKey)
+// A segment of the fit, which is cubic and without weights. Its values are those of
+// Glissa::Evaluate to the bit, at a fraction of the cost: the segment is found and its slopes are
+// asked for once.
+class FitSegment
+{
+public:
+    FitSegment(Glissa& pFit, int pIndex)
+        : mIndex(pIndex),
+          mFrom(pFit.KeyGetTime(pIndex)),
+          mTo(pFit.KeyGetTime(pIndex + 1)),
+          mPoints(PointsOfSlopes(pFit.KeyGetValue(pIndex), pFit.KeyGetValue(pIndex + 1),
+                                 pFit.KeyGetRightDerivative(pIndex),
+                                 pFit.KeyGetLeftDerivative(pIndex + 1),
+                                 static_cast<float>((mTo - mFrom).GetSecondDouble())))
+    {}
+
+    float Evaluate(KTime pTime) const
+    {
+        // As in the curve, the fraction is what is left of the key index, whose sum was rounded.
+        const double t = mIndex + TimeFraction(mFrom, pTime, mTo) - mIndex;
+        return t < 1.0 ? CubicValue(mPoints.p0, mPoints.p1, mPoints.p2, mPoints.p3, t) : mPoints.p3;
+    }
+
+private:
+    int mIndex;
+    KTime mFrom;
+    KTime mTo;
+    CubicPoints mPoints;
+};
+
+// The largest square of the distance of a fit from the source keys pFirst up to, but without,
+// pLast, and in pWorstKey the first key that has it.
+template <typename Evaluate>
+double MaxError(Glissa& pSource, int pFirst, int pLast, int& pWorstKey, Evaluate&& pEvaluate)
 {
     double largest = 0.0;
     for (int i = pFirst; i < pLast; ++i) {
-        const double error = static_cast<double>(pFit.Evaluate(pSource.KeyGetTime(i), &pHint)) -
+        const double error = static_cast<double>(pEvaluate(pSource.KeyGetTime(i))) -
                              static_cast<double>(pSource.KeyGetValue(i));
         const double square = error * error;
         if (square > largest) {
@@ -185,7 +218,9 @@ bool GlissaFilterKeyReducer::KeyReducer(Glissa& pSource, Glissa& pResult, KTime 
 double GlissaFilterKeyReducer::FindMaxError(Glissa& pSource, Glissa& pResult, int pFirst, int pLast,
                                             int& pWorstKey)
 {
-    return MaxError(pSource, pResult, pFirst, pLast, 0, pWorstKey);
+    return MaxError(pSource, pFirst, pLast, pWorstKey, [&pResult, hint = 0](KTime pTime) mutable {
+        return pResult.Evaluate(pTime, &hint);
+    });
 }
 
 // With a stack of its own: where each split is next to an end, there are as many levels as keys.
@@ -237,7 +272,9 @@ bool GlissaFilterKeyReducer::Split(Glissa& pSource, Glissa& pResult, int pFirst,
 {
     const int next = pResult.KeyGetCount() - pBehind;
     int split = pFirst;
-    const double error = MaxError(pSource, pResult, pFirst, pLast, next - 1, split);
+    const FitSegment segment(pResult, next - 1);
+    const double error = MaxError(pSource, pFirst, pLast, split,
+                                  [&segment](KTime pTime) { return segment.Evaluate(pTime); });
     // A value of the source that is not finite, and was replaced in the fit, is missed for ever.
     if (!(error > mPrecision * mPrecision) || split == pFirst) {
         return false;
