@@ -63,13 +63,18 @@ void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
     int hint = std::max(static_cast<int>(before->KeyFind(pTimes.front(), nullptr)), 0);
     int hintBefore = hint;
     for (const KTime time : pTimes) {
-        parked.WorkAt(hint);
-        const bool isHeld = count > 0 && ((time < before->KeyGetTime(0) && holdsFirst) ||
-                                          (time > before->KeyGetTime(count - 1) && holdsLast));
-        if (isHeld) {
-            hint = AddOutside(pCurve, time, hint);
-        } else {
-            pCurve.KeyInsert(time, &hint);
+        parked.ReadAt(hint);
+        const double place = pCurve.KeyFind(time, &hint);
+        hint = std::clamp(static_cast<int>(place), 0, std::max(pCurve.KeyGetCount() - 1, 0));
+        if (count == 0 || pCurve.KeyGetTime(hint) != time) {
+            parked.WorkAt(hint);
+            const bool isHeld = count > 0 && ((time < before->KeyGetTime(0) && holdsFirst) ||
+                                              (time > before->KeyGetTime(count - 1) && holdsLast));
+            if (isHeld) {
+                hint = AddOutside(pCurve, time, hint);
+            } else {
+                pCurve.KeyInsert(time, &hint);
+            }
         }
         pCurve.KeySetValue(hint, before->Evaluate(time, &hintBefore));
     }
@@ -147,15 +152,22 @@ bool GlissaFilterKeySync::NeedApply(Glissa** pCurves, int pCount)
 // The times of the keys in the span, in order. A time a tick behind the one before is left out.
 std::vector<KTime> GlissaFilterKeySync::TimesOf(Glissa** pCurves, int pCount) const
 {
+    const KTime start = std::max(GetStartTime(), KTime::MinusInfinite() + kTick);
+    const KTime stop = std::min(GetStopTime(), KTime::Infinite() - kTick);
     std::vector<KTime> times;
     for (int i = 0; i < pCount; ++i) {
         const auto had = static_cast<std::ptrdiff_t>(times.size());
-        for (int key = 0; key < pCurves[i]->KeyGetCount(); ++key) {
+        const int keys = pCurves[i]->KeyGetCount();
+        for (int key = 0; key < keys; ++key) {
             const KTime time = pCurves[i]->KeyGetTime(key);
-            if (time >= GetStartTime() && time <= GetStopTime() && time > KTime::MinusInfinite() &&
-                time < KTime::Infinite()) {
+            if (time >= start && time <= stop) {
                 times.push_back(time);
             }
+        }
+        // Most curves that belong together have the same times.
+        if (std::equal(times.begin(), times.begin() + had, times.begin() + had, times.end())) {
+            times.resize(static_cast<std::size_t>(had));
+            continue;
         }
         std::inplace_merge(times.begin(), times.begin() + had, times.end());
         times.erase(std::unique(times.begin(), times.end()), times.end());

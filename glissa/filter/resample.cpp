@@ -90,15 +90,14 @@ EGlissaFilterAnswer GlissaFilterResample::Examine(Glissa& pCurve)
 bool GlissaFilterResample::Change(Glissa& pCurve)
 {
     const KTimeSpan span = SampledSpan(pCurve);
-    const ScratchCurve full(pCurve.Copy());
     const ScratchCurve part(GlissaCreate());
     part->CopyFrom(pCurve, false);
     if (mIntelligentMode) {
-        GlissaUtils::Resample(*full, *part, span.GetStart(), span.GetStop(), mPeriod, true);
+        GlissaUtils::Resample(pCurve, *part, span.GetStart(), span.GetStop(), mPeriod, true);
     } else {
-        GlissaUtils::Resample(*full, *part, span.GetStart(), span.GetStop(), mPeriod,
+        GlissaUtils::Resample(pCurve, *part, span.GetStart(), span.GetStop(), mPeriod,
                               eInterpolationCubic, eTangentAuto, true);
     }
-    GlissaUtils::Merge(*full, *part, pCurve);
+    GlissaUtils::Merge(pCurve, *part, pCurve);
     return true;
 }

@@ -28,11 +28,14 @@ bool IsCubicUser(const GlissaKey& pKey)
            (kind == eTangentUser || kind == eTangentUserBreak);
 }
 
-// Puts a key behind the last one. Equal attributes as those of the last one share its block.
+// Puts a key behind the last one. Keys of the default shape share its block, other keys that of an
+// equal one before them.
 void Append(Glissa& pResult, const GlissaKey& pKey)
 {
     const int count = pResult.KeyGetCount();
-    if (count > 0 && *pResult.InternalPriKeyAttrGetPtr(count - 1) == pKey.GetAttributes()) {
+    if (*GlissaDefaultKeyAttr == pKey.GetAttributes()) {
+        pResult.KeyAppendFast(pKey.GetTime(), pKey.GetValue());
+    } else if (count > 0 && *pResult.InternalPriKeyAttrGetPtr(count - 1) == pKey.GetAttributes()) {
         pResult.KeyAppend(pKey.GetTime(), &pResult, count - 1);
         pResult.KeySetValue(count, pKey.GetValue());
     } else {
@@ -61,6 +64,9 @@ void FillWithSamples(Glissa& pResult, KTime pStart, KTime pStop, KTime pPeriod, 
     if (hasExtra) {
         pAppendKey(pStop);
     }
+    // Not all ways to append a key post it.
+    pResult.CallbackAddEvent(kGlissaEventAdded, 0);
+    pResult.CallbackAddEvent(kGlissaEventAdded, pResult.KeyGetCount() - 1);
 }
 
 // The key of a sample with the kind that the curve has there.
