@@ -76,6 +76,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/resample.h
     glissa/filter/scale.h
     glissa/filter/smooth.h
+    glissa/filter/smooth2.h
     glissa/filter/test_template.h
     glissa/filter/time_clamp.h
     glissa/filter/time_shift_and_scale.h)

@@ -35,6 +35,7 @@
 #include "glissa/filter/resample.h"
 #include "glissa/filter/scale.h"
 #include "glissa/filter/smooth.h"
+#include "glissa/filter/smooth2.h"
 #include "glissa/filter/test_template.h"
 #include "glissa/filter/time_clamp.h"
 #include "glissa/filter/time_shift_and_scale.h"

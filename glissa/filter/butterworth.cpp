@@ -9,6 +9,7 @@
 #include "corvekit/object/data_type.h"
 #include "glissa/curve/curve.h"
 #include "glissa/filter/init_property.h"
+#include "glissa/filter/replace_span.h"
 #include "glissa/settings/settings.h"
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
@@ -264,10 +265,6 @@ bool GlissaFilterButterworth::Change(Glissa& pCurve)
         }
         keys->KeyAppendFast(time, value);
     }
-    const float defaultValue = pCurve.GetValue();
-    pCurve.Replace(keys.get(), plan.outerStart, plan.outerStop, true, true, KTime());
-    if (pCurve.GetValue() != defaultValue) {
-        pCurve.SetValue(defaultValue);  // the last key to go left its value there
-    }
+    ReplaceSpan(pCurve, *keys, plan.outerStart, plan.outerStop, true);
     return true;
 }
