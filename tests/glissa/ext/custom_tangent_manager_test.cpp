@@ -112,6 +112,8 @@ TEST_F(CustomTangents, EachEventReachesItsOwnListeners)
     GlissaEvaluationEvent evaluation;
     GlissaCustomKeyAddEvent add;
     GlissaCustomKeyChangeEvent change;
+    evaluation.mCurve = reinterpret_cast<Glissa*>(&evaluation);  // which no listener follows
+    add.mIndex = change.mIndex = 0;
     for (std::size_t i = 0; i < std::size(kEventIds); ++i) {
         SCOPED_TRACE(kEventIds[i]);
         HostListener listener;
