@@ -3,6 +3,8 @@
 
 #include "corvekit/array.h"
 
+#include "corvekit/assert.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <limits>
@@ -33,6 +35,8 @@ void KArrayHelper::Clear(void*& pBlock, int& pCount, int& pCapacity)
 int KArrayHelper::GetNextArraySize(int pCapacity, int pNeeded, int pBlockCount,
                                    std::size_t pItemSize)
 {
+    CORVEKIT_ASSERT(pCapacity >= 0 && pNeeded >= 0);
+    CORVEKIT_ASSERT(pBlockCount > 0 && pItemSize > 0);
     const std::int64_t block = std::max(pBlockCount, 1);
     const std::int64_t half_more = static_cast<std::int64_t>(pCapacity) + pCapacity / 2;
     std::int64_t size = std::max<std::int64_t>(pNeeded, half_more);

@@ -96,6 +96,7 @@ public:
             return -1;
         }
         Reserve(1);
+        CORVEKIT_ASSERT(mCount < mCapacity);
         if (pIndex == mCount) {
             std::construct_at(mItems + mCount, std::move(pItem));
         } else {
@@ -191,10 +192,12 @@ private:
         }
         mItems = items;
         mCapacity = capacity;
+        CORVEKIT_ASSERT(mCapacity >= needed);
     }
 
     void AppendAll(const KArrayTemplate& pOther)
     {
+        CORVEKIT_ASSERT(mCount == 0);
         SetCapacity(pOther.mCount);
         for (const T& each : pOther) {
             std::construct_at(mItems + mCount, each);

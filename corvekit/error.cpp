@@ -3,11 +3,16 @@
 
 #include "corvekit/error.h"
 
+#include "corvekit/assert.h"
+
 KError::KError(const char* const* pTable, int pCount) : mTable(pTable), mCount(pTable ? pCount : 0)
-{}
+{
+    CORVEKIT_ASSERT(pCount >= 0 && (pTable || pCount == 0));
+}
 
 void KError::SetLastError(int pId, const char* pText, std::int64_t pOffset)
 {
+    CORVEKIT_ASSERT(pOffset >= -1);
     const bool listed = pId >= 0 && pId < mCount;
     // Built before the old text goes: the caller may hand in GetLastErrorString.
     mText = KString(pText ? pText : listed ? mTable[pId] : nullptr);

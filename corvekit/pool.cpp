@@ -3,6 +3,8 @@
 
 #include "corvekit/pool.h"
 
+#include "corvekit/assert.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
@@ -26,6 +28,7 @@ KMemoryPool::KMemoryPool(std::size_t pBlockSize, int pBlocksPerChunk, int pReser
       mBlocksPerChunk(static_cast<std::size_t>(std::max(pBlocksPerChunk, 1))),
       mFreeAtEnd(pFreeAtEnd)
 {
+    CORVEKIT_ASSERT(pBlockSize > 0 && pBlocksPerChunk > 0 && pReserve >= 0);
     const std::size_t reserve = static_cast<std::size_t>(std::max(pReserve, 0));
     for (std::size_t ready = 0; ready < reserve; ready += mBlocksPerChunk) {
         AddChunk();
@@ -46,6 +49,7 @@ KMemoryPool::~KMemoryPool()
 
 void KMemoryPool::AddChunk()
 {
+    CORVEKIT_ASSERT(!mFree || mUsedCount == 0);
     constexpr std::size_t greatest = std::numeric_limits<std::size_t>::max() - kChunkHead;
     void* const memory = mBlocksPerChunk <= greatest / mBlockSize
                              ? std::malloc(kChunkHead + mBlocksPerChunk * mBlockSize)

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "corvekit/assert.h"
 #include "corvekit/export.h"
 
 #include <cstddef>
@@ -41,6 +42,7 @@ public:
     void Free(void* pBlock)
     {
         if (pBlock) {
+            CORVEKIT_ASSERT(mUsedCount > 0);
             mFree = ::new (pBlock) Link{mFree};
             --mUsedCount;
         }

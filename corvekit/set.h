@@ -3,6 +3,7 @@
 #pragma once
 
 #include "corvekit/array.h"
+#include "corvekit/assert.h"
 
 #include <algorithm>
 #include <cstring>
@@ -52,6 +53,8 @@ public:
             return false;
         }
         mEntries.InsertAt(place, Entry{pKey, pValue});
+        CORVEKIT_ASSERT(place == 0 || Compare()(mEntries[place - 1].mKey, pKey));
+        CORVEKIT_ASSERT(place == GetCount() - 1 || Compare()(pKey, mEntries[place + 1].mKey));
         return true;
     }
     /// Adds a pair or replaces the value of the key.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "corvekit/assert.h"
 #include "corvekit/export.h"
 
 #include <compare>
@@ -39,7 +40,10 @@ public:
     /// A copy of a text closed by a zero byte; null gives the empty text.
     KString(const char* pText) : mText(pText ? pText : "") {}
     /// A copy of pLength bytes; pText may be null when pLength is 0.
-    KString(const char* pText, std::size_t pLength) : KString(std::string_view(pText, pLength)) {}
+    KString(const char* pText, std::size_t pLength) : KString(std::string_view(pText, pLength))
+    {
+        CORVEKIT_ASSERT(pText || pLength == 0);
+    }
     explicit KString(std::string_view pText) : mText(pText) {}
 
     /// The bytes, closed by a zero byte, valid until the text changes. Never null.

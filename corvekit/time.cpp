@@ -3,6 +3,8 @@
 
 #include "corvekit/time.h"
 
+#include "corvekit/assert.h"
+
 #include <cmath>
 
 namespace
@@ -36,6 +38,7 @@ bool IsConcreteMode(ETimeMode pMode)
 
 std::int64_t FrameTicks(ETimeMode pMode)
 {
+    CORVEKIT_ASSERT(IsConcreteMode(sDefaultMode));
     return kFrameTicks[IsConcreteMode(pMode) ? pMode : sDefaultMode];
 }
 
@@ -50,6 +53,7 @@ std::int64_t Saturate(Wide pTicks)
 
 std::int64_t FloorDivide(std::int64_t pValue, std::int64_t pDivisor)
 {
+    CORVEKIT_ASSERT(pDivisor > 0);
     const std::int64_t quotient = pValue / pDivisor;
     return pValue % pDivisor < 0 ? quotient - 1 : quotient;
 }
@@ -79,6 +83,7 @@ void KTime::SetSecondDouble(double pSeconds)
     const double fraction = std::frexp(std::fabs(pSeconds), &exponent);
     Wide ticks = static_cast<Wide>(std::ldexp(fraction, 53)) * kTicksPerSecond;
     exponent -= 53;
+    CORVEKIT_ASSERT(exponent <= 37 - 53);  // the shift to the left below cannot overflow
     if (exponent < -100) {
         ticks = 0;  // far below half a tick
     } else if (exponent < 0) {

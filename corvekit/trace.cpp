@@ -3,6 +3,8 @@
 
 #include "corvekit/trace.h"
 
+#include "corvekit/assert.h"
+
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
@@ -25,6 +27,7 @@ KTraceSink KSetTraceSink(KTraceSink pSink)
 
 void KTrace(const char* pFormat, ...)
 {
+    CORVEKIT_ASSERT(pFormat);
     char line[256];
     std::va_list arguments;
     va_start(arguments, pFormat);

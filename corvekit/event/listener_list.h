@@ -39,6 +39,7 @@ public:
             --index;
         }
         mEntries.InsertAt(index, {pListener, pPriority, mNextNumber++});
+        CORVEKIT_ASSERT(index == 0 || mEntries[index - 1].mPriority >= pPriority);
         Shift(index, 1);
     }
 
@@ -108,6 +109,7 @@ private:
         ~Walk()  // also when a listener throws
         {
             if (mList) {
+                CORVEKIT_ASSERT(mList->mWalks == this);
                 mList->mWalks = mOuter;
             }
         }
@@ -122,6 +124,7 @@ private:
     {
         for (Walk* walk = mWalks; walk; walk = walk->mOuter) {
             walk->mPlace += pIndex < walk->mPlace ? pBy : 0;
+            CORVEKIT_ASSERT(walk->mPlace >= 0 && walk->mPlace <= GetCount());
         }
     }
 

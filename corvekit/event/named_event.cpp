@@ -3,6 +3,7 @@
 
 #include "corvekit/event/named_event.h"
 
+#include "corvekit/assert.h"
 #include "corvekit/event/entry_list.h"
 
 #include <map>
@@ -42,6 +43,7 @@ bool KGlobalNamedEvent::Register(const char* pName, ICallback* pObject, KCallbac
 void KGlobalNamedEvent::Unregister()
 {
     if (mObject) {
+        CORVEKIT_ASSERT(mMethod);
         Events()[mName].Remove(mObject, mMethod);
         mObject = nullptr;
         mMethod = nullptr;
@@ -50,6 +52,7 @@ void KGlobalNamedEvent::Unregister()
 
 void KGlobalNamedEvent::Call(const char* pName, KEventBase* pEvent)
 {
+    CORVEKIT_ASSERT(pName);
     const auto found = Events().find(KString(pName));
     if (found != Events().end()) {
         found->second.Call(nullptr, pEvent);

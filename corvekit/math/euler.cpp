@@ -6,6 +6,8 @@
 // changes its sign.
 
 #include "corvekit/math/matrix.h"
+
+#include "corvekit/assert.h"
 #include "corvekit/math/rotation_order.h"
 
 #include <cmath>
@@ -41,6 +43,7 @@ SineCosine SineCosineOfDegrees(double pAngle)
         }
     }
     const double quarters = std::nearbyint(angle / 90.0);
+    CORVEKIT_ASSERT(std::fabs(quarters) < 1e8);
     const double rest = (angle - 90.0 * quarters) * kRadiansPerDegree;
     const double sine = std::sin(rest);
     const double cosine = std::cos(rest);
@@ -71,6 +74,7 @@ struct Places
 
 Places PlacesOf(int pOrder)
 {
+    CORVEKIT_ASSERT(pOrder >= 0 && pOrder < 6);
     const auto& axes = KmEulerAxis[pOrder];
     return {axes[0], axes[1], axes[2], (pOrder & 1) != 0 ? -1.0 : 1.0};
 }
@@ -100,6 +104,7 @@ void MatrixOfAngles(KgeRMatrix& pMatrix, const KgeRVector& pAngles, int pOrder)
 
 void AnglesOfMatrix(KgeRVector& pAngles, const KgeRMatrix& pMatrix, int pOrder, double pTolerance)
 {
+    CORVEKIT_ASSERT(pTolerance >= 0.0);
     const auto [i, j, k, sign] = PlacesOf(pOrder);
     const KgeRMatrix& m = pMatrix;
     const double cosine = std::sqrt(m(i, i) * m(i, i) + m(j, i) * m(j, i));

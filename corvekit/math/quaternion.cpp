@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "corvekit/math/quaternion.h"
+
+#include "corvekit/assert.h"
 #include "corvekit/math/matrix.h"
 
 #include <algorithm>
@@ -25,6 +27,7 @@ KgeQuaternion::KgeQuaternion(const KgeRMatrix& pMatrix)
     }
     int i = m(1, 1) > m(0, 0) ? 1 : 0;
     i = m(2, 2) > m(i, i) ? 2 : i;
+    CORVEKIT_ASSERT(!(m(i, i) < m(0, 0) || m(i, i) < m(1, 1) || m(i, i) < m(2, 2)));
     const int j = (i + 1) % 3;
     const int k = (i + 2) % 3;
     const double root = std::sqrt(m(i, i) - m(j, j) - m(k, k) + 1.0);
@@ -58,6 +61,7 @@ double KgeQuaternion::Normalize()
         }
         divisor = std::sqrt(SquareLength());
     }
+    CORVEKIT_ASSERT(divisor > 0.0);
     for (double& each : mValue) {
         each /= divisor;
     }

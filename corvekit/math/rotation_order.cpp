@@ -6,6 +6,8 @@
 
 #include "corvekit/math/rotation_order.h"
 
+#include "corvekit/assert.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -75,6 +77,7 @@ double NextTo(double pAngle, double pReference)
 // As NextTo, among the turns that lie inside the limits of an axis, if one does.
 double NextToWithin(double pAngle, double pReference, const Limits& pLimits, int pAxis)
 {
+    CORVEKIT_ASSERT(pAxis >= 0 && pAxis < 3);
     const double angle = NextTo(pAngle, pReference);
     if (angle < pLimits.mLeast[pAxis]) {
         return pAngle + 360.0 * std::ceil((pLimits.mLeast[pAxis] - pAngle) / 360.0);
@@ -105,6 +108,7 @@ int LockOf(double pMiddle)
 void PlaceLocked(KgeRVector& pAngles, const KgeRVector& pReference, const Limits& pLimits,
                  int pFirst, int pThird, double pSide)
 {
+    CORVEKIT_ASSERT(pFirst != pThird && (pSide == 1.0 || pSide == -1.0));
     const double reference = pReference[pFirst] - pSide * pReference[pThird];
     const double wanted = pLimits.Bring(pReference[pFirst], pFirst) -
                           pSide * pLimits.Bring(pReference[pThird], pThird);

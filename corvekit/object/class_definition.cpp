@@ -3,6 +3,7 @@
 
 #include "corvekit/object/class_definition.h"
 
+#include "corvekit/assert.h"
 #include "corvekit/set.h"
 
 #include <mutex>
@@ -39,6 +40,7 @@ int KClassDefinition::RegisterClassId()
     Registry& registry = Classes();
     const std::lock_guard guard(registry.mLock);
     if (mRegisteredId == 0) {
+        CORVEKIT_ASSERT(mName && mParent != this);
         mRegisteredId = ++registry.mLastId;
         registry.mClasses.Add(mRegisteredId, this);
     }

@@ -7,6 +7,7 @@
 #include "corvekit/object/data_type.h"
 
 #include "corvekit/array.h"
+#include "corvekit/assert.h"
 #include "corvekit/string.h"
 
 #include <array>
@@ -140,6 +141,7 @@ AddedTypes& Added()
 // The lock is held.
 KDataType* FindType(AddedTypes& pAdded, const char* pName)
 {
+    CORVEKIT_ASSERT(pName);
     for (KDataType& each : gBuiltIn) {
         if (std::strcmp(each.GetName(), pName) == 0) {
             return &each;

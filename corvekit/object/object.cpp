@@ -3,9 +3,11 @@
 
 #include "corvekit/object/object.h"
 
+#include "corvekit/assert.h"
 #include "corvekit/object/property.h"
 
 #include <cstring>
+#include <limits>
 #include <mutex>
 
 namespace
@@ -119,6 +121,7 @@ KProperty* KObject::FastFindPropertyByName(const char* pName, KPropertyHashMap& 
         const std::lock_guard guard(gPropertyMapLock);
         const std::uint64_t* place = pMap.Find(pName);
         // Objects of one class may still differ in their lists, so the place is a guess to check.
+        CORVEKIT_ASSERT(!place || *place <= std::numeric_limits<int>::max());
         if (place && is_named(GetPropertyAt(static_cast<int>(*place)))) {
             return GetPropertyAt(static_cast<int>(*place));
         }
@@ -151,6 +154,7 @@ bool KObject::RemoveProperty(KProperty* pProperty)
     if (!mProperties.RemoveIt(pProperty)) {
         return false;
     }
+    CORVEKIT_ASSERT(pProperty->mListedIn == this);
     pProperty->mListedIn = nullptr;
     return true;
 }
@@ -166,5 +170,7 @@ void KObject::EndObject()
         SystemDetach();
         PrepareDestruct();
         Destruct();
+        CORVEKIT_ASSERT(GetPropertyCount() == 0 && GetSourceCount() == 0 &&
+                        GetDestinationCount() == 0);
     }
 }

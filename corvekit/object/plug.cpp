@@ -3,6 +3,8 @@
 
 #include "corvekit/object/plug.h"
 
+#include "corvekit/assert.h"
+
 namespace
 {
 KPlug* PlugAt(const KArrayTemplate<KPlug*, 4>& pPlugs, int pIndex)
@@ -22,6 +24,7 @@ bool KPlug::Connect(KPlug* pDestination)
         return false;
     }
     pDestination->mSources.SetCapacity(pDestination->GetSourceCount() + 1);
+    CORVEKIT_ASSERT(pDestination->mSources.Find(this) < 0);
     mDestinations.Add(pDestination);
     pDestination->mSources.Add(this);
     return true;
@@ -32,7 +35,9 @@ bool KPlug::Disconnect(KPlug* pDestination)
     if (!pDestination || !mDestinations.RemoveIt(pDestination)) {
         return false;
     }
-    return pDestination->mSources.RemoveIt(this);
+    const bool isListed = pDestination->mSources.RemoveIt(this);
+    CORVEKIT_ASSERT(isListed);
+    return isListed;
 }
 
 void KPlug::DisconnectAll()

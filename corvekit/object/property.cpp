@@ -6,6 +6,7 @@
 
 #include "corvekit/object/property.h"
 
+#include "corvekit/assert.h"
 #include "corvekit/object/object.h"
 
 #include <charconv>
@@ -189,11 +190,13 @@ void KProperty::SetPropertyInfo(KObject* pOwner, KPropertyGetter pGetter, KPrope
 
 void KProperty::CallGetter(void* pValue) const
 {
+    CORVEKIT_ASSERT(HasGetter() && pValue);
     (mOwner->*mGetter)(pValue);
 }
 
 void KProperty::CallSetter(const void* pValue)
 {
+    CORVEKIT_ASSERT(HasSetter() && pValue);
     (mOwner->*mSetter)(pValue);
 }
 

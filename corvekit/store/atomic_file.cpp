@@ -7,6 +7,7 @@
 
 #include "corvekit/store/atomic_file.h"
 
+#include "corvekit/assert.h"
 #include "corvekit/string.h"
 
 #include <algorithm>
@@ -116,6 +117,7 @@ KAtomicFile::~KAtomicFile()
 
 bool KAtomicFile::Write(const void* pBytes, std::size_t pSize)
 {
+    CORVEKIT_ASSERT(pBytes || pSize == 0);
     const char* at = static_cast<const char*>(pBytes);
     while (mFile >= 0 && pSize > 0) {
         const ssize_t written = write(mFile, at, pSize);
@@ -136,6 +138,7 @@ bool KAtomicFile::Commit()
     if (mFile < 0) {
         return false;
     }
+    CORVEKIT_ASSERT(!mTemporary.empty());
     if (fsync(mFile) != 0 && !MeansNotSupported(errno)) {
         return Fail("cannot flush", errno);
     }
@@ -207,6 +210,7 @@ bool KAtomicFile::ResolveTarget(const char* pPath)
 
 bool KAtomicFile::OpenTemporary()
 {
+    CORVEKIT_ASSERT(mFile < 0 && mTemporary.empty());
     const std::string stem = TemporaryStem(mTarget);
     for (int number = 0; number < kMostTemporaries; ++number) {
         RemoveAbandoned(stem + std::to_string(number));

@@ -7,6 +7,8 @@
 
 #include "corvekit/store/byte_buffer.h"
 
+#include "corvekit/assert.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -46,6 +48,7 @@ void* ReserveAddresses(std::size_t pSize)
     if (area == MAP_FAILED) {
         return area;
     }
+    CORVEKIT_ASSERT(pSize % kHugePage == 0);
     auto* const begin = static_cast<std::uint8_t*>(area);
     const std::size_t head = (0 - reinterpret_cast<std::uintptr_t>(area)) % kHugePage;
     if (head > 0) {
@@ -61,6 +64,7 @@ void* ResizeMapping(void* pData, std::size_t pOldRoom, std::size_t pNewRoom)
     if (pNewRoom > std::numeric_limits<std::size_t>::max() - 2 * kHugePage) {
         return nullptr;
     }
+    CORVEKIT_ASSERT(IsMapped(pNewRoom) && (pOldRoom == 0 || IsMapped(pOldRoom)));
     const std::size_t oldSize = MappedSize(pOldRoom);
     const std::size_t newSize = MappedSize(pNewRoom);
     void* data = pOldRoom == 0 ? MAP_FAILED : mremap(pData, oldSize, newSize, 0);
@@ -114,6 +118,8 @@ void Release(void* pData, std::size_t pRoom)
 // As std::realloc, but knows the old size; pNew is not 0.
 void* Reallocate(void* pData, std::size_t pOld, std::size_t pNew)
 {
+    CORVEKIT_ASSERT(pNew > 0);
+    CORVEKIT_ASSERT((pData != nullptr) == (pOld > 0));
     if (!IsMapped(pOld) && !IsMapped(pNew)) {
         return std::realloc(pData, pNew);
     }

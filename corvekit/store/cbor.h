@@ -3,6 +3,8 @@
 // Not for hosts: used by the sources of this folder only.
 #pragma once
 
+#include "corvekit/assert.h"
+
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -79,6 +81,7 @@ inline T GetBigEndian(const Byte* pAt)
 
 inline Byte* PutHead(Byte* pOut, Byte pMajor, std::uint64_t pArgument)
 {
+    CORVEKIT_ASSERT((pMajor & ~kMajorMask) == 0);
     if (pArgument < 24) {
         *pOut = static_cast<Byte>(pMajor | pArgument);
         return pOut + 1;
@@ -126,6 +129,7 @@ inline std::uint64_t TakeArgument(const Byte*& pAt)
         pAt += 8;
         return GetBigEndian<std::uint64_t>(pAt - 8);
     default:
+        CORVEKIT_ASSERT(form < 24);
         return form;
     }
 }
@@ -139,6 +143,7 @@ inline Byte* PutInteger(Byte* pOut, std::int64_t pValue)
 
 inline std::int64_t TakeInteger(const Byte*& pAt)
 {
+    CORVEKIT_ASSERT(*pAt < eBytes);
     const bool negative = (*pAt & kMajorMask) == eNegative;
     const std::uint64_t argument = TakeArgument(pAt);
     return static_cast<std::int64_t>(negative ? ~argument : argument);
@@ -239,6 +244,7 @@ inline double TakeFloat(const Byte*& pAt)
         pAt += 2;
         return FromHalf(GetBigEndian<std::uint16_t>(pAt - 2));
     }
+    CORVEKIT_ASSERT(first == kDouble);
     pAt += 8;
     return std::bit_cast<double>(GetBigEndian<std::uint64_t>(pAt - 8));
 }
@@ -247,6 +253,7 @@ inline double TakeFloat(const Byte*& pAt)
 /// the one that is written.
 inline bool IsShortestFloat(const Byte* pAt)
 {
+    CORVEKIT_ASSERT(*pAt >= kHalf && *pAt <= kDouble);
     if (*pAt == kHalf) {
         const std::uint16_t half = GetBigEndian<std::uint16_t>(pAt + 1);
         return (half & 0x7C00) != 0x7C00 || (half & 0x3FF) == 0 || half == kHalfNaN;
@@ -272,6 +279,7 @@ enum EHead : int
 /// Reads the head at pAt, before pEnd. On success moves pAt behind it; never beyond pEnd.
 inline EHead ParseHead(const Byte*& pAt, const Byte* pEnd, std::uint64_t* pArgument)
 {
+    CORVEKIT_ASSERT(pAt <= pEnd);
     if (pAt == pEnd) {
         return eHeadCut;
     }

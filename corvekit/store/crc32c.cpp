@@ -6,6 +6,8 @@
 
 #include "corvekit/store/crc32c.h"
 
+#include "corvekit/assert.h"
+
 #include <array>
 #include <cstring>
 
@@ -51,6 +53,7 @@ std::uint32_t LittleEndian32(const unsigned char* pBytes)
 
 std::uint32_t Crc32cByTable(const void* pBytes, std::size_t pSize, std::uint32_t pSum)
 {
+    CORVEKIT_ASSERT(pBytes || pSize == 0);
     const unsigned char* at = static_cast<const unsigned char*>(pBytes);
     std::uint32_t sum = ~pSum;
     for (; pSize >= 8; pSize -= 8, at += 8) {
@@ -78,6 +81,7 @@ bool Crc32cHasInstruction()
 __attribute__((target("sse4.2"))) std::uint32_t
 Crc32cByInstruction(const void* pBytes, std::size_t pSize, std::uint32_t pSum)
 {
+    CORVEKIT_ASSERT(pBytes || pSize == 0);
     const unsigned char* at = static_cast<const unsigned char*>(pBytes);
     std::uint64_t sum = ~pSum;
     for (; pSize >= 8; pSize -= 8, at += 8) {

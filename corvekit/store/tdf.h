@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "corvekit/assert.h"
 #include "corvekit/error.h"
 #include "corvekit/export.h"
 #include "corvekit/store/byte_buffer.h"
@@ -271,6 +272,7 @@ private:
         if (mWriteState != eWriteValues || mBytes.GetRoom() - mSize < pSize) {
             return MakeRoom(pSize);
         }
+        CORVEKIT_ASSERT(!mWriteFields.empty());
         ++mWriteCount;
         return mBytes.GetData() + mSize;
     }
@@ -292,7 +294,9 @@ private:
     // One value of the open field is read, up to pAt.
     void ReadTo(const std::uint8_t* pAt)
     {
+        CORVEKIT_ASSERT(mReadRemain > 0 && pAt > ReadAt());
         mReadAt = static_cast<std::uint64_t>(pAt - mBytes.GetData());
+        CORVEKIT_ASSERT(mReadAt <= mSize);
         --mReadRemain;
     }
     std::string_view ReadText();

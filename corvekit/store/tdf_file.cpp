@@ -6,6 +6,8 @@
 // loop. Loading takes all bytes in, checks header and sum, and hands the rest to the parser.
 
 #include "corvekit/store/atomic_file.h"
+
+#include "corvekit/assert.h"
 #include "corvekit/store/cbor.h"
 #include "corvekit/store/crc32c.h"
 #include "corvekit/store/tdf.h"
@@ -55,6 +57,7 @@ public:
                 return;
             }
         }
+        CORVEKIT_ASSERT(pSize <= mBuffer.size() - mUsed);
         std::memcpy(mBuffer.data() + mUsed, pBytes, pSize);
         mUsed += pSize;
     }
@@ -222,12 +225,14 @@ bool KTdf::WriteAll(Sink& pSink) const
     pSink.Put(tdf::kMagic.data(), tdf::kMagic.size());
     pSink.Put(version, sizeof(version));
 
+    CORVEKIT_ASSERT(mWriteFields.empty() && mRootEnd == mFields.size());
     pSink.PutHead(cbor::eArray, mRootCount);
     for (std::size_t i = 0; i < mFields.size(); ++i) {
         const Field& field = mFields[i];
         const std::size_t values = static_cast<std::size_t>(field.begin) + field.nameSize;
         const std::size_t end =
             i + 1 < mFields.size() ? static_cast<std::size_t>(mFields[i + 1].begin) : mSize;
+        CORVEKIT_ASSERT(values <= end && end <= mSize);
         pSink.PutHead(cbor::eArray, field.children == kNoBlock ? 2 : 3);
         pSink.Put(mBytes.GetData() + field.begin, field.nameSize);
         pSink.PutHead(cbor::eArray, field.count);
@@ -249,6 +254,7 @@ bool KTdf::Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum
     for (;;) {
         const std::size_t asked = std::min(mBytes.GetRoom() - mSize, kMostRead);
         const std::size_t received = pSource(mBytes.GetData() + mSize, asked);
+        CORVEKIT_ASSERT(received <= asked);
         mSize += received;
         if (mSize >= tdf::kMagic.size() &&
             !std::equal(tdf::kMagic.begin(), tdf::kMagic.end(), mBytes.GetData())) {
@@ -290,6 +296,7 @@ bool KTdf::Accept(const char* pPath, std::uint32_t pSum)
     mFields = std::move(parser.GetFields());
     mRootEnd = static_cast<std::uint32_t>(mFields.size());
     mRootCount = parser.GetRootCount();
+    CORVEKIT_ASSERT(parser.GetSize() <= mSize);
     mSize = parser.GetSize();
     if (mBytes.GetRoom() / 2 > mSize) {
         mBytes.Resize(mSize);

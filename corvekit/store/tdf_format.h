@@ -3,6 +3,7 @@
 // Not for hosts: used by the sources of this folder only.
 #pragma once
 
+#include "corvekit/assert.h"
 #include "corvekit/store/cbor.h"
 
 #include <array>
@@ -39,6 +40,7 @@ using LetterBytes = std::array<std::uint8_t, 8>;
 inline LetterBytes EncodeLetters(std::string_view pLetters)
 {
     LetterBytes bytes{};
+    CORVEKIT_ASSERT(2 * pLetters.size() <= bytes.size());
     for (std::size_t i = 0; i < pLetters.size(); ++i) {
         bytes[2 * i] = kCharacterHead;
         bytes[2 * i + 1] = static_cast<std::uint8_t>(pLetters[i]);

@@ -6,6 +6,7 @@
 
 #include "corvekit/store/tdf_parser.h"
 
+#include "corvekit/assert.h"
 #include "corvekit/store/tdf_format.h"
 
 #include <cstring>
@@ -40,6 +41,7 @@ bool KTdf::Parser::Run()
 
 bool KTdf::Parser::Fail(int pId, const cbor::Byte* pPlace)
 {
+    CORVEKIT_ASSERT(pPlace >= mBytes && pPlace <= mEnd);
     mErrorId = pId;
     mErrorOffset = pPlace - mBytes;
     return false;
@@ -71,6 +73,7 @@ bool KTdf::Parser::Array(std::uint64_t* pCount, std::uint64_t pLeastItem)
     if (!Head(pCount)) {
         return false;
     }
+    CORVEKIT_ASSERT(pLeastItem > 0);
     return *pCount <= Left() / pLeastItem || Fail(eTdfErrorCount, place);
 }
 
@@ -88,6 +91,7 @@ bool KTdf::Parser::BeginBlock(std::uint32_t pField)
         return Fail(eTdfErrorTooMany, place);
     }
     if (pField != kNoField) {
+        CORVEKIT_ASSERT(pField == mFields.size() - 1 && mFields[pField].children == kNoBlock);
         mFields[pField].children = static_cast<std::uint32_t>(count);
     }
     mBlocks.push_back({pField, static_cast<std::uint32_t>(count)});
@@ -96,6 +100,7 @@ bool KTdf::Parser::BeginBlock(std::uint32_t pField)
 
 void KTdf::Parser::EndBlock()
 {
+    CORVEKIT_ASSERT(mBlocks.back().left == 0);
     const std::uint32_t field = mBlocks.back().field;
     mBlocks.pop_back();
     if (field != kNoField) {
@@ -214,6 +219,7 @@ std::uint64_t KTdf::Parser::SkipPlainValues(std::uint64_t pLeft)
         }
         --pLeft;
     }
+    CORVEKIT_ASSERT(at <= mEnd);
     mAt = at;
     return pLeft;
 }
@@ -273,6 +279,7 @@ bool KTdf::Parser::Float()
         return Fail(eTdfErrorNotDeterministic, mAt);
     }
     mAt += size;
+    CORVEKIT_ASSERT(mAt <= mEnd);
     return true;
 }
 
@@ -288,6 +295,7 @@ bool KTdf::Parser::Payload(std::uint64_t pSize, bool pUtf8)
         return Fail(eTdfErrorText, mAt);
     }
     mAt += pSize;
+    CORVEKIT_ASSERT(mAt <= mEnd);
     return true;
 }
 
@@ -316,6 +324,7 @@ bool KTdf::Parser::Tagged()
 // the two moves, so that a long run of values stays where it is.
 void KTdf::Parser::Keep(const cbor::Byte* pFrom)
 {
+    CORVEKIT_ASSERT(mKept <= mOut && mOut <= pFrom && pFrom <= mAt);
     const std::size_t size = static_cast<std::size_t>(mAt - pFrom);
     const std::size_t kept = static_cast<std::size_t>(mOut - mKept);
     if (size <= kept) {

@@ -7,6 +7,8 @@
 // The bytes are this document's own or have passed the parser: they are taken as well formed.
 
 #include "corvekit/store/cbor.h"
+
+#include "corvekit/assert.h"
 #include "corvekit/store/tdf.h"
 #include "corvekit/store/tdf_format.h"
 
@@ -170,6 +172,7 @@ bool KTdf::FieldReadBlockBegin()
     Level& level = mLevels[mDepth++];
     level.first = mReadField + 1;
     level.end = level.first + mFields[mReadField].below;
+    CORVEKIT_ASSERT(level.end <= mFields.size());
     level.next = level.first;
     level.field = mReadField;
     level.at = mReadAt;
@@ -185,6 +188,7 @@ void KTdf::FieldReadBlockEnd()
         return;
     }
     const Level& level = mLevels[--mDepth];
+    CORVEKIT_ASSERT(level.field < mFields.size());
     mReadField = level.field;
     mReadAt = level.at;
     mReadRemain = level.remain;
@@ -336,6 +340,7 @@ std::size_t KTdf::FieldReadSamples(std::span<KTdfSample> pSamples, std::string_v
     }
     mReadAt = static_cast<std::uint64_t>(at - mBytes.GetData());
     mReadRemain -= count * values;
+    CORVEKIT_ASSERT(mReadAt <= mSize);
     return count;
 }
 
@@ -401,12 +406,14 @@ KTdf::Level& KTdf::CurrentLevel()
         root.remain = 0;
         root.sorted = false;
     }
+    CORVEKIT_ASSERT(mDepth <= mLevels.size());
     return mLevels[mDepth - 1];
 }
 
 // By hash, within a hash by name, within a name in the order written.
 void KTdf::SortNames(Level& pLevel) const
 {
+    CORVEKIT_ASSERT(pLevel.first <= pLevel.end && pLevel.end <= mFields.size());
     pLevel.names.clear();
     for (std::uint32_t i = pLevel.first; i < pLevel.end; i += 1 + mFields[i].below) {
         pLevel.names.push_back({mFields[i].hash, i, 0});
@@ -442,6 +449,7 @@ bool KTdf::IsNamed(const Named& pEntry, std::string_view pName, std::uint32_t pH
 
 std::string_view KTdf::GetName(std::uint32_t pField) const
 {
+    CORVEKIT_ASSERT(pField < mFields.size());
     const std::uint8_t* at = mBytes.GetData() + mFields[pField].begin;
     return TakeText(at);
 }
@@ -471,6 +479,8 @@ bool KTdf::Open(std::string_view pName, std::int64_t pIndex)
 
 void KTdf::OpenField(Level& pLevel, std::uint32_t pField)
 {
+    CORVEKIT_ASSERT(mReadField == kNoField);
+    CORVEKIT_ASSERT(pField >= pLevel.first && pField < pLevel.end);
     const Field& field = mFields[pField];
     mReadField = pField;
     mReadAt = field.begin + field.nameSize;

@@ -6,6 +6,8 @@
 // wants in front are put between them when the document is saved.
 
 #include "corvekit/store/cbor.h"
+
+#include "corvekit/assert.h"
 #include "corvekit/store/tdf.h"
 #include "corvekit/store/tdf_format.h"
 
@@ -85,7 +87,9 @@ bool KTdf::FieldWriteEnd()
     } else if (mWriteState != eWriteClosed) {
         return FailWrite("a field ends where none is open");
     }
+    CORVEKIT_ASSERT(!mWriteFields.empty());
     const std::uint32_t index = mWriteFields.back();
+    CORVEKIT_ASSERT(index < mFields.size());
     mWriteFields.pop_back();
     mFields[index].below = static_cast<std::uint32_t>(mFields.size() - index - 1);
     mWriteState = eWriteFields;
@@ -109,6 +113,8 @@ bool KTdf::FieldWriteBlockBegin()
         return Fail(eTdfErrorNesting, nullptr);
     }
     FlushValueCount();
+    CORVEKIT_ASSERT(mFields.back().children == kNoBlock &&
+                    mWriteFields.back() == mFields.size() - 1);
     mFields.back().children = 0;
     mWriteState = eWriteFields;
     return true;
@@ -211,6 +217,7 @@ bool KTdf::FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_v
         at += 2 * pLetters.size();
     }
     mSize = static_cast<std::size_t>(at - mBytes.GetData());
+    CORVEKIT_ASSERT(mSize <= mBytes.GetRoom());
     mWriteCount += pSamples.size() * (2 + pLetters.size());
     return true;
 }
@@ -284,9 +291,11 @@ void KTdf::WriteText(std::string_view pText)
     }
     at = std::copy(pText.begin(), pText.end(), at);
     mSize = static_cast<std::size_t>(at - mBytes.GetData());
+    CORVEKIT_ASSERT(mSize <= mBytes.GetRoom());
 }
 
 void KTdf::FlushValueCount()
 {
+    CORVEKIT_ASSERT(!mWriteFields.empty() && mFields[mWriteFields.back()].children == kNoBlock);
     mFields[mWriteFields.back()].count = mWriteCount;
 }
