@@ -23,6 +23,13 @@ inline float CubicValue(float p0, float p1, float p2, float p3, double pT)
     return Between(r0, r1, pT);
 }
 
+/// The same point without roundings between, for work that does not go into results.
+inline double CubicPoint(double p0, double p1, double p2, double p3, double pT)
+{
+    const double r = 1.0 - pT;
+    return r * r * r * p0 + 3.0 * r * r * pT * p1 + 3.0 * r * pT * pT * p2 + pT * pT * pT * p3;
+}
+
 /// The control points of an unweighted cubic on its value axis.
 struct CubicPoints
 {

@@ -12,12 +12,6 @@
 
 namespace
 {
-double Bezier(double p0, double p1, double p2, double p3, double pS)
-{
-    const double r = 1.0 - pS;
-    return r * r * r * p0 + 3.0 * r * r * pS * p1 + 3.0 * r * pS * pS * p2 + pS * pS * pS * p3;
-}
-
 // The value of a segment as evaluation finds it.
 double ValueAt(const WeightedSegment& pSegment, double pT)
 {
@@ -25,8 +19,8 @@ double ValueAt(const WeightedSegment& pSegment, double pT)
     const double right = pSegment.rightSlope * pSegment.seconds * pSegment.rightWeight;
     const double left = pSegment.leftSlope * pSegment.seconds * pSegment.leftWeight;
     const double s = SolveWeightedTime(pSegment.rightWeight, pSegment.leftWeight, pT);
-    return Bezier(pSegment.toValue, pSegment.toValue - left, pSegment.fromValue + right,
-                  pSegment.fromValue, s);
+    return CubicPoint(pSegment.toValue, pSegment.toValue - left, pSegment.fromValue + right,
+                      pSegment.fromValue, s);
 }
 
 /// A piece of a segment, which it is to follow.
@@ -49,9 +43,9 @@ double Misfit(const Piece& pPiece)
     double worst = 0.0;
     for (int i = 1; i < kSamples; ++i) {
         const double s = static_cast<double>(i) / kSamples;
-        const double x = Bezier(0.0, part.rightWeight, 1.0 - part.leftWeight, 1.0, s);
-        const double y =
-            Bezier(part.fromValue, part.fromValue + right, part.toValue - left, part.toValue, s);
+        const double x = CubicPoint(0.0, part.rightWeight, 1.0 - part.leftWeight, 1.0, s);
+        const double y = CubicPoint(part.fromValue, part.fromValue + right, part.toValue - left,
+                                    part.toValue, s);
         const double t = pPiece.start + x * pPiece.span;
         worst = std::max(worst, std::fabs(y - ValueAt(pPiece.whole, t)));
     }

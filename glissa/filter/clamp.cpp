@@ -7,6 +7,7 @@
 
 #include "glissa/filter/clamp.h"
 
+#include "glissa/curve/bezier.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/add_in_segment.h"
@@ -15,7 +16,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 template class KClassFrame<GlissaFilterClamp, GlissaCurveFilter>;
 
@@ -46,12 +46,6 @@ bool IsNamedCubic(const Glissa& pCurve, int pIndex)
     default:
         return false;
     }
-}
-
-double Bezier(double p0, double p1, double p2, double p3, double pS)
-{
-    const double r = 1.0 - pS;
-    return r * r * r * p0 + 3.0 * r * r * pS * p1 + 3.0 * r * pS * pS * p2 + pS * pS * pS * p3;
 }
 
 /// The times at which a cubic segment begins, turns and ends.
@@ -88,8 +82,8 @@ Turns::Turns(Glissa& pCurve, int pIndex)
     const double b = 2.0 * (v2 - 2.0 * v1 + v0);
     const double c = v1 - v0;
     times[count++] = mFrom;
-    // Citardauq and quadratic formula, each where it does not cancel; the first holds for a = 0
-    // too.
+    // Both forms of the quadratic formula, each where it does not cancel. The first one holds for
+    // a = 0 too.
     const double discriminant = b * b - 4.0 * a * c;
     if (discriminant >= 0.0) {
         const double q = -0.5 * (b + std::copysign(std::sqrt(discriminant), b));
@@ -102,7 +96,7 @@ Turns::Turns(Glissa& pCurve, int pIndex)
 
 void Turns::Add(double pS)
 {
-    const double t = Bezier(0.0, mRightWeight, 1.0 - mLeftWeight, 1.0, pS);
+    const double t = CubicPoint(0.0, mRightWeight, 1.0 - mLeftWeight, 1.0, pS);
     if (!(pS > 0.0 && pS < 1.0 && t < 1.0)) {
         return;
     }
@@ -178,7 +172,7 @@ struct GlissaFilterClamp::Limit
     Limit(double pValue, bool pIsCeil) : value(static_cast<float>(pValue)), isCeil(pIsCeil) {}
 
     bool IsBeyond(double pValue) const { return isCeil ? pValue > value : pValue < value; }
-    // Whether the clamp takes a key out, or makes it constant.
+    // Whether the clamp takes a key out.
     bool Takes(const Glissa& pCurve, int pIndex) const
     {
         const unsigned kind = pCurve.KeyGetInterpolation(pIndex);
@@ -186,8 +180,8 @@ struct GlissaFilterClamp::Limit
                 kind == eInterpolationCubic) &&
                IsBeyond(pCurve.KeyGetValue(pIndex));
     }
-    // From a key on the limit the segment leads beyond it, or it comes back from there to the next
-    // key.
+    // Whether it makes a key on the limit constant: the segment behind the key leads beyond the
+    // limit, or comes back from there to the next key on it.
     bool Holds(Glissa& pCurve, int pIndex) const
     {
         if (pCurve.KeyGetInterpolation(pIndex) != eInterpolationCubic ||
@@ -372,6 +366,7 @@ bool GlissaFilterClamp::AddIntersectionKey(Glissa& pCurve, int& pIndex, int& pSt
     if (!(pCurve.KeyGetTime(pIndex) < time && time < pCurve.KeyGetTime(pIndex + 1))) {
         return false;
     }
+    const KeyModifyBracket bracket(pCurve);
     GlissaKey key;
     key.Set(time, static_cast<float>(pValue), eInterpolationCubic, eTangentUserBreak,
             pCurve.EvaluateRightDerivative(time, &hint), pCurve.KeyGetLeftDerivative(pIndex + 1),
