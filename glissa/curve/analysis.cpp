@@ -5,24 +5,27 @@
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/slope_rules.h"
 #include "glissa/ext/active.h"
 
 #include <algorithm>
 #include <cmath>
 
+namespace
+{
 // The slope of the Bézier through the slopes of the two keys is zero where a u^2 + b u + c = 0. The
 // interpolation of the key is not looked at. Where a is 0 no root is finite, and so none counts.
-int Glissa::FindPeakTimes(int pIndex, KTime (&pTimes)[2])
+int FindPeakTimes(Glissa& pCurve, int pIndex, KTime (&pTimes)[2])
 {
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < KeyGetCount());
-    const KPriFCurveKey& from = KeyAt(pIndex);
-    const KPriFCurveKey& to = KeyAt(pIndex + 1);
+    const KPriFCurveKey& from = *pCurve.InternalPriKeyGetPtr(pIndex);
+    const KPriFCurveKey& to = *pCurve.InternalPriKeyGetPtr(pIndex + 1);
     const float seconds = static_cast<float>(SecondsBetween(from, to));
     const float p0 = from.mValue;
     const float p3 = to.mValue;
-    const float p1 = static_cast<float>(p0 + KeyGetRightDerivative(pIndex) * seconds / 3.0);
-    const float p2 = static_cast<float>(p3 - KeyGetLeftDerivative(pIndex + 1) * seconds / 3.0);
+    const float p1 = static_cast<float>(p0 + pCurve.KeyGetRightDerivative(pIndex) * seconds / 3.0);
+    const float p2 =
+        static_cast<float>(p3 - pCurve.KeyGetLeftDerivative(pIndex + 1) * seconds / 3.0);
     const float a = 3.0f * p3 - 9.0f * p2 + 9.0f * p1 - 3.0f * p0;
     const float b = 6.0f * p2 - 12.0f * p1 + 6.0f * p0;
     const float c = 3.0f * p1 - 3.0f * p0;
@@ -45,6 +48,7 @@ int Glissa::FindPeakTimes(int pIndex, KTime (&pTimes)[2])
     }
     return count;
 }
+}  // namespace
 
 int Glissa::FindPeaks(int pIndex, KTime& pTime1, float& pValue1, KTime& pTime2, float& pValue2)
 {
@@ -61,7 +65,7 @@ int Glissa::FindPeaks(int pIndex, KTime& pTime1, float& pValue1, KTime& pTime2, 
 int Glissa::FindPeaks(int pIndex, KTime& pTime1, KTime& pTime2)
 {
     KTime times[2];
-    const int count = FindPeakTimes(pIndex, times);
+    const int count = FindPeakTimes(*this, pIndex, times);
     pTime1 = count > 0 ? times[0] : pTime1;
     pTime2 = count > 1 ? times[1] : pTime2;
     return count;
@@ -105,7 +109,7 @@ int Glissa::GuessWasData(KTime* pFirstTime, KTime* pPeriod) const
             result = 1;
         }
         if ((KeyGetInterpolation(i) & ~KeyGetInterpolation(i - 1)) != 0 ||
-            (KeyGetInterpolation(i) == eInterpolationCubic && !IsCubicAuto(i))) {
+            (IsCubic(Attr(i)) && !IsCubicAuto(Attr(i)))) {
             return 0;
         }
     }
@@ -116,8 +120,7 @@ bool Glissa::NormalsSeemsToComeFromAPlot() const
 {
     for (int i = 1; i < KeyGetCount(); ++i) {
         const GlissaKeyAttributes& key = Attr(i);
-        if (IsCubicWith(i, eTangentAuto, eTangentAuto) && key.mData[0] == 0.0f &&
-            key.mData[1] == 0.0f) {
+        if (IsCubicWith(key, eTangentAuto) && key.mData[0] == 0.0f && key.mData[1] == 0.0f) {
             return true;
         }
     }
@@ -180,7 +183,7 @@ void Glissa::CopyExternalPriKeyAndAttr(void** pPages, int pCount)
     KPriFCurveKeyAttr* own = nullptr;             // what stands for it here
     for (int i = 0; i < pCount; ++i) {
         KPriFCurveKey& key = mKeys[i];
-        CheckKeyValue(key.mValue);
+        key.mValue = CheckedKeyValue(key.mValue);
         const KPriFCurveKeyAttr* block = key.mAttribute;
         key.mAttribute = nullptr;
         if (own && (block == external || *block == *external)) {

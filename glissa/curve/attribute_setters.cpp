@@ -6,6 +6,7 @@
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 
 #include <cstring>
 
@@ -38,19 +39,7 @@ int DataEvent(const GlissaKeyAttributes& pKey, EGlissaDataIndex pData)
         return 0;
     }
 }
-
-bool IsCustom(const GlissaKeyAttributes& pKey)
-{
-    return pKey.GetInterpolation() == eInterpolationCustom;
-}
 }  // namespace
-
-bool Glissa::IsCubicWith(int pIndex, unsigned pFirstKind, unsigned pSecondKind) const
-{
-    const unsigned kind = KeyGetTangeantMode(pIndex, false);
-    return KeyGetInterpolation(pIndex) == eInterpolationCubic &&
-           (kind == pFirstKind || kind == pSecondKind);
-}
 
 // False, and nothing touched, where every bit stands already.
 bool Glissa::WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes)
@@ -63,6 +52,14 @@ bool Glissa::WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes)
     KeyAttrSeparateCheck(pIndex);
     static_cast<GlissaKeyAttributes&>(*mKeys[pIndex].mAttribute) = pAttributes;
     return true;
+}
+
+// The same, with an event where a bit changed.
+void Glissa::WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, int pEvent)
+{
+    if (WriteAttributes(pIndex, pAttributes)) {
+        CallbackAddEvent(pEvent, pIndex);
+    }
 }
 
 // With pTells the custom tangent manager is called before the change, in the middle of the
@@ -104,9 +101,7 @@ void Glissa::KeySetConstantMode(int pIndex, unsigned pMode)
 {
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetConstantMode(pMode);
-    if (WriteAttributes(pIndex, attributes)) {
-        CallbackAddEvent(kGlissaEventOther | eEventEditConstantMode, pIndex);
-    }
+    WriteAndPost(pIndex, attributes, kGlissaEventOther | eEventEditConstantMode);
 }
 
 void Glissa::KeySetTangeantMode(int pIndex, unsigned pMode)
@@ -139,36 +134,28 @@ void Glissa::KeySetBreak(int pIndex, bool pBreak)
 {
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetBreak(pBreak);
-    if (WriteAttributes(pIndex, attributes)) {
-        CallbackAddEvent(kGlissaEventOther | eEventEditBreak, pIndex);
-    }
+    WriteAndPost(pIndex, attributes, kGlissaEventOther | eEventEditBreak);
 }
 
 void Glissa::KeySetTangeantVisibility(int pIndex, unsigned pVisibility)
 {
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetTangeantVisibility(pVisibility);
-    if (WriteAttributes(pIndex, attributes)) {
-        CallbackAddEvent(eEventSelection, pIndex);
-    }
+    WriteAndPost(pIndex, attributes, eEventSelection);
 }
 
 void Glissa::KeySetTangeantWeightMode(int pIndex, unsigned pMode, unsigned pMask)
 {
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetTangeantWeightMode(pMode, pMask);
-    if (WriteAttributes(pIndex, attributes)) {
-        CallbackAddEvent(kGlissaEventOther | eEventEditWeight, pIndex);
-    }
+    WriteAndPost(pIndex, attributes, kGlissaEventOther | eEventEditWeight);
 }
 
 void Glissa::KeySetTangeantVelocityMode(int pIndex, unsigned pMode, unsigned pMask)
 {
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetTangeantVelocityMode(pMode, pMask);
-    if (WriteAttributes(pIndex, attributes)) {
-        CallbackAddEvent(kGlissaEventOther | eEventEditVelocity, pIndex);
-    }
+    WriteAndPost(pIndex, attributes, kGlissaEventOther | eEventEditVelocity);
 }
 
 void Glissa::KeySetSelected(int pIndex, bool pSelected)
@@ -197,10 +184,7 @@ void Glissa::SetData(int pIndex, EGlissaDataIndex pData, const GlissaKeyAttribut
     if (isFloatSlot && old.mData[pData] == pAttributes.mData[pData]) {
         return;
     }
-    const int event = kGlissaEventOther | DataEvent(old, pData);
-    if (WriteAttributes(pIndex, pAttributes)) {
-        CallbackAddEvent(event, pIndex);
-    }
+    WriteAndPost(pIndex, pAttributes, kGlissaEventOther | DataEvent(old, pData));
 }
 
 void Glissa::KeySetDataDouble(int pIndex, EGlissaDataIndex pData, float pValue)

@@ -11,6 +11,9 @@
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
+#include "glissa/curve/key_index.h"
+#include "glissa/curve/key_kind.h"
+#include "glissa/curve/left_side.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/segment_search.h"
 #include "glissa/curve/weight_split.h"
@@ -52,11 +55,6 @@ int KeyNear(double pIndex, double pTolerance, int pCount)
     const double nearest = std::floor(pIndex + 0.5);
     const bool isNear = pIndex == nearest || std::fabs(pIndex - nearest) <= pTolerance;
     return isNear ? static_cast<int>(nearest) : -1;
-}
-
-bool IsCubic(const Glissa& pCurve, int pIndex)
-{
-    return pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic;
 }
 
 bool HasMode(const Glissa& pCurve, int pIndex, unsigned pBits)
@@ -124,9 +122,7 @@ bool HasLeftParameter(Glissa& pCurve, int pIndex)
         return HasMode(pCurve, pIndex, eTangentAuto) &&
                pCurve.KeyGetLeftAuto(pIndex, false) != 0.0f;
     }
-    const unsigned kind = pIndex > 0 ? pCurve.KeyGetTangeantMode(pIndex - 1, false) : 0;
-    return (kind == eTangentAuto || kind == eTangentAutoBreak) && IsCubic(pCurve, pIndex - 1) &&
-           pCurve.KeyGetInterpolation(pIndex) != eInterpolationCustom &&
+    return pIndex > 0 && IsCubicAuto(pCurve, pIndex - 1) && !IsCustom(pCurve, pIndex) &&
            pCurve.KeyGetDataFloat(pIndex - 1, eDataNextLeftSlope) != 0.0f;
 }
 
@@ -213,10 +209,10 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
         return false;
     }
 
-    const int lo = isNew ? static_cast<int>(std::floor(place)) : existing - 1;
+    const int lo = isNew ? Floor(place) : existing - 1;
     const Surroundings around = SurroundingsOf(*this, lo, isNew ? lo + 1 : existing + 1);
     const bool isWeighted = isNew && around.hasLo && around.hasHi && IsCubic(*this, lo) &&
-                            !IsCubicTCB(lo) &&
+                            !IsCubicTcb(*this, lo) &&
                             (around.loRight.mIsWeighted || around.hiLeft.mIsWeighted);
     if (request.IsInsertion() && isWeighted && request.IsCubic(eTangentTCB)) {
         request.mode = eTangentUser;  // TCB has no weights, and so not the shape
@@ -254,7 +250,7 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
             SetCornerKind(*this, index, request);
         }
     }
-    if (KeyGetInterpolation(index) == eInterpolationCustom) {
+    if (IsCustom(*this, index)) {
         if (request.IsInsertion()) {
             HoldShapeAround(*this, index, around, slope);
         }
@@ -264,7 +260,7 @@ bool Glissa::CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int 
     KeySetRightDerivativeInfo(index, right, isCorner);
     // Its left side is stored in the key that was just written.
     if (around.hasHi && (around.hasLo || !isNew)) {
-        KeepLeftSide(index + 1, around.hiLeft);
+        KeepLeftSide(*this, index + 1, around.hiLeft);
     }
     if (isCorner && !request.IsCubic(eTangentTCB)) {
         HoldSlopes(*this, index, {0.0f, 0.0f});
@@ -295,7 +291,7 @@ int Glissa::KeyInsert(KTime pTime, int* pHint)
         return KeyAdd(pTime, pHint);
     }
     int hint = pHint ? *pHint : mSearchIndex;
-    const int index = std::min(static_cast<int>(std::ceil(KeyFind(pTime, &hint))), count - 1);
+    const int index = std::min(Ceil(KeyFind(pTime, &hint)), count - 1);
     if (KeyGetTime(index) != pTime) {
         const int model = std::max(index - 1, 0);
         const unsigned interpolation = KeyGetInterpolation(model);

@@ -59,30 +59,6 @@ void Glissa::SetColor(const float* pColor)
     }
 }
 
-void Glissa::SetPreExtrapolation(unsigned pMode)
-{
-    mPreExtrapolation = pMode;
-    CallbackAddEvent(kGlissaEventOther | eEventEditPreExtrapolation, -1);
-}
-
-void Glissa::SetPreExtrapolationCount(unsigned long pCount)
-{
-    mPreExtrapolationCount = static_cast<unsigned>(std::min(pCount, 0xFFFFFFFFul));
-    CallbackAddEvent(kGlissaEventOther | eEventEditPreExtrapolation, -1);
-}
-
-void Glissa::SetPostExtrapolation(unsigned pMode)
-{
-    mPostExtrapolation = pMode;
-    CallbackAddEvent(kGlissaEventOther | eEventEditPostExtrapolation, -1);
-}
-
-void Glissa::SetPostExtrapolationCount(unsigned long pCount)
-{
-    mPostExtrapolationCount = static_cast<unsigned>(std::min(pCount, 0xFFFFFFFFul));
-    CallbackAddEvent(kGlissaEventOther | eEventEditPostExtrapolation, -1);
-}
-
 void Glissa::CallbackEvaluationUnregister(void*, void*)
 {
     mEvaluationFunction = nullptr;

@@ -15,7 +15,6 @@
 #include "glissa/ext/custom_tangent_events.h"
 
 #include <cstdint>
-#include <vector>
 
 class GlissaNode;
 class KTdf;
@@ -78,11 +77,11 @@ public:
             static_cast<int>(static_cast<unsigned>(mUpdateId) + static_cast<unsigned>(pIncrement));
     }
 
-    // Extrapolation settings, EGlissaExtrapolation (curve/curve.cpp)
+    // Extrapolation (curve/extrapolation.cpp)
 
-    /// Setting posts 0x8008010 (pre) or 0x10008010 (post) for index -1. A count is how many times
-    /// the curve is repeated, or for keep slope for how many spans the line runs on; 0 holds the
-    /// end key's value at once, 0xFFFFFFFF is without end for keep slope.
+    /// EGlissaExtrapolation. Setting posts 0x8008010 (pre) or 0x10008010 (post) for index -1. A
+    /// count is how many times the curve is repeated, or for keep slope for how many spans the line
+    /// runs on; 0 holds the end key's value at once, 0xFFFFFFFF is without end for keep slope.
     unsigned GetPreExtrapolation() const { return mPreExtrapolation; }
     void SetPreExtrapolation(unsigned pMode);
     unsigned long GetPreExtrapolationCount() const { return mPreExtrapolationCount; }
@@ -92,11 +91,22 @@ public:
     unsigned long GetPostExtrapolationCount() const { return mPostExtrapolationCount; }
     void SetPostExtrapolationCount(unsigned long pCount);
 
+    /// Keys including those that extrapolation repeats. Without keys the number means nothing.
+    int KeyGetCountAll() const;
+    /// KeyFind, after extrapolation has mapped the time into the keys.
+    double KeyFindAll(KTime pTime, int* pHint);
+    /// Key of an index in the sequence of pre repetitions, keys and post repetitions, each
+    /// repetition one entry shorter than the keys. With mirror the two counts decide whether the
+    /// repetitions of a side run backward, all of them; times, which KeyFindAll maps, turn each
+    /// time.
+    ///
+    /// pPart  out: 0 before everything, 1 in the pre repetitions, 2 in the keys, 3 in the post
+    ///        repetitions, 4 behind everything.
+    int MapIndexAll(int pIndexAll, int& pPart) const;
+
     // Key storage (curve/storage.cpp)
 
     int KeyGetCount() const { return mKeys.Count(); }
-    /// Keys including those that extrapolation repeats. Without keys the number means nothing.
-    int KeyGetCountAll() const;
     /// Makes room for pCount keys in all; with pClear the curve is emptied, its pages stay. Room
     /// for a whole take before KeyAppendFast is the cheapest way to record.
     void InitBuffers(int pCount, bool pClear);
@@ -382,16 +392,6 @@ public:
     ///
     /// pHint  in and out, may be null: see Evaluate.
     double KeyFind(KTime pTime, int* pHint);
-    /// The same after extrapolation has mapped the time into the keys.
-    double KeyFindAll(KTime pTime, int* pHint);
-    /// Key of an index in the sequence of pre repetitions, keys and post repetitions, each
-    /// repetition one entry shorter than the keys. With mirror the two counts decide whether the
-    /// repetitions of a side run backward, all of them; times, which KeyFindAll maps, turn each
-    /// time.
-    ///
-    /// pPart  out: 0 before everything, 1 in the pre repetitions, 2 in the keys, 3 in the post
-    ///        repetitions, 4 behind everything.
-    int MapIndexAll(int pIndexAll, int& pPart) const;
 
     // Evaluation (curve/evaluation.cpp)
 
@@ -574,70 +574,46 @@ private:
     }
     const KPriFCurveKeyAttr& Attr(int pIndex) const { return *KeyAt(pIndex).mAttribute; }
 
-    bool IsCubicWith(int pIndex, unsigned pFirstKind, unsigned pSecondKind) const;
-    bool IsCubicAuto(int pIndex) const
-    {
-        return IsCubicWith(pIndex, eTangentAuto, eTangentAutoBreak);
-    }
-    bool IsCubicUser(int pIndex) const
-    {
-        return IsCubicWith(pIndex, eTangentUser, eTangentUserBreak);
-    }
-    bool IsCubicTCB(int pIndex) const { return IsCubicWith(pIndex, eTangentTCB, eTangentTCB); }
+    // Writing: a key's value, its attributes, a record
+    void StoreValue(int pIndex, float pValue);
+    void WriteRecord(int pIndex, KTime pTime, float pValue);
     bool WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes);
+    void WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, int pEvent);
     bool WriteAndTell(int pIndex, const GlissaKeyAttributes& pAttributes, bool pTells,
                       eCustomKeyChangeType pType);
     void SetData(int pIndex, EGlissaDataIndex pData, const GlissaKeyAttributes& pAttributes);
+    void IncSlope(int pIndex, EGlissaDataIndex pData, float pSlope);
+    void ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent);
+    void ChangeFlagsOfAll(unsigned pMask, unsigned pBits);
+    void ResetCandidate() { mCandidateTime = KTime::Infinite(); }
+
+    // Keys added and removed
     bool KeepsOrder(int pIndex, KTime pTime) const;
-    void WriteValue(int pIndex, float pValue);
-    void WriteTime(int pIndex, KTime pTime);
+    double FindPlaceToAdd(KTime pTime, int* pHint);
+    int OpenRecord(double pPlace, KTime pTime, float pValue);
+    int PostAdded(int pIndex, int* pHint);
+    int AppendWithCare(KTime pTime, float pValue);
     bool GrowTo(int pIndex);
-    bool FindRange(KTime pFrom, KTime pTo, bool pInclusive, int& pFirst, int& pLast);
-    KTime FreeTimeNear(KTime pTime, int* pHint);
-    int Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey);
     void RemoveRange(int pFirst, int pLast);
 
-    void StoreLeftSlope(int pIndex, float pSlope);
-    void StoreLeftAuto(int pIndex, float pAuto);
-    void StoreLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative);
-    void FollowLeftSlope(int pIndex, float pSlope);
-    void KeepLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative = false);
-
+    // Spans
     struct ValueShift;
-    struct TimeSpan;
-    struct StoredSide;
-    bool IsLeftToHost(int pIndex) const;
-    StoredSide SideBehind(int pIndex);
-    void InsertBetween(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft);
-    bool StoresNextLeftSlope(int pIndex) const;
-    void TakeNextLeft(int pIndex, const GlissaKeyAttributes& pOld);
-    void ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan,
+    void ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpan,
                      bool pKeyEndsWhenEmpty, KTime pOffset, const ValueShift& pFromStart,
                      const ValueShift& pAfterStop);
-    int AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset);
     void ShiftKeys(int pFirst, int pLast, const ValueShift& pShift);
-    void HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pValue);
-    int FindPeakTimes(int pIndex, KTime (&pTimes)[2]);
+    void HoldSpan(const KTimeSpan& pTarget, const KTimeSpan& pSpan, float pValue);
 
-    struct KeySlopes;
-    void ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent);
-    std::vector<KeySlopes> SlopesOfAllKeys();
-    void RestoreSlopes(const std::vector<KeySlopes>& pSlopes);
-    void ChangeFlagsOfAll(unsigned pMask, unsigned pBits);
-
+    // Store
     class StoreReader;
     int RetrieveKeys(KTdf& pTdf);
-    bool IsCubicOf(int pIndex, unsigned pKind) const;
-    void MakeCubic(int pIndex, unsigned pKind);
-    void MakeUser(int pIndex, unsigned pKind, float pRight, float pNextLeft);
-    void FollowKeyBefore(int pIndex);
-    void RepairOldestKeys();
 
+    // Attribute blocks
     void ReleaseAttribute(KPriFCurveKey& pKey);
     void PointToAttribute(KPriFCurveKey& pKey, KPriFCurveKeyAttr* pAttribute);
     void ReleaseAllAttributes();
-    void ResetCandidate() { mCandidateTime = KTime::Infinite(); }
-    int AppendWithCare(KTime pTime, float pValue);
+
+    // Events
     bool CallListeners(GlissaEvent pEvent);
     bool MustCallsWait() const;
     GlissaEvent TakePendingEvent();
@@ -646,11 +622,10 @@ private:
     int PlaceOfKey(KTime pTime, int pIndex);
     void LeaveNode();
 
+    // Search and evaluation
     KTime KeyTimeAfter(KTime pTime);
     KTime KeyTimeBefore(KTime pTime);
-    double FindBefore(KTime pTime, int& pHint);
-    double FindAfter(KTime pTime, int& pHint);
-
+    double FindOutside(KTime pTime, int& pHint);
     float EvaluateAway(KTime pTime, int& pHint);
     float EvaluateAny(KTime pTime, int& pHint);
     float EvaluateOutside(KTime pTime, int& pHint);

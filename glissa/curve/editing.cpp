@@ -5,13 +5,14 @@
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_index.h"
 #include "glissa/curve/key_weight.h"
+#include "glissa/curve/left_side.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
 #include <bit>
-#include <cmath>
 #include <new>
 
 namespace
@@ -20,20 +21,52 @@ bool HasSameBits(float pLeft, float pRight)
 {
     return std::bit_cast<std::uint32_t>(pLeft) == std::bit_cast<std::uint32_t>(pRight);
 }
-
-bool IsWhole(double pIndex)
-{
-    return pIndex == std::floor(pIndex);
-}
-
-// KeyFind, without a search for a key that goes behind all others.
-double FindPlaceToAdd(Glissa& pCurve, KTime pTime, int* pHint)
-{
-    CORVEKIT_ASSERT(pCurve.KeyGetCount() > 0);
-    const KeyList& keys = pCurve.Keys();
-    return keys.LastTime() < pTime ? keys.Count() - 0.5 : pCurve.KeyFind(pTime, pHint);
-}
 }  // namespace
+
+bool FindKeyRange(Glissa& pCurve, KTime pFrom, KTime pTo, bool pInclusive, int& pFirst, int& pLast)
+{
+    if (pCurve.KeyGetCount() == 0) {
+        return false;
+    }
+    int hint = pCurve.KeyGetCount() - 1;
+    const double from = pCurve.KeyFind(pFrom, nullptr);
+    const double to = pCurve.KeyFind(pTo, &hint);
+    pFirst = Ceil(from) + (!pInclusive && IsWhole(from) ? 1 : 0);
+    pLast = Floor(to) - (!pInclusive && IsWhole(to) ? 1 : 0);
+    return true;
+}
+
+// Where a key of this time is, or a new one goes. The search is left out for a key behind all
+// others.
+double Glissa::FindPlaceToAdd(KTime pTime, int* pHint)
+{
+    if (KeyGetCount() == 0) {
+        return -0.5;
+    }
+    return mKeys.LastTime() < pTime ? KeyGetCount() - 0.5 : KeyFind(pTime, pHint);
+}
+
+// Opens a record for a new key at a place that FindPlaceToAdd found between the others.
+int Glissa::OpenRecord(double pPlace, KTime pTime, float pValue)
+{
+    const int index = Ceil(pPlace);
+    mKeys.OpenGap(index);
+    KPriFCurveKey& record = mKeys[index];
+    record.mTime = pTime;
+    record.mValue = pValue;
+    CORVEKIT_ASSERT(KeepsOrder(index, pTime));
+    return index;
+}
+
+int Glissa::PostAdded(int pIndex, int* pHint)
+{
+    CallKeyAddCallback(&mKeys[pIndex], pIndex);
+    if (pHint) {
+        *pHint = pIndex;
+    }
+    CallbackAddEvent(kGlissaEventAdded, pIndex);
+    return pIndex;
+}
 
 int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
 {
@@ -41,23 +74,14 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
         return -1;
     }
     const KOperation operation(IsObserved());
-    float value = pKey.GetValue();
-    CheckKeyValue(value);
+    const float value = CheckedKeyValue(pKey.GetValue());
     InitBuffers(KeyGetCount() + 1, false);
-    int index = 0;
-    if (KeyGetCount() > 0) {
-        const double place = FindPlaceToAdd(*this, pTime, pHint);
-        index = static_cast<int>(std::ceil(place));
-        if (IsWhole(place)) {
-            KeySet(index, GlissaKey({pTime, nullptr, value}, pKey.GetKeyAttr()));
-            return index;
-        }
+    const double place = FindPlaceToAdd(pTime, pHint);
+    if (IsWhole(place)) {
+        KeySet(Ceil(place), GlissaKey({pTime, nullptr, value}, pKey.GetKeyAttr()));
+        return Ceil(place);
     }
-    mKeys.OpenGap(index);
-    KPriFCurveKey& record = mKeys[index];
-    record.mTime = pTime;
-    record.mValue = value;
-    CORVEKIT_ASSERT(KeepsOrder(index, pTime));
+    const int index = OpenRecord(place, pTime, value);
     try {
         KeyAttrSet(index, pKey.GetKeyAttr());
     } catch (const std::bad_alloc&) {
@@ -66,12 +90,7 @@ int Glissa::KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint)
         }
         throw;
     }
-    CallKeyAddCallback(&mKeys[index], index);
-    if (pHint) {
-        *pHint = index;
-    }
-    CallbackAddEvent(kGlissaEventAdded, index);
-    return index;
+    return PostAdded(index, pHint);
 }
 
 int Glissa::KeyAdd(KTime pTime, int* pHint)
@@ -93,34 +112,21 @@ int Glissa::KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pH
     }
     const KOperation operation(IsObserved());
     // The source may be this curve, whose records are about to move.
-    KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
-    CheckKeyValue(source.mValue);
+    const KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
+    const float value = CheckedKeyValue(source.mValue);
     InitBuffers(KeyGetCount() + 1, false);
-    int index = 0;
-    if (KeyGetCount() > 0) {
-        const double place = FindPlaceToAdd(*this, pTime, pHint);
-        index = static_cast<int>(std::ceil(place));
-        if (IsWhole(place)) {
-            KPriFCurveKey& record = mKeys[index];
-            record.mValue = source.mValue;
-            record.mTime = pTime;
-            mKeys.TimeChanged(index);
-            PointToAttribute(record, source.mAttribute);
-            return index;
-        }
+    const double place = FindPlaceToAdd(pTime, pHint);
+    if (!IsWhole(place)) {
+        const int index = OpenRecord(place, pTime, value);
+        PointToAttribute(mKeys[index], source.mAttribute);
+        return PostAdded(index, pHint);
     }
-    mKeys.OpenGap(index);
-    KPriFCurveKey& record = mKeys[index];
+    KPriFCurveKey& record = mKeys[Ceil(place)];
+    record.mValue = value;
     record.mTime = pTime;
-    record.mValue = source.mValue;
-    CORVEKIT_ASSERT(KeepsOrder(index, pTime));
+    mKeys.TimeChanged(Ceil(place));
     PointToAttribute(record, source.mAttribute);
-    CallKeyAddCallback(&record, index);
-    if (pHint) {
-        *pHint = index;
-    }
-    CallbackAddEvent(kGlissaEventAdded, index);
-    return index;
+    return Ceil(place);
 }
 
 int Glissa::KeyAppend(KTime pTime, const Glissa* pSource, int pSourceIndex)
@@ -129,17 +135,14 @@ int Glissa::KeyAppend(KTime pTime, const Glissa* pSource, int pSourceIndex)
         return -1;
     }
     const KOperation operation(IsObserved());
-    KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
-    CheckKeyValue(source.mValue);
+    const KPriFCurveKey source = pSource->KeyAt(pSourceIndex);
+    const float value = CheckedKeyValue(source.mValue);
     InitBuffers(KeyGetCount() + 1, false);
     KPriFCurveKey& record = mKeys.Append();
     record.mTime = pTime;
-    record.mValue = source.mValue;
+    record.mValue = value;
     PointToAttribute(record, source.mAttribute);
-    const int index = KeyGetCount() - 1;
-    CallKeyAddCallback(&record, index);
-    CallbackAddEvent(kGlissaEventAdded, index);
-    return index;
+    return PostAdded(KeyGetCount() - 1, nullptr);
 }
 
 // Whether a key of this time can be at an index, which may be one past the end.
@@ -152,6 +155,19 @@ bool Glissa::KeepsOrder(int pIndex, KTime pTime) const
            !(pIndex < count - 1 && pTime >= mKeys[pIndex + 1].mTime);
 }
 
+void Glissa::StoreValue(int pIndex, float pValue)
+{
+    mKeys[pIndex].mValue = CheckedKeyValue(pValue);
+}
+
+// Writes time and value of a record, which need not be that of a key yet.
+void Glissa::WriteRecord(int pIndex, KTime pTime, float pValue)
+{
+    mKeys[pIndex].mTime = pTime;
+    mKeys.TimeChanged(pIndex);
+    StoreValue(pIndex, pValue);
+}
+
 bool Glissa::KeySet(int pIndex, const GlissaKey& pKey)
 {
     const KOperation operation(IsObserved());
@@ -161,23 +177,17 @@ bool Glissa::KeySet(int pIndex, const GlissaKey& pKey)
     }
     mKeys.Reserve(pIndex + 1);
     const bool exists = pIndex < KeyGetCount();
-    KPriFCurveKey& record = mKeys[pIndex];
-    const float oldValue = record.mValue;
-    const KTime oldTime = record.mTime;
-    record.mValue = pKey.GetValue();
-    CheckKeyValue(record.mValue);
-    record.mTime = pKey.GetTime();
-    mKeys.TimeChanged(pIndex);
-
+    const KPriFCurveKey old = mKeys[pIndex];
+    WriteRecord(pIndex, pKey.GetTime(), pKey.GetValue());
     const KPriFCurveKeyAttr attributes = pKey.GetKeyAttr();
-    if (!exists || !(*record.mAttribute == attributes)) {
+    if (!exists || !(*mKeys[pIndex].mAttribute == attributes)) {
         KeyAttrSet(pIndex, attributes);
         return true;
     }
-    if (!HasSameBits(oldValue, record.mValue)) {
+    if (!HasSameBits(old.mValue, mKeys[pIndex].mValue)) {
         CallbackAddEvent(kGlissaEventValue, pIndex);
     }
-    if (oldTime != pKey.GetTime()) {
+    if (old.mTime != pKey.GetTime()) {
         CallbackAddEvent(kGlissaEventTime, pIndex);
     }
     return true;
@@ -192,12 +202,8 @@ bool Glissa::KeySet(int pIndex, const Glissa* pSource, int pSourceIndex)
         return false;
     }
     mKeys.Reserve(pIndex + 1);
-    KPriFCurveKey& record = mKeys[pIndex];
-    record.mTime = source.mTime;
-    record.mValue = source.mValue;
-    CheckKeyValue(record.mValue);
-    mKeys.TimeChanged(pIndex);
-    PointToAttribute(record, source.mAttribute);
+    WriteRecord(pIndex, source.mTime, source.mValue);
+    PointToAttribute(mKeys[pIndex], source.mAttribute);
     CallbackAddEvent(GrowTo(pIndex) ? kGlissaEventAdded : kGlissaEventAllAttributes, pIndex);
     return true;
 }
@@ -265,7 +271,7 @@ void Glissa::RemoveRange(int pFirst, int pLast)
     }
     mKeys.CloseGap(pFirst, pLast);
     if (hasNext) {
-        KeepLeftSide(pFirst, info);
+        KeepLeftSide(*this, pFirst, info);
     }
     CallbackAddEvent(kGlissaEventRemoved, pFirst);
     if (pLast > pFirst) {
@@ -299,23 +305,5 @@ bool Glissa::Delete(KTime pFrom, KTime pTo, bool pInclusive)
 {
     int first = 0;
     int last = 0;
-    return FindRange(pFrom, pTo, pInclusive, first, last) && Delete(first, last);
-}
-
-// The keys between two times; Delete and KeyMoveOf refuse a range that holds none.
-bool Glissa::FindRange(KTime pFrom, KTime pTo, bool pInclusive, int& pFirst, int& pLast)
-{
-    if (KeyGetCount() == 0) {
-        return false;
-    }
-    int hint = KeyGetCount() - 1;
-    const double from = KeyFind(pFrom, nullptr);
-    const double to = KeyFind(pTo, &hint);
-    pFirst = static_cast<int>(std::ceil(from));
-    pLast = static_cast<int>(std::floor(to));
-    if (!pInclusive) {
-        pFirst += IsWhole(from) ? 1 : 0;
-        pLast -= IsWhole(to) ? 1 : 0;
-    }
-    return true;
+    return FindKeyRange(*this, pFrom, pTo, pInclusive, first, last) && Delete(first, last);
 }

@@ -6,6 +6,7 @@
 
 #include "glissa/curve/bezier.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/segment_search.h"
 #include "glissa/curve/slope_rules.h"
 #include "glissa/ext/active.h"
@@ -16,8 +17,6 @@
 
 namespace
 {
-constexpr unsigned kEndlessCount = 0xFFFFFFFFu;
-
 /// The two keys of a segment with their outer neighbours, null at the ends of the curve.
 struct Segment
 {
@@ -246,16 +245,6 @@ float WeightedSlope(const Segment& pSegment, double pT)
     const float seconds = dx * shape.seconds;
     return seconds != 0.0f ? dy / seconds : 0.0f;
 }
-
-bool IsCustom(const KPriFCurveKey& pKey)
-{
-    return pKey.mAttribute->GetInterpolation() == eInterpolationCustom;
-}
-
-double SecondsOfTicks(double pTicks)
-{
-    return pTicks / static_cast<double>(KTime::kTicksPerSecond);
-}
 }  // namespace
 
 float Glissa::Evaluate(KTime pTime, int* pHint)
@@ -296,41 +285,6 @@ float Glissa::EvaluateAny(KTime pTime, int& pHint)
     const bool isOutside = pTime < mKeys.FirstTime() || mKeys.LastTime() < pTime;
     return isOutside && KeyGetCount() > 1 ? EvaluateOutside(pTime, pHint)
                                           : EvaluateIndex(KeyFindAll(pTime, &pHint));
-}
-
-// Before the first or after the last of two keys at least.
-float Glissa::EvaluateOutside(KTime pTime, int& pHint)
-{
-    CORVEKIT_ASSERT(KeyGetCount() > 1);
-    CORVEKIT_ASSERT(pTime < mKeys.FirstTime() || mKeys.LastTime() < pTime);
-    const int count = KeyGetCount();
-    const KTime first = mKeys.FirstTime();
-    const KTime last = mKeys.LastTime();
-    const bool isBefore = pTime < first;
-    const unsigned mode = isBefore ? mPreExtrapolation : mPostExtrapolation;
-    const unsigned repetitions = isBefore ? mPreExtrapolationCount : mPostExtrapolationCount;
-    const std::uint64_t span = TicksBetween(first, last);
-    const std::uint64_t distance =
-        isBefore ? TicksBetween(pTime, first) : TicksBetween(last, pTime);
-    if (mode == eExtrapolationKeepSlope && span != 0) {
-        // The line runs on for the spans of the count and then holds.
-        const bool isHeld = repetitions != kEndlessCount && distance / span >= repetitions;
-        const double ticks =
-            isHeld ? static_cast<double>(span) * repetitions : static_cast<double>(distance);
-        const double seconds = SecondsOfTicks(ticks);
-        return static_cast<float>(isBefore ? mKeys[0].mValue - seconds * KeyGetRightDerivative(0)
-                                           : mKeys[count - 1].mValue +
-                                                 seconds * KeyGetLeftDerivative(count - 1));
-    }
-
-    float value = EvaluateIndex(KeyFindAll(pTime, &pHint));
-    if (mode == eExtrapolationRelativeRepetition && span != 0) {
-        const double rise = static_cast<double>(mKeys[count - 1].mValue) - mKeys[0].mValue;
-        const auto turns = std::min<std::uint64_t>(distance / span + 1, repetitions);
-        const double shift = static_cast<double>(turns) * rise;
-        value = static_cast<float>(isBefore ? value - shift : value + shift);
-    }
-    return value;
 }
 
 float Glissa::EvaluateIndex(double pIndex)
@@ -382,7 +336,8 @@ bool Glissa::EvaluateCustomAround(double pIndex, KTime pTime, float& pValue)
     const auto keyAt = [this, last](double pPlace) -> const KPriFCurveKey& {
         return mKeys[std::clamp(static_cast<int>(pPlace), 0, last)];
     };
-    if (!IsCustom(keyAt(std::floor(pIndex))) && !IsCustom(keyAt(std::ceil(pIndex)))) {
+    if (!IsCustom(*keyAt(std::floor(pIndex)).mAttribute) &&
+        !IsCustom(*keyAt(std::ceil(pIndex)).mAttribute)) {
         return false;
     }
     pValue = CallCustomEvaluation(pIndex, pTime);

@@ -7,6 +7,8 @@
 
 #include "glissa/curve/hold_slopes.h"
 
+#include "glissa/curve/key_kind.h"
+
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
@@ -23,16 +25,6 @@ constexpr double kSameShare = 0x1p-22;
 /// zero where a parameter is made, and a mean of secants may then stand for a slope 2.5 such
 /// differences away from it.
 constexpr double kKeptAutoSlope = 4e-5;
-
-bool IsCubic(const Glissa& pCurve, int pIndex)
-{
-    return pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic;
-}
-
-bool IsCubicKind(const Glissa& pCurve, int pIndex, unsigned pKind)
-{
-    return IsCubic(pCurve, pIndex) && pCurve.KeyGetTangeantMode(pIndex, false) == pKind;
-}
 
 // A kind without a name has slope 0 and no slot for the left slope of the key behind.
 bool HasNoSlopes(const Glissa& pCurve, int pIndex)
@@ -52,7 +44,7 @@ bool HasNoSlopes(const Glissa& pCurve, int pIndex)
 // Slot 1 of a TCB key is its continuity.
 bool HasNoPlaceBehind(const Glissa& pCurve, int pIndex)
 {
-    return IsCubicKind(pCurve, pIndex, eTangentTCB) || HasNoSlopes(pCurve, pIndex);
+    return IsCubicTcb(pCurve, pIndex) || HasNoSlopes(pCurve, pIndex);
 }
 
 // A side shapes the curve when the segment on it is cubic.
@@ -118,7 +110,7 @@ bool KeepsSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
 // Right after left: the left slope of a user tangent takes the right one along.
 void SetSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
 {
-    if (IsCubicKind(pCurve, pIndex, eTangentTCB)) {
+    if (IsCubicTcb(pCurve, pIndex)) {
         double tension = pCurve.KeyGetDataFloat(pIndex, eDataTCBTension);
         double continuity = 0.0;
         double bias = 0.0;

@@ -114,7 +114,7 @@ void GlissaKeyAttributes::SetDataDouble(EGlissaDataIndex pIndex, float pValue)
 void GlissaKey::SetValue(float pValue)
 {
     mValue = pValue;
-    CheckKeyValue(mValue);
+    mValue = CheckedKeyValue(pValue);  // listeners find the value in its place
 }
 
 void GlissaKey::Set(KTime pTime, float pValue, unsigned pInterpolation, unsigned pTangentMode,

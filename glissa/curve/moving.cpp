@@ -3,38 +3,22 @@
 
 // Keys in time: one, all behind one, all or the selected ones, a range.
 //
-// A key that would come too near to a neighbour in the direction of its travel, or pass it, is
-// taken out and put in again. The segments that it leaves and enters then end in the left tangents
-// that they had: info A is that of the key itself, B that of the key it leaves behind, D that of
-// the key in front of which it arrives.
+// A key that would come nearer than 1e-5 s to the next key in the direction of its move, or pass
+// it, is removed and added again; the left sides of the keys around both places are restored.
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_index.h"
+#include "glissa/curve/left_side.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace
 {
 constexpr KTime kMinimalKeyGap(1411);  // 1e-5 s
-
-bool IsWhole(double pIndex)
-{
-    return pIndex == std::floor(pIndex);
-}
-
-int Ceil(double pIndex)
-{
-    return static_cast<int>(std::ceil(pIndex));
-}
-
-int Floor(double pIndex)
-{
-    return static_cast<int>(std::floor(pIndex));
-}
 
 // Whether each key of a range can take its time plus pDelta. Past an end of the range of times the
 // sums would all be that end.
@@ -44,20 +28,73 @@ bool CanShiftKeys(const Glissa& pCurve, int pFirst, int pLast, KTime pDelta)
     return CanShift(pCurve.KeyGetTime(pFirst), pDelta) &&
            CanShift(pCurve.KeyGetTime(pLast), pDelta);
 }
+
+// A time on no key: the one given, or the next one in steps of the minimal gap. At the end of time
+// the steps go back.
+KTime FreeTimeNear(Glissa& pCurve, KTime pTime, int* pHint)
+{
+    CORVEKIT_ASSERT(pCurve.KeyGetCount() > 0 && pTime != kNoKeyTime);
+    KTime time = pTime;
+    KTime step = kMinimalKeyGap;
+    while (IsWhole(pCurve.KeyFind(time, pHint))) {
+        if (time + step == time || time + step == KTime::Infinite()) {
+            step = -kMinimalKeyGap;
+        }
+        time += step;
+    }
+    return time;
+}
+
+// Takes a key out and puts it in at another time, or at the next free one behind it. The key, the
+// one that was behind it and the one in front of which it arrives keep their left sides.
+int Reinsert(Glissa& pCurve, int pIndex, KTime pTime, const GlissaKey& pKey)
+{
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
+    int hint = pIndex;
+    const KTime time = FreeTimeNear(pCurve, pTime, &hint);
+    const int arrival = Ceil(pCurve.KeyFind(time, &hint));
+    const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
+    // Between the neighbours that it had, the key arrives in front of the one it leaves behind.
+    const bool hasArrival =
+        arrival < pCurve.KeyGetCount() && arrival != pIndex && arrival != pIndex + 1;
+    const GlissaTangeantInfo ownLeft = pCurve.KeyGetLeftDerivativeInfo(pIndex);
+    const GlissaTangeantInfo nextLeft =
+        hasNext ? pCurve.KeyGetLeftDerivativeInfo(pIndex + 1) : GlissaTangeantInfo();
+    const GlissaTangeantInfo arrivalLeft =
+        hasArrival && arrival > 0 ? pCurve.KeyGetLeftDerivativeInfo(arrival) : GlissaTangeantInfo();
+    pCurve.KeyRemove(pIndex);
+    const int index = pCurve.KeyAdd(time, pKey, &hint);
+    KeepLeftSide(pCurve, index, ownLeft);
+    if (hasArrival) {
+        KeepLeftSide(pCurve, index + 1, arrivalLeft);
+    }
+    if (hasNext) {
+        KeepLeftSide(pCurve, index > pIndex ? pIndex : pIndex + 1, nextLeft);
+    }
+    return index;
+}
 }  // namespace
 
-void Glissa::WriteValue(int pIndex, float pValue)
+void Glissa::KeySetValue(int pIndex, float pValue)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     const KOperation operation(IsInvalidKeyCheckActive());
     ResetCandidate();
-    KPriFCurveKey& key = mKeys[pIndex];
-    key.mValue = pValue;
-    CheckKeyValue(key.mValue);
+    StoreValue(pIndex, pValue);
     CallbackAddEvent(kGlissaEventValue, pIndex);
 }
 
-void Glissa::WriteTime(int pIndex, KTime pTime)
+void Glissa::KeyIncValue(int pIndex, float pValue)
+{
+    KeySetValue(pIndex, KeyGetValue(pIndex) + pValue);
+}
+
+void Glissa::KeyMultValue(int pIndex, float pFactor)
+{
+    KeySetValue(pIndex, KeyGetValue(pIndex) * pFactor);
+}
+
+void Glissa::KeySetTime(int pIndex, KTime pTime)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     ResetCandidate();
@@ -66,29 +103,9 @@ void Glissa::WriteTime(int pIndex, KTime pTime)
     CallbackAddEvent(kGlissaEventTime, pIndex);
 }
 
-void Glissa::KeySetValue(int pIndex, float pValue)
-{
-    WriteValue(pIndex, pValue);
-}
-
-void Glissa::KeyIncValue(int pIndex, float pValue)
-{
-    WriteValue(pIndex, KeyGetValue(pIndex) + pValue);
-}
-
-void Glissa::KeyMultValue(int pIndex, float pFactor)
-{
-    WriteValue(pIndex, KeyGetValue(pIndex) * pFactor);
-}
-
-void Glissa::KeySetTime(int pIndex, KTime pTime)
-{
-    WriteTime(pIndex, pTime);
-}
-
 void Glissa::KeyIncTime(int pIndex, KTime pTime)
 {
-    WriteTime(pIndex, KeyGetTime(pIndex) + pTime);
+    KeySetTime(pIndex, KeyGetTime(pIndex) + pTime);
 }
 
 int Glissa::KeyMove(int pIndex, KTime pTime)
@@ -101,60 +118,15 @@ int Glissa::KeyMove(int pIndex, KTime pTime)
     const KeyModifyBracket bracket(*this);
     if (delta > KTime() && pIndex < KeyGetCount() - 1) {
         if (KeyGetTime(pIndex + 1) - pTime < kMinimalKeyGap) {
-            return Reinsert(pIndex, pTime, KeyGet(pIndex));
+            return Reinsert(*this, pIndex, pTime, KeyGet(pIndex));
         }
     } else if (delta <= KTime() && pIndex > 0) {
         if (pTime - KeyGetTime(pIndex - 1) < kMinimalKeyGap) {
-            return Reinsert(pIndex, pTime, KeyGet(pIndex));
+            return Reinsert(*this, pIndex, pTime, KeyGet(pIndex));
         }
     }
-    WriteTime(pIndex, pTime);
+    KeySetTime(pIndex, pTime);
     return pIndex;
-}
-
-// A time on no key: the one given, or the next one in steps of the minimal gap. At the end of time
-// the steps go back.
-KTime Glissa::FreeTimeNear(KTime pTime, int* pHint)
-{
-    CORVEKIT_ASSERT(KeyGetCount() > 0 && pTime != kNoKeyTime);
-    KTime time = pTime;
-    KTime step = kMinimalKeyGap;
-    while (IsWhole(KeyFind(time, pHint))) {
-        if (time + step == time || time + step == KTime::Infinite()) {
-            step = -kMinimalKeyGap;
-        }
-        time += step;
-    }
-    return time;
-}
-
-// Takes a key out and puts it in at another time, or at the next free one behind it. The key, the
-// one that was behind it and the one in front of which it arrives keep their left sides.
-int Glissa::Reinsert(int pIndex, KTime pTime, const GlissaKey& pKey)
-{
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
-    CORVEKIT_ASSERT(mModifyNesting > 0);
-    int hint = pIndex;
-    const KTime time = FreeTimeNear(pTime, &hint);
-    const int arrival = Ceil(KeyFind(time, &hint));
-    const bool hasNext = pIndex + 1 < KeyGetCount();
-    // Between the neighbours that it had, the key arrives in front of the one it leaves behind.
-    const bool hasArrival = arrival < KeyGetCount() && arrival != pIndex && arrival != pIndex + 1;
-    const GlissaTangeantInfo a = KeyGetLeftDerivativeInfo(pIndex);
-    const GlissaTangeantInfo b =
-        hasNext ? KeyGetLeftDerivativeInfo(pIndex + 1) : GlissaTangeantInfo();
-    const GlissaTangeantInfo d =
-        hasArrival && arrival > 0 ? KeyGetLeftDerivativeInfo(arrival) : GlissaTangeantInfo();
-    KeyRemove(pIndex);
-    const int index = KeyAdd(time, pKey, &hint);
-    KeepLeftSide(index, a);
-    if (hasArrival) {
-        KeepLeftSide(index + 1, d);
-    }
-    if (hasNext) {
-        KeepLeftSide(index > pIndex ? pIndex : pIndex + 1, b);
-    }
-    return index;
 }
 
 bool Glissa::KeyMoveOf(int pIndex, KTime pDelta, float pValue)
@@ -215,7 +187,7 @@ bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
         }
         GlissaKey key = KeyGet(i);
         key.IncValue(pValue);
-        Reinsert(i, target, key);
+        Reinsert(*this, i, target, key);
     }
     return true;
 }
@@ -259,7 +231,7 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
         const bool hasNeighbour = neighbour >= 0 && neighbour < KeyGetCount();
         if (!hasNeighbour || (isUpward ? target - KeyGetTime(neighbour)
                                        : KeyGetTime(neighbour) - target) >= kMinimalKeyGap) {
-            WriteTime(c, target);
+            KeySetTime(c, target);
             c += isUpward ? 1 : -1;
             continue;
         }
@@ -276,10 +248,10 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
                 hasBehind ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
             KeyRemove(c);
             const int index = KeyAdd(target, key, &hint);
-            KeepLeftSide(index, left);
+            KeepLeftSide(*this, index, left);
             KeySetRightDerivativeInfo(index, right, false);
             if (hasBehind) {
-                KeepLeftSide(index + 1, behindLeft);
+                KeepLeftSide(*this, index + 1, behindLeft);
             }
             if (isUpward) {
                 --last;
@@ -288,7 +260,7 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
             }
             continue;
         }
-        Reinsert(c, target, key);
+        Reinsert(*this, c, target, key);
         c += isUpward ? 1 : -1;
     }
     return true;
@@ -298,5 +270,6 @@ bool Glissa::KeyMoveOf(KTime pFrom, KTime pTo, KTime pDelta, bool pInclusive)
 {
     int first = 0;
     int last = 0;
-    return FindRange(pFrom, pTo, pInclusive, first, last) && KeyMoveOf(pDelta, first, last);
+    return FindKeyRange(*this, pFrom, pTo, pInclusive, first, last) &&
+           KeyMoveOf(pDelta, first, last);
 }

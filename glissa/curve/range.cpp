@@ -12,6 +12,9 @@
 #include "glissa/curve/curve.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/curve/hold_slopes.h"
+#include "glissa/curve/key_index.h"
+#include "glissa/curve/key_kind.h"
+#include "glissa/curve/left_side.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/ticks.h"
 
@@ -24,16 +27,6 @@ namespace
 /// A shift of values up to this is none.
 constexpr float kNoShift = 1e-7f;
 constexpr unsigned kHoldsSlope = eTangentUser | eTangentAuto;
-
-int Ceil(double pIndex)
-{
-    return static_cast<int>(std::ceil(pIndex));
-}
-
-int Floor(double pIndex)
-{
-    return static_cast<int>(std::floor(pIndex));
-}
 
 bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRight, bool pIsAuto)
 {
@@ -48,6 +41,116 @@ KTime ShiftedTime(const Glissa& pCurve, int pIndex, KTime pOffset)
     CORVEKIT_ASSERT(pOffset != kNoKeyTime);
     return Later(pOffset, TicksBetween(pCurve.KeyGetTime(0), pCurve.KeyGetTime(pIndex)));
 }
+
+bool HasStart(const KTimeSpan& pSpan)
+{
+    return pSpan.GetStart() > KTime::MinusInfinite();
+}
+
+bool HasStop(const KTimeSpan& pSpan)
+{
+    return pSpan.GetStop() < KTime::Infinite();
+}
+
+// A custom key is the host's to fit in, where it is told of new keys.
+bool IsLeftToHost(const Glissa& pCurve, int pIndex)
+{
+    return pCurve.GetCallbackForCustomKeyAddEnabled() && IsCustom(pCurve, pIndex);
+}
+
+/// The left side of a key, as the key before it stores it and as it is.
+struct StoredSide
+{
+    bool exists = false;
+    bool isTcb = false;  // the slots are parameters of a TCB key and store no side
+    bool isCubic = false;
+    bool isSlope = false;  // not an automatic parameter
+    GlissaKeyAttributes slots{};
+    GlissaTangeantInfo info;
+};
+
+// What the key stores whose segment a time cuts, or which stands there.
+StoredSide SideBehind(Glissa& pCurve, int pIndex)
+{
+    StoredSide side;
+    if (pIndex >= 0 && pIndex < pCurve.KeyGetCount()) {
+        side.exists = true;
+        side.isTcb = IsCubicTcb(pCurve, pIndex);
+        side.isCubic = IsCubic(pCurve, pIndex);
+        side.isSlope = StoresNextLeftSlope(pCurve, pIndex);
+        side.slots = *pCurve.InternalPriKeyAttrGetPtr(pIndex);
+        if (pIndex + 1 < pCurve.KeyGetCount()) {
+            side.info = pCurve.KeyGetLeftDerivativeInfo(pIndex + 1);
+        }
+    }
+    return side;
+}
+
+// Slot 1, the next-left weight and its mode, as they were in another key.
+void TakeNextLeft(Glissa& pCurve, int pIndex, const GlissaKeyAttributes& pOld)
+{
+    pCurve.KeySetDataDouble(pIndex, eDataNextLeftSlope, pOld.mData[eDataNextLeftSlope]);
+    const float weight = pOld.GetDataDouble(eDataNextLeftWeight);
+    if (pCurve.KeyGetDataDouble(pIndex, eDataNextLeftWeight) != weight) {
+        pCurve.KeySetDataDouble(pIndex, eDataNextLeftWeight, weight);
+    }
+    pCurve.KeySetTangeantWeightMode(pIndex, pOld.GetTangeantWeightMode(), eWeightNextLeft);
+}
+
+void InsertBetween(Glissa& pCurve, Glissa* pSource, KTime pOffset,
+                   const GlissaTangeantInfo& pFirstLeft)
+{
+    CORVEKIT_ASSERT(pCurve.KeyGetCount() > 0 && pSource->KeyGetCount() > 0);
+    const int last = pSource->KeyGetCount() - 1;
+    int hint = 0;
+    int index = -1;
+    StoredSide side;
+    for (int i = 0; i <= last; ++i) {
+        const KTime time = ShiftedTime(*pSource, i, pOffset);
+        const int before = Floor(pCurve.KeyFind(time, &hint));
+        if (i == 0 || before != index) {
+            side = SideBehind(pCurve, before);  // else the key put in before cut the same segment
+        }
+        index = pCurve.KeyAdd(time, pSource, i, &hint);
+        if (IsLeftToHost(pCurve, index)) {
+            continue;
+        }
+        const bool meansAnother = side.isCubic && IsCubic(pCurve, index) &&
+                                  side.isSlope != StoresNextLeftSlope(pCurve, index);
+        if (side.exists && (side.isTcb || IsCubicTcb(pCurve, index) || meansAnother)) {
+            KeepLeftSide(pCurve, index + 1, side.info, meansAnother);
+        } else if (side.exists) {
+            TakeNextLeft(pCurve, index, side.slots);
+        }
+        if (i == 0) {
+            KeepLeftSide(pCurve, index, pFirstLeft);
+            continue;
+        }
+        pCurve.KeySetLeftTangeantWeight(index, pSource->KeyGetLeftTangeantWeight(i));
+        pCurve.KeySetLeftTangeantWeightedMode(index, pSource->KeyIsLeftTangeantWeighted(i));
+        const GlissaTangeantInfo left = pSource->KeyGetLeftDerivativeInfo(i);
+        KeepLeftSide(pCurve, index, left);
+        if (i == last && IsCustom(pCurve, index)) {
+            pCurve.KeySetRightDerivative(index, left.mDerivative);
+        }
+    }
+}
+
+// The keys pFirst to pLast of a source, shifted in time. The index of the last one, or -1.
+int AddRange(Glissa& pCurve, Glissa* pSource, int pFirst, int pLast, KTime pOffset)
+{
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pSource->KeyGetCount());
+    int hint = 0;
+    int last = -1;
+    pCurve.InitBuffers(pCurve.KeyGetCount() + std::max(pLast - pFirst + 1, 0), false);
+    for (int i = pFirst; i <= pLast; ++i) {
+        const KTime time = pSource->KeyGetTime(i) + pOffset;
+        const bool isBehind = pCurve.KeyGetCount() > 0 && pCurve.Keys().LastTime() < time;
+        last =
+            isBehind ? pCurve.KeyAppend(time, pSource, i) : pCurve.KeyAdd(time, pSource, i, &hint);
+    }
+    return last;
+}
 }  // namespace
 
 /// What the values of a span and of the keys behind it become: v + add, or add - v.
@@ -59,21 +162,11 @@ struct Glissa::ValueShift
     bool IsNone() const { return !(std::fabs(add) > kNoShift); }
 };
 
-/// A span in time; either end may be open.
-struct Glissa::TimeSpan
-{
-    KTime start;
-    KTime stop;
-
-    bool HasStart() const { return start > KTime::MinusInfinite(); }
-    bool HasStop() const { return stop < KTime::Infinite(); }
-};
-
 Glissa* Glissa::Copy(KTime pStart, KTime pStop) const
 {
     CurveHolder copy(GlissaCreate());
-    const TimeSpan span{pStart, pStop};
-    if (!span.HasStart() && !span.HasStop()) {
+    const KTimeSpan span(pStart, pStop);
+    if (!HasStart(span) && !HasStop(span)) {
         copy->CopyFrom(*this, true);
     } else {
         copy->mValue = mValue;
@@ -149,119 +242,18 @@ void Glissa::Insert(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pF
     {
         const KeyModifyBracket bracket(*this);
         if (KeyGetCount() > 0 && pOffset <= mKeys.LastTime()) {
-            InsertBetween(pSource, pOffset, pFirstLeft);
+            InsertBetween(*this, pSource, pOffset, pFirstLeft);
         } else {
             const int first = KeyGetCount();
             for (int i = 0; i < added; ++i) {
                 KeyAppend(ShiftedTime(*pSource, i, pOffset), pSource, i);
             }
-            if (!IsLeftToHost(first)) {
-                KeepLeftSide(first, pFirstLeft);
+            if (!IsLeftToHost(*this, first)) {
+                KeepLeftSide(*this, first, pFirstLeft);
             }
         }
     }
     CandidateClear();
-}
-
-// A custom key is the host's to fit in, where it is told of new keys.
-bool Glissa::IsLeftToHost(int pIndex) const
-{
-    return mCustomKeyAddEnabled && KeyGetInterpolation(pIndex) == eInterpolationCustom;
-}
-
-/// The left side of a key, as the key before it stores it and as it is.
-struct Glissa::StoredSide
-{
-    bool exists = false;
-    bool isTcb = false;  // the slots are parameters of a TCB key and store no side
-    bool isCubic = false;
-    bool isSlope = false;  // not an automatic parameter
-    GlissaKeyAttributes slots{};
-    GlissaTangeantInfo info;
-};
-
-// What the key stores whose segment a time cuts, or which stands there.
-Glissa::StoredSide Glissa::SideBehind(int pIndex)
-{
-    StoredSide side;
-    if (pIndex >= 0 && pIndex < KeyGetCount()) {
-        side.exists = true;
-        side.isTcb = IsCubicTCB(pIndex);
-        side.isCubic = KeyGetInterpolation(pIndex) == eInterpolationCubic;
-        side.isSlope = StoresNextLeftSlope(pIndex);
-        side.slots = Attr(pIndex);
-        if (pIndex + 1 < KeyGetCount()) {
-            side.info = KeyGetLeftDerivativeInfo(pIndex + 1);
-        }
-    }
-    return side;
-}
-
-void Glissa::InsertBetween(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft)
-{
-    CORVEKIT_ASSERT(KeyGetCount() > 0 && pSource->KeyGetCount() > 0 && mModifyNesting > 0);
-    const int last = pSource->KeyGetCount() - 1;
-    int hint = mSearchIndex;
-    int index = -1;
-    StoredSide side;
-    for (int i = 0; i <= last; ++i) {
-        const KTime time = ShiftedTime(*pSource, i, pOffset);
-        const int before = Floor(KeyFind(time, &hint));
-        if (i == 0 || before != index) {
-            side = SideBehind(before);  // else the key put in before cut the same segment
-        }
-        index = KeyAdd(time, pSource, i, &hint);
-        if (IsLeftToHost(index)) {
-            continue;
-        }
-        const bool meansAnother = side.isCubic &&
-                                  KeyGetInterpolation(index) == eInterpolationCubic &&
-                                  side.isSlope != StoresNextLeftSlope(index);
-        if (side.exists && (side.isTcb || IsCubicTCB(index) || meansAnother)) {
-            KeepLeftSide(index + 1, side.info, meansAnother);
-        } else if (side.exists) {
-            TakeNextLeft(index, side.slots);
-        }
-        if (i == 0) {
-            KeepLeftSide(index, pFirstLeft);
-            continue;
-        }
-        KeySetLeftTangeantWeight(index, pSource->KeyGetLeftTangeantWeight(i));
-        KeySetLeftTangeantWeightedMode(index, pSource->KeyIsLeftTangeantWeighted(i));
-        const GlissaTangeantInfo left = pSource->KeyGetLeftDerivativeInfo(i);
-        KeepLeftSide(index, left);
-        if (i == last && KeyGetInterpolation(index) == eInterpolationCustom) {
-            KeySetRightDerivative(index, left.mDerivative);
-        }
-    }
-}
-
-// Whether slot 1 of a cubic key, TCB ones aside, is a slope and not a parameter: a cubic key behind
-// it decides, any other leaves it to the key.
-bool Glissa::StoresNextLeftSlope(int pIndex) const
-{
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
-    if (KeyGetInterpolation(pIndex) != eInterpolationCubic || IsCubicTCB(pIndex)) {
-        return false;
-    }
-    const unsigned next = pIndex + 1 < KeyGetCount() ? KeyGetInterpolation(pIndex + 1) : 0;
-    return next == eInterpolationCubic    ? IsCubicUser(pIndex + 1)
-           : next == eInterpolationCustom ? true
-                                          : IsCubicUser(pIndex);
-}
-
-// Slot 1, the next-left weight and its mode, as they stood in another key.
-void Glissa::TakeNextLeft(int pIndex, const GlissaKeyAttributes& pOld)
-{
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
-    KeySetDataDouble(pIndex, eDataNextLeftSlope, pOld.mData[eDataNextLeftSlope]);
-    GlissaKeyAttributes attributes = Attr(pIndex);
-    const float weight = pOld.GetDataDouble(eDataNextLeftWeight);
-    if (attributes.GetDataDouble(eDataNextLeftWeight) != weight) {
-        attributes.SetDataDouble(eDataNextLeftWeight, weight);
-        SetData(pIndex, eDataNextLeftWeight, attributes);
-    }
-    KeySetTangeantWeightMode(pIndex, pOld.GetTangeantWeightMode(), eWeightNextLeft);
 }
 
 void Glissa::Replace(Glissa* pSource, KTime pStart, KTime pStop, bool pExactSpan,
@@ -279,7 +271,7 @@ void Glissa::ReplaceForEulerXYZ(Glissa* pSource, KTime pStart, KTime pStop, floa
                 {pAddFromStart, pInvertFromStart}, {pAddAfterStop, pInvertAfterStop});
 }
 
-void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan,
+void Glissa::ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpan,
                          bool pKeyEndsWhenEmpty, KTime pOffset, const ValueShift& pFromStart,
                          const ValueShift& pAfterStop)
 {
@@ -287,31 +279,30 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
     if (KeyGetCount() == 0 && sourceCount == 0) {
         return;
     }
-    TimeSpan wanted = pSpan;  // of the source, which keys are taken
-    TimeSpan target = pSpan;  // of this curve, which keys go
+    KTimeSpan wanted = pSpan;  // of the source, which keys are taken
+    KTimeSpan target = pSpan;  // of this curve, which keys go
     bool isEmpty = true;
     if (sourceCount > 0) {
         int hint = 0;
-        const KTime start = pSpan.HasStart() ? pSpan.start : pSource->KeyGetTime(0);
-        const KTime stop = pSpan.HasStop() ? pSpan.stop : pSource->KeyGetTime(sourceCount - 1);
+        const KTime start = HasStart(pSpan) ? pSpan.GetStart() : pSource->KeyGetTime(0);
+        const KTime stop = HasStop(pSpan) ? pSpan.GetStop() : pSource->KeyGetTime(sourceCount - 1);
         const int first = Ceil(pSource->KeyFind(start, &hint));
         const int last = std::min(Floor(pSource->KeyFind(stop, &hint)), sourceCount - 1);
         isEmpty = first >= sourceCount;
-        target = {start + pOffset, stop + pOffset};
-        if (isEmpty && !pSpan.HasStop()) {
-            target.stop = KTime::Infinite();  // all keys of the source lie before the start
-        }
+        // Without an end, and all keys of the source before the start, there is no stop to add to.
+        const bool isOpen = isEmpty && !HasStop(pSpan);
+        target = {start + pOffset, isOpen ? KTime::Infinite() : stop + pOffset};
         if (!pExactSpan) {
-            wanted.start = isEmpty ? wanted.start : pSource->KeyGetTime(first);
-            wanted.stop = last >= 0 ? pSource->KeyGetTime(last) : wanted.stop;
+            wanted = {isEmpty ? pSpan.GetStart() : pSource->KeyGetTime(first),
+                      last >= 0 ? pSource->KeyGetTime(last) : pSpan.GetStop()};
         }
     }
     // The keys that come over.
     int sourceHint = 0;
-    const int firstAdded = isEmpty ? 0 : Ceil(pSource->KeyFind(wanted.start, &sourceHint));
+    const int firstAdded = isEmpty ? 0 : Ceil(pSource->KeyFind(wanted.GetStart(), &sourceHint));
     int lastAdded = firstAdded - 1;
     while (!isEmpty && lastAdded + 1 < sourceCount &&
-           pSource->KeyGetTime(lastAdded + 1) <= wanted.stop) {
+           pSource->KeyGetTime(lastAdded + 1) <= wanted.GetStop()) {
         ++lastAdded;
     }
     if (firstAdded <= lastAdded && !(CanShift(pSource->KeyGetTime(firstAdded), pOffset) &&
@@ -326,55 +317,40 @@ void Glissa::ReplaceSpan(Glissa* pSource, const TimeSpan& pSpan, bool pExactSpan
     }
 
     const bool hasKeys = KeyGetCount() > 0;
-    const int first = hasKeys ? Ceil(KeyFind(target.start, nullptr)) : 0;
-    const float leftSlope = EvaluateLeftDerivative(target.start, nullptr);
-    const float rightSlope = EvaluateRightDerivative(target.stop, nullptr);
-    const int behind = hasKeys ? Floor(KeyFind(target.stop, nullptr)) + 1 : 0;
+    const int first = hasKeys ? Ceil(KeyFind(target.GetStart(), nullptr)) : 0;
+    const float leftSlope = EvaluateLeftDerivative(target.GetStart(), nullptr);
+    const float rightSlope = EvaluateRightDerivative(target.GetStop(), nullptr);
+    const int behind = hasKeys ? Floor(KeyFind(target.GetStop(), nullptr)) + 1 : 0;
     const GlissaTangeantInfo behindLeft =
         behind < KeyGetCount() ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
-    Delete(target.start, target.stop, true);
+    Delete(target.GetStart(), target.GetStop(), true);
     if (isEmpty) {
         return;
     }
 
-    const int last = AddRange(pSource, firstAdded, lastAdded, pOffset);
+    const int last = AddRange(*this, pSource, firstAdded, lastAdded, pOffset);
     if (last >= 0) {
         ShiftKeys(first, last, pFromStart);
-        if (wanted.HasStart() && first < KeyGetCount() && KeyGetTime(first) <= target.stop) {
-            const bool isBefore = KeyGetTime(first) < target.start && first + 1 < KeyGetCount();
+        if (HasStart(wanted) && first < KeyGetCount() && KeyGetTime(first) <= target.GetStop()) {
+            const bool isBefore =
+                KeyGetTime(first) < target.GetStart() && first + 1 < KeyGetCount();
             const int seam = isBefore ? first + 1 : first;
             if ((Attr(seam).mFlags & kHoldsSlope) != 0) {
                 KeySetLeftDerivative(seam, leftSlope);
             }
         }
-        if (wanted.HasStop() && (Attr(last).mFlags & kHoldsSlope) != 0) {
+        if (HasStop(wanted) && (Attr(last).mFlags & kHoldsSlope) != 0) {
             KeySetRightDerivative(last, rightSlope);
         }
-        if (last + 1 < KeyGetCount() &&
-            !IsSameSide(behindLeft, KeyGetLeftDerivativeInfo(last + 1), IsCubicAuto(last + 1))) {
-            KeepLeftSide(last + 1, behindLeft);
+        if (last + 1 < KeyGetCount() && !IsSameSide(behindLeft, KeyGetLeftDerivativeInfo(last + 1),
+                                                    IsCubicAuto(*this, last + 1))) {
+            KeepLeftSide(*this, last + 1, behindLeft);
         }
     }
     const int rest = last >= 0           ? last + 1
-                     : KeyGetCount() > 0 ? Floor(KeyFind(target.stop, nullptr)) + 1
+                     : KeyGetCount() > 0 ? Floor(KeyFind(target.GetStop(), nullptr)) + 1
                                          : 0;
     ShiftKeys(rest, KeyGetCount() - 1, pAfterStop);
-}
-
-// The keys pFirst to pLast of a source, shifted in time. The index of the last one, or -1.
-int Glissa::AddRange(Glissa* pSource, int pFirst, int pLast, KTime pOffset)
-{
-    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pSource->KeyGetCount());
-    int hint = 0;
-    int last = -1;
-    ResetCandidate();
-    InitBuffers(KeyGetCount() + std::max(pLast - pFirst + 1, 0), false);
-    for (int i = pFirst; i <= pLast; ++i) {
-        const KTime time = pSource->KeyGetTime(i) + pOffset;
-        const bool isBehind = KeyGetCount() > 0 && mKeys.LastTime() < time;
-        last = isBehind ? KeyAppend(time, pSource, i) : KeyAdd(time, pSource, i, &hint);
-    }
-    return last;
 }
 
 // Shifts the values of some keys. Inverted, their slopes turn round as well; the left one of the
@@ -388,12 +364,12 @@ void Glissa::ShiftKeys(int pFirst, int pLast, const ValueShift& pShift)
     for (int i = pFirst; i <= pLast; ++i) {
         const float value = KeyGetValue(i);
         KeySetValue(i, pShift.isInverted ? pShift.add - value : pShift.add + value);
-        if (pShift.isInverted && IsCubicUser(i)) {
+        if (pShift.isInverted && IsCubicUser(*this, i)) {
             KeySetDataDouble(i, eDataRightSlope, -KeyGetDataDouble(i, eDataRightSlope));
         }
     }
     for (int i = std::max(pFirst - 1, 0); i <= pLast && pShift.isInverted; ++i) {
-        if (StoresNextLeftSlope(i)) {
+        if (StoresNextLeftSlope(*this, i)) {
             KeySetDataDouble(i, eDataNextLeftSlope, -KeyGetDataDouble(i, eDataNextLeftSlope));
         }
     }
@@ -401,9 +377,9 @@ void Glissa::ShiftKeys(int pFirst, int pLast, const ValueShift& pShift)
 
 // Holds one value through a span. On each side that has an end a key one tick outside keeps the
 // curve that was there, and the keys on the ends are flat.
-void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pValue)
+void Glissa::HoldSpan(const KTimeSpan& pTarget, const KTimeSpan& pSpan, float pValue)
 {
-    CORVEKIT_ASSERT(mModifyNesting > 0 && pTarget.start <= pTarget.stop);
+    CORVEKIT_ASSERT(mModifyNesting > 0 && pTarget.GetStart() <= pTarget.GetStop());
     constexpr KTime kTick(1);
     const auto makeKey = [this](int& pHint, int pContinuity) {
         return CandidateKey(&pHint, static_cast<int>(eInterpolationCubic),
@@ -435,15 +411,16 @@ void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pVal
         }
     };
     // While the keys inside are there: without them the curve outside would be another.
-    if (pSpan.HasStart()) {
-        keyOutside(pTarget.start - kTick);
+    if (HasStart(pSpan)) {
+        keyOutside(pTarget.GetStart() - kTick);
     }
-    if (pSpan.HasStop()) {
-        keyOutside(pTarget.stop + kTick);
+    if (HasStop(pSpan)) {
+        keyOutside(pTarget.GetStop() + kTick);
     }
     int first = 0;
     int last = 0;
-    if (FindRange(pTarget.start, pTarget.stop, true, first, last) && first <= last) {
+    if (FindKeyRange(*this, pTarget.GetStart(), pTarget.GetStop(), true, first, last) &&
+        first <= last) {
         RemoveRange(first, last);
     }
 
@@ -453,16 +430,16 @@ void Glissa::HoldSpan(const TimeSpan& pTarget, const TimeSpan& pSpan, float pVal
         if (!makeKey(index, eContinuityDefault) || !pIsEnd) {
             return;
         }
-        if (index > 0 && !IsCubicTCB(index - 1)) {
+        if (index > 0 && !IsCubicTcb(*this, index - 1)) {
             KeySetDataDouble(index - 1, eDataNextLeftSlope, 0.0f);
         }
         KeySetDataDouble(index, eDataRightSlope, 0.0f);
     };
-    holdAt(pTarget.start, pSpan.HasStart());
-    holdAt(pTarget.stop, pSpan.HasStop());
+    holdAt(pTarget.GetStart(), HasStart(pSpan));
+    holdAt(pTarget.GetStop(), HasStop(pSpan));
     // The jump beside a key outside would turn an automatic tangent.
     for (const Outside& each : outside) {
-        if (each.time < pTarget.start || each.time > pTarget.stop) {
+        if (each.time < pTarget.GetStart() || each.time > pTarget.GetStop()) {
             HoldSlopesByUserTangent(*this, Floor(KeyFind(each.time, nullptr)), each.slopes);
         }
     }

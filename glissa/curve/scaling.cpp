@@ -4,6 +4,7 @@
 // Values and slopes, of one key or of all and the selected ones.
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/modify_bracket.h"
 
 namespace
@@ -64,7 +65,7 @@ bool Glissa::KeyScaleValueAndTangeant(bool pSelectedOnly, float pFactor)
 
 void Glissa::KeyMultTangeant(int pIndex, float pFactor)
 {
-    if (pFactor == 1.0f || !IsCubicUser(pIndex)) {
+    if (pFactor == 1.0f || !IsCubicUser(Attr(pIndex))) {
         return;
     }
     GlissaKeyAttributes attributes = Attr(pIndex);
@@ -86,18 +87,22 @@ void Glissa::KeyMultDerivative(int pIndex, float pFactor)
 
 void Glissa::KeyIncLeftDerivative(int pIndex, float pSlope)
 {
-    if (pIndex > 0 && IsCubicUser(pIndex - 1)) {
-        ResetCandidate();
-        KeySetDataDouble(pIndex - 1, eDataNextLeftSlope,
-                         KeyGetDataDouble(pIndex - 1, eDataNextLeftSlope) + pSlope);
+    if (pIndex > 0) {
+        IncSlope(pIndex - 1, eDataNextLeftSlope, pSlope);
     }
 }
 
 void Glissa::KeyIncRightDerivative(int pIndex, float pSlope)
 {
-    if (pIndex < KeyGetCount() - 1 && IsCubicUser(pIndex)) {
+    if (pIndex < KeyGetCount() - 1) {
+        IncSlope(pIndex, eDataRightSlope, pSlope);
+    }
+}
+
+void Glissa::IncSlope(int pIndex, EGlissaDataIndex pData, float pSlope)
+{
+    if (IsCubicUser(Attr(pIndex))) {
         ResetCandidate();
-        KeySetDataDouble(pIndex, eDataRightSlope,
-                         KeyGetDataDouble(pIndex, eDataRightSlope) + pSlope);
+        KeySetDataDouble(pIndex, pData, KeyGetDataDouble(pIndex, pData) + pSlope);
     }
 }

@@ -3,6 +3,7 @@
 
 #include "glissa/curve/slope_rules.h"
 
+#include "glissa/curve/key_kind.h"
 #include "glissa/settings/settings.h"
 
 #include <algorithm>
@@ -15,16 +16,6 @@ constexpr double kSmallAuto = 0.01;       // a time independent tangent this nea
 constexpr double kSlopeTolerance = 1e-5;  // where two slopes or parameters count as equal
 constexpr double kAutoRange = 500.0;      // beyond, the slope leaves the secants along a parabola
 constexpr double kParabolaScale = 1000.0;
-
-bool IsAuto(unsigned pKind)
-{
-    return pKind == eTangentAuto || pKind == eTangentAutoBreak;
-}
-
-bool IsUser(unsigned pKind)
-{
-    return pKind == eTangentUser || pKind == eTangentUserBreak;
-}
 
 // P(a): how far, squared, a parameter lies beyond the range.
 double Beyond(double pAuto)
@@ -109,7 +100,7 @@ float RightAutoSlope(const KeyWindow& pKey, bool pExtremes)
         return NeighbourSecant(pKey);
     }
     SecantsOfKey(pKey, toLeft, toRight);
-    return static_cast<float>(RightSlopeFromAuto(parameter, toLeft, toRight));
+    return static_cast<float>(SlopeFromAuto(KeySide::kRight, parameter, toLeft, toRight));
 }
 
 float LeftAutoSlope(const KeyWindow& pKey, bool pExtremes, bool pTestClamp)
@@ -141,7 +132,7 @@ float LeftAutoSlope(const KeyWindow& pKey, bool pExtremes, bool pTestClamp)
         return NeighbourSecant(pKey);
     }
     SecantsOfKey(pKey, toLeft, toRight);
-    return static_cast<float>(LeftSlopeFromAuto(parameter, toLeft, toRight));
+    return static_cast<float>(SlopeFromAuto(KeySide::kLeft, parameter, toLeft, toRight));
 }
 
 // P cubic, K cubic: K's tangent decides.
@@ -177,10 +168,10 @@ float LeftSlopeOfStep(const KeyWindow& pKey, bool pExtremes)
     CORVEKIT_ASSERT(pKey.previous);
     const GlissaKeyAttributes& before = *pKey.previous->mAttribute;
     const unsigned kind = before.GetTangeantMode(false);
-    if (IsAuto(kind)) {
+    if (IsCubicAuto(before)) {
         return LeftAutoSlope(pKey, pExtremes, false);
     }
-    if (IsUser(kind)) {
+    if (IsCubicUser(before)) {
         return before.mData[eDataNextLeftSlope];
     }
     const bool isLinear = pKey.key->mAttribute->GetInterpolation() == eInterpolationLinear;
@@ -188,37 +179,26 @@ float LeftSlopeOfStep(const KeyWindow& pKey, bool pExtremes)
 }
 }  // namespace
 
-double LeftSlopeFromAuto(double pAuto, double pToLeft, double pToRight)
+double SlopeFromAuto(KeySide pSide, double pAuto, double pToLeft, double pToRight)
 {
-    if (std::fabs(pAuto - 100.0) < kSlopeTolerance) {
-        return pToLeft;
+    const bool isLeft = pSide == KeySide::kLeft;
+    const double near = isLeft ? pToLeft : pToRight;
+    const double far = isLeft ? pToRight : pToLeft;
+    // On the left side the secants themselves, which the blend would miss by a rounding.
+    if (isLeft && std::fabs(pAuto - 100.0) < kSlopeTolerance) {
+        return near;
     }
-    if (std::fabs(pAuto + 100.0) < kSlopeTolerance) {
-        return pToRight;
+    if (isLeft && std::fabs(pAuto + 100.0) < kSlopeTolerance) {
+        return far;
     }
-    const double blend = AutoBlend(pAuto, pToLeft, pToRight);
-    const bool falls = pToLeft > pToRight;
-    if (pAuto > kAutoRange) {
-        return blend + Beyond(pAuto) * (falls ? kParabolaScale : -kParabolaScale);
+    const double blend = AutoBlend(pAuto, near, far);
+    if (!(std::fabs(pAuto) > kAutoRange)) {
+        return blend;
     }
-    if (pAuto < -kAutoRange) {
-        return blend + Beyond(pAuto) * (falls ? -kParabolaScale : kParabolaScale);
-    }
-    return blend;
-}
-
-double RightSlopeFromAuto(double pAuto, double pToLeft, double pToRight)
-{
-    const double blend = AutoBlend(pAuto, pToRight, pToLeft);
-    const bool rises =
-        std::fabs(pToLeft - pToRight) < kSlopeTolerance ? pToRight >= pToLeft : pToRight > pToLeft;
-    if (pAuto > kAutoRange) {
-        return blend + Beyond(pAuto) * (rises ? kParabolaScale : -kParabolaScale);
-    }
-    if (pAuto < -kAutoRange) {
-        return blend + Beyond(pAuto) * (rises ? -kParabolaScale : kParabolaScale);
-    }
-    return blend;
+    // The parabola continues from the near secant, away from the far one.
+    const bool isNearAbove = near > far || (!isLeft && near - far == 0.0);
+    return blend +
+           Beyond(pAuto) * (isNearAbove == (pAuto > 0.0) ? kParabolaScale : -kParabolaScale);
 }
 
 void SecantsOfKey(const KeyWindow& pKey, double& pToLeft, double& pToRight)

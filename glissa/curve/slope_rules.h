@@ -44,8 +44,15 @@ inline double AutoBlend(double pAuto, double pX, double pY)
     return ((100.0 - pAuto) / 100.0 * pY + (pAuto + 100.0) / 100.0 * pX) * 0.5;
 }
 
-double LeftSlopeFromAuto(double pAuto, double pToLeft, double pToRight);
-double RightSlopeFromAuto(double pAuto, double pToLeft, double pToRight);
+/// Which of the two tangents of a key.
+enum class KeySide
+{
+    kLeft,
+    kRight,
+};
+
+/// The slope of one side of a key from its auto parameter and the secants to its neighbours.
+double SlopeFromAuto(KeySide pSide, double pAuto, double pToLeft, double pToRight);
 
 /// Secants to the neighbours; at an end the one that exists stands for both. A lone key leaves
 /// pToRight as it is and copies it to pToLeft.

@@ -8,23 +8,6 @@
 #include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
-#include <limits>
-
-int Glissa::KeyGetCountAll() const
-{
-    const std::int64_t repeated = static_cast<std::int64_t>(mPreExtrapolationCount) +
-                                  static_cast<std::int64_t>(mPostExtrapolationCount);
-    // Beyond the range of an int the number stops at its ends.
-    std::int64_t all = 0;
-    if (__builtin_mul_overflow(repeated, static_cast<std::int64_t>(KeyGetCount()) - 1, &all) ||
-        __builtin_add_overflow(all, static_cast<std::int64_t>(KeyGetCount()), &all) ||
-        all > std::numeric_limits<int>::max()) {
-        return std::numeric_limits<int>::max();
-    }
-    return all < std::numeric_limits<int>::min() ? std::numeric_limits<int>::min()
-                                                 : static_cast<int>(all);
-}
-
 void Glissa::InitBuffers(int pCount, bool pClear)
 {
     if (pCount > 0 && !mKeys.HasRoomFor(pCount - 1)) {
@@ -66,9 +49,9 @@ int Glissa::AppendWithCare(KTime pTime, float pValue)
         return -1;
     }
     const KOperation operation(IsObserved());
-    CheckKeyValue(pValue);
+    const float value = CheckedKeyValue(pValue);
     mKeys.Reserve(KeyGetCount() + 1);
-    mKeys.Append() = {pTime, GlissaDefaultKeyAttr, pValue};
+    mKeys.Append() = {pTime, GlissaDefaultKeyAttr, value};
     ++GlissaDefaultKeyAttr->mReferenceCount;
     ResetCandidate();
     IncrementUpdateId(1);

@@ -9,6 +9,7 @@
 #include "corvekit/event/operation.h"
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/key_weight.h"
 #include "glissa/curve/store_reader.h"
 
@@ -84,18 +85,10 @@ void WriteSlots(KTdf& pTdf, const GlissaKeyAttributes& pKey)
     pTdf.FieldWriteF(pKey.mData[1]);
 }
 
-bool IsAuto(const GlissaKeyAttributes& pKey)
-{
-    const unsigned kind = pKey.GetTangeantMode(false);
-    // The bits of the kind mean something else in a constant key.
-    return pKey.GetInterpolation() == eInterpolationCubic &&
-           (kind == eTangentAuto || kind == eTangentAutoBreak);
-}
-
 // Both sides are left to the neighbours.
 bool IsPlainAuto(const GlissaKeyAttributes& pKey)
 {
-    return IsAuto(pKey) && pKey.mData[0] == 0.0f && pKey.mData[1] == 0.0f;
+    return IsCubicAuto(pKey) && pKey.mData[0] == 0.0f && pKey.mData[1] == 0.0f;
 }
 
 void WriteTangent(KTdf& pTdf, const GlissaKeyAttributes& pKey)
@@ -199,7 +192,7 @@ void WriteKey(KTdf& pTdf, Glissa& pCurve, int pIndex, bool pOlderKeyForm)
         return;  // a custom key is its time and value
     }
     pTdf.FieldWriteCH('U');
-    if (pOlderKeyForm && IsAuto(attributes)) {
+    if (pOlderKeyForm && IsCubicAuto(attributes)) {
         WriteAutoAsSlopes(pTdf, pCurve, pIndex);
     } else {
         WriteTangent(pTdf, attributes);
@@ -213,7 +206,7 @@ void WriteKeys(KTdf& pTdf, Glissa& pCurve, bool pOlderKeyForm)
     for (int i = 0; i < keys.Count();) {
         const KPriFCurveKeyAttr* const block = keys[i].mAttribute;
         const KeyLetters letters(*block);
-        if (letters.Get().empty() || (pOlderKeyForm && IsAuto(*block))) {
+        if (letters.Get().empty() || (pOlderKeyForm && IsCubicAuto(*block))) {
             WriteKey(pTdf, pCurve, i++, pOlderKeyForm);
             continue;
         }
@@ -351,7 +344,7 @@ int Glissa::RetrieveKeys(KTdf& pTdf)
     ReadExtrapolation(pTdf, "Pre-Extrapolation", mPreExtrapolation, mPreExtrapolationCount);
     ReadExtrapolation(pTdf, "Post-Extrapolation", mPostExtrapolation, mPostExtrapolationCount);
     if (version < eKeyVersionBothSides && KeyGetCount() > 0) {
-        RepairOldestKeys();
+        RepairOldestKeys(*this);
     }
     KeyAttrShrink(0, KeyGetCount());
     return count > std::numeric_limits<int>::max() - beyond ? count : count + beyond;

@@ -1,7 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
-// Not for hosts: the versions of the stored key run.
+// Not for hosts: the versions of the stored key run, and the repair of the oldest.
 #pragma once
+
+class Glissa;
 
 /// What "KeyVer" says of the key run behind it. A change of the run takes a new number at the end;
 /// a reader takes a number above the latest one for the latest.
@@ -21,3 +23,7 @@ enum EKeyVersion : int
 
     eKeyVersionLatest = eKeyVersionProgressive
 };
+
+/// Gives keys that were read from a version below 4000 what that version left to the drawing of the
+/// curve. The curve has at least one key.
+void RepairOldestKeys(Glissa& pCurve);

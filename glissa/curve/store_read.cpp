@@ -6,7 +6,9 @@
 // stands in a run may do harm: each key takes one value at least, and a key that makes no sense
 // goes.
 
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/key_weight.h"
+#include "glissa/curve/left_side.h"
 #include "glissa/curve/slope_rules.h"
 #include "glissa/curve/store_reader.h"
 #include "glissa/curve/ticks.h"
@@ -31,13 +33,6 @@ constexpr float kAlongRightSecant = -100.0f;
 int Lower(int pLetter)
 {
     return pLetter >= 'A' && pLetter <= 'Z' ? pLetter - 'A' + 'a' : pLetter;
-}
-
-bool IsUserSide(const GlissaKeyAttributes& pKey)
-{
-    const unsigned kind = pKey.GetTangeantMode(false);
-    return pKey.GetInterpolation() == eInterpolationCubic &&
-           (kind == eTangentUser || kind == eTangentUserBreak);
 }
 }  // namespace
 
@@ -145,7 +140,7 @@ void Glissa::StoreReader::ReadKey()
 void Glissa::StoreReader::BeginKey(KTime pTime, float pValue)
 {
     // Before the key is counted: a listener may look at this very curve, or empty it.
-    CheckKeyValue(pValue);
+    const float value = CheckedKeyValue(pValue);
 
     mIndex = mCurve.KeyGetCount();
     while (!mBadKeys.empty() && mBadKeys.back() >= mIndex) {
@@ -157,7 +152,7 @@ void Glissa::StoreReader::BeginKey(KTime pTime, float pValue)
     mKey = &mCurve.mKeys.Append();
     mKey->mTime = pTime;
     mKey->mAttribute = &mLocal;
-    mKey->mValue = pValue;
+    mKey->mValue = value;
     mPrevious = mIndex > 0 ? &mCurve.mKeys[mIndex - 1] : nullptr;
 }
 
@@ -332,7 +327,7 @@ bool Glissa::StoreReader::ReadOldestTangent()
 void Glissa::StoreReader::TurnHandlesIntoSlopes()
 {
     CORVEKIT_ASSERT(mKey);
-    if (!mPrevious || !IsUserSide(*mPrevious->mAttribute)) {
+    if (!mPrevious || !IsCubicUser(*mPrevious->mAttribute)) {
         return;
     }
     const double seconds = SecondsBetween(*mPrevious, *mKey);
@@ -340,7 +335,7 @@ void Glissa::StoreReader::TurnHandlesIntoSlopes()
         return seconds > 0.0 ? static_cast<float>((pHandle - pValue) * 3.0 / seconds) : 0.0f;
     };
     SetPreviousSlot(0, slope(mPrevious->mAttribute->mData[0], mPrevious->mValue));
-    const bool hasLeftHandle = mForm == 'B' && IsUserSide(mLocal);
+    const bool hasLeftHandle = mForm == 'B' && IsCubicUser(mLocal);
     SetPreviousSlot(1,
                     hasLeftHandle ? -slope(mPrevious->mAttribute->mData[1], mKey->mValue) : 0.0f);
 }
@@ -514,7 +509,7 @@ void Glissa::StoreReader::RemoveBadKeys()
             keys[i] = {};
         }
         if (handsOver) {
-            mCurve.KeepLeftSide(first, side);
+            KeepLeftSide(mCurve, first, side);
         }
         handsOver = false;
         if (mBadKeys.empty() || mBadKeys.back() != i) {
@@ -526,7 +521,7 @@ void Glissa::StoreReader::RemoveBadKeys()
             handsOver = true;
             side = mCurve.KeyGetLeftDerivativeInfo(first);
             // A key without a shape says nothing of the next one, whose own two sides are one.
-            if (key.mAttribute->GetInterpolation() == 0 && mCurve.IsCubicUser(first) &&
+            if (key.mAttribute->GetInterpolation() == 0 && IsCubicUser(mCurve, first) &&
                 !mCurve.KeyGetBreak(first)) {
                 side.mDerivative = keys[first].mAttribute->mData[0];
             }

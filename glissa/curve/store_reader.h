@@ -5,6 +5,7 @@
 
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/store.h"
 
 #include <array>
@@ -66,7 +67,7 @@ private:
     bool Number(float& pValue);
     bool Numbers() { return Number(mLocal.mData[0]) && Number(mLocal.mData[1]); }
 
-    bool IsPreviousTcb() const { return mPrevious && mCurve.IsCubicTCB(mIndex - 1); }
+    bool IsPreviousTcb() const { return mPrevious && IsCubicTcb(*mPrevious->mAttribute); }
     bool IsPreviousCubicWith(unsigned pBit) const;
     void SetPreviousSlot(int pSlot, float pValue);
     void DropPreviousLeftWeight();

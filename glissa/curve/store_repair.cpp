@@ -4,8 +4,9 @@
 // Keys of the versions before 4000 say less than a curve needs: the left side of a key was found
 // from its neighbours when the curve was drawn. Three passes write down what was found then.
 
-#include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/slope_rules.h"
+#include "glissa/curve/store.h"
 
 namespace
 {
@@ -20,22 +21,13 @@ float LeftSlopeByTcbBefore(const KPriFCurveKey& pBefore, const KPriFCurveKey& pK
     key.mAttribute = &broken;
     return LeftSlopeOfKey({&pBefore, &key, pNext}, false, false);
 }
-}  // namespace
-
-bool Glissa::IsCubicOf(int pIndex, unsigned pKind) const
-{
-    return IsCubicWith(pIndex, pKind, pKind);
-}
-
 // Another kind with the same slots. Weights go back to the default where there were none: a TCB key
 // has its bias in their place.
-void Glissa::MakeCubic(int pIndex, unsigned pKind)
+void MakeCubic(Glissa& pCurve, int pIndex, unsigned pKind)
 {
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
-    KeyAttrSeparate(pIndex);
-    KPriFCurveKeyAttr& key = *mKeys[pIndex].mAttribute;
-    if (key.GetInterpolation() != eInterpolationCubic ||
-        key.GetTangeantMode(false) == eTangentTCB) {
+    pCurve.KeyAttrSeparate(pIndex);
+    KPriFCurveKeyAttr& key = *pCurve.InternalPriKeyAttrGetPtr(pIndex);
+    if (!IsCubic(key) || IsCubicTcb(key)) {
         key.ResetWeights();
     }
     key.mFlags = (key.mFlags & ~GlissaKeyAttributes::kInterpolationMask) | eInterpolationCubic;
@@ -43,82 +35,87 @@ void Glissa::MakeCubic(int pIndex, unsigned pKind)
 }
 
 // The same with slopes for the two sides that the key holds.
-void Glissa::MakeUser(int pIndex, unsigned pKind, float pRight, float pNextLeft)
+void MakeUser(Glissa& pCurve, int pIndex, unsigned pKind, float pRight, float pNextLeft)
 {
-    MakeCubic(pIndex, pKind);
-    KPriFCurveKeyAttr& key = *mKeys[pIndex].mAttribute;
+    MakeCubic(pCurve, pIndex, pKind);
+    KPriFCurveKeyAttr& key = *pCurve.InternalPriKeyAttrGetPtr(pIndex);
     key.mData[eDataRightSlope] = pRight;
     key.mData[eDataNextLeftSlope] = pNextLeft;
 }
 
-void Glissa::RepairOldestKeys()
-{
-    CORVEKIT_ASSERT(KeyGetCount() > 0);
-    const int count = KeyGetCount();
-    const int last = count - 1;
-    MakeCubic(last, eTangentAuto);
-
-    for (int i = last; i >= 1; --i) {
-        FollowKeyBefore(i);
-    }
-    // An automatic key drew a plain tangent wherever the next key was not automatic.
-    for (int i = 0; i < last; ++i) {
-        if (IsCubicOf(i, eTangentAuto) && !IsCubicOf(i + 1, eTangentAuto)) {
-            MakeUser(i, eTangentUser, KeyGetRightDerivative(i), KeyGetRightDerivative(i + 1));
-        }
-    }
-    // A TCB key behind a user one took its left side from that one.
-    for (int i = last; i >= 1; --i) {
-        if (!IsCubicTCB(i) || !IsCubicUser(i - 1)) {
-            continue;
-        }
-        const float right = KeyGetRightDerivative(i);
-        const float nextLeft = i < last && !IsCubicTCB(i + 1)
-                                   ? LeftSlopeByTcbBefore(mKeys[i], mKeys[i + 1],
-                                                          i + 2 < count ? &mKeys[i + 2] : nullptr)
-                                   : KeyGetLeftDerivative(i + 1);
-        MakeUser(i, eTangentUserBreak, right, nextLeft);
-    }
-}
-
 // A key whose left side was the business of the key before it.
-void Glissa::FollowKeyBefore(int pIndex)
+void FollowKeyBefore(Glissa& pCurve, int pIndex)
 {
-    CORVEKIT_ASSERT(pIndex > 0 && pIndex < KeyGetCount());
-    const int last = KeyGetCount() - 1;
+    CORVEKIT_ASSERT(pIndex > 0 && pIndex < pCurve.KeyGetCount());
+    const KeyList& keys = pCurve.Keys();
+    const int last = keys.Count() - 1;
     const int before = pIndex - 1;
-    if (IsCubicOf(pIndex, eTangentUser)) {
-        if (IsCubicTCB(before)) {
-            MakeCubic(pIndex, eTangentUserBreak);
+    if (IsCubicWith(pCurve, pIndex, eTangentUser)) {
+        if (IsCubicTcb(pCurve, before)) {
+            MakeCubic(pCurve, pIndex, eTangentUserBreak);
         }
         return;
     }
-    if (KeyGetInterpolation(pIndex) == eInterpolationLinear) {
-        if (IsCubicTCB(before)) {
-            const float slope = KeyGetRightDerivative(pIndex);
-            MakeUser(pIndex, eTangentUserBreak, slope, slope);
+    if (pCurve.KeyGetInterpolation(pIndex) == eInterpolationLinear) {
+        if (IsCubicTcb(pCurve, before)) {
+            const float slope = pCurve.KeyGetRightDerivative(pIndex);
+            MakeUser(pCurve, pIndex, eTangentUserBreak, slope, slope);
         }
         return;
     }
-    if (!IsCubicOf(pIndex, eTangentAuto)) {
+    if (!IsCubicWith(pCurve, pIndex, eTangentAuto)) {
         return;
     }
     const float nextLeft = pIndex == last ? 0.0f
                            : pIndex + 1 == last
-                               ? static_cast<float>(Secant(mKeys[pIndex], mKeys[last]))
-                               : KeyGetRightDerivative(pIndex + 1);
-    if (IsCubicUser(before)) {
-        MakeUser(pIndex, eTangentUser, Attr(before).mData[eDataNextLeftSlope], nextLeft);
-    } else if (KeyGetInterpolation(before) == eInterpolationConstant) {
-        MakeUser(pIndex, eTangentUser, 0.0f, nextLeft);
-    } else if (IsCubicTCB(before)) {
-        MakeCubic(pIndex, eTangentTCB);
-        KPriFCurveKeyAttr& key = *mKeys[pIndex].mAttribute;
+                               ? static_cast<float>(Secant(keys[pIndex], keys[last]))
+                               : pCurve.KeyGetRightDerivative(pIndex + 1);
+    if (IsCubicUser(pCurve, before)) {
+        MakeUser(pCurve, pIndex, eTangentUser,
+                 pCurve.InternalPriKeyAttrGetPtr(before)->mData[eDataNextLeftSlope], nextLeft);
+    } else if (pCurve.KeyGetInterpolation(before) == eInterpolationConstant) {
+        MakeUser(pCurve, pIndex, eTangentUser, 0.0f, nextLeft);
+    } else if (IsCubicTcb(pCurve, before)) {
+        MakeCubic(pCurve, pIndex, eTangentTCB);
+        KPriFCurveKeyAttr& key = *pCurve.InternalPriKeyAttrGetPtr(pIndex);
         for (const int each : {eDataTCBTension, eDataTCBContinuity, eDataTCBBias}) {
-            key.mData[each] = Attr(before).mData[each];
+            key.mData[each] = pCurve.InternalPriKeyAttrGetPtr(before)->mData[each];
         }
         if (pIndex < last) {
-            MakeUser(pIndex, eTangentUser, KeyGetLeftDerivative(pIndex), nextLeft);
+            MakeUser(pCurve, pIndex, eTangentUser, pCurve.KeyGetLeftDerivative(pIndex), nextLeft);
         }
+    }
+}
+}  // namespace
+
+void RepairOldestKeys(Glissa& pCurve)
+{
+    CORVEKIT_ASSERT(pCurve.KeyGetCount() > 0);
+    const KeyList& keys = pCurve.Keys();
+    const int count = keys.Count();
+    const int last = count - 1;
+    MakeCubic(pCurve, last, eTangentAuto);
+
+    for (int i = last; i >= 1; --i) {
+        FollowKeyBefore(pCurve, i);
+    }
+    // An automatic key drew a plain tangent wherever the next key was not automatic.
+    for (int i = 0; i < last; ++i) {
+        if (IsCubicWith(pCurve, i, eTangentAuto) && !IsCubicWith(pCurve, i + 1, eTangentAuto)) {
+            MakeUser(pCurve, i, eTangentUser, pCurve.KeyGetRightDerivative(i),
+                     pCurve.KeyGetRightDerivative(i + 1));
+        }
+    }
+    // A TCB key behind a user one took its left side from that one.
+    for (int i = last; i >= 1; --i) {
+        if (!IsCubicTcb(pCurve, i) || !IsCubicUser(pCurve, i - 1)) {
+            continue;
+        }
+        const float right = pCurve.KeyGetRightDerivative(i);
+        const float nextLeft =
+            i < last && !IsCubicTcb(pCurve, i + 1)
+                ? LeftSlopeByTcbBefore(keys[i], keys[i + 1], i + 2 < count ? &keys[i + 2] : nullptr)
+                : pCurve.KeyGetLeftDerivative(i + 1);
+        MakeUser(pCurve, i, eTangentUserBreak, right, nextLeft);
     }
 }

@@ -8,18 +8,52 @@
 
 #include <vector>
 
-struct Glissa::KeySlopes
+namespace
+{
+struct KeySlopes
 {
     float left;
     float right;
     bool isChanged;  // the kind of the key
 };
 
+std::vector<KeySlopes> SlopesOfAllKeys(Glissa& pCurve)
+{
+    std::vector<KeySlopes> slopes;
+    slopes.reserve(static_cast<std::size_t>(pCurve.KeyGetCount()));
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        slopes.push_back({pCurve.KeyGetLeftDerivative(i), pCurve.KeyGetRightDerivative(i), false});
+    }
+    return slopes;
+}
+
+// A key's kind decides its own two slopes and the left slope of the key after it. Left comes before
+// right, since the left slope of a user tangent takes the right one along.
+void RestoreSlopes(Glissa& pCurve, const std::vector<KeySlopes>& pSlopes)
+{
+    CORVEKIT_ASSERT(pSlopes.size() == static_cast<std::size_t>(pCurve.KeyGetCount()));
+    const int count = pCurve.KeyGetCount();
+    for (int i = 0; i < count; ++i) {
+        const KeySlopes& slopes = pSlopes[static_cast<std::size_t>(i)];
+        const bool followsChange = i > 0 && pSlopes[static_cast<std::size_t>(i) - 1].isChanged;
+        if (!slopes.isChanged && !followsChange) {
+            continue;
+        }
+        if (i > 0 && pCurve.KeyGetLeftDerivative(i) != slopes.left) {
+            pCurve.KeySetLeftDerivative(i, slopes.left);
+        }
+        if (i < count - 1 && pCurve.KeyGetRightDerivative(i) != slopes.right) {
+            pCurve.KeySetRightDerivative(i, slopes.right);
+        }
+    }
+}
+}  // namespace
+
 void Glissa::KeyTangeantSetInterpolation(bool pSelectedOnly, unsigned pInterpolation)
 {
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    std::vector<KeySlopes> slopes = SlopesOfAllKeys();
+    std::vector<KeySlopes> slopes = SlopesOfAllKeys(*this);
     for (int i = KeyGetCount() - 1; i >= 0; --i) {
         GlissaKeyAttributes attributes = Attr(i);
         attributes.mData[0] = 0.0f;
@@ -32,14 +66,14 @@ void Glissa::KeyTangeantSetInterpolation(bool pSelectedOnly, unsigned pInterpola
             slopes[static_cast<std::size_t>(i)].isChanged = true;
         }
     }
-    RestoreSlopes(slopes);
+    RestoreSlopes(*this, slopes);
 }
 
 void Glissa::KeyTangeantSetMode(bool pSelectedOnly, unsigned pMode)
 {
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    std::vector<KeySlopes> slopes = SlopesOfAllKeys();
+    std::vector<KeySlopes> slopes = SlopesOfAllKeys(*this);
     for (int i = KeyGetCount() - 1; i >= 0; --i) {
         if (KeyGetTangeantMode(i, false) != pMode && (!pSelectedOnly || KeyGetSelected(i))) {
             GlissaKeyAttributes attributes = Attr(i);
@@ -50,7 +84,7 @@ void Glissa::KeyTangeantSetMode(bool pSelectedOnly, unsigned pMode)
             slopes[static_cast<std::size_t>(i)].isChanged = true;
         }
     }
-    RestoreSlopes(slopes);
+    RestoreSlopes(*this, slopes);
 }
 
 void Glissa::ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent)
@@ -61,37 +95,6 @@ void Glissa::ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent)
     CallbackAddEvent(kGlissaEventOther | pEvent, pIndex);
     if (pIndex + 1 < KeyGetCount()) {
         KeySetTangeantVisibility(pIndex + 1, eTangentShowNone);
-    }
-}
-
-std::vector<Glissa::KeySlopes> Glissa::SlopesOfAllKeys()
-{
-    std::vector<KeySlopes> slopes;
-    slopes.reserve(static_cast<std::size_t>(KeyGetCount()));
-    for (int i = 0; i < KeyGetCount(); ++i) {
-        slopes.push_back({KeyGetLeftDerivative(i), KeyGetRightDerivative(i), false});
-    }
-    return slopes;
-}
-
-// A key's kind decides its own two slopes and the left slope of the key after it. Left comes before
-// right, since the left slope of a user tangent takes the right one along.
-void Glissa::RestoreSlopes(const std::vector<KeySlopes>& pSlopes)
-{
-    CORVEKIT_ASSERT(pSlopes.size() == static_cast<std::size_t>(KeyGetCount()));
-    const int count = KeyGetCount();
-    for (int i = 0; i < count; ++i) {
-        const KeySlopes& slopes = pSlopes[static_cast<std::size_t>(i)];
-        const bool followsChange = i > 0 && pSlopes[static_cast<std::size_t>(i) - 1].isChanged;
-        if (!slopes.isChanged && !followsChange) {
-            continue;
-        }
-        if (i > 0 && KeyGetLeftDerivative(i) != slopes.left) {
-            KeySetLeftDerivative(i, slopes.left);
-        }
-        if (i < count - 1 && KeyGetRightDerivative(i) != slopes.right) {
-            KeySetRightDerivative(i, slopes.right);
-        }
     }
 }
 

@@ -28,19 +28,6 @@ bool IsSlopeOfEqualSecants(double pSlope, double pToLeft, double pToRight)
            std::fabs(pSlope - pToLeft) < kSlopeTolerance + 8.0 * DBL_EPSILON * std::fabs(pToLeft);
 }
 
-struct Secants
-{
-    double toLeft = 0.0;
-    double toRight = 0.0;
-};
-
-Secants SecantsOf(Glissa* pCurve, int pIndex)
-{
-    Secants secants;
-    SecantsOfKey(WindowOf(pCurve->Keys(), pIndex), secants.toLeft, secants.toRight);
-    return secants;
-}
-
 // How far a parameter lies beyond 500, or below -500, for a slope that lies beyond the one there. A
 // step u past the rim leads sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
 // point the same way, so in this form of the root nothing cancels, however steep the secants.
@@ -59,18 +46,64 @@ double InnerAuto(double pSlope, double pX, double pY)
                ? 0.0
                : (200.0 * pSlope - 100.0 * pX - 100.0 * pY) / (pX - pY);
 }
+
+double SlopeForKey(KeySide pSide, double pAuto, Glissa* pCurve, int pIndex)
+{
+    if (pCurve->KeyGetCount() == 0) {
+        return 0.0;
+    }
+    double toLeft = 0.0;
+    double toRight = 0.0;
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
+    return SlopeFromAuto(pSide, pAuto, toLeft, toRight);
+}
+
+double AutoFromSlope(KeySide pSide, double& pSlope, double pToLeft, double pToRight)
+{
+    const bool isLeft = pSide == KeySide::kLeft;
+    const double near = isLeft ? pToLeft : pToRight;
+    const double far = isLeft ? pToRight : pToLeft;
+    const double atHighest = SlopeFromAuto(pSide, 500.0, pToLeft, pToRight);
+    const double atLowest =
+        SlopeFromAuto(isLeft ? KeySide::kRight : KeySide::kLeft, 500.0, pToLeft, pToRight);
+    const double highest = WithoutSmall(atHighest);
+    const double lowest = WithoutSmall(atLowest);
+    pSlope = WithoutSmall(pSlope);
+    const bool isNearAbove = (pToLeft > pToRight) == isLeft;
+    if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
+        return 0.0;
+    }
+    if (isNearAbove ? pSlope > highest : highest > pSlope) {
+        return OuterAuto(pSlope, atHighest, near, far);
+    }
+    if (isNearAbove ? lowest > pSlope : pSlope > lowest) {
+        return -OuterAuto(pSlope, atLowest, near, far);
+    }
+    return InnerAuto(pSlope, near, far);
+}
+
+double AutoForKey(KeySide pSide, double& pSlope, Glissa* pCurve, int pIndex)
+{
+    if (pCurve->KeyGetCount() == 0) {
+        return 0.0;
+    }
+    double toLeft = 0.0;
+    double toRight = 0.0;
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
+    return AutoFromSlope(pSide, pSlope, toLeft, toRight);
+}
 }  // namespace
 
 void GLISSA_ComputeLeftBezierFromAuto(double& pOut, const double& pAuto, const double& pToLeft,
                                       const double& pToRight)
 {
-    pOut = LeftSlopeFromAuto(pAuto, pToLeft, pToRight);
+    pOut = SlopeFromAuto(KeySide::kLeft, pAuto, pToLeft, pToRight);
 }
 
 void GLISSA_ComputeRightBezierFromAuto(double& pOut, const double& pAuto, const double& pToLeft,
                                        const double& pToRight)
 {
-    pOut = RightSlopeFromAuto(pAuto, pToLeft, pToRight);
+    pOut = SlopeFromAuto(KeySide::kRight, pAuto, pToLeft, pToRight);
 }
 
 void GLISSA_ComputeToLeftAndToRight(double& pToLeft, double& pToRight, Glissa* pCurve, int pIndex)
@@ -87,87 +120,37 @@ void GLISSA_ComputeProgressiveClampedTangents(double& pLeft, double& pRight, Gli
 void GLISSA_ComputeLeftBezierFromAutoForKey(double& pOut, const double& pAuto, Glissa* pCurve,
                                             int pIndex)
 {
-    if (pCurve->KeyGetCount() == 0) {
-        pOut = 0.0;
-        return;
-    }
-    double toLeft = 0.0;
-    double toRight = 0.0;
-    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
-    pOut = LeftSlopeFromAuto(pAuto, toLeft, toRight);
+    pOut = SlopeForKey(KeySide::kLeft, pAuto, pCurve, pIndex);
 }
 
 void GLISSA_ComputeRightBezierFromAutoForKey(double& pOut, const double& pAuto, Glissa* pCurve,
                                              int pIndex)
 {
-    if (pCurve->KeyGetCount() == 0) {
-        pOut = 0.0;
-        return;
-    }
-    double toLeft = 0.0;
-    double toRight = 0.0;
-    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
-    pOut = RightSlopeFromAuto(pAuto, toLeft, toRight);
+    pOut = SlopeForKey(KeySide::kRight, pAuto, pCurve, pIndex);
 }
 
 void GLISSA_ComputeLeftAutoFromBezier(double& pOut, double& pSlope, const double& pToLeft,
                                       const double& pToRight)
 {
-    const double atHighest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
-    const double atLowest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
-    const double highest = WithoutSmall(atHighest);
-    const double lowest = WithoutSmall(atLowest);
-    pSlope = WithoutSmall(pSlope);
-    const bool falls = pToLeft > pToRight;
-    if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
-        pOut = 0.0;
-    } else if (falls ? pSlope > highest : highest > pSlope) {
-        pOut = OuterAuto(pSlope, atHighest, pToLeft, pToRight);
-    } else if (falls ? lowest > pSlope : pSlope > lowest) {
-        pOut = -OuterAuto(pSlope, atLowest, pToLeft, pToRight);
-    } else {
-        pOut = InnerAuto(pSlope, pToLeft, pToRight);
-    }
+    pOut = AutoFromSlope(KeySide::kLeft, pSlope, pToLeft, pToRight);
 }
 
 void GLISSA_ComputeRightAutoFromBezier(double& pOut, double& pSlope, const double& pToLeft,
                                        const double& pToRight)
 {
-    const double atLowest = LeftSlopeFromAuto(500.0, pToLeft, pToRight);
-    const double atHighest = RightSlopeFromAuto(500.0, pToLeft, pToRight);
-    const double lowest = WithoutSmall(atLowest);
-    const double highest = WithoutSmall(atHighest);
-    pSlope = WithoutSmall(pSlope);
-    const bool rises = !(pToLeft > pToRight);
-    if (IsSlopeOfEqualSecants(pSlope, pToLeft, pToRight)) {
-        pOut = 0.0;
-    } else if (rises ? pSlope > highest : highest > pSlope) {
-        pOut = OuterAuto(pSlope, atHighest, pToRight, pToLeft);
-    } else if (rises ? lowest > pSlope : pSlope > lowest) {
-        pOut = -OuterAuto(pSlope, atLowest, pToRight, pToLeft);
-    } else {
-        pOut = InnerAuto(pSlope, pToRight, pToLeft);
-    }
+    pOut = AutoFromSlope(KeySide::kRight, pSlope, pToLeft, pToRight);
 }
 
 void GLISSA_ComputeLeftAutoFromBezierForKey(double& pOut, double& pSlope, Glissa* pCurve,
                                             int pIndex)
 {
-    pOut = 0.0;
-    if (pCurve->KeyGetCount() > 0) {
-        const auto [toLeft, toRight] = SecantsOf(pCurve, pIndex);
-        GLISSA_ComputeLeftAutoFromBezier(pOut, pSlope, toLeft, toRight);
-    }
+    pOut = AutoForKey(KeySide::kLeft, pSlope, pCurve, pIndex);
 }
 
 void GLISSA_ComputeRightAutoFromBezierForKey(double& pOut, double& pSlope, Glissa* pCurve,
                                              int pIndex)
 {
-    pOut = 0.0;
-    if (pCurve->KeyGetCount() > 0) {
-        const auto [toLeft, toRight] = SecantsOf(pCurve, pIndex);
-        GLISSA_ComputeRightAutoFromBezier(pOut, pSlope, toLeft, toRight);
-    }
+    pOut = AutoForKey(KeySide::kRight, pSlope, pCurve, pIndex);
 }
 
 void GLISSA_ComputeBezierFromAuto(double& pLeftSlope, double& pRightSlope, const double& pLeftAuto,

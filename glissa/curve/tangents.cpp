@@ -9,51 +9,278 @@
 // leaves it to P.
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
+#include "glissa/curve/left_side.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/slope_rules.h"
 
 namespace
 {
-// A parameter from a slope, or a slope from a parameter, with the secants of a key.
-template <typename Compute>
-float ForKey(Compute&& pCompute, Glissa& pCurve, int pIndex, double pInput)
+/// How the side of a key is stored, in the key itself or in the one before.
+struct SideSlots
 {
-    double output = 0.0;
-    pCompute(output, pInput, &pCurve, pIndex);
-    return static_cast<float>(output);
+    EGlissaDataIndex slope;
+    EGlissaDataIndex weight;
+    EGlissaDataIndex velocity;
+    unsigned weightMode;
+    unsigned velocityMode;
+};
+constexpr SideSlots kLeftSlots{eDataNextLeftSlope, eDataNextLeftWeight, eDataNextLeftVelocity,
+                               eWeightNextLeft, eVelocityNextLeft};
+constexpr SideSlots kRightSlots{eDataRightSlope, eDataRightWeight, eDataRightVelocity, eWeightRight,
+                                eVelocityRight};
+
+/// The side of a key. Behind the last key there is one more left side, which that key stores.
+struct Side
+{
+    Glissa& curve;
+    KeySide side;
+    int index;
+
+    bool IsLeft() const { return side == KeySide::kLeft; }
+    const SideSlots& Slots() const { return IsLeft() ? kLeftSlots : kRightSlots; }
+    /// The key that stores the side.
+    int Store() const { return IsLeft() ? index - 1 : index; }
+    bool Exists() const
+    {
+        return IsLeft() ? index > 0 && index <= curve.KeyGetCount()
+                        : index >= 0 && index < curve.KeyGetCount() - 1;
+    }
+    /// Slot 2 of a TCB key is its bias: a left side has no weight or velocity there.
+    bool HasNoPlace() const { return IsLeft() && IsCubicTcb(curve, Store()); }
+
+    float Slope(bool pExtremes = false) const
+    {
+        return IsLeft() ? curve.KeyGetLeftDerivative(index, pExtremes)
+                        : curve.KeyGetRightDerivative(index, pExtremes);
+    }
+    void SetSlope(float pSlope) const
+    {
+        IsLeft() ? curve.KeySetLeftDerivative(index, pSlope)
+                 : curve.KeySetRightDerivative(index, pSlope);
+    }
+    float AutoFrom(double pSlope) const
+    {
+        double parameter = 0.0;
+        (IsLeft() ? GLISSA_ComputeLeftAutoFromBezierForKey
+                  : GLISSA_ComputeRightAutoFromBezierForKey)(parameter, pSlope, &curve, index);
+        return static_cast<float>(parameter);
+    }
+    float SlopeFrom(double pAuto) const
+    {
+        double slope = 0.0;
+        (IsLeft() ? GLISSA_ComputeLeftBezierFromAutoForKey
+                  : GLISSA_ComputeRightBezierFromAutoForKey)(slope, pAuto, &curve, index);
+        return static_cast<float>(slope);
+    }
+    bool IsClamped() const
+    {
+        bool left = false;
+        bool right = false;
+        curve.IsClamped(index, left, right);
+        return IsLeft() ? left : right;
+    }
+
+    // A handle is a third of the way to the neighbour, in time: a right one leads on from the key,
+    // a left one back.
+
+    double SecondsToNeighbour() const
+    {
+        const int from = IsLeft() ? index - 1 : index;
+        return SecondsBetween(*curve.InternalPriKeyGetPtr(from),
+                              *curve.InternalPriKeyGetPtr(from + 1));
+    }
+    float Handle(bool pExtremes) const
+    {
+        const float value = curve.KeyGetValue(index);
+        switch (curve.KeyGetInterpolation(Store())) {
+        case eInterpolationConstant:
+            return value;
+        case eInterpolationCustom:
+        case eInterpolationLinear:
+        case eInterpolationCubic: {
+            const double way = Slope(pExtremes) * static_cast<float>(SecondsToNeighbour()) / 3.0;
+            return static_cast<float>(IsLeft() ? value - way : value + way);
+        }
+        default:
+            return 0.0f;
+        }
+    }
+    void SetHandle(float pValue) const
+    {
+        if (Exists() && index < curve.KeyGetCount()) {
+            const float rise = pValue - curve.KeyGetValue(index);
+            const float third =
+                static_cast<float>((IsLeft() ? -rise : rise) / SecondsToNeighbour());
+            SetSlope(static_cast<float>(third * 3.0));
+        }
+    }
+
+    void SetWeight(float pWeight) const
+    {
+        if (!Exists() || !IsShaped() || HasNoPlace()) {
+            return;
+        }
+        const KeyModifyBracket bracket(curve);
+        SetWeighted(true);
+        curve.KeySetDataDouble(Store(), Slots().weight, pWeight);
+    }
+    void SetWeighted(bool pOn) const
+    {
+        if (Exists() && IsShaped()) {
+            curve.KeySetTangeantWeightMode(Store(), pOn ? Slots().weightMode : eWeightNone,
+                                           Slots().weightMode);
+        }
+    }
+    void SetVelocityMode(bool pOn) const
+    {
+        if (Exists() && IsCubic(curve, Store())) {
+            curve.KeySetTangeantVelocityMode(Store(), pOn ? Slots().velocityMode : eVelocityNone,
+                                             Slots().velocityMode);
+        }
+    }
+    /// Whether the segment on this side has tangents.
+    bool IsShaped() const { return IsCubic(curve, Store()) || IsCustom(curve, Store()); }
+};
+
+bool IsPlainUser(const Glissa& pCurve, int pIndex)
+{
+    return pIndex < pCurve.KeyGetCount() && IsCubicWith(pCurve, pIndex, eTangentUser);
 }
 
-float LeftAutoOf(Glissa& pCurve, int pIndex, double pSlope)
+// The left slope of a key, in slot 1 of the key before; its right side stays.
+void StoreLeftSlope(Glissa& pCurve, int pIndex, float pSlope)
 {
-    return ForKey(GLISSA_ComputeLeftAutoFromBezierForKey, pCurve, pIndex, pSlope);
+    const Side left{pCurve, KeySide::kLeft, pIndex};
+    CORVEKIT_ASSERT(left.Exists());
+    const int before = pIndex - 1;
+    const bool hasKey = pIndex < pCurve.KeyGetCount();
+    const bool isCubicKey = hasKey && IsCubic(pCurve, pIndex);
+    const bool isUserSide =
+        isCubicKey && (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentUser) != 0;
+    const auto store = [&](bool pAsSlope) {
+        pCurve.KeySetDataDouble(before, eDataNextLeftSlope,
+                                pAsSlope ? pSlope : left.AutoFrom(pSlope));
+    };
+    switch (pCurve.KeyGetInterpolation(before)) {
+    case eInterpolationCustom:
+    case eInterpolationConstant:
+    case eInterpolationLinear:
+        store(true);
+        break;
+    case eInterpolationCubic:
+        if (IsCubicAuto(pCurve, before)) {
+            store(!hasKey || isUserSide || IsCustom(pCurve, pIndex));
+        } else if (IsCubicUser(pCurve, before)) {
+            store(!isCubicKey || isUserSide);
+        }
+        break;
+    default:
+        break;
+    }
 }
 
-float RightAutoOf(Glissa& pCurve, int pIndex, double pSlope)
+// The left auto parameter of a key, in slot 1 of the key before; its right side stays.
+void StoreLeftAuto(Glissa& pCurve, int pIndex, float pAuto)
 {
-    return ForKey(GLISSA_ComputeRightAutoFromBezierForKey, pCurve, pIndex, pSlope);
+    const Side left{pCurve, KeySide::kLeft, pIndex};
+    CORVEKIT_ASSERT(left.Exists());
+    const int before = pIndex - 1;
+    const bool hasKey = pIndex < pCurve.KeyGetCount();
+    const bool isCubicKey = hasKey && IsCubic(pCurve, pIndex);
+    const bool isAutoSide =
+        isCubicKey && (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentAuto) != 0;
+    const auto store = [&](bool pAsAuto) {
+        pCurve.KeySetDataDouble(before, eDataNextLeftSlope,
+                                pAsAuto ? pAuto : left.SlopeFrom(pAuto));
+    };
+    switch (pCurve.KeyGetInterpolation(before)) {
+    case eInterpolationConstant:
+    case eInterpolationLinear:
+        store(true);
+        break;
+    case eInterpolationCubic:
+        if (IsCubicAuto(pCurve, before)) {
+            store(!isCubicKey || isAutoSide);
+        } else if (IsCubicUser(pCurve, before)) {
+            store(!hasKey || isAutoSide);
+        }
+        break;
+    default:
+        break;
+    }
 }
 
-float LeftSlopeOf(Glissa& pCurve, int pIndex, double pAuto)
+// The two sides of a user tangent follow each other. Behind a TCB key there is no left side to
+// follow: that key has no place for one.
+void FollowLeftSlope(Glissa& pCurve, int pIndex, float pSlope)
 {
-    return ForKey(GLISSA_ComputeLeftBezierFromAutoForKey, pCurve, pIndex, pAuto);
+    if (IsPlainUser(pCurve, pIndex) && !IsCubicTcb(pCurve, pIndex - 1)) {
+        pCurve.KeySetRightDerivative(pIndex, pSlope);
+    }
 }
 
-float RightSlopeOf(Glissa& pCurve, int pIndex, double pAuto)
+void StoreLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pInfo,
+                   bool pForceDerivative)
 {
-    return ForKey(GLISSA_ComputeRightBezierFromAutoForKey, pCurve, pIndex, pAuto);
+    const GlissaKeyAttributes key = *pCurve.InternalPriKeyAttrGetPtr(pIndex);
+    if (!IsCubicTcb(pCurve, pIndex - 1)) {
+        pCurve.KeySetLeftTangeantWeight(pIndex, pInfo.mWeight);
+        pCurve.KeySetLeftTangeantWeightedMode(pIndex, pInfo.mIsWeighted);
+        pCurve.KeySetLeftTangeantVelocity(pIndex, pInfo.mVelocity);
+        pCurve.KeySetLeftTangeantVelocityMode(pIndex, pInfo.mIsVelocity);
+    }
+    const GlissaKeyAttributes& decides =
+        IsCubic(key) ? key : *pCurve.InternalPriKeyAttrGetPtr(pIndex - 1);
+    if (IsCubic(decides) && (decides.mFlags & eTangentAuto) != 0 && !pForceDerivative) {
+        StoreLeftAuto(pCurve, pIndex, pInfo.mAuto);
+    } else {
+        StoreLeftSlope(pCurve, pIndex, pInfo.mDerivative);
+    }
+}
+
+// A key with the TCB bit has no sides to be set, unless the bit is part of a custom index.
+bool HasTcbBit(const GlissaKeyAttributes& pKey)
+{
+    return (pKey.mFlags & eTangentTCB) != 0 && !IsCustom(pKey);
 }
 }  // namespace
 
+void KeepLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pInfo,
+                  bool pForceDerivative)
+{
+    if (pIndex <= 0 || pIndex >= pCurve.KeyGetCount() ||
+        (IsCubic(pCurve, pIndex) && HasTcbBit(*pCurve.InternalPriKeyAttrGetPtr(pIndex)))) {
+        return;
+    }
+    const KeyModifyBracket bracket(pCurve);
+    StoreLeftSide(pCurve, pIndex, pInfo, pForceDerivative);
+}
+
+bool StoresNextLeftSlope(const Glissa& pCurve, int pIndex)
+{
+    if (!IsCubic(pCurve, pIndex) || IsCubicTcb(pCurve, pIndex)) {
+        return false;
+    }
+    const int next = pIndex + 1;
+    if (next < pCurve.KeyGetCount() && IsCustom(pCurve, next)) {
+        return true;
+    }
+    const bool nextDecides = next < pCurve.KeyGetCount() && IsCubic(pCurve, next);
+    return IsCubicUser(pCurve, nextDecides ? next : pIndex);
+}
+
 void Glissa::KeySetRightDerivative(int pIndex, float pSlope)
 {
-    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
+    const Side right{*this, KeySide::kRight, pIndex};
+    if (!right.Exists()) {
         return;
     }
     ResetCandidate();
-    if (KeyGetInterpolation(pIndex) == eInterpolationCustom || IsCubicUser(pIndex)) {
+    if (IsCustom(Attr(pIndex)) || IsCubicUser(Attr(pIndex))) {
         KeySetDataDouble(pIndex, eDataRightSlope, pSlope);
-    } else if (IsCubicAuto(pIndex)) {
-        KeySetDataDouble(pIndex, eDataRightSlope, RightAutoOf(*this, pIndex, pSlope));
+    } else if (IsCubicAuto(Attr(pIndex))) {
+        KeySetDataDouble(pIndex, eDataRightSlope, right.AutoFrom(pSlope));
     }
 }
 
@@ -64,68 +291,22 @@ void Glissa::KeySetLeftDerivative(int pIndex, float pSlope)
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    StoreLeftSlope(pIndex, pSlope);
-    FollowLeftSlope(pIndex, pSlope);
-}
-
-// The two sides of a user tangent follow each other. Behind a TCB key there is no left side to
-// follow: that key has no place for one.
-void Glissa::FollowLeftSlope(int pIndex, float pSlope)
-{
-    CORVEKIT_ASSERT(pIndex > 0);
-    if (pIndex < KeyGetCount() && IsCubicWith(pIndex, eTangentUser, eTangentUser) &&
-        !IsCubicTCB(pIndex - 1)) {
-        KeySetRightDerivative(pIndex, pSlope);
-    }
-}
-
-// The left slope of a key, in slot 1 of the key before; its right side stays.
-void Glissa::StoreLeftSlope(int pIndex, float pSlope)
-{
-    CORVEKIT_ASSERT(pIndex > 0 && pIndex <= KeyGetCount());
-    const int before = pIndex - 1;
-    const bool hasKey = pIndex < KeyGetCount();
-    const unsigned interpolation = hasKey ? KeyGetInterpolation(pIndex) : 0;
-    const bool isCubic = interpolation == eInterpolationCubic;
-    const bool isUserSide = hasKey && isCubic && (Attr(pIndex).mFlags & eTangentUser) != 0;
-    const auto store = [&](bool pAsSlope) {
-        KeySetDataDouble(before, eDataNextLeftSlope,
-                         pAsSlope ? pSlope : LeftAutoOf(*this, pIndex, pSlope));
-    };
-    switch (KeyGetInterpolation(before)) {
-    case eInterpolationCustom:
-    case eInterpolationConstant:
-    case eInterpolationLinear:
-        store(true);
-        break;
-    case eInterpolationCubic:
-        if (IsCubicAuto(before)) {
-            store(!hasKey || isUserSide || interpolation == eInterpolationCustom);
-        } else if (IsCubicUser(before)) {
-            store(!hasKey || !isCubic || isUserSide);
-        }
-        break;
-    default:
-        break;
-    }
+    StoreLeftSlope(*this, pIndex, pSlope);
+    FollowLeftSlope(*this, pIndex, pSlope);
 }
 
 float Glissa::KeyGetRightAuto(int pIndex, bool pApplyClamp)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
-    if (IsCubicAuto(pIndex)) {
-        bool clampedLeft = false;
-        bool clampedRight = false;
-        if (pApplyClamp) {
-            IsClamped(pIndex, clampedLeft, clampedRight);
-        }
-        if (!clampedRight) {
+    const Side right{*this, KeySide::kRight, pIndex};
+    if (IsCubicAuto(Attr(pIndex))) {
+        if (!pApplyClamp || !right.IsClamped()) {
             return KeyGetDataDouble(pIndex, eDataRightSlope);
         }
     } else if (pIndex >= KeyGetCount() - 1) {
         return 0.0f;
     }
-    return RightAutoOf(*this, pIndex, KeyGetRightDerivative(pIndex));
+    return right.AutoFrom(right.Slope());
 }
 
 float Glissa::KeyGetLeftAuto(int pIndex, bool pApplyClamp)
@@ -134,8 +315,9 @@ float Glissa::KeyGetLeftAuto(int pIndex, bool pApplyClamp)
         return 0.0f;
     }
     if (pIndex == 0) {
-        return IsCubicAuto(0) ? KeyGetDataDouble(0, eDataRightSlope) : 0.0f;
+        return IsCubicAuto(Attr(0)) ? KeyGetDataDouble(0, eDataRightSlope) : 0.0f;
     }
+    const Side left{*this, KeySide::kLeft, pIndex};
     const int before = pIndex - 1;
     if (KeyGetInterpolation(before) == eInterpolationConstant) {
         return 0.0f;
@@ -143,21 +325,14 @@ float Glissa::KeyGetLeftAuto(int pIndex, bool pApplyClamp)
     if (KeyGetInterpolation(before) == eInterpolationLinear) {
         return 100.0f;
     }
-    if (IsCubicAuto(pIndex)) {
-        bool clampedLeft = false;
-        bool clampedRight = false;
-        if (pApplyClamp) {
-            IsClamped(pIndex, clampedLeft, clampedRight);
+    if (IsCubicAuto(Attr(pIndex)) && (!pApplyClamp || !left.IsClamped())) {
+        // Slot 1 of a TCB key holds its continuity.
+        if (IsCubicTcb(Attr(before))) {
+            return KeyGetBreak(pIndex) ? 100.0f : -KeyGetDataDouble(pIndex, eDataRightSlope);
         }
-        if (!clampedLeft) {
-            // Slot 1 of a TCB key holds its continuity.
-            if (IsCubicTCB(before)) {
-                return KeyGetBreak(pIndex) ? 100.0f : -KeyGetDataDouble(pIndex, eDataRightSlope);
-            }
-            return KeyGetDataDouble(before, eDataNextLeftSlope);
-        }
+        return KeyGetDataDouble(before, eDataNextLeftSlope);
     }
-    return LeftAutoOf(*this, pIndex, KeyGetLeftDerivative(pIndex));
+    return left.AutoFrom(left.Slope());
 }
 
 void Glissa::KeySetLeftAuto(int pIndex, float pAuto)
@@ -167,38 +342,9 @@ void Glissa::KeySetLeftAuto(int pIndex, float pAuto)
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    StoreLeftAuto(pIndex, pAuto);
-    if (pIndex < KeyGetCount() && IsCubicWith(pIndex, eTangentUser, eTangentUser)) {
+    StoreLeftAuto(*this, pIndex, pAuto);
+    if (IsPlainUser(*this, pIndex)) {
         KeySetRightAuto(pIndex, pAuto);
-    }
-}
-
-// The left auto parameter of a key, in slot 1 of the key before; its right side stays.
-void Glissa::StoreLeftAuto(int pIndex, float pAuto)
-{
-    CORVEKIT_ASSERT(pIndex > 0 && pIndex <= KeyGetCount());
-    const int before = pIndex - 1;
-    const bool hasKey = pIndex < KeyGetCount();
-    const bool isCubic = hasKey && KeyGetInterpolation(pIndex) == eInterpolationCubic;
-    const bool isAutoSide = isCubic && (Attr(pIndex).mFlags & eTangentAuto) != 0;
-    const auto store = [&](bool pAsAuto) {
-        KeySetDataDouble(before, eDataNextLeftSlope,
-                         pAsAuto ? pAuto : LeftSlopeOf(*this, pIndex, pAuto));
-    };
-    switch (KeyGetInterpolation(before)) {
-    case eInterpolationConstant:
-    case eInterpolationLinear:
-        store(true);
-        break;
-    case eInterpolationCubic:
-        if (IsCubicAuto(before)) {
-            store(!isCubic || isAutoSide);
-        } else if (IsCubicUser(before)) {
-            store(!hasKey || isAutoSide);
-        }
-        break;
-    default:
-        break;
     }
 }
 
@@ -209,176 +355,96 @@ void Glissa::KeySetRightAuto(int pIndex, float pAuto)
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    if (IsCubicAuto(pIndex)) {
+    const Side right{*this, KeySide::kRight, pIndex};
+    if (IsCubicAuto(Attr(pIndex))) {
         KeySetDataDouble(pIndex, eDataRightSlope, pAuto);
-    } else if (IsCubicUser(pIndex) && pIndex < KeyGetCount() - 1) {
-        KeySetDataDouble(pIndex, eDataRightSlope, RightSlopeOf(*this, pIndex, pAuto));
+    } else if (IsCubicUser(Attr(pIndex)) && right.Exists()) {
+        KeySetDataDouble(pIndex, eDataRightSlope, right.SlopeFrom(pAuto));
     }
 }
 
 float Glissa::KeyGetLeftBezierTangeant(int pIndex, bool pExtremes)
 {
     const int count = KeyGetCount();
-    if (count == 0) {
-        return 0.0f;
+    if (count < 2 || pIndex <= 0) {
+        return count == 0 ? 0.0f : KeyGetValue(0);
     }
-    if (count == 1 || pIndex <= 0) {
-        return KeyGetValue(0);
-    }
-    const float value = KeyGetValue(pIndex);
-    switch (KeyGetInterpolation(pIndex - 1)) {
-    case eInterpolationConstant:
-        return value;
-    case eInterpolationCustom:
-    case eInterpolationLinear:
-    case eInterpolationCubic: {
-        const float seconds = static_cast<float>(SecondsBetween(KeyAt(pIndex - 1), KeyAt(pIndex)));
-        return static_cast<float>(value - KeyGetLeftDerivative(pIndex, pExtremes) * seconds / 3.0);
-    }
-    default:
-        return 0.0f;
-    }
+    return Side{*this, KeySide::kLeft, pIndex}.Handle(pExtremes);
 }
 
 float Glissa::KeyGetRightBezierTangeant(int pIndex, bool pExtremes)
 {
     const int last = KeyGetCount() - 1;
-    if (last < 0) {
-        return 0.0f;
-    }
     if (pIndex >= last) {
-        return KeyGetValue(last);
+        return last < 0 ? 0.0f : KeyGetValue(last);
     }
-    const float value = KeyGetValue(pIndex);
-    switch (KeyGetInterpolation(pIndex)) {
-    case eInterpolationConstant:
-        return value;
-    case eInterpolationCustom:
-    case eInterpolationLinear:
-    case eInterpolationCubic: {
-        const float seconds = static_cast<float>(SecondsBetween(KeyAt(pIndex), KeyAt(pIndex + 1)));
-        return static_cast<float>(value + KeyGetRightDerivative(pIndex, pExtremes) * seconds / 3.0);
-    }
-    default:
-        return 0.0f;
-    }
+    return Side{*this, KeySide::kRight, pIndex}.Handle(pExtremes);
 }
 
 void Glissa::KeySetLeftBezierTangeant(int pIndex, float pValue)
 {
-    if (pIndex <= 0 || pIndex >= KeyGetCount()) {
-        return;
-    }
-    const double seconds = SecondsBetween(KeyAt(pIndex - 1), KeyAt(pIndex));
-    const float third = static_cast<float>(-(pValue - KeyGetValue(pIndex)) / seconds);
-    KeySetLeftDerivative(pIndex, static_cast<float>(third * 3.0));
+    Side{*this, KeySide::kLeft, pIndex}.SetHandle(pValue);
 }
 
 void Glissa::KeySetRightBezierTangeant(int pIndex, float pValue)
 {
-    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
-        return;
-    }
-    const double seconds = SecondsBetween(KeyAt(pIndex), KeyAt(pIndex + 1));
-    const float third = static_cast<float>((pValue - KeyGetValue(pIndex)) / seconds);
-    KeySetRightDerivative(pIndex, static_cast<float>(third * 3.0));
+    Side{*this, KeySide::kRight, pIndex}.SetHandle(pValue);
 }
 
 void Glissa::KeySetLeftTangeantWeight(int pIndex, float pWeight)
 {
-    if (pIndex <= 0 || pIndex > KeyGetCount()) {
-        return;
-    }
-    const int before = pIndex - 1;
-    const unsigned interpolation = KeyGetInterpolation(before);
-    if (interpolation == eInterpolationCustom ||
-        (interpolation == eInterpolationCubic && !IsCubicTCB(before))) {
-        const KeyModifyBracket bracket(*this);
-        KeySetTangeantWeightMode(before, eWeightNextLeft, eWeightNextLeft);
-        KeySetDataDouble(before, eDataNextLeftWeight, pWeight);
-    }
+    Side{*this, KeySide::kLeft, pIndex}.SetWeight(pWeight);
 }
 
 void Glissa::KeySetRightTangeantWeight(int pIndex, float pWeight)
 {
-    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
-        return;
-    }
-    const unsigned interpolation = KeyGetInterpolation(pIndex);
-    if (interpolation == eInterpolationCustom || interpolation == eInterpolationCubic) {
-        const KeyModifyBracket bracket(*this);
-        KeySetTangeantWeightMode(pIndex, eWeightRight, eWeightRight);
-        KeySetDataDouble(pIndex, eDataRightWeight, pWeight);
-    }
+    Side{*this, KeySide::kRight, pIndex}.SetWeight(pWeight);
 }
 
 void Glissa::KeySetLeftTangeantWeightedMode(int pIndex, bool pOn)
 {
-    if (pIndex <= 0 || pIndex > KeyGetCount()) {
-        return;
-    }
-    const unsigned interpolation = KeyGetInterpolation(pIndex - 1);
-    if (interpolation == eInterpolationCustom || interpolation == eInterpolationCubic) {
-        KeySetTangeantWeightMode(pIndex - 1, pOn ? eWeightNextLeft : eWeightNone, eWeightNextLeft);
-    }
+    Side{*this, KeySide::kLeft, pIndex}.SetWeighted(pOn);
 }
 
 void Glissa::KeySetRightTangeantWeightedMode(int pIndex, bool pOn)
 {
-    if (pIndex < 0 || pIndex >= KeyGetCount() - 1) {
-        return;
-    }
-    const unsigned interpolation = KeyGetInterpolation(pIndex);
-    if (interpolation == eInterpolationCustom || interpolation == eInterpolationCubic) {
-        KeySetTangeantWeightMode(pIndex, pOn ? eWeightRight : eWeightNone, eWeightRight);
-    }
+    Side{*this, KeySide::kRight, pIndex}.SetWeighted(pOn);
 }
 
 void Glissa::KeySetLeftTangeantVelocity(int pIndex, float pVelocity)
 {
-    if (pIndex <= 0 || pIndex > KeyGetCount()) {
-        return;
-    }
-    const int before = pIndex - 1;
-    if (KeyGetInterpolation(before) == eInterpolationCubic && !IsCubicTCB(before)) {
+    const Side left{*this, KeySide::kLeft, pIndex};
+    if (left.Exists() && IsCubic(Attr(left.Store())) && !left.HasNoPlace()) {
         const KeyModifyBracket bracket(*this);
-        KeySetTangeantVelocityMode(before, eVelocityNextLeft, eVelocityNextLeft);
-        KeySetDataDouble(before, eDataNextLeftVelocity, pVelocity);
+        left.SetVelocityMode(true);
+        KeySetDataDouble(left.Store(), eDataNextLeftVelocity, pVelocity);
     }
 }
 
 void Glissa::KeySetRightTangeantVelocity(int pIndex, float pVelocity)
 {
-    if (pIndex < 0 || pIndex >= KeyGetCount() - 1 ||
-        KeyGetInterpolation(pIndex) != eInterpolationCubic) {
+    const Side right{*this, KeySide::kRight, pIndex};
+    if (!right.Exists() || !IsCubic(Attr(pIndex))) {
         return;
     }
     const KeyModifyBracket bracket(*this);
-    KeySetTangeantVelocityMode(pIndex, eVelocityRight, eVelocityRight);
+    right.SetVelocityMode(true);
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetDataDouble(eDataRightVelocity, pVelocity);
-    if (WriteAttributes(pIndex, attributes)) {
-        const bool isSlope = IsCubicAuto(pIndex) || IsCubicUser(pIndex);
-        CallbackAddEvent(isSlope ? kGlissaEventOther | eEventEditVelocity : kGlissaEventOther,
-                         pIndex);
-    }
+    // Unlike KeySetDataDouble this posts a velocity for an automatic tangent too.
+    const bool isSlope = IsCubicAuto(attributes) || IsCubicUser(attributes);
+    WriteAndPost(pIndex, attributes,
+                 isSlope ? kGlissaEventOther | eEventEditVelocity : kGlissaEventOther);
 }
 
 void Glissa::KeySetLeftTangeantVelocityMode(int pIndex, bool pOn)
 {
-    if (pIndex > 0 && pIndex <= KeyGetCount() &&
-        KeyGetInterpolation(pIndex - 1) == eInterpolationCubic) {
-        KeySetTangeantVelocityMode(pIndex - 1, pOn ? eVelocityNextLeft : eVelocityNone,
-                                   eVelocityNextLeft);
-    }
+    Side{*this, KeySide::kLeft, pIndex}.SetVelocityMode(pOn);
 }
 
 void Glissa::KeySetRightTangeantVelocityMode(int pIndex, bool pOn)
 {
-    if (pIndex >= 0 && pIndex < KeyGetCount() - 1 &&
-        KeyGetInterpolation(pIndex) == eInterpolationCubic) {
-        KeySetTangeantVelocityMode(pIndex, pOn ? eVelocityRight : eVelocityNone, eVelocityRight);
-    }
+    Side{*this, KeySide::kRight, pIndex}.SetVelocityMode(pOn);
 }
 
 GlissaTangeantInfo Glissa::KeyGetLeftDerivativeInfo(int pIndex)
@@ -408,73 +474,27 @@ GlissaTangeantInfo Glissa::KeyGetRightDerivativeInfo(int pIndex)
 void Glissa::KeySetLeftDerivativeInfo(int pIndex, const GlissaTangeantInfo& pInfo,
                                       bool pForceDerivative)
 {
-    if (pIndex <= 0 || pIndex >= KeyGetCount()) {
-        return;
-    }
-    const GlissaKeyAttributes& key = Attr(pIndex);
-    if ((key.mFlags & eTangentTCB) != 0 && key.GetInterpolation() != eInterpolationCustom) {
+    if (pIndex <= 0 || pIndex >= KeyGetCount() || HasTcbBit(Attr(pIndex))) {
         return;
     }
     const KeyModifyBracket bracket(*this);
-    StoreLeftSide(pIndex, pInfo, pForceDerivative);
-    FollowLeftSlope(pIndex, pInfo.mDerivative);
-}
-
-// Gives a key back the left side that it had before an edit of the keys before it, so that the
-// segment that it ends arrives as it did. Its right side, and with it the segment behind, stays:
-// the left slope of a user tangent does not take the right one along here. A key without a left
-// side to store, the first one or a cubic one with the TCB bit, stays as it is.
-void Glissa::KeepLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative)
-{
-    if (pIndex <= 0 || pIndex >= KeyGetCount() ||
-        (KeyGetInterpolation(pIndex) == eInterpolationCubic &&
-         (Attr(pIndex).mFlags & eTangentTCB) != 0)) {
-        return;
-    }
-    const KeyModifyBracket bracket(*this);
-    StoreLeftSide(pIndex, pInfo, pForceDerivative);
-}
-
-void Glissa::StoreLeftSide(int pIndex, const GlissaTangeantInfo& pInfo, bool pForceDerivative)
-{
-    CORVEKIT_ASSERT(pIndex > 0 && pIndex < KeyGetCount() && mModifyNesting > 0);
     ResetCandidate();
-    const GlissaKeyAttributes old = Attr(pIndex);
-    const bool isCubic = old.GetInterpolation() == eInterpolationCubic;
-    // The weights of a TCB key share a slot with its bias.
-    if (!IsCubicTCB(pIndex - 1)) {
-        KeySetLeftTangeantWeight(pIndex, pInfo.mWeight);
-        KeySetLeftTangeantWeightedMode(pIndex, pInfo.mIsWeighted);
-        KeySetLeftTangeantVelocity(pIndex, pInfo.mVelocity);
-        KeySetLeftTangeantVelocityMode(pIndex, pInfo.mIsVelocity);
-    }
-    const GlissaKeyAttributes& before = Attr(pIndex - 1);
-    const bool isAutoSide = isCubic ? (old.mFlags & eTangentAuto) != 0
-                                    : before.GetInterpolation() == eInterpolationCubic &&
-                                          (before.mFlags & eTangentAuto) != 0;
-    if (isAutoSide && !pForceDerivative) {
-        StoreLeftAuto(pIndex, pInfo.mAuto);
-    } else {
-        StoreLeftSlope(pIndex, pInfo.mDerivative);
-    }
+    StoreLeftSide(*this, pIndex, pInfo, pForceDerivative);
+    FollowLeftSlope(*this, pIndex, pInfo.mDerivative);
 }
 
 void Glissa::KeySetRightDerivativeInfo(int pIndex, const GlissaTangeantInfo& pInfo,
                                        bool pForceDerivative)
 {
-    if (pIndex < 0 || pIndex >= KeyGetCount()) {
+    if (pIndex < 0 || pIndex >= KeyGetCount() || HasTcbBit(Attr(pIndex))) {
         return;
     }
     const GlissaKeyAttributes old = Attr(pIndex);
-    if ((old.mFlags & eTangentTCB) != 0 && old.GetInterpolation() != eInterpolationCustom) {
-        return;
-    }
-    const bool isCubicAuto =
-        old.GetInterpolation() == eInterpolationCubic && (old.mFlags & eTangentAuto) != 0;
+    const bool isAutoSide = IsCubic(old) && (old.mFlags & eTangentAuto) != 0;
     ResetCandidate();
     const KeyModifyBracket bracket(*this);
-    if (pIndex >= KeyGetCount() - 1) {
-        if (isCubicAuto) {
+    if (pIndex == KeyGetCount() - 1) {
+        if (isAutoSide) {
             KeySetDataDouble(pIndex, eDataRightSlope, pInfo.mAuto);
         }
         return;
@@ -483,7 +503,7 @@ void Glissa::KeySetRightDerivativeInfo(int pIndex, const GlissaTangeantInfo& pIn
     KeySetRightTangeantWeightedMode(pIndex, pInfo.mIsWeighted);
     KeySetRightTangeantVelocity(pIndex, pInfo.mVelocity);
     KeySetRightTangeantVelocityMode(pIndex, pInfo.mIsVelocity);
-    if (isCubicAuto && !pForceDerivative) {
+    if (isAutoSide && !pForceDerivative) {
         KeySetRightAuto(pIndex, pInfo.mAuto);
     } else {
         KeySetRightDerivative(pIndex, pInfo.mDerivative);

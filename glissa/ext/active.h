@@ -41,14 +41,12 @@ inline bool IsInvalidKeyCheckActive()
     return gExtActivity.mInvalidKeyCheck;
 }
 
-/// The part of CheckKeyValue that runs when somebody listens.
-[[gnu::cold]] void CheckKeyValueForListeners(float& pValue);
+/// The part of CheckedKeyValue that runs when somebody listens.
+[[gnu::cold]] float ReportedKeyValue(float pValue);
 
-/// The value check that follows every write of a key's value. Where somebody listens, a value that
-/// is infinite or not a number is reported and then becomes 0; where nobody does, any value stays.
-inline void CheckKeyValue(float& pValue)
+/// The value that is stored when a key's value is written. Where somebody listens, a value that is
+/// infinite or not a number is reported and 0 is stored; where nobody does, any value is.
+inline float CheckedKeyValue(float pValue)
 {
-    if (IsInvalidKeyCheckActive()) [[unlikely]] {
-        CheckKeyValueForListeners(pValue);
-    }
+    return IsInvalidKeyCheckActive() ? ReportedKeyValue(pValue) : pValue;
 }

@@ -69,11 +69,12 @@ bool GlissaInvalidKeyManager::Unregister(int pEventId, ICallback* pCallback,
     return true;
 }
 
-// The listeners run while the bad value is still in its place, or when the curve has been edited.
-void CheckKeyValueForListeners(float& pValue)
+// A listener of a value that is written by itself finds it in its place; in an operation it is
+// called at the end.
+float ReportedKeyValue(float pValue)
 {
     if (std::isfinite(pValue)) {
-        return;
+        return pValue;
     }
     const auto report = [] {
         GlissaInvalidKeyEvent event;
@@ -85,5 +86,5 @@ void CheckKeyValueForListeners(float& pValue)
     } else {
         report();
     }
-    pValue = 0.0f;
+    return 0.0f;
 }

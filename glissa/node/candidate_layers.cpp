@@ -18,7 +18,7 @@
 namespace
 {
 constexpr int kEveryLayer = std::numeric_limits<int>::max();
-constexpr double kNoWeight = 0.001;
+constexpr double kNoPassthroughWeight = 0.001;
 
 KgeRMatrix MatrixOf(const double* pAngles, const KVdRotationOrder& pOrder)
 {
@@ -73,7 +73,7 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
         if (layer && layer->GetLayerInfo().GetLayerMode() != eLayerModeOverride) {
             const GlissaLayerInfo& info = layer->GetLayerInfo();
             if (info.GetLayerMode() == eLayerModeOverridePassthrough &&
-                std::fabs(info.GetWeight(pTime)) <= kNoWeight) {
+                std::fabs(info.GetWeight(pTime)) <= kNoPassthroughWeight) {
                 layer->GetZeroValues(others);
             } else {
                 evaluate(others, -1, 0, pId - 1);
