@@ -83,17 +83,26 @@ TimeArgument ParseTime(const std::string& pText)
     return time;
 }
 
-RateArgument ParseRate(const std::string& pText)
+std::optional<double> ParseFraction(const std::string& pText)
 {
     const std::size_t slash = pText.find('/');
     const std::optional<double> number = ParseNumber(pText.substr(0, slash));
     const std::optional<double> divisor =
         slash == std::string::npos ? 1.0 : ParseNumber(pText.substr(slash + 1));
     if (!number || !divisor || *divisor == 0.0) {
+        return std::nullopt;
+    }
+    return *number / *divisor;
+}
+
+RateArgument ParseRate(const std::string& pText)
+{
+    const std::optional<double> fraction = ParseFraction(pText);
+    if (!fraction) {
         throw WrongArguments(
             fmt::format("'{}' is no rate: write frames a second (24, 29.97, 30000/1001)", pText));
     }
-    double rate = *number / *divisor;
+    double rate = *fraction;
     for (const auto& [written, meant] :
          {std::pair(23.976, 24000.0 / 1001.0), std::pair(29.97, 30000.0 / 1001.0),
           std::pair(59.94, 60000.0 / 1001.0)}) {

@@ -48,6 +48,9 @@ struct TangentArgument
     unsigned mode = 0;           ///< eTangentAuto and so on
 };
 
+/// A finite number or a fraction of two (1/60); nothing for any other text.
+std::optional<double> ParseFraction(const std::string& pText);
+
 /// Each throws WrongArguments with a text that names the value and what is accepted.
 TimeArgument ParseTime(const std::string& pText);
 RateArgument ParseRate(const std::string& pText);

@@ -19,6 +19,7 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction);
 void AddConvertCommand(CLI::App& pApp, Action& pAction);
 void AddDumpCommand(CLI::App& pApp, Action& pAction);
 void AddCheckCommand(CLI::App& pApp, Action& pAction);
+void AddFilterCommand(CLI::App& pApp, Action& pAction);
 void AddKeyCommand(CLI::App& pApp, Action& pAction);
 void AddLayerCommand(CLI::App& pApp, Action& pAction);
 void AddPoseCommand(CLI::App& pApp, Action& pAction);

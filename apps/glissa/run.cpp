@@ -70,6 +70,7 @@ int Run(int pCount, char** pArguments)
     AddEvalCommand(app, action);
     AddPoseCommand(app, action);
     AddPlotCommand(app, action);
+    AddFilterCommand(app, action);
     AddKeyCommand(app, action);
     AddLayerCommand(app, action);
     AddConvertCommand(app, action);

@@ -1,0 +1,464 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Filters over clips: the filters of the command line or of a recipe, in their order, on the chosen
+// curves of each clip. Clips are independent of each other, so that several jobs write the same
+// bytes as one, and one that fails does not keep the others from being written.
+
+#include "apps/glissa/clip_nodes.h"
+#include "apps/glissa/clip_output.h"
+#include "apps/glissa/command.h"
+#include "apps/glissa/curve_options.h"
+#include "apps/glissa/filter_recipe.h"
+#include "apps/glissa/filter_report.h"
+#include "apps/glissa/picture/canvas.h"
+#include "apps/glissa/progress.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace
+{
+namespace fs = std::filesystem;
+
+constexpr int kMostJobs = 256;
+
+struct FilterOptions
+{
+    std::vector<std::string> clips;
+    std::vector<std::string> filters;
+    std::string recipe;
+    std::vector<std::string> curves;
+    std::vector<std::string> nodes;
+    std::string from;
+    std::string to;
+    std::string framesASecond;
+    std::string output;
+    std::string folder;
+    std::string clipFormat;
+    std::string format;
+    int jobs = 1;
+    bool list = false;
+    bool dryRun = false;
+    bool resume = false;
+};
+
+// A clip with where it is written; empty for a dry run.
+struct Job
+{
+    std::string path;
+    std::string output;
+    ClipFormat format = ClipFormat::glissa;
+};
+
+FilterRecipe RecipeOf(const FilterOptions& pOptions)
+{
+    if (pOptions.filters.empty() == pOptions.recipe.empty()) {
+        throw WrongArguments("filters come from --apply or from --recipe: give one of the two");
+    }
+    if (!pOptions.recipe.empty()) {
+        return ReadRecipe(pOptions.recipe);
+    }
+    FilterRecipe recipe;
+    for (const std::string& each : pOptions.filters) {
+        recipe.push_back(ParseOption("--apply", &ParseFilter, each));
+    }
+    return recipe;
+}
+
+// A choice that a filter of the recipe cannot work with.
+void CheckRecipe(const FilterRecipe& pRecipe, const FilterOptions& pOptions)
+{
+    for (const FilterSetup& each : pRecipe) {
+        const FilterEntry& entry = each.GetEntry();
+        if (entry.mSpan == FilterSpan::none && !(pOptions.from.empty() && pOptions.to.empty())) {
+            throw WrongArguments(fmt::format(
+                "{} works on whole curves: leave --from and --to out, or run it by itself",
+                entry.mName));
+        }
+        if (entry.mScope == FilterScope::vector && !pOptions.curves.empty()) {
+            throw WrongArguments(fmt::format(
+                "{} takes the curves of a node together: choose nodes with --node", entry.mName));
+        }
+    }
+}
+
+std::vector<Job> JobsOf(const FilterOptions& pOptions)
+{
+    if (pOptions.clips.empty()) {
+        throw WrongArguments("no clip is given");
+    }
+    if (!pOptions.curves.empty() && !pOptions.nodes.empty()) {
+        throw WrongArguments("--node takes nodes, --curve takes curves: one or the other");
+    }
+    const int targets = (pOptions.output.empty() ? 0 : 1) + (pOptions.folder.empty() ? 0 : 1) +
+                        (pOptions.dryRun ? 1 : 0);
+    if (targets != 1) {
+        throw WrongArguments("one of --output, --out-dir and --dry-run says where clips go");
+    }
+    if (pOptions.resume && pOptions.folder.empty()) {
+        throw WrongArguments("--resume goes with --out-dir");
+    }
+    if (!pOptions.output.empty()) {
+        if (pOptions.clips.size() > 1) {
+            throw WrongArguments("several clips are written to a folder: --out-dir");
+        }
+        return {{pOptions.clips.front(), pOptions.output,
+                 ChooseClipFormat(pOptions.output, pOptions.clipFormat)}};
+    }
+    std::vector<Job> jobs;
+    const std::string suffix = pOptions.clipFormat.empty() ? "glissa" : pOptions.clipFormat;
+    for (const std::string& clip : pOptions.clips) {
+        Job job{clip, "", ClipFormat::glissa};
+        if (!pOptions.dryRun) {
+            job.output =
+                (fs::path(pOptions.folder) / fs::path(clip).stem()).string() + '.' + suffix;
+            job.format = ChooseClipFormat(job.output, suffix);
+        }
+        for (const Job& other : jobs) {
+            if (!job.output.empty() && other.output == job.output) {
+                throw WrongArguments(fmt::format("{} and {} would both be written to {}",
+                                                 other.path, job.path, job.output));
+            }
+        }
+        jobs.push_back(std::move(job));
+    }
+    return jobs;
+}
+
+bool IsUpToDate(const Job& pJob, const std::string& pRecipe)
+{
+    std::error_code error;
+    const fs::file_time_type written = fs::last_write_time(pJob.output, error);
+    if (error) {
+        return false;
+    }
+    const auto newerThan = [&](const std::string& pPath) {
+        const fs::file_time_type changed = fs::last_write_time(pPath, error);
+        return !error && written > changed;
+    };
+    return newerThan(pJob.path) && (pRecipe.empty() || newerThan(pRecipe));
+}
+
+// The leaf nodes of a node by their curves.
+void AddChannels(GlissaNode& pNode, const std::string& pName, std::vector<FilterChannel>& pChannels)
+{
+    if (Glissa* const curve = pNode.FCurveGet()) {
+        pChannels.push_back({pName, curve, &pNode});
+    }
+    for (int i = 0; i < pNode.GetCount(); ++i) {
+        AddChannels(*pNode.Get(i), pName + '/' + pNode.Get(i)->GetName(), pChannels);
+    }
+}
+
+std::vector<FilterTarget> NodeTargets(const ClipCurves& pClip,
+                                      const std::vector<std::string>& pPatterns)
+{
+    std::vector<FilterTarget> targets;
+    for (const NamedNode& each : ChooseNodes(pClip, pPatterns)) {
+        FilterTarget target{each.name, each.node, {}};
+        AddChannels(*each.node, each.name, target.mChannels);
+        targets.push_back(std::move(target));
+    }
+    return targets;
+}
+
+// The curves that are chosen; each curve is a target of its own where curves were named.
+std::vector<FilterTarget> TargetsOf(ClipCurves& pClip, const FilterOptions& pOptions)
+{
+    if (pOptions.curves.empty()) {
+        return NodeTargets(pClip, pOptions.nodes);
+    }
+    const std::vector<FilterTarget> all = NodeTargets(pClip, {});
+    std::vector<FilterTarget> targets;
+    for (const NamedCurve* const curve :
+         ChooseCurves(pClip, {pOptions.curves, false, std::nullopt, std::nullopt})) {
+        for (const FilterTarget& node : all) {
+            for (const FilterChannel& channel : node.mChannels) {
+                if (channel.mCurve == curve->curve) {
+                    targets.push_back({curve->name, nullptr, {channel}});
+                }
+            }
+        }
+    }
+    return targets;
+}
+
+FilterTimes TimesOf(const FilterOptions& pOptions, double pClipRate)
+{
+    const double rate = FrameRateOf(pOptions.framesASecond).value_or(pClipRate);
+    FilterTimes times;
+    if (!pOptions.from.empty()) {
+        times.mStart = ParseOption("--from", &ParseTime, pOptions.from).At(rate);
+    }
+    if (!pOptions.to.empty()) {
+        times.mStop = ParseOption("--to", &ParseTime, pOptions.to).At(rate);
+    }
+    if (times.mStart > times.mStop) {
+        throw WrongArguments(
+            fmt::format("--from {} lies after --to {}", pOptions.from, pOptions.to));
+    }
+    return times;
+}
+
+// A filter that every curve refused is a mistake of the caller, not a result.
+void CheckStep(const StepReport& pStep, const std::string& pPath)
+{
+    const bool all =
+        !pStep.results.empty() &&
+        std::all_of(pStep.results.begin(), pStep.results.end(), [](const FilterResult& pEach) {
+            return pEach.mOutcome == FilterOutcome::refused;
+        });
+    if (all) {
+        throw Refusal(fmt::format("{}: {}: every curve is refused: {}", pPath, pStep.filter,
+                                  pStep.results.front().mMessage));
+    }
+}
+
+// Recorded angles that pass half a turn jump by a whole one, and smoothing rounds the jump off.
+void WarnOfJumps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTargets,
+                 ClipReport& pReport)
+{
+    if (!pEntry.mSignal) {
+        return;
+    }
+    const std::vector<AngleJump> jumps = FindAngleJumps(pTargets);
+    if (!jumps.empty()) {
+        pReport.warnings.push_back(fmt::format(
+            "{}: {} treats jumps of whole turns as motion: {} rotation curve(s) step by more than "
+            "180 degrees, the first is {} at {:.3f} s",
+            pReport.path, pEntry.mName, jumps.size(), jumps.front().mName,
+            jumps.front().mTime.GetSecondDouble()));
+    }
+}
+
+class FilterRun
+{
+public:
+    FilterRun(const FilterOptions& pOptions, const FilterRecipe& pRecipe)
+        : mOptions(pOptions), mRecipe(pRecipe)
+    {}
+
+    // pProgress is called with the part of the clip's work that is done, 0 to 1.
+    ClipReport Do(const Job& pJob, const std::function<void(double)>& pProgress) const
+    {
+        ClipReport report;
+        report.path = pJob.path;
+        report.output = pJob.output;
+        if (mOptions.resume && IsUpToDate(pJob, mOptions.recipe)) {
+            report.skipped = true;
+            return report;
+        }
+        ClipCurves clip = LoadClip(pJob.path);
+        for (const NamedCurve& each : clip.curves) {
+            report.units[each.name] = UnitName(each.unit);
+        }
+        const std::vector<FilterTarget> targets = TargetsOf(clip, mOptions);
+        const FilterTimes times = TimesOf(mOptions, clip.framesASecond);
+        for (std::size_t i = 0; i < mRecipe.size(); ++i) {
+            const double keys = static_cast<double>(std::max<std::int64_t>(CountKeys(targets), 1));
+            WarnOfJumps(mRecipe[i].GetEntry(), targets, report);
+            const auto start = std::chrono::steady_clock::now();
+            StepReport step;
+            step.filter = SetupText(mRecipe[i]);
+            step.results = RunFilter(
+                mRecipe[i], targets, times, clip.clip.mFramePeriod, [&](std::int64_t pKeys) {
+                    pProgress((static_cast<double>(i) + static_cast<double>(pKeys) / keys) /
+                              static_cast<double>(mRecipe.size()));
+                });
+            step.seconds =
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            CheckStep(step, pJob.path);
+            report.steps.push_back(std::move(step));
+        }
+        if (!pJob.output.empty()) {
+            // The values of the file are no longer those of the curves.
+            clip.clip.mValues.clear();
+            WriteClip(clip, pJob.format, pJob.output);
+        }
+        return report;
+    }
+
+private:
+    const FilterOptions& mOptions;
+    const FilterRecipe& mRecipe;
+};
+
+// Every job, several at a time, in the order of the jobs. A job that fails has its reason in its
+// report.
+std::vector<ClipReport> DoAll(const FilterRun& pRun, const std::vector<Job>& pJobs, int pThreads)
+{
+    constexpr double kSteps = 1000.0;
+    std::vector<ClipReport> reports(pJobs.size());
+    std::vector<double> parts(pJobs.size(), 0.0);
+    Progress progress(static_cast<std::uint64_t>(kSteps * static_cast<double>(pJobs.size())));
+    std::mutex mutex;
+    std::atomic<std::size_t> next = 0;
+    const auto work = [&] {
+        for (std::size_t i = next++; i < pJobs.size(); i = next++) {
+            const auto advance = [&](double pPart) {
+                const std::lock_guard<std::mutex> lock(mutex);
+                parts[i] = pPart;
+                double sum = 0.0;
+                for (const double each : parts) {
+                    sum += each;
+                }
+                progress.At(static_cast<std::uint64_t>(kSteps * sum));
+            };
+            try {
+                reports[i] = pRun.Do(pJobs[i], advance);
+            } catch (const std::exception& error) {
+                reports[i].path = pJobs[i].path;
+                reports[i].error = error.what();
+            }
+            advance(1.0);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 1; i < pThreads; ++i) {
+        threads.emplace_back(work);
+    }
+    work();
+    for (std::thread& each : threads) {
+        each.join();
+    }
+    return reports;
+}
+
+void Print(const std::string& pText, const std::string& pInput, bool pToErrors)
+{
+    if (pToErrors) {
+        std::fputs(pText.c_str(), stderr);
+        return;
+    }
+    Output output("-", pInput);
+    output.Write(pText);
+    output.Commit();
+}
+
+void RunFilters(const FilterOptions& pOptions)
+{
+    const bool json = pOptions.format == "json";
+    if (pOptions.list) {
+        Print(json ? FilterTemplate() : DescribeFilters(), "", false);
+        return;
+    }
+    // Arguments that are wrong for every clip end the run before anything is read.
+    const FilterRecipe recipe = RecipeOf(pOptions);
+    CheckRecipe(recipe, pOptions);
+    const std::vector<Job> jobs = JobsOf(pOptions);
+    TimesOf(pOptions, 1.0);
+
+    const FilterRun run(pOptions, recipe);
+    std::vector<ClipReport> reports;
+    if (jobs.size() == 1) {
+        Progress progress(1000);
+        reports.push_back(run.Do(jobs.front(), [&](double pPart) {
+            progress.At(static_cast<std::uint64_t>(pPart * 1000.0));
+        }));
+    } else {
+        reports = DoAll(run, jobs, std::min<int>(pOptions.jobs, static_cast<int>(jobs.size())));
+    }
+    std::string text;
+    for (const ClipReport& each : reports) {
+        text += jobs.size() == 1 ? ReportText(each) : SummaryLine(each);
+    }
+    Print(json ? ReportJson(reports) : text, jobs.front().path, pOptions.output == "-");
+    std::string failed;
+    int failures = 0;
+    for (const ClipReport& each : reports) {
+        for (const std::string& warning : each.warnings) {
+            std::fputs(("glissa: " + PrintableText(warning) + '\n').c_str(), stderr);
+        }
+        if (!each.error.empty()) {
+            failed += (failed.empty() ? "" : "\nglissa: ") + each.error;
+            failures += 1;
+        }
+    }
+    if (failures > 0) {
+        throw Refusal(
+            fmt::format("{}\nglissa: {} of {} clips failed", failed, failures, reports.size()));
+    }
+}
+}  // namespace
+
+void AddFilterCommand(CLI::App& pApp, Action& pAction)
+{
+    const auto options = std::make_shared<FilterOptions>();
+    CLI::App* const command =
+        pApp.add_subcommand("filter", "Clean, smooth, reduce and resample the curves of clips");
+    command->add_option("CLIP", options->clips, "Clips to read (BVH or .glissa)");
+    command
+        ->add_option("-f,--apply", options->filters,
+                     "Filter to run, with its parameters; several run in the order given")
+        ->allow_extra_args(false)
+        ->type_name("FILTER[:NAME=VALUE,...]");
+    command
+        ->add_option("--recipe", options->recipe,
+                     "JSON file with the filters to run; --list --format json writes a template")
+        ->type_name("FILE");
+    command->add_flag("--list", options->list, "Describe every filter and its parameters");
+    command
+        ->add_option("-c,--curve", options->curves,
+                     "Curve to filter, by name: Hips/R/X. * is any run of characters, ? is one. "
+                     "May be given several times; all curves without it")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
+    command
+        ->add_option("-n,--node", options->nodes, "Node whose curves to filter, likewise: Hips/R")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
+    command
+        ->add_option("--from", options->from,
+                     "Start of the span to filter, in seconds (1.25) or frames (37f); without it "
+                     "the first key")
+        ->type_name("TIME");
+    command->add_option("--to", options->to, "End of the span; without it the last key")
+        ->type_name("TIME");
+    AddFrameRateOption(*command, options->framesASecond);
+    command
+        ->add_option("-o,--output", options->output,
+                     "File to write, complete or not at all; - for standard output, the report "
+                     "then goes to standard error")
+        ->type_name("FILE");
+    command
+        ->add_option("--out-dir", options->folder,
+                     "Folder for the filtered clips, each under its own name")
+        ->check(CLI::ExistingDirectory)
+        ->type_name("FOLDER");
+    command
+        ->add_option("--write", options->clipFormat,
+                     "Kind of clip to write, glissa or bvh (sampled at the frames); without it "
+                     "the suffix of --output decides, and --out-dir gets glissa")
+        ->check(CLI::IsMember({"bvh", "glissa"}))
+        ->type_name("KIND");
+    command->add_flag("--dry-run", options->dryRun, "Report only, write nothing");
+    command->add_flag("--resume", options->resume,
+                      "Skip clips whose output is newer than the clip and the recipe");
+    command->add_option("-j,--jobs", options->jobs, "Clips to work on at the same time")
+        ->check(CLI::Range(1, kMostJobs))
+        ->type_name("N");
+    command
+        ->add_option("--format", options->format,
+                     "Form of the report and of --list: text (the default) or json")
+        ->check(CLI::IsMember({"text", "json"}))
+        ->type_name("FORMAT");
+    command->footer(
+        "Exit status 1 if a filter is refused by every curve, or a clip fails; the other clips are "
+        "written.\n"
+        "\n"
+        "Examples:\n"
+        "  glissa filter --list\n"
+        "  glissa filter clip.bvh --apply butterworth:cutoff=6 --node '*/R' -o clean.glissa\n"
+        "  glissa filter clip.bvh --apply unspike:value=4 --apply gaussian:width=0.02 --dry-run\n"
+        "  glissa filter takes/*.bvh --recipe clean.json --out-dir cleaned --jobs 2");
+    command->callback([options, &pAction] { pAction = [options] { RunFilters(*options); }; });
+}

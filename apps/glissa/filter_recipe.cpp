@@ -1,0 +1,256 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/filter_recipe.h"
+
+#include "apps/glissa/arguments.h"
+#include "apps/glissa/refusal.h"
+#include "io/text_file.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+namespace
+{
+using Json = nlohmann::ordered_json;
+
+const FilterEntry& EntryOf(const std::string& pName)
+{
+    const FilterEntry* const entry = FindFilter(pName);
+    if (!entry) {
+        std::vector<const char*> names;
+        for (const FilterEntry& each : FilterTable()) {
+            names.push_back(each.mName);
+        }
+        throw WrongArguments(
+            fmt::format("there is no filter '{}'; there are {}", pName, fmt::join(names, ", ")));
+    }
+    return *entry;
+}
+
+std::string ValueText(const FilterParameter& pParameter, double pNumber)
+{
+    if (pParameter.mValue == FilterValue::flag) {
+        return pNumber != 0.0 ? "on" : "off";
+    }
+    return fmt::format("{}", pNumber);
+}
+
+// The range as far as it limits anything that users would write.
+std::string RangeText(const FilterParameter& pParameter)
+{
+    constexpr double kNear = 1e-5;
+    constexpr double kFar = 1e5;
+    if (pParameter.mValue == FilterValue::flag) {
+        return "on or off";
+    }
+    const bool above = pParameter.mGreatest >= kFar;
+    if (pParameter.mLeast <= -kFar && above) {
+        return "any";
+    }
+    if (pParameter.mLeast > 0.0 && pParameter.mLeast < kNear && above) {
+        return "above 0";
+    }
+    return above ? fmt::format("from {:g}", pParameter.mLeast)
+                 : fmt::format("{:g} to {:g}", pParameter.mLeast, pParameter.mGreatest);
+}
+
+std::string DefaultText(const FilterEntry& pEntry, const FilterParameter& pParameter)
+{
+    if (pParameter.mRequired) {
+        return "required";
+    }
+    if (pParameter.mFrames != 0.0) {
+        return pParameter.mUnit[0] == 's' ? fmt::format("{} frame", pParameter.mFrames)
+                                          : fmt::format("{} a frame", pParameter.mFrames);
+    }
+    const double number = pEntry.DefaultOf(pParameter, KTime());
+    if (!std::isfinite(number)) {
+        return "none";
+    }
+    return pParameter.mValue == FilterValue::flag ? ValueText(pParameter, number)
+                                                  : fmt::format("{:.4g}", number);
+}
+
+double ParseValue(const std::string& pName, const std::string& pText)
+{
+    if (pText == "on" || pText == "off") {
+        return pText == "on" ? 1.0 : 0.0;
+    }
+    const std::optional<double> number = ParseFraction(pText);
+    if (!number) {
+        throw WrongArguments(fmt::format(
+            "'{}' is no value for {}: write a number, a fraction (1/60), on or off", pText, pName));
+    }
+    return *number;
+}
+
+void Set(FilterSetup& pSetup, const std::string& pName, double pNumber)
+{
+    const std::string fault = pSetup.Set(pName, pNumber);
+    if (fault.empty()) {
+        return;
+    }
+    const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
+    throw WrongArguments(
+        parameter ? fmt::format("{}, {}: {}", fault, pNumber, RangeText(*parameter)) : fault);
+}
+
+FilterSetup SetupOf(const Json& pStep)
+{
+    if (!pStep.is_object() || !pStep.contains("filter") || !pStep["filter"].is_string()) {
+        throw WrongArguments("a filter is an object with its name as \"filter\"");
+    }
+    FilterSetup setup(EntryOf(pStep["filter"].get<std::string>()));
+    for (const auto& [name, value] : pStep.items()) {
+        if (name == "filter" || name == "about") {
+            continue;
+        }
+        if (value.is_boolean()) {
+            Set(setup, name, value.get<bool>() ? 1.0 : 0.0);
+        } else if (value.is_number()) {
+            Set(setup, name, value.get<double>());
+        } else if (value.is_string()) {
+            Set(setup, name, ParseValue(name, value.get<std::string>()));
+        } else {
+            throw WrongArguments(fmt::format("{} is no number, true or false", name));
+        }
+    }
+    return setup;
+}
+
+void CheckComplete(const FilterSetup& pSetup)
+{
+    const std::string fault = pSetup.GetFault();
+    if (!fault.empty()) {
+        throw WrongArguments(fault);
+    }
+}
+}  // namespace
+
+FilterSetup ParseFilter(const std::string& pText)
+{
+    const std::size_t colon = pText.find(':');
+    FilterSetup setup(EntryOf(pText.substr(0, colon)));
+    std::size_t start = colon == std::string::npos ? pText.size() : colon + 1;
+    while (start < pText.size()) {
+        const std::size_t end = std::min(pText.find(',', start), pText.size());
+        const std::string pair = pText.substr(start, end - start);
+        const std::size_t equals = pair.find('=');
+        if (equals == std::string::npos) {
+            throw WrongArguments(fmt::format("'{}' has no value: write NAME=VALUE", pair));
+        }
+        const std::string name = pair.substr(0, equals);
+        Set(setup, name, ParseValue(name, pair.substr(equals + 1)));
+        start = end + 1;
+    }
+    CheckComplete(setup);
+    return setup;
+}
+
+FilterRecipe ReadRecipe(const std::string& pPath)
+{
+    const IoResult<std::string> text = ReadTextFile(pPath);
+    if (!text) {
+        throw Refusal(text.GetError().GetText());
+    }
+    Json json;
+    try {
+        json = Json::parse(*text);
+    } catch (const Json::parse_error& error) {
+        const std::string_view before = std::string_view(*text).substr(0, error.byte);
+        throw Refusal(fmt::format("{}:{}: is not JSON", pPath,
+                                  1 + std::count(before.begin(), before.end(), '\n')));
+    }
+    if (!json.is_object() || !json.contains("filters") || !json["filters"].is_array() ||
+        json["filters"].empty()) {
+        throw Refusal(fmt::format("{}: a recipe is an object with an array \"filters\"; 'glissa "
+                                  "filter --list --format json' writes one",
+                                  pPath));
+    }
+    FilterRecipe recipe;
+    for (const Json& each : json["filters"]) {
+        try {
+            recipe.push_back(SetupOf(each));
+            CheckComplete(recipe.back());
+        } catch (const WrongArguments& error) {
+            throw Refusal(fmt::format("{}: filter {} of {}: {}", pPath, recipe.size() + 1,
+                                      json["filters"].size(), error.what()));
+        }
+    }
+    return recipe;
+}
+
+std::string DescribeFilters()
+{
+    std::string text;
+    const auto out = std::back_inserter(text);
+    for (const FilterEntry& entry : FilterTable()) {
+        fmt::format_to(out, "{}\n    {}.\n", entry.mName, entry.mMeaning);
+        if (entry.mNote[0] != '\0') {
+            fmt::format_to(out, "    {}\n", entry.mNote);
+        }
+        if (entry.mScope == FilterScope::vector) {
+            fmt::format_to(out, "    Takes the channels of a node together: choose with --node.\n");
+        }
+        if (entry.mSpan == FilterSpan::none) {
+            fmt::format_to(out, "    Works on whole curves: --from and --to do not apply.\n");
+        }
+        for (const FilterParameter& each : entry.mParameters) {
+            const std::string unit = each.mUnit[0] == '\0' ? "" : fmt::format(" [{}]", each.mUnit);
+            fmt::format_to(out, "      {:<10} {}{}; {}; default {}\n", each.mName, each.mMeaning,
+                           unit, RangeText(each), DefaultText(entry, each));
+        }
+    }
+    text += "\n[value] is the unit of the curve: degrees or scene units.\n";
+    return text;
+}
+
+std::string FilterTemplate()
+{
+    Json filters = Json::array();
+    for (const FilterEntry& entry : FilterTable()) {
+        Json filter;
+        filter["filter"] = entry.mName;
+        Json about;
+        about["meaning"] = entry.mMeaning;
+        about["note"] = entry.mNote;
+        about["span"] = entry.mSpan != FilterSpan::none;
+        about["needs_node"] = entry.mScope == FilterScope::vector;
+        about["parameters"] = Json::array();
+        for (const FilterParameter& each : entry.mParameters) {
+            Json parameter;
+            parameter["name"] = each.mName;
+            parameter["meaning"] = each.mMeaning;
+            parameter["unit"] = each.mUnit;
+            parameter["range"] = RangeText(each);
+            parameter["default"] = DefaultText(entry, each);
+            about["parameters"].push_back(parameter);
+            const double number = entry.DefaultOf(each, KTime());
+            if (each.mFrames == 0.0 && std::isfinite(number)) {
+                filter[each.mName] =
+                    each.mValue == FilterValue::flag ? Json(number != 0.0) : Json(number);
+            }
+        }
+        filter["about"] = about;
+        filters.push_back(filter);
+    }
+    Json recipe;
+    recipe["filters"] = filters;
+    return recipe.dump(2) + '\n';
+}
+
+std::string SetupText(const FilterSetup& pSetup)
+{
+    std::string text = pSetup.GetEntry().mName;
+    for (const FilterParameter& each : pSetup.GetEntry().mParameters) {
+        if (const std::optional<double> value = pSetup.Get(each)) {
+            text += fmt::format(" {}={}", each.mName, ValueText(each, *value));
+        }
+    }
+    return text;
+}

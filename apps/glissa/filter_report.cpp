@@ -1,0 +1,198 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/filter_report.h"
+
+#include "apps/glissa/picture/canvas.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+using Json = nlohmann::ordered_json;
+
+const char* OutcomeName(FilterOutcome pOutcome)
+{
+    switch (pOutcome) {
+    case FilterOutcome::changed:
+        return "changed";
+    case FilterOutcome::unchanged:
+        return "unchanged";
+    case FilterOutcome::refused:
+        return "refused";
+    case FilterOutcome::outside:
+        return "outside the span";
+    case FilterOutcome::locked:
+        return "locked";
+    }
+    return "";
+}
+
+// The sums of some curves that one or more filters worked on.
+struct Sums
+{
+    int curves = 0;
+    int changed = 0;
+    int refused = 0;
+    std::int64_t keysBefore = 0;
+    std::int64_t keysAfter = 0;
+    double seconds = 0.0;
+    const FilterResult* largest = nullptr;
+};
+
+Sums SumsOf(const StepReport& pStep)
+{
+    Sums sums;
+    sums.seconds = pStep.seconds;
+    for (const FilterResult& each : pStep.results) {
+        sums.curves += 1;
+        sums.changed += each.mOutcome == FilterOutcome::changed ? 1 : 0;
+        sums.refused += each.mOutcome == FilterOutcome::refused ? 1 : 0;
+        sums.keysBefore += each.mKeysBefore;
+        sums.keysAfter += each.mKeysAfter;
+        if (each.mLargestChange > (sums.largest ? sums.largest->mLargestChange : 0.0)) {
+            sums.largest = &each;
+        }
+    }
+    return sums;
+}
+
+const char* UnitOf(const ClipReport& pReport, const FilterResult& pResult)
+{
+    const auto found = pReport.units.find(pResult.mName);
+    return found == pReport.units.end() ? "" : found->second;
+}
+
+std::string SumsText(const ClipReport& pReport, const Sums& pSums)
+{
+    std::string text = pSums.changed == 0
+                           ? fmt::format("{} curves, nothing changed", pSums.curves)
+                           : fmt::format("{} of {} curves changed, {} keys to {}", pSums.changed,
+                                         pSums.curves, pSums.keysBefore, pSums.keysAfter);
+    if (pSums.refused > 0) {
+        text += fmt::format(", {} refused", pSums.refused);
+    }
+    if (pSums.largest) {
+        text += fmt::format(", largest change {:.4g} {} ({} at {:.3f} s)",
+                            pSums.largest->mLargestChange, UnitOf(pReport, *pSums.largest),
+                            PrintableText(pSums.largest->mName),
+                            pSums.largest->mWhen.GetSecondDouble());
+    }
+    return text + fmt::format(", {:.2f} s", pSums.seconds);
+}
+
+Json AsJson(const ClipReport& pReport)
+{
+    Json json;
+    json["clip"] = pReport.path;
+    json["output"] = pReport.output.empty() ? Json() : Json(pReport.output);
+    json["skipped"] = pReport.skipped;
+    json["error"] = pReport.error.empty() ? Json() : Json(pReport.error);
+    json["warnings"] = pReport.warnings;
+    json["filters"] = Json::array();
+    for (const StepReport& step : pReport.steps) {
+        const Sums sums = SumsOf(step);
+        Json filter;
+        filter["filter"] = step.filter;
+        filter["seconds"] = step.seconds;
+        filter["curves_changed"] = sums.changed;
+        filter["curves_refused"] = sums.refused;
+        filter["keys_before"] = sums.keysBefore;
+        filter["keys_after"] = sums.keysAfter;
+        filter["curves"] = Json::array();
+        for (const FilterResult& each : step.results) {
+            Json curve;
+            curve["name"] = each.mName;
+            curve["unit"] = UnitOf(pReport, each);
+            curve["outcome"] = OutcomeName(each.mOutcome);
+            curve["message"] = each.mMessage;
+            curve["keys_before"] = each.mKeysBefore;
+            curve["keys_after"] = each.mKeysAfter;
+            curve["largest_change"] = each.mLargestChange;
+            curve["at"] = each.mLargestChange > 0.0 ? Json(each.mWhen.GetSecondDouble()) : Json();
+            filter["curves"].push_back(curve);
+        }
+        json["filters"].push_back(filter);
+    }
+    return json;
+}
+}  // namespace
+
+std::string ReportText(const ClipReport& pReport)
+{
+    std::string text;
+    const auto out = std::back_inserter(text);
+    for (const StepReport& step : pReport.steps) {
+        std::size_t width = 5;
+        for (const FilterResult& each : step.results) {
+            width = std::max(width, PrintableText(each.mName).size());
+        }
+        fmt::format_to(out, "{}: {}\n", PrintableText(pReport.path), step.filter);
+        fmt::format_to(out, "  {:<{}}  {:>8}  {:>8}  {:>14}  {:<11}  {:>9}\n", "curve", width,
+                       "keys", "after", "largest change", "unit", "at");
+        for (const FilterResult& each : step.results) {
+            fmt::format_to(out, "  {:<{}}  {:>8}  {:>8}  ", PrintableText(each.mName), width,
+                           each.mKeysBefore, each.mKeysAfter);
+            if (each.mLargestChange > 0.0) {
+                fmt::format_to(out, "{:>14.6g}  {:<11}  {:>7.3f} s", each.mLargestChange,
+                               UnitOf(pReport, each), each.mWhen.GetSecondDouble());
+            } else {
+                fmt::format_to(out, "{:>14}", "none");
+            }
+            if (each.mOutcome != FilterOutcome::changed) {
+                fmt::format_to(out, "  {}", OutcomeName(each.mOutcome));
+            }
+            if (!each.mMessage.empty()) {
+                fmt::format_to(out, ": {}", each.mMessage);
+            }
+            text += '\n';
+        }
+        fmt::format_to(out, "  {}\n", SumsText(pReport, SumsOf(step)));
+    }
+    return text;
+}
+
+std::string SummaryLine(const ClipReport& pReport)
+{
+    std::string text = PrintableText(pReport.path) + ": ";
+    if (!pReport.error.empty()) {
+        return text + "failed\n";
+    }
+    if (pReport.skipped) {
+        return text + fmt::format("skipped, {} is newer\n", PrintableText(pReport.output));
+    }
+    // The keys of the clip before the first filter and after the last one.
+    Sums sums;
+    for (const StepReport& step : pReport.steps) {
+        const Sums each = SumsOf(step);
+        sums.curves = std::max(sums.curves, each.curves);
+        sums.changed = std::max(sums.changed, each.changed);
+        sums.refused += each.refused;
+        sums.seconds += each.seconds;
+        sums.keysBefore = &step == &pReport.steps.front() ? each.keysBefore : sums.keysBefore;
+        sums.keysAfter = each.keysAfter;
+        if (each.largest &&
+            (!sums.largest || each.largest->mLargestChange > sums.largest->mLargestChange)) {
+            sums.largest = each.largest;
+        }
+    }
+    return text + SumsText(pReport, sums) + '\n';
+}
+
+std::string ReportJson(const std::vector<ClipReport>& pReports)
+{
+    Json json;
+    if (pReports.size() == 1) {
+        json = AsJson(pReports.front());
+    } else {
+        json["clips"] = Json::array();
+        for (const ClipReport& each : pReports) {
+            json["clips"].push_back(AsJson(each));
+        }
+    }
+    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}

@@ -1,0 +1,91 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Host side, not installed.
+#pragma once
+
+#include "io/filter_table.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class Glissa;
+class GlissaNode;
+
+/// A curve that filters are applied to.
+struct FilterChannel
+{
+    std::string mName;
+    Glissa* mCurve = nullptr;
+    GlissaNode* mLeaf = nullptr;  ///< the node that holds the curve
+};
+
+/// Curves that a filter for several curves takes together.
+struct FilterTarget
+{
+    std::string mName;
+    GlissaNode* mNode = nullptr;  ///< null where the curves were chosen one by one
+    std::vector<FilterChannel> mChannels;
+};
+
+/// Both ends are included.
+struct FilterTimes
+{
+    KTime mStart = KTime::MinusInfinite();
+    KTime mStop = KTime::Infinite();
+
+    bool IsLimited() const
+    {
+        return mStart != KTime::MinusInfinite() || mStop != KTime::Infinite();
+    }
+};
+
+enum class FilterOutcome
+{
+    changed,
+    unchanged,  ///< the filter had nothing to do
+    refused,    ///< the filter refused its parameters or the curve
+    outside,    ///< all keys are outside the span
+    locked
+};
+
+/// What a filter did to a curve.
+struct FilterResult
+{
+    std::string mName;
+    FilterOutcome mOutcome = FilterOutcome::unchanged;
+    std::string mMessage;  ///< the filter's last error, empty without one
+    std::int64_t mKeysBefore = 0;
+    std::int64_t mKeysAfter = 0;
+    /// The largest distance between the curve before and after, in its unit, at the key times of
+    /// both and halfway between them, and the first time where it is.
+    double mLargestChange = 0.0;
+    KTime mWhen;
+};
+
+/// Applies a filter to each target and reports each curve.
+///
+/// The curves outside a limited span stay as they are, also under filters that work on the keys
+/// around it: such a curve gets keys at the ends of the span first. A curve that the filter leaves
+/// alone or refuses is as it was.
+///
+/// pTimes     unbounded for a filter without a span
+/// pFrame     how long a frame of the clip is
+/// pProgress  called with the keys done so far, of those of all targets; may be empty
+std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
+                                    const std::vector<FilterTarget>& pTargets,
+                                    const FilterTimes& pTimes, KTime pFrame,
+                                    const FilterProgress& pProgress);
+
+/// A step of more than half a turn from one key of a rotation to the next one.
+struct AngleJump
+{
+    std::string mName;
+    KTime mTime;  ///< of the key behind the step
+};
+
+/// The first jump of each curve that has one. Curves in other units than degrees are passed over.
+std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets);
+
+/// The keys of all targets, which RunFilter counts as work.
+std::int64_t CountKeys(const std::vector<FilterTarget>& pTargets);

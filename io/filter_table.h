@@ -1,0 +1,123 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Host side, not installed.
+#pragma once
+
+#include "corvekit/time.h"
+#include "glissa/filter/filter.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What the number of a parameter means.
+enum class FilterValue
+{
+    number,
+    whole,    ///< cut to a whole number
+    seconds,  ///< a time, rounded to the nearest tick
+    flag      ///< 0 is off, everything else is on
+};
+
+/// A parameter of a filter, as users name it.
+struct FilterParameter
+{
+    const char* mName;
+    FilterValue mValue;
+    /// "s", "Hz", "value" for the unit of the curve, or "" for a plain number.
+    const char* mUnit;
+    const char* mMeaning;
+    /// The accepted range, both ends included. Infinite where there is no limit.
+    double mLeast;
+    double mGreatest;
+    /// The default is this many frames of the clip ("s") or keys a frame ("Hz"); 0 for the default
+    /// of the filter's class.
+    double mFrames;
+    /// Without it the filter would do nothing.
+    bool mRequired;
+
+    double (*mGet)(GlissaFilter& pFilter);
+    void (*mSet)(GlissaFilter& pFilter, double pValue);
+};
+
+/// What a filter is applied to.
+enum class FilterScope
+{
+    curve,   ///< each curve by itself
+    leaf,    ///< each curve through its node, whose name and parent set the thresholds
+    vector,  ///< the channels of a node together
+};
+
+/// How a filter treats a limited span of time.
+enum class FilterSpan
+{
+    /// Works on the keys around the span too: keys at both ends of the span keep what is outside.
+    outward,
+    /// Leaves what is outside alone.
+    inward,
+    /// Always works on whole curves.
+    none
+};
+
+/// Called while a filter works on a long curve, with the number of keys that are done.
+using FilterProgress = std::function<void(std::int64_t pKeys)>;
+
+/// A filter that hosts offer by name.
+struct FilterEntry
+{
+    const char* mName;
+    const char* mMeaning;
+    /// What users should know before they take it; may be empty.
+    const char* mNote;
+    FilterScope mScope;
+    FilterSpan mSpan;
+    /// Takes the curve for a signal: angles that jump by whole turns come out wrong.
+    bool mSignal;
+    std::vector<FilterParameter> mParameters;
+
+    /// With the defaults of its class and an unbounded span. pProgress may be empty.
+    std::unique_ptr<GlissaFilter> (*mMake)(const FilterProgress& pProgress);
+    void (*mSetSpan)(GlissaFilter& pFilter, KTime pStart, KTime pStop);
+
+    /// Null where there is no such parameter.
+    const FilterParameter* Find(std::string_view pName) const;
+    /// The default of a parameter for a clip whose frames last pFrame.
+    double DefaultOf(const FilterParameter& pParameter, KTime pFrame) const;
+};
+
+/// Every filter, in the order in which a clip is usually cleaned.
+const std::vector<FilterEntry>& FilterTable();
+/// Null where there is no such filter.
+const FilterEntry* FindFilter(std::string_view pName);
+
+/// A filter with the values of its parameters: one line of a recipe.
+class FilterSetup
+{
+public:
+    explicit FilterSetup(const FilterEntry& pEntry) : mEntry(&pEntry) {}
+
+    const FilterEntry& GetEntry() const { return *mEntry; }
+    /// Keeps a value. Returns why it is refused: an unknown name, a name set twice, a value out of
+    /// range or not finite; empty where it is kept.
+    std::string Set(std::string_view pName, double pValue);
+    /// Why the setup cannot run: the required parameters that are missing; empty where it can.
+    std::string GetFault() const;
+    /// The value that was set.
+    std::optional<double> Get(const FilterParameter& pParameter) const;
+
+    /// A filter with these values, and the defaults for a clip whose frames last pFrame.
+    std::unique_ptr<GlissaFilter> Make(KTime pFrame, const FilterProgress& pProgress = {}) const;
+
+private:
+    struct Value
+    {
+        const FilterParameter* mParameter;
+        double mNumber;
+    };
+
+    const FilterEntry* mEntry;
+    std::vector<Value> mValues;
+};

@@ -1,0 +1,159 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Runs filters over the clip that ships with the project through the built command.
+
+#include "apps/glissa/clip_curves.h"
+#include "io/filter_table.h"
+#include "tests/apps/command_run.h"
+
+#include <nlohmann/json.hpp>
+
+namespace
+{
+using Json = nlohmann::json;
+
+// A filter of the table with parameters that change the clip.
+std::string Sample(const FilterEntry& pEntry)
+{
+    const std::string name = pEntry.mName;
+    if (name == "offset" || name == "scale") {
+        return name + ":by=1.5";
+    }
+    if (name == "clamp") {
+        return name + ":ceil=3,floor=-2";
+    }
+    if (name == "timeclamp") {
+        return name + ":min=2,max=3";
+    }
+    if (name == "constant") {
+        return name + ":value=5";
+    }
+    return name == "retime" ? name + ":shift=1/4" : name;
+}
+
+TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
+{
+    ClipCurves before = LoadClip(kClip);
+    for (const FilterEntry& entry : FilterTable()) {
+        SCOPED_TRACE(entry.mName);
+        std::vector<std::string> arguments = {"filter",   kClip,  "--apply", Sample(entry),
+                                              "--format", "json", "-o",      At("out.glissa"),
+                                              "--node",   "*/T"};
+        const bool spans = entry.mSpan != FilterSpan::none;
+        if (spans) {
+            // Between two frames at both ends.
+            arguments.insert(arguments.end(), {"--from", "1.01", "--to", "1.99"});
+        }
+        const Result run = Run(arguments);
+        ASSERT_EQ(0, run.status) << run.err;
+        const Json report = Json::parse(run.out);
+        ASSERT_EQ(1u, report["filters"].size());
+        ClipCurves after = LoadClip(At("out.glissa"));
+        std::int64_t keys = 0;
+        int changed = 0;
+        for (const Json& each : report["filters"][0]["curves"]) {
+            const NamedCurve& old = *ChooseCurves(before, {{each["name"]}, false, {}, {}}).front();
+            const NamedCurve& now = *ChooseCurves(after, {{each["name"]}, false, {}, {}}).front();
+            EXPECT_EQ(each["keys_after"], now.curve->KeyGetCount());
+            keys += now.curve->KeyGetCount();
+            changed += each["outcome"] == "changed" ? 1 : 0;
+            for (int i = 0; spans && i < old.curve->KeyGetCount(); ++i) {
+                const KTime time = old.curve->KeyGetTime(i);
+                if (time < KTime::FromSeconds(1.01) || time > KTime::FromSeconds(1.99)) {
+                    ASSERT_EQ(old.curve->KeyGetValue(i), now.curve->Evaluate(time, nullptr))
+                        << each["name"] << " at " << time.GetSecondDouble();
+                }
+            }
+        }
+        EXPECT_EQ(report["filters"][0]["keys_after"], keys);
+        EXPECT_EQ(report["filters"][0]["curves_changed"], changed);
+        EXPECT_EQ(entry.mName != std::string("sync") && entry.mName != std::string("frames"),
+                  changed > 0);
+    }
+}
+
+TEST_F(Command, FiltersThatCannotRunWriteNothing)
+{
+    WriteFile(At("bad.json"), "{\"filters\": [\n{\"filter\": \"offset\", \"by\": }]}");
+    WriteFile(At("unknown.json"), "{\"filters\": [{\"filter\": \"offset\", \"to\": 1}]}");
+    const std::vector<std::string> files = Files();
+    const struct
+    {
+        int status;
+        const char* text;
+        std::vector<std::string> arguments;
+    } rows[] = {
+        {2, "there is no filter 'bogus'", {"--apply", "bogus"}},
+        {2, "has no parameter 'widht'", {"--apply", "gaussian:widht=1"}},
+        {2, "out of range", {"--apply", "gaussian:width=-1"}},
+        {2, "given twice", {"--apply", "gaussian:width=1,width=2"}},
+        {2, "a whole number", {"--apply", "butterworth:order=2.5"}},
+        {2, "no value for width", {"--apply", "gaussian:width=nan"}},
+        {2, "has no value", {"--apply", "gaussian:width"}},
+        {2, "offset needs by", {"--apply", "offset"}},
+        {2, "leave --from and --to out", {"--apply", "retime:scale=2", "--from", "1"}},
+        {2, "choose nodes with --node", {"--apply", "sync", "--curve", "Hips/R/X"}},
+        {2, "lies after", {"--apply", "smooth", "--from", "2", "--to", "1"}},
+        {2, "--apply or from --recipe", {}},
+        {1, "every curve is refused", {"--apply", "butterworth:cutoff=200"}},
+        {1, "bad.json:2: is not JSON", {"--recipe", At("bad.json")}},
+        {1,
+         "unknown.json: filter 1 of 1: offset has no parameter",
+         {"--recipe", At("unknown.json")}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        std::vector<std::string> arguments = {"filter", kClip, "-o", At("out.glissa")};
+        arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+        const Result run = Run(arguments);
+        EXPECT_EQ(row.status, run.status) << run.err;
+        EXPECT_NE(std::string::npos, run.err.find(row.text)) << run.err;
+        EXPECT_EQ(files, Files());
+    }
+}
+
+TEST_F(Command, AFolderOfClipsIsFilteredByARecipe)
+{
+    // What is left of the template is a recipe.
+    Json recipe = Json::parse(Run({"filter", "--list", "--format", "json"}).out);
+    ASSERT_EQ(FilterTable().size(), recipe["filters"].size());
+    Json kept = Json::array();
+    for (const Json& each : recipe["filters"]) {
+        if (each["filter"] == "gaussian" || each["filter"] == "reduce") {
+            kept.push_back(each);
+        }
+    }
+    recipe["filters"] = kept;
+    WriteFile(At("recipe.json"), recipe.dump());
+    fs::copy_file(kClip, At("a.bvh"));
+    fs::copy_file(kClip, At("b.bvh"));
+    WriteFile(At("broken.bvh"), "HIERARCHY\n");
+    for (const char* const folder : {"one", "two"}) {
+        fs::create_directory(At(folder));
+        const Result run = Run({"filter", At("a.bvh"), At("broken.bvh"), At("b.bvh"), "--recipe",
+                                At("recipe.json"), "--out-dir", At(folder), "--jobs",
+                                folder[0] == 'o' ? "1" : "3"});
+        EXPECT_EQ(1, run.status);
+        EXPECT_NE(std::string::npos, run.err.find("broken.bvh:")) << run.err;
+        EXPECT_NE(std::string::npos, run.err.find("1 of 3 clips failed")) << run.err;
+        EXPECT_FALSE(fs::exists(At(folder) + "/broken.glissa"));
+    }
+    EXPECT_EQ(ReadFile(At("one/a.glissa")), ReadFile(At("two/a.glissa")));
+    EXPECT_EQ(ReadFile(At("one/a.glissa")), ReadFile(At("one/b.glissa")));
+
+    // An output that is older than its clip is written again, a newer one is not.
+    WriteFile(At("one/b.glissa"), "kept");
+    fs::last_write_time(At("b.bvh"), fs::last_write_time(At("a.bvh")) - std::chrono::hours(1));
+    fs::last_write_time(At("one/a.glissa"),
+                        fs::last_write_time(At("a.bvh")) - std::chrono::hours(1));
+    const Result run = Run({"filter", At("a.bvh"), At("b.bvh"), "--recipe", At("recipe.json"),
+                            "--out-dir", At("one"), "--resume"});
+    EXPECT_EQ(0, run.status) << run.err;
+    EXPECT_EQ("kept", ReadFile(At("one/b.glissa")));
+    EXPECT_EQ(ReadFile(At("two/a.glissa")), ReadFile(At("one/a.glissa")));
+    EXPECT_EQ(2, Run({"filter", At("a.bvh"), At("one/a.glissa"), "--apply", "smooth", "--out-dir",
+                      At("two")})
+                     .status);
+}
+}  // namespace
