@@ -8,23 +8,62 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <mutex>
+#include <utility>
 
 namespace
 {
 // The head of a chunk links it to the next one and keeps the first block aligned for any type.
 constexpr std::size_t kChunkHead = alignof(std::max_align_t);
+// Blocks that a thread takes from the pool at once: a full chain. It keeps two chains at most.
+constexpr int kBatch = 64;
 
-// A free block holds a link, so none is smaller than one. A type's size is a multiple of its
-// alignment: rounding to a link's size keeps every block as aligned as its content can ask.
+// For all pools: what is not in the part of a thread, which parts there are, which slots are taken.
+constinit std::mutex sLock;
+constinit unsigned sTakenSlots = 0;
+constinit thread_local bool tHasEnded = false;
+
+// A free block holds two links, so none is smaller. A type's size is a multiple of its alignment:
+// rounding to a link's size keeps every block as aligned as its content can ask.
 std::size_t StepOf(std::size_t pBlockSize)
 {
     constexpr std::size_t link = sizeof(void*);
-    return (std::max(pBlockSize, link) + link - 1) / link * link;
+    return (std::max(pBlockSize, 2 * link) + link - 1) / link * link;
+}
+
+int TakeSlot(int pSlots)
+{
+    const std::lock_guard guard(sLock);
+    int slot = 0;
+    while (slot < pSlots - 1 && (sTakenSlots >> slot & 1u) != 0) {
+        ++slot;
+    }
+    sTakenSlots |= slot < pSlots - 1 ? 1u << slot : 0u;
+    return slot;
 }
 }  // namespace
 
+constinit thread_local KMemoryPool::Part KMemoryPool::sParts[kSlots];
+
+// Gives back what a thread has of all pools when it ends. What it does afterwards, in destructors
+// of its other data, takes the lock each time.
+struct KMemoryPool::ThreadEnd
+{
+    ~ThreadEnd()
+    {
+        const std::lock_guard guard(sLock);
+        tHasEnded = true;
+        for (Part& part : sParts) {
+            if (part.mPool) {
+                part.mPool->Abandon(part);
+            }
+        }
+    }
+};
+
 KMemoryPool::KMemoryPool(std::size_t pBlockSize, int pBlocksPerChunk, int pReserve, bool pFreeAtEnd)
-    : mBlockSize(StepOf(pBlockSize)),
+    : mSlot(TakeSlot(kSlots)),
+      mBlockSize(StepOf(pBlockSize)),
       mBlocksPerChunk(static_cast<std::size_t>(std::max(pBlocksPerChunk, 1))),
       mFreeAtEnd(pFreeAtEnd)
 {
@@ -37,7 +76,12 @@ KMemoryPool::KMemoryPool(std::size_t pBlockSize, int pBlocksPerChunk, int pReser
 
 KMemoryPool::~KMemoryPool()
 {
-    if (!mFreeAtEnd && mUsedCount > 0) {
+    const std::lock_guard guard(sLock);
+    while (mParts) {
+        Abandon(*mParts);
+    }
+    sTakenSlots &= mSlot < kSlots - 1 ? ~(1u << mSlot) : ~0u;
+    if (!mFreeAtEnd && mTakenCount > 0) {
         return;
     }
     while (mChunks) {
@@ -45,6 +89,124 @@ KMemoryPool::~KMemoryPool()
         mChunks = chunk->mNext;
         std::free(chunk);
     }
+}
+
+std::size_t KMemoryPool::GetUsedCount() const
+{
+    const std::lock_guard guard(sLock);
+    std::size_t count = mTakenCount;
+    for (const Part* part = mParts; part; part = part->mNext) {
+        count -= static_cast<std::size_t>(part->GetReady());
+    }
+    return count;
+}
+
+// Makes the pool know a part of this thread. False for one that may keep no blocks: that of a
+// thread that ends, and the slot that several pools share. The lock is held, here and in Abandon.
+bool KMemoryPool::Adopt(Part& pPart)
+{
+    if (pPart.mPool) {
+        return true;
+    }
+    if (tHasEnded || mSlot == kSlots - 1) {
+        return false;
+    }
+    static thread_local ThreadEnd end;
+    static_cast<void>(end);
+    pPart.mPool = this;
+    pPart.mLimit = kBatch;
+    pPart.mNext = mParts;
+    mParts = &pPart;
+    return true;
+}
+
+// Takes the free blocks of a part over, and forgets it.
+void KMemoryPool::Abandon(Part& pPart)
+{
+    for (Link* chain : {pPart.mFree, pPart.mFullChain}) {
+        while (chain) {
+            Link* const block = chain;
+            chain = block->mNext;
+            block->mNext = mFree;
+            mFree = block;
+        }
+    }
+    mTakenCount -= static_cast<std::size_t>(pPart.GetReady());
+    for (Part** link = &mParts; *link; link = &(*link)->mNext) {
+        if (*link == &pPart) {
+            *link = pPart.mNext;
+            break;
+        }
+    }
+    pPart.mFree = nullptr;
+    pPart.mFullChain = nullptr;
+    pPart.mReady = 0;
+    pPart.mLimit = 0;
+    pPart.mPool = nullptr;
+    pPart.mNext = nullptr;
+}
+
+// A part that has nothing left gets its full chain, or one of the pool, or single blocks.
+void KMemoryPool::Refill(Part& pPart)
+{
+    if (pPart.mFullChain) {
+        pPart.mFree = std::exchange(pPart.mFullChain, nullptr);
+        pPart.mLimit = kBatch;
+        return;
+    }
+    const std::lock_guard guard(sLock);
+    const bool isKnown = Adopt(pPart);
+    int count = 0;
+    if (isKnown && mFullChains) {
+        pPart.mFree = PopFullChain();
+        count = kBatch;
+    } else {
+        if (!mFree && mFullChains) {
+            mFree = PopFullChain();
+        } else if (!mFree) {
+            AddChunk();
+        }
+        Link** last = &pPart.mFree;
+        for (; count < (isKnown ? kBatch : 1) && mFree; ++count) {
+            *last = mFree;
+            last = &mFree->mNext;
+            mFree = mFree->mNext;
+        }
+        *last = nullptr;
+    }
+    pPart.AddReady(count);
+    mTakenCount += static_cast<std::size_t>(count);
+}
+
+// Starts an empty chain in a part whose chain is full. False for a part that may keep nothing.
+bool KMemoryPool::MakeRoom(Part& pPart)
+{
+    if (pPart.GetReady() > kBatch || !pPart.mPool) {
+        const std::lock_guard guard(sLock);
+        if (!pPart.mPool) {
+            return Adopt(pPart);
+        }
+        mFullChains = ::new (static_cast<void*>(pPart.mFullChain))
+            FullChain{pPart.mFullChain->mNext, mFullChains};
+        pPart.AddReady(-kBatch);
+        mTakenCount -= kBatch;
+    }
+    pPart.mFullChain = std::exchange(pPart.mFree, nullptr);
+    pPart.mLimit = 2 * kBatch;
+    return true;
+}
+
+KMemoryPool::Link* KMemoryPool::PopFullChain()
+{
+    FullChain* const chain = std::exchange(mFullChains, mFullChains->mNextChain);
+    return ::new (static_cast<void*>(chain)) Link{chain->mNext};
+}
+
+void KMemoryPool::FreeLocked(void* pBlock)
+{
+    const std::lock_guard guard(sLock);
+    mFree = ::new (pBlock) Link{mFree};
+    --mTakenCount;
 }
 
 void KMemoryPool::AddChunk()

@@ -4,6 +4,7 @@
 // Attribute blocks: shared by keys of any curve, counted, separated before a write.
 
 #include "corvekit/event/operation.h"
+#include "glissa/curve/attribute_count.h"
 #include "glissa/curve/curve.h"
 
 #include <algorithm>
@@ -16,48 +17,52 @@ KPriFCurveKeyAttr* NewBlock(const GlissaKeyAttributes& pAttributes)
     *block = KPriFCurveKeyAttr{pAttributes, 1};
     return block;
 }
-
-void ReleaseBlock(KPriFCurveKeyAttr* pBlock)
-{
-    CORVEKIT_ASSERT(pBlock->mReferenceCount > 0);
-    if (--pBlock->mReferenceCount == 0) {
-        GlissaKeyAttrPool.Free(pBlock);
-    }
-}
 }  // namespace
 
 void Glissa::ReleaseAttribute(KPriFCurveKey& pKey)
 {
     if (pKey.mAttribute) {
-        ReleaseBlock(pKey.mAttribute);
+        RemoveReferences(*pKey.mAttribute, 1);
         pKey.mAttribute = nullptr;
     }
 }
 
 void Glissa::PointToAttribute(KPriFCurveKey& pKey, KPriFCurveKeyAttr* pAttribute)
 {
-    CORVEKIT_ASSERT(pAttribute && pAttribute->mReferenceCount > 0);
-    ++pAttribute->mReferenceCount;
+    CORVEKIT_ASSERT(pAttribute);
+    AddReferences(*pAttribute, 1);
     ReleaseAttribute(pKey);
     pKey.mAttribute = pAttribute;
 }
 
-// Counted, that is: the pointers stay in the records, which are about to go.
-void Glissa::ReleaseAllAttributes()
+// Neighbours mostly share a block: it is counted once for all of them. pCount(block, keys) is
+// called for each run.
+template <typename Count>
+void Glissa::ForEachRunOfBlocks(const Count& pCount)
 {
     const int count = KeyGetCount();
     for (int i = 0; i < count;) {
-        // Keys beside each other mostly share a block: counted down once for all of them.
         KPriFCurveKeyAttr* const block = mKeys[i].mAttribute;
         std::uint32_t holders = 0;
         for (; i < count && mKeys[i].mAttribute == block; ++i) {
             ++holders;
         }
         if (block) {
-            block->mReferenceCount -= holders - 1;
-            ReleaseBlock(block);
+            pCount(*block, holders);
         }
     }
+}
+
+// The pointers stay in the records, which are about to be given up.
+void Glissa::ReleaseAllAttributes()
+{
+    ForEachRunOfBlocks(RemoveReferences);
+}
+
+// For records that have been copied.
+void Glissa::AddAllReferences()
+{
+    ForEachRunOfBlocks(AddReferences);
 }
 
 void Glissa::KeyAttrSeparate(int pIndex)
@@ -65,9 +70,9 @@ void Glissa::KeyAttrSeparate(int pIndex)
     KPriFCurveKey& key = mKeys[pIndex];
     if (!key.mAttribute) {
         key.mAttribute = NewBlock(GlissaKeyAttributes{});
-    } else if (key.mAttribute->mReferenceCount > 1) {
+    } else if (IsShared(*key.mAttribute)) {
         KPriFCurveKeyAttr* const own = NewBlock(*key.mAttribute);
-        --key.mAttribute->mReferenceCount;
+        RemoveReferences(*key.mAttribute, 1);
         key.mAttribute = own;
     }
 }
@@ -80,7 +85,6 @@ void Glissa::KeyAttrSeparateCheck(int pIndex)
 void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
 {
     CORVEKIT_ASSERT(pIndex >= 0);
-    const KOperation operation(IsObserved());
     mKeys.Reserve(pIndex + 1);
     KPriFCurveKey& key = mKeys[pIndex];
     if (key.mAttribute == &pAttribute || (key.mAttribute && *key.mAttribute == pAttribute)) {
@@ -89,7 +93,7 @@ void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
     ResetCandidate();
     // The source may be the very block that this key now lets go.
     const GlissaKeyAttributes attributes = pAttribute;
-    if (key.mAttribute && key.mAttribute->mReferenceCount == 1) {
+    if (key.mAttribute && !IsShared(*key.mAttribute)) {
         *key.mAttribute = KPriFCurveKeyAttr{attributes, 1};
     } else {
         KPriFCurveKeyAttr* const own = NewBlock(attributes);
@@ -97,6 +101,7 @@ void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
         key.mAttribute = own;
     }
 
+    const KOperation operation(pIndex > KeyGetCount() && IsObserved());
     CallbackAddEvent(GrowTo(pIndex) ? kGlissaEventAdded : kGlissaEventAllAttributes, pIndex);
 }
 

@@ -290,7 +290,7 @@ int Glissa::KeyInsert(KTime pTime, int* pHint)
     if (count == 0) {
         return KeyAdd(pTime, pHint);
     }
-    int hint = pHint ? *pHint : mSearchIndex;
+    int hint = pHint ? *pHint : mSearchIndex.load();
     const int index = std::min(Ceil(KeyFind(pTime, &hint)), count - 1);
     if (KeyGetTime(index) != pTime) {
         const int model = std::max(index - 1, 0);

@@ -14,6 +14,7 @@
 #include "glissa/export.h"
 #include "glissa/ext/custom_tangent_events.h"
 
+#include <atomic>
 #include <cstdint>
 
 class GlissaNode;
@@ -32,8 +33,8 @@ enum EGlissaContinuity : int
 /// a curve without keys, and an extrapolation before the first and after the last key.
 ///
 /// Made by GlissaCreate and ended by Destroy, normally by the node that owns it. Handled by pointer
-/// and not copied. One thread at a time works on a curve; evaluation moves the hint and nothing
-/// else. Listeners are called on the thread that changes the curve, when the operation that changes
+/// and not copied. One thread at a time edits a curve; while nobody does, any number may evaluate
+/// it. Listeners are called on the thread that changes the curve, when the operation that changes
 /// it has done its work: they may edit and destroy the curve. docs/conventions.md has the rules.
 ///
 /// Key indexes run from 0 to KeyGetCount() - 1. Operations on one key do not test their index: one
@@ -612,6 +613,18 @@ private:
     void ReleaseAttribute(KPriFCurveKey& pKey);
     void PointToAttribute(KPriFCurveKey& pKey, KPriFCurveKeyAttr* pAttribute);
     void ReleaseAllAttributes();
+    void AddAllReferences();
+    template <typename Count>
+    void ForEachRunOfBlocks(const Count& pCount);
+    /// Searches with the curve's own hint, which several threads may read and move at once.
+    template <typename Search>
+    auto WithOwnHint(const Search& pSearch)
+    {
+        int hint = mSearchIndex.load(std::memory_order_relaxed);
+        const auto found = pSearch(hint);
+        mSearchIndex.store(hint, std::memory_order_relaxed);
+        return found;
+    }
 
     // Events
     bool CallListeners(GlissaEvent pEvent);
@@ -647,7 +660,7 @@ private:
     unsigned mPostExtrapolation = eExtrapolationConstant;
     unsigned mPostExtrapolationCount = 0;
     int mWasData = 0;
-    int mSearchIndex = 0;
+    std::atomic<int> mSearchIndex = 0;         // where a search without a hint starts
     KTime mCandidateTime = KTime::Infinite();  // none is set
     float mCandidateValue = 0.0f;
     GlissaEvent mPendingEvent;

@@ -249,12 +249,14 @@ float WeightedSlope(const Segment& pSegment, double pT)
 
 float Glissa::Evaluate(KTime pTime, int* pHint)
 {
-    int& hint = pHint ? *pHint : mSearchIndex;
+    if (!pHint) [[unlikely]] {
+        return WithOwnHint([this, pTime](int& pOwn) { return Evaluate(pTime, &pOwn); });
+    }
     SegmentPlace place;
-    if (CustomTangentTypeCount() == 0 && FindBeside(mKeys, pTime, hint, place)) [[likely]] {
+    if (CustomTangentTypeCount() == 0 && FindBeside(mKeys, pTime, *pHint, place)) [[likely]] {
         return ValueAt(mKeys, place);
     }
-    return EvaluateAway(pTime, hint);
+    return EvaluateAway(pTime, *pHint);
 }
 
 // Away from the hint, or with custom tangent types about.

@@ -22,12 +22,6 @@ void Glissa::CallbackUnregister(Listener pFunction, void* pObject)
     mListeners.RemoveAt(mListeners.FindLast({pFunction, pObject}));
 }
 
-bool Glissa::IsObserved() const
-{
-    return mListeners.GetCount() > 0 || IsInvalidKeyCheckActive() || IsKeyAddListened() ||
-           IsKeyChangeListened();
-}
-
 // A curve that ends calls its listeners while it is there.
 bool Glissa::MustCallsWait() const
 {
@@ -55,14 +49,19 @@ void Glissa::CallbackAddEvent(int pType, int pKey)
     constexpr int kOneValueChange = 0x1;
     constexpr int kOneSelectionChange = 0x10000;
 
-    mPendingEvent.Add(pType, pKey);
     IncrementUpdateId((pType & eEventSelection) != 0 ? kOneSelectionChange : kOneValueChange);
-    if (!IsCallbackEnabled()) {
+    const bool collects = !IsCallbackEnabled();
+    if (!collects && mListeners.GetCount() == 0) {
+        if (mPendingEvent.GetEventCount() > 0 || mPendingEvent.GetDetailedType() != 0) {
+            mPendingEvent.Clear();
+        }
         return;
     }
-    if (mListeners.GetCount() == 0) {
-        mPendingEvent.Clear();
-    } else if (!MustCallsWait()) {
+    mPendingEvent.Add(pType, pKey);
+    if (collects) {
+        return;
+    }
+    if (!MustCallsWait()) {
         CallListeners(TakePendingEvent());
     } else if (mPendingEvent.GetEventCount() == 1 && mPendingEvent.GetDetailedType() == 0) {
         // Nearly every post. What it takes to wait needs no memory of its own.

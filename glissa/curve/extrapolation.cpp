@@ -70,7 +70,10 @@ double Glissa::KeyFindAll(KTime pTime, int* pHint)
     if (KeyGetCount() == 0) {
         return -1.0;
     }
-    int& hint = pHint ? *pHint : mSearchIndex;
+    if (!pHint) {
+        return WithOwnHint([this, pTime](int& pOwn) { return KeyFindAll(pTime, &pOwn); });
+    }
+    int& hint = *pHint;
     const bool isOutside = pTime < mKeys.FirstTime() || mKeys.LastTime() < pTime;
     return isOutside ? FindOutside(pTime, hint) : KeyFind(pTime, &hint);
 }

@@ -3,6 +3,7 @@
 
 #include "glissa/curve/key.h"
 
+#include "glissa/curve/attribute_count.h"
 #include "glissa/curve/key_weight.h"
 #include "glissa/ext/active.h"
 
@@ -24,9 +25,13 @@ KPriFCurveKeyAttr* MakeDefaultAttributes(KMemoryPool& pPool)
         {eInterpolationCubic | eTangentAuto,
          {0.0f, 0.0f, WeightPair{kDefaultWeightNumber, kDefaultWeightNumber}.ToSlot(), 0.0f}},
         1};
+    tCountsDefaultBlock = true;
     return attributes;
 }
 }  // namespace
+
+// Set by the thread that runs this, once for the process.
+constinit thread_local bool tCountsDefaultBlock = false;
 
 // In this order: the default block is taken from the pool.
 KMemoryPool GlissaKeyAttrPool(sizeof(KPriFCurveKeyAttr), 1024, 0, true);

@@ -205,7 +205,8 @@ private:
     void SetField(unsigned pMask, unsigned pBits) { mFlags = (mFlags & ~pMask) | (pBits & pMask); }
 };
 
-/// The attribute block that stored keys point to, shared by keys of any curve and counted.
+/// The attribute block that stored keys point to, shared by keys of any curve and counted. The
+/// count changes on any thread.
 struct KPriFCurveKeyAttr : GlissaKeyAttributes
 {
     std::uint32_t mReferenceCount;
@@ -317,5 +318,6 @@ private:
 GLISSA_API extern KMemoryPool GlissaKeyAttrPool;
 
 /// The block of a fresh key: cubic, auto, zero slots, default weights. It holds a reference to
-/// itself and is never given back.
+/// itself and is never given back. Its count is that of the keys which the thread that loaded the
+/// library has made less those that it has destroyed.
 GLISSA_API extern KPriFCurveKeyAttr* const GlissaDefaultKeyAttr;

@@ -58,8 +58,8 @@ void KeyList::OpenGap(int pIndex)
         std::memmove(mPages[last] + 1, mPages[last],
                      static_cast<std::size_t>(filled) * sizeof(KPriFCurveKey));
         mPages[last][0] = mPages[last - 1][kKeysPerPage - 1];
-        if (last < mIndexedPages) {
-            mPageTicks[last] = mPages[last][0].mTime.Get();
+        if (last < IndexedPages()) {
+            CopyTick(last);
         }
         filled = kKeysPerPage - 1;
     }
@@ -85,7 +85,7 @@ void KeyList::CloseGap(int pFirst, int pLast)
                      TableBytes(mLastPage - firstPage - freed));
         std::memset(mPages + mLastPage + 1 - freed, 0, TableBytes(freed));
         mLastPage -= freed;
-        mIndexedPages = std::min(mIndexedPages, firstPage + 1);
+        KeepIndexedPages(firstPage + 1);
     }
     // Indexes of what is left, the pages given back not counted.
     const int oldCount = mCount - freed * kKeysPerPage;
@@ -95,7 +95,7 @@ void KeyList::CloseGap(int pFirst, int pLast)
     for (int i = mCount; i < oldCount; ++i) {
         (*this)[i] = KPriFCurveKey{};
     }
-    mIndexedPages = std::min(mIndexedPages, (mCount + kKeysPerPage - 1) / kKeysPerPage);
+    KeepIndexedPages((mCount + kKeysPerPage - 1) / kKeysPerPage);
 }
 
 // Records to a lower index, in runs that lie within one page on both sides.
@@ -113,8 +113,8 @@ void KeyList::MoveDown(int pTo, int pFrom, int pCount)
         pFrom += run;
         pCount -= run;
     }
-    for (int page = firstPage; page < mIndexedPages; ++page) {
-        mPageTicks[page] = mPages[page][0].mTime.Get();
+    for (int page = firstPage; page < IndexedPages(); ++page) {
+        CopyTick(page);
     }
 }
 
@@ -127,7 +127,7 @@ void KeyList::CopyRecords(KPriFCurveKey* const* pPages, int pCount)
                     static_cast<std::size_t>(filled) * sizeof(KPriFCurveKey));
     }
     mCount = pCount;
-    mIndexedPages = 0;
+    SetIndexedPages(0);
 }
 
 void KeyList::Shrink()
@@ -163,7 +163,7 @@ void KeyList::FreePagesBehind(int pLastPage)
         WatchFree(mPages[mLastPage], PageBytes());
         mPages[mLastPage--] = nullptr;
     }
-    mIndexedPages = std::min(mIndexedPages, pLastPage + 1);
+    KeepIndexedPages(pLastPage + 1);
 }
 
 void KeyList::ResizeTable(int pEntries, int pKeptEntries)
@@ -181,13 +181,13 @@ void KeyList::ResizeTable(int pEntries, int pKeptEntries)
     mCapacity = pEntries * kKeysPerPage;
     delete[] mPageTicks;
     mPageTicks = ticks.release();
-    mIndexedPages = 0;
+    SetIndexedPages(0);
 }
 
 void KeyList::IndexPages(int pPages)
 {
-    while (mIndexedPages < pPages) {
-        mPageTicks[mIndexedPages] = mPages[mIndexedPages][0].mTime.Get();
-        ++mIndexedPages;
+    for (int page = IndexedPages(); page < pPages; ++page) {
+        CopyTick(page);
     }
+    SetIndexedPages(pPages);
 }

@@ -5,6 +5,7 @@
 #include "glissa/curve/key.h"
 #include "glissa/export.h"
 
+#include <atomic>
 #include <cstdint>
 
 /// The keys of a curve: dense records in pages of 42, addressed through a table of pages.
@@ -15,7 +16,8 @@
 ///
 /// A time deep inside a long list is found by the first times of its pages. They are copied into an
 /// array of their own when a search first wants them, so that recording and playback never pay for
-/// it; whoever changes keys says so with TimeChanged or PagesChangedFrom.
+/// it; whoever changes keys says so with TimeChanged or PagesChangedFrom. Several threads may
+/// search at once while nobody changes keys: all of them then write the same times.
 class GLISSA_API KeyList
 {
 public:
@@ -82,14 +84,14 @@ public:
     void PagesChangedFrom(int pIndex)
     {
         const int page = pIndex / kKeysPerPage;
-        mIndexedPages = page < mIndexedPages ? page : mIndexedPages;
+        KeepIndexedPages(page);
     }
     /// The time of this one key has changed.
     void TimeChanged(int pIndex)
     {
         const int page = pIndex / kKeysPerPage;
-        if (pIndex % kKeysPerPage == 0 && page < mIndexedPages) {
-            mPageTicks[page] = mPages[page][0].mTime.Get();
+        if (pIndex % kKeysPerPage == 0 && page < IndexedPages()) {
+            CopyTick(page);
         }
     }
     /// The last page whose first key's time is at or below pTime, the first page if there is none.
@@ -97,14 +99,15 @@ public:
     unsigned PageBelow(KTime pTime)
     {
         const int pages = (mCount - 1) / kKeysPerPage + 1;
-        if (mIndexedPages < pages) [[unlikely]] {
+        if (mIndexedPages.load(std::memory_order_acquire) < pages) [[unlikely]] {
             IndexPages(pages);
         }
-        const std::int64_t* base = mPageTicks;
+        std::int64_t* base = mPageTicks;
         for (unsigned length = static_cast<unsigned>(pages); length > 1; length -= length / 2) {
             // A mask in place of a branch that no processor can foresee.
             const unsigned half = length / 2;
-            base += half & (0u - static_cast<unsigned>(base[half] <= pTime.Get()));
+            const std::int64_t tick = std::atomic_ref(base[half]).load(std::memory_order_relaxed);
+            base += half & (0u - static_cast<unsigned>(tick <= pTime.Get()));
         }
         return static_cast<unsigned>(base - mPageTicks);
     }
@@ -114,11 +117,26 @@ private:
     void FreePagesBehind(int pLastPage);
     void MoveDown(int pTo, int pFrom, int pCount);
     void IndexPages(int pPages);
+    int IndexedPages() const { return mIndexedPages.load(std::memory_order_relaxed); }
+    /// Publishes what CopyTick wrote before.
+    void SetIndexedPages(int pPages) { mIndexedPages.store(pPages, std::memory_order_release); }
+    /// Of the index the entries of so many pages stay.
+    void KeepIndexedPages(int pPages)
+    {
+        if (pPages < IndexedPages()) {
+            SetIndexedPages(pPages);
+        }
+    }
+    void CopyTick(int pPage)
+    {
+        std::atomic_ref(mPageTicks[pPage])
+            .store(mPages[pPage][0].mTime.Get(), std::memory_order_relaxed);
+    }
 
     KPriFCurveKey** mPages = nullptr;
     int mCount = 0;
     int mCapacity = 0;
     int mLastPage = -1;
-    int mIndexedPages = 0;               // leading entries of mPageTicks that are true
+    std::atomic<int> mIndexedPages = 0;  // leading entries of mPageTicks that are true
     std::int64_t* mPageTicks = nullptr;  // an entry a page, with room for the whole table
 };

@@ -13,7 +13,7 @@ namespace
 constexpr int kBlockSize = 1024;
 constexpr int kListThreshold = 1;
 
-unsigned sRecordingMemory = 0;
+std::atomic<unsigned> sRecordingMemory = 0;
 
 KMemoryBlockQueue sQueue(kBlockSize, kListThreshold);
 
@@ -166,13 +166,16 @@ void KMemoryBlockQueue::RecycleMemoryBlock(void* pBlock)
     if (mUsedCount > 0) {
         --mUsedCount;
     }
+    // Counted before it is there, so that two threads do not keep one too many.
     if (mFreeCount >= mListThreshold) {
         FreeBlock(pBlock);
-        return;
+    } else if (mFreeCount++ >= mListThreshold) {
+        --mFreeCount;
+        FreeBlock(pBlock);
+    } else {
+        std::memset(pBlock, 0, static_cast<std::size_t>(mBlockSize));
+        mFree.Push(pBlock);
     }
-    std::memset(pBlock, 0, static_cast<std::size_t>(mBlockSize));
-    mFree.Push(pBlock);
-    ++mFreeCount;
 }
 
 void KMemoryBlockQueue::SetListThreshold(int pCount)

@@ -5,6 +5,7 @@
 #include "corvekit/event/named_event.h"
 #include "glissa/export.h"
 
+#include <atomic>
 #include <cstddef>
 #include <mutex>
 
@@ -26,8 +27,9 @@ GLISSA_API void GLISSA_ClearMemoryBlockQueue();
 /// Recycles memory blocks of one size, so that recording takes its pages without going to the heap.
 ///
 /// Free blocks are zero-filled and are handed out first in, first out. A new file refills the free
-/// list to its threshold. The list has a lock, held while its pointers change and never across an
-/// allocation; counts and accounting are plain numbers of one thread.
+/// list to its threshold. Any thread may take and give back blocks at any time: the list has a
+/// lock, paid once a page of keys at most and never held across an allocation, and the counts are
+/// atomic.
 class GLISSA_API KMemoryBlockQueue final : public ICallback
 {
 public:
@@ -72,9 +74,9 @@ private:
     void FreeBlock(void* pBlock);
 
     Ring mFree;
-    int mListThreshold;
+    std::atomic<int> mListThreshold;
     int mBlockSize;
-    int mFreeCount = 0;
-    int mUsedCount = 0;  // blocks that are out
+    std::atomic<int> mFreeCount = 0;  // of the list, and of blocks about to be put there
+    std::atomic<int> mUsedCount = 0;  // blocks that are out
     KGlobalNamedEvent mFileNewEvent;
 };

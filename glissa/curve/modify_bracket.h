@@ -7,14 +7,11 @@
 
 /// An operation on a curve, with KeyModifyBegin and KeyModifyEnd around it, for as long as the
 /// bracket lives. Listeners are called when the outermost one ends, see KOperation.
-class KeyModifyBracket
+class GLISSA_API KeyModifyBracket
 {
 public:
-    explicit KeyModifyBracket(Glissa& pCurve) : mOperation(pCurve.IsObserved()), mCurve(pCurve)
-    {
-        mCurve.KeyModifyBegin();
-    }
-    ~KeyModifyBracket() { mCurve.KeyModifyEnd(); }
+    explicit KeyModifyBracket(Glissa& pCurve);
+    ~KeyModifyBracket();
     KeyModifyBracket(const KeyModifyBracket&) = delete;
     KeyModifyBracket& operator=(const KeyModifyBracket&) = delete;
 

@@ -9,6 +9,7 @@
 // it moves house.
 
 #include "corvekit/event/operation.h"
+#include "glissa/curve/attribute_count.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/curve/hold_slopes.h"
@@ -198,9 +199,7 @@ void Glissa::CopyFrom(const Glissa& pSource, bool pWithKeys)
             CallbackAddEvent(kGlissaEventRemoved, 0);
             CallbackAddEvent(kGlissaEventRemoved, -1);
             mKeys.CopyRecords(pSource.mKeys.Table(), count);
-            for (int i = 0; i < count; ++i) {
-                ++mKeys[i].mAttribute->mReferenceCount;
-            }
+            AddAllReferences();
         }
         if (count > 0) {
             CallbackAddEvent(kGlissaEventAdded, 0);

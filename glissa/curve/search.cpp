@@ -39,7 +39,10 @@ double Glissa::KeyFind(KTime pTime, int* pHint)
     if (count == 0) {
         return -1.0;
     }
-    int& hint = pHint ? *pHint : mSearchIndex;
+    if (!pHint) {
+        return WithOwnHint([this, pTime](int& pOwn) { return KeyFind(pTime, &pOwn); });
+    }
+    int& hint = *pHint;
     SegmentPlace place;
     if (count > 1 &&
         (FindBeside(mKeys, pTime, hint, place) || FindInPages(mKeys, pTime, hint, place))) {
@@ -74,9 +77,12 @@ KTime Glissa::KeyTimeAfter(KTime pTime)
     }
     SegmentPlace place;
     const bool is_one_page = count <= static_cast<int>(KeyList::kKeysPerPage);
-    if ((count > kFewKeys && FindBeside(mKeys, pTime, mSearchIndex, place)) ||
-        (is_one_page ? FindInOnePage(mKeys, pTime, mSearchIndex, place)
-                     : FindInPages(mKeys, pTime, mSearchIndex, place))) {
+    const bool is_found = WithOwnHint([&](int& pOwn) {
+        return (count > kFewKeys && FindBeside(mKeys, pTime, pOwn, place)) ||
+               (is_one_page ? FindInOnePage(mKeys, pTime, pOwn, place)
+                            : FindInPages(mKeys, pTime, pOwn, place));
+    });
+    if (is_found) {
         const KTime next = place.to->mTime;
         const std::uint64_t gap = TicksBetween(place.from->mTime, next);
         if (TicksBetween(pTime, next) > gap >> kClearOfKey) {

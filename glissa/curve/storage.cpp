@@ -4,7 +4,9 @@
 // Room for keys and the brackets around their changes.
 
 #include "corvekit/event/operation.h"
+#include "glissa/curve/attribute_count.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 
@@ -36,7 +38,7 @@ int Glissa::KeyAppendFast(KTime pTime, float pValue)
     key.mTime = pTime;
     key.mAttribute = GlissaDefaultKeyAttr;
     key.mValue = pValue;
-    ++GlissaDefaultKeyAttr->mReferenceCount;
+    CountDefaultBlock(1);
     ResetCandidate();
     IncrementUpdateId(1);
     return index;
@@ -52,7 +54,7 @@ int Glissa::AppendWithCare(KTime pTime, float pValue)
     const float value = CheckedKeyValue(pValue);
     mKeys.Reserve(KeyGetCount() + 1);
     mKeys.Append() = {pTime, GlissaDefaultKeyAttr, value};
-    ++GlissaDefaultKeyAttr->mReferenceCount;
+    CountDefaultBlock(1);
     ResetCandidate();
     IncrementUpdateId(1);
     return KeyGetCount() - 1;
@@ -83,11 +85,17 @@ void Glissa::KeySetOptimizeEnable(bool pEnable)
     mFlags = pEnable ? mFlags | kOptimizeEnabled : mFlags & ~kOptimizeEnabled;
 }
 
+bool Glissa::IsObserved() const
+{
+    return mListeners.GetCount() > 0 || IsInvalidKeyCheckActive() || IsKeyAddListened() ||
+           IsKeyChangeListened();
+}
+
 void Glissa::KeyModifyBegin()
 {
     CORVEKIT_ASSERT(mModifyNesting >= 0);
     ++mModifyNesting;
-    CallbackEnable(false);
+    SetFlag(kCallbacksEnabled, false);
 }
 
 void Glissa::KeyModifyEnd()
@@ -103,4 +111,14 @@ void Glissa::KeyModifyEnd()
     }
     ResetCandidate();
     CallbackEnable(true);
+}
+
+KeyModifyBracket::KeyModifyBracket(Glissa& pCurve) : mOperation(pCurve.IsObserved()), mCurve(pCurve)
+{
+    mCurve.KeyModifyBegin();
+}
+
+KeyModifyBracket::~KeyModifyBracket()
+{
+    mCurve.KeyModifyEnd();
 }

@@ -6,6 +6,7 @@
 // stands in a run may do harm: each key takes one value at least, and a key that makes no sense
 // goes.
 
+#include "glissa/curve/attribute_count.h"
 #include "glissa/curve/key_kind.h"
 #include "glissa/curve/key_weight.h"
 #include "glissa/curve/left_side.h"
@@ -95,7 +96,9 @@ void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
                 ++good;
             }
             mLastGoodTime = last;
-            block->mReferenceCount += static_cast<std::uint32_t>(good);
+            if (good > 0) {
+                AddReferences(*block, static_cast<std::uint32_t>(good));
+            }
             pSamples = pSamples.subspan(good);
         }
         // What stops them is seen by itself.
@@ -415,7 +418,7 @@ void Glissa::StoreReader::ShareBlock()
             *block = KPriFCurveKeyAttr{mLocal, 0};
         }
     }
-    ++block->mReferenceCount;
+    AddReferences(*block, 1);
     mKey->mAttribute = block;
 }
 

@@ -3,6 +3,7 @@
 
 // Kinds of many keys at once, with the slopes kept, and what is shown and selected.
 
+#include "glissa/curve/attribute_count.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 
@@ -132,7 +133,7 @@ void Glissa::ChangeFlagsOfAll(unsigned pMask, unsigned pBits)
             continue;
         }
         // Without another reference the old block would be freed, and its address used again.
-        const bool isShared = key.mAttribute->mReferenceCount > 1;
+        const bool isShared = IsShared(*key.mAttribute);
         lastOld = isShared ? key.mAttribute : nullptr;
         KeyAttrSeparateCheck(i);
         key.mAttribute->mFlags = flags;

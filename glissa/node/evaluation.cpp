@@ -57,7 +57,7 @@ bool GlissaNode::IsBlended() const
 // Whether three plain curves are all that the node evaluates: most channels, most of the time.
 inline bool GlissaNode::IsPlainChannel() const
 {
-    return mState->mPlain.AreNoted() && mState->mPlain.mCurves[0] && !mState->mTimeWarp &&
+    return mState->mPlain.AreNoted() && mState->mPlain.Curve(0) && !mState->mTimeWarp &&
            !IsBlended() && !mState->mLayer.IsMuted() &&
            (mState->mEvaluationFlags & kNodeUseQuaternion) == 0;
 }
@@ -83,7 +83,7 @@ double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bo
         int first = 0;
         int* const hint = pHint ? pHint : &first;
         for (int i = 0; i < 3; ++i) {
-            pValues[i] = static_cast<double>(mState->mPlain.mCurves[i]->Evaluate(pTime, hint));
+            pValues[i] = static_cast<double>(mState->mPlain.Curve(i)->Evaluate(pTime, hint));
         }
         return pValues + 3;
     }
@@ -95,8 +95,8 @@ double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bo
 // same layer as their parent, so that neither mute, warp, chain nor weight can come in.
 void GlissaNode::NotePlainChildren()
 {
-    mState->mPlain = PlainChildren();
-    mState->mPlain.mChanges = node_structure_changes.load(std::memory_order_relaxed);
+    const std::uint64_t changes = node_structure_changes.load(std::memory_order_relaxed);
+    Glissa* curves[3] = {};
     const KArrayTemplate<GlissaNode*, 16>& children = mState->mChildren;
     const auto is_plain = [this](const GlissaNode* pChild) {
         const State& child = *pChild->mState;
@@ -109,26 +109,27 @@ void GlissaNode::NotePlainChildren()
     if (!mState->mCurve && children.GetCount() == 3 &&
         std::all_of(children.begin(), children.end(), is_plain)) {
         for (int i = 0; i < 3; ++i) {
-            mState->mPlain.mCurves[i] = children[i]->mState->mCurve;
+            curves[i] = children[i]->mState->mCurve;
         }
     }
+    mState->mPlain.Note(curves, changes);
 }
 
 // The children's values side by side, as many of them as pRoom holds.
 double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint,
                                      EvaluationMode pMode)
 {
-    PlainChildren& plain = mState->mPlain;
+    const PlainChildren& plain = mState->mPlain;
     if (!plain.AreNoted()) {
         NotePlainChildren();
     }
-    if (plain.mCurves[0] && !pMode.candidates && pRoom >= 3 &&
+    if (plain.Curve(0) && !pMode.candidates && pRoom >= 3 &&
         (pMode.ignoresMute || !mState->mLayer.IsMuted())) {
         // A layer's child adds its value to its zero value, which turns -0 into 0; adding -0 does
         // not.
         const double zero = GetLayerID() != 0 ? 0.0 : -0.0;
         for (int i = 0; i < 3; ++i) {
-            pValues[i] = static_cast<double>(plain.mCurves[i]->Evaluate(pTime, pHint)) + zero;
+            pValues[i] = static_cast<double>(plain.Curve(i)->Evaluate(pTime, pHint)) + zero;
         }
         return pValues + 3;
     }

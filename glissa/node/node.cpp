@@ -47,7 +47,7 @@ GlissaNode::NameInfo& GlissaNodeState::Names()
 
 void GlissaNodeState::ReleaseNames()
 {
-    if (mNames && --mNames->mReferenceCount == 0) {
+    if (mNames && std::atomic_ref(mNames->mReferenceCount).fetch_sub(1) == 1) {
         delete mNames;
     }
     mNames = nullptr;
@@ -221,7 +221,7 @@ void GlissaNode::SetNameInfo(NameInfo* pInfo)
     mState->ReleaseNames();
     mState->mNames = pInfo;
     if (pInfo) {
-        ++pInfo->mReferenceCount;
+        std::atomic_ref(pInfo->mReferenceCount).fetch_add(1);
     }
 }
 

@@ -47,9 +47,9 @@ enum EGlissaLayerType : int
 /// Made by the factories below and ended by Destroy. A node owns its curve, the layers behind it
 /// and, unless it is a container, its children. It does not own parent, template, data node, object
 /// layer, connector or the host's layers. Handled by pointer and not copied. One thread at a time
-/// works on a tree; evaluation too writes candidates. Listeners are called on the thread that
-/// changes the node, when the operation that changes it has done its work: they may edit and
-/// destroy it. docs/conventions.md has the rules.
+/// edits a tree; while nobody does, any number may evaluate it without candidates. Listeners are
+/// called on the thread that changes the node, when the operation that changes it has done its
+/// work: they may edit and destroy it. docs/conventions.md has the rules.
 ///
 /// Values of a node are doubles in the order of its children, one for a leaf; a layered node has at
 /// most four. Rotations are Euler angles in degrees in the node's rotation order. Masks of channels
@@ -64,7 +64,8 @@ public:
     /// Most levels of a tree: as many as blocks nest in a document, KTdf::kMaxNesting.
     static constexpr int kMaxLevels = 1024;
 
-    /// Names and host data that a node shares with those made from it as from a template. Counted.
+    /// Names and host data that a node shares with those made from it as from a template. Counted;
+    /// the count changes on any thread.
     struct NameInfo
     {
         KString mName;

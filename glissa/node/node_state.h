@@ -63,15 +63,28 @@ inline void NoteStructureChange()
 
 // The curves of three children that are nothing but curves of their parent's layer, as nearly all
 // are, so that evaluation goes to them and not through the children. All null for other children.
+// Several threads may evaluate a node at once while nobody edits it: they note the same curves, and
+// the count, which is written last, publishes them.
 struct PlainChildren
 {
-    Glissa* mCurves[3] = {};
-    std::uint64_t mChanges = 0;  // as counted when they were noted
-
     bool AreNoted() const
     {
-        return mChanges == node_structure_changes.load(std::memory_order_relaxed);
+        return mChanges.load(std::memory_order_acquire) ==
+               node_structure_changes.load(std::memory_order_relaxed);
     }
+    // Only when they are noted.
+    Glissa* Curve(int pIndex) const { return mCurves[pIndex].load(std::memory_order_relaxed); }
+    void Note(Glissa* const (&pCurves)[3], std::uint64_t pChanges)
+    {
+        for (int i = 0; i < 3; ++i) {
+            mCurves[i].store(pCurves[i], std::memory_order_relaxed);
+        }
+        mChanges.store(pChanges, std::memory_order_release);
+    }
+
+private:
+    std::atomic<Glissa*> mCurves[3] = {};
+    std::atomic<std::uint64_t> mChanges = 0;  // as counted when they were noted
 };
 
 // How a walk over a tree evaluates.
