@@ -50,8 +50,10 @@ ScratchCurve CurveOf(const std::vector<double>& pSamples, KTime pStart, KTime pP
 {
     ScratchCurve curve(GlissaCreate());
     const auto lead = static_cast<std::size_t>(kLead);
-    curve->InitBuffers(static_cast<int>(pSamples.size()) - 2 * kLead, false);
-    for (std::size_t i = lead; i < pSamples.size() - lead; ++i, pStart += pPeriod) {
+    // With two samples of the lead-out: the last key of the result may lie behind the last sample
+    // of the span, on a segment that needs a neighbour for its slope.
+    curve->InitBuffers(static_cast<int>(pSamples.size()) - 2 * kLead + 2, false);
+    for (std::size_t i = lead; i < pSamples.size() - lead + 2; ++i, pStart += pPeriod) {
         curve->KeyAppendFast(pStart, static_cast<float>(pSamples[i]));
     }
     return curve;

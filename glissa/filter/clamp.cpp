@@ -226,8 +226,8 @@ GlissaFilterClamp::Limit GlissaFilterClamp::Floor() const
 
 EGlissaFilterAnswer GlissaFilterClamp::Examine(Glissa& pCurve)
 {
-    const bool isFinite =
-        (!mApplyCeil || std::isfinite(mCeil)) && (!mApplyFloor || std::isfinite(mFloor));
+    const bool isFinite = (!mApplyCeil || std::isfinite(static_cast<float>(mCeil))) &&
+                          (!mApplyFloor || std::isfinite(static_cast<float>(mFloor)));
     if (isFinite && mApplyCeil && mApplyFloor && mFloor > mCeil) {
         std::swap(mFloor, mCeil);
         Refuse(

@@ -59,7 +59,11 @@ EGlissaFilterAnswer GlissaFilterDeleteKey::Examine(Glissa& pCurve)
         return RefuseCurve(eFilterNoKey, "DeleteKeyFilter, No key to be filtered.");
     }
     if (CutsTime()) {
-        return GetStartTime() > pCurve.KeyGetTime(count - 1) ? eFilterNothingToDo : eFilterChanges;
+        // An endless start with nothing behind it removes no time.
+        const bool isOutside =
+            GetStartTime() > pCurve.KeyGetTime(count - 1) ||
+            (GetStartTime() == KTime::MinusInfinite() && GetStopTime() < pCurve.KeyGetTime(0));
+        return isOutside ? eFilterNothingToDo : eFilterChanges;
     }
     if (!HasKeysBetween(pCurve, GetStartTime(), GetStopTime(), true)) {
         return RefuseCurve(eFilterUnchanged, "DeleteKeyFilter, No key were changed by filter.");

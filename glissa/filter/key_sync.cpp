@@ -68,7 +68,7 @@ void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
         hint = std::clamp(static_cast<int>(place), 0, std::max(pCurve.KeyGetCount() - 1, 0));
         if (count == 0 || pCurve.KeyGetTime(hint) != time) {
             parked.WorkAt(hint);
-            const bool isHeld = count > 0 && ((time < before->KeyGetTime(0) && holdsFirst) ||
+            const bool isHeld = count > 0 && ((time < pCurve.KeyGetTime(0) && holdsFirst) ||
                                               (time > before->KeyGetTime(count - 1) && holdsLast));
             if (isHeld) {
                 hint = AddOutside(pCurve, time, hint);

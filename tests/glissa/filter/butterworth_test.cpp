@@ -129,6 +129,20 @@ TEST_F(Butterworth, TwoPassesWeakenAWaveWithoutDelay)
     }
 }
 
+// 25 frames a second are no whole number of internal samples. The line behind the span starts at
+// the last internal sample with the value of the stop, 0.33 too high: half of that step is left.
+TEST_F(Butterworth, ASteadyMotionStaysSteadyToItsEnd)
+{
+    const CurveHandle curve = MakeCurve({{0.0, 0.0f, 100.0f, 100.0f}, {10.0, 1000.0f}});
+    GlissaFilterButterworth filter;
+    Set(filter, "SamplingRate", 25.0);
+    ASSERT_TRUE(filter.Apply(*curve));
+    ASSERT_EQ(251, curve->KeyGetCount());
+    for (int i = 0; i < curve->KeyGetCount(); ++i) {
+        EXPECT_NEAR(4.0 * i, curve->KeyGetValue(i), 0.2) << i;
+    }
+}
+
 TEST_F(Butterworth, RefusalsNameTheirReasonAndCopiesHaveTheirOwnProperties)
 {
     GLISSA_SetButterworthFilterInternalRate(300.0);
