@@ -211,7 +211,7 @@ void KMemoryPool::FreeLocked(void* pBlock)
 
 void KMemoryPool::AddChunk()
 {
-    CORVEKIT_ASSERT(!mFree || mUsedCount == 0);
+    CORVEKIT_ASSERT(!mFree || mTakenCount == 0);
     constexpr std::size_t greatest = std::numeric_limits<std::size_t>::max() - kChunkHead;
     void* const memory = mBlocksPerChunk <= greatest / mBlockSize
                              ? std::malloc(kChunkHead + mBlocksPerChunk * mBlockSize)
