@@ -12,7 +12,6 @@
 
 namespace
 {
-constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kGreatestFloat = std::numeric_limits<float>::max();
 /// The shortest time, and the longest one that users mean.
 constexpr double kTick = 1.0 / 141120000.0;
