@@ -43,7 +43,16 @@ void StopFailing()
     sFirstToFail = kNever;
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// g++ has a macro for each sanitizer, clang a feature.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define GLISSA_HAS_SANITIZER
+#endif
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define GLISSA_HAS_SANITIZER
+#endif
+
+#ifdef GLISSA_HAS_SANITIZER
 
 void* operator new(std::size_t pSize)
 {
