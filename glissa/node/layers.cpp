@@ -191,8 +191,17 @@ GlissaNode* GlissaNode::LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOl
 
 GlissaNode* GlissaNode::MakeLayer(const GlissaLayerInfo& pInfo, bool pDeleteOld)
 {
-    GlissaNode* layer = CloneTemplate(false, false, true, pInfo);
-    LayerSet(layer, pDeleteOld);
+    NodeHolder made(CloneTemplate(false, false, true, pInfo));
+    GlissaNode* const layer = made.get();
+    try {
+        LayerSet(layer, pDeleteOld);
+    } catch (...) {
+        if (mState->mNextLayer == layer) {
+            made.release();
+        }
+        throw;
+    }
+    made.release();
 
     double zero[kNodeZeroValues] = {};
     GetZeroValues(zero);
@@ -226,9 +235,21 @@ GlissaNode* GlissaNode::CreateLayerAt(const GlissaLayerInfo& pInfo)
         return nullptr;
     }
     return IfAlive([this, &pInfo, before, behind] {
-        GlissaNode* layer = before->LayerCreate(pInfo, !behind);
+        const auto putBack = [before, behind] {
+            GlissaNode* const next = before->LayerGet();
+            if (behind && next && next != behind) {
+                next->ExchangeNextLayer(behind);
+            }
+        };
+        GlissaNode* layer = nullptr;
+        try {
+            layer = before->LayerCreate(pInfo, !behind);
+        } catch (...) {
+            putBack();
+            throw;
+        }
         if (layer) {
-            layer->ExchangeNextLayer(behind);
+            putBack();
             TellOfLayers();
         }
         CORVEKIT_ASSERT(IsChainInOrder(this));

@@ -12,6 +12,15 @@
 // The functions are in a file of their own: where a compiler can inline one of a pair into a caller
 // and not the other, it warns of a mismatch.
 
+// g++ has a macro for each sanitizer, clang a feature.
+#if defined(__has_feature)
+#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#        define GLISSA_HAS_SANITIZER
+#    endif
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#    define GLISSA_HAS_SANITIZER
+#endif
+
 namespace
 {
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
@@ -43,14 +52,14 @@ void StopFailing()
     sFirstToFail = kNever;
 }
 
-// g++ has a macro for each sanitizer, clang a feature.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define GLISSA_HAS_SANITIZER
+bool CountsAllocationsOfC()
+{
+#ifdef GLISSA_HAS_SANITIZER
+    return false;
+#else
+    return true;
 #endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define GLISSA_HAS_SANITIZER
-#endif
+}
 
 #ifdef GLISSA_HAS_SANITIZER
 

@@ -9,6 +9,9 @@
 // whole process, the shared libraries included, and can make one fail. Counted are malloc, calloc
 // and realloc; under the address sanitizer, which has these itself, the operators new.
 
+/// Whether malloc, calloc and realloc are counted.
+bool CountsAllocationsOfC();
+
 /// Allocations so far.
 std::size_t AllocationCount();
 
