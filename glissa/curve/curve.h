@@ -43,7 +43,7 @@ enum EGlissaContinuity : int
 class GLISSA_API Glissa final : public IZrObjectHolder
 {
 public:
-    // Object frame (curve/curve.cpp)
+    // Object frame (curve/curve.cpp, node/curve_owner.cpp)
 
     Glissa();
     Glissa(const Glissa&) = delete;
@@ -414,6 +414,8 @@ public:
     /// Slope leaving a time: differs from the one arriving on a key only.
     float EvaluateRightDerivative(KTime pTime, int* pHint);
 
+    // An evaluation function of the host (curve/curve.cpp, node/curve_owner.cpp)
+
     /// Keeps an evaluation function and its object for the node that evaluates this curve and for
     /// the host; Evaluate does not call it. With a null argument the pair is taken over from the
     /// object layer of the owner.
@@ -525,7 +527,7 @@ public:
     bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor,
                              int* pStoredKeys = nullptr);
 
-    // Events (curve/events.cpp)
+    // Events (curve/events.cpp, curve/storage.cpp)
 
     using Listener = void (*)(Glissa* pCurve, GlissaEvent* pEvent, void* pObject);
 

@@ -6,7 +6,7 @@
 
 class Glissa;
 
-// Slopes from auto parameters (curve/slopes.cpp)
+// Slopes from auto parameters (curve/tangent_math.cpp)
 //
 // The auto parameter says where between the two secants of a key its tangent lies, so that the
 // tangent follows when a neighbour moves. On the left side -100 is the secant to the right, 100

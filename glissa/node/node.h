@@ -252,7 +252,7 @@ public:
     /// curves themselves change hands. A locked node is passed over.
     void CopyFrom(GlissaNode* pSource, bool pTransfer);
 
-    // Layers (node/layers.cpp)
+    // Layers (node/layers.cpp, node/copies.cpp)
 
     const GlissaLayerInfo& GetLayerInfo() const;
     void SetLayerInfo(const GlissaLayerInfo& pInfo);
@@ -448,7 +448,7 @@ public:
     /// curve, they follow one path of quaternions (Shoemake 1985) shaped by its tangents.
     void RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate);
 
-    // Keys of a channel (node/keys.cpp)
+    // Keys of a channel (node/keys.cpp, node/key_rotation.cpp)
     //
     // A locked node is passed over; its share of a value array is consumed all the same.
 

@@ -19,8 +19,10 @@ GOOD = {
     "corvekit/corvekit.h": LICENCE + '#pragma once\n\n#include "corvekit/a.h"\n',
     "corvekit/a.h": LICENCE + "#pragma once\n\n#include <cstdint>\n",
     "glissa/glissa.h": LICENCE + '#pragma once\n\n#include "glissa/curve/b.h"\n',
-    "glissa/curve/b.h": LICENCE + '#pragma once\n\n#include "corvekit/a.h"\n',
-    "glissa/curve/b.cpp": LICENCE + '\n#include "glissa/curve/b.h"\n#include "glissa/curve/p.h"\n',
+    "glissa/curve/b.h": LICENCE + '#pragma once\n\n#include "corvekit/a.h"\n\n'
+                        "// Sums (curve/b.cpp)\n\nint Sum(int pLeft, int pRight);\n",
+    "glissa/curve/b.cpp": LICENCE + '\n#include "glissa/curve/b.h"\n#include "glissa/curve/p.h"\n\n'
+                          "int Sum(int pLeft, int pRight)\n{\n    return pLeft + pRight;\n}\n",
     "glissa/curve/p.h": LICENCE + "// Private: the parts of b.\n#pragma once\n",
     "glissa/curve/CMakeLists.txt": "target_sources(glissa PRIVATE b.cpp)\n",
     "examples/e.cpp": LICENCE + "\n// [snippet main]\nint main() {}\n// [end]\n",
@@ -49,6 +51,9 @@ BAD = [
     ("headers", {"glissa/glissa.h": LICENCE + "#pragma once\n"}, "does not include"),
     ("sources", {"glissa/curve/c.cpp": LICENCE}, "glissa/curve/c.cpp:1: no CMakeLists.txt"),
     ("sources", {"glissa/curve/sub_b.cpp": LICENCE}, "glissa/curve/sub_b.cpp:1: no CMakeLists.txt"),
+    ("contents", {"glissa/curve/b.cpp": LICENCE, "glissa/curve/c.cpp": GOOD["glissa/curve/b.cpp"]},
+     "glissa/curve/b.h:9: Sum is not defined in glissa/curve/b.cpp but in glissa/curve/c.cpp"),
+    ("contents", {"glissa/curve/b.cpp": None}, "there is no glissa/curve/b.cpp"),
     ("licence", {"corvekit/a.h": "#pragma once\n"}, "corvekit/a.h:1: the two licence lines"),
     ("licence", {"scripts/x": "#!/bin/sh\n"}, "scripts/x:1: the two licence lines"),
     ("format", {"corvekit/a.h": LICENCE + "#pragma once\nint  f( );\n"}, "corvekit/a.h:4: differs"),
