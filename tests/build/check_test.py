@@ -63,6 +63,7 @@ BAD = [
     ("docs", {"README.md": GOOD["README.md"] + "[a](docs/b.md)\n"}, "leads nowhere"),
     ("docs", {"docs/architecture.md": "`curve/b.h` and\n`curve/a.h`"}, ":2: there is no file"),
     ("docs", {"docs/architecture.md": "`Glissa::Lost`"}, ":1: the code has no Lost"),
+    ("docs", {"docs/events.md": "| `eEventKey` | 0x20 | a key |"}, ":1: eEventKey is None in the code"),
     ("share", {"tests/a.cpp": "int x;\n" * 100}, "of test lines is above"),
 ]
 
