@@ -60,10 +60,9 @@ void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
         HoldsEnd(pCurve.GetPostExtrapolation(), pCurve.GetPostExtrapolationCount());
     const int count = before->KeyGetCount();
     ParkedKeys parked(pCurve);
-    int hint = std::max(static_cast<int>(before->KeyFind(pTimes.front(), nullptr)), 0);
-    int hintBefore = hint;
+    int hint = 0;
+    int hintBefore = 0;
     for (const KTime time : pTimes) {
-        parked.ReadAt(hint);
         const double place = pCurve.KeyFind(time, &hint);
         hint = std::clamp(static_cast<int>(place), 0, std::max(pCurve.KeyGetCount() - 1, 0));
         if (count == 0 || pCurve.KeyGetTime(hint) != time) {

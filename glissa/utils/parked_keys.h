@@ -22,13 +22,6 @@ public:
     /// Called before keys come or go next to a key: the keys whose tangents that may read or write
     /// are in the curve.
     void WorkAt(int pIndex);
-    /// The same before the curve is only read there.
-    void ReadAt(int pIndex)
-    {
-        if (mParked->KeyGetCount() > 0) {
-            WorkAt(pIndex);
-        }
-    }
 
 private:
     void Park(int pCount);
