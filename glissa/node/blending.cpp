@@ -21,6 +21,7 @@ constexpr double kExcludedWeight = 0.001;  // an excluded layer of no weight cou
 
 KgeRMatrix MatrixOf(const double* pAngles, const KVdRotationOrder& pOrder)
 {
+    CORVEKIT_ASSERT(pAngles);
     KgeRMatrix matrix;
     pOrder.V2M(matrix, KgeRVector(pAngles));
     return matrix;
@@ -126,6 +127,7 @@ void GlissaNode::RunningRotation::Blend(double* pResult, const double* pValues, 
 void GlissaNode::AccumulateValue(double* pResult, double* pValues, KTime pTime, int pExcludedId,
                                  int, int)
 {
+    CORVEKIT_ASSERT(pResult && pValues && pResult != pValues);
     RunningRotation running(mState->mRotationOrder);
     Accumulate(pResult, pValues, pTime, pExcludedId, running);
     running.Put(pResult);
@@ -179,6 +181,7 @@ void GlissaNode::Accumulate(double* pResult, double* pValues, KTime pTime, int p
 
 void GlissaNode::BlendSimple(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
+    CORVEKIT_ASSERT(pResult && pValues);
     const int count = ValuesAtHand();
     switch (pMode) {
     case eLayerModeAdditive:
@@ -201,6 +204,7 @@ void GlissaNode::BlendSimple(double* pResult, double* pValues, double pWeight, e
 
 void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
+    CORVEKIT_ASSERT(pResult && pValues);
     const int count = ValuesAtHand();
     for (int i = 0; i < count; ++i) {
         const double below = std::fabs(pResult[i]);
@@ -221,6 +225,7 @@ void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, 
 
 void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
+    CORVEKIT_ASSERT(pResult && pValues);
     // Fewer than three angles are no rotation that could be composed.
     const bool by_channel = GetValueCount() < 3;
     const int type = GetLayerType();
@@ -245,6 +250,7 @@ void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight,
 
 void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
 {
+    CORVEKIT_ASSERT(pValues);
     const int type = GetLayerType();
     const int count = mState->mChildren.GetCount();
     if (mState->mCurve || count == 0) {
@@ -267,6 +273,7 @@ void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
 
 void GlissaNode::AddWeightedValue(double* pValues, double pWeight)
 {
+    CORVEKIT_ASSERT(pValues);
     if (pWeight > kFullWeight) {
         return;
     }
@@ -279,6 +286,7 @@ void GlissaNode::AddWeightedValue(double* pValues, double pWeight)
 
 void GlissaNode::ResolveWeightedValue(double* pValues, double pWeight)
 {
+    CORVEKIT_ASSERT(pValues);
     if (pWeight <= kFullWeight && pWeight >= kNoWeight) {
         ApplyWeightedValue(pValues, 1.0 / pWeight);
     }

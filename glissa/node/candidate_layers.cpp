@@ -38,6 +38,7 @@ void GlissaNode::ComputeCandidateForLayer(double* pResult, double* pTotal, KTime
 
 void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, int pId)
 {
+    CORVEKIT_ASSERT(pResult && pTotal && IsChannel());
     GlissaNode* layer = LayerGet(pId);
     GlissaNode* base = mState->mObjectLayer ? mState->mObjectLayer : this;
     const int count = std::min(GetValueCount(), kNodeZeroValues);
@@ -94,6 +95,7 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
 
 double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, int)
 {
+    CORVEKIT_ASSERT(pValues);
     const KOperation operation;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
     if (info.IsLocked() || GetLayerID() != 0) {
@@ -172,6 +174,7 @@ double* GlissaNode::CandidateSetSpecificLayer(KTime pTime, double* pValues,
 double* GlissaNode::SetInLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
                                bool pResolve)
 {
+    CORVEKIT_ASSERT(pValues);
     SetSpecificCandidateMethod(eCandidateSpecific);
     SetTotalCandidateMethod(eCandidateSpecific);
     const bool hands_on = !IsBlended() && !IsChannel();
@@ -280,6 +283,7 @@ bool GlissaNode::IsEulerRotation() const
 // a turn. pIsShare  the angles are a share of a total with the layer's weight in it.
 void GlissaNode::MakeNearest(double* pAngles, KTime pTime, int* pHint, bool pIsShare)
 {
+    CORVEKIT_ASSERT(pAngles && GetCount() >= 3);
     double held[kNodeZeroValues] = {};
     EvaluateLayer(held, pTime, pHint, !pIsShare);
     if (pIsShare) {

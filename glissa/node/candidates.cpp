@@ -18,6 +18,7 @@ int GlissaNode::GetSpecificCandidateMethod() const
 
 void GlissaNode::SetSpecificCandidateMethod(int pMethod)
 {
+    CORVEKIT_ASSERT(pMethod >= 0 && pMethod <= eCandidateTotalAndSpecific);
     const auto method = static_cast<unsigned>(pMethod);
     unsigned& flags = mState->mEvaluationFlags;
     flags &= ~(kNodeCandidateUnused | kNodeCandidateTotal);
@@ -33,6 +34,7 @@ eCandidateMethod GlissaNode::GetTotalCandidateMethod() const
 
 void GlissaNode::SetTotalCandidateMethod(eCandidateMethod pMethod)
 {
+    CORVEKIT_ASSERT(pMethod == eCandidateSpecific || pMethod == eCandidateTotal);
     mState->mEvaluationFlags &= ~kNodeCandidateSpecific;
     mState->mEvaluationFlags |= pMethod == eCandidateSpecific ? kNodeCandidateSpecific : 0u;
 }
@@ -77,12 +79,14 @@ double* GlissaNode::CandidateGet(double* pValues, int)
 
 void GlissaNode::CandidateGetTotalCandidate(double* pValues, KTime& pTime)
 {
+    CORVEKIT_ASSERT(pValues);
     pTime = mState->mCandidateTime;
     std::copy_n(mState->mTotalCandidate, kNodeLayeredValues, pValues);
 }
 
 double* GlissaNode::CandidateGetWithTime(double* pValues, KTime& pTime)
 {
+    CORVEKIT_ASSERT(pValues);
     if (const Glissa* curve = mState->mCurve) {
         *pValues = curve->CandidateGet();
         pTime = curve->CandidateGetTime();
@@ -181,6 +185,7 @@ void GlissaNode::GetCandidateState(GlissaNodeCandidateState& pState)
 // Removes the layers behind this node that a state does not hold; both rise by id.
 void GlissaNode::TrimLayers(const GlissaNodeCandidateState& pState)
 {
+    CORVEKIT_ASSERT(GetLayerID() == 0);
     const GlissaNodeCandidateState* state = pState.mLayerState;
     GlissaNode* layer = mState->mNextLayer;
     while (layer) {

@@ -88,7 +88,7 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
         clone->mState->mEvaluationFlags |= mState->mEvaluationFlags & kNodeUseQuaternion;
         clone->mState->SetFlag(kNodeVisible, GetVisibility());
         if (info.GetLayerID() != 0) {
-            clone->mState->mObjectLayer = mState->mObjectLayer;
+            clone->ObjectLayerSet(mState->mObjectLayer);
         }
     }
     if (!mState->mCurve) {
@@ -167,6 +167,7 @@ void GlissaNode::SingleLayerCopyFrom(GlissaNode* pSource, bool pTransfer)
 
 void GlissaNode::TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked)
 {
+    CORVEKIT_ASSERT(pSource && pSource != this);
     if (!pEvenLocked && IsNodeLocked()) {
         return;
     }

@@ -45,6 +45,7 @@ void GlissaNode::SetETI(IGlissaETI* pETI)
 
 KTime GlissaNode::ETIGetSpecifiedTime(KTime (IGlissaETI::*pMember)())
 {
+    CORVEKIT_ASSERT(pMember);
     IGlissaETI* nearest = NearestETI(this);
     KTime time = nearest ? (nearest->*pMember)() : KTime();
     for (GlissaNode* node = GetParent(); node && time == KTime(); node = node->GetParent()) {

@@ -42,6 +42,7 @@ KTime GlissaNode::WarpedTime(KTime pTime, bool pCandidate) const
         return pTime;
     }
     double seconds[kNodeZeroValues] = {};
+    CORVEKIT_ASSERT(nested_warps >= 0 && nested_warps < kMaxNestedWarps);
     ++nested_warps;
     warp->GeneralEvaluate(seconds, pTime, nullptr, pCandidate);
     --nested_warps;
@@ -64,6 +65,7 @@ inline bool GlissaNode::IsPlainChannel() const
 
 double* GlissaNode::Evaluate(double* pValues, KTime pTime, int* pHint)
 {
+    CORVEKIT_ASSERT(pValues);
     if (IsNodeMuted()) {
         return pValues;
     }
@@ -79,6 +81,7 @@ double* GlissaNode::Evaluate(double* pValues, KTime pTime, int* pHint)
 
 double* GlissaNode::GeneralEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
 {
+    CORVEKIT_ASSERT(pValues);
     if (!pCandidate && IsPlainChannel()) {
         int first = 0;
         int* const hint = pHint ? pHint : &first;
@@ -119,6 +122,7 @@ void GlissaNode::NotePlainChildren()
 double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, int* pHint,
                                      EvaluationMode pMode)
 {
+    CORVEKIT_ASSERT(pRoom >= 0);
     const PlainChildren& plain = mState->mPlain;
     if (!plain.AreNoted()) {
         NotePlainChildren();
@@ -139,6 +143,7 @@ double* GlissaNode::EvaluateChildren(double* pValues, int pRoom, KTime pTime, in
 double* GlissaNode::EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom, KTime pTime,
                                          int* pHint, EvaluationMode pMode)
 {
+    CORVEKIT_ASSERT(pFirst >= 0);
     int room = pRoom;
     for (int i = pFirst; i < mState->mChildren.GetCount(); ++i) {
         GlissaNode* child = mState->mChildren[i];
@@ -163,6 +168,7 @@ double* GlissaNode::EvaluateChildrenFrom(int pFirst, double* pValues, int pRoom,
 double* GlissaNode::EvaluateOwn(double* pValues, int pRoom, KTime pTime, int* pHint,
                                 EvaluationMode pMode)
 {
+    CORVEKIT_ASSERT(pValues && pRoom > 0);
     if (Glissa* curve = mState->mCurve) {
         *pValues = pMode.candidates ? curve->CandidateEvaluate(pTime, pHint)
                                     : static_cast<double>(curve->Evaluate(pTime, pHint));
@@ -214,6 +220,7 @@ double* GlissaNode::EvaluateNode(double* pValues, KTime pTime, int* pHint, Evalu
         const double* own_end =
             EvaluateOwn(own, kNodeZeroValues, time, hint, {pMode.candidates, false});
         Accumulate(pValues, own, time, -1, *pRunning);
+        CORVEKIT_ASSERT(own_end >= own && own_end <= own + kNodeZeroValues);
         end = pValues + (own_end - own);
     } else if (plays) {
         end = EvaluateOwn(pValues, kAnyRoom, time, hint, {pMode.candidates, false});
@@ -248,6 +255,7 @@ bool GlissaNode::IsChannel() const
 // node has no place.
 void GlissaNode::HoldTotal(const double* pValues, int pCount, KTime pTime)
 {
+    CORVEKIT_ASSERT(pCount >= 0 && pCount <= GetValueCount());
     SetTotalCandidateMethod(eCandidateTotal);
     mState->mCandidateTime = pTime;
     for (int i = 0; i < std::min(pCount, kNodeLayeredValues); ++i) {
@@ -262,6 +270,7 @@ void GlissaNode::HoldTotal(const double* pValues, int pCount, KTime pTime)
 
 double* GlissaNode::TakeTotal(double* pValues) const
 {
+    CORVEKIT_ASSERT(IsChannel());
     const int count = ValuesAtHand();
     for (int i = 0; i < count; ++i) {
         const State& holder = i < kNodeLayeredValues ? *mState : *mState->mChildren[i]->mState;
@@ -274,6 +283,7 @@ double* GlissaNode::Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime
                                                           int pExcludedId, int pFirstId,
                                                           int pLastId)
 {
+    CORVEKIT_ASSERT(pValues);
     return EvaluatePart(pValues, WarpedTime(pTime, false), pExcludedId, pFirstId, pLastId);
 }
 
@@ -311,6 +321,7 @@ double* GlissaNode::EvaluatePart(double* pValues, KTime pTime, int pExcludedId, 
 // The node of a layer from this node on, or null. Each node says itself whether it knows layers.
 GlissaNode* GlissaNode::FindLayerHere(int pId)
 {
+    CORVEKIT_ASSERT(IsChainInOrder(this));
     GlissaNode* layer = this;
     while (layer && layer->GetLayerID() < layer->GetCorrectLayerID(pId)) {
         layer = layer->LayerGet();
@@ -327,6 +338,7 @@ double* GlissaNode::EvaluateSpecificLayer(double* pValues, KTime pTime, int pId,
 
 double* GlissaNode::EvaluateLayer(double* pValues, KTime pTime, int* pHint, bool pForce)
 {
+    CORVEKIT_ASSERT(pValues);
     if (!pForce && IsNodeMuted()) {
         GetZeroValues(pValues);
         return pValues;

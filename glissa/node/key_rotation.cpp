@@ -109,6 +109,7 @@ void GlissaNode::KeyAppendWithCheckForContinuousRotation(KTime pTime, double* pV
 
 void GlissaNode::GetContinuousRotation(double* pResult, double* pRotation, KTime pTime)
 {
+    CORVEKIT_ASSERT(pResult && pRotation);
     if (GetCount() != kAxes) {
         return;
     }
@@ -129,6 +130,7 @@ void GlissaNode::GetContinuousRotation(double* pResult, double* pRotation, KTime
 
 bool GlissaNode::GetContinuousOffset(double* pOffset, double* pSource, double* pTarget)
 {
+    CORVEKIT_ASSERT(pOffset && pSource && pTarget);
     const Turns turns = TurnsBetween(KVdRotationOrder(mState->mRotationOrder),
                                      KgeRVector(pSource[0], pSource[1], pSource[2]),
                                      KgeRVector(pTarget[0], pTarget[1], pTarget[2]), true);
@@ -139,6 +141,7 @@ bool GlissaNode::GetContinuousOffset(double* pOffset, double* pSource, double* p
 bool GlissaNode::ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
                                  bool pKeyEndsWhenEmpty, KTime pOffset)
 {
+    CORVEKIT_ASSERT(pSource && IsRotationLayerType());
     RotationCurves own;
     RotationCurves source;
     if (!own.TakeFrom(this) || !source.TakeFrom(pSource)) {

@@ -62,6 +62,7 @@ void GlissaNode::KeyGetCount(int& pCurves, int& pTotal, int& pMin, int& pMax)
 
 int GlissaNode::KeyGetCountOnChild(int pChild)
 {
+    CORVEKIT_ASSERT(pChild >= 0);
     int count = 0;
     for (GlissaNode* node = this; node; node = node->LayerGet()) {
         if (GlissaNode* child = node->Get(pChild)) {
@@ -249,6 +250,7 @@ void GlissaNode::ExtractKeysIndex(KArrayTemplate<int, 16>& pArray, KTimeSpan pSp
 
 bool GlissaNode::GetTransformCurves(Glissa** pT, Glissa** pR, Glissa** pS)
 {
+    CORVEKIT_ASSERT(pT && pR && pS);
     struct Transform
     {
         const char* name;

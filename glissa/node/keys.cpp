@@ -24,6 +24,7 @@ bool IsStretchOf(const Glissa& pCurve, float pValue)
 double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
                            int pTangentMode)
 {
+    CORVEKIT_ASSERT(pValues);
     const KOperation operation;
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
@@ -47,6 +48,7 @@ double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask,
 
 double* GlissaNode::KeyAppend(KTime pTime, double* pValues)
 {
+    CORVEKIT_ASSERT(pValues);
     const KOperation operation(IsInvalidKeyCheckActive());
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
@@ -63,6 +65,7 @@ double* GlissaNode::KeyAppend(KTime pTime, double* pValues)
 
 double* GlissaNode::KeyRecord(KTime pTime, double* pValues)
 {
+    CORVEKIT_ASSERT(pValues);
     const KOperation operation;
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
@@ -131,6 +134,7 @@ void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
 void GlissaNode::Replace(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
                          bool pKeyEndsWhenEmpty, KTime pOffset)
 {
+    CORVEKIT_ASSERT(pSource);
     const KOperation operation;
     if (IsRotationLayerType() &&
         ReplaceRotation(pSource, pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset)) {

@@ -18,6 +18,7 @@ constexpr int kAllNodes = std::numeric_limits<int>::max();
 // Gives a curve of a new layer its first value and its colour. Its node hears of none of it.
 void PrepareCurve(Glissa* pCurve, double pValue, const float* pColor)
 {
+    CORVEKIT_ASSERT(pCurve && pColor);
     GlissaNode* owner = pCurve->GetOwner();
     pCurve->SetOwner(nullptr);
     pCurve->SetValue(static_cast<float>(pValue));
@@ -107,6 +108,7 @@ GlissaNode* GlissaNode::LayerGet() const
 
 GlissaNode* GlissaNode::LayerGet(int pId)
 {
+    CORVEKIT_ASSERT(IsChainInOrder(this));
     GlissaNode* node = this;
     while (node && node->GetLayerID() < pId) {
         node = node->LayerGet();
@@ -116,6 +118,7 @@ GlissaNode* GlissaNode::LayerGet(int pId)
 
 GlissaNode* GlissaNode::GetPreviousLayer(int pId)
 {
+    CORVEKIT_ASSERT(IsChainInOrder(this));
     if (pId == 0) {
         return nullptr;
     }
@@ -183,7 +186,9 @@ void GlissaNode::TellOfLayers()
 
 GlissaNode* GlissaNode::LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld)
 {
-    if (!IsMultiLayer() || LevelOf(this) + LevelsBelow(this) > kMaxLevels) {
+    // A clone for no layer is one of this node's own id.
+    if (!IsMultiLayer() || pInfo.GetLayerID() == GlissaLayerInfo::Invalid.GetLayerID() ||
+        LevelOf(this) + LevelsBelow(this) > kMaxLevels) {
         return nullptr;
     }
     return IfAlive([this, &pInfo, pDeleteOld] { return MakeLayer(pInfo, pDeleteOld); });
@@ -266,7 +271,7 @@ GlissaNode* GlissaNode::RemoveLayer(int pId, bool pDestroy)
         return nullptr;
     }
     before->ExchangeNextLayer(layer->ExchangeNextLayer(nullptr));
-    layer->mState->mObjectLayer = this;
+    layer->ObjectLayerSet(this);
     if (!pDestroy) {
         return layer;
     }
@@ -331,6 +336,7 @@ void GlissaNode::LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer)
 
 void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocked)
 {
+    CORVEKIT_ASSERT(pSource && pSource != this);
     GlissaNode* source = pSource->LayerGet();
     if (!source) {
         if (GlissaNode* next = mState->mNextLayer) {
@@ -368,7 +374,7 @@ void GlissaNode::TakeLayers(GlissaNode* pSource, bool pTransfer, bool pEvenLocke
 void GlissaNode::SetBase(GlissaNode* pBase)
 {
     CORVEKIT_ASSERT(pBase);
-    mState->mObjectLayer = pBase;
+    ObjectLayerSet(pBase);
     for (int i = 0; i < GetCount(); ++i) {
         GlissaNode* const base = pBase->Get(i) ? pBase->Get(i) : Get(i);
         for (GlissaNode* node = Get(i); node; node = node->LayerGet()) {
@@ -403,6 +409,7 @@ void GlissaNode::DestroyUnmatched()
 // Takes over the unmatched channels of another layer, or copies of them.
 void GlissaNode::ReplaceUnmatched(GlissaNode* pSource, bool pTransfer)
 {
+    CORVEKIT_ASSERT(pSource != this);
     DestroyUnmatched();
     if (pTransfer) {
         mState->mUnmatched.swap(pSource->mState->mUnmatched);
@@ -415,18 +422,6 @@ void GlissaNode::ReplaceUnmatched(GlissaNode* pSource, bool pTransfer)
     for (GlissaNode* const channel : mState->mUnmatched) {
         channel->mState->mParent = this;
         channel->mState->mHolder = this;
-    }
-}
-
-// Channels of the layers behind this node that have a child of it as their base lose that.
-void GlissaNode::ReleaseBase(const GlissaNode* pChild)
-{
-    for (GlissaNode* layer = mState->mNextLayer; layer; layer = layer->LayerGet()) {
-        for (GlissaNode* channel : layer->mState->mChildren) {
-            if (channel->mState->mObjectLayer == pChild) {
-                channel->SetBase(channel);
-            }
-        }
     }
 }
 

@@ -47,6 +47,7 @@ GlissaNode::NameInfo& GlissaNodeState::Names()
 
 void GlissaNodeState::ReleaseNames()
 {
+    CORVEKIT_ASSERT(!mNames || mNames->mReferenceCount > 0);
     if (mNames && std::atomic_ref(mNames->mReferenceCount).fetch_sub(1) == 1) {
         delete mNames;
     }
@@ -61,6 +62,16 @@ void GlissaNodeState::CopyCandidates(const GlissaNodeState& pSource)
     std::copy_n(pSource.mTotalCandidate, kNodeLayeredValues, mTotalCandidate);
 }
 
+void GlissaNodeState::SetObjectLayer(GlissaNode* pSelf, GlissaNode* pBase)
+{
+    CORVEKIT_ASSERT(pSelf && this == &Of(pSelf));
+    mBaseLink.Leave();
+    mObjectLayer = pBase;
+    if (pBase && pBase != pSelf) {
+        mBaseLink.Enter(pSelf, Of(pBase).mBaseUsers);
+    }
+}
+
 GlissaNode::GlissaNode(const char* pName, const char* pUserName, KDataType* pType, int pLayerType,
                        const GlissaLayerInfo& pInfo)
 {
@@ -71,7 +82,7 @@ GlissaNode::GlissaNode(const char* pName, const char* pUserName, KDataType* pTyp
     names.mDataType = pType;
     mState = state.release();
     mState->mLayer = pInfo;
-    mState->mObjectLayer = this;
+    mState->SetObjectLayer(this, this);
     int type = pLayerType;
     if (IsRotation(type)) {
         const bool by_channel =
@@ -88,7 +99,7 @@ GlissaNode::GlissaNode(GlissaNode* pTemplate) : mState(new State)
     const State& source = *pTemplate->mState;
     SetNameInfo(source.mNames);
     mState->mTemplate = pTemplate;
-    mState->mObjectLayer = this;
+    mState->SetObjectLayer(this, this);
     mState->mRotationOrder = source.mRotationOrder;
     mState->mEvaluationFlags = source.mEvaluationFlags & (kNodeLayerTypes | kNodeUseQuaternion);
     mState->CopyCandidates(source);
@@ -105,7 +116,6 @@ GlissaNode::~GlissaNode()
     mState->mCallbacks = nullptr;
     GlissaNode::Clear();
     if (mState->mParent) {
-        mState->mParent->ReleaseBase(this);
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
     if (GlissaNode* const holder = mState->mHolder) {
@@ -114,8 +124,13 @@ GlissaNode::~GlissaNode()
         }
         std::erase(holder->mState->mUnmatched, this);
     }
-    while (GlissaNode* const user = mState->mFirstWarpUser) {
-        user->TimeWarpSet(nullptr);
+    while (mState->mWarpUsers) {
+        mState->mWarpUsers->mOwner->TimeWarpSet(nullptr);
+    }
+    // A layer without its base is one of its own.
+    while (mState->mBaseUsers) {
+        GlissaNode* const layer = mState->mBaseUsers->mOwner;
+        layer->mState->SetObjectLayer(layer, layer);
     }
     NoteStructureChange();
     SetETI(nullptr);
@@ -146,8 +161,8 @@ void GlissaNode::Clear()
     if (layer && layer->DecReferenceCount() < 1) {
         layer->Destroy();
     }
-    mState->mObjectLayer = this;
-    mState->LinkTimeWarp(nullptr);
+    mState->SetObjectLayer(this, this);
+    mState->SetTimeWarp(this, nullptr);
 }
 
 IObject* GlissaNode::IQuery(unsigned long pId, int)
@@ -344,6 +359,7 @@ bool GlissaNode::GetVisibility() const
 
 void GlissaNode::SetVisibility(bool pVisible, bool pChildren, bool pLayers, int pChildIndex)
 {
+    CORVEKIT_ASSERT(pChildIndex >= -1);
     const KOperation operation;
     if (pLayers && mState->mNextLayer) {
         mState->mNextLayer->SetVisibility(pVisible, pChildren, pLayers, pChildIndex);
@@ -374,6 +390,7 @@ const float* GlissaNode::GetColor() const
 
 void GlissaNode::SetColor(const float* pColor)
 {
+    CORVEKIT_ASSERT(pColor);
     if (mState->mCurve) {
         mState->mCurve->SetColor(pColor);
     }
@@ -474,7 +491,7 @@ GlissaNode* GlissaNode::ObjectLayerGet() const
 
 void GlissaNode::ObjectLayerSet(GlissaNode* pNode)
 {
-    mState->mObjectLayer = pNode;
+    mState->SetObjectLayer(this, pNode);
 }
 
 IConnector* GlissaNode::GetConnector() const

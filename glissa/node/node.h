@@ -278,14 +278,15 @@ public:
     /// kMaxLevels.
     void LayerSet(GlissaNode* pNode, bool pDeleteOld);
     /// A new layer right behind this node, in place of what was linked there. Its curves are empty
-    /// and hold the zero values. Null on a node that may not have layers, and beyond kMaxLevels.
+    /// and hold the zero values. Null on a node that may not have layers, for
+    /// GlissaLayerInfo::Invalid, and beyond kMaxLevels.
     GlissaNode* LayerCreate(const GlissaLayerInfo& pInfo, bool pDeleteOld);
     /// A layer at its place in the chain; the one that is there, where there is one. Null for this
     /// node's own id, an id below it, on a node that may not have layers, beyond kMaxLevels, and,
     /// here and above, for a layer that a listener has removed at once.
     GlissaNode* CreateLayerAt(const GlissaLayerInfo& pInfo);
     /// Takes a layer out of the chain and gives it, or destroys it and gives null. No event. What
-    /// is given keeps its base, which must outlive it: the base's property and lock query decide.
+    /// is given keeps its base, whose property and lock query decide, for as long as that exists.
     GlissaNode* RemoveLayer(int pId, bool pDestroy);
     /// Takes a layer out and destroys it; the base and a locked layer are emptied instead. False
     /// when there is none of that id.
@@ -610,7 +611,6 @@ private:
     GlissaNode* MakeLayer(const GlissaLayerInfo& pInfo, bool pDeleteOld);
     void Empty();
     void SetBase(GlissaNode* pBase);
-    void ReleaseBase(const GlissaNode* pChild);
     void SetZeroValues(bool pForce);
     bool ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
                          bool pKeyEndsWhenEmpty, KTime pOffset);

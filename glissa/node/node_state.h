@@ -94,6 +94,37 @@ struct EvaluationMode
     bool ignoresMute = false;  // for a node and its children, not for what is behind or below them
 };
 
+// An entry in the list that a node keeps of those that refer to it without owning it. The list is
+// ended with the node, so that no reference is left behind.
+struct NodeLink
+{
+    GlissaNode* mOwner = nullptr;
+    NodeLink* mNext = nullptr;
+    NodeLink** mPlace = nullptr;  // what points to this entry
+
+    void Enter(GlissaNode* pOwner, NodeLink*& pFirst)
+    {
+        mOwner = pOwner;
+        mNext = pFirst;
+        mPlace = &pFirst;
+        pFirst = this;
+        if (mNext) {
+            mNext->mPlace = &mNext;
+        }
+    }
+    void Leave()
+    {
+        if (mPlace) {
+            *mPlace = mNext;
+        }
+        if (mNext) {
+            mNext->mPlace = mPlace;
+        }
+        mPlace = nullptr;
+        mNext = nullptr;
+    }
+};
+
 // What a walk finds below and behind a node: children, layers, and the warps of all of them.
 struct NodeReach
 {
@@ -133,10 +164,11 @@ struct GlissaNodeState
     GlissaNodeCallbackList* mCallbacks = nullptr;
     IGlissaETI* mETI = nullptr;
     std::vector<GlissaNode*> mUnmatched;
-    // The nodes whose warp this is, linked through them: mOwnLink is what points to a node there.
-    GlissaNode* mFirstWarpUser = nullptr;
-    GlissaNode* mNextWarpUser = nullptr;
-    GlissaNode** mOwnLink = nullptr;
+    // The links of this node to its warp and to its base, and those of others to this node.
+    NodeLink mWarpLink;
+    NodeLink mBaseLink;
+    NodeLink* mWarpUsers = nullptr;
+    NodeLink* mBaseUsers = nullptr;
     KZrObjectHolder mObjectHolder;
     IConnector* mConnector = nullptr;
 
@@ -168,8 +200,9 @@ struct GlissaNodeState
     GlissaNodeState& operator=(const GlissaNodeState&) = delete;
     ~GlissaNodeState() { ReleaseNames(); }
 
-    // Takes the node off the users of its warp, and puts it among those of another one.
-    void LinkTimeWarp(GlissaNode* pWarp, GlissaNode* pSelf = nullptr);
+    // The setters of nodes that a node refers to and does not own. pSelf is the node of this state.
+    void SetTimeWarp(GlissaNode* pSelf, GlissaNode* pWarp);
+    void SetObjectLayer(GlissaNode* pSelf, GlissaNode* pBase);
     // Names that may be written.
     NameInfo& Names();
     void ReleaseNames();

@@ -317,6 +317,7 @@ void GlissaNode::RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, 
 void GlissaNode::EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint,
                                   EvaluationMode pMode)
 {
+    CORVEKIT_ASSERT(pValues);
     const auto has_curve = [this](int pChild) { return Get(pChild) && Get(pChild)->FCurveGet(); };
     const bool has_path = GetUseQuaternion() && has_curve(0) && has_curve(1) && has_curve(2) &&
                           Get(0)->FCurveGet()->KeyGetCount() > 1;

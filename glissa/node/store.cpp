@@ -64,6 +64,7 @@ void FetchCurves(GlissaNode* const* pFirst, GlissaNode* const* pEnd)
 bool GlissaNode::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pShortNames, bool pNoUserName,
                           const char* pFieldName, bool pWithColor, bool pOlderKeyForm)
 {
+    CORVEKIT_ASSERT(pTdf && pFieldName);
     KTdf& tdf = *pTdf;
     const char* short_name = pShortNames ? ShortName(GetDataType()) : nullptr;
     tdf.FieldWriteBegin(pFieldName);

@@ -167,7 +167,7 @@ private:
     bool MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero);
     void SetChannels(GlissaNode& pLayer, const std::vector<GlissaNode*>& pChannels,
                      const std::vector<GlissaNode*>& pOthers);
-    static void SetBaseOfChain(GlissaNode& pFirst, GlissaNode& pBase);
+    static void SetBaseOfChain(GlissaNode* pFirst, GlissaNode& pBase);
     void AddFault(eGlissaStoreFault pKind, std::string_view pChannel = {});
     void EnterChannel(std::string_view pName);
     void EnterLayer(int pId);
@@ -344,7 +344,7 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
         mTdf.FieldReadEnd();
         if (base && child->GetLayerID() > 0) {
             if (GlissaNode* const named = base_names.Find(name.GetBuffer())) {
-                SetBaseOfChain(*child, *named);
+                SetBaseOfChain(child, *named);
                 child->SetNameInfo(named->GetNameInfo());
             }
         }
@@ -400,7 +400,7 @@ void GlissaNode::StoreReader::MatchChain(GlissaNode& pNode, bool pIsNew)
         }
     }
     GlissaNode* const base = pNode.ObjectLayerGet();
-    SetBaseOfChain(*pNode.LayerGet(), base ? *base : pNode);
+    SetBaseOfChain(pNode.LayerGet(), base ? *base : pNode);
     CORVEKIT_ASSERT(IsChainInOrder(&pNode));
 }
 
@@ -431,6 +431,7 @@ void GlissaNode::StoreReader::DropLayersThatDoNotFit(GlissaNode& pNode, int pLev
 // are kept aside. pZero  what a curve of this node is when nothing moves. Whether anything changed.
 bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero)
 {
+    CORVEKIT_ASSERT(&pBase != &pLayer);
     const int count = pBase.FCurveGet() ? 0 : pBase.GetCount();
     double zero[kNodeZeroValues] = {};
     pBase.GetZeroValues(zero);
@@ -501,9 +502,9 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
     return has_changed;
 }
 
-void GlissaNode::StoreReader::SetBaseOfChain(GlissaNode& pFirst, GlissaNode& pBase)
+void GlissaNode::StoreReader::SetBaseOfChain(GlissaNode* pFirst, GlissaNode& pBase)
 {
-    for (GlissaNode* node = &pFirst; node; node = node->LayerGet()) {
+    for (GlissaNode* node = pFirst; node; node = node->LayerGet()) {
         node->SetBase(&pBase);
     }
 }
@@ -514,6 +515,8 @@ void GlissaNode::StoreReader::SetChannels(GlissaNode& pLayer,
                                           const std::vector<GlissaNode*>& pChannels,
                                           const std::vector<GlissaNode*>& pOthers)
 {
+    CORVEKIT_ASSERT(pChannels.size() + pOthers.size() >=
+                    static_cast<std::size_t>(pLayer.GetCount()));
     KArrayTemplate<GlissaNode*, 16>& children = pLayer.mState->mChildren;
     std::vector<GlissaNode*>& unmatched = pLayer.mState->mUnmatched;
     std::vector<NodeHolder> empty;
@@ -527,7 +530,7 @@ void GlissaNode::StoreReader::SetChannels(GlissaNode& pLayer,
     }
     NoteStructureChange();
     for (GlissaNode* const other : pOthers) {
-        SetBaseOfChain(*other, *other);
+        SetBaseOfChain(other, *other);
         if (other->KeyGetCount(true) > 0) {
             unmatched.push_back(other);
         } else {
@@ -559,6 +562,7 @@ void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
 bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor,
                              std::vector<GlissaStoreFault>* pFaults)
 {
+    CORVEKIT_ASSERT(pTdf);
     const KOperation operation;
     if (!pTdf->FieldReadBegin("Channel")) {
         return false;
@@ -574,6 +578,7 @@ bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing
 bool GlissaNode::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing,
                                      bool pWithColor, std::vector<GlissaStoreFault>* pFaults)
 {
+    CORVEKIT_ASSERT(pTdf);
     const KOperation operation;
     StoreReader(*pTdf, pOnlyDefaults, pFaults).ReadNode(*this, {pCreateMissing, pWithColor}, false);
     return true;

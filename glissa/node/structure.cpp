@@ -34,6 +34,7 @@ int LevelOf(const GlissaNode* pNode)
     for (const GlissaNode* node = pNode; node; node = GlissaNodeState::Of(node).mHolder) {
         ++level;
     }
+    CORVEKIT_ASSERT(level <= GlissaNode::kMaxLevels);
     return level;
 }
 
@@ -48,6 +49,7 @@ int LevelsBelow(const GlissaNode* pNode)
 
 NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost)
 {
+    CORVEKIT_ASSERT(pFirst && pMost > 0);
     NodeReach reach;
     std::vector<Step> waiting{{pFirst, 1}};
     // Warps and children of containers can be met again; they are walked again only where they lie
@@ -92,6 +94,7 @@ NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost)
 
 bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken)
 {
+    CORVEKIT_ASSERT(pNode && pTaken);
     const int room = GlissaNode::kMaxLevels - LevelOf(pNode);
     if (pTaken == pNode || room < 1) {
         return false;
@@ -105,6 +108,7 @@ bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken)
 
 bool IsChainInOrder(const GlissaNode* pNode)
 {
+    CORVEKIT_ASSERT(pNode);
     const GlissaNode* node = pNode;
     while (node->LayerGet() && node->GetLayerID() < node->LayerGet()->GetLayerID()) {
         node = node->LayerGet();

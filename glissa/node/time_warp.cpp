@@ -5,8 +5,6 @@
 
 #include "glissa/node/node_state.h"
 
-#include <utility>
-
 namespace
 {
 KSet<int, GlissaNode*>* warp_numbers = nullptr;
@@ -22,25 +20,17 @@ bool ClosesCircle(GlissaNode* pWarp, const GlissaNode* pNode)
 }
 }  // namespace
 
-void GlissaNodeState::LinkTimeWarp(GlissaNode* pWarp, GlissaNode* pSelf)
+void GlissaNodeState::SetTimeWarp(GlissaNode* pSelf, GlissaNode* pWarp)
 {
-    if (GlissaNode* const old = std::exchange(mTimeWarp, pWarp)) {
-        old->DecReferenceCount();
-        *mOwnLink = mNextWarpUser;
-        if (mNextWarpUser) {
-            Of(mNextWarpUser).mOwnLink = mOwnLink;
-        }
-        mOwnLink = nullptr;
-        mNextWarpUser = nullptr;
+    CORVEKIT_ASSERT(pSelf && this == &Of(pSelf));
+    if (mTimeWarp) {
+        mTimeWarp->DecReferenceCount();
     }
+    mWarpLink.Leave();
+    mTimeWarp = pWarp;
     if (pWarp) {
         pWarp->IncReferenceCount();
-        GlissaNodeState& warp = Of(pWarp);
-        mNextWarpUser = std::exchange(warp.mFirstWarpUser, pSelf);
-        mOwnLink = &warp.mFirstWarpUser;
-        if (mNextWarpUser) {
-            Of(mNextWarpUser).mOwnLink = &mNextWarpUser;
-        }
+        mWarpLink.Enter(pSelf, Of(pWarp).mWarpUsers);
     }
 }
 
@@ -54,7 +44,7 @@ void GlissaNode::TimeWarpSet(GlissaNode* pWarp)
     if (pWarp == mState->mTimeWarp || (pWarp && ClosesCircle(pWarp, this))) {
         return;
     }
-    mState->LinkTimeWarp(pWarp, this);
+    mState->SetTimeWarp(this, pWarp);
     NoteStructureChange();
     CallbackAddEvent(eNodeEventTimeWarp);
 }

@@ -139,7 +139,6 @@ void GlissaNode::Delete(int pIndex)
     GlissaNode* child = Get(pIndex);
     CORVEKIT_ASSERT(child);
     if (child) {
-        ReleaseBase(child);
         GlissaNode::Remove(pIndex);
         child->Destroy();
     }

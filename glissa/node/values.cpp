@@ -11,6 +11,7 @@
 
 double* GlissaNode::GetZeroValues(double* pValues)
 {
+    CORVEKIT_ASSERT(pValues);
     const EGlissaLayerType type = mState->LayerType();
     if (type == eLayerTypeScalingAlt) {
         return pValues;
@@ -20,6 +21,7 @@ double* GlissaNode::GetZeroValues(double* pValues)
 
 double* GlissaNode::GetValue(double* pValues)
 {
+    CORVEKIT_ASSERT(pValues);
     if (mState->mCurve) {
         *pValues = mState->mCurve->GetValue();
         return pValues + 1;
@@ -32,6 +34,7 @@ double* GlissaNode::GetValue(double* pValues)
 
 double* GlissaNode::SetValue(double* pValues, bool pForce)
 {
+    CORVEKIT_ASSERT(pValues);
     const KOperation operation;
     if (mState->mCurve) {
         if (pForce || !IsNodeLocked()) {

@@ -268,4 +268,14 @@ TEST_F(NodeLayers, ComeAlongWithACopy)
     EXPECT_FALSE(bare->FCurveCreated());
     EXPECT_EQ(bare->Get(2)->GetLayerID(), 7);
     EXPECT_EQ(bare->ObjectLayerGet(), mNode.get());
+    // Without its base a layer is one of its own, and so is a channel.
+    const NodePtr taken(mNode->RemoveLayer(2, false));
+    EXPECT_EQ(taken->Get(1)->ObjectLayerGet(), mNode->Get(1));
+    mNode->Delete(1);
+    EXPECT_EQ(taken->Get(1)->ObjectLayerGet(), taken->Get(1));
+    mNode.reset();
+    EXPECT_EQ(taken->ObjectLayerGet(), taken.get());
+    EXPECT_EQ(bare->ObjectLayerGet(), bare.get());
+    EXPECT_TRUE(taken->IsNodeLockedInHierarchy(true));
+    EXPECT_FALSE(bare->IsNodeLockedInHierarchy(true));
 }

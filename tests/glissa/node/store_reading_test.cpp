@@ -309,6 +309,34 @@ TEST(NodeStoreReading, DepthIsThatOfTheDocument)
     EXPECT_EQ(last, faults[0].mNode);
 }
 
+TEST(NodeStoreReading, StoredKeysAreCountedWhereverTheyStand)
+{
+    const struct
+    {
+        int said;
+        const char* keys;
+        int stored;
+        int read;
+    } cases[] = {{1, "T0 D1 'L T1s D2 'L T2s D3 'L", 3, 1},
+                 {0, "T0 D1 'L", 1, 0},
+                 {5, "T0 D1 'L T1s D2 'L", 5, 2},
+                 {2, "T1s D1 'L T0 D2 'L", 2, 1},
+                 {1, "T0 D1 'L", 0, 0}};
+    for (const auto& each : cases) {
+        KTdf tdf = FromText("Channel: S\"n\" {\nDefault: D0\nKeyVer: I4007\n" +
+                            Numbered("KeyCount: I", each.said) + "\nKey: " + each.keys + "\n}\n");
+        std::vector<GlissaStoreFault> faults;
+        const NodePtr node = MakeChannel(KDataTypeNumber, "n");
+        ASSERT_TRUE(node->TdfRetrieve(&tdf, false, false, false, &faults));
+        ASSERT_EQ(each.stored == each.read ? 0u : 1u, faults.size()) << each.keys;
+        for (const GlissaStoreFault& fault : faults) {
+            EXPECT_EQ(eStoreFaultKeys, fault.mKind);
+            EXPECT_EQ(each.stored, fault.mStoredKeys);
+            EXPECT_EQ(each.read, fault.mReadKeys);
+        }
+    }
+}
+
 // A node's layers are its own, whatever names lead to it and however often it is stored.
 TEST(NodeStoreReading, ALayerBelongsToTheNodeThatHoldsIt)
 {
