@@ -5,14 +5,16 @@
 
 #include "io/clip.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <set>
 #include <string>
 
 /// Unlike an assertion, this also ends a release build.
-inline void Require(bool pTrue)
+inline void Require(bool pTrue, int pLine = __builtin_LINE())
 {
     if (!pTrue) {
+        std::fprintf(stderr, "line %d: a property does not hold\n", pLine);
         std::abort();
     }
 }

@@ -1,14 +1,17 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reads nodes from mutated documents. The input is a script of fields, so that each mutation makes
-// another document and none is lost to a checksum. Whatever is in it, the tree that was read is a
-// tree and its chains are chains, it evaluates within the values that it says it has, and it stores
-// into a document that reads back as the same bytes.
+// Reads nodes from mutated documents, and edits them. The input is a script of fields, so that each
+// mutation makes another document and none is lost to a checksum; what follows the end of the first
+// block are edits. Whatever is in it, the tree that was read is a tree, each chain has the
+// structure of the node that holds it, it evaluates within the values that it says it has, and it
+// stores into a document that reads back as the same bytes. After any edits ids still ascend along
+// chains, and all of it can be evaluated and destroyed.
 
 #include "corvekit/store/tdf.h"
 #include "fuzz/clip_checks.h"
 #include "glissa/curve/curve.h"
+#include "glissa/node/eti.h"
 #include "glissa/node/node.h"
 
 #include <algorithm>
@@ -19,6 +22,7 @@
 #include <span>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -48,6 +52,22 @@ void WriteInt(KTdf& pTdf, const char* pName, int pValue)
 {
     pTdf.FieldWriteBegin(pName);
     pTdf.FieldWriteI(pValue);
+    pTdf.FieldWriteEnd();
+}
+
+// Linear keys, as many as the low bits say; the highest bit says one more than there are.
+void WriteKeys(Script& pScript, KTdf& pTdf, int pCode)
+{
+    const int count = 1 + pCode % 8;
+    WriteInt(pTdf, "KeyVer", 4007);
+    WriteInt(pTdf, "KeyCount", count + (pCode >= 8 ? 1 : 0));
+    pTdf.FieldWriteBegin("Key");
+    for (int i = 0; i < count; ++i) {
+        const std::uint8_t byte = pScript.Byte();
+        pTdf.FieldWriteT(KTime(std::int64_t{i} * 16 + byte % 32));  // one of them can be too early
+        pTdf.FieldWriteD(byte);
+        pTdf.FieldWriteCH('L');
+    }
     pTdf.FieldWriteEnd();
 }
 
@@ -93,10 +113,20 @@ std::size_t WriteBlock(Script& pScript, KTdf& pTdf, int pDepth)
             break;
         case 10:
             WriteInt(pTdf, (code & 16) != 0 ? "Channel" : "LayerChannel", 1);  // without a block
+            ++nodes;
+            break;
+        case 11:
+        case 12:
+            pTdf.FieldWriteBegin("Default");
+            pTdf.FieldWriteD(static_cast<std::int8_t>(pScript.Byte()));
+            pTdf.FieldWriteEnd();
+            if ((code & 15) == 12) {
+                WriteKeys(pScript, pTdf, code >> 4);
+            }
             break;
         default:
             pTdf.FieldWriteBegin("Default");
-            pTdf.FieldWriteD(static_cast<std::int8_t>(pScript.Byte()));
+            pTdf.FieldWriteC(name);
             pTdf.FieldWriteEnd();
             break;
         }
@@ -104,42 +134,210 @@ std::size_t WriteBlock(Script& pScript, KTdf& pTdf, int pDepth)
     return nodes;
 }
 
-std::size_t CheckTree(GlissaNode& pNode, GlissaNode* pParent)
+// That a layer has the structure of its base, and its channels have those of the base as theirs.
+void CheckLayer(GlissaNode& pLayer, GlissaNode& pBase)
+{
+    Require(pLayer.ObjectLayerGet() == &pBase);
+    Require(pLayer.GetCount() == (pBase.FCurveGet() ? 0 : pBase.GetCount()));
+    for (int i = 0; i < pLayer.GetCount(); ++i) {
+        Require(KCompareNoCase(pLayer.Get(i)->GetName(), pBase.Get(i)->GetName()) == 0);
+        for (GlissaNode* node = pLayer.Get(i); node; node = node->LayerGet()) {
+            CheckLayer(*node, *pBase.Get(i));
+        }
+    }
+}
+
+void Evaluate(GlissaNode& pNode, std::size_t pRoom, KTime pTime)
+{
+    const std::unique_ptr<double[]> values(new double[pRoom]());
+    pNode.GeneralEvaluate(values.get(), pTime);
+    pNode.GeneralEvaluate(values.get(), pTime, nullptr, true);
+    pNode.CandidateClear(0, true);
+}
+
+// What a document leaves. Gives the number of nodes.
+std::size_t CheckTree(GlissaNode& pNode, GlissaNode* pParent, bool pIsInLayer)
 {
     std::size_t nodes = 1;
     Require(pNode.GetParent() == pParent);
     Require(!pNode.FCurveGet() || pNode.FCurveGet()->GetOwner() == &pNode);
     bool plain = true;
     for (int i = 0; i < pNode.GetCount(); ++i) {
-        nodes += CheckTree(*pNode.Get(i), &pNode);
+        nodes += CheckTree(*pNode.Get(i), &pNode, pIsInLayer);
         plain = plain && pNode.Get(i)->GetCount() == 0;
     }
-    if (pNode.ObjectLayerGet() == &pNode) {
-        int last = pNode.GetLayerID();
-        for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
-            Require(layer->GetLayerID() > last && layer->ObjectLayerGet() == &pNode);
-            Require(layer->GetCount() == (pNode.FCurveGet() ? 0 : pNode.GetCount()));
-            for (int i = 0; i < layer->GetCount(); ++i) {
-                Require(KCompareNoCase(layer->Get(i)->GetName(), pNode.Get(i)->GetName()) == 0);
-            }
-            last = layer->GetLayerID();
-            nodes += CheckTree(*layer, nullptr);
+    for (int i = 0; i < pNode.GetUnmatchedCount(); ++i) {
+        Require(pIsInLayer && pNode.GetUnmatched(i)->KeyGetCount(true) > 0);
+        nodes += CheckTree(*pNode.GetUnmatched(i), &pNode, true);
+    }
+    int last = pNode.GetLayerID();
+    for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
+        Require(layer->GetLayerID() > last);
+        last = layer->GetLayerID();
+        if (!pIsInLayer) {
+            CheckLayer(*layer, pNode);
         }
-        if (plain) {
-            const int count = std::max(pNode.GetValueCount(), 1);
-            const std::unique_ptr<double[]> values(new double[static_cast<std::size_t>(count)]());
-            pNode.GeneralEvaluate(values.get(), KTime(1));
+        nodes += 1;
+        for (int i = 0; i < layer->GetCount(); ++i) {
+            nodes += CheckTree(*layer->Get(i), layer, true);
         }
+        for (int i = 0; i < layer->GetUnmatchedCount(); ++i) {
+            nodes += CheckTree(*layer->GetUnmatched(i), layer, true);
+        }
+    }
+    if (plain && !pIsInLayer) {
+        Evaluate(pNode, static_cast<std::size_t>(std::max(pNode.GetValueCount(), 1)), KTime(20));
     }
     return nodes;
 }
 
-std::string Stored(GlissaNode& pNode)
+void Collect(GlissaNode& pNode, std::vector<GlissaNode*>& pNodes)
 {
-    KTdf tdf;
-    pNode.TdfStore(&tdf, false, false, false, "Channel", false, false);
+    constexpr std::size_t kMost = 48;
+    for (GlissaNode* node = &pNode; node && pNodes.size() < kMost; node = node->LayerGet()) {
+        pNodes.push_back(node);
+        for (int i = 0; i < node->GetCount(); ++i) {
+            Collect(*node->Get(i), pNodes);
+        }
+    }
+}
+
+int CountLeaves(GlissaNode& pNode)
+{
+    int leaves = pNode.GetCount() == 0 ? 1 : 0;
+    for (int i = 0; i < pNode.GetCount(); ++i) {
+        leaves += CountLeaves(*pNode.Get(i));
+    }
+    return leaves;
+}
+
+// One edit of a node, which another one may take part in.
+void Edit(GlissaNode& pRoot, GlissaNode& pNode, GlissaNode& pOther, int pCode)
+{
+    double values[64] = {1, 2, 3, 4};
+    switch (pCode & 15) {
+    case 0:
+        if (!pNode.FCurveGet()) {
+            pNode.FindOrCreate(kNames[pCode >> 4], (pCode & 16) != 0);
+        }
+        break;
+    case 1:
+        pNode.CreateLayerAt(GlissaLayerInfo((pCode >> 4) - 2, nullptr));
+        break;
+    case 2:
+        // A layer that is used as a warp lives on without an owner.
+        if (pOther.ObjectLayerGet() == &pOther) {
+            pNode.TimeWarpSet(&pOther);
+        }
+        break;
+    case 3:
+        // Taken from where it is, and put somewhere else if that is no circle.
+        if (GlissaNode* const parent = pNode.GetParent(); parent && parent->Find(&pNode) >= 0) {
+            parent->Remove(parent->Find(&pNode));
+            if (pOther.FCurveGet() || pOther.Add(&pNode) < 0) {
+                pNode.Destroy();
+            }
+        }
+        break;
+    case 4:
+        if (&pNode != &pRoot) {
+            pNode.Destroy();
+        }
+        break;
+    case 5:
+        pNode.RemoveLayerNode(pCode >> 4);
+        break;
+    case 6:
+        pNode.CopyFrom(&pOther, false);
+        break;
+    case 7:
+        NodeHandle(pNode.Copy());
+        NodeHandle(pNode.Clone((pCode & 16) != 0));
+        break;
+    case 8:
+        pNode.SetUseQuaternion((pCode & 16) != 0);
+        pNode.SetRotationOrder((pCode >> 5) % 6);
+        break;
+    case 9:
+        if ((pCode & 16) != 0) {
+            pNode.LayerSet(nullptr, true);
+        } else if (&pOther == &pNode || pOther.IsChild(&pNode, true)) {
+            pNode.LayerSet(&pOther, true);
+            Require(pNode.LayerGet() != &pOther && pNode.Add(&pOther) < 0);
+        }
+        break;
+    case 10:
+        pNode.Delete(KTime(), KTime(40), true);
+        break;
+    case 11:
+        pNode.SetLayerType(pCode >> 4);
+        break;
+    case 12:
+        if (CountLeaves(pNode) <= 16) {
+            pNode.CandidateSet(KTime(5), values, GlissaLayerInfo(pCode >> 5, nullptr));
+            pNode.CandidateKey(nullptr, GlissaLayerInfo(pCode >> 5, nullptr), nullptr,
+                               (pCode & 16) != 0, eInterpolationLinear, 0, eContinuityDefault, true,
+                               KTime(5));
+        }
+        break;
+    default:
+        if (CountLeaves(pNode) <= 16) {
+            pNode.KeyAdd(KTime(pCode), values, 0, eInterpolationLinear, 0);
+            pNode.EvaluateSpecificLayer(values, KTime(3), pCode >> 4, nullptr, true);
+        }
+        break;
+    }
+}
+
+// Edits that may leave layers of other structures than their base, as a host can.
+void EditTree(Script& pScript, GlissaNode& pRoot)
+{
+    constexpr int kMostEdits = 24;
+    std::vector<GlissaNode*> nodes;
+    for (int edits = 0; edits < kMostEdits && pScript.HasMore(); ++edits) {
+        nodes.clear();
+        Collect(pRoot, nodes);
+        GlissaNode& node = *nodes[pScript.Byte() % nodes.size()];
+        GlissaNode& other = *nodes[pScript.Byte() % nodes.size()];
+        Edit(pRoot, node, other, pScript.Byte());
+    }
+    Evaluate(pRoot, static_cast<std::size_t>(CountLeaves(pRoot)) + 64, KTime(7));
+    nodes.clear();
+    Collect(pRoot, nodes);
+    for (GlissaNode* const node : nodes) {
+        node->ETIGlobalTime2NodeTime(KTime(9));
+        node->IsNodeLocked();
+    }
+}
+
+// Places a node on a timeline.
+struct Timeline final : IGlissaETI
+{
+    void AddReference() override { ++mReferences; }
+    void ReleaseReference() override { --mReferences; }
+    bool IsValid() override { return true; }
+    KTime GetActiveStart() override { return KTime(2); }
+    KTime GetGlobalOffset() override { return KTime(3); }
+    KTime GetDuration() override { return KTime(50); }
+    KTime GetTrimOffset() override { return KTime(1); }
+    double GetScaleFactor() override { return 0.5; }
+    bool IsSelectedDuration() override { return false; }
+    KgeRGBVector GetColor() override { return {}; }
+    IObject* IQuery(unsigned long, int) override { return nullptr; }
+    void Destroy(int) override {}
+
+    int mReferences = 0;
+};
+
+void Store(GlissaNode& pNode, KTdf& pTdf)
+{
+    pNode.TdfStore(&pTdf, false, false, false, "Channel", false, false);
+}
+
+std::string Saved(KTdf& pTdf)
+{
     std::ostringstream stream;
-    Require(tdf.Save(stream));
+    Require(pTdf.Save(stream));
     return stream.str();
 }
 
@@ -160,6 +358,25 @@ NodeHandle Structure()
     root->Get(0)->CreateLayerAt(GlissaLayerInfo(3, nullptr));
     return root;
 }
+// Layers that stood in the tree have names of their own; read from a document they share those of
+// their base. From then on nothing changes any more, but for warps: those of an axis move to its
+// parent.
+void CheckRoundTrip(KTdf& pFirst)
+{
+    const NodeHandle back = EmptyNode();
+    Require(back->TdfRetrieve(&pFirst, false, true, true));
+    CheckTree(*back, nullptr, false);
+    KTdf second;
+    Store(*back, second);
+    const std::string stored = Saved(second);
+    Require(second.Load(
+        std::span(reinterpret_cast<const std::uint8_t*>(stored.data()), stored.size())));
+    const NodeHandle again = EmptyNode();
+    Require(again->TdfRetrieve(&second, false, true, true));
+    KTdf third;
+    Store(*again, third);
+    Require(Saved(third) == stored);
+}
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t pSize)
@@ -174,32 +391,36 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t pSi
     tdf.FieldWriteBlockEnd();
     tdf.FieldWriteEnd();
 
-    const NodeHandle warp = Structure();
-    KSet<int, GlissaNode*> warps;
-    warps.Add(3, warp->Get(3));
-    const NodeHandle node = (flags & 1) != 0 ? EmptyNode() : Structure();
-    warps.Add(4, node.get());
-    Glissa_SetTWSet(&warps);
-    Require(node->TdfRetrieve(&tdf, (flags & 2) != 0, (flags & 4) != 0, true));
-    const std::size_t made = CheckTree(*node, nullptr);
-    // Layers take the structure of their base, which may be wider than what they say themselves.
-    Require(made <= 32 + (written + 16) * (written + 16));
+    Timeline timeline;
+    {
+        const NodeHandle warp(FCurveNodeCreateFromDataType(KDataTypeTimeWarp, "warp"));
+        warp->CreateFCurve();
+        KSet<int, GlissaNode*> warps;
+        warps.Add(3, warp.get());
+        const NodeHandle node = (flags & 1) != 0 ? EmptyNode() : Structure();
+        warps.Add(4, node.get());
+        Glissa_SetTWSet(&warps);
+        if ((flags & 8) != 0) {
+            node->SetETI(&timeline);
+            (node->GetCount() > 0 ? node->Get(0) : node.get())->SetETI(&timeline);
+        }
+        std::vector<GlissaStoreFault> faults;
+        Require(node->TdfRetrieve(&tdf, (flags & 2) != 0, (flags & 4) != 0, true, &faults));
+        const std::size_t made = CheckTree(*node, nullptr, false);
+        // Layers take the structure of their base, which may be wider than what they say.
+        Require(made <= 32 + (written + 16) * (written + 16));
+        Require(faults.size() <= 16 + 4 * made + 4 * written);
 
-    // Layers that stood in the tree have names of their own; read from a document they share those
-    // of their base. From then on nothing changes any more, but for warps: those of an axis move to
-    // its parent.
-    Glissa_SetTWSet(nullptr);
-    std::string stored = Stored(*node);
-    for (int i = 0; i < 2; ++i) {
-        KTdf again;
-        Require(again.Load(
-            std::span(reinterpret_cast<const std::uint8_t*>(stored.data()), stored.size())));
-        const NodeHandle back = EmptyNode();
-        Require(back->TdfRetrieve(&again, false, true, true));
-        CheckTree(*back, nullptr);
-        const std::string once_more = Stored(*back);
-        Require(i == 0 || once_more == stored);
-        stored = once_more;
+        Glissa_SetTWSet(nullptr);
+        KTdf first;
+        Store(*node, first);
+        if ((flags & 16) != 0) {
+            EditTree(script, *node);
+        }
+        if ((flags & 32) != 0) {
+            CheckRoundTrip(first);
+        }
     }
+    Require(timeline.mReferences == 0);
     return 0;
 }

@@ -46,19 +46,22 @@ class KTdf::Sink
 public:
     using Target = std::function<bool(const std::uint8_t* pBytes, std::size_t pSize)>;
 
-    explicit Sink(Target pTarget) : mTarget(std::move(pTarget)), mBuffer(kPiece) {}
+    explicit Sink(Target pTarget)
+        : mTarget(std::move(pTarget)),
+          mBuffer(std::make_unique_for_overwrite<std::uint8_t[]>(kPiece))
+    {}
 
     void Put(const std::uint8_t* pBytes, std::size_t pSize)
     {
-        if (pSize > mBuffer.size() - mUsed) {
+        if (pSize > kPiece - mUsed) {
             Flush();
-            if (pSize > mBuffer.size()) {
+            if (pSize > kPiece) {
                 HandOn(pBytes, pSize);
                 return;
             }
         }
-        CORVEKIT_ASSERT(pSize <= mBuffer.size() - mUsed);
-        std::memcpy(mBuffer.data() + mUsed, pBytes, pSize);
+        CORVEKIT_ASSERT(pSize <= kPiece - mUsed);
+        std::memcpy(mBuffer.get() + mUsed, pBytes, pSize);
         mUsed += pSize;
     }
 
@@ -82,7 +85,7 @@ public:
 private:
     void Flush()
     {
-        HandOn(mBuffer.data(), mUsed);
+        HandOn(mBuffer.get(), mUsed);
         mUsed = 0;
     }
 
@@ -101,7 +104,7 @@ private:
     static constexpr std::size_t kPiece = 262144;
 
     Target mTarget;
-    std::vector<std::uint8_t> mBuffer;
+    std::unique_ptr<std::uint8_t[]> mBuffer;
     std::size_t mUsed = 0;
     std::uint32_t mSum = 0;
     bool mGood = true;
