@@ -80,7 +80,7 @@ void Glissa::KeySetValue(int pIndex, float pValue)
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     const KOperation operation(IsInvalidKeyCheckActive());
     ResetCandidate();
-    StoreValue(pIndex, pValue);
+    mKeys[pIndex].mValue = CheckedKeyValue(pValue);  // no further call: filters set every key
     CallbackAddEvent(kGlissaEventValue, pIndex);
 }
 
