@@ -15,7 +15,7 @@
 namespace
 {
 // The slope of the Bézier through the slopes of the two keys is zero where a u^2 + b u + c = 0. The
-// interpolation of the key is not looked at. Where a is 0 no root is finite, and so none counts.
+// interpolation of the key is not tested. Where a is 0 no root is finite, and none is counted.
 int FindPeakTimes(Glissa& pCurve, int pIndex, KTime (&pTimes)[2])
 {
     const KPriFCurveKey& from = *pCurve.InternalPriKeyGetPtr(pIndex);
@@ -180,7 +180,7 @@ void Glissa::CopyExternalPriKeyAndAttr(void** pPages, int pCount)
     ResizeKeyBuffer(pCount, false);
     mKeys.CopyRecords(reinterpret_cast<KPriFCurveKey* const*>(pPages), pCount);
     const KPriFCurveKeyAttr* external = nullptr;  // the block last seen
-    KPriFCurveKeyAttr* own = nullptr;             // what stands for it here
+    KPriFCurveKeyAttr* own = nullptr;             // the block of this curve that replaces it
     for (int i = 0; i < pCount; ++i) {
         KPriFCurveKey& key = mKeys[i];
         key.mValue = CheckedKeyValue(key.mValue);

@@ -41,7 +41,7 @@ int DataEvent(const GlissaKeyAttributes& pKey, EGlissaDataIndex pData)
 }
 }  // namespace
 
-// False, and nothing touched, where every bit stands already.
+// False, and nothing written, where every bit is the same.
 bool Glissa::WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
@@ -62,12 +62,12 @@ void Glissa::WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, in
     }
 }
 
-// With pTells the custom tangent manager is called before the change, in the middle of the
-// operation, and after it. False, and nothing touched, where its listener has taken the key away.
-bool Glissa::WriteAndTell(int pIndex, const GlissaKeyAttributes& pAttributes, bool pTells,
-                          eCustomKeyChangeType pType)
+// With pReports the custom tangent manager is called before the change, in the middle of the
+// operation, and after it. False, and nothing written, where its listener has removed the key.
+bool Glissa::WriteAndReport(int pIndex, const GlissaKeyAttributes& pAttributes, bool pReports,
+                            eCustomKeyChangeType pType)
 {
-    if (pTells) {
+    if (pReports) {
         const unsigned held = mFlags & kIsHeld;
         mFlags |= kIsHeld;
         CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, true, pType);
@@ -77,7 +77,7 @@ bool Glissa::WriteAndTell(int pIndex, const GlissaKeyAttributes& pAttributes, bo
         }
     }
     const bool changed = WriteAttributes(pIndex, pAttributes);
-    if (pTells) {
+    if (pReports) {
         CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, false, pType);
     }
     return changed;
@@ -92,7 +92,7 @@ void Glissa::KeySetInterpolation(int pIndex, unsigned pInterpolation)
     }
     const KOperation operation(IsObserved());
     const bool isCustom = IsCustom(attributes) || IsCustom(Attr(pIndex));
-    if (WriteAndTell(pIndex, attributes, isCustom, eCustomKeyChangeInterpolation)) {
+    if (WriteAndReport(pIndex, attributes, isCustom, eCustomKeyChangeInterpolation)) {
         CallbackAddEvent(kGlissaEventOther | eEventEditInterpolation, pIndex);
     }
 }
@@ -109,10 +109,10 @@ void Glissa::KeySetTangeantMode(int pIndex, unsigned pMode)
     GlissaKeyAttributes attributes = Attr(pIndex);
     attributes.SetTangeantMode(pMode);
     const KOperation operation(IsObserved());
-    const bool tellsManager =
+    const bool reports =
         IsCustom(attributes) &&
         KeyGetTangeantMode(pIndex, false) != (pMode & GlissaKeyAttributes::kTangentKindMask);
-    if (WriteAndTell(pIndex, attributes, tellsManager, eCustomKeyChangeTangentMode)) {
+    if (WriteAndReport(pIndex, attributes, reports, eCustomKeyChangeTangentMode)) {
         CallbackAddEvent(kGlissaEventOther | eEventEditTangentMode, pIndex);
     }
 }
@@ -125,7 +125,7 @@ void Glissa::KeySetCustomIndex(int pIndex, unsigned pCustomIndex)
         return;
     }
     const KOperation operation(IsObserved());
-    if (WriteAndTell(pIndex, attributes, IsCustom(attributes), eCustomKeyChangeTangentMode)) {
+    if (WriteAndReport(pIndex, attributes, IsCustom(attributes), eCustomKeyChangeTangentMode)) {
         CallbackAddEvent(kGlissaEventOther, pIndex);
     }
 }

@@ -91,7 +91,7 @@ void Glissa::KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute)
         return;
     }
     ResetCandidate();
-    // The source may be the very block that this key now lets go.
+    // The source may be the block that this key releases now.
     const GlissaKeyAttributes attributes = pAttribute;
     if (key.mAttribute && !IsShared(*key.mAttribute)) {
         *key.mAttribute = KPriFCurveKeyAttr{attributes, 1};

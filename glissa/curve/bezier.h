@@ -5,13 +5,13 @@
 
 #include <cmath>
 
-/// A point of the way from one value to another, the difference and the result rounded to float.
+/// A point between two values, the difference and the result rounded to float.
 inline float Between(float pFrom, float pTo, double pT)
 {
     return static_cast<float>(pFrom + (pTo - pFrom) * pT);
 }
 
-/// De Casteljau, each stage rounded to float. Parameter 0 gives the first point exactly; parameter
+/// De Casteljau, each stage rounded to float. Parameter 0 is the first point exactly; parameter
 /// 1 may miss the last one by a rounding, so a time on a key is answered from the key.
 inline float CubicValue(float p0, float p1, float p2, float p3, double pT)
 {

@@ -1,12 +1,13 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A value that waits at a time, and the key that is made of it.
+// A pending value at a time, and the key that is made of it.
 //
-// A new key stands between two neighbours, lo and hi. What they had is saved first, the key goes
-// in, and its own slopes and the left slope of hi are set. An insertion goes further: where a slope
-// around the new key is not the one that the curve had there, the parameters of its key are found
-// anew, and where those cannot give it, a refinement or at last the kind of the key goes.
+// A new key has two neighbours, lo and hi. Their sides are saved, the key is added, and its own
+// slopes and the left slope of hi are set. An insertion also checks the slopes around the new key:
+// where one is not the slope that the curve had there, the parameters of its key are computed
+// again, and where these cannot express it, a refinement of the tangent or at last its kind is
+// changed.
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
@@ -126,9 +127,9 @@ bool HasLeftParameter(Glissa& pCurve, int pIndex)
            pCurve.KeyGetDataFloat(pIndex - 1, eDataNextLeftSlope) != 0.0f;
 }
 
-// A key put behind the last one or before the first one: the old end key gets a second side, and
-// its tangent runs on into it. An automatic one follows its new neighbour unless it has a parameter
-// of its own.
+// A key added behind the last one or before the first one: the old end key gets a second side,
+// which takes the slope of the other one. An automatic one follows its new neighbour unless it has
+// a parameter of its own.
 void RunOnInto(Glissa& pCurve, int pIndex, const Surroundings& pAround)
 {
     CORVEKIT_ASSERT(pAround.hasLo != pAround.hasHi);

@@ -22,7 +22,7 @@ Glissa::~Glissa()
     KeyClear();
     CallbackEnable(true);
     CallbackAddEvent(eEventDestroy, -1);
-    // A listener may have put keys back in answer to their removal.
+    // A listener of the removal may have added keys again.
     ReleaseAllAttributes();
 }
 

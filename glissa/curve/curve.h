@@ -20,7 +20,7 @@
 class GlissaNode;
 class KTdf;
 
-/// How a key that is made of a candidate meets the curve.
+/// The slopes of a key that CandidateKey makes.
 enum EGlissaContinuity : int
 {
     eContinuityDefault = 0,        ///< with the slope that the curve had
@@ -56,7 +56,7 @@ public:
     void Destroy(int pArgument = 0) override;
     KZrObjectHolder* GetZrHolder() override { return &mHolder; }
 
-    /// The value of a curve without keys. The bool has no effect. Posts 0x1.
+    /// The value of a curve without keys. The bool has no effect. Posts eEventDefaultValue.
     float GetValue() const { return mValue; }
     void SetValue(float pValue, bool pUnused = false);
     /// Display colour: red, green, blue. Null is ignored; no event.
@@ -80,7 +80,8 @@ public:
 
     // Extrapolation (curve/extrapolation.cpp)
 
-    /// EGlissaExtrapolation. Setting posts 0x8008010 (pre) or 0x10008010 (post) for index -1. A
+    /// EGlissaExtrapolation. Setting posts kGlissaEventOther with eEventEditPreExtrapolation or
+    /// eEventEditPostExtrapolation for index -1. A
     /// count is how many times the curve is repeated, or for keep slope for how many spans the line
     /// runs on; 0 holds the end key's value at once, 0xFFFFFFFF is without end for keep slope.
     unsigned GetPreExtrapolation() const { return mPreExtrapolation; }
@@ -112,21 +113,21 @@ public:
     /// for a whole take before KeyAppendFast is the cheapest way to record.
     void InitBuffers(int pCount, bool pClear);
     void ResizeKeyBuffer(int pCount, bool pClear) { InitBuffers(pCount, pClear); }
-    /// Adds a key of the default shape (cubic, auto) at the end and gives its index. The caller
+    /// Adds a key of the default shape (cubic, auto) at the end and returns its index. The caller
     /// keeps the order; no event is posted, the update id rises by 1. -1 for the time -2^63.
     int KeyAppendFast(KTime pTime, float pValue);
-    /// Gives back unused pages and table space, and merges equal attribute blocks.
+    /// Frees unused pages and table space, and merges equal attribute blocks.
     void KeyShrink();
-    /// Removes all keys and their memory; the default value stays. Posts 0x1010 for the first and
-    /// the last key.
+    /// Removes all keys and their memory; the default value stays. Posts kGlissaEventRemoved for
+    /// the first and the last key.
     void KeyClear();
 
     /// Whether the outermost KeyModifyEnd merges equal attribute blocks of what changed (at start
     /// it does), and above how many keys (16 at start, at least 2).
     void KeySetOptimizeEnable(bool pEnable);
     void KeySetOptimizeThreshold(int pCount) { mOptimizeThreshold = pCount < 2 ? 2 : pCount; }
-    /// A bracket around a batch of changes. Brackets nest; listeners hear of the batch once, at
-    /// the outermost end.
+    /// A bracket around a batch of changes. Brackets nest; listeners are called once, at the
+    /// outermost end.
     void KeyModifyBegin();
     void KeyModifyEnd();
 
@@ -145,7 +146,8 @@ public:
     void KeyAttrSeparate(int pIndex);
     void KeyAttrSeparateCheck(int pIndex);
     /// Replaces the attributes of a key. At or past the count the curve grows: keys in the gap
-    /// take the default block. Posts 0x810 for a grown curve, else 0xE010; nothing when equal.
+    /// take the default block. Posts kGlissaEventAdded for a grown curve, else
+    /// kGlissaEventAllAttributes; nothing when equal.
     void KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute);
     /// Lets equal neighbours among the keys pFirst to pLast + 1 share a block.
     void KeyAttrShrink(int pFirst, int pLast);
@@ -204,21 +206,25 @@ public:
     // take a key there, or past either end of the range of times, is refused whole: -1 or false,
     // nothing changed and no event.
 
-    /// Adds a key, or replaces the one at that time, and gives its index. Posts 0xE010 and 0x810.
+    /// Adds a key, or replaces the one at that time, and returns its index. Posts
+    /// kGlissaEventAllAttributes, and for a new key kGlissaEventAdded.
     /// pHint  in and out, may be null: where the search starts; it comes back as the new index.
     int KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint = nullptr);
     /// Adds a default key with the value that the curve has there.
     int KeyAdd(KTime pTime, int* pHint = nullptr);
-    /// Adds a key with the value of a source key, sharing its attribute block. Posts 0x810; nothing
-    /// where a key at that time takes over value and block.
+    /// Adds a key with the value of a source key, sharing its attribute block. Posts
+    /// kGlissaEventAdded; nothing where a key at that time takes over value and block.
     int KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pHint = nullptr);
-    /// Puts a copy of a key behind the last one; the caller sees to the order. Posts 0x810.
+    /// Puts a copy of a key behind the last one; the caller keeps the order. Posts
+    /// kGlissaEventAdded.
     int KeyAppend(KTime pTime, const Glissa* pSource, int pSourceIndex);
 
-    /// Replaces a key. False, and nothing changed, when the time breaks the order. Posts 0xE010, or
-    /// with equal attributes 0x2010 and 0x4010 for what did change.
+    /// Replaces a key. False, and nothing changed, when the time breaks the order. Posts
+    /// kGlissaEventAllAttributes, or with equal attributes kGlissaEventValue and kGlissaEventTime
+    /// for what did change.
     bool KeySet(int pIndex, const GlissaKey& pKey);
-    /// The same from a source key, sharing its block. Posts 0xE010, at or past the count 0x810.
+    /// The same from a source key, sharing its block. Posts kGlissaEventAllAttributes, at or past
+    /// the count kGlissaEventAdded.
     bool KeySet(int pIndex, const Glissa* pSource, int pSourceIndex);
     /// Replaces a key without a test of the order. Arguments as GlissaKey::Set.
     void KeySet(int pIndex, KTime pTime, float pValue, unsigned pInterpolation,
@@ -239,14 +245,16 @@ public:
 
     // Values and times (curve/moving.cpp, curve/scaling.cpp)
 
-    void KeySetValue(int pIndex, float pValue);    ///< 0x2010
-    void KeyIncValue(int pIndex, float pValue);    ///< 0x2010
-    void KeyMultValue(int pIndex, float pFactor);  ///< 0x2010
-    void KeySetTime(int pIndex, KTime pTime);      ///< 0x4010, no test of the order
-    void KeyIncTime(int pIndex, KTime pTime);      ///< 0x4010, no test of the order
+    /// Each posts kGlissaEventValue.
+    void KeySetValue(int pIndex, float pValue);
+    void KeyIncValue(int pIndex, float pValue);
+    void KeyMultValue(int pIndex, float pFactor);
+    /// Each posts kGlissaEventTime. The order is not tested.
+    void KeySetTime(int pIndex, KTime pTime);
+    void KeyIncTime(int pIndex, KTime pTime);
 
-    /// Moves one key, past others if need be, and gives its new index. It replaces none: at the
-    /// time of another key it is placed 1e-5 s after that one. A refused move gives pIndex.
+    /// Moves one key, past others where necessary, and returns its new index. It replaces none: at
+    /// the time of another key it is placed 1e-5 s after that one. A refused move returns pIndex.
     int KeyMove(int pIndex, KTime pTime);
     /// Moves a key and all after it. False when it would not stay behind the key before, or a key
     /// would leave the range of times.
@@ -260,25 +268,29 @@ public:
     bool KeyMoveOf(KTime pFrom, KTime pTo, KTime pDelta, bool pInclusive);
 
     /// All or the selected values. Without keys, and unless only selected ones are meant, the
-    /// default value; KeyScaleValue scales that one also beside keys. True.
+    /// default value; KeyScaleValue scales that one also where there are keys. True.
     bool KeyMoveValueTo(bool pSelectedOnly, float pValue);
     bool KeyScaleValue(bool pSelectedOnly, float pFactor);
     /// The slopes of user tangents.
     bool KeyScaleTangeant(bool pSelectedOnly, float pFactor);
     bool KeyScaleValueAndTangeant(bool pSelectedOnly, float pFactor);
-    void KeyMultTangeant(int pIndex, float pFactor);    ///< user tangents; 0x28010
+    /// User tangents alone. Posts kGlissaEventOther with eEventEditTangentMode.
+    void KeyMultTangeant(int pIndex, float pFactor);
     void KeyMultDerivative(int pIndex, float pFactor);  ///< both sides of a user or broken tangent
-    void KeyIncLeftDerivative(int pIndex, float pSlope);   ///< user tangents; 0x808010
-    void KeyIncRightDerivative(int pIndex, float pSlope);  ///< user tangents; 0x808010
+    /// User tangents alone. Each posts kGlissaEventOther with eEventEditSlope.
+    void KeyIncLeftDerivative(int pIndex, float pSlope);
+    void KeyIncRightDerivative(int pIndex, float pSlope);
 
     // Kinds and selection (curve/tangent_kind.cpp)
 
-    /// Changes the kind of all or the selected keys and keeps the slopes that the curve had.
-    void KeyTangeantSetInterpolation(bool pSelectedOnly, unsigned pInterpolation);  ///< 0x18010
-    void KeyTangeantSetMode(bool pSelectedOnly, unsigned pMode);                    ///< 0x28010
-    void KeyTangeantHide();                                                         ///< 0x100
-    void KeySelectAll();                                                            ///< 0x100
-    void KeyUnselectAll();                                                          ///< 0x100
+    /// Changes the kind of all or the selected keys and keeps the slopes that the curve had. Posts
+    /// kGlissaEventOther with eEventEditInterpolation or eEventEditTangentMode.
+    void KeyTangeantSetInterpolation(bool pSelectedOnly, unsigned pInterpolation);
+    void KeyTangeantSetMode(bool pSelectedOnly, unsigned pMode);
+    /// Each posts eEventSelection for index -1.
+    void KeyTangeantHide();
+    void KeySelectAll();
+    void KeyUnselectAll();
     int KeyGetSelectionCount() const;
 
     // Candidates (curve/candidate.cpp)
@@ -292,8 +304,8 @@ public:
     bool IsCandidate() const { return mCandidateTime != KTime::Infinite(); }
     double CandidateGet() const { return mCandidateValue; }
     KTime CandidateGetTime() const { return mCandidateTime; }
-    /// The candidate's value at its own time. At any other time the value of the curve, which is
-    /// the candidate from then on. pHint as in Evaluate.
+    /// The candidate's value at its own time. At any other time the value of the curve, which
+    /// becomes the candidate. pHint as in Evaluate.
     double CandidateEvaluate(KTime pTime, int* pHint);
     /// Makes a key of the candidate, with the slopes that the curve had. False without a candidate,
     /// at the time -2^63, where an insertion finds a key, and where a key would become custom with
@@ -312,34 +324,35 @@ public:
     /// Adds a key of the kind before it and keeps the shape of the curve between its end keys: a
     /// neighbour whose slope follows the new key gets other parameters, where they do not suffice
     /// another kind of tangent, and so do TCB keys before it that leave its slope no place. Behind
-    /// the keys and before them the end tangent runs on.
+    /// the keys and before them the end tangent is continued.
     ///
     /// pHint  in and out, may be null; it comes back as the index of the key at the time.
-    /// Gives the index of the key at that time; behind the last key, that of the old last key; -1
+    /// Returns the index of the key at that time; behind the last key, that of the old last key; -1
     /// for the time -2^63.
     int KeyInsert(KTime pTime, int* pHint = nullptr);
 
     // Whole curves and spans (curve/range.cpp)
     //
-    // The source is another curve. Keys come over sharing its attribute blocks; a change in either
-    // curve separates them.
+    // The source is another curve. Its keys are added with their attribute blocks shared; a change
+    // in either curve separates them.
 
-    /// A new curve, ended by Destroy. The whole of time gives an equal curve; any other span gives
+    /// A new curve, ended by Destroy. The whole of time makes an equal curve; any other span
     /// one without keys, which has the default value, candidate, was-data and update id.
     Glissa* Copy(KTime pStart = KTime::MinusInfinite(), KTime pStop = KTime::Infinite()) const;
     /// Takes over keys (or with pWithKeys off none), default value, colour, was-data, candidate and
-    /// extrapolation. Posts 0x20008010, and for the keys 0x1010 and 0x810. From itself: nothing.
+    /// extrapolation. Posts kGlissaEventOther with eEventEditCopied, and for the keys
+    /// kGlissaEventRemoved and kGlissaEventAdded. From itself: nothing.
     void CopyFrom(const Glissa& pSource, bool pWithKeys = true);
     /// Puts all keys of a source in, its first key at pOffset. A key on the time of another takes
-    /// its place. A custom key is left to the host where that is told of new keys. Does nothing
-    /// where a key would leave the range of times.
+    /// its place. The sides of a custom key are not set where the callback for new keys is enabled:
+    /// they are the host's. Does nothing where a key would leave the range of times.
     ///
-    /// pFirstLeft  left side of the first key, whose right side stays; the others bring theirs.
+    /// pFirstLeft  left side of the first key, whose right side stays; the others keep theirs.
     void Insert(Glissa* pSource, KTime pOffset, const GlissaTangeantInfo& pFirstLeft);
     void Insert(Glissa* pSource, KTime pOffset, float pFirstLeftDerivative, bool pFirstLeftWeighted,
                 float pFirstLeftWeight);
     /// Replaces the keys of a span, both ends included, by those that a source has there. The first
-    /// and the last key that came over take the slopes that the curve had at the ends of the span;
+    /// and the last added key take the slopes that the curve had at the ends of the span;
     /// the key behind it keeps its slopes on both sides. Does nothing where a key would leave the
     /// range of times.
     ///
@@ -382,13 +395,13 @@ public:
     bool CheckCurve() const;
     /// Replaces the keys by those of a table of pages made outside, 42 records a page, each record
     /// with an attribute block of the caller's. Blocks are copied, equal neighbours as one. The
-    /// quick way to load: no listener is told of what came, the update id rises by 1.
+    /// quick way to load: no event is posted for the new keys, the update id rises by 1.
     void CopyExternalPriKeyAndAttr(void** pPages, int pCount);
 
     // Search (curve/search.cpp)
 
-    /// Fractional key index of a time: i + f lies f of the way, in time, from key i to key i + 1;
-    /// a time on a key gives a whole number. -0.5 before the first key, the count minus 0.5 after
+    /// Fractional key index of a time: i + f is key i plus the fraction f of the time to key i + 1;
+    /// a time on a key is a whole number. -0.5 before the first key, the count minus 0.5 after
     /// the last one, -1 without keys.
     ///
     /// pHint  in and out, may be null: see Evaluate.
@@ -400,9 +413,9 @@ public:
     ///
     /// pTime  ticks; any value, the two infinities too.
     /// pHint  in and out, may be null. The key index at which the search starts: any int will do,
-    ///        it is clamped. Hand it back in the next call. Null uses the curve's own search
+    ///        it is clamped. Pass it on to the next call. Null uses the curve's own search
     ///        index, which this call then moves.
-    /// Gives the value in the curve's unit; without keys the default value, with one key its
+    /// Returns the value in the curve's unit; without keys the default value, with one key its
     /// value at every time.
     /// Cost: constant within a few keys of the hint, logarithmic in the key count beyond; a
     /// weighted segment evaluates its time cubic up to 17 times. Allocates nothing by itself.
@@ -449,19 +462,22 @@ public:
     // Setting the attributes of a key (curve/attribute_setters.cpp)
     //
     // A write that changes nothing does nothing. Any other separates a shared block, ends a pending
-    // candidate and posts the event named.
+    // candidate and posts kGlissaEventOther with the bit named.
 
-    void KeySetInterpolation(int pIndex, unsigned pInterpolation);                ///< 0x18010
-    void KeySetConstantMode(int pIndex, unsigned pMode);                          ///< 0x88010
-    void KeySetTangeantMode(int pIndex, unsigned pMode);                          ///< 0x28010
-    void KeySetCustomIndex(int pIndex, unsigned pCustomIndex);                    ///< 0x8010
-    void KeySetBreak(int pIndex, bool pBreak);                                    ///< 0x48010
-    void KeySetTangeantVisibility(int pIndex, unsigned pVisibility);              ///< 0x100
-    void KeySetTangeantWeightMode(int pIndex, unsigned pMode, unsigned pMask);    ///< 0x408010
-    void KeySetTangeantVelocityMode(int pIndex, unsigned pMode, unsigned pMask);  ///< 0x208010
-    void KeySetSelected(int pIndex, bool pSelected);                              ///< 0x100
-    void KeySetMarkedForManipulation(int pIndex, bool pMark);                     ///< no event
-    /// 0x8010, with the bit of what the slot means to the key's tangent.
+    void KeySetInterpolation(int pIndex, unsigned pInterpolation);  ///< eEventEditInterpolation
+    void KeySetConstantMode(int pIndex, unsigned pMode);            ///< eEventEditConstantMode
+    void KeySetTangeantMode(int pIndex, unsigned pMode);            ///< eEventEditTangentMode
+    void KeySetCustomIndex(int pIndex, unsigned pCustomIndex);      ///< no further bit
+    void KeySetBreak(int pIndex, bool pBreak);                      ///< eEventEditBreak
+    /// Bits of the weight mode within pMask; eEventEditWeight.
+    void KeySetTangeantWeightMode(int pIndex, unsigned pMode, unsigned pMask);
+    /// Bits of the velocity mode within pMask; eEventEditVelocity.
+    void KeySetTangeantVelocityMode(int pIndex, unsigned pMode, unsigned pMask);
+    void KeySetTangeantVisibility(int pIndex, unsigned pVisibility);  ///< eEventSelection alone
+    void KeySetSelected(int pIndex, bool pSelected);                  ///< eEventSelection alone
+    void KeySetMarkedForManipulation(int pIndex, bool pMark);         ///< no event
+    /// With the bit of what the slot means to the key's tangent: eEventEditSlope for the slopes or
+    /// automatic parameters, eEventEditWeight, eEventEditVelocity, or one of the TCB bits.
     void KeySetDataDouble(int pIndex, EGlissaDataIndex pData, float pValue);
     void KeySetDataFloat(int pIndex, EGlissaDataIndex pData, float pValue);
 
@@ -472,13 +488,15 @@ public:
 
     void KeySetLeftDerivative(int pIndex, float pSlope);
     void KeySetRightDerivative(int pIndex, float pSlope);
-    /// Auto parameter of a side; for a tangent that is not automatic the one that gives its slope.
-    /// pApplyClamp  the parameter of the slope that a flattened side really has.
+    /// Automatic parameter of a side, see tangent_math.h; for a tangent that is not automatic the
+    /// one that would have its slope.
+    ///
+    /// pApplyClamp  for a side that the clamp makes flat, the parameter of slope 0.
     float KeyGetLeftAuto(int pIndex, bool pApplyClamp);
     float KeyGetRightAuto(int pIndex, bool pApplyClamp);
     void KeySetLeftAuto(int pIndex, float pAuto);
     void KeySetRightAuto(int pIndex, float pAuto);
-    /// Value of the Bézier handle, a third of the way to the neighbour.
+    /// Value of the Bézier handle, a third of the segment away from the key.
     float KeyGetLeftBezierTangeant(int pIndex, bool pExtremes = false);
     float KeyGetRightBezierTangeant(int pIndex, bool pExtremes = false);
     void KeySetLeftBezierTangeant(int pIndex, float pValue);
@@ -492,8 +510,8 @@ public:
     void KeySetRightTangeantVelocity(int pIndex, float pVelocity);
     void KeySetLeftTangeantVelocityMode(int pIndex, bool pOn);
     void KeySetRightTangeantVelocityMode(int pIndex, bool pOn);
-    /// A whole side. Setting takes the auto parameter on an automatic key, unless forced to take
-    /// the slope; a TCB key is left alone.
+    /// A whole side. Setting writes the automatic parameter of an automatic key, or with
+    /// pForceDerivative the one that has the slope; a TCB key stays as it is.
     GlissaTangeantInfo KeyGetLeftDerivativeInfo(int pIndex);
     GlissaTangeantInfo KeyGetRightDerivativeInfo(int pIndex);
     void KeySetLeftDerivativeInfo(int pIndex, const GlissaTangeantInfo& pInfo,
@@ -505,23 +523,21 @@ public:
 
     // Store (curve/store.cpp, curve/store_read.cpp, curve/store_repair.cpp)
     //
-    // The curve as fields of the block that is open in a document: docs/curve-format.md, with what
-    // the format does not keep. Two curves in one block need blocks of their own.
+    // The curve as fields of the block that is open in a document. docs/curve-format.md describes
+    // them, and what the format does not keep. Write one curve a block.
 
-    /// Writes the curve behind what stands in the block. True; a document that refuses a write says
-    /// so itself.
+    /// Appends the curve to the open block. True; a refused write is an error of the document.
     ///
     /// pOnlyDefaults  the default value alone.
     /// pWithColor     the display colour too.
     /// pOlderKeyForm  automatic keys as slopes, for readers that know no auto parameters.
     bool TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, bool pOlderKeyForm);
     /// Replaces the curve by the next one of the block, of any version. False, and nothing changed,
-    /// only when the block has no further "Default". A damaged key goes, the others stay. No
-    /// listener is told and what was collected for them is dropped; owner, listeners, and without
+    /// only when the block has no further "Default". A damaged key is removed, the others stay.
+    /// No event is posted and those that were collected are dropped; owner, listeners, and without
     /// pWithColor the colour, stay. Arguments as TdfStore.
     ///
-    /// pStoredKeys  out, may be null: how many keys the document has or says it has. A damaged one
-    ///              is among them and not among those of the curve.
+    /// pStoredKeys  out, may be null: the key count of the document, damaged keys included.
     bool TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor, int* pStoredKeys = nullptr);
     /// The same where the caller has opened "Default" already. True.
     bool TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor,
@@ -531,7 +547,7 @@ public:
 
     using Listener = void (*)(Glissa* pCurve, GlissaEvent* pEvent, void* pObject);
 
-    /// Adds a listener; the same pair may stand twice.
+    /// Adds a listener; the same pair can be added twice.
     void CallbackRegister(Listener pFunction, void* pObject);
     /// Removes the last equal pair, if there is one.
     void CallbackUnregister(Listener pFunction, void* pObject);
@@ -566,7 +582,7 @@ private:
     static constexpr unsigned kCallbacksEnabled = 1;
     static constexpr unsigned kOptimizeEnabled = 2;
     static constexpr unsigned kIsEnding = 4;  // Destroy was called
-    static constexpr unsigned kIsHeld = 8;    // an operation goes on with the curve after a call
+    static constexpr unsigned kIsHeld = 8;    // an operation uses the curve after a call
 
     ~Glissa() override;
 
@@ -582,8 +598,8 @@ private:
     void WriteRecord(int pIndex, KTime pTime, float pValue);
     bool WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes);
     void WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, int pEvent);
-    bool WriteAndTell(int pIndex, const GlissaKeyAttributes& pAttributes, bool pTells,
-                      eCustomKeyChangeType pType);
+    bool WriteAndReport(int pIndex, const GlissaKeyAttributes& pAttributes, bool pReports,
+                        eCustomKeyChangeType pType);
     void SetData(int pIndex, EGlissaDataIndex pData, const GlissaKeyAttributes& pAttributes);
     void IncSlope(int pIndex, EGlissaDataIndex pData, float pSlope);
     void ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent);
@@ -595,7 +611,7 @@ private:
     double FindPlaceToAdd(KTime pTime, int* pHint);
     int OpenRecord(double pPlace, KTime pTime, float pValue);
     int PostAdded(int pIndex, int* pHint);
-    int AppendWithCare(KTime pTime, float pValue);
+    int AppendWithChecks(KTime pTime, float pValue);
     bool GrowTo(int pIndex);
     void RemoveRange(int pFirst, int pLast);
 
@@ -641,8 +657,8 @@ private:
     KTime KeyTimeAfter(KTime pTime);
     KTime KeyTimeBefore(KTime pTime);
     double FindOutside(KTime pTime, int& pHint);
-    float EvaluateAway(KTime pTime, int& pHint);
-    float EvaluateAny(KTime pTime, int& pHint);
+    float EvaluateFarFromHint(KTime pTime, int& pHint);
+    float EvaluateRareCases(KTime pTime, int& pHint);
     float EvaluateOutside(KTime pTime, int& pHint);
     bool EvaluateCustomAround(double pIndex, KTime pTime, float& pValue);
     float CallCustomEvaluation(double pIndex, KTime pTime);

@@ -36,8 +36,8 @@ bool FindKeyRange(Glissa& pCurve, KTime pFrom, KTime pTo, bool pInclusive, int& 
     return true;
 }
 
-// Where a key of this time is, or a new one goes. The search is left out for a key behind all
-// others.
+// The index of a key at this time, or of the place between two keys. A time behind all keys needs
+// no search.
 double Glissa::FindPlaceToAdd(KTime pTime, int* pHint)
 {
     if (KeyGetCount() == 0) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // From a time to a value: extrapolation maps the time into the keys, the search finds the segment,
-// the segment is evaluated. Playback near the hint takes the short road at the top of Evaluate.
+// the segment is evaluated. Playback near the hint needs only the first lines of Evaluate.
 
 #include "glissa/curve/bezier.h"
 #include "glissa/curve/curve.h"
@@ -78,8 +78,8 @@ float SecondsOf(const Segment& pSegment)
 }
 
 // The rules of slope_rules.h for the two common cases: slopes that share the secant of the segment,
-// and slopes that are stored. False for any other. Inlined by order: a compiler that calls it hands
-// all keys and slopes over in memory.
+// and slopes that are stored. False for any other. Always inlined: a call would pass
+// all keys and slopes in memory.
 [[gnu::always_inline]] inline bool FindCommonShape(const Segment& pSegment, CubicShape& pShape)
 {
     const KPriFCurveKeyAttr& from = *pSegment.from->mAttribute;
@@ -124,7 +124,7 @@ bool IsWeighted(const KPriFCurveKey& pFrom)
     return (pFrom.mAttribute->mFlags & GlissaKeyAttributes::kWeightModeMask) != 0;
 }
 
-/// A weighted segment: the weights beside the points of the value axis.
+/// A weighted segment: its weights and the points of the value axis.
 struct WeightedPoints
 {
     float rightWeight;
@@ -154,8 +154,8 @@ WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShap
     return CubicValue(p.p3, p.p2, p.p1, p.p0, s);
 }
 
-// What playback seldom needs is called last and with its keys in registers, so that the common road
-// keeps nothing in memory for it.
+// The cases that playback seldom needs are tail calls with the keys in registers, so that the
+// common case keeps nothing in memory for them.
 [[gnu::noinline]] float AnyCubicValue(const KPriFCurveKey* pBefore, const KPriFCurveKey* pFrom,
                                       const KPriFCurveKey* pTo, const KPriFCurveKey* pAfter,
                                       double pT)
@@ -165,7 +165,7 @@ WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShap
     return CubicValue(p.p0, p.p1, p.p2, p.p3, pT);
 }
 
-// pT lies strictly between 0 and 1; on a key the answer is the key's value.
+// pT is strictly between 0 and 1; at a key the value is that of the key.
 [[gnu::always_inline]] inline float CubicSegmentValue(const Segment& pSegment, double pT)
 {
     if (IsWeighted(*pSegment.from)) [[unlikely]] {
@@ -189,7 +189,7 @@ WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShap
     return from.GetConstantMode() == eConstantNext ? pTo->mValue : pFrom->mValue;
 }
 
-// Apart, so that a linear segment does not pay for the registers that a cubic one needs.
+// A function of its own: a linear segment does not save the registers that a cubic one needs.
 [[gnu::noinline]] float CubicValueAt(const KeyList& pKeys, const KPriFCurveKey* pFrom,
                                      const KPriFCurveKey* pTo, int pIndex, unsigned pSlot,
                                      double pT)
@@ -226,7 +226,7 @@ float CubicSlope(const Segment& pSegment, double pT)
     return static_cast<float>(slope * 3.0 / shape.seconds);
 }
 
-// The way between the last two points of de Casteljau.
+// The difference of the last two points of de Casteljau.
 float LastDifference(float p0, float p1, float p2, float p3, double pU)
 {
     const float q0 = Between(p0, p1, pU);
@@ -256,14 +256,14 @@ float Glissa::Evaluate(KTime pTime, int* pHint)
     if (CustomTangentTypeCount() == 0 && FindBeside(mKeys, pTime, *pHint, place)) [[likely]] {
         return ValueAt(mKeys, place);
     }
-    return EvaluateAway(pTime, *pHint);
+    return EvaluateFarFromHint(pTime, *pHint);
 }
 
-// Away from the hint, or with custom tangent types about.
-float Glissa::EvaluateAway(KTime pTime, int& pHint)
+// Far from the hint, or with custom tangent types registered.
+float Glissa::EvaluateFarFromHint(KTime pTime, int& pHint)
 {
     if (CustomTangentTypeCount() != 0 || KeyGetCount() < 2) [[unlikely]] {
-        return EvaluateAny(pTime, pHint);
+        return EvaluateRareCases(pTime, pHint);
     }
     SegmentPlace place;
     if (FindInPages(mKeys, pTime, pHint, place)) [[likely]] {
@@ -273,8 +273,8 @@ float Glissa::EvaluateAway(KTime pTime, int& pHint)
     return isOutside ? EvaluateOutside(pTime, pHint) : EvaluateIndex(KeyFind(pTime, &pHint));
 }
 
-// With custom tangent types about, or without a segment.
-float Glissa::EvaluateAny(KTime pTime, int& pHint)
+// With custom tangent types registered, or without a segment.
+float Glissa::EvaluateRareCases(KTime pTime, int& pHint)
 {
     if (KeyGetCount() == 0) {
         return mValue;
@@ -330,7 +330,7 @@ float Glissa::EvaluateSegment(int pIndex, double pT)
     }
 }
 
-// Whether a custom key lies at or beside the index; the custom type then answers for the time.
+// Whether a custom key is at the index or next to it. The custom type then evaluates the time.
 bool Glissa::EvaluateCustomAround(double pIndex, KTime pTime, float& pValue)
 {
     CORVEKIT_ASSERT(KeyGetCount() > 0);

@@ -33,25 +33,26 @@ enum EGlissaEventType : int
     eEventEditCopied = 0x20000000,  ///< the whole curve was copied from another one
 };
 
-// What is posted for the common changes.
-constexpr int kGlissaEventAdded = eEventKey | eEventKeyAdd;
-constexpr int kGlissaEventRemoved = eEventKey | eEventKeyRemove;
-constexpr int kGlissaEventValue = eEventKey | eEventEditValue;
-constexpr int kGlissaEventTime = eEventKey | eEventEditTime;
-constexpr int kGlissaEventOther = eEventKey | eEventEditOther;
-constexpr int kGlissaEventAllAttributes =
+// What is posted for the common changes. The bits of eEventEditInterpolation and those after it are
+// added to kGlissaEventOther.
+constexpr int kGlissaEventAdded = eEventKey | eEventKeyAdd;       // 0x810
+constexpr int kGlissaEventRemoved = eEventKey | eEventKeyRemove;  // 0x1010
+constexpr int kGlissaEventValue = eEventKey | eEventEditValue;    // 0x2010
+constexpr int kGlissaEventTime = eEventKey | eEventEditTime;      // 0x4010
+constexpr int kGlissaEventOther = eEventKey | eEventEditOther;    // 0x8010
+constexpr int kGlissaEventAllAttributes =                         // 0xE010
     eEventKey | eEventEditValue | eEventEditTime | eEventEditOther;
 
-/// The changes of a curve, folded into one: their kinds and the span of keys they touched.
+/// The changes of a curve, folded into one: their kinds and the range of changed keys.
 ///
-/// A key index of -1 stands for the whole curve. Cleared, all indexes are -1 and the rest is 0.
+/// A key index of -1 means the whole curve. Cleared, all indexes are -1 and the rest is 0.
 class GLISSA_API GlissaEvent final : public KEventBase
 {
 public:
     /// Folds one change in.
     void Add(int pType, int pKey);
-    /// Folds a change into the detailed fields, by which a manipulator says which part of a batch
-    /// moved: 0x4000 in time, 0x2000 in value.
+    /// Folds a change into the detailed fields, by which a manipulator marks the keys of a batch
+    /// that moved: 0x4000 in time, 0x2000 in value.
     void AddDetailedEvent(int pType, int pFirst, int pLast);
     void Clear();
 

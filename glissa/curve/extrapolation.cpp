@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What a curve does before its first and after its last key: the settings, and the way from a time
-// or an index outside the keys to one inside, or to a value. A repetition is a span as long as the
-// keys; the first one lies right next to them.
+// What a curve does before its first and after its last key: the settings, and the mapping of a
+// time or an index outside the keys to one inside, or to a value. A repetition is a span as long as
+// the keys; the first one lies right next to them.
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/segment_search.h"
@@ -15,8 +15,8 @@ namespace
 {
 constexpr unsigned kEndlessCount = 0xFFFFFFFFu;
 
-// The repetitions that pCount stands for. Where they would run past the end of time, pRoom ticks
-// away, only whole ones inside the range count, and of those the outermost is held.
+// The repetitions for a count. Where they would pass the end of time, pRoom ticks away, only whole
+// ones inside the range count, and the outermost of these holds its value.
 std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRoom)
 {
     CORVEKIT_ASSERT(pSpan > 0);
@@ -137,7 +137,7 @@ float Glissa::EvaluateOutside(KTime pTime, int& pHint)
     const std::uint64_t distance =
         isBefore ? TicksBetween(pTime, first) : TicksBetween(last, pTime);
     if (mode == eExtrapolationKeepSlope && span != 0) {
-        // The line runs on for the spans of the count and then holds.
+        // The line continues for the spans of the count and then holds its value.
         const bool isHeld = repetitions != kEndlessCount && distance / span >= repetitions;
         const double ticks =
             isHeld ? static_cast<double>(span) * repetitions : static_cast<double>(distance);

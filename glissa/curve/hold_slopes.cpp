@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A slope is stored as a number that means something else to each kind of tangent, and for all
-// kinds but user it depends on where the neighbours stand. Here the numbers are found that give the
-// slopes wanted, and what comes out of them is measured.
+// A slope is stored as a number with another meaning for each kind of tangent, and for all kinds
+// but user the slope also depends on the neighbours. Here the numbers for given slopes are
+// computed, and the slopes that result are compared with those wanted.
 
 #include "glissa/curve/hold_slopes.h"
 
@@ -22,8 +22,8 @@ constexpr double kKeptShare = 0x1p-20;
 /// Slopes are the same to this share of their own: nothing is written for a rounding.
 constexpr double kSameShare = 0x1p-22;
 /// On an automatic side as well to this much: slopes and differences of secants below 1e-5 count as
-/// zero where a parameter is made, and a mean of secants may then stand for a slope 2.5 such
-/// differences away from it.
+/// zero where a parameter is computed, and the mean of the secants may then replace a slope that
+/// differs by 2.5 of these.
 constexpr double kKeptAutoSlope = 4e-5;
 
 // A kind without a name has slope 0 and no slot for the left slope of the key behind.
@@ -80,7 +80,7 @@ bool IsNear(double pGot, double pWanted, double pTolerance)
     return pGot == pWanted || std::fabs(pGot - pWanted) <= pTolerance;
 }
 
-// Whether no parameter of the key would come nearer in float.
+// Whether the slopes are met as nearly as a float parameter can.
 bool HasSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
 {
     const Slopes got = SlopesOf(pCurve, pIndex);
@@ -142,8 +142,8 @@ bool SetAndTest(const Hold& pHold)
            (!pHold.next || KeepsSlopes(pHold.curve, pHold.index + 1, *pHold.next));
 }
 
-// Finds parameters that give a key its slopes; a refinement that decides otherwise goes. False
-// where the kind of the key, or of a neighbour, has no such parameters.
+// Finds parameters for the slopes of a key, where necessary without the refinements of its tangent.
+// False where the kind of the key, or of a neighbour, has no such parameters.
 bool HoldByParameters(const Hold& pHold)
 {
     Glissa& curve = pHold.curve;
@@ -205,16 +205,16 @@ unsigned UserKindFor(const Hold& pHold)
     return isOne ? eTangentUser : eTangentUserBreak;
 }
 
-// Gives a key a user tangent in place of its own kind, with the slopes that it has.
+// Changes the tangent of a key to a user tangent with the same slopes.
 bool MakeUser(Glissa& pCurve, int pIndex)
 {
     const Hold key{pCurve, pIndex, SlopesOf(pCurve, pIndex), nullptr};
     return HoldByKind(key, UserKindFor(key));
 }
 
-// Behind a TCB key a left slope has no place of its own. One is made by a user tangent of that key,
-// which keeps its slopes; and where it cannot have both, by user tangents of more keys of the row
-// of such keys that it stands in, from the nearest one on that can.
+// A TCB key cannot store the left slope of the next key. It becomes a user key with the slopes that
+// it had; where it cannot keep both, more keys of the row of TCB keys before it do, back to the
+// nearest one that can.
 bool HoldByKeysBefore(const Hold& pHold, int pMost)
 {
     CORVEKIT_ASSERT(pMost >= 0 && pHold.index >= 0);
@@ -240,8 +240,8 @@ bool HoldByKeysBefore(const Hold& pHold, int pMost)
     return false;
 }
 
-// Where one of the segments beside a key is so short that its slope moves no value by a rounding,
-// the slope of the other one does for both.
+// Where one of the segments next to a key is so short that its slope changes no value by a
+// rounding, the slope of the other one is used for both.
 bool HoldByOneSlope(const Hold& pHold)
 {
     Glissa& curve = pHold.curve;
@@ -327,7 +327,7 @@ void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, fl
         if (HasNoSlopes(pCurve, pIndex - 1)) {
             HoldByKind({pCurve, pIndex - 1, {0.0f, 0.0f}, nullptr}, eTangentUser);
         }
-        // Behind the last key, as before the first one, the tangent runs on.
+        // Behind the last key, as before the first one, the tangent continues.
         const GlissaTangeantInfo& right = pAround.hasHi ? pAround.loRight : pAround.loLeft;
         HoldByAll({pCurve, pIndex - 1, {pAround.loLeft.mDerivative, right.mDerivative}, nullptr});
     }
@@ -340,7 +340,7 @@ void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, fl
     const Slopes next = hasNext ? SlopesOf(pCurve, hi + 1) : Slopes{};
     const Hold end{
         pCurve, hi, {left.mDerivative, pAround.hiRight.mDerivative}, hasNext ? &next : nullptr};
-    // The new key gives way before the old one.
+    // The new key is changed rather than the old one.
     if (!HoldByParameters(end) && !HoldByKeysBefore(end, 1)) {
         HoldByAll(end);
     }

@@ -25,14 +25,14 @@ struct Surroundings
 
 Surroundings SurroundingsOf(Glissa& pCurve, int pLo, int pHi);
 
-/// Gives a key two slopes: by the parameters of its tangent, where they do not suffice without its
-/// refinements, and at last by another kind of tangent, its own or that of TCB keys before it. The
-/// slopes of the key behind stay as they are.
+/// Sets the two slopes of a key: by the parameters of its tangent; where these cannot express them,
+/// without its refinements; at last by another kind of tangent of its own or of TCB keys before it.
+/// The slopes of the next key stay.
 void HoldSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes);
 
-/// The same with a user tangent, whatever tangent the key has: beside a jump from one tick to the
-/// next, where the secant leaves a parameter no digits for a slope.
+/// The same with a user tangent, whatever tangent the key has. For keys next to a jump within one
+/// tick: its secant is so steep that a parameter has no digits left for the slope.
 void HoldSlopesByUserTangent(Glissa& pCurve, int pIndex, Slopes pSlopes);
 
-/// Gives a new key one slope on both sides, and its neighbours those that they had.
+/// Sets one slope on both sides of a new key, and on its neighbours those that they had.
 void HoldShapeAround(Glissa& pCurve, int pIndex, const Surroundings& pAround, float pSlope);

@@ -11,7 +11,7 @@ namespace
 {
 constexpr unsigned kCustomIndexes[] = {0x100, 0x200, 0x400};
 
-// 0x200 and 0x400 need a second and a third custom tangent type; other values are not looked at.
+// 0x200 and 0x400 need a second and a third custom tangent type; other values are not tested.
 bool IsMissingCustomType(unsigned pIndex)
 {
     return (pIndex == kCustomIndexes[1] && CustomTangentTypeCount() < 2) ||
@@ -148,7 +148,7 @@ void GlissaKey::SetTCB(KTime pTime, float pValue, float pTension, float pContinu
     if (GetInterpolation() != eInterpolationCubic) {
         mAttributes.ResetWeightsAndVelocities();
     }
-    // Whatever else stands under the interpolation and tangent masks goes.
+    // All other bits of the interpolation and tangent masks are cleared.
     mAttributes.mFlags = (mAttributes.mFlags & ~0x7D07u) | eInterpolationCubic | eTangentTCB;
     mAttributes.mData[eDataTCBTension] = pTension;
     mAttributes.mData[eDataTCBContinuity] = pContinuity;

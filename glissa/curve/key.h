@@ -24,7 +24,7 @@ enum EGlissaKeyFlags : unsigned
 
     // Tangent mode of a cubic key, mask 0x7F00. The bits under 0xF00 select the kind, those above
     // refine an automatic tangent. A pattern under 0xF00 that is not named here has slope 0.
-    eTangentAuto = 0x100,               ///< slopes follow the neighbours by auto parameters
+    eTangentAuto = 0x100,               ///< automatic: slopes between the secants, tangent_math.h
     eTangentTCB = 0x200,                ///< tension, continuity, bias
     eTangentUser = 0x400,               ///< stored slopes, left and right follow each other
     eTangentBreak = 0x800,              ///< added to auto or user: the sides are independent
@@ -43,8 +43,8 @@ enum EGlissaKeyFlags : unsigned
     eTangentShowRight = 0x200000,
     eTangentShowBoth = 0x300000,
 
-    // Whose weights stand in the key: those of its own right side, of the left side of the key
-    // after it, or both.
+    // The weights that the key stores: those of its own right side, of the left side of the next
+    // key, or both.
     eWeightNone = 0x0,
     eWeightRight = 0x1000000,
     eWeightNextLeft = 0x2000000,
@@ -64,14 +64,14 @@ enum EGlissaExtrapolation : unsigned
     eExtrapolationConstant = 1,            ///< holds the end key's value
     eExtrapolationRepetition = 2,          ///< repeats the curve
     eExtrapolationMirror = 3,              ///< repeats it, every other time reversed
-    eExtrapolationKeepSlope = 4,           ///< runs on at the end slope
+    eExtrapolationKeepSlope = 4,           ///< continues with the end slope
     eExtrapolationRelativeRepetition = 5,  ///< repeats it, shifted by its rise each time
 };
 
-/// Where the float data of a key stand.
+/// The float data of a key.
 ///
 /// GetDataDouble and SetDataDouble take the real value: weights (0.0001 to 0.99, clamped) and
-/// velocities (up to about 3.277 either way) travel through 16-bit numbers of 1/9999.
+/// velocities (up to about 3.277 either way) are stored as 16-bit numbers of 1/9999.
 /// GetDataFloat and SetDataFloat reach the raw float slot of that number, 0 to 3; the bias of a
 /// TCB key is reached through them only.
 enum EGlissaDataIndex : int
@@ -100,7 +100,7 @@ struct GlissaTangeantInfo
     float mDerivative = 0.0f;  ///< slope, value per second
     float mWeight = kGlissaDefaultWeight;
     float mVelocity = 0.0f;
-    float mAuto = 0.0f;  ///< auto parameter, see slopes.h
+    float mAuto = 0.0f;  ///< automatic parameter, see tangent_math.h
     bool mIsWeighted = false;
     bool mIsVelocity = false;
 };
@@ -222,8 +222,8 @@ struct KPriFCurveKey
 static_assert(sizeof(KPriFCurveKeyAttr) == 24);
 static_assert(sizeof(void*) != 8 || sizeof(KPriFCurveKey) == 24);
 
-/// A key by value, as it travels in and out of a curve. Changing one posts no event and touches no
-/// curve. Default construction sets time, value, flags and data slots to 0.
+/// A key by value, to be read from a curve or written to it. Changing one posts no event and
+/// touches no curve. Default construction sets time, value, flags and data slots to 0.
 class GLISSA_API GlissaKey
 {
 public:
@@ -239,7 +239,8 @@ public:
         mAttributes = {};
     }
     void Set(const GlissaKey& pKey) { *this = pKey; }
-    /// Sets time, value, kind and data. Tangent visibility goes off, the velocity mode stays.
+    /// Sets time, value, kind and data. Tangent visibility is switched off, the velocity mode
+    /// stays.
     ///
     /// pData0, pData1           slots 0 and 1
     /// pWeight0, pWeight1       right and next left, clamped; pVelocity0, pVelocity1 likewise
@@ -314,10 +315,10 @@ private:
     GlissaKeyAttributes mAttributes;
 };
 
-/// Where attribute blocks come from, and go back to when no key points to them any more.
+/// The memory of attribute blocks. A block is freed when no key points to it any more.
 GLISSA_API extern KMemoryPool GlissaKeyAttrPool;
 
 /// The block of a fresh key: cubic, auto, zero slots, default weights. It holds a reference to
-/// itself and is never given back. Its count is that of the keys which the thread that loaded the
-/// library has made less those that it has destroyed.
+/// itself and is never freed. Its count is the number of keys made by the thread that loaded the
+/// library less the number destroyed by it.
 GLISSA_API extern KPriFCurveKeyAttr* const GlissaDefaultKeyAttr;

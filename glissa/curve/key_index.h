@@ -1,6 +1,6 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
-// Not for hosts: fractional key indexes, as KeyFind answers them.
+// Not for hosts: fractional key indexes, as KeyFind returns them.
 #pragma once
 
 #include "glissa/curve/curve.h"

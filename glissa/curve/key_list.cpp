@@ -45,7 +45,7 @@ void KeyList::Reserve(int pCount)
     }
 }
 
-// Page by page from the last one down: the last record of a page goes to the front of the next.
+// Page by page from the last one down: the last record of a page becomes the first of the next.
 void KeyList::OpenGap(int pIndex)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= mCount && HasRoomFor(mCount));

@@ -16,8 +16,8 @@
 ///
 /// A time deep inside a long list is found by the first times of its pages. They are copied into an
 /// array of their own when a search first wants them, so that recording and playback never pay for
-/// it; whoever changes keys says so with TimeChanged or PagesChangedFrom. Several threads may
-/// search at once while nobody changes keys: all of them then write the same times.
+/// it. A change of a key is reported to it with TimeChanged or PagesChangedFrom. Several threads
+/// may search at once while nobody changes keys: all of them then write the same times.
 class GLISSA_API KeyList
 {
 public:
@@ -95,7 +95,7 @@ public:
         }
     }
     /// The last page whose first key's time is at or below pTime, the first page if there is none.
-    /// Keys changed through their pointers may make the answer wrong: check it against the keys.
+    /// Keys changed through their pointers may make the result wrong: check it against the keys.
     unsigned PageBelow(KTime pTime)
     {
         const int pages = (mCount - 1) / kKeysPerPage + 1;

@@ -38,7 +38,7 @@ inline std::int16_t ToStoredNumber(float pReal)
     return static_cast<std::int16_t>(isNext ? next : truncated);
 }
 
-/// NaN takes the least weight.
+/// NaN becomes the least weight.
 inline float ClampedWeight(float pWeight)
 {
     return !(pWeight > kGlissaMinWeight) ? kGlissaMinWeight
@@ -58,7 +58,7 @@ inline std::int16_t ToTruncatedWeight(float pWeight)
     return static_cast<std::int16_t>(ClampedWeight(pWeight) * kStoredScale);
 }
 
-/// Values beyond the 16-bit range stop at its ends. NaN gives 0.
+/// Values beyond the 16-bit range become its ends, NaN becomes 0.
 inline std::int16_t ToStoredVelocity(float pVelocity)
 {
     const float number = pVelocity * kStoredScale;

@@ -4,9 +4,9 @@
 // Whole curves and spans: a copy, another curve's keys put in between, a span replaced by those of
 // another curve.
 //
-// Keys come over with their attribute blocks shared. The left side of a key is stored in the key
-// before it, so wherever a key comes to stand between two others, the left side of the one behind
-// it moves house.
+// Keys are added with their attribute blocks shared. The left side of a key is stored in the key
+// before it, so where a key is added between two others, the left side of the next one is copied
+// into its record.
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/attribute_count.h"
@@ -36,7 +36,7 @@ bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRigh
            pLeft.mIsVelocity == pRight.mIsVelocity && pLeft.mVelocity == pRight.mVelocity;
 }
 
-// Where a key of a curve comes to be when the first one is put at pOffset.
+// The time of a key when the first one of its curve is moved to pOffset.
 KTime ShiftedTime(const Glissa& pCurve, int pIndex, KTime pOffset)
 {
     CORVEKIT_ASSERT(pOffset != kNoKeyTime);
@@ -53,7 +53,7 @@ bool HasStop(const KTimeSpan& pSpan)
     return pSpan.GetStop() < KTime::Infinite();
 }
 
-// A custom key is the host's to fit in, where it is told of new keys.
+// The host sets the sides of a custom key, where the callback for new keys is enabled.
 bool IsLeftToHost(const Glissa& pCurve, int pIndex)
 {
     return pCurve.GetCallbackForCustomKeyAddEnabled() && IsCustom(pCurve, pIndex);
@@ -70,7 +70,7 @@ struct StoredSide
     GlissaTangeantInfo info;
 };
 
-// What the key stores whose segment a time cuts, or which stands there.
+// The next left side that a key stores, before a key is added behind it.
 StoredSide SideBehind(Glissa& pCurve, int pIndex)
 {
     StoredSide side;
@@ -110,7 +110,7 @@ void InsertBetween(Glissa& pCurve, Glissa* pSource, KTime pOffset,
         const KTime time = ShiftedTime(*pSource, i, pOffset);
         const int before = Floor(pCurve.KeyFind(time, &hint));
         if (i == 0 || before != index) {
-            side = SideBehind(pCurve, before);  // else the key put in before cut the same segment
+            side = SideBehind(pCurve, before);  // else the key before was added to the same segment
         }
         index = pCurve.KeyAdd(time, pSource, i, &hint);
         if (IsLeftToHost(pCurve, index)) {
@@ -213,7 +213,7 @@ void Glissa::CopyFrom(const Glissa& pSource, bool pWithKeys)
         mPostExtrapolationCount = pSource.mPostExtrapolationCount;
         CallbackAddEvent(kGlissaEventOther | eEventEditCopied, 0);
     }
-    // The end of the bracket would end the candidate that came along.
+    // The end of the bracket would end the copied candidate.
     mCandidateTime = pSource.mCandidateTime;
     mCandidateValue = pSource.mCandidateValue;
 }
@@ -296,7 +296,7 @@ void Glissa::ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpa
                       last >= 0 ? pSource->KeyGetTime(last) : pSpan.GetStop()};
         }
     }
-    // The keys that come over.
+    // The keys that are added.
     int sourceHint = 0;
     const int firstAdded = isEmpty ? 0 : Ceil(pSource->KeyFind(wanted.GetStart(), &sourceHint));
     int lastAdded = firstAdded - 1;
@@ -352,8 +352,8 @@ void Glissa::ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpa
     ShiftKeys(rest, KeyGetCount() - 1, pAfterStop);
 }
 
-// Shifts the values of some keys. Inverted, their slopes turn round as well; the left one of the
-// first key stands in the key before.
+// Shifts the values of some keys. Inverted, their slopes change sign as well; the left one of the
+// first key is stored in the key before.
 void Glissa::ShiftKeys(int pFirst, int pLast, const ValueShift& pShift)
 {
     CORVEKIT_ASSERT(pFirst >= 0 && pLast < KeyGetCount());
@@ -384,8 +384,8 @@ void Glissa::HoldSpan(const KTimeSpan& pTarget, const KTimeSpan& pSpan, float pV
         return CandidateKey(&pHint, static_cast<int>(eInterpolationCubic),
                             static_cast<int>(eTangentUser), pContinuity, true);
     };
-    // A key that is there already keeps the curve, and what a user tangent cannot continue goes on
-    // in a key of its own kind.
+    // A key that is there already keeps the curve. A segment that a user tangent cannot continue
+    // gets a key of its own kind.
     struct Outside
     {
         KTime time;
@@ -409,7 +409,7 @@ void Glissa::HoldSpan(const KTimeSpan& pTarget, const KTimeSpan& pSpan, float pV
             outside.push_back({pTime, {KeyGetLeftDerivative(index), KeyGetRightDerivative(index)}});
         }
     };
-    // While the keys inside are there: without them the curve outside would be another.
+    // Before the keys inside are removed: without them the curve outside is another.
     if (HasStart(pSpan)) {
         keyOutside(pTarget.GetStart() - kTick);
     }
@@ -436,7 +436,7 @@ void Glissa::HoldSpan(const KTimeSpan& pTarget, const KTimeSpan& pSpan, float pV
     };
     holdAt(pTarget.GetStart(), HasStart(pSpan));
     holdAt(pTarget.GetStop(), HasStop(pSpan));
-    // The jump beside a key outside would turn an automatic tangent.
+    // The jump next to a key outside would change the slope of an automatic tangent.
     for (const Outside& each : outside) {
         if (each.time < pTarget.GetStart() || each.time > pTarget.GetStop()) {
             HoldSlopesByUserTangent(*this, Floor(KeyFind(each.time, nullptr)), each.slopes);

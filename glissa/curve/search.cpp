@@ -11,11 +11,11 @@
 namespace
 {
 // A time this far, in key index steps, from a key counts as on it: a search from the time of a key
-// goes on to the next one.
+// continues to the next one.
 constexpr double kOnKey = 1e-6;
 // 2^-18 of a step, 4e-6, is clearly more than that.
 constexpr int kClearOfKey = 18;
-// Up to this many keys a bisection is shorter than the way past the hint.
+// Up to this many keys a bisection is faster than a search from the hint.
 constexpr int kFewKeys = 16;
 
 // The keys around a time between the first and the last, where one page holds them all. The hint is
@@ -76,13 +76,13 @@ KTime Glissa::KeyTimeAfter(KTime pTime)
         return mKeys.FirstTime();
     }
     SegmentPlace place;
-    const bool is_one_page = count <= static_cast<int>(KeyList::kKeysPerPage);
-    const bool is_found = WithOwnHint([&](int& pOwn) {
+    const bool isOnePage = count <= static_cast<int>(KeyList::kKeysPerPage);
+    const bool isFound = WithOwnHint([&](int& pOwn) {
         return (count > kFewKeys && FindBeside(mKeys, pTime, pOwn, place)) ||
-               (is_one_page ? FindInOnePage(mKeys, pTime, pOwn, place)
-                            : FindInPages(mKeys, pTime, pOwn, place));
+               (isOnePage ? FindInOnePage(mKeys, pTime, pOwn, place)
+                          : FindInPages(mKeys, pTime, pOwn, place));
     });
-    if (is_found) {
+    if (isFound) {
         const KTime next = place.to->mTime;
         const std::uint64_t gap = TicksBetween(place.from->mTime, next);
         if (TicksBetween(pTime, next) > gap >> kClearOfKey) {

@@ -16,13 +16,13 @@ struct SegmentPlace
     unsigned slot;  // of from in its page
     const KPriFCurveKey* from;
     const KPriFCurveKey* to;
-    double fraction;  // of the way in time, 0 on from and 1 on to
+    double fraction;  // of the segment in time, 0 at from and 1 at to
 
     /// The fractional key index: a sum that rounds, far up in long curves to a whole number.
     double KeyIndex() const { return index + fraction; }
 };
 
-/// The way from one time to another as a fraction: exact differences, one rounding. The times are
+/// The fraction of a span of time that has passed: exact differences, one rounding. The times are
 /// in order, the last two differ.
 inline double TimeFraction(KTime pFrom, KTime pTime, KTime pTo)
 {
@@ -57,8 +57,8 @@ inline SegmentPlace PlaceInSegment(const KeyList& pKeys, int pIndex, unsigned pS
 /// the key that a walk would stop at: the key behind the time after a step upward, the one before
 /// it after a step downward, the key itself on a key. Else false, and the hint stays.
 ///
-/// A hint at the rim of its page is left to FindInPages. Both neighbours are looked at before the
-/// direction: random times fail here with one foreseeable branch.
+/// A hint at the first or last slot of its page is left to FindInPages. Both neighbours are looked
+/// at before the direction: random times fail here with one foreseeable branch.
 inline bool FindBeside(const KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& pPlace)
 {
     if (pHint <= 0 || pHint >= pKeys.Count() - 1) {
@@ -121,14 +121,14 @@ inline void PrefetchPage(const KPriFCurveKey* pPage)
     }
 }
 
-/// Beyond this a list is not likely to stand in the nearest cache.
+/// A longer list is not likely to be in the nearest cache.
 constexpr unsigned kManyPages = 64;
 
 /// Finds a time anywhere between the first and the last of two keys at least: in the page of the
 /// hint, or in the page that the first times of the pages name. Moves the hint as FindBeside does.
 ///
-/// False, with the hint untouched, where the keys beside the place found do not hold the time: it
-/// lies outside all keys, or times were written through a key's pointer, which nobody announces.
+/// False, with the hint untouched, where the time is not between the two keys found: it is
+/// outside all keys, or times were written through a key's pointer, which is not reported.
 inline bool FindInPages(KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& pPlace)
 {
     CORVEKIT_ASSERT(pKeys.Count() >= 2);
@@ -165,7 +165,7 @@ inline bool FindInPages(KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& p
     if (pTime < before || behind < pTime || behind == before) [[unlikely]] {
         return false;
     }
-    // Without a branch: which way the hint lay cannot be foreseen.
+    // Without a branch: the side of the hint cannot be predicted.
     const int isBehindFrom = isUpward & static_cast<int>(before < pTime);
     const int place = static_cast<int>(index);
     pHint = place + (isBehindFrom | static_cast<int>(pTime == behind));
@@ -173,6 +173,6 @@ inline bool FindInPages(KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& p
     return true;
 }
 
-/// The answer for keys out of order: where a walk from the hint stops, held inside the keys. The
+/// The result for keys out of order: where a walk from the hint stops, clamped to the keys. The
 /// first times of the pages are read anew by the next search.
 SegmentPlace FindByWalk(KeyList& pKeys, KTime pTime, int& pHint);

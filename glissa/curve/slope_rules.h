@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 // Not for hosts: the slopes of a key, from the key and its two neighbours.
 //
-// Where a side stands: the right side of a key in its own slot 0, its left side in slot 1 of the
-// key before. So a left slope is decided by two keys, P before and K itself.
+// The right side of a key is stored in its own slot 0, its left side in slot 1 of the key before.
+// So two keys decide a left slope, P before and K itself.
 #pragma once
 
 #include "glissa/curve/key.h"
@@ -29,17 +29,17 @@ inline double Secant(const KPriFCurveKey& pFrom, const KPriFCurveKey& pTo)
     return (pTo.mValue - pFrom.mValue) / SecondsBetween(pFrom, pTo);
 }
 
-/// Secant slope in float throughout: what automatic tangents rest on.
+/// Secant slope in float throughout: for automatic tangents.
 inline float FloatSecant(const KPriFCurveKey& pFrom, const KPriFCurveKey& pTo)
 {
     return (pTo.mValue - pFrom.mValue) / static_cast<float>(SecondsBetween(pFrom, pTo));
 }
 
-/// H of an auto parameter: -100 gives y, 100 gives x, 0 the mean.
+/// The slope of an automatic parameter: y for -100, x for 100, the mean for 0.
 inline double AutoBlend(double pAuto, double pX, double pY)
 {
     if (pAuto == 0.0) {
-        return (pY + pX) * 0.5;  // what the line below gives, without its divisions
+        return (pY + pX) * 0.5;  // the line below, without its divisions
     }
     return ((100.0 - pAuto) / 100.0 * pY + (pAuto + 100.0) / 100.0 * pX) * 0.5;
 }
@@ -54,7 +54,7 @@ enum class KeySide
 /// The slope of one side of a key from its auto parameter and the secants to its neighbours.
 double SlopeFromAuto(KeySide pSide, double pAuto, double pToLeft, double pToRight);
 
-/// Secants to the neighbours; at an end the one that exists stands for both. A lone key leaves
+/// Secants to the neighbours; at an end both are the one that exists. A lone key leaves
 /// pToRight as it is and copies it to pToLeft.
 void SecantsOfKey(const KeyWindow& pKey, double& pToLeft, double& pToRight);
 

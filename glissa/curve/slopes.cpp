@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Slopes and weights at a key, by index; the rules themselves stand in slope_rules.cpp.
+// Slopes and weights at a key, by index; slope_rules.cpp has the rules.
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/key_window.h"

@@ -30,7 +30,7 @@ int Glissa::KeyAppendFast(KTime pTime, float pValue)
 {
     const int index = mKeys.Count();
     if (!mKeys.HasRoomFor(index) || IsInvalidKeyCheckActive() || pTime == kNoKeyTime) [[unlikely]] {
-        return AppendWithCare(pTime, pValue);
+        return AppendWithChecks(pTime, pValue);
     }
     // Field by field: an aggregate would be put together in memory and read back in other widths,
     // which stalls every key.
@@ -45,7 +45,7 @@ int Glissa::KeyAppendFast(KTime pTime, float pValue)
 }
 
 // The same where a page is due, a listener checks values, or the time is none for a key.
-int Glissa::AppendWithCare(KTime pTime, float pValue)
+int Glissa::AppendWithChecks(KTime pTime, float pValue)
 {
     if (pTime == kNoKeyTime) {
         return -1;

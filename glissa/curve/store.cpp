@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // A curve as fields of a document, written and read in the same order: default value, key run,
-// extrapolation, colour. A key of the run takes the values that its kind needs; letters say which.
+// extrapolation, colour. A key of the run has the values that its kind needs; letters name the
+// kind.
 
 #include "glissa/curve/store.h"
 
@@ -85,7 +86,7 @@ void WriteSlots(KTdf& pTdf, const GlissaKeyAttributes& pKey)
     pTdf.FieldWriteF(pKey.mData[1]);
 }
 
-// Both sides are left to the neighbours.
+// Both sides follow the neighbours.
 bool IsPlainAuto(const GlissaKeyAttributes& pKey)
 {
     return IsCubicAuto(pKey) && pKey.mData[0] == 0.0f && pKey.mData[1] == 0.0f;
@@ -147,7 +148,7 @@ void WriteAutoAsSlopes(KTdf& pTdf, Glissa& pCurve, int pIndex)
     WriteWeights(pTdf, key);
 }
 
-// What stands behind the value of a key that takes letters only; empty for any other.
+// The letters behind the value of a key that has no further numbers; empty for any other key.
 class KeyLetters
 {
 public:

@@ -5,25 +5,24 @@
 
 class Glissa;
 
-/// What "KeyVer" says of the key run behind it. A change of the run takes a new number at the end;
-/// a reader takes a number above the latest one for the latest.
+/// "KeyVer", the version of the key run that follows. A change of the run takes a new number at the
+/// end; a reader treats a number above the latest one as the latest.
 enum EKeyVersion : int
 {
-    // Below 4000: a key says its right side, and the left side of the key behind it only where it
-    // was broken. A repair of the whole curve finds the rest. Without the field the version is 0.
+    // Below 4000: a key stores its right side, and the left side of the next key only where that is
+    // broken. RepairOldestKeys computes the rest. Without the field the version is 0.
 
-    eKeyVersionBothSides = 4000,     ///< keys say both sides; "a" the left auto parameter behind it
+    eKeyVersionBothSides = 4000,     ///< keys store both sides; "a" the next left auto parameter
     eKeyVersionPlainAuto = 4001,     ///< "a" has no number any more
     eKeyVersionWeights = 4002,       ///< a weight group behind "s", "b" and "d"
     eKeyVersionSame = 4003,          ///< as 4002
-    eKeyVersionConstantMode = 4004,  ///< a letter behind "C"; lines no longer turn what is before
+    eKeyVersionConstantMode = 4004,  ///< a letter behind "C"; a line leaves the key before as it is
     eKeyVersionClamp = 4005,         ///< a clamp letter behind "a", "d", "p" and "q": "n" or "c"
-    eKeyVersionTimeIndependent = 4006,  ///< the clamp letters "i" and "b"; "a" leaves weights alone
+    eKeyVersionTimeIndependent = 4006,  ///< the clamp letters "i" and "b"; "a" keeps weights
     eKeyVersionProgressive = 4007,      ///< the clamp letter "g"; a weight group behind "a"
 
     eKeyVersionLatest = eKeyVersionProgressive
 };
 
-/// Gives keys that were read from a version below 4000 what that version left to the drawing of the
-/// curve. The curve has at least one key.
+/// Computes the sides that a version below 4000 did not store. The curve has at least one key.
 void RepairOldestKeys(Glissa& pCurve);

@@ -1,10 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// From the values of a key run to keys. Time and value make the key; the interpolation letter says
-// what follows, in the forms of all versions; then the key takes a shared block. Nothing that
-// stands in a run may do harm: each key takes one value at least, and a key that makes no sense
-// goes.
+// From the values of a key run to keys. A key begins with time and value; the interpolation letter
+// decides what follows, in the forms of all versions; then the key gets a shared block. The values
+// are not trusted: each key consumes one value at least, and a key that is not valid is removed.
 
 #include "glissa/curve/attribute_count.h"
 #include "glissa/curve/key_kind.h"
@@ -58,7 +57,7 @@ void Glissa::StoreReader::ReadKeys(int pCount)
 }
 
 // The keys that follow with nothing but the very letters of the key just read: of these, and only
-// of these, versions from 4007 on say nothing of the key before, so the shape is the same again.
+// of these, versions from 4007 on store nothing of the key before, so the shape is the same again.
 int Glissa::StoreReader::ReadAlike(int pMost)
 {
     std::array<KTdfSample, KeyList::kKeysPerPage> samples;
@@ -78,8 +77,8 @@ void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
     CORVEKIT_ASSERT(mKey);
     KeyList& keys = mCurve.mKeys;
     while (!pSamples.empty()) {
-        // Good keys one behind the other share the block of the first, as long as nobody listens to
-        // values and changes the curve.
+        // Consecutive good keys share the block of the first, unless a listener for values may
+        // change the curve.
         KPriFCurveKeyAttr* const block =
             keys.Count() > 0 ? keys[keys.Count() - 1].mAttribute : nullptr;
         std::size_t good = 0;
@@ -111,7 +110,7 @@ void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
 }
 
 // Whether another key begins. In checked reading, and behind a key that was not read to its end,
-// whatever stands before the next time is passed over.
+// values before the next time are skipped.
 bool Glissa::StoreReader::FindTime()
 {
     if (mChecked || mIsLost) {
@@ -142,7 +141,7 @@ void Glissa::StoreReader::ReadKey()
 
 void Glissa::StoreReader::BeginKey(KTime pTime, float pValue)
 {
-    // Before the key is counted: a listener may look at this very curve, or empty it.
+    // Before the key is counted: a listener may read this curve, or clear it.
     const float value = CheckedKeyValue(pValue);
 
     mIndex = mCurve.KeyGetCount();
@@ -159,7 +158,7 @@ void Glissa::StoreReader::BeginKey(KTime pTime, float pValue)
     mPrevious = mIndex > 0 ? &mCurve.mKeys[mIndex - 1] : nullptr;
 }
 
-// pGood  whether the key's values make sense; whether it keeps the order is seen here.
+// pGood  whether the key's values are valid. Its order is tested here.
 void Glissa::StoreReader::EndKey(bool pGood)
 {
     if (mPreviousForm == 'B') {
@@ -278,7 +277,7 @@ bool Glissa::StoreReader::ReadTangent()
         if (!Numbers() || !ReadWeights() || !ReadClamp()) {
             return false;
         }
-        // Sides that do not follow each other are broken, whatever the letter says.
+        // Sides that do not follow each other are broken, whatever the letter.
         if (letter == 'p' && mPrevious &&
             std::fabs(mCurve.KeyGetLeftAuto(mIndex, false) +
                       mCurve.KeyGetRightAuto(mIndex, false)) > kSidesAgree) {
@@ -298,7 +297,7 @@ bool Glissa::StoreReader::ReadTcb()
     return Numbers() && Number(mLocal.mData[eDataTCBBias]);
 }
 
-// A letter says how the two sides go together; the numbers are the left side, which stands in the
+// A letter tells broken tangents from others; the numbers are the left side, which is stored in the
 // key before, and the right one.
 bool Glissa::StoreReader::ReadOldestTangent()
 {
@@ -325,8 +324,8 @@ bool Glissa::StoreReader::ReadOldestTangent()
     return letter != 'b' || Number(mLocal.mData[0]);
 }
 
-// The segment before was a Bezier one and told its handles; a slope is three times the way to the
-// handle over the time of the segment. What an automatic tangent holds are no handles.
+// The segment before was stored as Bezier handles. A slope is three times the distance to the
+// handle over the time of the segment. The slots of an automatic tangent are not handles.
 void Glissa::StoreReader::TurnHandlesIntoSlopes()
 {
     CORVEKIT_ASSERT(mKey);
@@ -472,7 +471,7 @@ void Glissa::StoreReader::SetPreviousSlot(int pSlot, float pValue)
     mPrevious->mAttribute->mData[pSlot] = pValue;
 }
 
-// The bias of a TCB key stands where others have their weights.
+// The weights of other keys are the bias of a TCB key.
 void Glissa::StoreReader::DropPreviousLeftWeight()
 {
     if (!mPrevious || IsPreviousTcb()) {
@@ -489,9 +488,9 @@ void Glissa::StoreReader::DropPreviousLeftWeight()
     mPrevious->mAttribute->SetTangeantWeightMode(eWeightNone, eWeightNextLeft);
 }
 
-// KeyRemove moves all keys behind the one that goes, which many bad keys would make quadratic. Here
-// the good keys gather at the end, from the last one on; the key being looked at stands before them
-// while its left side is handed over, as it would in the curve that is left.
+// KeyRemove moves all keys behind the removed one, which takes quadratic time for many bad keys.
+// Here the good keys are collected at the end, from the last one on. The key under test is placed
+// before them while its left side is moved, as it would be in the curve that is left.
 void Glissa::StoreReader::RemoveBadKeys()
 {
     KeyList& keys = mCurve.mKeys;
@@ -502,7 +501,7 @@ void Glissa::StoreReader::RemoveBadKeys()
     if (static_cast<int>(mBadKeys.size()) == count) {
         mCurve.SetValue(keys[0].mValue);
     }
-    int first = count;  // the good keys stand from here on
+    int first = count;  // the good keys are from here on
     bool handsOver = false;
     GlissaTangeantInfo side;
     for (int i = count - 1; i >= 0; --i) {
@@ -523,7 +522,7 @@ void Glissa::StoreReader::RemoveBadKeys()
         if (first < count) {
             handsOver = true;
             side = mCurve.KeyGetLeftDerivativeInfo(first);
-            // A key without a shape says nothing of the next one, whose own two sides are one.
+            // A key without a shape stores no left side for the next one, whose two sides are one.
             if (key.mAttribute->GetInterpolation() == 0 && IsCubicUser(mCurve, first) &&
                 !mCurve.KeyGetBreak(first)) {
                 side.mDerivative = keys[first].mAttribute->mData[0];

@@ -16,9 +16,9 @@
 /// Reads the open field "Key" into a curve without keys, in any version of the run.
 ///
 /// A key is counted as soon as its time and value are known, and points to a local block until the
-/// rest is read, so that operations of the curve work on what is there already. What a key says of
-/// the key before goes into that one's block, which is separated first. Keys that turn out bad stay
-/// until all are read: later ones may lean on them.
+/// rest is read, so that operations of the curve work on what is there already. What a key stores
+/// of the key before is written to that one's block, which is separated first. Bad keys stay until
+/// all are read, since later ones may depend on them.
 class Glissa::StoreReader
 {
 public:
@@ -36,13 +36,13 @@ public:
     /// curve.
     ~StoreReader();
 
-    /// pCount  what the document says; believed as far as the field has values.
+    /// pCount  the count in the document; not more keys are read than the field has values for.
     void ReadKeys(int pCount);
     /// As KeyRemove from the last bad key to the first, in one pass.
     void RemoveBadKeys();
 
 private:
-    // What stands where a letter should, when that is no letter.
+    // What was read in place of a letter.
     static constexpr int kEnded = -1;      // a time, or the end of the run: the key ends early
     static constexpr int kWrongType = -2;  // anything else
 

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Keys of the versions before 4000 say less than a curve needs: the left side of a key was found
-// from its neighbours when the curve was drawn. Three passes write down what was found then.
+// Keys of the versions before 4000 store less than a curve needs: the left side of a key was
+// computed from its neighbours when the curve was drawn. Three passes store what was computed then.
 
 #include "glissa/curve/key_kind.h"
 #include "glissa/curve/slope_rules.h"
@@ -43,7 +43,7 @@ void MakeUser(Glissa& pCurve, int pIndex, unsigned pKind, float pRight, float pN
     key.mData[eDataNextLeftSlope] = pNextLeft;
 }
 
-// A key whose left side was the business of the key before it.
+// A key whose left side the key before it decided.
 void FollowKeyBefore(Glissa& pCurve, int pIndex)
 {
     CORVEKIT_ASSERT(pIndex > 0 && pIndex < pCurve.KeyGetCount());

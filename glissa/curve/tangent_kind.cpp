@@ -114,8 +114,8 @@ void Glissa::KeyUnselectAll()
     ChangeFlagsOfAll(GlissaKeyAttributes::kSelectionMask, 0);
 }
 
-// What is done here never shows in another curve, so shared blocks are left to the others; keys of
-// this curve that shared one go on sharing its copy.
+// A change here must not be seen in another curve, so shared blocks are copied; keys of this curve
+// that shared a block share its copy.
 void Glissa::ChangeFlagsOfAll(unsigned pMask, unsigned pBits)
 {
     const KeyModifyBracket bracket(*this);

@@ -29,7 +29,7 @@ bool IsSlopeOfEqualSecants(double pSlope, double pToLeft, double pToRight)
 }
 
 // How far a parameter lies beyond 500, or below -500, for a slope that lies beyond the one there. A
-// step u past the rim leads sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
+// step u beyond 500 leads sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
 // point the same way, so in this form of the root nothing cancels, however steep the secants.
 double OuterAuto(double pSlope, double pRim, double pX, double pY)
 {

@@ -3,10 +3,10 @@
 
 // Slopes, auto parameters, handles, weights and velocities of one side of a key, and whole sides.
 //
-// The right side of key i stands in its own slots, its left side in those of the key before: called
-// P below, with K for key i itself. A slot holds what the kind of its side asks for, a slope for a
-// user side and an auto parameter for an automatic one; a cubic K decides, and a K of another kind
-// leaves it to P.
+// The right side of key i is stored in its own slots, its left side in those of the key before:
+// called P below, with K for key i itself. A slot holds what the kind of its side asks for, a slope
+// for a user side and an auto parameter for an automatic one; a cubic K decides, and a K of another
+// kind leaves it to P.
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/key_kind.h"
@@ -81,8 +81,7 @@ struct Side
         return IsLeft() ? left : right;
     }
 
-    // A handle is a third of the way to the neighbour, in time: a right one leads on from the key,
-    // a left one back.
+    // A handle is a third of the segment away from the key, in time.
 
     double SecondsToNeighbour() const
     {

@@ -32,7 +32,7 @@ struct Piece
     WeightedSegment part;
 };
 
-// How far the piece strays from the whole, by samples along it.
+// The greatest difference of the piece from the whole, by samples along it.
 double Misfit(const Piece& pPiece)
 {
     CORVEKIT_ASSERT(pPiece.span > 0.0);
@@ -52,9 +52,9 @@ double Misfit(const Piece& pPiece)
     return worst;
 }
 
-// Takes a weight beyond the limit back to it. The time axis of the piece then runs differently, and
-// the weight of the other side makes the best of it: found by steps to both sides, each a half of
-// the one before, down to the step of a stored weight.
+// Replaces a weight beyond the limit by the limit. That changes the time axis of the piece. The
+// weight of the other side that then fits best is searched in steps to both sides, each half as
+// long as the one before, down to the step of a stored weight.
 void LimitWeights(Piece pPiece, float& pRight, float& pLeft)
 {
     if (pRight <= kGlissaMaxWeight && pLeft <= kGlissaMaxWeight) {
@@ -85,9 +85,9 @@ void LimitWeights(Piece pPiece, float& pRight, float& pLeft)
 }
 }  // namespace
 
-// De Casteljau on the time axis 0, wr, 1 - wl, 1 where it reaches the time pT. Lengths are taken by
-// the time that the solver met, so that the pieces fit each other. Weights are stored by
-// truncation: half a step goes on top.
+// De Casteljau on the time axis 0, wr, 1 - wl, 1 where it reaches the time pT. Lengths are measured
+// at the time that the solver found, so that the pieces fit each other. Stored weights are
+// truncated: half a step is added.
 SplitWeights SplitWeightedSegment(const WeightedSegment& pSegment, double pT, float pValue,
                                   float pSlope)
 {

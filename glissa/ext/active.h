@@ -3,8 +3,8 @@
 // Not for hosts: inside glissa only, not installed.
 #pragma once
 
-/// What evaluation and every key write ask of the extension managers, as plain data: the managers
-/// keep it true, and asking costs one load, with no call and no guard of a singleton.
+/// What evaluation and every key write need to know of the extension managers, as plain data that
+/// the managers update: reading it costs one load, no call and no guard of a singleton.
 struct ExtActivity
 {
     int mCustomTangentTypeCount = 0;
@@ -13,8 +13,8 @@ struct ExtActivity
     bool mKeyChangeListened = false;
 };
 
-// Hidden where it is declared too, so that the load does not go through the table of symbols that
-// another library could replace.
+// Hidden at the declaration too: otherwise the load would use the table of symbols that another
+// library can replace.
 [[gnu::visibility("hidden")]] extern ExtActivity gExtActivity;
 
 /// How many custom tangent types are registered.
@@ -23,29 +23,29 @@ inline int CustomTangentTypeCount()
     return gExtActivity.mCustomTangentTypeCount;
 }
 
-/// Whether anybody listens at the custom tangent manager for keys that are added.
+/// Whether the custom tangent manager has a listener for added keys.
 inline bool IsKeyAddListened()
 {
     return gExtActivity.mKeyAddListened;
 }
 
-/// Whether anybody listens at the custom tangent manager for keys that change.
+/// Whether the custom tangent manager has a listener for changed keys.
 inline bool IsKeyChangeListened()
 {
     return gExtActivity.mKeyChangeListened;
 }
 
-/// Whether anybody listens for invalid key values.
+/// Whether there is a listener for invalid key values.
 inline bool IsInvalidKeyCheckActive()
 {
     return gExtActivity.mInvalidKeyCheck;
 }
 
-/// The part of CheckedKeyValue that runs when somebody listens.
+/// CheckedKeyValue where there is a listener.
 [[gnu::cold]] float ReportedKeyValue(float pValue);
 
-/// The value that is stored when a key's value is written. Where somebody listens, a value that is
-/// infinite or not a number is reported and 0 is stored; where nobody does, any value is.
+/// The value that is stored when a key's value is written. With a listener, a value that is
+/// infinite or not a number is reported and 0 is stored; without one any value is stored.
 inline float CheckedKeyValue(float pValue)
 {
     return IsInvalidKeyCheckActive() ? ReportedKeyValue(pValue) : pValue;

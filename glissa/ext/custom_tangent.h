@@ -8,8 +8,8 @@
 
 #include <cstdint>
 
-/// One interpolation that a host adds: two names and a slot. What it computes is the host's own
-/// affair, see GlissaCustomTangentManager, which makes and owns the types.
+/// One interpolation that a host adds: two names and a slot. The host computes it. See
+/// GlissaCustomTangentManager, which makes and owns the types.
 class GLISSA_API GlissaCustomTangent : public KClassFrame<GlissaCustomTangent, KObject>
 {
 public:
@@ -17,12 +17,12 @@ public:
 
     /// pName         the name for display, by which the type is also removed.
     /// pStoredName   the name under which files know keys of this type.
-    /// Both are copied; null gives an empty text.
+    /// Both are copied; null becomes an empty text.
     GlissaCustomTangent(const char* pName, const char* pStoredName);
 
     const char* GetTangentName() const { return mName.c_str(); }
     const char* GetTangentTDFName() const { return mStoredName.c_str(); }
-    /// Slot number; -1 until the manager gives one.
+    /// Slot number; -1 until the manager sets one.
     int GetTangentIndex() const { return mIndex; }
     void SetTangentIndex(int pIndex) { mIndex = pIndex; }
     /// 64-bit FNV-1a over the bytes of the stored name (KHash64).

@@ -15,7 +15,7 @@ class Glissa;
 class GLISSA_API GlissaEvaluationEvent : public KEventBase
 {
 public:
-    /// What a handed out event starts with: no curve, result 0, the reserved words. Key index and
+    /// The state of a new event: no curve, result 0, the reserved words. Key index and
     /// time keep what they held.
     void Reset()
     {

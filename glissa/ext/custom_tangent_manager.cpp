@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Two numbers belong to a type: its position in the list, which look-ups and key bits speak of, and
+// Two numbers belong to a type: its position in the list, which look-ups and key bits use, and
 // its tangent index, which it keeps when types before it go. They differ while there is a hole.
 
 #include "glissa/ext/custom_tangent_manager.h"
@@ -88,7 +88,7 @@ bool GlissaCustomTangentManager::RemoveCustomTangent(const char* pName)
     if (!pName) {
         return false;
     }
-    // A copy: the name may be the type's own, which goes with it.
+    // A copy: the name may belong to the type that is deleted.
     const KString name(pName);
     const int count = mTangents.GetCount();
     for (int i = count - 1; i >= 0; --i) {

@@ -21,10 +21,10 @@ enum eCustomTangentEventId : int
     eCustomTangentAddCustomKey = 0xFF34F,  ///< GlissaCustomKeyAddEvent: a custom key was added
 };
 
-/// Where hosts add interpolations of their own and curves ask for them.
+/// Registers interpolations of the host and calls them for curves.
 ///
-/// A host registers a type by its two names and listens to the events above; the library knows
-/// nothing of what the type computes. A key names its type by one of three bits, which stand for
+/// A host registers a type by its two names and listens to the events above; the library does
+/// not know what the type computes. A key names its type by one of three bits, which mean
 /// the first three positions of the list of types; a fourth type can be registered and looked up,
 /// but no key can name it. One instance, from first use to the end of the process. Takes no lock:
 /// custom keys are evaluated and edited on one thread at a time.
@@ -49,7 +49,7 @@ public:
 
     // Types
 
-    /// Adds a type in the first free slot and gives its tangent index. -1, and nothing changes,
+    /// Adds a type in the first free slot and returns its tangent index. -1, and nothing changes,
     /// for a null name, when a type has the same name or the same stored name, case ignored, and
     /// when there are four already.
     int AddNewCustomTangent(const char* pName, const char* pStoredName);
@@ -69,9 +69,9 @@ public:
     /// for a name that is not there.
     int GetCustomTangentFCurveEnumBasedOnTDFName(const char* pStoredName) const;
 
-    // Events. What Acquire gives is cleared of its last curve and result and stays the caller's
-    // until Release; nested use gives another object. Nothing is allocated while one is free. An
-    // event that is not the manager's is not released.
+    // Events. An object from Acquire has no curve and result and belongs to the caller until
+    // Release; nested use returns another object. Nothing is allocated while one is free. An event
+    // that is not the manager's is not released.
 
     GlissaEvaluationEvent* AcquireCustomTangentEvaluationEventObject();
     void ReleaseCustomTangentEvaluationEventObject(GlissaEvaluationEvent* pEvent);

@@ -34,7 +34,7 @@ GlissaInvalidKeyManager::~GlissaInvalidKeyManager()
 
 void GlissaInvalidKeyManager::Destruct()
 {
-    // Curves that outlive the manager at process exit do not look for listeners any more.
+    // Curves that outlive the manager at process exit do not call listeners any more.
     gExtActivity.mInvalidKeyCheck = false;
     KObject::Destruct();
 }

@@ -8,8 +8,7 @@
 
 #include <cstdint>
 
-/// An invalid key value was met. Says nothing of the key or the curve. Valid during the call that
-/// carries it only.
+/// An invalid key value was written. Names neither key nor curve. Valid during the call only.
 class GLISSA_API GlissaInvalidKeyEvent : public KEventBase
 {
 public:

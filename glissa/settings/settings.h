@@ -13,9 +13,9 @@ enum eGlissaLockMode : int
     eLockModeProperty = 3,  ///< the layer's lock, then the flags of the property
 };
 
-// Process-wide options: plain values, each with a getter and a setter. A setter stores what it is
-// given, without a range test; a getter is a load. Nothing is saved, nothing is notified, nothing
-// locks: set them while no filter or evaluation runs.
+// Process-wide options: plain values, each with a getter and a setter. A setter stores its argument
+// without a range test. Nothing is saved or notified, and there is no lock: set them while no
+// filter or evaluation runs.
 
 // Plotting
 
