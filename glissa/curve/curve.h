@@ -593,8 +593,7 @@ private:
     }
     const KPriFCurveKeyAttr& Attr(int pIndex) const { return *KeyAt(pIndex).mAttribute; }
 
-    // Writing: a key's value, its attributes, a record
-    void StoreValue(int pIndex, float pValue);
+    // Writing: a record, attributes
     void WriteRecord(int pIndex, KTime pTime, float pValue);
     bool WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes);
     void WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, int pEvent);
@@ -611,7 +610,7 @@ private:
     double FindPlaceToAdd(KTime pTime, int* pHint);
     int OpenRecord(double pPlace, KTime pTime, float pValue);
     int PostAdded(int pIndex, int* pHint);
-    int AppendWithChecks(KTime pTime, float pValue);
+    [[gnu::noinline]] int AppendWithChecks(KTime pTime, float pValue);
     bool GrowTo(int pIndex);
     void RemoveRange(int pFirst, int pLast);
 

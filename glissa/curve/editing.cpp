@@ -155,17 +155,12 @@ bool Glissa::KeepsOrder(int pIndex, KTime pTime) const
            !(pIndex < count - 1 && pTime >= mKeys[pIndex + 1].mTime);
 }
 
-void Glissa::StoreValue(int pIndex, float pValue)
-{
-    mKeys[pIndex].mValue = CheckedKeyValue(pValue);
-}
-
 // Writes time and value of a record, which need not be that of a key yet.
 void Glissa::WriteRecord(int pIndex, KTime pTime, float pValue)
 {
     mKeys[pIndex].mTime = pTime;
     mKeys.TimeChanged(pIndex);
-    StoreValue(pIndex, pValue);
+    mKeys[pIndex].mValue = CheckedKeyValue(pValue);
 }
 
 bool Glissa::KeySet(int pIndex, const GlissaKey& pKey)

@@ -48,5 +48,8 @@ inline bool IsInvalidKeyCheckActive()
 /// infinite or not a number is reported and 0 is stored; without one any value is stored.
 inline float CheckedKeyValue(float pValue)
 {
-    return IsInvalidKeyCheckActive() ? ReportedKeyValue(pValue) : pValue;
+    if (IsInvalidKeyCheckActive()) [[unlikely]] {
+        return ReportedKeyValue(pValue);
+    }
+    return pValue;
 }
