@@ -28,5 +28,5 @@ macro(glissa_find_part part)
 endmacro()
 
 glissa_find_part(CLI CLI11 fmt cairo nlohmann_json)
-glissa_find_part(TESTS GTest)
+glissa_find_part(TESTS GTest nlohmann_json)
 glissa_find_part(BENCHMARKS benchmark)

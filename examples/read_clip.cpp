@@ -6,6 +6,7 @@
 #include "glissa/glissa.h"
 #include "io/bvh_reader.h"
 #include "io/curve_clip.h"
+#include "io/name_match.h"
 
 #include <cstdio>
 
@@ -19,9 +20,10 @@ int main(int pCount, char** pArguments)
         return 1;
     }
     const CurveClip curves(*clip);
-    for (const std::size_t i : curves.Match("*/R/X")) {
-        const ClipCurve& turn = curves.GetCurves()[i];
-        std::printf("%s: %d keys\n", turn.mName.c_str(), turn.mCurve->KeyGetCount());
+    for (const ClipCurve& curve : curves.GetCurves()) {
+        if (NameMatches("*/R/X", curve.mName)) {
+            std::printf("%s: %d keys\n", curve.mName.c_str(), curve.mCurve->KeyGetCount());
+        }
     }
     // [end]
 }

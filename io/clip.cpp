@@ -3,17 +3,11 @@
 
 #include "io/clip.h"
 
+#include "corvekit/math/rotation_order.h"
+
 #include <algorithm>
 #include <numeric>
 #include <unordered_map>
-
-namespace
-{
-constexpr int kOrderCount = 6;
-constexpr int kTurningAxes[kOrderCount][3] = {
-    {0, 1, 2}, {0, 2, 1}, {1, 2, 0}, {1, 0, 2}, {2, 0, 1}, {2, 1, 0},
-};
-}  // namespace
 
 const char* ClipChannelPath(EClipChannel pChannel)
 {
@@ -52,7 +46,8 @@ int RotationOrderOf(const std::vector<EClipChannel>& pChannels)
         }
     }
     int order = 0;
-    while (order < kOrderCount - 1 && !std::equal(turning, turning + 3, kTurningAxes[order])) {
+    while (order < kRotationOrderCount - 1 &&
+           !std::equal(turning, turning + 3, KmEulerAxis[order])) {
         ++order;
     }
     return order;

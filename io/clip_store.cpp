@@ -46,17 +46,6 @@ void WriteJoint(KTdf& pTdf, const ClipJoint& pJoint)
     pTdf.FieldWriteBlockEnd();
     pTdf.FieldWriteEnd();
 }
-
-// The double with the shortest decimals of a float.
-double ShortestDouble(float pValue)
-{
-    double value = static_cast<double>(pValue);
-    if (std::isfinite(pValue)) {
-        char digits[32];
-        std::from_chars(digits, std::to_chars(digits, digits + sizeof digits, pValue).ptr, value);
-    }
-    return value;
-}
 }  // namespace
 
 bool IsStore(std::string_view pBytes)
@@ -84,6 +73,16 @@ void StoreClip(const Clip& pClip, const CurveClip& pCurves, KTdf& pTdf)
     nodes.GetRoot()->TdfStore(&pTdf, false, false, false, "Channel", true, false);
     pTdf.FieldWriteBlockEnd();
     pTdf.FieldWriteEnd();
+}
+
+double ShortestDouble(float pValue)
+{
+    double value = static_cast<double>(pValue);
+    if (std::isfinite(pValue)) {
+        char digits[32];
+        std::from_chars(digits, std::to_chars(digits, digits + sizeof digits, pValue).ptr, value);
+    }
+    return value;
 }
 
 Clip SampleClip(const Clip& pClip, const CurveClip& pCurves)

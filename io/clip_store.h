@@ -39,6 +39,9 @@ void StoreClip(const Clip& pClip, const CurveClip& pCurves, KTdf& pTdf);
 IoResult<StoredClip> ParseClipStore(std::string_view pBytes, const std::string& pFileName);
 
 /// The clip with the curves' values at its frames, blended where there are layers. A value is the
-/// double with the shortest decimals of the curve's float: a recorded 0.1 comes back as 0.1. The
-/// caller sees to the memory, eight bytes a frame and channel.
+/// ShortestDouble of the curve's float: a recorded 0.1 comes back as 0.1. Takes eight bytes for
+/// each frame and channel; the caller checks that this is acceptable.
 Clip SampleClip(const Clip& pClip, const CurveClip& pCurves);
+
+/// The double with the shortest decimals of a float: 0.1 for 0.1f. Infinities and NaN stay.
+double ShortestDouble(float pValue);

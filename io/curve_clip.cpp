@@ -4,7 +4,6 @@
 #include "io/curve_clip.h"
 
 #include "glissa/curve/curve.h"
-#include "io/name_match.h"
 
 CurveClip::CurveClip(const Clip& pClip, KTime pStart) : CurveClip(pClip, NodeClip(pClip))
 {
@@ -40,18 +39,4 @@ const ClipCurve* CurveClip::Find(std::string_view pName) const
         }
     }
     return nullptr;
-}
-
-std::vector<std::size_t> CurveClip::Match(std::string_view pPattern) const
-{
-    if (const ClipCurve* const named = Find(pPattern)) {
-        return {static_cast<std::size_t>(named - mCurves.data())};
-    }
-    std::vector<std::size_t> found;
-    for (std::size_t i = 0; i < mCurves.size(); ++i) {
-        if (NameMatches(pPattern, mCurves[i].mName)) {
-            found.push_back(i);
-        }
-    }
-    return found;
 }

@@ -40,9 +40,6 @@ public:
 
     /// The curve of exactly that name, or null.
     const ClipCurve* Find(std::string_view pName) const;
-    /// Indexes of the curves whose names a pattern covers (NameMatches), in their order. A pattern
-    /// that is a curve's name means that curve alone, whatever characters the name holds.
-    std::vector<std::size_t> Match(std::string_view pPattern) const;
 
 private:
     NodeClip mNodes;

@@ -3,6 +3,8 @@
 
 #include "io/name_match.h"
 
+#include <algorithm>
+
 namespace
 {
 // The bytes of a character after the first one.
@@ -62,4 +64,17 @@ bool NameMatches(std::string_view pPattern, std::string_view pName)
         ++pattern;
     }
     return pattern == pPattern.size();
+}
+
+std::vector<std::size_t> MatchNames(std::string_view pPattern,
+                                    const std::vector<std::string>& pNames)
+{
+    const bool isName = std::find(pNames.begin(), pNames.end(), pPattern) != pNames.end();
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < pNames.size(); ++i) {
+        if (isName ? pNames[i] == pPattern : NameMatches(pPattern, pNames[i])) {
+            found.push_back(i);
+        }
+    }
+    return found;
 }

@@ -4,6 +4,8 @@
 #include "apps/glissa/clip_curves.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/printable_text.h"
+#include "apps/glissa/shared_options.h"
 
 #include <fmt/format.h>
 
@@ -14,7 +16,7 @@ namespace
 {
 void RunCheck(const std::string& pPath)
 {
-    // What stops a reader at once is told by the refusal; the rest is listed whole.
+    // A fault that stops the reader is a Refusal; all others are listed.
     const StoredClip stored = LoadAnyClip(pPath);
     std::string text;
     for (const std::string& fault : stored.mFaults) {
@@ -29,9 +31,7 @@ void RunCheck(const std::string& pPath)
         text = fmt::format("{}: sound, {} curves, {} keys\n", PrintableText(pPath),
                            stored.mCurves.GetCurves().size(), keys);
     }
-    Output output("-", pPath);
-    output.Write(text);
-    output.Commit();
+    WriteOutput("-", pPath, text);
     if (!stored.mFaults.empty()) {
         throw Refusal(fmt::format("{}: not sound, {} fault(s)", pPath, stored.mFaults.size()));
     }
@@ -41,10 +41,9 @@ void RunCheck(const std::string& pPath)
 void AddCheckCommand(CLI::App& pApp, Action& pAction)
 {
     const auto path = std::make_shared<std::string>();
-    CLI::App* const command =
-        pApp.add_subcommand("check", "Tell whether a clip file is sound, and what is not");
-    command->add_option("CLIP", *path, "Clip to read (BVH or .glissa)")->required();
-    command->footer("Exit status 0: sound. 1: not, each fault is a line.\n"
+    CLI::App* const command = pApp.add_subcommand("check", "Check a clip file and list its faults");
+    AddClipArgument(*command, *path);
+    command->footer("Exit status 0: no fault. 1: each fault is a line.\n"
                     "\n"
                     "Examples:\n"
                     "  glissa check clip.glissa");

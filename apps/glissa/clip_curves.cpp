@@ -3,6 +3,7 @@
 
 #include "apps/glissa/clip_curves.h"
 
+#include "apps/glissa/name_choice.h"
 #include "apps/glissa/refusal.h"
 #include "io/bvh_reader.h"
 #include "io/text_file.h"
@@ -13,23 +14,12 @@
 
 StoredClip LoadAnyClip(const std::string& pPath)
 {
-    const IoResult<std::string> bytes = ReadTextFile(pPath);
-    if (!bytes) {
-        throw Refusal(bytes.GetError().GetText());
-    }
-    if (IsStore(*bytes)) {
-        IoResult<StoredClip> stored = ParseClipStore(*bytes, pPath);
-        if (!stored) {
-            throw Refusal(stored.GetError().GetText());
-        }
-        return std::move(*stored);
-    }
-    IoResult<Clip> read = ParseBvh(*bytes, pPath);
-    if (!read) {
-        throw Refusal(read.GetError().GetText());
+    const std::string bytes = ValueOrRefusal(ReadTextFile(pPath));
+    if (IsStore(bytes)) {
+        return ValueOrRefusal(ParseClipStore(bytes, pPath));
     }
     StoredClip clip;
-    clip.mClip = std::move(*read);
+    clip.mClip = ValueOrRefusal(ParseBvh(bytes, pPath));
     clip.mCurves = CurveClip(clip.mClip);
     return clip;
 }
@@ -39,8 +29,8 @@ ClipCurves LoadClip(const std::string& pPath)
     const unsigned before = GetRecordingMemory();
     StoredClip stored = LoadAnyClip(pPath);
     if (!stored.mFaults.empty()) {
-        throw Refusal(fmt::format("{}: {}; 'glissa check' tells all that is wrong", pPath,
-                                  stored.mFaults.front()));
+        throw Refusal(
+            fmt::format("{}: {}; 'glissa check' lists all faults", pPath, stored.mFaults.front()));
     }
     ClipCurves loaded;
     loaded.recordingBytes = GetRecordingMemory() - before;
@@ -58,36 +48,29 @@ ClipCurves LoadClip(const std::string& pPath)
     return loaded;
 }
 
+void CurveChoice::RequireCurves() const
+{
+    if (patterns.empty() && !all) {
+        throw WrongArguments("no curve is chosen: give --curve NAME or --all");
+    }
+}
+
 std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice,
                                       std::vector<std::string>* pMissing)
 {
-    if (pChoice.patterns.empty() && !pChoice.all) {
-        throw WrongArguments("no curve is chosen: name one with --curve, or take --all");
-    }
+    pChoice.RequireCurves();
     std::vector<std::string> patterns = pChoice.patterns;
     if (pChoice.all) {
         patterns.push_back("*");
     }
-    std::vector<NamedCurve*> chosen;
-    std::vector<bool> taken(pClip.curves.size(), false);
-    for (const std::string& pattern : patterns) {
-        const std::vector<std::size_t> found = pClip.owner.Match(pattern);
-        for (const std::size_t index : found) {
-            if (!taken[index]) {
-                taken[index] = true;
-                chosen.push_back(&pClip.curves[index]);
-            }
-        }
-        if (found.empty() && pMissing) {
-            pMissing->push_back(pattern);
-        } else if (found.empty()) {
-            throw Refusal(fmt::format(
-                "{}: no curve of the {} there matches '{}'; 'glissa info --list' names them",
-                pClip.path, pClip.curves.size(), pattern));
-        }
+    std::vector<std::string> names;
+    for (const NamedCurve& each : pClip.curves) {
+        names.push_back(each.name);
     }
-    for (NamedCurve* const each : chosen) {
-        SetExtrapolation(*each->curve, pChoice);
+    std::vector<NamedCurve*> chosen;
+    for (const std::size_t index : ChooseNames(names, patterns, pClip.path, "curve", pMissing)) {
+        chosen.push_back(&pClip.curves[index]);
+        SetExtrapolation(*chosen.back()->curve, pChoice);
     }
     return chosen;
 }
@@ -104,15 +87,31 @@ void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice)
     }
 }
 
-std::optional<TimeSpan> KeySpan(const std::vector<NamedCurve*>& pCurves)
+std::optional<TimeSpan> SpanOfBoth(const std::optional<TimeSpan>& pLeft,
+                                   const std::optional<TimeSpan>& pRight)
+{
+    if (!pLeft || !pRight) {
+        return pLeft ? pLeft : pRight;
+    }
+    return TimeSpan{std::min(pLeft->from, pRight->from), std::max(pLeft->to, pRight->to)};
+}
+
+std::optional<TimeSpan> KeySpan(const std::vector<Glissa*>& pCurves)
 {
     std::optional<TimeSpan> span;
-    for (const NamedCurve* const each : pCurves) {
-        if (each->HasKeys()) {
-            span = span ? TimeSpan{std::min(span->from, each->First()),
-                                   std::max(span->to, each->Last())}
-                        : TimeSpan{each->First(), each->Last()};
+    for (const Glissa* const each : pCurves) {
+        if (const int count = each->KeyGetCount()) {
+            span = SpanOfBoth(span, TimeSpan{each->KeyGetTime(0), each->KeyGetTime(count - 1)});
         }
     }
     return span;
+}
+
+std::optional<TimeSpan> KeySpan(const std::vector<NamedCurve*>& pCurves)
+{
+    std::vector<Glissa*> curves;
+    for (const NamedCurve* const each : pCurves) {
+        curves.push_back(each->curve);
+    }
+    return KeySpan(curves);
 }

@@ -35,40 +35,51 @@ struct ClipCurves
     CurveClip owner;
     std::vector<NamedCurve> curves;
     unsigned recordingBytes = 0;  ///< memory that the curves took
+
+    /// After an edit: the values of the file are no longer those of the curves.
+    void DropRecordedValues() { clip.mValues.clear(); }
 };
 
-/// Which curves a command works on, and how they go on beyond their keys.
+/// Which curves a command works on, and their extrapolation.
 struct CurveChoice
 {
     std::vector<std::string> patterns;  ///< names, with wildcards
     bool all = false;
     std::optional<ExtrapolationArgument> before;
     std::optional<ExtrapolationArgument> after;
+
+    /// Throws WrongArguments where no curve is chosen.
+    void RequireCurves() const;
 };
 
-/// A span of time, both ends belong to it.
+/// A span of time, both ends included.
 struct TimeSpan
 {
     KTime from;
     KTime to;
 };
 
-/// A BVH clip or a .glissa file, told apart by how it starts. Throws Refusal with file, line and
-/// reason. A clip with values has a curve of each channel; one without is its curves.
+/// Reads a BVH clip or a .glissa file; its first bytes decide which. Throws Refusal with file, line
+/// and reason. A BVH clip gets a curve for each channel; a .glissa file has no values but the
+/// curves.
 StoredClip LoadAnyClip(const std::string& pPath);
 
-/// The same for a command that works on the curves: what is damaged is refused.
+/// The same for a command that works on the curves: a file with faults is refused.
 ClipCurves LoadClip(const std::string& pPath);
 
-/// The chosen curves in the order of the patterns, each once, with their extrapolation set. Throws
-/// Refusal for a pattern that names no curve, WrongArguments when nothing is chosen.
-///
-/// pMissing  takes the patterns that name no curve, which are no refusal then.
+/// The chosen curves in the order of the patterns, each once, with their extrapolation set.
+/// Patterns and pMissing as in ChooseNames. Throws Refusal for a pattern that chooses no curve,
+/// WrongArguments when nothing is chosen.
 std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice,
                                       std::vector<std::string>* pMissing = nullptr);
 
 /// Sets the extrapolation that a choice asks for.
 void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice);
 
+/// The least span that holds both; nothing where there is neither.
+std::optional<TimeSpan> SpanOfBoth(const std::optional<TimeSpan>& pLeft,
+                                   const std::optional<TimeSpan>& pRight);
+
 /// From the first to the last key of all the curves; nothing where none has a key.
+std::optional<TimeSpan> KeySpan(const std::vector<Glissa*>& pCurves);
 std::optional<TimeSpan> KeySpan(const std::vector<NamedCurve*>& pCurves);

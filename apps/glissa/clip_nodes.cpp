@@ -3,32 +3,13 @@
 
 #include "apps/glissa/clip_nodes.h"
 
+#include "apps/glissa/name_choice.h"
 #include "apps/glissa/refusal.h"
-#include "io/name_match.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace
 {
-constexpr std::size_t kMostNamed = 12;
-
-// The names that there are, for who asked for another one.
-std::string NamesText(std::vector<std::string> pNames)
-{
-    if (pNames.empty()) {
-        return "none";
-    }
-    const std::size_t count = pNames.size();
-    pNames.resize(std::min(count, kMostNamed));
-    for (std::string& each : pNames) {
-        each = PrintableText(each);
-    }
-    const std::string text = fmt::format("{}", fmt::join(pNames, ", "));
-    return count > kMostNamed ? fmt::format("{} and {} more", text, count - kMostNamed) : text;
-}
-
 void CollectCurves(GlissaNode& pNode, std::vector<Glissa*>& pCurves)
 {
     for (GlissaNode* node = &pNode; node; node = node->LayerGet()) {
@@ -39,6 +20,21 @@ void CollectCurves(GlissaNode& pNode, std::vector<Glissa*>& pCurves)
             CollectCurves(*node->Get(i), pCurves);
         }
     }
+}
+
+// pNames  the other names that the caller accepts, for the message.
+HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName,
+                     std::vector<std::string> pNames)
+{
+    const HostLayers& layers = pClip.owner.GetNodes().GetLayers();
+    if (HostLayer* const layer = layers.Find(pName)) {
+        return *layer;
+    }
+    for (const auto& each : layers.GetAll()) {
+        pNames.push_back(each->mName);
+    }
+    throw Refusal(fmt::format("{}: no layer is named '{}'; there are {}", pClip.path, pName,
+                              NamesText(std::move(pNames))));
 }
 }  // namespace
 
@@ -54,32 +50,13 @@ std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
     if (pPatterns.empty()) {
         return all;
     }
+    std::vector<std::string> names;
+    for (const NamedNode& each : all) {
+        names.push_back(each.name);
+    }
     std::vector<NamedNode> chosen;
-    std::vector<bool> taken(all.size(), false);
-    for (const std::string& pattern : pPatterns) {
-        const bool exact = std::any_of(
-            all.begin(), all.end(), [&](const NamedNode& pEach) { return pEach.name == pattern; });
-        bool found = false;
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            if (exact ? all[i].name != pattern : !NameMatches(pattern, all[i].name)) {
-                continue;
-            }
-            found = true;
-            if (!taken[i]) {
-                taken[i] = true;
-                chosen.push_back(all[i]);
-            }
-        }
-        if (!found && pMissing) {
-            pMissing->push_back(pattern);
-        } else if (!found) {
-            std::vector<std::string> names;
-            for (const NamedNode& each : all) {
-                names.push_back(each.name);
-            }
-            throw Refusal(fmt::format("{}: no node matches '{}'; there are {}", pClip.path, pattern,
-                                      NamesText(std::move(names))));
-        }
+    for (const std::size_t index : ChooseNames(names, pPatterns, pClip.path, "node", pMissing)) {
+        chosen.push_back(all[index]);
     }
     return chosen;
 }
@@ -106,40 +83,31 @@ std::vector<Glissa*> CurvesOf(GlissaNode& pNode)
 
 std::optional<TimeSpan> KeySpan(const std::vector<NamedNode>& pNodes)
 {
-    std::vector<NamedCurve> curves;
+    std::vector<Glissa*> curves;
     for (const NamedNode& node : pNodes) {
-        for (Glissa* const each : CurvesOf(*node.node)) {
-            curves.push_back({node.name, node.unit, each});
-        }
+        CollectCurves(*node.node, curves);
     }
-    std::vector<NamedCurve*> pointers;
-    for (NamedCurve& each : curves) {
-        pointers.push_back(&each);
-    }
-    return KeySpan(pointers);
+    return KeySpan(curves);
+}
+
+HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName)
+{
+    return FindLayer(pClip, pName, {});
 }
 
 GlissaLayerInfo FindLayerInfo(const ClipCurves& pClip, const std::string& pName)
 {
-    if (pName.empty() || pName == "base") {
+    if (pName.empty() || pName == kBaseName) {
         return GlissaLayerInfo::Base;
     }
-    const HostLayers& layers = pClip.owner.GetNodes().GetLayers();
-    if (const HostLayer* const layer = layers.Find(pName)) {
-        return {layer->mId, layer};
-    }
-    std::vector<std::string> names = {"base"};
-    for (const auto& each : layers.GetAll()) {
-        names.push_back(each->mName);
-    }
-    throw Refusal(fmt::format("{}: no layer is called '{}'; there are {}", pClip.path, pName,
-                              NamesText(std::move(names))));
+    const HostLayer& layer = FindLayer(pClip, pName, {kBaseName});
+    return {layer.mId, &layer};
 }
 
 std::string LayerName(const ClipCurves& pClip, int pId)
 {
     const HostLayer* const layer = pClip.owner.GetNodes().GetLayers().Find(pId);
-    return layer ? layer->mName : "base";
+    return layer ? layer->mName : kBaseName;
 }
 
 std::string NodeSeries::GetChannelName(int pIndex) const

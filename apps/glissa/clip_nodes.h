@@ -21,10 +21,9 @@ struct NamedNode
 /// Room for the values of any node of a clip.
 using NodeValues = std::array<double, 16>;
 
-/// The nodes that the patterns cover, in the order of the patterns, each once; all without a
-/// pattern. Throws Refusal, with the names that there are, for a pattern that names none.
-///
-/// pMissing  takes the patterns that name no node, which are no refusal then.
+/// The nodes that the patterns choose, in the order of the patterns, each once; all nodes without a
+/// pattern. Patterns and pMissing as in ChooseNames. Throws Refusal for a pattern that chooses
+/// none.
 std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
                                    const std::vector<std::string>& pPatterns,
                                    std::vector<std::string>* pMissing = nullptr);
@@ -38,18 +37,23 @@ std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
 /// The curves of a node, of all below it and of its layers.
 std::vector<Glissa*> CurvesOf(GlissaNode& pNode);
 
-/// From the first to the last key of all layers of the nodes; nothing where there is no key.
+/// From the first to the last key of all layers of the nodes; nothing without keys.
 std::optional<TimeSpan> KeySpan(const std::vector<NamedNode>& pNodes);
 
-/// The layer of that name, "base" or "" for the base. Throws Refusal, with the names that there
-/// are.
+/// The name of what is below all layers.
+inline constexpr const char* kBaseName = "base";
+
+/// The layer of a name. Throws Refusal with the names of all layers.
+HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName);
+
+/// The same with kBaseName or "" for the base.
 GlissaLayerInfo FindLayerInfo(const ClipCurves& pClip, const std::string& pName);
 
 /// "base", or the name of a layer of the clip.
 std::string LayerName(const ClipCurves& pClip, int pId);
 
-/// The values of a node over time: what it shows, blended through all layers, or what one layer
-/// gives to the blend, which is its values by its weight.
+/// The values of a node over time: blended through all layers, or those that one layer adds to the
+/// blend, its values times its weight.
 class NodeSeries
 {
 public:
@@ -78,5 +82,5 @@ private:
     std::string mLayerName;
 };
 
-/// A node as it shows, with pLayers followed by its base and each of its layers.
+/// The blended values of a node, with pLayers followed by those of its base and of each layer.
 std::vector<NodeSeries> MakeSeries(const ClipCurves& pClip, const NamedNode& pNode, bool pLayers);

@@ -3,6 +3,7 @@
 
 #include "apps/glissa/clip_output.h"
 
+#include "apps/glissa/file_name.h"
 #include "apps/glissa/refusal.h"
 #include "corvekit/store/tdf.h"
 #include "io/bvh_writer.h"
@@ -10,28 +11,23 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <sstream>
 
 namespace
 {
-// Beyond that a frame count is likelier damaged than meant.
+// A greater frame count is more likely an error in the file than a clip.
 constexpr std::int64_t kMostValues = 200000000;
 
 std::string AsBvh(const ClipCurves& pClip, const std::string& pPath)
 {
     const Clip& clip = pClip.clip;
     if (std::int64_t{clip.mFrameCount} * clip.mChannelCount > kMostValues) {
-        throw Refusal(fmt::format("{}: {} frames of {} channels are more than the {} values that "
-                                  "one run writes",
+        throw Refusal(fmt::format("{}: {} frames of {} channels are more than {} values, the most "
+                                  "that one run writes",
                                   pClip.path, clip.mFrameCount, clip.mChannelCount, kMostValues));
     }
-    IoResult<std::string> text =
-        FormatBvh(clip.mValues.empty() ? SampleClip(clip, pClip.owner) : clip, pPath);
-    if (!text) {
-        throw Refusal(text.GetError().GetText());
-    }
-    return std::move(*text);
+    return ValueOrRefusal(
+        FormatBvh(clip.mValues.empty() ? SampleClip(clip, pClip.owner) : clip, pPath));
 }
 
 std::string AsStore(const ClipCurves& pClip, const std::string& pPath)
@@ -48,32 +44,22 @@ std::string AsStore(const ClipCurves& pClip, const std::string& pPath)
 
 ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat)
 {
-    std::string name = pFormat;
-    if (name.empty()) {
-        const std::size_t slash = pPath.rfind('/');
-        const std::size_t dot = pPath.rfind('.');
-        if (dot != std::string::npos && (slash == std::string::npos || dot > slash)) {
-            name = pPath.substr(dot + 1);
-        }
-        std::transform(name.begin(), name.end(), name.begin(), [](char pEach) {
-            return pEach >= 'A' && pEach <= 'Z' ? static_cast<char>(pEach - 'A' + 'a') : pEach;
-        });
-    }
+    const std::string name = pFormat.empty() ? FileSuffix(pPath) : pFormat;
     if (name == "bvh") {
         return ClipFormat::bvh;
     }
     if (name == "glissa") {
         return ClipFormat::glissa;
     }
-    throw WrongArguments(fmt::format(
-        "'{}' does not tell the kind of clip: end it in .glissa or .bvh, or give --format", pPath));
+    throw WrongArguments(
+        fmt::format("'{}' has no suffix of a clip: use .glissa or .bvh, or give --format", pPath));
 }
 
 void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)
 {
     Output output(pPath, pClip.path);
     if (pFormat == ClipFormat::glissa && output.IsTerminal()) {
-        throw WrongArguments("a .glissa file is no text for a terminal: name a file");
+        throw WrongArguments("a .glissa file cannot be written to a terminal: give a file");
     }
     output.Write(pFormat == ClipFormat::bvh ? AsBvh(pClip, pPath) : AsStore(pClip, pPath));
     output.Commit();

@@ -14,11 +14,11 @@ enum class ClipFormat
     glissa  ///< the curves themselves
 };
 
-/// What --format says ("bvh", "glissa"), and where it is empty the suffix of the file. Throws
-/// WrongArguments.
+/// The format by the text of --format ("bvh", "glissa"), without it by the suffix of the file.
+/// Throws WrongArguments.
 ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat);
 
-/// Writes a clip to a file that is whole or was never there, and refuses the clip that was read.
+/// Writes a clip to a file, as a whole or not at all. The clip that was read is refused as target.
 /// BVH takes the values that were read where pClip.clip still has them, else those of the curves.
-/// Throws Refusal, and WrongArguments where bytes would go to a terminal.
+/// Throws Refusal, and WrongArguments for a .glissa file to a terminal.
 void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath);

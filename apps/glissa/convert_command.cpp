@@ -3,6 +3,7 @@
 
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/shared_options.h"
 
 #include <memory>
 
@@ -27,16 +28,12 @@ void AddConvertCommand(CLI::App& pApp, Action& pAction)
     const auto options = std::make_shared<ConvertOptions>();
     CLI::App* const command =
         pApp.add_subcommand("convert", "Write a clip as a file of another kind");
-    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
+    AddClipArgument(*command, options->path);
     command
         ->add_option("OUTPUT", options->output,
                      "File to write, complete or not at all; - for standard output")
         ->required();
-    command
-        ->add_option("--format", options->format,
-                     "bvh or glissa; without it the suffix of the file tells")
-        ->check(CLI::IsMember({"bvh", "glissa"}))
-        ->type_name("FORMAT");
+    AddClipFormatOption(*command, options->format);
     command->footer("Examples:\n"
                     "  glissa convert clip.bvh clip.glissa\n"
                     "  glissa convert clip.glissa clip.bvh");

@@ -10,11 +10,6 @@
 #include <string>
 #include <vector>
 
-/// --fps, by which every command that takes times as frames counts them.
-void AddFrameRateOption(CLI::App& pCommand, std::string& pText);
-/// Its rate, nothing where it was not given. Throws WrongArguments.
-std::optional<double> FrameRateOf(const std::string& pText);
-
 /// The options that eval and plot share: the clip, the curves or nodes, the extrapolation, the span
 /// of time.
 struct CurveOptions
@@ -33,16 +28,16 @@ struct CurveOptions
 
     void AddTo(CLI::App& pCommand);
 
-    /// Whether nodes are asked for, and not curves.
+    /// Whether nodes are chosen, and not curves.
     bool TakesNodes() const { return !nodes.empty(); }
 
     /// Throw WrongArguments.
     CurveChoice Choice() const;
-    /// Rate that frames are counted at, where --fps gives one.
+    /// The rate of --fps, nothing without it.
     std::optional<double> FramesASecond() const;
-    /// The span asked for; an end that is not given is that of pDefault. --from may not lie after
-    /// --to.
+    /// The span from --from to --to; an end that is not given is that of pDefault. --from must not
+    /// be after --to.
     TimeSpan Span(const TimeSpan& pDefault, double pClipRate) const;
-    /// Fails as the others would, before anything is read.
+    /// Checks all options before a clip is read.
     void Check() const;
 };

@@ -1,18 +1,19 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The document as it stands, field by field: nothing is interpreted, so whatever a file holds is
-// shown. The same document gives the same text.
+// The document field by field, without interpretation, so that everything in a file is shown. The
+// same document gives the same text.
 
 #include "apps/glissa/clip_curves.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/shared_options.h"
 #include "corvekit/store/tdf.h"
 #include "io/clip_store.h"
 #include "io/text_file.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <iterator>
@@ -28,12 +29,12 @@ struct DumpOptions
     bool json = false;
 };
 
-std::string Quoted(std::string_view pText)
+std::string QuotedText(std::string_view pText)
 {
-    return nlohmann::json(pText).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+    return JsonText(pText, true);
 }
 
-// A point or an exponent tells a double from an int.
+// A double has a point or an exponent, an int has neither.
 std::string DoubleText(double pValue)
 {
     std::string text = fmt::format("{}", pValue);
@@ -43,8 +44,8 @@ std::string DoubleText(double pValue)
     return text;
 }
 
-// Numbers are kept as doubles, curves hold floats: such a number is shown with the float's digits
-// and an f, where that is shorter.
+// Curves hold floats, which are stored as doubles: such a number is shown with the digits of the
+// float and an f, where that is shorter.
 std::string NumberText(double pValue)
 {
     std::string text = DoubleText(pValue);
@@ -81,7 +82,7 @@ private:
     void Fields(int pDepth)
     {
         for (bool first = true; mTdf.FieldReadBeginNext(); first = false) {
-            const std::string name = Quoted(mTdf.FieldReadGetName().GetView());
+            const std::string name = QuotedText(mTdf.FieldReadGetName().GetView());
             if (mJson) {
                 Put(first ? "" : ",");
                 Line(pDepth + 1);
@@ -102,7 +103,7 @@ private:
         }
     }
 
-    // In a run of keys each time begins a line.
+    // In a run of keys each time starts a line.
     void Values(int pDepth)
     {
         const bool isRun = mTdf.FieldReadGetRemain() > 4;
@@ -133,7 +134,7 @@ private:
         case KTdf::kTypeCharacter:
             return Character();
         default:
-            return Quoted(mTdf.FieldReadS().GetView());
+            return QuotedText(mTdf.FieldReadS().GetView());
         }
     }
 
@@ -153,7 +154,7 @@ private:
             return fmt::format("{{\"character\":{}}}",
                                static_cast<int>(static_cast<unsigned char>(mTdf.FieldReadCH())));
         default:
-            return Quoted(mTdf.FieldReadS().GetView());
+            return QuotedText(mTdf.FieldReadS().GetView());
         }
     }
 
@@ -171,18 +172,15 @@ private:
     const bool mJson;
 };
 
-// Any field store is shown, also one that holds no clip; a BVH clip as it would be stored.
+// Any field store is shown, also one without a clip; a BVH clip as it would be stored.
 void LoadDocument(const std::string& pPath, KTdf& pTdf)
 {
-    const IoResult<std::string> bytes = ReadTextFile(pPath);
-    if (!bytes) {
-        throw Refusal(bytes.GetError().GetText());
-    }
-    if (!IsStore(*bytes)) {
+    const std::string bytes = ValueOrRefusal(ReadTextFile(pPath));
+    if (!IsStore(bytes)) {
         const ClipCurves clip = LoadClip(pPath);
         StoreClip(clip.clip, clip.owner, pTdf);
-    } else if (!pTdf.Load(std::span(reinterpret_cast<const std::uint8_t*>(bytes->data()),
-                                    bytes->size()))) {
+    } else if (!pTdf.Load(
+                   std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()))) {
         throw Refusal(fmt::format("{}: {}", pPath, pTdf.GetError().GetLastErrorString()));
     }
 }
@@ -202,12 +200,9 @@ void AddDumpCommand(CLI::App& pApp, Action& pAction)
     const auto options = std::make_shared<DumpOptions>();
     CLI::App* const command =
         pApp.add_subcommand("dump", "Show every field and value of a .glissa file");
-    command->add_option("CLIP", options->path, "Clip to read (.glissa or BVH)")->required();
-    command->add_flag("--json", options->json, "For programs");
-    command
-        ->add_option("-o,--output", options->output,
-                     "File to write, complete or not at all; without it standard output")
-        ->type_name("FILE");
+    AddClipArgument(*command, options->path);
+    command->add_flag("--json", options->json, "As JSON");
+    AddOutputOption(*command, options->output);
     command->footer("Examples:\n"
                     "  glissa dump clip.glissa\n"
                     "  glissa dump clip.glissa --json -o clip.json");

@@ -12,7 +12,7 @@
 
 namespace
 {
-// Some two gigabytes of text. Beyond that a typing error is likelier than a wish.
+// Some two gigabytes of text. More is more likely a typing error.
 constexpr std::uint64_t kMostValues = 200000000;
 
 struct EvalOptions
@@ -29,19 +29,19 @@ void CheckSize(const Table& pTable)
     const std::uint64_t samples = pTable.grid.Count();
     if (samples > kMostValues / (columns + 1)) {
         throw Refusal(fmt::format(
-            "{}: {} times for {} column(s) are more than the {} values that one run writes; take "
-            "fewer curves, a lower --rate, or a shorter span from --from to --to",
+            "{}: {} times for {} column(s) are more than {} values, the most that one run writes; "
+            "choose fewer curves, a lower --rate, or a shorter span",
             pTable.clip->path, samples, columns, kMostValues));
     }
 }
 
 void RunEval(const EvalOptions& pOptions)
 {
-    // Wrong arguments are told before a long clip is read.
+    // Wrong arguments are reported before a long clip is read.
     const CurveOptions& curves = pOptions.curves;
     curves.Check();
     if (pOptions.slopes && curves.TakesNodes()) {
-        throw WrongArguments("--slope goes with --curve: a blend of layers has no exact slope");
+        throw WrongArguments("--slope needs --curve: a blend of layers has no exact slope");
     }
     const std::optional<double> rate =
         pOptions.rate.empty()
@@ -88,13 +88,13 @@ void AddEvalCommand(CLI::App& pApp, Action& pAction)
     options->curves.AddTo(*command);
     command
         ->add_option("--rate", options->rate,
-                     "Samples a second (240, 29.97, 30000/1001); without it the clip's rate")
+                     "Samples a second (240, 29.97, 30000/1001); the clip's rate without it")
         ->type_name("RATE");
-    command->add_option("--format", options->format, "csv (as it is without) or json")
+    command->add_option("--format", options->format, "csv (default) or json")
         ->check(CLI::IsMember({"csv", "json"}))
         ->type_name("FORMAT");
     command->add_flag("--slope", options->slopes,
-                      "Add the slopes left and right of each time, in units a second");
+                      "Add the left and right slope at each time, in units per second");
     command->footer(
         "Examples:\n"
         "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o "

@@ -8,11 +8,12 @@
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
-#include "apps/glissa/curve_options.h"
 #include "apps/glissa/filter_recipe.h"
 #include "apps/glissa/filter_report.h"
-#include "apps/glissa/picture/canvas.h"
+#include "apps/glissa/output.h"
+#include "apps/glissa/printable_text.h"
 #include "apps/glissa/progress.h"
+#include "apps/glissa/shared_options.h"
 
 #include <fmt/format.h>
 
@@ -280,8 +281,7 @@ public:
             report.steps.push_back(std::move(step));
         }
         if (!pJob.output.empty()) {
-            // The values of the file are no longer those of the curves.
-            clip.clip.mValues.clear();
+            clip.DropRecordedValues();
             WriteClip(clip, pJob.format, pJob.output);
         }
         return report;
@@ -299,7 +299,8 @@ std::vector<ClipReport> DoAll(const FilterRun& pRun, const std::vector<Job>& pJo
     constexpr double kSteps = 1000.0;
     std::vector<ClipReport> reports(pJobs.size());
     std::vector<double> parts(pJobs.size(), 0.0);
-    Progress progress(static_cast<std::uint64_t>(kSteps * static_cast<double>(pJobs.size())));
+    Progress progress(fmt::format("filtering {} clips", pJobs.size()),
+                      static_cast<std::uint64_t>(kSteps * static_cast<double>(pJobs.size())));
     std::mutex mutex;
     std::atomic<std::size_t> next = 0;
     const auto work = [&] {
@@ -339,9 +340,7 @@ void Print(const std::string& pText, const std::string& pInput, bool pToErrors)
         std::fputs(pText.c_str(), stderr);
         return;
     }
-    Output output("-", pInput);
-    output.Write(pText);
-    output.Commit();
+    WriteOutput("-", pInput, pText);
 }
 
 void RunFilters(const FilterOptions& pOptions)
@@ -360,7 +359,7 @@ void RunFilters(const FilterOptions& pOptions)
     const FilterRun run(pOptions, recipe);
     std::vector<ClipReport> reports;
     if (jobs.size() == 1) {
-        Progress progress(1000);
+        Progress progress("filtering " + jobs.front().path, 1000);
         reports.push_back(run.Do(jobs.front(), [&](double pPart) {
             progress.At(static_cast<std::uint64_t>(pPart * 1000.0));
         }));
@@ -406,16 +405,9 @@ void AddFilterCommand(CLI::App& pApp, Action& pAction)
                      "JSON file with the filters to run; --list --format json writes a template")
         ->type_name("FILE");
     command->add_flag("--list", options->list, "Describe every filter and its parameters");
-    command
-        ->add_option("-c,--curve", options->curves,
-                     "Curve to filter, by name: Hips/R/X. * is any run of characters, ? is one. "
-                     "May be given several times; all curves without it")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
-    command
-        ->add_option("-n,--node", options->nodes, "Node whose curves to filter, likewise: Hips/R")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
+    AddPatternOption(*command, "-c,--curve", options->curves,
+                     "Curve to filter: Hips/R/X; all curves without it");
+    AddPatternOption(*command, "-n,--node", options->nodes, "Node whose curves to filter: Hips/R");
     command
         ->add_option("--from", options->from,
                      "Start of the span to filter, in seconds (1.25) or frames (37f); without it "

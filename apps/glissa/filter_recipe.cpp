@@ -4,11 +4,11 @@
 #include "apps/glissa/filter_recipe.h"
 
 #include "apps/glissa/arguments.h"
+#include "apps/glissa/json_report.h"
 #include "apps/glissa/refusal.h"
 #include "io/text_file.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -16,8 +16,6 @@
 
 namespace
 {
-using Json = nlohmann::ordered_json;
-
 const FilterEntry& EntryOf(const std::string& pName)
 {
     const FilterEntry* const entry = FindFilter(pName);
@@ -154,15 +152,12 @@ FilterSetup ParseFilter(const std::string& pText)
 
 FilterRecipe ReadRecipe(const std::string& pPath)
 {
-    const IoResult<std::string> text = ReadTextFile(pPath);
-    if (!text) {
-        throw Refusal(text.GetError().GetText());
-    }
+    const std::string text = ValueOrRefusal(ReadTextFile(pPath));
     Json json;
     try {
-        json = Json::parse(*text);
+        json = Json::parse(text);
     } catch (const Json::parse_error& error) {
-        const std::string_view before = std::string_view(*text).substr(0, error.byte);
+        const std::string_view before = std::string_view(text).substr(0, error.byte);
         throw Refusal(fmt::format("{}:{}: is not JSON", pPath,
                                   1 + std::count(before.begin(), before.end(), '\n')));
     }
@@ -241,7 +236,7 @@ std::string FilterTemplate()
     }
     Json recipe;
     recipe["filters"] = filters;
-    return recipe.dump(2) + '\n';
+    return JsonReportText(recipe);
 }
 
 std::string SetupText(const FilterSetup& pSetup)

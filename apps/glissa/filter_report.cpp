@@ -3,18 +3,18 @@
 
 #include "apps/glissa/filter_report.h"
 
-#include "apps/glissa/picture/canvas.h"
+#include "apps/glissa/json_report.h"
+#include "apps/glissa/printable_text.h"
+#include "apps/glissa/text_table.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <iterator>
+#include <string>
+#include <utility>
 
 namespace
 {
-using Json = nlohmann::ordered_json;
-
 const char* OutcomeName(FilterOutcome pOutcome)
 {
     switch (pOutcome) {
@@ -124,34 +124,33 @@ Json AsJson(const ClipReport& pReport)
 
 std::string ReportText(const ClipReport& pReport)
 {
+    using enum TextTable::Align;
     std::string text;
-    const auto out = std::back_inserter(text);
     for (const StepReport& step : pReport.steps) {
-        std::size_t width = 5;
+        TextTable table({{"curve", left},
+                         {"keys", right, 8},
+                         {"after", right, 8},
+                         {"largest change", right},
+                         {"unit", left, 11},
+                         {"at", right, 9},
+                         {"", left}});
         for (const FilterResult& each : step.results) {
-            width = std::max(width, PrintableText(each.mName).size());
-        }
-        fmt::format_to(out, "{}: {}\n", PrintableText(pReport.path), step.filter);
-        fmt::format_to(out, "  {:<{}}  {:>8}  {:>8}  {:>14}  {:<11}  {:>9}\n", "curve", width,
-                       "keys", "after", "largest change", "unit", "at");
-        for (const FilterResult& each : step.results) {
-            fmt::format_to(out, "  {:<{}}  {:>8}  {:>8}  ", PrintableText(each.mName), width,
-                           each.mKeysBefore, each.mKeysAfter);
-            if (each.mLargestChange > 0.0) {
-                fmt::format_to(out, "{:>14.6g}  {:<11}  {:>7.3f} s", each.mLargestChange,
-                               UnitOf(pReport, each), each.mWhen.GetSecondDouble());
-            } else {
-                fmt::format_to(out, "{:>14}", "none");
-            }
-            if (each.mOutcome != FilterOutcome::changed) {
-                fmt::format_to(out, "  {}", OutcomeName(each.mOutcome));
-            }
+            const bool isChanged = each.mLargestChange > 0.0;
+            std::string outcome =
+                each.mOutcome == FilterOutcome::changed ? "" : OutcomeName(each.mOutcome);
             if (!each.mMessage.empty()) {
-                fmt::format_to(out, ": {}", each.mMessage);
+                outcome += ": " + each.mMessage;
             }
-            text += '\n';
+            table.AddRow({each.mName, std::to_string(each.mKeysBefore),
+                          std::to_string(each.mKeysAfter),
+                          isChanged ? fmt::format("{:.6g}", each.mLargestChange) : "none",
+                          isChanged ? UnitOf(pReport, each) : "",
+                          isChanged ? fmt::format("{:.3f} s", each.mWhen.GetSecondDouble()) : "",
+                          std::move(outcome)});
         }
-        fmt::format_to(out, "  {}\n", SumsText(pReport, SumsOf(step)));
+        text += fmt::format("{}: {}\n", PrintableText(pReport.path), step.filter);
+        text += table.GetText(2);
+        text += fmt::format("  {}\n", SumsText(pReport, SumsOf(step)));
     }
     return text;
 }
@@ -194,5 +193,5 @@ std::string ReportJson(const std::vector<ClipReport>& pReports)
             json["clips"].push_back(AsJson(each));
         }
     }
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return JsonReportText(json);
 }

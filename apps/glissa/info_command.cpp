@@ -3,15 +3,18 @@
 
 #include "apps/glissa/clip_curves.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/printable_text.h"
 #include "apps/glissa/sample_grid.h"
+#include "apps/glissa/shared_options.h"
+#include "apps/glissa/text_table.h"
 #include "apps/glissa/tree_text.h"
+#include "corvekit/math/rotation_order.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <iterator>
@@ -20,10 +23,6 @@
 
 namespace
 {
-using Json = nlohmann::ordered_json;
-
-constexpr std::array<const char*, 6> kOrderNames = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
-
 struct InfoOptions
 {
     std::string path;
@@ -36,22 +35,23 @@ struct InfoOptions
 
 struct CurveRange
 {
-    float low = 0.0f;
-    float high = 0.0f;
+    double low = 0.0;
+    double high = 0.0;
 };
 
 CurveRange RangeOfKeys(const Glissa& pCurve)
 {
     CurveRange range;
     for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
-        const float value = pCurve.KeyGetValue(i);
+        const double value = static_cast<double>(pCurve.KeyGetValue(i));
         range.low = i == 0 ? value : std::min(range.low, value);
         range.high = i == 0 ? value : std::max(range.high, value);
     }
     return range;
 }
 
-// Evaluations a second, of all curves by turns. A checksum keeps the work from being left out.
+// Evaluations a second, of all curves in turn. The checksum keeps the compiler from removing the
+// work.
 struct Benchmark
 {
     double playback = 0.0;  ///< forward in time at the clip's rate
@@ -108,14 +108,14 @@ Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
     }
     const TimeSpan span = KeySpan(curves).value_or(TimeSpan{KTime(), KTime()});
     Json orders = Json::object();
-    for (std::size_t order = 0; order < kOrderNames.size(); ++order) {
+    for (int order = 0; order < kRotationOrderCount; ++order) {
         const auto count = std::count_if(
             pClip.clip.mJoints.begin(), pClip.clip.mJoints.end(), [&](const ClipJoint& pJoint) {
-                return pJoint.mRotationOrder == static_cast<int>(order) &&
+                return pJoint.mRotationOrder == order &&
                        std::any_of(pJoint.mChannels.begin(), pJoint.mChannels.end(), &IsRotation);
             });
         if (count > 0) {
-            orders[kOrderNames[order]] = count;
+            orders[kRotationOrderNames[order]] = count;
         }
     }
     Json info;
@@ -149,8 +149,8 @@ Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
             info["list"].push_back({{"name", each->name},
                                     {"unit", UnitName(each->unit)},
                                     {"keys", each->curve->KeyGetCount()},
-                                    {"low", range.low},
-                                    {"high", range.high}});
+                                    {"low", JsonNumber(range.low, true)},
+                                    {"high", JsonNumber(range.high, true)}});
         }
     }
     return info;
@@ -187,19 +187,17 @@ std::string AsText(const Json& pInfo)
                                          bench["random_evaluations_a_second"].get<double>() / 1e6));
     }
     if (pInfo.contains("list")) {
-        std::size_t width = 4;
+        using enum TextTable::Align;
+        TextTable table({{"curve", left},
+                         {"keys", right, 8},
+                         {"least", right, 12},
+                         {"greatest", right, 12},
+                         {"unit", left}});
         for (const Json& each : pInfo["list"]) {
-            width = std::max(width, PrintableText(each["name"].get<std::string>()).size());
+            table.AddRow({each["name"].get<std::string>(), each["keys"].dump(), each["low"].dump(),
+                          each["high"].dump(), each["unit"].get<std::string>()});
         }
-        width = std::min<std::size_t>(width, 60);
-        fmt::format_to(std::back_inserter(text), "\n{:<{}}  {:>8}  {:>12}  {:>12}  unit\n", "curve",
-                       width, "keys", "least", "greatest");
-        for (const Json& each : pInfo["list"]) {
-            fmt::format_to(std::back_inserter(text), "{:<{}}  {:>8}  {:>12}  {:>12}  {}\n",
-                           PrintableText(each["name"].get<std::string>()), width,
-                           each["keys"].get<int>(), each["low"].get<float>(),
-                           each["high"].get<float>(), each["unit"].get<std::string>());
-        }
+        text += '\n' + table.GetText();
     }
     if (pInfo.contains("tree")) {
         text += '\n' + TreeText(pInfo["tree"]);
@@ -211,29 +209,23 @@ void RunInfo(const InfoOptions& pOptions)
 {
     ClipCurves clip = LoadClip(pOptions.path);
     const Json info = Describe(clip, pOptions);
-    Output output(pOptions.output, pOptions.path);
-    output.Write(pOptions.format == "json"
-                     ? info.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'
-                     : AsText(info));
-    output.Commit();
+    WriteOutput(pOptions.output, pOptions.path,
+                pOptions.format == "json" ? JsonReportText(info) : AsText(info));
 }
 }  // namespace
 
 void AddInfoCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App* const command = pApp.add_subcommand("info", "Tell what a clip holds");
-    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
+    CLI::App* const command = pApp.add_subcommand("info", "Show what a clip holds");
+    AddClipArgument(*command, options->path);
     command->add_flag("--list", options->list, "Add a line for each curve");
-    command->add_flag("--tree", options->tree, "Show the nodes with their curves and layers");
-    command->add_flag("--bench", options->bench, "Time the evaluation of all curves");
-    command->add_option("--format", options->format, "text (as it is without) or json")
+    command->add_flag("--tree", options->tree, "Add the nodes with their curves and layers");
+    command->add_flag("--bench", options->bench, "Measure the evaluation of all curves");
+    command->add_option("--format", options->format, "text (default) or json")
         ->check(CLI::IsMember({"text", "json"}))
         ->type_name("FORMAT");
-    command
-        ->add_option("-o,--output", options->output,
-                     "File to write, complete or not at all; without it standard output")
-        ->type_name("FILE");
+    AddOutputOption(*command, options->output);
     command->footer("Examples:\n"
                     "  glissa info clip.bvh\n"
                     "  glissa info clip.glissa --tree\n"

@@ -1,13 +1,13 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Edits of keys, in the order of the command line. Each is read before the clip is, done on every
-// chosen curve, and refused as a whole where one curve cannot follow: nothing is written then.
+// Edits of keys, in the order of the command line. All are parsed before the clip is read. Each is
+// done on every chosen curve; if one curve refuses it, nothing is written.
 
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
-#include "apps/glissa/curve_options.h"
 #include "apps/glissa/node_key.h"
+#include "apps/glissa/shared_options.h"
 
 #include <fmt/format.h>
 
@@ -30,11 +30,11 @@ struct KeyOptions
     std::string output;
     std::string format;
     std::vector<std::string> inserts, removes, moves, tangents;
-    /// Name and text of the edits as they stood on the command line.
+    /// Name and text of the edits in the order of the command line.
     std::vector<std::pair<std::string, std::string>> edits;
 };
 
-/// Does an edit to one curve. Throws Refusal with a text that begins with the time or the span.
+/// Does an edit on one curve. Throws Refusal.
 using Edit = std::function<void(Glissa& pCurve)>;
 
 std::string TimeText(KTime pTime)
@@ -42,7 +42,7 @@ std::string TimeText(KTime pTime)
     return fmt::format("{} s", pTime.GetSecondDouble());
 }
 
-// The nearest key in words, for who missed it.
+// For a message that there is no key at a time.
 std::string NearestText(Glissa& pCurve, KTime pTime)
 {
     if (pCurve.KeyGetCount() == 0) {
@@ -57,7 +57,7 @@ std::string NearestText(Glissa& pCurve, KTime pTime)
     return "the nearest key is at " + TimeText(pCurve.KeyGetTime(isBefore ? before : after));
 }
 
-// Index of the key at exactly that time, -1 without one.
+// Index of the key at exactly this time, -1 without one.
 int FindKey(Glissa& pCurve, KTime pTime)
 {
     if (pCurve.KeyGetCount() == 0) {
@@ -71,7 +71,7 @@ int FindKey(Glissa& pCurve, KTime pTime)
 void Insert(Glissa& pCurve, KTime pTime)
 {
     if (FindKey(pCurve, pTime) >= 0) {
-        throw Refusal(fmt::format("there is a key at {} already", TimeText(pTime)));
+        throw Refusal(fmt::format("a key at {} exists already", TimeText(pTime)));
     }
     pCurve.KeyInsert(pTime);
     if (FindKey(pCurve, pTime) < 0) {
@@ -90,8 +90,7 @@ void Move(Glissa& pCurve, KTime pFrom, KTime pTo)
     }
     const int moved = pCurve.KeyMove(index, pTo);
     if (pCurve.KeyGetTime(moved) != pTo) {
-        throw Refusal(
-            fmt::format("a key at {} is in the way of the one to be moved there", TimeText(pTo)));
+        throw Refusal(fmt::format("a key at {} blocks the move", TimeText(pTo)));
     }
 }
 
@@ -119,9 +118,9 @@ void Remove(Glissa& pCurve, const TimeSpan& pSpan)
     pCurve.Delete(pSpan.from, pSpan.to, true);
 }
 
-// The change of kind keeps the slopes that the curve had, which is what user tangents are for.
-// Automatic ones are asked for their own slopes, so their parameters go to 0; so does the bias of a
-// new TCB key, in whose place the weights stood.
+// A change of kind keeps the slopes of the curve, as wanted for user tangents. Automatic tangents
+// get their own slopes back by parameters of 0. A new TCB key gets parameters of 0 too, since its
+// slots held weights before.
 void SetTangent(Glissa& pCurve, const TangentArgument& pKind, const std::optional<TimeSpan>& pSpan)
 {
     if (pSpan) {
@@ -177,7 +176,7 @@ struct SpanArgument
     {
         const TimeSpan span{from.At(pRate), to.At(pRate)};
         if (span.from > span.to) {
-            throw WrongArguments(fmt::format("the span from {} to {} runs backward",
+            throw WrongArguments(fmt::format("the span from {} to {} is backward",
                                              TimeText(span.from), TimeText(span.to)));
         }
         return span;
@@ -244,14 +243,14 @@ std::vector<Edit> MakeEdits(const KeyOptions& pOptions, double pRate)
     return edits;
 }
 
-// What --node and its company ask for. Of the edits only a tangent of the key goes with them.
+// The request of --node and the options that need it. Of the edits only --tangent is allowed.
 NodeKeyRequest MakeNodeRequest(const KeyOptions& pOptions)
 {
     if (!pOptions.patterns.empty() || pOptions.all) {
-        throw WrongArguments("--node takes nodes, --curve and --all take curves: one or the other");
+        throw WrongArguments("--node cannot be combined with --curve and --all");
     }
     if (pOptions.at.empty()) {
-        throw WrongArguments("--node needs a time to key: --at");
+        throw WrongArguments("--node needs --at TIME");
     }
     NodeKeyRequest request;
     request.patterns = pOptions.nodes;
@@ -263,8 +262,8 @@ NodeKeyRequest MakeNodeRequest(const KeyOptions& pOptions)
     for (const auto& [name, text] : pOptions.edits) {
         if (name != "--tangent" || request.tangent) {
             throw WrongArguments(
-                fmt::format("{} {}: --node makes one key a node, with one --tangent KIND at most; "
-                            "edits of keys take --curve",
+                fmt::format("{} {}: --node allows no edit but one --tangent KIND; edits of keys "
+                            "need --curve",
                             name, text));
         }
         request.tangent = ParseOption("--tangent", &ParseTangent, text);
@@ -278,7 +277,7 @@ void RunNodeKey(const KeyOptions& pOptions, std::optional<double> pRate)
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
     ClipCurves clip = LoadClip(pOptions.path);
     KeyNodes(clip, request, request.at.At(pRate ? *pRate : clip.framesASecond));
-    clip.clip.mValues.clear();
+    clip.DropRecordedValues();
     WriteClip(clip, format, pOptions.output);
 }
 
@@ -290,20 +289,18 @@ void RunKey(const KeyOptions& pOptions)
         return;
     }
     if (!pOptions.at.empty() || !pOptions.total.empty() || !pOptions.layer.empty()) {
-        throw WrongArguments("--at, --total and --layer go with --node");
+        throw WrongArguments("--at, --total and --layer need --node");
     }
     if (pOptions.edits.empty()) {
-        throw WrongArguments("there is nothing to do: --insert, --remove, --move or --tangent");
+        throw WrongArguments("no edit is given: --insert, --remove, --move or --tangent");
     }
-    if (pOptions.patterns.empty() && !pOptions.all) {
-        throw WrongArguments("no curve is chosen: name one with --curve, or take --all");
-    }
+    const CurveChoice choice{pOptions.patterns, pOptions.all, std::nullopt, std::nullopt};
+    choice.RequireCurves();
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
-    MakeEdits(pOptions, rate.value_or(30.0));  // wrong arguments are told before a clip is read
+    MakeEdits(pOptions, rate.value_or(30.0));  // reports wrong arguments before the clip is read
 
     ClipCurves clip = LoadClip(pOptions.path);
-    const std::vector<NamedCurve*> curves =
-        ChooseCurves(clip, {pOptions.patterns, pOptions.all, std::nullopt, std::nullopt});
+    const std::vector<NamedCurve*> curves = ChooseCurves(clip, choice);
     const std::vector<Edit> edits = MakeEdits(pOptions, rate.value_or(clip.framesASecond));
     for (std::size_t i = 0; i < edits.size(); ++i) {
         for (NamedCurve* const each : curves) {
@@ -316,12 +313,11 @@ void RunKey(const KeyOptions& pOptions)
             }
         }
     }
-    // The values of the file are no longer those of the curves.
-    clip.clip.mValues.clear();
+    clip.DropRecordedValues();
     WriteClip(clip, format, pOptions.output);
 }
 
-// The parser lists each option once a value, in the order of the command line.
+// The parser lists each option once for each of its values, in the order of the command line.
 void CollectEdits(const CLI::App& pCommand, KeyOptions& pOptions)
 {
     std::map<const CLI::Option*, std::size_t> taken;
@@ -339,46 +335,34 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<KeyOptions>();
     CLI::App* const command = pApp.add_subcommand(
-        "key", "Insert, remove, move and shape keys in the order given, or key a node");
-    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
+        "key", "Insert, remove, move and shape keys, in the order given, or key a node");
+    AddClipArgument(*command, options->path);
+    AddPatternOption(*command, "-c,--curve", options->patterns, "Curve to edit: Hips/R/X");
+    command->add_flag("-a,--all", options->all, "Edit all curves");
+    AddPatternOption(*command, "-n,--node", options->nodes,
+                     "Node to key, all its channels at one time: Spine/R");
+    command->add_option("--at", options->at, "Time of the key of the node")->type_name("TIME");
+    command
+        ->add_option("--total", options->total,
+                     "Values of the node at this time, all layers blended: 10,0,5; its present "
+                     "values without it")
+        ->type_name("NUMBERS");
+    command->add_option("--layer", options->layer, "Layer of the key: its name, or base (default)")
+        ->type_name("LAYER");
     const auto list = [&](const char* pName, std::vector<std::string>& pValues, const char* pHelp,
                           const char* pType) {
         command->add_option(pName, pValues, pHelp)->allow_extra_args(false)->type_name(pType);
     };
-    list("-c,--curve", options->patterns,
-         "Curve to edit, by name, * and ? as wildcards. May be given several times", "NAME");
-    command->add_flag("-a,--all", options->all, "Edit every curve");
-    list("-n,--node", options->nodes,
-         "Node to key, all its channels at one time: Spine/R. May be given several times", "NAME");
-    command->add_option("--at", options->at, "Time of the node's key")->type_name("TIME");
-    command
-        ->add_option("--total", options->total,
-                     "What the node shall show there, all layers blended: 10,0,5; without it what "
-                     "it shows now")
-        ->type_name("NUMBERS");
-    command
-        ->add_option("--layer", options->layer,
-                     "Layer that gets the key: base, as without it, or its name")
-        ->type_name("LAYER");
-    list("--insert", options->inserts, "Add a key on the curve, whose shape stays", "TIME");
-    list("--remove", options->removes, "Remove a key, or all of a span, its ends too",
+    list("--insert", options->inserts, "Add a key without changing the shape of the curve", "TIME");
+    list("--remove", options->removes, "Remove a key, or all keys of a span, its ends included",
          "TIME[..TIME]");
     list("--move", options->moves, "Move a key in time", "FROM=TO");
     list("--tangent", options->tangents,
-         "Give the keys, or those of a span, another shape: auto, clamp, progressive, user, tcb, "
+         "Set the shape of all keys, or of those in a span: auto, clamp, progressive, user, tcb, "
          "linear, constant",
          "KIND[@TIME[..TIME]]");
     AddFrameRateOption(*command, options->framesASecond);
-    command
-        ->add_option("-o,--output", options->output,
-                     "File to write, never the one that is read; - for standard output")
-        ->required()
-        ->type_name("FILE");
-    command
-        ->add_option("--format", options->format,
-                     "glissa or bvh; without it the suffix of the file tells")
-        ->check(CLI::IsMember({"bvh", "glissa"}))
-        ->type_name("FORMAT");
+    AddClipOutputOptions(*command, options->output, options->format, true);
     command->footer("Examples:\n"
                     "  glissa key clip.glissa --curve 'Hips/R/X' --insert 1.254 --remove "
                     "0.5..0.75 --move 2=2.004 --tangent progressive -o out.glissa\n"

@@ -1,18 +1,18 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Layers of a clip: one is added, removed, or has its state changed in a run, and the clip goes to
-// another file; or all are listed.
+// A run adds or removes a layer of a clip or changes its state, and writes the clip to another
+// file; or it lists all layers.
 
+#include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
-#include "apps/glissa/picture/canvas.h"
-#include "io/name_match.h"
+#include "apps/glissa/output.h"
+#include "apps/glissa/shared_options.h"
+#include "apps/glissa/text_table.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -34,60 +34,19 @@ struct LayerOptions
 constexpr eLayerMode kModes[] = {eLayerModeAdditive, eLayerModeOverride,
                                  eLayerModeOverridePassthrough};
 
-HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName)
-{
-    HostLayer* const layer = pClip.owner.GetNodes().GetLayers().Find(pName);
-    if (!layer) {
-        throw Refusal(fmt::format(
-            "{}: there is no layer '{}' among the {} there; 'glissa layer --list' names "
-            "them",
-            pClip.path, pName, pClip.owner.GetNodes().GetLayers().GetAll().size()));
-    }
-    return *layer;
-}
-
-// The nodes that any of the patterns covers, all without one.
-std::vector<GlissaNode*> ChooseNodes(const ClipCurves& pClip,
-                                     const std::vector<std::string>& pPatterns)
-{
-    const std::vector<NodeClip::NamedNode> all = pClip.owner.GetNodes().GetTransforms(pClip.clip);
-    std::vector<bool> taken(all.size(), pPatterns.empty());
-    for (const std::string& pattern : pPatterns) {
-        bool any = false;
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            if (NameMatches(pattern, all[i].mName) || pattern == all[i].mName) {
-                taken[i] = any = true;
-            }
-        }
-        if (!any) {
-            throw Refusal(fmt::format("{}: no node of the {} there matches '{}'; 'glissa info "
-                                      "--tree' shows them",
-                                      pClip.path, all.size(), pattern));
-        }
-    }
-    std::vector<GlissaNode*> chosen;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        if (taken[i]) {
-            chosen.push_back(all[i].mNode);
-        }
-    }
-    return chosen;
-}
-
 void Add(ClipCurves& pClip, const LayerOptions& pOptions)
 {
     HostLayers& layers = pClip.owner.GetNodes().GetLayers();
-    if (pOptions.add == "base") {
-        throw Refusal(fmt::format("{}: 'base' is what lies below all layers: choose another name",
-                                  pClip.path));
+    if (pOptions.add == kBaseName) {
+        throw Refusal(fmt::format("{}: '{}' means the nodes below all layers: choose another name",
+                                  pClip.path, kBaseName));
     }
     if (layers.Find(pOptions.add)) {
-        throw Refusal(fmt::format("{}: there is a layer '{}' already", pClip.path, pOptions.add));
+        throw Refusal(fmt::format("{}: a layer '{}' exists already", pClip.path, pOptions.add));
     }
-    const std::vector<GlissaNode*> nodes = ChooseNodes(pClip, pOptions.nodes);
+    const std::vector<NamedNode> nodes = ChooseNodes(pClip, pOptions.nodes);
     if (nodes.empty()) {
-        throw Refusal(
-            fmt::format("{}: the clip moves nothing that a layer could be on", pClip.path));
+        throw Refusal(fmt::format("{}: the clip has no translation and no rotation", pClip.path));
     }
     HostLayer& layer = layers.Add(pOptions.add);
     for (const eLayerMode mode : kModes) {
@@ -97,8 +56,8 @@ void Add(ClipCurves& pClip, const LayerOptions& pOptions)
     }
     layer.mRotationMode = pOptions.rotation == "channel" ? eRotationByChannel : eRotationByLayer;
     layer.mWeight->SetValue(static_cast<float>(pOptions.weight.value_or(1.0)));
-    for (GlissaNode* const node : nodes) {
-        node->CreateLayerAt(GlissaLayerInfo(layer.mId, &layer));
+    for (const NamedNode& each : nodes) {
+        each.node->CreateLayerAt(GlissaLayerInfo(layer.mId, &layer));
     }
 }
 
@@ -138,9 +97,15 @@ std::string ListText(const ClipCurves& pClip)
     if (nodes.GetLayers().GetAll().empty()) {
         return "no layers\n";
     }
-    std::string text =
-        fmt::format("{:>4}  {:<20}  {:<11}  {:>8}  {:<8}  {:<12}  {:>5}  {:>8}\n", "id", "layer",
-                    "mode", "weight", "rotation", "state", "nodes", "keys");
+    using enum TextTable::Align;
+    TextTable table({{"id", right, 4},
+                     {"layer", left, 20},
+                     {"mode", left, 11},
+                     {"weight", right, 8},
+                     {"rotation", left, 8},
+                     {"state", left, 12},
+                     {"nodes", right, 5},
+                     {"keys", right, 8}});
     const std::vector<NodeClip::NamedNode> all = nodes.GetTransforms(pClip.clip);
     for (const auto& layer : nodes.GetLayers().GetAll()) {
         int count = 0;
@@ -153,13 +118,12 @@ std::string ListText(const ClipCurves& pClip)
         }
         const char* const state = layer->mMuted ? (layer->mLocked ? "muted locked" : "muted")
                                                 : (layer->mLocked ? "locked" : "-");
-        fmt::format_to(std::back_inserter(text),
-                       "{:>4}  {:<20}  {:<11}  {:>8}  {:<8}  {:<12}  {:>5}  {:>8}\n", layer->mId,
-                       PrintableText(layer->mName), LayerModeName(layer->mMode), WeightText(*layer),
-                       layer->mRotationMode == eRotationByChannel ? "channel" : "layer", state,
-                       count, keys);
+        table.AddRow({std::to_string(layer->mId), layer->mName, LayerModeName(layer->mMode),
+                      WeightText(*layer),
+                      layer->mRotationMode == eRotationByChannel ? "channel" : "layer", state,
+                      std::to_string(count), std::to_string(keys)});
     }
-    return text;
+    return table.GetText();
 }
 
 void CheckOptions(const LayerOptions& pOptions)
@@ -175,14 +139,15 @@ void CheckOptions(const LayerOptions& pOptions)
     }
     if (given != 1) {
         throw WrongArguments(
-            "one thing at a time: --list, --add, --remove, --mute, --unmute, --lock or --unlock");
+            "give exactly one of --list, --add, --remove, --mute, --unmute, --lock and --unlock");
     }
     if (pOptions.add.empty() && (!pOptions.mode.empty() || !pOptions.rotation.empty() ||
                                  pOptions.weight || !pOptions.nodes.empty())) {
-        throw WrongArguments("--mode, --rotation, --weight and --node go with --add");
+        throw WrongArguments("--mode, --rotation, --weight and --node need --add");
     }
     if (pOptions.weight && !(*pOptions.weight >= 0.0 && *pOptions.weight <= 1.0)) {
-        throw WrongArguments(fmt::format("--weight {}: a weight is from 0 to 1", *pOptions.weight));
+        throw WrongArguments(
+            fmt::format("--weight {}: a weight must be from 0 to 1", *pOptions.weight));
     }
     if (!pOptions.list && pOptions.output.empty()) {
         throw WrongArguments("--output is missing: name the file to write");
@@ -193,10 +158,7 @@ void RunLayer(const LayerOptions& pOptions)
 {
     CheckOptions(pOptions);
     if (pOptions.list) {
-        const ClipCurves clip = LoadClip(pOptions.path);
-        Output output(pOptions.output, pOptions.path);
-        output.Write(ListText(clip));
-        output.Commit();
+        WriteOutput(pOptions.output, pOptions.path, ListText(LoadClip(pOptions.path)));
         return;
     }
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
@@ -210,8 +172,7 @@ void RunLayer(const LayerOptions& pOptions)
     } else {
         FindLayer(clip, pOptions.lock + pOptions.unlock).mLocked = !pOptions.lock.empty();
     }
-    // The values of the file are no longer those of the blended curves.
-    clip.clip.mValues.clear();
+    clip.DropRecordedValues();
     WriteClip(clip, format, pOptions.output);
 }
 }  // namespace
@@ -221,48 +182,34 @@ void AddLayerCommand(CLI::App& pApp, Action& pAction)
     const auto options = std::make_shared<LayerOptions>();
     CLI::App* const command =
         pApp.add_subcommand("layer", "Add, remove, mute, lock and list the layers of a clip");
-    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
-    command->add_flag("--list", options->list, "Show the layers");
-    command->add_option("--add", options->add, "Add a layer, without keys, above the others")
+    AddClipArgument(*command, options->path);
+    command->add_flag("--list", options->list, "List the layers");
+    command->add_option("--add", options->add, "Add a layer without keys above the others")
         ->type_name("NAME");
     command
         ->add_option("--mode", options->mode,
-                     "How it combines with what lies below: additive (as it is without), override "
-                     "or passthrough")
+                     "Blending of the new layer: additive (default), override or passthrough")
         ->check(CLI::IsMember({"additive", "override", "passthrough"}))
         ->type_name("MODE");
-    command->add_option("--weight", options->weight, "Its weight, 0 to 1; 1 without it")
+    command->add_option("--weight", options->weight, "Weight of the new layer, 0 to 1; default 1")
         ->type_name("W");
     command
-        ->add_option(
-            "--rotation", options->rotation,
-            "Blend rotations as rotations (layer, as it is without) or as numbers (channel)")
+        ->add_option("--rotation", options->rotation,
+                     "Blend rotations as rotations (layer, default) or each angle by itself "
+                     "(channel)")
         ->check(CLI::IsMember({"layer", "channel"}))
         ->type_name("HOW");
-    command
-        ->add_option(
-            "--node", options->nodes,
-            "Node that it is on: Hips/R, */T; all of them without it. May be given several "
-            "times")
-        ->allow_extra_args(false)
-        ->type_name("NODE");
+    AddPatternOption(*command, "-n,--node", options->nodes,
+                     "Node of the new layer: Hips/R, */T; all nodes without it");
     const auto named = [&](const char* pName, std::string& pText, const char* pHelp) {
         command->add_option(pName, pText, pHelp)->type_name("NAME");
     };
     named("--remove", options->remove, "Remove a layer with its keys; a locked one is refused");
-    named("--mute", options->mute, "Let a layer have no effect");
-    named("--unmute", options->unmute, "Let it have its effect again");
-    named("--lock", options->lock, "Keep a layer from being edited");
-    named("--unlock", options->unlock, "Let it be edited again");
-    command
-        ->add_option("-o,--output", options->output,
-                     "File to write, never the one that is read; - for standard output")
-        ->type_name("FILE");
-    command
-        ->add_option("--format", options->format,
-                     "glissa or bvh (the blended values); without it the suffix of the file tells")
-        ->check(CLI::IsMember({"bvh", "glissa"}))
-        ->type_name("FORMAT");
+    named("--mute", options->mute, "Leave a layer out of the blend");
+    named("--unmute", options->unmute, "Undo --mute");
+    named("--lock", options->lock, "Protect a layer from edits");
+    named("--unlock", options->unlock, "Undo --lock");
+    AddClipOutputOptions(*command, options->output, options->format, false);
     command->footer("Examples:\n"
                     "  glissa layer clip.glissa --add bow --mode additive --weight 0.5 --node "
                     "'Spine*/R' -o out.glissa\n"

@@ -7,6 +7,7 @@
 #include "apps/glissa/node_key.h"
 
 #include "apps/glissa/clip_nodes.h"
+#include "apps/glissa/printable_text.h"
 #include "apps/glissa/refusal.h"
 #include "corvekit/math/quaternion.h"
 #include "corvekit/math/rotation_order.h"

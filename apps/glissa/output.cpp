@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -18,18 +19,29 @@ namespace
 {
 constexpr std::size_t kBufferSize = 1 << 16;
 
-// The temporary that a signal has to remove. A handler may not allocate or lock: it reads a plain
-// array, filled before the handler is set.
-char sTemporary[4096];
-
-extern "C" void RemoveTemporary(int pSignal)
+// The temporary files that a signal has to remove: one for each output that is open, as several
+// threads may write at the same time. A handler may not allocate or lock, so it reads plain arrays.
+struct GuardedFile
 {
-    unlink(sTemporary);
+    std::atomic<bool> isTaken = false;
+    std::atomic<bool> isComplete = false;  // path can be read
+    char path[4096] = {};
+};
+constexpr int kMostGuarded = 64;
+GuardedFile sGuarded[kMostGuarded];
+
+extern "C" void RemoveTemporaries(int pSignal)
+{
+    for (const GuardedFile& each : sGuarded) {
+        if (each.isComplete) {
+            unlink(each.path);
+        }
+    }
     signal(pSignal, SIG_DFL);
     raise(pSignal);
 }
 
-// While one lives, the signals that end a program wait.
+// Delays the signals that end a program, in this thread.
 class SignalPause
 {
 public:
@@ -40,9 +52,9 @@ public:
         for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
             sigaddset(&ending, each);
         }
-        sigprocmask(SIG_BLOCK, &ending, &mBefore);
+        pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
     }
-    ~SignalPause() { sigprocmask(SIG_SETMASK, &mBefore, nullptr); }
+    ~SignalPause() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
     SignalPause(const SignalPause&) = delete;
     SignalPause& operator=(const SignalPause&) = delete;
 
@@ -50,27 +62,38 @@ private:
     sigset_t mBefore;
 };
 
-void GuardTemporary(const char* pPath)
+void SetSignalHandlers()
 {
-    const std::size_t size = std::strlen(pPath) + 1;
-    if (size > sizeof(sTemporary)) {
-        return;
-    }
-    std::memcpy(sTemporary, pPath, size);
     for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
         // What was ignored at the start (nohup) stays ignored.
-        if (signal(each, &RemoveTemporary) == SIG_IGN) {
+        if (signal(each, &RemoveTemporaries) == SIG_IGN) {
             signal(each, SIG_IGN);
         }
     }
 }
 
-void ReleaseTemporary()
+// The index of the guard, for ReleaseTemporary; -1 where there is none left.
+int GuardTemporary(const char* pPath)
 {
-    for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
-        if (signal(each, SIG_DFL) == SIG_IGN) {
-            signal(each, SIG_IGN);
+    static const bool isSet = (SetSignalHandlers(), true);
+    static_cast<void>(isSet);
+    const std::size_t size = std::strlen(pPath) + 1;
+    for (int i = 0; i < kMostGuarded && size <= sizeof(GuardedFile::path); ++i) {
+        if (!sGuarded[i].isTaken.exchange(true)) {
+            std::memcpy(sGuarded[i].path, pPath, size);
+            sGuarded[i].isComplete = true;
+            return i;
         }
+    }
+    return -1;
+}
+
+void ReleaseTemporary(int& pGuard)
+{
+    if (pGuard >= 0) {
+        sGuarded[pGuard].isComplete = false;
+        sGuarded[pGuard].isTaken = false;
+        pGuard = -1;
     }
 }
 
@@ -120,7 +143,7 @@ Output::Output(const std::string& pPath, const std::vector<std::string>& pInputs
     if (!mFile->IsOpen()) {
         FailFile();
     }
-    GuardTemporary(mFile->GetTemporary());
+    mGuard = GuardTemporary(mFile->GetTemporary());
 }
 
 Output::~Output()
@@ -131,7 +154,7 @@ Output::~Output()
     if (mFile) {
         const SignalPause pause;
         mFile->Discard();
-        ReleaseTemporary();
+        ReleaseTemporary(mGuard);
     }
 }
 
@@ -167,7 +190,7 @@ void Output::Flush()
         } else if (written == 0) {
             Fail(EIO);
         } else if (errno == EPIPE) {
-            throw ReaderGone();
+            throw OutputClosed();
         } else if (errno != EINTR) {
             Fail(errno);
         }
@@ -193,10 +216,17 @@ void Output::Commit()
     // temporary file by then.
     const SignalPause pause;
     const bool done = mFile->Commit();
-    ReleaseTemporary();
+    ReleaseTemporary(mGuard);
     if (!done) {
         FailFile();
     }
+}
+
+void WriteOutput(const std::string& pPath, const std::string& pInput, std::string_view pText)
+{
+    Output output(pPath, pInput);
+    output.Write(pText);
+    output.Commit();
 }
 
 void PrepareStandardStreams()

@@ -29,7 +29,7 @@ public:
 
     bool IsTerminal() const;
 
-    /// Throws Refusal, or ReaderGone when standard output is a pipe that nobody reads any more.
+    /// Throws Refusal, or OutputClosed when standard output is a pipe without reader.
     void Write(std::string_view pBytes);
     /// Everything written so far reaches its place. Throws as Write.
     void Commit();
@@ -43,7 +43,11 @@ private:
     std::optional<KAtomicFile> mFile;  ///< empty when written directly
     std::string mBuffer;
     int mDescriptor = -1;  ///< when written directly
+    int mGuard = -1;       ///< of the temporary file against signals
 };
+
+/// Writes a text to a path as Output does, all of it.
+void WriteOutput(const std::string& pPath, const std::string& pInput, std::string_view pText);
 
 /// Makes a write to a pipe without reader, or beyond the limit on file sizes, an error instead of
 /// the end of the program, and gives the three standard descriptors a place where they are closed,

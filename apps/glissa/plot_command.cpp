@@ -5,8 +5,10 @@
 #include "apps/glissa/comparison.h"
 #include "apps/glissa/curve_options.h"
 #include "apps/glissa/curve_picture.h"
+#include "apps/glissa/file_name.h"
 #include "apps/glissa/node_picture.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/printable_text.h"
 
 #include <fmt/format.h>
 
@@ -27,12 +29,6 @@ struct PlotOptions
     bool frames = false;
 };
 
-std::string FileName(const std::string& pPath)
-{
-    const std::size_t slash = pPath.rfind('/');
-    return slash == std::string::npos ? pPath : pPath.substr(slash + 1);
-}
-
 // By --format, else by the suffix of the file; SVG on standard output.
 PictureFormat ChooseFormat(const PlotOptions& pOptions)
 {
@@ -42,12 +38,7 @@ PictureFormat ChooseFormat(const PlotOptions& pOptions)
         return PictureFormat::svg;
     }
     if (name.empty()) {
-        const std::string file = FileName(path);
-        const std::size_t dot = file.rfind('.');
-        name = dot == std::string::npos ? std::string() : file.substr(dot + 1);
-        std::transform(name.begin(), name.end(), name.begin(), [](char pEach) {
-            return pEach >= 'A' && pEach <= 'Z' ? static_cast<char>(pEach - 'A' + 'a') : pEach;
-        });
+        name = FileSuffix(path);
     }
     if (name == "png") {
         return PictureFormat::png;
@@ -59,12 +50,11 @@ PictureFormat ChooseFormat(const PlotOptions& pOptions)
         return PictureFormat::pdf;
     }
     throw WrongArguments(fmt::format(
-        "--output: '{}' does not tell the kind of picture: end it in .png, .svg or .pdf, or give "
-        "--format",
+        "--output: '{}' has no suffix of a picture: use .png, .svg or .pdf, or give --format",
         path));
 }
 
-// One repetition of what was asked for beyond the keys belongs into the picture.
+// Whether the picture shows a repetition beyond the keys.
 bool ShowsBeyond(const std::optional<ExtrapolationArgument>& pArgument)
 {
     return pArgument && pArgument->mode != eExtrapolationNone &&
@@ -93,11 +83,11 @@ void CheckPanels(const std::vector<Unit>& pUnits, const PlotOptions& pOptions)
     std::array<int, 3> counts{};
     for (const Unit each : pUnits) {
         if (++counts[static_cast<std::size_t>(each)] > kMostCurvesAPanel) {
-            throw Refusal(fmt::format(
-                "{}: {} curves were chosen; more than {} of one unit cannot be told apart in a "
-                "picture: choose fewer with {}",
-                pOptions.curves.path, pUnits.size(), kMostCurvesAPanel,
-                pOptions.curves.TakesNodes() ? "--node" : "--curve"));
+            throw Refusal(fmt::format("{}: {} curves are chosen; a picture shows at most {} of one "
+                                      "unit: choose fewer with "
+                                      "{}",
+                                      pOptions.curves.path, pUnits.size(), kMostCurvesAPanel,
+                                      pOptions.curves.TakesNodes() ? "--node" : "--curve"));
         }
     }
 }
@@ -121,7 +111,7 @@ TimeSpan ChooseSpan(const PlotOptions& pOptions, const std::optional<TimeSpan>& 
     const TimeSpan span =
         pOptions.curves.Span(DefaultSpan(pKeys, pOptions.curves.Choice()), pClip.framesASecond);
     if (span.from == span.to) {
-        throw WrongArguments("a picture needs a span of time: --to has to lie after --from");
+        throw WrongArguments("a picture needs a span of time: --to must be after --from");
     }
     return span;
 }
@@ -201,16 +191,7 @@ Chosen ChooseIn(ClipCurves& pClip, const CurveOptions& pOptions)
     return chosen;
 }
 
-std::optional<TimeSpan> Union(const std::optional<TimeSpan>& pLeft,
-                              const std::optional<TimeSpan>& pRight)
-{
-    if (!pLeft || !pRight) {
-        return pLeft ? pLeft : pRight;
-    }
-    return TimeSpan{std::min(pLeft->from, pRight->from), std::max(pLeft->to, pRight->to)};
-}
-
-void TellLeftOut(const std::vector<std::string>& pNames, const std::string& pPath)
+void ReportLeftOut(const std::vector<std::string>& pNames, const std::string& pPath)
 {
     for (const std::string& each : pNames) {
         fmt::print(stderr, "glissa: {}: only in {}, left out\n", PrintableText(each), pPath);
@@ -228,12 +209,12 @@ Choice ChoosePairs(ClipCurves& pClip, ClipCurves& pOther, const PlotOptions& pOp
                                       each));
         }
     }
-    const TimeSpan span = ChooseSpan(pOptions, Union(first.Keys(), second.Keys()), pClip);
+    const TimeSpan span = ChooseSpan(pOptions, SpanOfBoth(first.Keys(), second.Keys()), pClip);
     Comparison compared =
         CompareCurves(first.Draw(span, pOptions.tangents), second.Draw(span, pOptions.tangents),
                       span, TimeAxisRate(pOptions, pClip));
-    TellLeftOut(compared.onlyFirst, pClip.path);
-    TellLeftOut(compared.onlySecond, pOther.path);
+    ReportLeftOut(compared.onlyFirst, pClip.path);
+    ReportLeftOut(compared.onlySecond, pOther.path);
     std::vector<Unit> units;
     for (const PictureCurve& each : compared.curves) {
         if (each.isDifference) {
@@ -257,11 +238,11 @@ void RunPlot(const PlotOptions& pOptions)
         !pOptions.size.empty() ? pOptions.size : std::string(compares ? "1000x700" : "1000x500"));
     const PictureFormat format = ChooseFormat(pOptions);
     if (pOptions.tangents && pOptions.curves.TakesNodes()) {
-        throw WrongArguments("--tangents goes with --curve: a blend of layers has no handles");
+        throw WrongArguments("--tangents needs --curve: a blend of layers has no handles");
     }
 
     if (compares && pOptions.curves.layers) {
-        throw WrongArguments("--against compares what nodes show: leave --layers out");
+        throw WrongArguments("--against cannot be combined with --layers");
     }
 
     ClipCurves clip = LoadClip(pOptions.curves.path);
@@ -292,7 +273,7 @@ void RunPlot(const PlotOptions& pOptions)
 
     Output output(pOptions.curves.output, inputs);
     if (output.IsTerminal() && format != PictureFormat::svg) {
-        throw WrongArguments("a picture is no text for a terminal: name a file with --output");
+        throw WrongArguments("a picture cannot be written to a terminal: give --output FILE");
     }
     Canvas canvas(format, size.width, size.height, picture.title,
                   [&output](std::string_view pBytes) { output.Write(pBytes); });
@@ -318,14 +299,14 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
         ->add_option("--size", options->size,
                      "Size in pixels; 1000x500 without it, 1000x700 with --against")
         ->type_name("WxH");
-    command->add_option("--title", options->title, "Title; the name of the clip without it")
+    command->add_option("--title", options->title, "Title; the file name of the clip without it")
         ->type_name("TEXT");
     command->add_flag("--frames", options->frames,
                       "Count frames on the time axis, as --fps does, at the clip's rate");
     command
         ->add_option("--format", options->format,
-                     "png, svg or pdf; without it the suffix of the file tells, and standard "
-                     "output takes svg")
+                     "png, svg or pdf; by the suffix of the file without it, and svg for standard "
+                     "output")
         ->check(CLI::IsMember({"png", "svg", "pdf"}))
         ->type_name("FORMAT");
     command->footer("Examples:\n"

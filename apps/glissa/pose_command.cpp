@@ -3,22 +3,17 @@
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/command.h"
-#include "apps/glissa/curve_options.h"
+#include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/shared_options.h"
+#include "apps/glissa/text_table.h"
+#include "corvekit/math/rotation_order.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <iterator>
 #include <memory>
+#include <utility>
 
 namespace
 {
-using Json = nlohmann::ordered_json;
-
 struct PoseOptions
 {
     std::string path;
@@ -35,73 +30,45 @@ struct PoseRow
     NodeValues values{};
 };
 
-constexpr std::array<const char*, 6> kOrders = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
-
-std::string NumberText(double pNumber, bool pSingle)
+Json Describe(const std::string& pPath, KTime pTime, const std::vector<PoseRow>& pRows)
 {
-    return pSingle ? fmt::format("{}", static_cast<float>(pNumber)) : fmt::format("{}", pNumber);
-}
-
-// By hand, as the writer of documents knows doubles alone: a float has its own shortest digits.
-std::string AsJson(const std::string& pPath, KTime pTime, const std::vector<PoseRow>& pRows)
-{
-    const auto text = [](const std::string& pText) {
-        return Json(pText).dump(-1, ' ', false, Json::error_handler_t::replace);
-    };
-    std::string json = fmt::format("{{\"clip\":{},\n\"time\":{},\n\"nodes\":[", text(pPath),
-                                   pTime.GetSecondDouble());
-    const char* separator = "\n";
+    Json pose;
+    pose["clip"] = pPath;
+    pose["time"] = pTime.GetSecondDouble();
+    pose["nodes"] = Json::array();
     for (const PoseRow& row : pRows) {
         const NamedNode& named = row.series.GetNode();
-        fmt::format_to(std::back_inserter(json), "{}{{\"name\":{},\"type\":{},\"unit\":\"{}\"",
-                       separator, text(named.name), text(named.node->GetTypeName()),
-                       UnitName(named.unit));
+        Json node;
+        node["name"] = named.name;
+        node["type"] = named.node->GetTypeName();
+        node["unit"] = UnitName(named.unit);
         if (named.node->IsRotationLayerType()) {
-            fmt::format_to(std::back_inserter(json), ",\"order\":\"{}\"",
-                           kOrders[static_cast<std::size_t>(named.node->GetRotationOrder())]);
+            node["order"] = KVdRotationOrder(named.node->GetRotationOrder()).GetName();
         }
-        json += ",\"values\":[";
+        node["values"] = Json::array();
         for (int i = 0; i < row.series.GetCount(); ++i) {
-            const double value = row.values[static_cast<std::size_t>(i)];
-            json += i == 0 ? "" : ",";
-            json += std::isfinite(value) ? NumberText(value, row.series.IsSingle()) : "null";
+            node["values"].push_back(
+                JsonNumber(row.values[static_cast<std::size_t>(i)], row.series.IsSingle()));
         }
-        json += "]}";
-        separator = ",\n";
+        pose["nodes"].push_back(std::move(node));
     }
-    return json + "]}\n";
-}
-
-// For eyes: five digits behind the point, and no minus before a zero.
-std::string RoundText(double pNumber)
-{
-    constexpr double kRound = 1e5;
-    const double rounded = std::round(pNumber * kRound) / kRound + 0.0;
-    return std::fabs(rounded) < 1e9 ? fmt::format("{:.5f}", rounded) : fmt::format("{:g}", pNumber);
+    return pose;
 }
 
 std::string AsText(const std::vector<PoseRow>& pRows)
 {
-    std::size_t nameWidth = 4;
-    std::size_t typeWidth = 4;
+    using enum TextTable::Align;
+    TextTable table(
+        {{"node", left}, {"type", left}, {"X", right, 13}, {"Y", right, 13}, {"Z", right, 13}});
     for (const PoseRow& row : pRows) {
-        nameWidth = std::max(nameWidth, PrintableText(row.series.GetNode().name).size());
-        typeWidth =
-            std::max(typeWidth, std::string_view(row.series.GetNode().node->GetTypeName()).size());
-    }
-    std::string text = fmt::format("{:<{}}  {:<{}}  {:>13}  {:>13}  {:>13}\n", "node", nameWidth,
-                                   "type", typeWidth, "X", "Y", "Z");
-    for (const PoseRow& row : pRows) {
-        fmt::format_to(std::back_inserter(text), "{:<{}}  {:<{}}",
-                       PrintableText(row.series.GetNode().name), nameWidth,
-                       row.series.GetNode().node->GetTypeName(), typeWidth);
+        std::vector<std::string> cells = {row.series.GetNode().name,
+                                          row.series.GetNode().node->GetTypeName()};
         for (int i = 0; i < row.series.GetCount(); ++i) {
-            fmt::format_to(std::back_inserter(text), "  {:>13}",
-                           RoundText(row.values[static_cast<std::size_t>(i)]));
+            cells.push_back(RoundedText(row.values[static_cast<std::size_t>(i)]));
         }
-        text += '\n';
+        table.AddRow(std::move(cells));
     }
-    return text;
+    return table.GetText();
 }
 
 void RunPose(const PoseOptions& pOptions)
@@ -116,9 +83,8 @@ void RunPose(const PoseOptions& pOptions)
         row.series.Evaluate(row.values, time, nullptr);
         rows.push_back(std::move(row));
     }
-    Output output(pOptions.output, pOptions.path);
-    output.Write(pOptions.json ? AsJson(clip.path, time, rows) : AsText(rows));
-    output.Commit();
+    WriteOutput(pOptions.output, pOptions.path,
+                pOptions.json ? JsonReportText(Describe(clip.path, time, rows)) : AsText(rows));
 }
 }  // namespace
 
@@ -126,23 +92,15 @@ void AddPoseCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<PoseOptions>();
     CLI::App* const command =
-        pApp.add_subcommand("pose", "Tell what every node shows at one time, its layers blended");
-    command->add_option("CLIP", options->path, "Clip to read (BVH or .glissa)")->required();
+        pApp.add_subcommand("pose", "Show the values of every node at one time, layers blended");
+    AddClipArgument(*command, options->path);
     command->add_option("--at", options->at, "Time, in seconds (1.25) or frames (37f)")
         ->required()
         ->type_name("TIME");
-    command
-        ->add_option("-n,--node", options->nodes,
-                     "Node to tell of, * and ? as wildcards; all without it. May be given several "
-                     "times")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
-    command->add_flag("--json", options->json, "As JSON, every digit told");
+    AddPatternOption(*command, "-n,--node", options->nodes, "Node: Hips/R; all nodes without it");
+    command->add_flag("--json", options->json, "As JSON, with all digits");
     AddFrameRateOption(*command, options->framesASecond);
-    command
-        ->add_option("-o,--output", options->output,
-                     "File to write, complete or not at all; without it standard output")
-        ->type_name("FILE");
+    AddOutputOption(*command, options->output);
     command->footer("Examples:\n"
                     "  glissa pose layered.glissa --at 1.5\n"
                     "  glissa pose clip.bvh --at 37f --node 'Spine*/R' --json -o pose.json");

@@ -28,14 +28,6 @@ int Fail(int pStatus, std::string_view pReason)
     return pStatus;
 }
 
-// Help and version are output like any other: a full disk is told, a reader who left is not.
-void Print(const std::string& pText)
-{
-    Output output("-", "");
-    output.Write(pText);
-    output.Commit();
-}
-
 // The subcommand that was being parsed, for its help.
 const CLI::App& Chosen(const CLI::App& pApp)
 {
@@ -63,7 +55,7 @@ int Run(int pCount, char** pArguments)
         "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
         "  glissa convert clip.glissa clip.bvh\n"
         "\n"
-        "'glissa SUBCOMMAND --help' tells more. Exit status: 0 done, 1 refused, 2 wrong "
+        "See 'glissa SUBCOMMAND --help'. Exit status: 0 done, 1 refused, 2 wrong "
         "arguments.");
     Action action;
     AddInfoCommand(app, action);
@@ -89,10 +81,10 @@ int Run(int pCount, char** pArguments)
     try {
         app.parse(pCount, pArguments);
     } catch (const CLI::CallForVersion& version) {
-        Print(std::string(version.what()) + '\n');
+        WriteOutput("-", "", std::string(version.what()) + '\n');
         return kDone;
     } catch (const CLI::CallForHelp&) {
-        Print(app.help());
+        WriteOutput("-", "", app.help());
         return kDone;
     } catch (const CLI::ParseError& error) {
         return Fail(kWrongArguments,
@@ -112,7 +104,7 @@ int RunCommand(int pCount, char** pArguments)
 {
     try {
         return Run(pCount, pArguments);
-    } catch (const ReaderGone&) {
+    } catch (const OutputClosed&) {
         return kDone;
     } catch (const Refusal& refusal) {
         return Fail(kRefused, refusal.what());

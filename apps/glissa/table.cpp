@@ -3,17 +3,17 @@
 
 #include "apps/glissa/table.h"
 
+#include "apps/glissa/json_report.h"
 #include "apps/glissa/progress.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <iterator>
 
 namespace
 {
-// Text put together until there is enough for a write.
+// Collects text until there is enough for a write.
 class TextBuffer
 {
 public:
@@ -51,7 +51,7 @@ public:
         }
     }
 
-    void Pass()
+    void FlushIfFull()
     {
         if (mText.size() >= kEnough) {
             Flush();
@@ -70,12 +70,6 @@ private:
     fmt::memory_buffer mText;
 };
 
-// Names come from files and may not be UTF-8; JSON has to be.
-std::string JsonText(const std::string& pText)
-{
-    return nlohmann::json(pText).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
 // One array a curve: the grid again for each, so that the values need no memory.
 template <typename Evaluate>
 void WriteJsonArray(TextBuffer& pBuffer, const SampleGrid& pGrid, Progress& pProgress,
@@ -86,7 +80,7 @@ void WriteJsonArray(TextBuffer& pBuffer, const SampleGrid& pGrid, Progress& pPro
     for (std::uint64_t i = 0; i < count; ++i) {
         pBuffer.Text(i == 0 ? "" : ",");
         pEvaluate(pGrid.At(i));
-        pBuffer.Pass();
+        pBuffer.FlushIfFull();
         pProgress.At(++pDone);
     }
     pBuffer.Text("]");
@@ -163,7 +157,7 @@ void WriteCsv(const Table& pTable, Output& pOutput)
     std::vector<int> hints(pTable.curves.size(), 0);
     std::vector<int> nodeHints(pTable.nodes.size(), 0);
     NodeValues values{};
-    Progress progress(count);
+    Progress progress("evaluating", count);
     for (std::uint64_t i = 0; i < count; ++i) {
         const KTime time = pTable.grid.At(i);
         buffer.Number(time.GetSecondDouble());
@@ -188,7 +182,7 @@ void WriteCsv(const Table& pTable, Output& pOutput)
             }
         }
         buffer.Text("\n");
-        buffer.Pass();
+        buffer.FlushIfFull();
         progress.At(i);
     }
     buffer.Flush();
@@ -197,7 +191,7 @@ void WriteCsv(const Table& pTable, Output& pOutput)
 void WriteJson(const Table& pTable, Output& pOutput)
 {
     TextBuffer buffer(pOutput);
-    Progress progress(pTable.grid.Count() * (1 + pTable.CountColumns()));
+    Progress progress("evaluating", pTable.grid.Count() * (1 + pTable.CountColumns()));
     std::uint64_t done = 0;
 
     buffer.Text("{\"clip\":", JsonText(pTable.clip->path), ",\n\"rate\":");

@@ -3,25 +3,21 @@
 
 #include "apps/glissa/tree_text.h"
 
-#include "apps/glissa/picture/canvas.h"
+#include "apps/glissa/printable_text.h"
+#include "corvekit/math/rotation_order.h"
 #include "glissa/node/node.h"
 
 #include <fmt/format.h>
 
-#include <array>
 #include <iterator>
 
 namespace
 {
-using Json = nlohmann::ordered_json;
-
-constexpr std::array<const char*, 6> kOrders = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
-
 Json Describe(GlissaNode& pNode, const HostLayers& pLayers)
 {
     Json node;
     const HostLayer* const layer = pLayers.Find(pNode.GetLayerID());
-    // Of a chain the layer says more than the name, which is that of the base.
+    // A node of a layer has the name of its base: the name of the layer is shown.
     const bool isLayer = layer && pNode.GetDataType();
     node["name"] = isLayer ? layer->mName : std::string(pNode.GetTimeWarpName());
     if (pNode.GetDataType()) {
@@ -32,7 +28,7 @@ Json Describe(GlissaNode& pNode, const HostLayers& pLayers)
         node["muted"] = layer->mMuted;
         node["locked"] = layer->mLocked;
     } else if (pNode.GetDataType() == KDataTypeLclRotation) {
-        node["order"] = kOrders[static_cast<std::size_t>(pNode.GetRotationOrder())];
+        node["order"] = KVdRotationOrder(pNode.GetRotationOrder()).GetName();
     }
     if (const Glissa* const curve = pNode.FCurveGet()) {
         node["keys"] = curve->KeyGetCount();

@@ -3,14 +3,13 @@
 #pragma once
 
 #include "apps/glissa/clip_curves.h"
-
-#include <nlohmann/json.hpp>
+#include "apps/glissa/json_report.h"
 
 #include <string>
 
-/// The nodes of a clip, each an object with "name", and where it has them "type", "order" (of a
+/// The nodes of a clip, each an object with "name" and, where they apply, "type", "order" (of a
 /// rotation), "keys" (of a curve), "children" and "layers".
-nlohmann::ordered_json DescribeTree(const ClipCurves& pClip);
+Json DescribeTree(const ClipCurves& pClip);
 
-/// The same as lines, a node a line.
-std::string TreeText(const nlohmann::ordered_json& pTree);
+/// The same as text, a line for each node.
+std::string TreeText(const Json& pTree);

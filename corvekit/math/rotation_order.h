@@ -16,6 +16,10 @@ inline constexpr int KmEulerAxis[kRotationOrderCount][3] = {
     {0, 1, 2}, {0, 2, 1}, {1, 2, 0}, {1, 0, 2}, {2, 0, 1}, {2, 1, 0},
 };
 
+/// The names of the orders: the axes in order of turning.
+inline constexpr const char* kRotationOrderNames[kRotationOrderCount] = {"XYZ", "XZY", "YZX",
+                                                                         "YXZ", "ZXY", "ZYX"};
+
 /// A rotation order, and the conversions that need one.
 ///
 /// Angles are degrees; the angles about X, Y and Z stand at 0, 1 and 2 whatever the order. The
@@ -34,6 +38,8 @@ public:
     constexpr int GetOrder() const { return mOrder; }
     /// The row of KmEulerAxis.
     constexpr const int (&GetAxes() const)[3] { return KmEulerAxis[mOrder]; }
+    /// "XYZ" and so on.
+    constexpr const char* GetName() const { return kRotationOrderNames[mOrder]; }
 
     /// Euler angles to a matrix, which receives the rotation. Angles are reduced to a quarter turn
     /// without rounding: whole multiples of 90 degrees give entries of exactly 0, 1 and -1, and

@@ -323,13 +323,13 @@ TEST_F(Command, KeysAreEditedInTheOrderGiven)
         {1,
          {"--move", "2.001=3.001"},
          "Hips/R/X: --move 2.001=3.001: no key at 2.001 s; the nearest key is at 2 s"},
-        {1, {"--move", "2=3"}, "a key at 3 s is in the way"},
-        {1, {"--insert", "2"}, "a key at 2 s already"},
+        {1, {"--move", "2=3"}, "a key at 3 s blocks the move"},
+        {1, {"--insert", "2"}, "a key at 2 s exists already"},
         {1, {"--remove", "99"}, "nearest key is at 9.99"},
         {1, {"--insert", "2.001", "--remove", "0.6"}, "no key at 0.6 s"},
         {2, {"--remove", "2..1"}, "backward"},
         {2, {"--move", "2"}, "FROM=TO"},
-        {2, {}, "nothing to do"},
+        {2, {}, "no edit is given"},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.says);
@@ -394,14 +394,16 @@ TEST_F(Command, LayersAreAddedShownAndRemoved)
         const char* says;
     } cases[] = {
         {1, {out, "--remove", "bow", "-o", next}, "out.glissa: the layer 'bow' is locked"},
-        {1, {out, "--add", "bow", "-o", next}, "a layer 'bow' already"},
+        {1, {out, "--add", "bow", "-o", next}, "a layer 'bow' exists already"},
         {1, {out, "--add", "base", "-o", next}, "below all layers"},
-        {1, {out, "--mute", "Bow", "-o", next}, "no layer 'Bow' among the 1"},
-        {1, {out, "--add", "a", "--node", "Spine", "-o", next}, "no node of the 26"},
+        {1, {out, "--mute", "Bow", "-o", next}, "no layer is named 'Bow'; there are bow"},
+        {1,
+         {out, "--add", "a", "--node", "Spine", "-o", next},
+         "no node matches 'Spine'; there are Hips/T, Hips/R"},
         {1, {next, "--add", "a", "-o", next}, "clip that is read"},
-        {2, {out, "--add", "a", "--weight", "nan", "-o", next}, "a weight is from 0 to 1"},
-        {2, {out, "--add", "a", "--mute", "bow", "-o", next}, "one thing at a time"},
-        {2, {out, "--mute", "bow", "--weight", "1", "-o", next}, "go with --add"},
+        {2, {out, "--add", "a", "--weight", "nan", "-o", next}, "a weight must be from 0 to 1"},
+        {2, {out, "--add", "a", "--mute", "bow", "-o", next}, "give exactly one of"},
+        {2, {out, "--mute", "bow", "--weight", "1", "-o", next}, "need --add"},
         {2, {out, "--add", "a"}, "--output is missing"},
     };
     for (const auto& each : cases) {

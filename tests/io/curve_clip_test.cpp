@@ -44,29 +44,10 @@ TEST(CurveClip, EveryChannelIsACurveWithAKeyAFrame)
     EXPECT_EQ(eClipRotationY, clip.GetCurves()[2].mChannel);
 }
 
-TEST(CurveClip, CurvesAreFoundByNameAndByPattern)
+TEST(CurveClip, CurvesAreFoundByName)
 {
     const CurveClip clip = MakeCurves(kTwoJoints);
-    const struct
-    {
-        const char* pattern;
-        std::vector<std::size_t> found;
-    } cases[] = {
-        {"*/R/?", {0, 2, 3}}, {"Hips/*", {0, 1, 2}}, {"Leg*/R/X", {3}},
-        {"hips/*", {}},       {"*/R/X", {3}},        {"*", {0, 1, 2, 3}},
-        {"Leg\\*/*", {3}},    {"Hips/T/X", {1}},     {"Hips", {}},
-    };
-    for (const auto& each : cases) {
-        EXPECT_EQ(each.found, clip.Match(each.pattern)) << each.pattern;
-    }
     EXPECT_EQ(&clip.GetCurves()[1], clip.Find("Hips/T/X"));
     EXPECT_EQ(nullptr, clip.Find("Hips/*"));
-
-    // A name that reads as a pattern for others means itself.
-    const CurveClip star = MakeCurves("HIERARCHY\nROOT *{OFFSET 0 0 0 CHANNELS 1 Xposition}\n"
-                                      "ROOT a{OFFSET 0 0 0 CHANNELS 1 Xposition}\n"
-                                      "MOTION\nFrames: 0\nFrame Time: 1\n");
-    EXPECT_EQ((std::vector<std::size_t>{0}), star.Match("*/T/X"));
-    EXPECT_EQ(0, star.GetCurves()[1].mCurve->KeyGetCount());
 }
 }  // namespace

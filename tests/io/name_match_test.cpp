@@ -58,4 +58,19 @@ TEST(NameMatch, ManyStarsTakeNoExponentialTime)
     // 400000 steps at most; tried anew for each star they would outlast the machine.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
+TEST(NameMatch, APatternThatIsANameMeansThatName)
+{
+    const std::vector<std::string> names = {"Hips/R/Y", "*/T/X", "Hips/T/X", "Leg*/R/X"};
+    const struct
+    {
+        const char* pattern;
+        std::vector<std::size_t> found;
+    } cases[] = {
+        {"*/R/?", {0, 3}}, {"Hips/*", {0, 2}}, {"hips/*", {}}, {"*", {0, 1, 2, 3}},
+        {"*/T/X", {1}},    {"Leg*/R/X", {3}},  {"Hips", {}},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(each.found, MatchNames(each.pattern, names)) << each.pattern;
+    }
+}
 }  // namespace

@@ -90,6 +90,3 @@ private:
     cairo_surface_t* mSurface = nullptr;
     cairo_t* mCairo = nullptr;
 };
-
-/// The text as valid UTF-8 without control characters: what is not becomes U+FFFD.
-std::string PrintableText(std::string_view pText);

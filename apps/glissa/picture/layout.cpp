@@ -7,6 +7,8 @@
 
 #include "apps/glissa/picture/layout.h"
 
+#include "apps/glissa/printable_text.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
