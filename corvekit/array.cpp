@@ -38,8 +38,8 @@ int KArrayHelper::GetNextArraySize(int pCapacity, int pNeeded, int pBlockCount,
     CORVEKIT_ASSERT(pCapacity >= 0 && pNeeded >= 0);
     CORVEKIT_ASSERT(pBlockCount > 0 && pItemSize > 0);
     const std::int64_t block = std::max(pBlockCount, 1);
-    const std::int64_t half_more = static_cast<std::int64_t>(pCapacity) + pCapacity / 2;
-    std::int64_t size = std::max<std::int64_t>(pNeeded, half_more);
+    const std::int64_t halfMore = static_cast<std::int64_t>(pCapacity) + pCapacity / 2;
+    std::int64_t size = std::max<std::int64_t>(pNeeded, halfMore);
     size = (size + block - 1) / block * block;
     const std::int64_t addressable = static_cast<std::int64_t>(
         std::numeric_limits<std::ptrdiff_t>::max() / std::max<std::size_t>(pItemSize, 1));

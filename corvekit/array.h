@@ -182,10 +182,10 @@ private:
             throw std::bad_alloc();
         }
         const std::size_t size = static_cast<std::size_t>(capacity) * sizeof(T);
-        constexpr bool isMovedAsBytes = std::is_trivially_copyable_v<T>;
+        constexpr bool kMovedAsBytes = std::is_trivially_copyable_v<T>;
         T* const items = static_cast<T*>(
-            Allocator::KRealloc(isMovedAsBytes ? static_cast<void*>(mItems) : nullptr, size));
-        if constexpr (!isMovedAsBytes) {
+            Allocator::KRealloc(kMovedAsBytes ? static_cast<void*>(mItems) : nullptr, size));
+        if constexpr (!kMovedAsBytes) {
             std::uninitialized_move(mItems, mItems + mCount, items);
             std::destroy(mItems, mItems + mCount);
             Allocator::KFree(mItems);

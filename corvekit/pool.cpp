@@ -27,8 +27,8 @@ constinit thread_local bool tHasEnded = false;
 // rounding to a link's size keeps every block as aligned as its content can ask.
 std::size_t StepOf(std::size_t pBlockSize)
 {
-    constexpr std::size_t link = sizeof(void*);
-    return (std::max(pBlockSize, 2 * link) + link - 1) / link * link;
+    constexpr std::size_t kLink = sizeof(void*);
+    return (std::max(pBlockSize, 2 * kLink) + kLink - 1) / kLink * kLink;
 }
 
 int TakeSlot(int pSlots)
@@ -212,8 +212,8 @@ void KMemoryPool::FreeLocked(void* pBlock)
 void KMemoryPool::AddChunk()
 {
     CORVEKIT_ASSERT(!mFree || mTakenCount == 0);
-    constexpr std::size_t greatest = std::numeric_limits<std::size_t>::max() - kChunkHead;
-    void* const memory = mBlocksPerChunk <= greatest / mBlockSize
+    constexpr std::size_t kGreatest = std::numeric_limits<std::size_t>::max() - kChunkHead;
+    void* const memory = mBlocksPerChunk <= kGreatest / mBlockSize
                              ? std::malloc(kChunkHead + mBlocksPerChunk * mBlockSize)
                              : nullptr;
     if (!memory) {

@@ -114,7 +114,7 @@ KProperty* KObject::FastFindPropertyByName(const char* pName, KPropertyHashMap& 
     if (!pName) {
         return nullptr;
     }
-    const auto is_named = [pName](const KProperty* pProperty) {
+    const auto isNamed = [pName](const KProperty* pProperty) {
         return pProperty && std::strcmp(pProperty->GetPropertyName(), pName) == 0;
     };
     {
@@ -122,12 +122,12 @@ KProperty* KObject::FastFindPropertyByName(const char* pName, KPropertyHashMap& 
         const std::uint64_t* place = pMap.Find(pName);
         // Objects of one class may still differ in their lists, so the place is a guess to check.
         CORVEKIT_ASSERT(!place || *place <= std::numeric_limits<int>::max());
-        if (place && is_named(GetPropertyAt(static_cast<int>(*place)))) {
+        if (place && isNamed(GetPropertyAt(static_cast<int>(*place)))) {
             return GetPropertyAt(static_cast<int>(*place));
         }
     }
     for (int i = 0; i < mProperties.GetCount(); ++i) {
-        if (is_named(mProperties[i])) {
+        if (isNamed(mProperties[i])) {
             const std::lock_guard guard(gPropertyMapLock);
             pMap.Set(mProperties[i]->GetPropertyName(), static_cast<std::uint64_t>(i));
             return mProperties[i];
