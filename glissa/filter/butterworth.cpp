@@ -9,8 +9,8 @@
 #include "corvekit/object/data_type.h"
 #include "glissa/curve/curve.h"
 #include "glissa/filter/init_property.h"
-#include "glissa/filter/replace_span.h"
 #include "glissa/settings/settings.h"
+#include "glissa/utils/replace_span.h"
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
 

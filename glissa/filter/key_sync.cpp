@@ -7,8 +7,8 @@
 #include "glissa/filter/key_sync.h"
 
 #include "glissa/curve/curve.h"
-#include "glissa/curve/hold_slopes.h"
 #include "glissa/node/node.h"
+#include "glissa/utils/held_end.h"
 #include "glissa/utils/parked_keys.h"
 #include "glissa/utils/scratch_curve.h"
 
@@ -23,16 +23,7 @@ const char* const kErrors[] = {"No key",         "Left unchanged",  "Multiple ke
 constexpr int kMostChildrenAsked = 19;
 constexpr KTime kTick(1);
 
-bool HoldsEnd(unsigned pMode, unsigned long pCount)
-{
-    const bool goesOn = pMode == eExtrapolationRepetition || pMode == eExtrapolationMirror ||
-                        pMode == eExtrapolationKeepSlope ||
-                        pMode == eExtrapolationRelativeRepetition;
-    return !goesOn || pCount == 0;
-}
-
-// Adds a key outside the keys of a curve that holds its end value there. The tangents of the old
-// end key and of the new one do not lead away from that value.
+// Adds a key outside the keys of a curve that holds its end value there. Gives its index.
 int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
 {
     const bool isBehind = pTime > pCurve.KeyGetTime(0);
@@ -41,12 +32,7 @@ int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
         isBehind ? pCurve.KeyGetLeftDerivative(end) : pCurve.KeyGetRightDerivative(end);
     pCurve.KeyInsert(pTime, &pHint);
     const int index = isBehind ? end + 1 : 0;
-    HoldSlopes(pCurve, index, {0.0f, 0.0f});
-    if (isBehind) {
-        HoldSlopes(pCurve, end, {inside, 0.0f});
-    } else {
-        HoldSlopes(pCurve, 1, {0.0f, inside});
-    }
+    HoldEndUpTo(pCurve, index, isBehind, inside);
     return index;
 }
 
@@ -54,10 +40,8 @@ int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
 void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
 {
     const ScratchCurve before(pCurve.Copy());
-    const bool holdsFirst =
-        HoldsEnd(pCurve.GetPreExtrapolation(), pCurve.GetPreExtrapolationCount());
-    const bool holdsLast =
-        HoldsEnd(pCurve.GetPostExtrapolation(), pCurve.GetPostExtrapolationCount());
+    const bool holdsFirst = HoldsEnd(pCurve, false);
+    const bool holdsLast = HoldsEnd(pCurve, true);
     const int count = before->KeyGetCount();
     ParkedKeys parked(pCurve);
     int hint = 0;

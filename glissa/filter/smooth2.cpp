@@ -11,8 +11,8 @@
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/key_sync.h"
 #include "glissa/filter/magnitude.h"
-#include "glissa/filter/replace_span.h"
 #include "glissa/node/node.h"
+#include "glissa/utils/replace_span.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,11 +6,13 @@
 // Around the two seams the keys are called, in their order, A, S, T and B: A and B of the first
 // curve, S and T the ends of the second one. Each seam cuts a segment of the first curve, and what
 // is left of it keeps its slopes at both ends and, where it is weighted, gets the weights of the
-// piece.
+// piece. Where a seam lies outside the keys of the first curve, the segment between its end key and
+// the seam holds the value that the extrapolation held there.
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/curve/weight_split.h"
+#include "glissa/utils/held_end.h"
 #include "glissa/utils/held_sides.h"
 #include "glissa/utils/scratch_curve.h"
 #include "glissa/utils/utils.h"
@@ -73,7 +75,13 @@ void JoinFront(Glissa& pResult, int pS, Glissa& pFirst, const Cut& pCut)
 {
     const int a = pS - 1;
     HoldKey(pResult, a, pFirst, a);
-    if (pS == pFirst.KeyGetCount() || !IsCubic(pResult, a) || IsTCB(pResult, a)) {
+    if (pS == pFirst.KeyGetCount()) {
+        if (HoldsEnd(pFirst, true)) {
+            HoldEndUpTo(pResult, pS, true, pFirst.KeyGetLeftDerivative(a));
+        }
+        return;
+    }
+    if (!IsCubic(pResult, a) || IsTCB(pResult, a)) {
         return;
     }
     HoldLeftSlope(pResult, pS, pCut.Left());
@@ -117,6 +125,9 @@ void JoinBehind(Glissa& pResult, int pT, Glissa& pFirst, int pOld, const Cut& pC
         }
     }
     HoldKey(pResult, b, pFirst, pOld + 1);
+    if (!isCut && HoldsEnd(pFirst, false)) {
+        HoldEndUpTo(pResult, pT, false, pFirst.KeyGetRightDerivative(0));
+    }
 }
 }  // namespace
 

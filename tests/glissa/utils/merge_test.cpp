@@ -15,7 +15,7 @@ using Merging = CurveTest;
 double DistanceOutside(Glissa& pLeft, Glissa& pRight, KTime pFrom, KTime pTo)
 {
     double distance = 0.0;
-    for (int i = -10; i <= 310; ++i) {
+    for (int i = -90; i <= 390; ++i) {
         const KTime time = Seconds(i / 100.0);
         if (time <= pFrom || time >= pTo) {
             const double off = pLeft.Evaluate(time, nullptr) - pRight.Evaluate(time, nullptr);
@@ -26,15 +26,17 @@ double DistanceOutside(Glissa& pLeft, Glissa& pRight, KTime pFrom, KTime pTo)
 }
 
 // Samples of a curve, of its own kinds and of one kind, are put back in place of a span. Every pair
-// of kinds is cut in every segment and on every key.
+// of kinds is cut in every segment and on every key, and in front of the keys and behind them.
 TEST_F(Merging, TheFirstCurveKeepsItsValuesOutsideTheSpan)
 {
     ForEachPairOfHeldKinds([](const RefCurve& pCurve) {
         const CurveHandle first = ToGlissa(pCurve);
-        for (int cut = 0; cut < 75; ++cut) {
-            const int form = cut / 25;
-            const KTime from = Seconds(cut % 5 * 0.5 + cut % 25 / 5 * 0.1);
-            const KTime to = from + Seconds(0.25 + 0.25 * (cut % 3));
+        for (int cut = 0; cut < 81; ++cut) {
+            const int form = cut % 3;
+            const int place = cut / 3;
+            const KTime from = place > 24 ? Seconds(place == 25 ? -0.8 : 3.2)
+                                          : Seconds(place % 5 * 0.5 + place / 5 * 0.1);
+            const KTime to = from + Seconds(0.25 + 0.25 * (place % 2));
             const CurveHandle second(GlissaCreate());
             const CurveHandle result(GlissaCreate());
             if (form == 0) {
@@ -45,6 +47,13 @@ TEST_F(Merging, TheFirstCurveKeepsItsValuesOutsideTheSpan)
             }
             GlissaUtils::Merge(*first, *second, *result);
             EXPECT_LE(DistanceOutside(*first, *result, from, to), 1e-5) << "cut " << cut;
+        }
+        // Keys of other values beyond an end: it is held up to them.
+        for (const double start : {-3.0, 4.0}) {
+            const CurveHandle second = MakeCurve({{start, 9.0f}, {start + 2.0, 8.0f}});
+            const CurveHandle result(GlissaCreate());
+            GlissaUtils::Merge(*first, *second, *result);
+            EXPECT_LE(DistanceOutside(*first, *result, kToEnd, kToEnd), 1e-5);
         }
     });
 }
