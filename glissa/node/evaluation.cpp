@@ -255,7 +255,8 @@ bool GlissaNode::IsChannel() const
 // node has no place.
 void GlissaNode::HoldTotal(const double* pValues, int pCount, KTime pTime)
 {
-    CORVEKIT_ASSERT(pCount >= 0 && pCount <= GetValueCount());
+    // A leaf without a curve has no value of its own, yet holds the one that its parent has for it.
+    CORVEKIT_ASSERT(pCount >= 0 && pCount <= std::max(GetValueCount(), 1));
     SetTotalCandidateMethod(eCandidateTotal);
     mState->mCandidateTime = pTime;
     for (int i = 0; i < std::min(pCount, kNodeLayeredValues); ++i) {
