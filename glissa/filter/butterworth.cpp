@@ -10,9 +10,9 @@
 #include "glissa/curve/curve.h"
 #include "glissa/filter/init_property.h"
 #include "glissa/settings/settings.h"
-#include "glissa/utils/replace_span.h"
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
+#include "glissa/utils/span_edits.h"
 
 #include <algorithm>
 #include <cmath>

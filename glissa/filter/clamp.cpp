@@ -13,6 +13,7 @@
 #include "glissa/filter/add_in_segment.h"
 #include "glissa/utils/held_sides.h"
 #include "glissa/utils/parked_keys.h"
+#include "glissa/utils/span_edits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -104,21 +105,6 @@ void Turns::Add(double pS)
         mFrom + KTime(static_cast<std::int64_t>(t * static_cast<double>((mTo - mFrom).Get())));
     if (times[count - 1] < time && time < mTo) {
         times[count++] = time;
-    }
-}
-
-// The keys next to it keep the slopes on their other sides.
-void RemoveKey(Glissa& pCurve, int pIndex)
-{
-    const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
-    const float before = pIndex > 0 ? pCurve.KeyGetLeftDerivative(pIndex - 1) : 0.0f;
-    const float behind = hasNext ? pCurve.KeyGetRightDerivative(pIndex + 1) : 0.0f;
-    pCurve.KeyRemove(pIndex);
-    if (pIndex > 0) {
-        HoldLeftSlope(pCurve, pIndex - 1, before);
-    }
-    if (hasNext) {
-        HoldRightSlope(pCurve, pIndex, behind);
     }
 }
 
@@ -297,7 +283,7 @@ bool GlissaFilterClamp::ApplyClamping(Glissa& pCurve, const Limit& pLimit, const
         for (int i = last; i >= pRange.firstToTake; --i) {
             parked.WorkAt(i);
             if (pLimit.Takes(pCurve, i)) {
-                RemoveKey(pCurve, i);
+                RemoveKeys(pCurve, {i, i});
                 changed = true;
             } else if (pLimit.Holds(pCurve, i)) {
                 MakeConstant(pCurve, i);

@@ -4,10 +4,11 @@
 #include "glissa/filter/delete_key.h"
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/hold_slopes.h"
+#include "glissa/curve/key_index.h"
+#include "glissa/curve/key_kind.h"
 #include "glissa/filter/add_in_segment.h"
-#include "glissa/filter/keys_between.h"
-
-#include <cmath>
+#include "glissa/utils/span_edits.h"
 
 template class KClassFrame<GlissaFilterDeleteKey, GlissaCurveFilter>;
 
@@ -38,6 +39,26 @@ void AddBridge(Glissa& pCurve, KTime pTime)
     }
     AddInSegment(pCurve, before, key);
 }
+
+// Give the keys at a seam of a few ticks the slopes on their other sides. The seam is too steep for
+// the parameters of an automatic tangent.
+void HoldInFront(Glissa& pCurve, int pIndex, float pSlope)
+{
+    if (pIndex > 0 && !IsCubicTcb(pCurve, pIndex) && IsCubic(pCurve, pIndex - 1) &&
+        pCurve.KeyGetLeftDerivative(pIndex) != pSlope) {
+        // Its kind shapes the seam alone.
+        pCurve.KeySetInterpolation(pIndex, eInterpolationCubic);
+        HoldSlopesByUserTangent(pCurve, pIndex, {pSlope, pSlope});
+    }
+}
+
+void HoldBehind(Glissa& pCurve, int pIndex, float pSlope)
+{
+    if (pIndex + 1 < pCurve.KeyGetCount() && !IsCubicTcb(pCurve, pIndex) &&
+        IsCubic(pCurve, pIndex) && pCurve.KeyGetRightDerivative(pIndex) != pSlope) {
+        HoldSlopesByUserTangent(pCurve, pIndex, {pSlope, pSlope});
+    }
+}
 }  // namespace
 
 GlissaFilterDeleteKey::GlissaFilterDeleteKey()
@@ -65,7 +86,7 @@ EGlissaFilterAnswer GlissaFilterDeleteKey::Examine(Glissa& pCurve)
             (GetStartTime() == KTime::MinusInfinite() && GetStopTime() < pCurve.KeyGetTime(0));
         return isOutside ? eFilterNothingToDo : eFilterChanges;
     }
-    if (!HasKeysBetween(pCurve, GetStartTime(), GetStopTime(), true)) {
+    if (!KeysBetween(pCurve, GetStartTime(), GetStopTime(), true)) {
         return RefuseCurve(eFilterUnchanged, "DeleteKeyFilter, No key were changed by filter.");
     }
     return eFilterChanges;
@@ -76,7 +97,8 @@ bool GlissaFilterDeleteKey::Change(Glissa& pCurve)
     const KTime start = GetStartTime();
     const KTime stop = GetStopTime();
     if (!CutsTime()) {
-        return pCurve.Delete(start, stop, true);
+        RemoveKeys(pCurve, *KeysBetween(pCurve, start, stop, true));
+        return true;
     }
     const KTime first = pCurve.KeyGetTime(0);
     const KTime last = pCurve.KeyGetTime(pCurve.KeyGetCount() - 1);
@@ -84,18 +106,26 @@ bool GlissaFilterDeleteKey::Change(Glissa& pCurve)
         pCurve.KeyClear();
         return true;
     }
-    if (first < start && stop < last) {
+    const bool isInside = first < start && stop < last;
+    if (isInside) {
         AddBridge(pCurve, stop + kTick);
         AddBridge(pCurve, start - kTick);
     }
-    pCurve.Delete(start, stop, true);
-    const int count = pCurve.KeyGetCount();
-    if (count == 0 || pCurve.KeyGetTime(count - 1) < stop) {
-        return true;
+    const int behind = Ceil(pCurve.KeyFind(start, nullptr));  // the first key that goes or moves
+    const auto gone = KeysBetween(pCurve, start, stop, true);
+    const OuterSlopes outer(pCurve, behind, gone ? gone->last : behind - 1);
+    if (gone) {
+        pCurve.Delete(gone->first, gone->last);
     }
     const KTime length = stop - (start == KTime::MinusInfinite() ? first : start);
-    for (int i = static_cast<int>(std::ceil(pCurve.KeyFind(stop, nullptr))); i < count; ++i) {
+    for (int i = behind; i < pCurve.KeyGetCount(); ++i) {
         pCurve.KeySetTime(i, pCurve.KeyGetTime(i) - length);
+    }
+    if (isInside) {
+        HoldInFront(pCurve, behind - 1, outer.front);
+        HoldBehind(pCurve, behind, outer.behind);
+    } else {
+        outer.Hold(pCurve, behind - 1, behind);
     }
     return true;
 }

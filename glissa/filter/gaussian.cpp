@@ -7,6 +7,7 @@
 #include "glissa/filter/gaussian.h"
 
 #include "glissa/curve/curve.h"
+#include "glissa/utils/span_edits.h"
 
 #include <algorithm>
 #include <cmath>
@@ -182,13 +183,7 @@ Smoothed SmoothKeys(Glissa& pCurve, int pFirst, int pLast, KTime pPeriod,
     return smoothed;
 }
 
-/// Keys by index; none where the last one lies before the first one.
-struct KeyRange
-{
-    int first;
-    int last;
-};
-
+// By index; none where the last one lies before the first one.
 KeyRange KeysWithin(Glissa& pCurve, KTime pStart, KTime pStop)
 {
     return {static_cast<int>(std::ceil(pCurve.KeyFind(pStart, nullptr))),

@@ -12,7 +12,7 @@
 #include "glissa/filter/key_sync.h"
 #include "glissa/filter/magnitude.h"
 #include "glissa/node/node.h"
-#include "glissa/utils/replace_span.h"
+#include "glissa/utils/span_edits.h"
 
 #include <algorithm>
 #include <cmath>

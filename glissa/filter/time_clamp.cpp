@@ -4,7 +4,7 @@
 #include "glissa/filter/time_clamp.h"
 
 #include "glissa/curve/curve.h"
-#include "glissa/filter/keys_between.h"
+#include "glissa/utils/span_edits.h"
 
 template class KClassFrame<GlissaFilterTimeClamp, GlissaCurveFilter>;
 
@@ -35,7 +35,7 @@ EGlissaFilterAnswer GlissaFilterTimeClamp::Examine(Glissa& pCurve)
     if (From() == KTime::MinusInfinite() && To() == KTime::Infinite()) {
         return RefuseCurve(kInvalidInterval, "FilterTimeClamp. Either Min or Max are not valid.");
     }
-    if (!HasKeysBetween(pCurve, From(), To(), false)) {
+    if (!KeysBetween(pCurve, From(), To(), false)) {
         return RefuseCurve(eFilterUnchanged, "FilterTimeClamp. No key were changed by filter.");
     }
     return eFilterChanges;
@@ -43,5 +43,6 @@ EGlissaFilterAnswer GlissaFilterTimeClamp::Examine(Glissa& pCurve)
 
 bool GlissaFilterTimeClamp::Change(Glissa& pCurve)
 {
-    return pCurve.Delete(From(), To(), false);
+    RemoveKeys(pCurve, *KeysBetween(pCurve, From(), To(), false));
+    return true;
 }

@@ -24,6 +24,7 @@
 #include "tests/support/node_stubs.h"
 #include "tests/support/random_curve.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -46,7 +47,8 @@ struct Row
     bool keepsSpan = true;      ///< keys outside those of the span stay as they are
     bool idempotent = false;    ///< a second application changes nothing
     bool changesFalse = false;  ///< a change may go with the answer false
-    bool setsSlopes = false;    ///< keys next to those of the span take new tangent parameters
+    bool setsSlopes = false;    ///< keys next to those of the span take other tangents,
+    bool keepsShape = true;     ///< so that the curve beyond them stays
     bool refusesLockedNodes = false;
     bool wholeIfStepped = false;  ///< a curve of constant keys is filtered whatever the span
 };
@@ -115,12 +117,14 @@ const std::vector<Row>& Rows()
                      With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(-1.0); }),
                      With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(kInf); }),
                      With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(1e9); })},
-         .setsSlopes = true},
+         .setsSlopes = true,
+         .keepsShape = false},
         {.name = "constant key reducer",
          .filter = With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(0.9); }),
          .refused = {With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kNaN); }),
                      With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kInf); })},
          .setsSlopes = true,
+         .keepsShape = false,
          .refusesLockedNodes = true,
          .wholeIfStepped = true},
         {.name = "key reducer",
@@ -148,7 +152,8 @@ const std::vector<Row>& Rows()
              f.SetApplyTangent(true);
          }),
          .refused = {},
-         .setsSlopes = true},
+         .setsSlopes = true,
+         .keepsShape = false},
         {.name = "clamp",
          .filter = With<Clamp>([](Clamp& f) {
              f.SetApplyCeilClamping(true);
@@ -219,19 +224,60 @@ bool IsSameKey(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int pR
             pLeft.KeyGet(pLeftIndex).GetAttributes() == pRight.KeyGet(pRightIndex).GetAttributes());
 }
 
-/// Whether the first pHead and the last pTail keys are the same.
-bool HasSameEnds(const Glissa& pLeft, const Glissa& pRight, int pHead, int pTail)
+/// Whether the first pHead and the last pTail keys are the same, as pIsSame of two keys has it.
+template <typename IsSame>
+bool HasSameEnds(const Glissa& pLeft, const Glissa& pRight, int pHead, int pTail, IsSame&& pIsSame)
 {
     const int left = pLeft.KeyGetCount();
     const int right = pRight.KeyGetCount();
     bool same = left >= pHead + pTail && right >= pHead + pTail;
     for (int i = 0; i < pHead && same; ++i) {
-        same = IsSameKey(pLeft, i, pRight, i);
+        same = pIsSame(pLeft, i, pRight, i);
     }
     for (int i = 1; i <= pTail && same; ++i) {
-        same = IsSameKey(pLeft, left - i, pRight, right - i);
+        same = pIsSame(pLeft, left - i, pRight, right - i);
     }
     return same;
+}
+
+bool HasSamePlace(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int pRightIndex)
+{
+    return pLeft.KeyGetTime(pLeftIndex) == pRight.KeyGetTime(pRightIndex) &&
+           pLeft.KeyGetValue(pLeftIndex) == pRight.KeyGetValue(pRightIndex);
+}
+
+bool IsTcb(const Glissa& pCurve, int pIndex)
+{
+    return pIndex >= 0 && pIndex < pCurve.KeyGetCount() &&
+           pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic &&
+           pCurve.KeyGetTangeantMode(pIndex, false) == eTangentTCB;
+}
+
+/// Whether the segment behind a key stays. pOuter is the end of it that is next to the edit: a
+/// parameter of its tangent holds a slope to a share of the steeper secant there. TCB keys have no
+/// such parameters.
+bool KeepsSegment(Glissa& pBefore, Glissa& pAfter, int pIndex, int pOuter)
+{
+    if (pIndex < 0 || pIndex + 1 >= pBefore.KeyGetCount() || IsTcb(pBefore, pIndex) ||
+        IsTcb(pBefore, pIndex + 1)) {
+        return true;
+    }
+    double toLeft = 0.0;
+    double toRight = 0.0;
+    const KTime outer = pBefore.KeyGetTime(pOuter);
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, &pAfter,
+                                   static_cast<int>(pAfter.KeyFind(outer, nullptr)));
+    const double steepest = std::max(std::fabs(toLeft), std::fabs(toRight));
+    const std::int64_t from = pBefore.KeyGetTime(pIndex).Get();
+    const std::int64_t step = pBefore.KeyGetTime(pIndex + 1).Get() / 8 - from / 8;
+    bool keeps = true;
+    for (int i = 1; i < 8; ++i) {
+        const double value = pBefore.Evaluate(KTime(from + i * step), nullptr);
+        const double got = pAfter.Evaluate(KTime(from + i * step), nullptr);
+        keeps &= std::fabs(got - value) <= 1e-4 * (1.0 + std::fabs(value)) +
+                                               0x1p-20 * steepest * KTime(step).GetSecondDouble();
+    }
+    return keeps;
 }
 
 bool IsSameCurve(const Glissa& pLeft, const Glissa& pRight)
@@ -239,7 +285,7 @@ bool IsSameCurve(const Glissa& pLeft, const Glissa& pRight)
     const float values[] = {pLeft.GetValue(), pRight.GetValue()};
     return pLeft.KeyGetCount() == pRight.KeyGetCount() &&
            std::memcmp(&values[0], &values[1], sizeof(float)) == 0 &&
-           HasSameEnds(pLeft, pRight, pLeft.KeyGetCount(), 0);
+           HasSameEnds(pLeft, pRight, pLeft.KeyGetCount(), 0, IsSameKey);
 }
 
 bool IsStepped(const Glissa& pCurve)
@@ -272,18 +318,30 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
         } else if (check.Heard().size() > 1 || !pMayChange || (!done && !pRow.changesFalse)) {
             faults += "heard " + std::to_string(check.Heard().size()) + " times\n";
         } else if (!HasSameEnds(*before, pCurve, std::clamp(heard.first, 0, pCurve.KeyGetCount()),
-                                std::max(pCurve.KeyGetCount() - 1 - heard.last, 0))) {
+                                std::max(pCurve.KeyGetCount() - 1 - heard.last, 0), IsSameKey)) {
             faults += "the event does not cover the change\n";
         }
     }
     for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
         faults += pCurve.KeyGetTime(i - 1) < pCurve.KeyGetTime(i) ? "" : "out of order\n";
     }
-    const int slack = pRow.setsSlopes ? 1 : 0;
     const bool isWhole = pRow.wholeIfStepped && IsStepped(*before);
-    if (pRow.keepsSpan && !isWhole && head >= 0 &&
-        !HasSameEnds(*before, pCurve, std::max(head - slack, 0), std::max(tail - slack, 0))) {
+    if (!pRow.keepsSpan || isWhole || head < 0) {
+        pCurve.CandidateClear();
+        return faults;
+    }
+    // The left slope of a key is stored in the one before it.
+    const int slack = pRow.setsSlopes ? 1 : 0;
+    if (!HasSameEnds(*before, pCurve, head, tail, HasSamePlace) ||
+        !HasSameEnds(*before, pCurve, std::max(head - 2 * slack, 0), std::max(tail - slack, 0),
+                     IsSameKey)) {
         faults += "a key outside the span differs\n";
+    }
+    const int behind = before->KeyGetCount() - tail;
+    if (pRow.setsSlopes && pRow.keepsShape &&
+        !(KeepsSegment(*before, pCurve, head - 2, head - 1) &&
+          KeepsSegment(*before, pCurve, behind, behind))) {
+        faults += "the curve outside the span differs\n";
     }
     pCurve.CandidateClear();
     return faults;

@@ -22,26 +22,59 @@ CurveHandle MakeTens()
     return MakeCurve({{0.0, 0.0f}, {10.0, 1.0f}, {20.0, 2.0f}, {30.0, 3.0f}, {40.0, 4.0f}});
 }
 
+// Cuts between keys, and cuts with a key a tick in front of them, behind them or both.
 TEST_F(TimeFilters, ACutKeepsTheCurveOnBothSides)
 {
-    ForEachPairOfHeldKinds([](const RefCurve& pCurve) {
-        for (int cut = 0; cut < 12; ++cut) {
-            const KTime start = Seconds(0.1 + cut % 4 * 0.45);
-            const KTime length = Seconds(0.3 + cut / 4 * 0.4);
+    const KTime tick(1);
+    std::vector<KTimeSpan> cuts = {{Seconds(0.5) + tick, Seconds(1)},
+                                   {Seconds(1), Seconds(2) - tick},
+                                   {Seconds(0.5) + tick, Seconds(2) - tick}};
+    for (int cut = 0; cut < 12; ++cut) {
+        const KTime start = Seconds(0.1 + cut % 4 * 0.45);
+        cuts.emplace_back(start, start + Seconds(0.3 + cut / 4 * 0.4));
+    }
+    ForEachPairOfHeldKinds([&](const RefCurve& pCurve) {
+        for (const KTimeSpan& cut : cuts) {
+            const KTime start = cut.GetStart();
+            const KTime length = cut.GetStop() - start;
             const CurveHandle before = ToGlissa(pCurve);
             const CurveHandle curve = ToGlissa(pCurve);
             GlissaFilterDeleteKey filter;
             filter.SetStartTime(start);
-            filter.SetStopTime(start + length);
+            filter.SetStopTime(cut.GetStop());
             EXPECT_TRUE(filter.Apply(*curve));
             for (int i = 0; i <= 150; ++i) {
                 const KTime time = Seconds(i / 50.0);
                 const KTime source = time < start ? time : time + length;
-                if (time == start || source > Seconds(3)) {
+                if ((time >= start - tick && time <= start + tick) || source > Seconds(3)) {
                     continue;
                 }
                 ASSERT_NEAR(before->Evaluate(source, nullptr), curve->Evaluate(time, nullptr), 2e-5)
-                    << "cut " << cut << " at " << time.GetSecondDouble();
+                    << "cut at " << start.Get() << ", " << time.GetSecondDouble();
+            }
+        }
+    });
+}
+
+TEST_F(TimeFilters, TheCurveBeyondTheNeighboursOfRemovedKeysStays)
+{
+    ForEachPairOfHeldKinds([](const RefCurve& pCurve) {
+        for (const int form : {0, 1, 2, 3}) {
+            const CurveHandle before = ToGlissa(pCurve);
+            const CurveHandle curve = ToGlissa(pCurve);
+            const KTime removed = before->KeyGetTime(1 + form % 2);
+            GlissaFilterDeleteKey remover;
+            remover.SetCutTimeInterval(false);
+            remover.SetStartTime(removed);
+            remover.SetStopTime(removed);
+            GlissaFilterTimeClamp clamp;
+            clamp.SetMin(removed - KTime(1));
+            clamp.SetMax(removed + KTime(1));
+            EXPECT_TRUE(form < 2 ? remover.Apply(*curve) : clamp.Apply(*curve));
+            for (int i = 0; i <= 50; ++i) {
+                const KTime time = form % 2 == 0 ? Seconds(2 + i / 50.0) : Seconds(i / 100.0);
+                ASSERT_NEAR(before->Evaluate(time, nullptr), curve->Evaluate(time, nullptr), 2e-5)
+                    << form << " at " << time.GetSecondDouble();
             }
         }
     });
