@@ -7,8 +7,9 @@
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
+#include <string>
+#include <utility>
 
 namespace
 {
@@ -16,16 +17,17 @@ constexpr std::int64_t kSecond = 141120000;
 constexpr std::int64_t kFrame = kSecond / 30;
 constexpr std::int64_t kInfinity = std::numeric_limits<std::int64_t>::max();
 
+RefKey AtTicks(std::int64_t pTicks, float pValue, std::uint32_t pFlags = kRefCubic | kRefAuto,
+               float pSlot0 = 0.0f, float pSlot1 = 0.0f)
+{
+    return {pTicks, pValue, pFlags, {pSlot0, pSlot1}};
+}
+
 RefKey At(double pSeconds, float pValue, std::uint32_t pFlags = kRefCubic | kRefAuto,
           float pSlot0 = 0.0f, float pSlot1 = 0.0f)
 {
-    RefKey key;
-    key.time = static_cast<std::int64_t>(pSeconds * static_cast<double>(kSecond));
-    key.value = pValue;
-    key.flags = pFlags;
-    key.slots[0] = pSlot0;
-    key.slots[1] = pSlot1;
-    return key;
+    return AtTicks(static_cast<std::int64_t>(pSeconds * static_cast<double>(kSecond)), pValue,
+                   pFlags, pSlot0, pSlot1);
 }
 
 RefKey Tcb(double pSeconds, float pValue, float pTension, float pContinuity, float pBias)
@@ -45,92 +47,13 @@ RefKey Weighted(double pSeconds, float pValue, float pRight, float pNextLeft, in
     return key;
 }
 
-RefCurve Of(std::initializer_list<RefKey> pKeys)
+RefCurve Extrapolated(RefCurve pCurve, std::uint32_t pPre, std::uint32_t pPost,
+                      std::uint32_t pCount)
 {
-    RefCurve curve;
-    curve.keys = pKeys;
-    return curve;
-}
-
-RefCurve Empty()
-{
-    RefCurve curve;
-    curve.value = 2.5f;
-    return curve;
-}
-
-RefCurve OneKey()
-{
-    return Of({At(1.0, -3.0f)});
-}
-
-RefCurve OneKeyExtrapolated()
-{
-    RefCurve curve = OneKey();
-    curve.pre = kRefKeepSlope;
-    curve.post = kRefRelativeRepeat;
-    curve.preCount = curve.postCount = 0xFFFFFFFFu;
-    return curve;
-}
-
-RefCurve EqualValues()
-{
-    const std::uint32_t clamped = kRefCubic | kRefAuto | kRefClamp;
-    return Of({At(0.0, 5.0f), At(1.0, 5.0f), At(2.0, 5.0f, clamped), At(3.0, 5.0001f, clamped),
-               At(4.0, 5.0002f, clamped | kRefBreak), At(5.0, 9.0f, clamped | kRefBreak),
-               At(6.0, 9.00015f, clamped), At(7.0, 3.0f, kRefLinear), At(8.0, 4.0f, clamped),
-               At(9.0, 4.0f)});
-}
-
-// A flat run beside a steep rise: plain automatic slopes leave the range of the values.
-RefCurve Overshoot()
-{
-    return Of({At(0.0, 0.0f), At(1.0, 0.0f), At(1.1, 100.0f), At(3.0, 100.0f), At(3.05, -100.0f),
-               At(6.0, 0.0f)});
-}
-
-RefCurve HandlesAtTheirLimits()
-{
-    return Of(
-        {Weighted(0.0, 0.0f, 10.0f, -10.0f, 1, 1), Weighted(1.0, 4.0f, 0.0f, 0.0f, 9899, 9899),
-         Weighted(2.0, -4.0f, 100.0f, 100.0f, 1, 9899), Weighted(3.0, 0.0f, -100.0f, 3.0f, 9899, 1),
-         Weighted(4.0, 1.0f, 1.0f, 1.0f, 3333, 3333), At(5.0, 2.0f)});
-}
-
-RefCurve ProgressivePeak()
-{
-    const std::uint32_t progressive = kRefCubic | kRefAuto | kRefProgressive;
-    return Of({At(0.0, 0.0f, progressive), At(1.0, 10.0f, progressive), At(2.0, 4.0f, progressive),
-               At(2.5, 3.9f, progressive), At(4.0, -20.0f, progressive),
-               At(5.0, -20.0f, progressive), At(6.0, 1.0f, progressive)});
-}
-
-// An auto break whose two sides were laid flat against one secant.
-RefCurve ProgressiveBrokenFlat()
-{
-    const std::uint32_t progressive = kRefCubic | kRefAuto | kRefBreak | kRefProgressive;
-    return Of({At(0.0, 0.0f, progressive, 0.0f, 100.0f),
-               At(1.0, 2.0f, progressive, -100.0f, -100.0f),
-               At(3.0, 1.0f, progressive, 100.0f, 100.00002f), At(4.0, 5.0f, progressive, 50.0f)});
-}
-
-RefCurve TimesAtBothInfinities()
-{
-    RefCurve curve = Of({At(0.0, 1.0f, kRefLinear), At(-1.0, 2.0f), At(0.0, 3.0f), At(1.0, 4.0f)});
-    curve.keys[0].time = -kInfinity;
-    curve.keys[3].time = kInfinity;
-    return curve;
-}
-
-RefCurve NeighboursOneTickApart()
-{
-    RefCurve curve = Of({At(1.0, 0.0f), At(1.0, 1.0f, kRefLinear), At(1.0, -1.0f),
-                         At(1.0, 100.0f, kRefConstant), At(2.0, 100.0f), At(2.0, 0.0f)});
-    for (std::size_t i = 1; i < 4; ++i) {
-        curve.keys[i].time = curve.keys[i - 1].time + 1;
-    }
-    curve.keys[5].time = curve.keys[4].time + 2;
-    return curve;
+    pCurve.pre = pPre;
+    pCurve.post = pPost;
+    pCurve.preCount = pCurve.postCount = pCount;
+    return pCurve;
 }
 
 RefCurve SharedBlock()
@@ -143,34 +66,15 @@ RefCurve SharedBlock()
     return curve;
 }
 
-// One angle of a rotation that passes near the pole: it leaps by half turns within a frame.
+// One angle of a rotation that passes near the pole: it jumps by half turns within a frame.
 RefCurve GimbalJumps()
 {
     RefCurve curve;
-    const float angles[] = {-179.5f, -179.9f, 179.8f, 179.0f, -0.5f, 0.4f, 180.0f, -180.0f, 90.0f};
-    for (const float angle : angles) {
-        RefKey key = At(0.0, angle);
-        key.time = kFrame * static_cast<std::int64_t>(curve.keys.size());
-        curve.keys.push_back(key);
+    for (const float angle :
+         {-179.5f, -179.9f, 179.8f, 179.0f, -0.5f, 0.4f, 180.0f, -180.0f, 90.0f}) {
+        curve.keys.push_back(AtTicks(kFrame * curve.Count(), angle));
     }
     return curve;
-}
-
-RefCurve HugeAutoParameters()
-{
-    const std::uint32_t broken = kRefCubic | kRefAuto | kRefBreak;
-    return Of({At(0.0, 0.0f, broken, 499.0f, 501.0f), At(1.0, 3.0f, broken, 500.0f, -500.0f),
-               At(2.0, 4.0f, broken, 2000.0f, -2000.0f),
-               At(3.0, -1.0f, broken, -30000.0f, 30000.0f), At(4.0, -1.0f, broken, -501.0f, 100.0f),
-               At(5.0, -1.0f, broken, 800.0f, 800.0f), At(6.0, -1.0f)});
-}
-
-RefCurve TcbCorners()
-{
-    return Of({Tcb(0.0, 0.0f, 0.0f, 0.0f, 0.0f), Tcb(1.0, 5.0f, 1.0f, 0.0f, 0.0f),
-               Tcb(1.5, 2.0f, -1.0f, 1.0f, 0.0f), Tcb(3.0, 8.0f, 0.0f, -1.0f, 1.0f),
-               Tcb(3.25, -2.0f, 0.5f, 0.25f, -1.0f), At(5.0, 0.0f),
-               Tcb(6.0, 3.0f, -0.75f, 0.5f, 0.125f)});
 }
 
 RefCurve EveryKind()
@@ -187,66 +91,87 @@ RefCurve EveryKind()
     return curve;
 }
 
-// Values whose differences no float holds, beside values that vanish next to them.
-RefCurve WideRange()
+std::vector<MuseumPiece> MakeMuseum()
 {
-    return Of({At(0.0, 1e30f), At(0.001, -1e30f), At(1.0, 1e-30f), At(2.0, 16777216.0f),
-               At(3.0, 1.0f), At(1000000.0, 16777217.0f), At(1000000.5, 0.1f)});
+    constexpr std::uint32_t kAuto = kRefCubic | kRefAuto;
+    constexpr std::uint32_t kAutoBreak = kAuto | kRefBreak;
+    constexpr std::uint32_t kClamped = kAuto | kRefClamp;
+    constexpr std::uint32_t kProgressive = kAuto | kRefProgressive;
+    constexpr std::uint32_t kProgressiveBreak = kAutoBreak | kRefProgressive;
+    constexpr std::uint32_t kEndless = 0xFFFFFFFFu;
+    const RefCurve oneKey = {{At(1.0, -3.0f)}};
+    std::vector<MuseumPiece> pieces = {
+        {"empty", {{}, 2.5f}},
+        {"one key", oneKey},
+        {"one key, extrapolated",
+         Extrapolated(oneKey, kRefKeepSlope, kRefRelativeRepeat, kEndless)},
+        {"equal values",
+         {{At(0.0, 5.0f), At(1.0, 5.0f), At(2.0, 5.0f, kClamped), At(3.0, 5.0001f, kClamped),
+           At(4.0, 5.0002f, kClamped | kRefBreak), At(5.0, 9.0f, kClamped | kRefBreak),
+           At(6.0, 9.00015f, kClamped), At(7.0, 3.0f, kRefLinear), At(8.0, 4.0f, kClamped),
+           At(9.0, 4.0f)}}},
+        // A flat run next to a steep rise: plain automatic slopes leave the range of the values.
+        {"overshoot",
+         {{At(0.0, 0.0f), At(1.0, 0.0f), At(1.1, 100.0f), At(3.0, 100.0f), At(3.05, -100.0f),
+           At(6.0, 0.0f)}}},
+        {"handles at their limits",
+         {{Weighted(0.0, 0.0f, 10.0f, -10.0f, 1, 1), Weighted(1.0, 4.0f, 0.0f, 0.0f, 9899, 9899),
+           Weighted(2.0, -4.0f, 100.0f, 100.0f, 1, 9899),
+           Weighted(3.0, 0.0f, -100.0f, 3.0f, 9899, 1), Weighted(4.0, 1.0f, 1.0f, 1.0f, 3333, 3333),
+           At(5.0, 2.0f)}}},
+        {"progressive peak",
+         {{At(0.0, 0.0f, kProgressive), At(1.0, 10.0f, kProgressive), At(2.0, 4.0f, kProgressive),
+           At(2.5, 3.9f, kProgressive), At(4.0, -20.0f, kProgressive),
+           At(5.0, -20.0f, kProgressive), At(6.0, 1.0f, kProgressive)}}},
+        // An auto break whose two sides were set flat against one secant.
+        {"progressive broken flat",
+         {{At(0.0, 0.0f, kProgressiveBreak, 0.0f, 100.0f),
+           At(1.0, 2.0f, kProgressiveBreak, -100.0f, -100.0f),
+           At(3.0, 1.0f, kProgressiveBreak, 100.0f, 100.00002f),
+           At(4.0, 5.0f, kProgressiveBreak, 50.0f)}}},
+        {"times at both infinities",
+         {{AtTicks(-kInfinity, 1.0f, kRefLinear), At(-1.0, 2.0f), At(0.0, 3.0f),
+           AtTicks(kInfinity, 4.0f)}}},
+        {"neighbours one tick apart",
+         {{AtTicks(kSecond, 0.0f), AtTicks(kSecond + 1, 1.0f, kRefLinear),
+           AtTicks(kSecond + 2, -1.0f), AtTicks(kSecond + 3, 100.0f, kRefConstant), At(2.0, 100.0f),
+           AtTicks(2 * kSecond + 2, 0.0f)}}},
+        {"shared block", SharedBlock()},
+        {"gimbal jumps", GimbalJumps()},
+        {"huge auto parameters",
+         {{At(0.0, 0.0f, kAutoBreak, 499.0f, 501.0f), At(1.0, 3.0f, kAutoBreak, 500.0f, -500.0f),
+           At(2.0, 4.0f, kAutoBreak, 2000.0f, -2000.0f),
+           At(3.0, -1.0f, kAutoBreak, -30000.0f, 30000.0f),
+           At(4.0, -1.0f, kAutoBreak, -501.0f, 100.0f), At(5.0, -1.0f, kAutoBreak, 800.0f, 800.0f),
+           At(6.0, -1.0f)}}},
+        {"tcb corners",
+         {{Tcb(0.0, 0.0f, 0.0f, 0.0f, 0.0f), Tcb(1.0, 5.0f, 1.0f, 0.0f, 0.0f),
+           Tcb(1.5, 2.0f, -1.0f, 1.0f, 0.0f), Tcb(3.0, 8.0f, 0.0f, -1.0f, 1.0f),
+           Tcb(3.25, -2.0f, 0.5f, 0.25f, -1.0f), At(5.0, 0.0f),
+           Tcb(6.0, 3.0f, -0.75f, 0.5f, 0.125f)}}},
+        {"every kind", EveryKind()},
+        // Values whose differences no float holds, next to values that vanish in comparison.
+        {"wide range",
+         {{At(0.0, 1e30f), At(0.001, -1e30f), At(1.0, 1e-30f), At(2.0, 16777216.0f), At(3.0, 1.0f),
+           At(1000000.0, 16777217.0f), At(1000000.5, 0.1f)}}},
+    };
+    for (const int keys : {42, 43, 1344, 1345}) {
+        pieces.push_back({std::to_string(keys) + " keys", MuseumRecording(keys)});
+    }
+    pieces.push_back({"no extrapolation", MuseumExtrapolation(kRefHoldNone, 2)});
+    pieces.push_back({"constant", MuseumExtrapolation(kRefHold, 2)});
+    constexpr const char* kModes[] = {"repetition", "mirror", "keep slope", "relative repetition"};
+    constexpr std::pair<const char*, std::uint32_t> kCounts[] = {
+        {", none", 0}, {", once", 1}, {", twice", 2}, {" without end", kEndless}};
+    for (std::uint32_t mode = 0; mode < 4; ++mode) {
+        for (const auto& [name, count] : kCounts) {
+            pieces.push_back(
+                {kModes[mode] + std::string(name), MuseumExtrapolation(kRefRepeat + mode, count)});
+        }
+    }
+    pieces.push_back({"unknown extrapolation", MuseumExtrapolation(17, 3)});
+    return pieces;
 }
-
-template <int Keys>
-RefCurve Recording()
-{
-    return MuseumRecording(Keys);
-}
-
-template <std::uint32_t Mode, std::uint32_t Count>
-RefCurve Extrapolated()
-{
-    return MuseumExtrapolation(Mode, Count);
-}
-
-constexpr MuseumPiece kPieces[] = {
-    {"empty", Empty},
-    {"one key", OneKey},
-    {"one key, extrapolated", OneKeyExtrapolated},
-    {"equal values", EqualValues},
-    {"overshoot", Overshoot},
-    {"handles at their limits", HandlesAtTheirLimits},
-    {"progressive peak", ProgressivePeak},
-    {"progressive broken flat", ProgressiveBrokenFlat},
-    {"times at both infinities", TimesAtBothInfinities},
-    {"neighbours one tick apart", NeighboursOneTickApart},
-    {"shared block", SharedBlock},
-    {"gimbal jumps", GimbalJumps},
-    {"huge auto parameters", HugeAutoParameters},
-    {"tcb corners", TcbCorners},
-    {"every kind", EveryKind},
-    {"wide range", WideRange},
-    {"42 keys", Recording<42>},
-    {"43 keys", Recording<43>},
-    {"1344 keys", Recording<1344>},
-    {"1345 keys", Recording<1345>},
-    {"no extrapolation", Extrapolated<kRefHoldNone, 2>},
-    {"constant", Extrapolated<kRefHold, 2>},
-    {"repetition, none", Extrapolated<kRefRepeat, 0>},
-    {"repetition, once", Extrapolated<kRefRepeat, 1>},
-    {"repetition, twice", Extrapolated<kRefRepeat, 2>},
-    {"repetition without end", Extrapolated<kRefRepeat, 0xFFFFFFFFu>},
-    {"mirror, none", Extrapolated<kRefMirror, 0>},
-    {"mirror, once", Extrapolated<kRefMirror, 1>},
-    {"mirror, twice", Extrapolated<kRefMirror, 2>},
-    {"mirror without end", Extrapolated<kRefMirror, 0xFFFFFFFFu>},
-    {"keep slope, none", Extrapolated<kRefKeepSlope, 0>},
-    {"keep slope, once", Extrapolated<kRefKeepSlope, 1>},
-    {"keep slope, twice", Extrapolated<kRefKeepSlope, 2>},
-    {"keep slope without end", Extrapolated<kRefKeepSlope, 0xFFFFFFFFu>},
-    {"relative repetition, none", Extrapolated<kRefRelativeRepeat, 0>},
-    {"relative repetition, once", Extrapolated<kRefRelativeRepeat, 1>},
-    {"relative repetition, twice", Extrapolated<kRefRelativeRepeat, 2>},
-    {"relative repetition without end", Extrapolated<kRefRelativeRepeat, 0xFFFFFFFFu>},
-    {"unknown extrapolation", Extrapolated<17, 3>},
-};
 
 std::int64_t Clamped(RefWide pTime)
 {
@@ -254,19 +179,20 @@ std::int64_t Clamped(RefWide pTime)
 }
 }  // namespace
 
-std::span<const MuseumPiece> Museum()
+const std::vector<MuseumPiece>& Museum()
 {
-    return kPieces;
+    static const std::vector<MuseumPiece> pieces = MakeMuseum();
+    return pieces;
 }
 
-RefCurve MuseumCurve(const char* pName)
+RefCurve MuseumCurve(const std::string& pName)
 {
-    for (const MuseumPiece& piece : kPieces) {
-        if (std::strcmp(piece.name, pName) == 0) {
-            return piece.make();
+    for (const MuseumPiece& piece : Museum()) {
+        if (piece.name == pName) {
+            return piece.curve;
         }
     }
-    std::fprintf(stderr, "no museum piece called %s\n", pName);
+    std::fprintf(stderr, "no museum piece called %s\n", pName.c_str());
     std::abort();
 }
 
@@ -277,18 +203,16 @@ RefCurve MuseumRecording(int pKeyCount)
     std::uint32_t noise = 12345;
     for (int i = 0; i < pKeyCount; ++i) {
         noise = noise * 1664525u + 1013904223u;
-        RefKey key;
-        key.time = kFrame * i;
-        key.value = static_cast<float>(noise >> 16) / 1024.0f + static_cast<float>(i % 300);
-        curve.keys.push_back(key);
+        curve.keys.push_back(AtTicks(kFrame * i, static_cast<float>(noise >> 16) / 1024.0f +
+                                                     static_cast<float>(i % 300)));
     }
     return curve;
 }
 
 RefCurve MuseumTangentPair(std::uint32_t pPrevious, std::uint32_t pKey)
 {
-    RefCurve curve = Of({At(0.0, 1.0f), At(0.5, 2.0f, pPrevious, 0.75f, -0.5f),
-                         At(2.0, 2.5f, pKey, -0.25f, 1.5f), At(3.0, -1.0f)});
+    RefCurve curve = {{At(0.0, 1.0f), At(0.5, 2.0f, pPrevious, 0.75f, -0.5f),
+                       At(2.0, 2.5f, pKey, -0.25f, 1.5f), At(3.0, -1.0f)}};
     for (RefKey& key : curve.keys) {
         if ((key.flags & 0xF) == kRefCubic && (key.flags & 0xF00) == kRefTcb) {
             key.SetBias(-0.125f);
@@ -323,10 +247,8 @@ std::span<const std::uint32_t> MuseumKinds()
 
 RefCurve MuseumExtrapolation(std::uint32_t pMode, std::uint32_t pCount)
 {
-    RefCurve curve = Of({At(-0.5, -1.0f), At(0.0, 2.0f), At(0.7, -2.0f), At(1.0, 3.0f)});
-    curve.pre = curve.post = pMode;
-    curve.preCount = curve.postCount = pCount;
-    return curve;
+    return Extrapolated({{At(-0.5, -1.0f), At(0.0, 2.0f), At(0.7, -2.0f), At(1.0, 3.0f)}}, pMode,
+                        pMode, pCount);
 }
 
 std::vector<std::int64_t> MuseumTimes(const RefCurve& pCurve)

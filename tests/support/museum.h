@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 // The awkward curves, each named once, for tests, fuzz seeds, benchmarks and pictures. Every one
@@ -15,14 +16,14 @@
 
 struct MuseumPiece
 {
-    const char* name;
-    RefCurve (*make)();
+    std::string name;
+    RefCurve curve;
 };
 
 /// All pieces but the million keys, in a fixed order.
-std::span<const MuseumPiece> Museum();
+const std::vector<MuseumPiece>& Museum();
 /// A piece by name. An unknown name ends the program.
-RefCurve MuseumCurve(const char* pName);
+RefCurve MuseumCurve(const std::string& pName);
 
 // The pieces that take an argument.
 

@@ -1,8 +1,6 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Search, extrapolation and segments. The slopes at keys stand in reference_slopes.cpp.
-
 #include "tests/support/reference.h"
 
 #include <algorithm>
@@ -12,145 +10,41 @@
 
 namespace
 {
-constexpr long double kTicksPerSecond = 141120000.0L;
-constexpr std::uint32_t kWithoutEnd = 0xFFFFFFFFu;
-
-std::int64_t ToTime(RefWide pTicks)
-{
-    const RefWide least = std::numeric_limits<std::int64_t>::min();
-    const RefWide greatest = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(std::clamp(pTicks, least, greatest));
-}
-
-// Differences of 64-bit times have 65 bits with their sign and fit the 64-bit mantissa.
-long double Difference(std::int64_t pTo, std::int64_t pFrom)
-{
-    return static_cast<long double>(static_cast<RefWide>(pTo) - pFrom);
-}
+constexpr long double kTicksPerSecond = KTime::kTicksPerSecond;
+constexpr RefWide kLeast = std::numeric_limits<std::int64_t>::min();
+constexpr RefWide kGreatest = std::numeric_limits<std::int64_t>::max();
 
 RefPlace PlaceAt(int pKey)
 {
     return {static_cast<double>(pKey), pKey, 0.0L};
 }
 
-RefNumber Plain(long double pValue)
+RefNumber ValueOf(const Glissa& pCurve, int pKey)
 {
-    return {pValue, std::fabs(pValue)};
+    const auto value = static_cast<long double>(pCurve.KeyGetValue(pKey));
+    return {value, std::fabs(value)};
 }
 
-RefNumber ValueOf(const RefKey& pKey)
+// A time outside the keys of a curve of two keys or more, counted away from the nearest key.
+struct Outside
 {
-    return Plain(static_cast<long double>(pKey.value));
-}
-
-bool Weighted(const RefKey& pKey)
-{
-    return (pKey.flags & (kRefWeightRight | kRefWeightNextLeft)) != 0;
-}
-
-long double WeightFrom(std::uint32_t pField)
-{
-    const auto stored = static_cast<std::int16_t>(static_cast<std::uint16_t>(pField));
-    return static_cast<long double>(static_cast<float>(stored) / 9999.0f);
-}
-
-// The right weight needs a handle of its own kind to hang on: a TCB key has none.
-long double RightWeight(const RefKey& pKey)
-{
-    const bool own = (pKey.flags & 0xF) == kRefCustom ||
-                     ((pKey.flags & 0xF) == kRefCubic && (pKey.flags & 0xD00) != 0);
-    return (pKey.flags & kRefWeightRight) != 0 && own ? WeightFrom(pKey.slot2 & 0xFFFF)
-                                                      : static_cast<long double>(0.33333334f);
-}
-
-long double NextLeftWeight(const RefKey& pKey)
-{
-    return (pKey.flags & kRefWeightNextLeft) != 0 ? WeightFrom(pKey.slot2 >> 16)
-                                                  : static_cast<long double>(0.33333334f);
-}
-
-// Where a time outside the keys falls when the curve repeats: how many whole spans away, and the
-// rest of the way, both counted away from the keys.
-struct Distance
-{
-    RefWide spans;
-    RefWide rest;
+    bool isBefore;
+    RefWide ticks;
+    RefWide span;
+    unsigned mode;
+    unsigned long count;  // of repetitions
 };
 
-Distance Measure(RefWide pAway, RefWide pSpan)
+Outside OutsideOf(const Glissa& pCurve, std::int64_t pTime)
 {
-    return {pAway / pSpan, pAway % pSpan};
-}
-
-RefPlace FindBefore(const RefCurve& pCurve, std::int64_t pTime)
-{
-    const RefWide first = pCurve.keys.front().time;
-    const RefWide last = pCurve.keys.back().time;
-    const RefWide span = last - first;
-    RefWide limit = first - span * pCurve.preCount;
-    if (limit < std::numeric_limits<std::int64_t>::min()) {
-        // A repetition that the range of times cuts off is not begun.
-        limit = first - span * ((first - std::numeric_limits<std::int64_t>::min()) / span - 1);
+    const RefWide first = pCurve.KeyGetTime(0).Get();
+    const RefWide last = pCurve.KeyGetTime(pCurve.KeyGetCount() - 1).Get();
+    if (pTime < first) {
+        return {true, first - pTime, last - first, pCurve.GetPreExtrapolation(),
+                pCurve.GetPreExtrapolationCount()};
     }
-    if (pCurve.pre == kRefHold || limit >= pTime) {
-        return PlaceAt(0);
-    }
-    const Distance away = Measure(first - pTime, span);
-    switch (pCurve.pre) {
-    case kRefRepeat:
-    case kRefRelativeRepeat:
-        return RefKeyFind(pCurve, ToTime(last - away.rest));
-    case kRefMirror:
-        return RefKeyFind(pCurve,
-                          ToTime(away.spans % 2 == 0 ? first + away.rest : last - away.rest));
-    default:
-        return RefKeyFind(pCurve, pTime);
-    }
-}
-
-RefPlace FindAfter(const RefCurve& pCurve, std::int64_t pTime)
-{
-    const RefWide first = pCurve.keys.front().time;
-    const RefWide last = pCurve.keys.back().time;
-    const RefWide span = last - first;
-    const int end = pCurve.Count() - 1;
-    if (pCurve.post == kRefHold || ToTime(last + span * pCurve.postCount) <= pTime) {
-        return PlaceAt(end);
-    }
-    const Distance away = Measure(pTime - last, span);
-    switch (pCurve.post) {
-    case kRefRepeat:
-    case kRefRelativeRepeat:
-        return RefKeyFind(pCurve, ToTime(first + away.rest));
-    case kRefMirror:
-        return RefKeyFind(pCurve,
-                          ToTime(away.spans % 2 == 0 ? last - away.rest : first + away.rest));
-    default:
-        return RefKeyFind(pCurve, pTime);
-    }
-}
-
-// The straight line beyond an end: pAway ticks from the key, at most pCount spans.
-RefNumber AlongSlope(float pValue, const RefNumber& pSlope, RefWide pAway, RefWide pSpan,
-                     std::uint32_t pCount, int pSign)
-{
-    const RefWide run = pCount == kWithoutEnd ? pAway : std::min(pAway, pSpan * pCount);
-    const long double seconds = static_cast<long double>(run) / kTicksPerSecond;
-    return {static_cast<long double>(pValue) +
-                static_cast<long double>(pSign) * seconds * pSlope.value,
-            std::max(std::fabs(static_cast<long double>(pValue)), seconds * pSlope.largest)};
-}
-
-// A repetition that goes on where the last one ended.
-RefNumber Shifted(const RefNumber& pValue, const RefCurve& pCurve, RefWide pAway, RefWide pSpan,
-                  std::uint32_t pCount, int pSign)
-{
-    const long double delta = static_cast<long double>(pCurve.keys.back().value) -
-                              static_cast<long double>(pCurve.keys.front().value);
-    const RefWide spans = std::min<RefWide>(pAway / pSpan + 1, pCount);
-    const long double shift = static_cast<long double>(spans) * delta;
-    return {pValue.value + static_cast<long double>(pSign) * shift,
-            std::max(pValue.largest, std::fabs(shift))};
+    return {false, pTime - last, last - first, pCurve.GetPostExtrapolation(),
+            pCurve.GetPostExtrapolationCount()};
 }
 }  // namespace
 
@@ -170,90 +64,83 @@ float RefKey::Bias() const
     return std::bit_cast<float>(slot2);
 }
 
-RefPlace RefKeyFind(const RefCurve& pCurve, std::int64_t pTime)
+RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime)
 {
-    const auto& keys = pCurve.keys;
-    if (keys.empty()) {
-        return {};
+    const int count = pCurve.KeyGetCount();
+    int above = 0;
+    for (int end = count; above < end;) {
+        const int middle = above + (end - above) / 2;
+        pCurve.KeyGetTime(middle).Get() <= pTime ? above = middle + 1 : end = middle;
     }
-    const auto above = std::upper_bound(
-        keys.begin(), keys.end(), pTime,
-        [](std::int64_t pLeft, const RefKey& pRight) { return pLeft < pRight.time; });
-    if (above == keys.begin()) {
-        return {-0.5, -1, 0.5L};
+    if (above == 0) {
+        return count == 0 ? RefPlace{} : RefPlace{-0.5, -1, 0.5L};
     }
-    const int key = static_cast<int>(above - keys.begin()) - 1;
-    const auto& below = keys[static_cast<std::size_t>(key)];
-    if (below.time == pTime) {
+    const int key = above - 1;
+    const RefWide from = pCurve.KeyGetTime(key).Get();
+    if (from == pTime) {
         return PlaceAt(key);
     }
-    if (above == keys.end()) {
-        return {static_cast<double>(pCurve.Count()) - 0.5, key, 0.5L};
+    if (above == count) {
+        return {count - 0.5, key, 0.5L};
     }
-    const long double way = Difference(pTime, below.time);
-    const long double gap = Difference(above->time, below.time);
+    // Differences of 64-bit times have 65 bits with their sign and fit the 64-bit mantissa.
+    const auto way = static_cast<long double>(pTime - from);
+    const auto gap = static_cast<long double>(pCurve.KeyGetTime(above).Get() - from);
     const double index = key + static_cast<double>(way) / static_cast<double>(gap);
-    if (index == std::floor(index)) {
-        return PlaceAt(static_cast<int>(index));
-    }
-    return {index, key, way / gap};
+    return index == std::floor(index) ? PlaceAt(static_cast<int>(index))
+                                      : RefPlace{index, key, way / gap};
 }
 
-int RefHintAfter(const RefCurve& pCurve, std::int64_t pTime, int pHint)
+RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime)
 {
-    if (pCurve.keys.empty()) {
-        return pHint;
+    const int count = pCurve.KeyGetCount();
+    if (count == 0 ||
+        (pTime >= pCurve.KeyGetTime(0).Get() && pTime <= pCurve.KeyGetTime(count - 1).Get())) {
+        return RefKeyFind(pCurve, pTime);
     }
-    const auto time = [&pCurve](int pIndex) {
-        return pCurve.keys[static_cast<std::size_t>(pIndex)].time;
-    };
-    const int count = pCurve.Count();
-    int i = std::clamp(pHint, 0, count - 1);
-    if (pTime > time(i)) {
-        while (i < count - 1 && time(i + 1) < pTime) {
-            ++i;
-        }
-        return i + 1;
+    const Outside outside = OutsideOf(pCurve, pTime);
+    const RefWide first = pCurve.KeyGetTime(0).Get();
+    const RefWide last = first + outside.span;
+    RefWide held = outside.span * outside.count;  // from here on the end key holds
+    if (!outside.isBefore) {
+        held = std::min(held, kGreatest - last);
+    } else if (first - held < kLeast) {
+        // A repetition that the range of times cuts off is not begun.
+        held = outside.span * ((first - kLeast) / outside.span - 1);
     }
-    if (pTime < time(i)) {
-        while (i > 0 && time(i - 1) > pTime) {
-            --i;
-        }
-        return std::max(i - 1, 0);
+    if (outside.mode == kRefHold || outside.ticks >= held) {
+        return PlaceAt(outside.isBefore ? 0 : count - 1);
     }
-    return i;
+    const RefWide rest = outside.ticks % outside.span;
+    const bool isMirrored = outside.mode == kRefMirror && outside.ticks / outside.span % 2 == 0;
+    switch (outside.mode) {
+    case kRefRepeat:
+    case kRefRelativeRepeat:
+    case kRefMirror:
+        return RefKeyFind(pCurve, static_cast<std::int64_t>(
+                                      outside.isBefore == isMirrored ? first + rest : last - rest));
+    default:
+        return RefKeyFind(pCurve, pTime);
+    }
 }
 
-RefPlace RefKeyFindAll(const RefCurve& pCurve, std::int64_t pTime)
+RefSegment RefSegmentAt(Glissa& pCurve, int pIndex)
 {
-    if (pCurve.keys.empty()) {
-        return {};
-    }
-    if (pTime < pCurve.keys.front().time) {
-        return FindBefore(pCurve, pTime);
-    }
-    if (pTime > pCurve.keys.back().time) {
-        return FindAfter(pCurve, pTime);
-    }
-    return RefKeyFind(pCurve, pTime);
-}
-
-RefSegment RefSegmentAt(const RefCurve& pCurve, int pIndex)
-{
-    const auto& from = pCurve.keys[static_cast<std::size_t>(pIndex)];
-    const auto& to = pCurve.keys[static_cast<std::size_t>(pIndex + 1)];
-    const long double seconds = Difference(to.time, from.time) / kTicksPerSecond;
-    const RefNumber right = RefKeyRightDerivative(pCurve, pIndex);
-    const RefNumber left = RefKeyLeftDerivative(pCurve, pIndex + 1);
-    const bool weighted = Weighted(from);
-    const long double wr = weighted ? RightWeight(from) : 1.0L / 3.0L;
-    const long double wl = weighted ? NextLeftWeight(from) : 1.0L / 3.0L;
-    const long double v0 = static_cast<long double>(from.value);
-    const long double v3 = static_cast<long double>(to.value);
-    RefSegment segment = {{v0, v0 + right.value * seconds * wr, v3 - left.value * seconds * wl, v3},
+    const RefWide from = pCurve.KeyGetTime(pIndex).Get();
+    const long double seconds =
+        static_cast<long double>(pCurve.KeyGetTime(pIndex + 1).Get() - from) / kTicksPerSecond;
+    const bool weighted = pCurve.KeyGetTangeantWeightMode(pIndex) != eWeightNone;
+    const long double third = 1.0L / 3.0L;
+    const long double wr = weighted ? pCurve.KeyGetRightTangeantWeight(pIndex) : third;
+    const long double wl = weighted ? pCurve.KeyGetLeftTangeantWeight(pIndex + 1) : third;
+    const long double v0 = pCurve.KeyGetValue(pIndex);
+    const long double v3 = pCurve.KeyGetValue(pIndex + 1);
+    const long double right = seconds * wr * pCurve.KeyGetRightDerivative(pIndex);
+    const long double left = seconds * wl * pCurve.KeyGetLeftDerivative(pIndex + 1);
+    RefSegment segment = {{v0, v0 + right, v3 - left, v3},
                           {0.0L, wr, 1.0L - wl, 1.0L},
                           seconds,
-                          std::max(right.largest * seconds * wr, left.largest * seconds * wl),
+                          std::max(std::fabs(right), std::fabs(left)),
                           weighted};
     for (const long double point : segment.value) {
         segment.largest = std::max(segment.largest, std::fabs(point));
@@ -314,104 +201,55 @@ long double RefSlopeOf(const RefSegment& pSegment, long double pParameter)
     return RefBezierDerivative(pSegment.value, pParameter) / (time * pSegment.seconds);
 }
 
-RefNumber RefEvaluateAt(const RefCurve& pCurve, const RefPlace& pPlace)
+RefNumber RefEvaluate(Glissa& pCurve, std::int64_t pTime)
 {
-    if (pCurve.keys.empty()) {
-        return Plain(static_cast<long double>(pCurve.value));
+    const int count = pCurve.KeyGetCount();
+    const RefPlace place = RefKeyFindAll(pCurve, pTime);
+    if (count == 0) {
+        return {pCurve.GetValue(), std::fabs(pCurve.GetValue())};
     }
-    if (pCurve.Count() == 1) {
-        return ValueOf(pCurve.keys[0]);
+    const Outside outside = OutsideOf(pCurve, pTime);
+    const auto isExtrapolated = [&](unsigned pMode) {
+        return count > 1 && outside.ticks > 0 && outside.mode == pMode;
+    };
+    const long double sign = outside.isBefore ? -1.0L : 1.0L;
+    const int end = outside.isBefore ? 0 : count - 1;
+    if (isExtrapolated(kRefKeepSlope)) {
+        const RefWide run = outside.count == 0xFFFFFFFFu
+                                ? outside.ticks
+                                : std::min(outside.ticks, outside.span * outside.count);
+        const long double slope =
+            outside.isBefore ? pCurve.KeyGetRightDerivative(end) : pCurve.KeyGetLeftDerivative(end);
+        const RefNumber value = ValueOf(pCurve, end);
+        const long double rise = static_cast<long double>(run) / kTicksPerSecond * slope;
+        return {value.value + sign * rise, std::max(value.largest, std::fabs(rise))};
     }
-    // Outside the keys, where no extrapolation led back, the end keys hold.
-    if (pPlace.key < 0) {
-        return ValueOf(pCurve.keys.front());
+    RefNumber value = ValueOf(pCurve, std::max(place.key, 0));
+    if (place.key >= 0 && place.fraction != 0.0L && place.key + 1 < count) {
+        const RefNumber next = ValueOf(pCurve, place.key + 1);
+        switch (pCurve.KeyGetInterpolation(place.key)) {
+        case eInterpolationConstant:
+            value = pCurve.KeyGetConstantMode(place.key) == eConstantNext ? next : value;
+            break;
+        case eInterpolationLinear:
+            value = {value.value + (next.value - value.value) * place.fraction,
+                     std::max(value.largest, next.largest)};
+            break;
+        case eInterpolationCubic: {
+            const RefSegment segment = RefSegmentAt(pCurve, place.key);
+            value = {RefValueOf(segment, RefSolve(segment, place.fraction)), segment.largest};
+            break;
+        }
+        default:
+            value = {};
+        }
     }
-    const RefKey& from = pCurve.keys[static_cast<std::size_t>(pPlace.key)];
-    if (pPlace.fraction == 0.0L || pPlace.key + 1 == pCurve.Count()) {
-        return ValueOf(from);
-    }
-    const RefKey& to = pCurve.keys[static_cast<std::size_t>(pPlace.key) + 1];
-    const long double v0 = static_cast<long double>(from.value);
-    const long double v1 = static_cast<long double>(to.value);
-    switch (from.flags & 0xF) {
-    case kRefConstant:
-        return ValueOf((from.flags & kRefConstantNext) != 0 ? to : from);
-    case kRefLinear:
-        return {v0 + (v1 - v0) * pPlace.fraction, std::max(std::fabs(v0), std::fabs(v1))};
-    case kRefCubic: {
-        const RefSegment segment = RefSegmentAt(pCurve, pPlace.key);
-        return {RefValueOf(segment, RefSolve(segment, pPlace.fraction)), segment.largest};
-    }
-    default:
-        return {};
-    }
-}
-
-RefNumber RefEvaluate(const RefCurve& pCurve, std::int64_t pTime)
-{
-    const int count = pCurve.Count();
-    if (count < 2) {
-        return RefEvaluateAt(pCurve, RefKeyFindAll(pCurve, pTime));
-    }
-    const RefKey& head = pCurve.keys.front();
-    const RefKey& tail = pCurve.keys.back();
-    const RefWide span = static_cast<RefWide>(tail.time) - head.time;
-    const RefWide before = static_cast<RefWide>(head.time) - pTime;
-    const RefWide after = static_cast<RefWide>(pTime) - tail.time;
-    if (before > 0 && pCurve.pre == kRefKeepSlope) {
-        return AlongSlope(head.value, RefKeyRightDerivative(pCurve, 0), before, span,
-                          pCurve.preCount, -1);
-    }
-    if (after > 0 && pCurve.post == kRefKeepSlope) {
-        return AlongSlope(tail.value, RefKeyLeftDerivative(pCurve, count - 1), after, span,
-                          pCurve.postCount, 1);
-    }
-    const RefNumber value = RefEvaluateAt(pCurve, RefKeyFindAll(pCurve, pTime));
-    if (before > 0 && pCurve.pre == kRefRelativeRepeat) {
-        return Shifted(value, pCurve, before, span, pCurve.preCount, -1);
-    }
-    if (after > 0 && pCurve.post == kRefRelativeRepeat) {
-        return Shifted(value, pCurve, after, span, pCurve.postCount, 1);
+    if (isExtrapolated(kRefRelativeRepeat)) {
+        // Each repetition continues where the one before ended.
+        const auto spans = std::min<RefWide>(outside.ticks / outside.span + 1, outside.count);
+        const long double rise = ValueOf(pCurve, count - 1).value - ValueOf(pCurve, 0).value;
+        const long double shift = static_cast<long double>(spans) * rise;
+        value = {value.value + sign * shift, std::max(value.largest, std::fabs(shift))};
     }
     return value;
-}
-
-RefNumber RefLeftDerivative(const RefCurve& pCurve, std::int64_t pTime)
-{
-    const int count = pCurve.Count();
-    if (count < 2) {
-        return {};
-    }
-    const RefPlace place = RefKeyFind(pCurve, pTime);
-    if (place.key < 0) {
-        return {};
-    }
-    if (place.fraction == 0.0L) {
-        return RefKeyLeftDerivative(pCurve, place.key);
-    }
-    if (place.key + 1 >= count) {
-        return {};
-    }
-    const auto at = static_cast<std::size_t>(place.key);
-    switch (pCurve.keys[at].flags & 0xF) {
-    case kRefLinear:
-        return RefKeyRightDerivative(pCurve, place.key);
-    case kRefCubic: {
-        const RefSegment segment = RefSegmentAt(pCurve, place.key);
-        return {RefSlopeOf(segment, RefSolve(segment, place.fraction)),
-                3.0L * segment.largest / segment.seconds};
-    }
-    default:
-        return {};
-    }
-}
-
-RefNumber RefRightDerivative(const RefCurve& pCurve, std::int64_t pTime)
-{
-    const int count = pCurve.Count();
-    const RefPlace place = RefKeyFind(pCurve, pTime);
-    if (count >= 2 && place.key >= 0 && place.fraction == 0.0L) {
-        return RefKeyRightDerivative(pCurve, place.key);
-    }
-    return RefLeftDerivative(pCurve, pTime);
 }

@@ -3,14 +3,15 @@
 // For tests only, not installed.
 #pragma once
 
+#include "glissa/curve/curve.h"
+
 #include <cstdint>
 #include <vector>
 
-// Curve evaluation written a second time: from the formulas, in long double, on plain data, and
-// without a line in common with the library. What the library rounds to float is exact here to 64
-// bits of mantissa, and the time of a weighted segment is solved to the last bit. Decisions (a
-// threshold, a sign, a whole index) are taken in the number types that the curve defines for them,
-// so that both sides stand on the same branch and only roundings differ.
+// Curves as plain data, and their evaluation in long double: what the library rounds to float is
+// exact here to 64 bits of mantissa, and the time of a weighted segment is solved to the last bit.
+// The evaluation starts from the slopes and weights that the library returns for the keys, so it
+// judges everything after them. The rules for the slopes have tests of their own.
 
 /// Differences of 64-bit times and whole multiples of them.
 __extension__ typedef __int128 RefWide;
@@ -56,20 +57,19 @@ struct RefCurve
     float value = 0.0f;  ///< of a curve without keys
     std::uint32_t pre = kRefHold, preCount = 0;
     std::uint32_t post = kRefHold, postCount = 0;
-    bool tcb4051 = false;  ///< the process-wide switch of the older TCB slopes
 
     int Count() const { return static_cast<int>(keys.size()); }
 };
 
-/// A number and the largest operand that went into it. Error bounds are multiples of the latter: a
-/// sum of 1e6 and -1e6 may come out as 0, but not with the error of a 0.
+/// A number and the largest operand that it was computed from. Error bounds are multiples of the
+/// latter: the sum of 1e6 and -1e6 may be 0, but not with the error of a 0.
 struct RefNumber
 {
     long double value = 0.0L;
     long double largest = 0.0L;
 };
 
-/// A fractional key index: the double that the search gives, and the fraction without its
+/// A fractional key index: the double that the search returns, and the fraction without its
 /// rounding. Where the double is whole, the fraction is 0 and the place is a key.
 struct RefPlace
 {
@@ -88,23 +88,13 @@ struct RefSegment
     bool weighted;
 };
 
-RefPlace RefKeyFind(const RefCurve& pCurve, std::int64_t pTime);
-/// What a search that walks from pHint leaves in the hint.
-int RefHintAfter(const RefCurve& pCurve, std::int64_t pTime, int pHint);
-RefPlace RefKeyFindAll(const RefCurve& pCurve, std::int64_t pTime);
-
-RefNumber RefEvaluate(const RefCurve& pCurve, std::int64_t pTime);
-RefNumber RefEvaluateAt(const RefCurve& pCurve, const RefPlace& pPlace);
-RefNumber RefLeftDerivative(const RefCurve& pCurve, std::int64_t pTime);
-RefNumber RefRightDerivative(const RefCurve& pCurve, std::int64_t pTime);
-
-RefNumber RefKeyLeftDerivative(const RefCurve& pCurve, int pIndex, bool pExtremes = false,
-                               bool pIgnoreClamp = false);
-RefNumber RefKeyRightDerivative(const RefCurve& pCurve, int pIndex, bool pExtremes = false);
-void RefIsClamped(const RefCurve& pCurve, int pIndex, bool& pLeft, bool& pRight);
+/// The place of a time among the keys, and that of a time that extrapolation maps into them.
+RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime);
+RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime);
+RefNumber RefEvaluate(Glissa& pCurve, std::int64_t pTime);
 
 /// The segment from key pIndex to the next, which has to be cubic.
-RefSegment RefSegmentAt(const RefCurve& pCurve, int pIndex);
+RefSegment RefSegmentAt(Glissa& pCurve, int pIndex);
 /// The parameter at which the time axis reaches pTime, in [0, 1]; the axis of a segment with
 /// weights in range never turns back.
 long double RefSolve(const RefSegment& pSegment, long double pTime);

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "tests/support/curve_test.h"
-#include "tests/support/random_curve.h"
 
 #include <gtest/gtest.h>
 
@@ -10,29 +9,17 @@
 #include <cmath>
 #include <limits>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace
 {
-constexpr std::uint32_t kUserBreak = kRefCubic | kRefUser | kRefBreak;
-
 // One segment of a second, from a quarter of a second before time 0: what is not a number becomes
 // time 0, and must not be a peak.
 CurveHandle Segment(float pFrom, float pTo, float pRight, float pLeft,
-                    std::uint32_t pFlags = kUserBreak)
+                    std::uint32_t pFlags = kRefCubic | kRefUser | kRefBreak)
 {
-    RefCurve curve;
-    RefKey key;
-    key.time = -KTime::kTicksPerSecond / 4;
-    key.flags = pFlags;
-    key.value = pFrom;
-    key.slots[0] = pRight;
-    key.slots[1] = pLeft;
-    curve.keys.push_back(key);
-    key.time += KTime::kTicksPerSecond;
-    key.value = pTo;
-    curve.keys.push_back(key);
-    return ToGlissa(curve);
+    return MakeCurve({{-0.25, pFrom, pRight, pLeft, pFlags}, {0.75, pTo, 0.0f, 0.0f, pFlags}});
 }
 
 CurveHandle KeysAt(const std::vector<std::int64_t>& pTimes,
@@ -40,10 +27,7 @@ CurveHandle KeysAt(const std::vector<std::int64_t>& pTimes,
 {
     RefCurve curve;
     for (const std::int64_t time : pTimes) {
-        RefKey key;
-        key.time = time;
-        key.flags = pFlags;
-        curve.keys.push_back(key);
+        curve.keys.push_back({time, 0.0f, pFlags});
     }
     return ToGlissa(curve);
 }
@@ -82,43 +66,6 @@ TEST(FindPeaks, CountsTheExtremaInsideASegment)
     // The slopes decide, whatever the interpolation.
     KTime time;
     EXPECT_EQ(0, Segment(0.0f, 1.0f, -3.0f, -3.0f, kRefLinear)->FindPeaks(0, time, time));
-}
-
-// Between and beside its peaks a curve rises or falls throughout, to within a rounding.
-TEST(FindPeaks, LeavesNothingBetweenPeaks)
-{
-    Random random(81);
-    int peaks = 0;
-    for (int n = 0; n < 3000; ++n) {
-        const RefCurve data = RandomCurve(n % 2 == 0 ? kUser : kAutomatic, random);
-        const CurveHandle curve = ToGlissa(data);
-        const int segment = random.Below(data.Count() - 1);
-        const KTime from = curve->KeyGetTime(segment);
-        const KTime to = curve->KeyGetTime(segment + 1);
-        if (to - from < KTime(1000000)) {
-            continue;  // peaks on whole ticks and slopes in float say little of shorter ones
-        }
-        KTime times[4] = {from, to, to, to};
-        const int count = curve->FindPeaks(segment, times[1], times[2]);
-        ASSERT_LE(times[1], times[2]);
-        peaks += count;
-        const double largest = static_cast<double>(RefSegmentAt(data, segment).largest);
-        for (int piece = 0; piece <= count; ++piece) {
-            const KTime stop = piece == count ? to : times[piece + 1];
-            const KTime start = times[piece];
-            const double rise = static_cast<double>(curve->Evaluate(stop, nullptr)) -
-                                curve->Evaluate(start, nullptr);
-            float last = curve->Evaluate(start, nullptr);
-            for (int i = 1; i <= 16; ++i) {
-                const float value =
-                    curve->Evaluate(KTime(start.Get() + (stop - start).Get() / 16 * i), nullptr);
-                const double step = static_cast<double>(value) - last;
-                ASSERT_GE(rise < 0.0 ? -step : step, -4e-6 * largest) << n << ' ' << piece;
-                last = value;
-            }
-        }
-    }
-    EXPECT_GT(peaks, 1000);
 }
 
 TEST(CurveAnalysis, KeysAreExtractedByIndexAndValue)
@@ -194,16 +141,14 @@ TEST(CurveAnalysis, PeriodsAreTheGapsOfNeighbours)
     }
 }
 
-TEST(CurveAnalysis, StorageIsSoundThroughEditsAndNotWhenBroken)
+TEST(CurveAnalysis, StorageIsSoundUntilAPageIsMissingOrTooMany)
 {
     const CurveHandle curve(GlissaCreate());
     EXPECT_TRUE(curve->CheckCurve());
     for (int i = 0; i < 1400; ++i) {
         curve->KeyAppendFast(KTime(i), 0.0f);
     }
-    EXPECT_TRUE(curve->CheckCurve());
     curve->Delete(100, 1300);
-    EXPECT_TRUE(curve->CheckCurve());
     curve->InitBuffers(3000, false);
     EXPECT_TRUE(curve->CheckCurve());
     KPriFCurveKey** table = curve->GetPriFCurveKeysList();
@@ -214,56 +159,47 @@ TEST(CurveAnalysis, StorageIsSoundThroughEditsAndNotWhenBroken)
         EXPECT_FALSE(curve->CheckCurve()) << page;
         table[page] = right;
     }
-    curve->InitBuffers(0, true);
-    EXPECT_TRUE(curve->CheckCurve());
-    curve->KeyClear();
-    EXPECT_TRUE(curve->CheckCurve());
 }
 
 // A table as a host makes it: pages of 1024 bytes, blocks of its own, junk after the last key.
 TEST(ExternalKeys, ARunOfEqualBlocksBecomesOne)
 {
-    const unsigned user = eInterpolationCubic | eTangentUser;
+    constexpr int kKeys = 1000;
     const auto junk = reinterpret_cast<KPriFCurveKeyAttr*>(std::uintptr_t{0xBAD});
-    // Keys, how many in a run, blocks of the curve's own.
-    using Row = std::tuple<int, int, std::size_t>;
-    for (const auto& [count, run, blocks] :
-         {Row{1000, 1000, 1}, Row{1000, 100, 10}, Row{42, 1, 42}, Row{1, 1, 1}}) {
-        SCOPED_TRACE(testing::Message() << count << ' ' << run);
+    // Keys in a run of equal blocks, blocks of the curve's own.
+    for (const auto& [run, blocks] : {std::pair{1000, 1}, {100, 10}, {1, 1000}}) {
+        SCOPED_TRACE(run);
         using Page = std::array<KPriFCurveKey, KeyList::kKeysPerPage>;
-        std::vector<Page> pages(static_cast<std::size_t>(count / KeyList::kKeysPerPage + 1));
-        std::vector<KPriFCurveKeyAttr> attributes(static_cast<std::size_t>(count));
+        std::vector<Page> pages(kKeys / KeyList::kKeysPerPage + 1);
+        std::vector<KPriFCurveKeyAttr> attributes(kKeys, {*GlissaDefaultKeyAttr, 12345});
         std::vector<void*> table;
         for (Page& page : pages) {
             page.fill({KTime(), junk, 0.0f});
             table.push_back(page.data());
         }
-        for (int i = 0; i < count; ++i) {
-            KPriFCurveKeyAttr& block = attributes[static_cast<std::size_t>(i)];
-            block = {*GlissaDefaultKeyAttr, 12345};
-            block.mFlags = i / run % 2 == 1 ? unsigned{eInterpolationLinear} : user;
-            const auto page = static_cast<std::size_t>(i / KeyList::kKeysPerPage);
-            pages[page][static_cast<std::size_t>(i % KeyList::kKeysPerPage)] = {
-                KTime(i), &block, static_cast<float>(i)};
+        for (std::size_t i = 0; i < kKeys; ++i) {
+            const auto time = static_cast<int>(i);
+            attributes[i].mFlags =
+                time / run % 2 == 1 ? eInterpolationLinear : kRefCubic | kRefUser;
+            pages[i / KeyList::kKeysPerPage][i % KeyList::kKeysPerPage] = {
+                KTime(time), &attributes[i], static_cast<float>(time)};
         }
-        const CurveHandle curve = ToGlissa(MuseumRecording(50));
-        curve->KeySetTangeantMode(3, eTangentUser);
+        const CurveHandle curve = PlainCurve(50);
         curve->CandidateSet(KTime(3), 1.0);
         const int id = curve->GetUpdateId();
-        curve->CopyExternalPriKeyAndAttr(table.data(), count);
+        curve->CopyExternalPriKeyAndAttr(table.data(), kKeys);
         EXPECT_NE(id, curve->GetUpdateId());
         EXPECT_FALSE(curve->IsCandidate());
         EXPECT_EQ("", CheckBooks({curve.get()}));
-        ASSERT_EQ(count, curve->KeyGetCount());
-        EXPECT_EQ(blocks + 1, GlissaKeyAttrPool.GetUsedCount());
-        for (int i = 0; i < count; ++i) {
+        ASSERT_EQ(kKeys, curve->KeyGetCount());
+        EXPECT_EQ(static_cast<std::size_t>(blocks) + 1, GlissaKeyAttrPool.GetUsedCount());
+        for (int i = 0; i < kKeys; ++i) {
             const KPriFCurveKeyAttr& block = attributes[static_cast<std::size_t>(i)];
             ASSERT_EQ(KTime(i), curve->KeyGetTime(i));
             ASSERT_EQ(static_cast<float>(i), curve->KeyGetValue(i));
             ASSERT_EQ(block.mFlags, curve->KeyGet(i).GetAttributes().mFlags);
             ASSERT_EQ(12345u, block.mReferenceCount);
         }
-        EXPECT_EQ(count - 1.0, curve->KeyFind(KTime(count - 1), nullptr));
         curve->CopyExternalPriKeyAndAttr(nullptr, 0);
         EXPECT_EQ(0, curve->KeyGetCount());
     }

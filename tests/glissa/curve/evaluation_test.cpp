@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The library against the long double reference on the museum: search and slopes at keys on every
-// awkward curve, and what evaluation promises beside its numbers. How exact values are is measured
-// in accuracy_test.cpp.
+// Search, slopes at keys, segments and extrapolation, against numbers worked out by hand, and what
+// evaluation promises beside its numbers. How exact values are is measured in accuracy_test.cpp,
+// and hash_test.cpp compares the bits of all pairs of kinds.
 
 #include "glissa/settings/settings.h"
 #include "tests/support/allocation_count.h"
@@ -12,112 +12,220 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <limits>
 
 namespace
 {
-constexpr std::int64_t kSecond = 141120000;
+constexpr std::int64_t kSecond = KTime::kTicksPerSecond;
 constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 
-// Rules with the longest chains of roundings stay below this, counted in accuracy_test.cpp.
-constexpr long double kSlopeEpsilons = 6.0L;
+constexpr std::uint32_t kAuto = kRefCubic | kRefAuto, kAutoBreak = kAuto | kRefBreak;
+constexpr std::uint32_t kUser = kRefCubic | kRefUser, kUserBreak = kUser | kRefBreak;
+constexpr std::uint32_t kTcb = kRefCubic | kRefTcb;
+constexpr std::uint32_t kClamped = kAuto | kRefClamp, kClampedBreak = kAutoBreak | kRefClamp;
 
-testing::AssertionResult Near(float pGot, const RefNumber& pExpected, long double pEpsilons)
-{
-    const long double error = std::fabs(static_cast<long double>(pGot) - pExpected.value);
-    const long double bound = pEpsilons * static_cast<long double>(FLT_EPSILON) * pExpected.largest;
-    if (error <= bound) {
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure() << pGot << " for " << pExpected.value << ", " << error
-                                       << " off, " << bound << " allowed";
-}
-
-struct Tcb4051
-{
-    explicit Tcb4051(bool pEnable) { GLISSA_SetTCB4051EvalMode(pEnable); }
-    ~Tcb4051() { GLISSA_SetTCB4051EvalMode(false); }
-};
-
-TEST(CurveSearch, AnyHintFindsTheSamePlaceAndWalksOn)
+TEST(CurveSearch, AnyHintFindsTheSamePlaceAndCanBeHandedInAgain)
 {
     for (const MuseumPiece& piece : Museum()) {
         SCOPED_TRACE(piece.name);
-        const RefCurve curve = piece.make();
+        const RefCurve curve = piece.curve;
         const CurveHandle glissa = ToGlissa(curve);
         const int count = curve.Count();
         for (const std::int64_t time : MuseumTimes(curve)) {
-            const RefPlace place = RefKeyFind(curve, time);
-            for (const int hint : {INT_MIN, -5, -1, 0, 1, count / 2, count - 2, count - 1, count,
-                                   1000000, INT_MAX}) {
-                int moved = hint;
-                ASSERT_EQ(place.index, glissa->KeyFind(KTime(time), &moved)) << time << " " << hint;
-                ASSERT_EQ(RefHintAfter(curve, time, hint), moved) << time << " " << hint;
+            const double place = RefKeyFind(*glissa, time).index;
+            for (const int start : {INT_MIN, -5, -1, 0, 1, count / 2, count - 2, count - 1, count,
+                                    1000000, INT_MAX}) {
+                int hint = start;
+                ASSERT_EQ(place, glissa->KeyFind(KTime(time), &hint)) << time << " " << start;
+                ASSERT_TRUE(count == 0 || (hint >= 0 && hint <= count)) << time << " " << start;
+                ASSERT_EQ(place, glissa->KeyFind(KTime(time), &hint)) << time << " " << start;
             }
-            ASSERT_EQ(place.index, glissa->KeyFind(KTime(time), nullptr)) << time;
-            ASSERT_EQ(RefKeyFindAll(curve, time).index, glissa->KeyFindAll(KTime(time), nullptr))
+            ASSERT_EQ(place, glissa->KeyFind(KTime(time), nullptr)) << time;
+            ASSERT_EQ(RefKeyFindAll(*glissa, time).index, glissa->KeyFindAll(KTime(time), nullptr))
                 << time;
         }
     }
 }
 
-TEST(CurveEvaluation, ClampedSidesAreThoseOfTheFormulas)
+// A key of value 2 at 2 s, after a key of value 0 at 0 s and before one of value 5 at 3 s: the
+// secants are 1 and 3, and from neighbour to neighbour 5/3. Slots 0 and 1 of a TCB key are its
+// tension and continuity.
+TEST(CurveEvaluation, SlopesAtAKeyFollowFromItsKindAndThatOfTheKeyBefore)
 {
-    int flat = 0;
-    for (const MuseumPiece& piece : Museum()) {
-        SCOPED_TRACE(piece.name);
-        const RefCurve curve = piece.make();
-        const CurveHandle glissa = ToGlissa(curve);
-        for (int i = 0; i < curve.Count(); ++i) {
-            bool left = false;
-            bool right = false;
-            bool sides[2] = {};
-            RefIsClamped(curve, i, left, right);
-            glissa->IsClamped(i, sides[0], sides[1]);
-            EXPECT_EQ(left, sides[0]) << i;
-            EXPECT_EQ(right, sides[1]) << i;
-            flat += left != right ? 1 : 0;
-        }
-    }
-    EXPECT_GT(flat, 0);  // one side alone is the case worth a test
-}
-
-TEST(CurveEvaluation, EveryPairOfKindsHasTheSlopesOfTheFormulas)
-{
-    for (const bool older : {false, true}) {
-        const Tcb4051 mode(older);
-        for (const std::uint32_t previous : MuseumKinds()) {
-            for (const std::uint32_t key : MuseumKinds()) {
-                SCOPED_TRACE(testing::Message()
-                             << std::hex << previous << " " << key << " " << older);
-                RefCurve curve = MuseumTangentPair(previous, key);
-                curve.tcb4051 = older;
-                // The same pair at the end of a curve, where the right side is missing.
-                RefCurve ending = curve;
-                ending.keys.pop_back();
-                for (const RefCurve* each : {&curve, &ending}) {
-                    const CurveHandle glissa = ToGlissa(*each);
-                    for (int i = 0; i < each->Count(); ++i) {
-                        for (const int way : {0, 1, 2, 3}) {
-                            const bool extremes = (way & 1) != 0;
-                            const bool ignoreClamp = (way & 2) != 0;
-                            EXPECT_TRUE(Near(glissa->KeyGetLeftDerivative(i, extremes, ignoreClamp),
-                                             RefKeyLeftDerivative(*each, i, extremes, ignoreClamp),
-                                             kSlopeEpsilons))
-                                << i;
-                            EXPECT_TRUE(Near(glissa->KeyGetRightDerivative(i, extremes),
-                                             RefKeyRightDerivative(*each, i, extremes),
-                                             kSlopeEpsilons))
-                                << i;
-                        }
-                    }
-                }
+    constexpr float kThrough = 5.0f / 3.0f;
+    const struct
+    {
+        std::uint32_t before;
+        float before1;  // slot 1 of the key before
+        std::uint32_t key;
+        float key0, key1;
+        float left, right;
+        bool isLast = false;  // without the third key
+        bool isOlder = false;
+    } rows[] = {
+        {kAuto, 0, kAutoBreak, 0, 0, 2, 2},
+        {kAuto, 100, kAutoBreak, 100, 0, 1, 3},
+        {kAuto, -100, kAutoBreak, -100, 0, 3, 1},
+        {kAuto, 500, kAutoBreak, 500, 0, -3, 7},
+        // Twice the range: the blend is -8 and 12, and the parabola adds 1000 away from the
+        // secants.
+        {kAuto, 1000, kAutoBreak, 1000, 0, -1008, 1012},
+        {kAuto, -1000, kAutoBreak, -1000, 0, 1012, -1008},
+        {kAuto, 0, kAuto | kRefTimeIndependent, 0, 0, kThrough, kThrough},
+        {kAuto, 0.02f, kAuto | kRefTimeIndependent, 0.02f, 0, 1.9998f, 2.0002f},
+        {kAuto, 0, kAuto | kRefProgressive, 0, 0, kThrough, kThrough},
+        {kAuto, 100, kAutoBreak | kRefProgressive, -100, 0, 1, 1},
+        {kAuto, -100, kAutoBreak | kRefProgressive, 100, 0, 3, 3},
+        {kAuto, 7, kUser, 9, 0, 7, 9},
+        {kAuto, 7, kUserBreak, 9, 0, 7, 9},
+        {kAuto, 7, kTcb, 0.5f, 0, 1, 1},
+        {kAuto, 7, kTcb, 0, 0.5f, 2.5f, 1.5f},
+        {kAuto, 7, kTcb, 0, 0.5f, 1.5f, 1.5f, false, true},
+        {kAuto, 7, kTcb, 0.5f, 0.5f, 0.25f, 0.25f, true, true},
+        {kAuto, 7, kRefCubic | kRefBreak, 9, 0, 0, 0},
+        {kAuto, 100, kRefLinear, 9, 0, 1, 3},
+        {kAuto, -100, kRefConstant, 9, 0, 3, 0},
+        {kAuto, 7, kRefCustom, 9, 0, 7, 9},
+        {kUser, 7, kRefLinear, 9, 0, 7, 3},
+        {kUser, 7, kRefConstant, 9, 0, 7, 0},
+        {kUser, 7, 0, 9, 0, 0, 0},
+        {kTcb, 0.5f, kAuto, 40, 0, 2.4f, 2.4f},
+        {kTcb, 0.5f, kAuto, 40, 0, 1, 1, true},
+        {kTcb, 0.5f, kAutoBreak, 40, 0, 1, 2.4f},
+        {kTcb, 0.5f, kUser, 9, 0, 9, 9},
+        {kTcb, 0.5f, kUser, 9, 0, 0, 0, true},
+        {kTcb, 0.5f, kUserBreak, 9, 0, 2.5f, 9},
+        {kTcb, 0.5f, kRefLinear, 9, 0, 3, 3},
+        {kTcb, 0.5f, kRefLinear, 9, 0, 0, 0, true},
+        {kTcb, 0.5f, kRefConstant, 9, 0, 0, 0},
+        {kRefLinear, 7, kUser, 9, 0, 1, 9},
+        {kRefConstant, 7, kUser, 9, 0, 0, 9},
+        {kRefCustom, 7, kAuto, 0, 0, 7, 2},
+        {kAuto, 7, kUser, 9, 0, 7, 7, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        RefCurve curve;
+        curve.keys = {{0, 0.0f, row.before, {0.0f, row.before1}},
+                      {2 * kSecond, 2.0f, row.key, {row.key0, row.key1}},
+                      {3 * kSecond, 5.0f}};
+        curve.keys.resize(row.isLast ? 2 : 3);
+        for (RefKey& key : curve.keys) {
+            if ((key.flags & kRefTcb) != 0) {
+                key.SetBias(0.0f);
             }
         }
+        const CurveHandle glissa = ToGlissa(curve);
+        GLISSA_SetTCB4051EvalMode(row.isOlder);
+        EXPECT_FLOAT_EQ(row.left, glissa->KeyGetLeftDerivative(1));
+        EXPECT_FLOAT_EQ(row.right, glissa->KeyGetRightDerivative(1));
+        GLISSA_SetTCB4051EvalMode(false);
+    }
+}
+
+TEST(CurveEvaluation, AClampedSideIsFlatWhereANeighbourHasItsValue)
+{
+    const struct
+    {
+        std::uint32_t before;
+        std::uint32_t key;
+        float rise, fall;  // from the key before, to the key after
+        bool left, right;
+    } rows[] = {
+        {kAuto, kClamped, 0.00008f, 1, true, true},
+        {kAuto, kClamped, 1, 0.00008f, true, true},
+        {kAuto, kClamped, 0.00012f, -0.00012f, false, false},
+        {kAuto, kClampedBreak, 0.00008f, 1, true, false},
+        {kAuto, kClampedBreak, 1, 0.00008f, false, true},
+        {kRefLinear, kClamped, 1, 0, false, true},
+        {kRefLinear, kClamped, 0, 1, true, true},
+        {kAuto, kAuto, 0, 0, false, false},
+        {kAuto, kUser | kRefClamp, 0, 0, false, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        RefCurve curve;
+        curve.keys = {
+            {0, -row.rise, row.before}, {kSecond, 0.0f, row.key}, {3 * kSecond, -row.fall}};
+        const CurveHandle glissa = ToGlissa(curve);
+        bool left = false;
+        bool right = false;
+        glissa->IsClamped(1, left, right);
+        EXPECT_EQ(row.left, left);
+        EXPECT_EQ(row.right, right);
+        if (left && row.before == kAuto) {
+            EXPECT_EQ(0.0f, glissa->KeyGetLeftDerivative(1));
+        }
+        if (right) {
+            EXPECT_EQ(0.0f, glissa->KeyGetRightDerivative(1));
+        }
+    }
+}
+
+RefCurve Rise(std::uint32_t pFlags, float pSlope = 0.0f)
+{
+    RefCurve curve;
+    curve.keys = {{0, 0.0f, pFlags, {pSlope, pSlope}}, {kSecond, 10.0f, pFlags}};
+    return curve;
+}
+
+TEST(CurveEvaluation, SegmentsHaveTheValuesOfTheirFormulas)
+{
+    const struct
+    {
+        std::uint32_t flags;
+        float slope;
+        float value;  // after a quarter of the segment
+    } rows[] = {
+        {kUser, 10, 2.5f},     {kUser, 0, 1.5625f},  // 3 t^2 - 2 t^3
+        {kRefLinear, 9, 2.5f}, {kRefConstant, 9, 0}, {kRefConstant | kRefConstantNext, 9, 10},
+        {kRefCustom, 9, 0}};
+    for (const auto& row : rows) {
+        EXPECT_FLOAT_EQ(
+            row.value, ToGlissa(Rise(row.flags, row.slope))->Evaluate(KTime(kSecond / 4), nullptr));
+    }
+    RefCurve curve = Rise(kUser);
+    EXPECT_FLOAT_EQ(11.25f,  // 6 t (1 - t)
+                    ToGlissa(curve)->EvaluateLeftDerivative(KTime(kSecond / 4), nullptr));
+    // Handles half way along the time: the value of parameter 1/4, at the time of parameter 1/4.
+    curve.keys[0].flags |= kRefWeightRight | kRefWeightNextLeft;
+    curve.keys[0].SetWeights(5000, 5000);
+    const double w = 5000.0 / 9999.0;
+    const double time = 3 * 0.25 * 0.5625 * w + 3 * 0.0625 * 0.75 * (1 - w) + 0.015625;
+    EXPECT_NEAR(1.5625f, ToGlissa(curve)->Evaluate(KTime::FromSeconds(time), nullptr), 1e-4);
+}
+
+TEST(CurveExtrapolation, ARiseFrom0To10InASecondContinues)
+{
+    const struct
+    {
+        std::uint32_t mode;
+        std::uint32_t count;
+        double seconds;
+        float expected;
+    } rows[] = {
+        {kRefHold, 7, 1.25, 10},           {kRefHoldNone, 3, 1.5, 10},
+        {kRefRepeat, 2, 1.25, 2.5f},       {kRefRepeat, 2, -0.25, 7.5f},
+        {kRefRepeat, 2, 3.0, 10},          {kRefRepeat, 2, 9.5, 10},
+        {kRefRepeat, 2, -2.0, 0},          {kRefMirror, 2, 1.25, 7.5f},
+        {kRefMirror, 2, 2.25, 2.5f},       {kRefMirror, 2, -0.25, 2.5f},
+        {kRefMirror, 2, -1.25, 7.5f},      {kRefKeepSlope, 0, 1.5, 10},
+        {kRefKeepSlope, 1, 1.5, 15},       {kRefKeepSlope, 1, 8.0, 20},
+        {kRefKeepSlope, 1, -8.0, -10},     {kRefKeepSlope, 0xFFFFFFFF, 1000.0, 10000},
+        {kRefRelativeRepeat, 2, 1.5, 15},  {kRefRelativeRepeat, 2, 2.5, 25},
+        {kRefRelativeRepeat, 2, 3.0, 30},  {kRefRelativeRepeat, 2, 7.0, 30},
+        {kRefRelativeRepeat, 2, -0.5, -5}, {kRefRelativeRepeat, 2, -9.0, -20},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        RefCurve curve = Rise(kRefLinear);
+        curve.pre = curve.post = row.mode;
+        curve.preCount = curve.postCount = row.count;
+        EXPECT_FLOAT_EQ(row.expected,
+                        ToGlissa(curve)->Evaluate(KTime::FromSeconds(row.seconds), nullptr));
     }
 }
 
@@ -159,7 +267,7 @@ TEST(CurveExtrapolation, TheEndsOfTimeAreMappedIntoTheKeys)
                     if (mode == kRefRepeat || mode == kRefMirror || mode == kRefRelativeRepeat) {
                         const double index = glissa->KeyFindAll(KTime(time), nullptr);
                         EXPECT_TRUE(index >= 0.0 && index <= 1.0) << time << " " << index;
-                        EXPECT_EQ(RefKeyFindAll(curve, time).index, index) << time;
+                        EXPECT_EQ(RefKeyFindAll(*glissa, time).index, index) << time;
                     }
                 }
             }
@@ -226,8 +334,8 @@ TEST(CurveEvaluation, SearchValuesAndSlopesAllocateNothing)
     std::vector<CurveHandle> curves;
     std::vector<std::vector<std::int64_t>> times;
     for (const MuseumPiece& piece : Museum()) {
-        curves.push_back(ToGlissa(piece.make()));
-        times.push_back(MuseumTimes(piece.make()));
+        curves.push_back(ToGlissa(piece.curve));
+        times.push_back(MuseumTimes(piece.curve));
     }
     // Far seeks too: each curve jumps back to its start for every time.
     curves.push_back(ToGlissa(MuseumRecording(100000)));

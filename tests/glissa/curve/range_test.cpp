@@ -18,7 +18,7 @@ TEST_F(Range, ACopyIsEqualAndSharesItsBlocks)
 {
     std::vector<RefCurve> pieces = {MuseumRecording(100)};
     for (const MuseumPiece& piece : Museum()) {
-        pieces.push_back(piece.make());
+        pieces.push_back(piece.curve);
     }
     for (const RefCurve& piece : pieces) {
         SCOPED_TRACE(piece.Count());

@@ -205,38 +205,6 @@ TEST_F(Shape, AnEditPastTheRangeOfTimesIsRefusedWhole)
     EXPECT_EQ(KTime::MinusInfinite() + Seconds(1.0), curve->KeyGetTime(1));
 }
 
-TEST_F(Shape, ASideThatDoesNotExistDoesNothing)
-{
-    for (const std::uint32_t kind : {kRefUser, kRefUser | kRefBreak, kRefAuto, kRefTcb}) {
-        const CurveHandle curve =
-            MakeCurve(std::vector<UserKey>({{1.0, 1.0f, 2.0f, 3.0f, kRefCubic | kind},
-                                            {2.0, 4.0f, 5.0f, 6.0f, kRefCubic | kind}}));
-        const CurveHandle old = ToGlissa(RefCurve());
-        old->CopyFrom(*curve);
-        for (const int i : {-7, -1, 2, 3, 90}) {
-            using Set = void (Glissa::*)(int, float);
-            for (const Set set :
-                 {&Glissa::KeySetRightAuto, &Glissa::KeySetRightDerivative,
-                  &Glissa::KeySetRightBezierTangeant, &Glissa::KeySetRightTangeantWeight,
-                  &Glissa::KeySetRightTangeantVelocity, &Glissa::KeySetLeftBezierTangeant}) {
-                (curve.get()->*set)(i, 0.25f);
-            }
-            curve->KeySetRightTangeantWeightedMode(i, true);
-            curve->KeySetRightTangeantVelocityMode(i, true);
-            curve->KeySetRightDerivativeInfo(i, {}, true);
-            curve->KeySetLeftDerivativeInfo(i, {}, true);
-            // Index 2 has a left side, which key 1 stores.
-            curve->KeySetLeftDerivative(i == 2 ? 3 : i, 0.25f);
-            curve->KeySetLeftAuto(i == 2 ? 3 : i, 0.25f);
-            curve->KeySetLeftTangeantWeight(i == 2 ? 3 : i, 0.25f);
-            curve->KeySetLeftTangeantVelocity(i == 2 ? 3 : i, 0.25f);
-            curve->KeySetLeftTangeantWeightedMode(i == 2 ? 3 : i, true);
-            curve->KeySetLeftTangeantVelocityMode(i == 2 ? 3 : i, true);
-        }
-        EXPECT_TRUE(HasSameKey(*old, 0, *curve, 0) && HasSameKey(*old, 1, *curve, 1));
-    }
-}
-
 // An automatic segment before a last key that is not cubic, with tangent bits left in that key.
 TEST_F(Shape, AKeyBehindTheLastOneLeavesAStoredParameterItsSlope)
 {

@@ -236,7 +236,7 @@ TEST_F(CurveStore, MuseumCurvesComeBack)
 {
     for (const MuseumPiece& piece : Museum()) {
         SCOPED_TRACE(piece.name);
-        ExpectRoundTrip(piece.make());
+        ExpectRoundTrip(piece.curve);
     }
     ExpectRoundTrip(MuseumRecording(5000));
     for (const std::uint32_t previous : MuseumKinds()) {

@@ -12,18 +12,13 @@
 
 namespace
 {
-using Heard = std::vector<HeardEvent>;
-
 CurveHandle MakeCurve(const std::vector<std::uint32_t>& pFlags)
 {
     RefCurve curve;
     const float values[] = {0.0f, 4.0f, 3.0f, 7.0f, 7.5f};
     for (std::size_t i = 0; i < pFlags.size(); ++i) {
-        RefKey key;
-        key.time = static_cast<std::int64_t>(i) * KTime::kTicksPerSecond;
-        key.value = values[i];
-        key.flags = pFlags[i];
-        curve.keys.push_back(key);
+        curve.keys.push_back(
+            {static_cast<std::int64_t>(i) * KTime::kTicksPerSecond, values[i], pFlags[i]});
     }
     return ToGlissa(curve);
 }
@@ -151,15 +146,16 @@ TEST(CurveTangents, SettersPostTheirChangeOnce)
         SCOPED_TRACE(&each - cases);
         expect(each.kind, each.set, each.type);
     }
+    constexpr int kSlope = 0x808010, kWeight = 0x408010, kVelocity = 0x208010, kOther = 0x8010;
     const struct
     {
         std::uint32_t kind;
         int types[6];
     } slots[] = {
-        {0x108, {0x808010, 0x808010, 0x408010, 0x408010, 0x8010, 0x8010}},
-        {0xC08, {0x808010, 0x808010, 0x408010, 0x408010, 0x208010, 0x208010}},
-        {0x208, {0x1008010, 0x4008010, 0x2008010, 0x8010, 0x8010, 0x8010}},
-        {0x004, {0x8010, 0x8010, 0x8010, 0x8010, 0x8010, 0x8010}},
+        {0x108, {kSlope, kSlope, kWeight, kWeight, kOther, kOther}},
+        {0xC08, {kSlope, kSlope, kWeight, kWeight, kVelocity, kVelocity}},
+        {0x208, {0x1008010, 0x4008010, 0x2008010, kOther, kOther, kOther}},
+        {0x004, {kOther, kOther, kOther, kOther, kOther, kOther}},
     };
     for (const auto& each : slots) {
         for (int i = 0; i < 6; ++i) {
@@ -219,37 +215,48 @@ TEST(CurveTangents, WhatASideIsGivenItHas)
     }
 }
 
-TEST(CurveTangents, SidesThatAreNotThereAndTCBKeysAreLeftAlone)
+TEST(CurveTangents, SidesThatAreNotThereAreLeftAlone)
 {
-    const CurveHandle curve = MakeCurve({0x208, 0x208, 0xC08});
+    using Setter = void (Glissa::*)(int, float);
+    using Switch = void (Glissa::*)(int, bool);
     const GlissaTangeantInfo side = {3.0f, 0.5f, 1.0f, 40.0f, true, true};
+    for (const std::uint32_t kind : {0x408u, 0xC08u, 0x108u, 0x208u}) {
+        const CurveHandle curve = MakeCurve({kind, kind});
+        EditCheck edit(*curve);
+        for (const int i : {-7, -1, 0, 3, 90}) {
+            for (const Setter set :
+                 {&Glissa::KeySetLeftDerivative, &Glissa::KeySetLeftAuto,
+                  &Glissa::KeySetLeftBezierTangeant, &Glissa::KeySetLeftTangeantWeight,
+                  &Glissa::KeySetLeftTangeantVelocity}) {
+                (curve.get()->*set)(i, 0.25f);
+            }
+            for (const Switch set : {&Glissa::KeySetLeftTangeantWeightedMode,
+                                     &Glissa::KeySetLeftTangeantVelocityMode}) {
+                (curve.get()->*set)(i, true);
+            }
+            curve->KeySetLeftDerivativeInfo(i, side, true);
+        }
+        for (const int i : {-7, -1, 1, 2, 90}) {
+            for (const Setter set :
+                 {&Glissa::KeySetRightDerivative, &Glissa::KeySetRightBezierTangeant,
+                  &Glissa::KeySetRightTangeantWeight, &Glissa::KeySetRightTangeantVelocity}) {
+                (curve.get()->*set)(i, 0.25f);
+            }
+        }
+        EXPECT_TRUE(edit.Heard().empty()) << kind;
+        EXPECT_EQ("", edit.Verify());
+    }
+    // Slots of a TCB key hold its parameters, not sides.
+    const CurveHandle curve = MakeCurve({0x208, 0x208, 0xC08});
     EditCheck edit(*curve);
-    for (const int i : {-1, 0}) {
-        curve->KeySetLeftDerivative(i, 1.0f);
-        curve->KeySetLeftAuto(i, 1.0f);
-        curve->KeySetLeftTangeantWeight(i, 0.5f);
-        curve->KeySetLeftTangeantVelocity(i, 0.5f);
-        curve->KeySetLeftBezierTangeant(i, 1.0f);
-        curve->KeySetLeftDerivativeInfo(i, side, true);
-    }
-    for (const int i : {2, 3}) {
-        curve->KeySetRightDerivative(i, 1.0f);
-        curve->KeySetRightTangeantWeight(i, 0.5f);
-        curve->KeySetRightTangeantVelocity(i, 0.5f);
-        curve->KeySetRightBezierTangeant(i, 1.0f);
-    }
-    curve->KeySetLeftDerivative(2, 1.0f);  // behind a TCB key
+    curve->KeySetLeftDerivative(2, 1.0f);
     curve->KeySetLeftDerivativeInfo(1, side, true);
     curve->KeySetRightDerivativeInfo(1, side, true);
     EXPECT_TRUE(edit.Heard().empty());
-    EXPECT_EQ("", edit.Verify());
-
     // The last key keeps a parameter for the day when a key follows it.
     curve->KeySetTangeantMode(2, eTangentAuto);
     curve->KeySetRightDerivativeInfo(2, side, false);
     EXPECT_EQ(40.0f, curve->KeyGetRightAuto(2, false));
-    curve->KeySetRightAuto(2, 7.0f);
-    EXPECT_EQ(7.0f, curve->KeyGetRightAuto(2, false));
     EXPECT_EQ(0.0f, curve->KeyGetLeftAuto(-1, false));
     const CurveHandle empty(GlissaCreate());
     EXPECT_EQ(0.0f, empty->KeyGetLeftAuto(0, true));

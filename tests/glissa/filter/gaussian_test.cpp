@@ -85,7 +85,7 @@ TEST_F(Gaussian, AWaveKeepsItsPhaseAndALineStaysStraight)
 TEST_F(Gaussian, WhatHasNothingToSmoothStaysAsItIs)
 {
     for (const MuseumPiece& piece : Museum()) {
-        const CurveHandle curve = ToGlissa(piece.make());
+        const CurveHandle curve = ToGlissa(piece.curve);
         const CurveHandle before(curve->Copy());
         WithDeviation(1e-9, 120.0).Apply(*curve);
         for (int i = 0; i < curve->KeyGetCount(); ++i) {

@@ -370,7 +370,7 @@ std::vector<KTimeSpan> SpansOf(const RefCurve& pCurve)
 void ForEachCurve(const std::function<void(const std::string&, const RefCurve&)>& pCall)
 {
     for (const MuseumPiece& piece : Museum()) {
-        pCall(piece.name, piece.make());
+        pCall(piece.name, piece.curve);
     }
     for (int seed = 0; seed < 140; ++seed) {
         Random random(static_cast<std::uint64_t>(seed));
