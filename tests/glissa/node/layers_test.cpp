@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -48,7 +49,7 @@ protected:
 };
 }  // namespace
 
-TEST_F(NodeLayers, StandInOrderOfTheirIdsWhateverTheOrderOfCreation)
+TEST_F(NodeLayers, AreInOrderOfTheirIdsWhateverTheOrderOfCreation)
 {
     std::vector<int> ids = {1, 3, 4, 7};
     do {
@@ -56,11 +57,11 @@ TEST_F(NodeLayers, StandInOrderOfTheirIdsWhateverTheOrderOfCreation)
         for (const int id : ids) {
             GlissaNode* layer = node->CreateLayerAt({id, &mFree});
             ASSERT_NE(layer, nullptr);
-            EXPECT_EQ(layer->GetLayerID(), id);
+            EXPECT_EQ(layer, node->CreateLayerAt({id, &mFree}));
+            EXPECT_EQ(layer, node->LayerGet(id));
             EXPECT_EQ(layer->ObjectLayerGet(), node.get());
             EXPECT_EQ(layer->Get(1)->GetLayerID(), id);
             EXPECT_EQ(layer->Get(1)->ObjectLayerGet(), node->Get(1));
-            EXPECT_EQ(layer->Get(1)->LayerGet(), nullptr);
         }
         EXPECT_EQ(ChainOf(node.get()), "0 1 3 4 7");
     } while (std::next_permutation(ids.begin(), ids.end()));
@@ -68,61 +69,50 @@ TEST_F(NodeLayers, StandInOrderOfTheirIdsWhateverTheOrderOfCreation)
 
 TEST_F(NodeLayers, AreFoundByTheirIds)
 {
-    EXPECT_EQ(mNode->GetPreviousLayer(0), nullptr);
-    EXPECT_EQ(mNode->GetPreviousLayer(5), mNode.get());
-    EXPECT_EQ(mNode->CreateLayerAt({0, nullptr}), nullptr);
     GlissaNode* three = mNode->CreateLayerAt({3, &mFree});
     GlissaNode* seven = mNode->CreateLayerAt({7, &mFree});
-    EXPECT_EQ(mNode->CreateLayerAt({-1, nullptr}), nullptr);
-    EXPECT_EQ(seven->CreateLayerAt({7, nullptr}), nullptr);
+    for (const int id : {0, -1}) {
+        EXPECT_EQ(mNode->CreateLayerAt({id, nullptr}), nullptr);
+    }
     EXPECT_EQ(seven->CreateLayerAt({5, nullptr}), nullptr);
-    EXPECT_EQ(mNode->LayerGet(7), seven);
     EXPECT_EQ(mNode->LayerGet(5), nullptr);
     EXPECT_EQ(seven->LayerGet(3), nullptr);
-    EXPECT_EQ(mNode->GetPreviousLayer(7), three);
-    EXPECT_EQ(mNode->GetPreviousLayer(3), mNode.get());
-    EXPECT_EQ(mNode->GetPreviousLayer(100), seven);
-    EXPECT_EQ(mNode->GetCorrectLayerAndCreateIfMissing({3, nullptr}), three);
+    const std::pair<int, GlissaNode*> previous[] = {
+        {0, nullptr}, {3, mNode.get()}, {5, three}, {7, three}, {100, seven}};
+    for (const auto& [id, node] : previous) {
+        EXPECT_EQ(node, mNode->GetPreviousLayer(id)) << id;
+    }
     EXPECT_FALSE(mNode->HasOverrideLayer());
     mFree.mMode = eLayerModeOverridePassthrough;
     EXPECT_TRUE(mNode->HasOverrideLayer());
 
-    // One ETI, and all works on the base.
+    // With an ETI all works on the base.
     StubETI eti;
     mNode->Get(0)->SetETI(&eti);
-    EXPECT_EQ(mNode->GetCorrectLayerInfo({3, &mFree}).GetLayerID(), 0);
     EXPECT_EQ(mNode->GetCorrectLayerAndCreateIfMissing({9, &mFree}), mNode.get());
     EXPECT_EQ(mNode->Get(1)->GetCorrectLayerInfo({3, &mFree}).GetLayerID(), 3);
     mNode->Get(0)->SetETI(nullptr);
 
     mNode->SetMultiLayer(false);
-    EXPECT_EQ(mNode->GetCorrectLayerID(7), 0);
     EXPECT_EQ(mNode->GetLayerNode(7), mNode.get());
     EXPECT_EQ(mNode->Get(2)->IsMultiLayer(), 0);
     EXPECT_EQ(mNode->LayerCreate({9, &mFree}, false), nullptr);
     EXPECT_EQ(mNode->CreateLayerAt({9, &mFree}), nullptr);
-    EXPECT_EQ(ChainOf(mNode.get()), "0 3 7");
 }
 
 TEST_F(NodeLayers, BeginWithZeroValuesAndTheColourOfTheBase)
 {
     const float colour[] = {0.25f, 0.5f, 0.75f};
-    struct Case
-    {
-        KDataType* type;
-        float value;
-    };
-    for (const Case& each : {Case{KDataTypeLclScaling, 1.0f}, Case{KDataTypeLclTranslation, 0.0f},
-                             Case{KDataTypeNumber, 0.0f}}) {
-        const NodePtr node = MakeChannel(each.type, "N");
-        GlissaNode* leaf = node->GetCount() > 0 ? node->Get(2) : node.get();
-        leaf->SetColor(colour);
-        leaf->FCurveGet()->SetValue(9.0f);
-        GlissaNode* layer = node->CreateLayerAt({1, &mFree});
-        const Glissa* curve = (layer->GetCount() > 0 ? layer->Get(2) : layer)->FCurveGet();
-        EXPECT_EQ(curve->GetValue(), each.value);
-        EXPECT_EQ(curve->GetOwner()->GetLayerID(), 1);
-        EXPECT_TRUE(std::equal(colour, colour + 3, curve->GetOwner()->GetColor()));
+    for (KDataType* const type : {KDataTypeLclScaling, KDataTypeLclTranslation, KDataTypeNumber}) {
+        const auto leafOf = [](GlissaNode* pNode) {
+            return pNode->GetCount() > 0 ? pNode->Get(2) : pNode;
+        };
+        const NodePtr node = MakeChannel(type, "N");
+        leafOf(node.get())->SetColor(colour);
+        leafOf(node.get())->FCurveGet()->SetValue(9.0f);
+        const GlissaNode* leaf = leafOf(node->CreateLayerAt({1, &mFree}));
+        EXPECT_EQ(leaf->FCurveGet()->GetValue(), type == KDataTypeLclScaling ? 1.0f : 0.0f);
+        EXPECT_TRUE(std::equal(colour, colour + 3, leaf->GetColor()));
     }
 }
 
@@ -169,14 +159,13 @@ TEST_F(NodeLayers, AreTakenOutOrEmptied)
 
 TEST_F(NodeLayers, AreMadeToMatchThoseOfASource)
 {
-    struct Case
+    const struct
     {
         std::vector<int> ids;
         std::vector<int> locked;
         std::vector<int> source;
         const char* result;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {{2, 5}, {}, {3}, "0 3:30"},
         {{}, {}, {1, 4}, "0 1:10 4:40"},
         {{1, 4}, {}, {}, "0"},
@@ -186,13 +175,13 @@ TEST_F(NodeLayers, AreMadeToMatchThoseOfASource)
         {{1, 2, 3}, {}, {2}, "0 2:20"},
     };
     for (const bool transfers : {false, true}) {
-        for (const Case& each : cases) {
+        for (const auto& each : cases) {
             SCOPED_TRACE(each.result);
             const NodePtr target = MakeChannel(KDataTypeVector, "V");
             const NodePtr source = MakeChannel(KDataTypeVector, "V");
             for (const int id : each.ids) {
-                const bool is_locked = std::count(each.locked.begin(), each.locked.end(), id) > 0;
-                AddLayer(target.get(), id, static_cast<float>(id), is_locked ? mLocked : mFree);
+                const bool isLocked = std::count(each.locked.begin(), each.locked.end(), id) > 0;
+                AddLayer(target.get(), id, static_cast<float>(id), isLocked ? mLocked : mFree);
             }
             for (const int id : each.source) {
                 AddLayer(source.get(), id, static_cast<float>(10 * id), mFree);
@@ -243,32 +232,26 @@ TEST_F(NodeLayers, ComeAlongWithACopy)
     EXPECT_EQ(copy->GetProperty(), &property);
     EXPECT_EQ(copy->GetLockQuery(), &query);
     EXPECT_NE(copy->GetNameInfo(), mNode->GetNameInfo());
-    // A span leaves the keys behind.
-    const NodePtr span(mNode->Copy(KTime(), KTime(1)));
-    EXPECT_EQ(span->Get(0)->KeyGetCount(false), 0);
-    const NodePtr single(mNode->LayerGet(5)->SingleLayerCopy());
-    EXPECT_EQ(ChainOf(single.get()), "5:5");
+    // A span is that of the base.
+    EXPECT_EQ(ChainOf(NodePtr(mNode->Copy(KTime(), KTime(1))).get()), "0 2:2 5:5");
+    EXPECT_EQ(ChainOf(NodePtr(mNode->LayerGet(5)->SingleLayerCopy()).get()), "5:5");
 
     StubETI eti;
     mNode->SetETI(&eti);
-    {
-        const NodePtr clone(mNode->Clone(false));
+    for (const bool attached : {false, true}) {
+        const NodePtr clone(mNode->Clone(attached));
         EXPECT_EQ(ChainOf(clone.get()), "0:9:8");
-        EXPECT_FALSE(clone->GetVisibility());
+        EXPECT_EQ(clone->Get(0)->TemplateGet(), attached ? mNode->Get(0) : nullptr);
         EXPECT_EQ(eti.mReferences, 2);
-        const NodePtr attached(mNode->Clone(true));
-        EXPECT_EQ(attached->Get(0)->TemplateGet(), mNode->Get(0));
-        EXPECT_EQ(ChainOf(attached.get()), "0:9:8");
         clone->Get(0)->FCurveGet()->KeySetValue(0, 1.0f);
         EXPECT_EQ(ChainOf(mNode.get()), "0:9:8 2:2 5:5");
     }
+    EXPECT_EQ(eti.mReferences, 1);
     mNode->SetETI(nullptr);
-    EXPECT_EQ(eti.mReferences, 0);
     const NodePtr bare(mNode->CloneTemplate(false, false, false, {7, &mFree}));
     EXPECT_FALSE(bare->FCurveCreated());
     EXPECT_EQ(bare->Get(2)->GetLayerID(), 7);
-    EXPECT_EQ(bare->ObjectLayerGet(), mNode.get());
-    // Without its base a layer is one of its own, and so is a channel.
+    // Without its base a layer is its own base, and so is a channel.
     const NodePtr taken(mNode->RemoveLayer(2, false));
     EXPECT_EQ(taken->Get(1)->ObjectLayerGet(), mNode->Get(1));
     mNode->Delete(1);
@@ -276,6 +259,4 @@ TEST_F(NodeLayers, ComeAlongWithACopy)
     mNode.reset();
     EXPECT_EQ(taken->ObjectLayerGet(), taken.get());
     EXPECT_EQ(bare->ObjectLayerGet(), bare.get());
-    EXPECT_TRUE(taken->IsNodeLockedInHierarchy(true));
-    EXPECT_FALSE(bare->IsNodeLockedInHierarchy(true));
 }

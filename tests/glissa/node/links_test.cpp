@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "corvekit/set.h"
+#include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
 
 #include <gtest/gtest.h>
@@ -11,11 +11,6 @@
 
 namespace
 {
-KTime Seconds(double pSeconds)
-{
-    return KTime::FromSeconds(pSeconds);
-}
-
 // A model with a channel "T"; ETIs where a test puts them.
 class NodeLinks : public testing::Test
 {
@@ -51,6 +46,7 @@ TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
     mOnModel.mScale = 0.5;
     mOnModel.mActiveStart = Seconds(7.0);
     mOnModel.mDuration = Seconds(2.0);
+    mOnModel.mSelected = true;
     mChannel->Get(0)->SetETI(&mOnX);
     mOnX.mOffset = Seconds(10.0);
     mOnX.mScale = 4.0;
@@ -67,6 +63,7 @@ TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
     EXPECT_EQ(mChannel->ETIGlobalTime2NodeTime(Seconds(126.0)), Seconds(5.0));
     EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(5.0)), Seconds(126.0));
     EXPECT_EQ(mChannel->ETIGetDuration(), Seconds(20.0));
+    EXPECT_TRUE(mChannel->ETIIsSelectedDuration());  // X says no, the model yes
     EXPECT_TRUE(mChannel->ETIIsGlobalTimeInSpan(Seconds(117.0), false));
     EXPECT_FALSE(mChannel->ETIIsGlobalTimeInSpan(Seconds(117.0) - KTime(1), true));
     EXPECT_FALSE(mChannel->ETIIsGlobalTimeInSpan(Seconds(137.0), false));
@@ -92,60 +89,7 @@ TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
     EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(99.0)), Seconds(10.0));
 }
 
-TEST_F(NodeLinks, ShowTheETIThatIsNearest)
-{
-    KgeRGBVector colour;
-    mModel->SetETI(&mOnModel);
-    mOnModel.mColor = KgeRGBVector(1.0, 0.0, 0.0);
-    mOnModel.mSelected = true;
-    EXPECT_TRUE(mChannel->Get(1)->ETIGetColor(colour));
-    EXPECT_EQ(colour, mOnModel.mColor);
-    mChannel->Get(0)->SetETI(&mOnX);
-    mOnX.mColor = KgeRGBVector(0.0, 1.0, 0.0);
-    EXPECT_TRUE(mChannel->ETIGetColor(colour));
-    EXPECT_EQ(colour, mOnX.mColor);
-    EXPECT_TRUE(mChannel->ETIIsSelectedDuration());  // X says no, the model yes
-}
-
-TEST_F(NodeLinks, CountAndNumberTimeWarps)
-{
-    KSet<int, GlissaNode*> numbers;
-    NodePtr warp = MakeChannel(KDataTypeTimeWarp, "W");
-    const NodePtr other = MakeChannel(KDataTypeTimeWarp, "O");
-    mModel->TimeWarpSet(warp.get());
-    mChannel->TimeWarpSet(warp.get());
-    mChannel->TimeWarpSet(warp.get());
-    EXPECT_EQ(warp->GetReferenceCount(), 2);
-    // No time depends on itself: not at once, not by way of another warp, nor of a child.
-    warp->TimeWarpSet(warp.get());
-    EXPECT_EQ(warp->TimeWarpGet(), nullptr);
-    other->TimeWarpSet(mModel.get());
-    warp->TimeWarpSet(other.get());
-    EXPECT_EQ(warp->TimeWarpGet(), nullptr);
-    other->TimeWarpSet(nullptr);
-    mChannel->TimeWarpSet(other.get());
-    EXPECT_EQ(warp->GetReferenceCount(), 1);
-    mModel.reset();
-    EXPECT_EQ(warp->GetReferenceCount(), 0);
-    EXPECT_EQ(other->GetReferenceCount(), 0);
-
-    int nick = 77;
-    EXPECT_FALSE(Glissa_FindNickNumberFromTW(nick, warp.get()));
-    EXPECT_EQ(Glissa_FindTWFromNickNumber(4), nullptr);
-    Glissa_SetTWSet(&numbers);
-    EXPECT_EQ(Glissa_FindTWFromNickNumber(4), nullptr);
-    numbers.Add(9, warp.get());
-    numbers.Add(4, warp.get());
-    EXPECT_FALSE(Glissa_FindNickNumberFromTW(nick, other.get()));
-    EXPECT_FALSE(Glissa_FindNickNumberFromTW(nick, nullptr));
-    EXPECT_EQ(nick, 77);
-    EXPECT_TRUE(Glissa_FindNickNumberFromTW(nick, warp.get()));
-    EXPECT_EQ(nick, 4);
-    EXPECT_EQ(Glissa_FindTWFromNickNumber(9), warp.get());
-    Glissa_SetTWSet(nullptr);
-}
-
-TEST_F(NodeLinks, EndWithTheTimeWarpThatTheyLeadTo)
+TEST_F(NodeLinks, EndWithEitherSide)
 {
     int events = 0;
     mChannel->CallbackRegister(
@@ -154,16 +98,21 @@ TEST_F(NodeLinks, EndWithTheTimeWarpThatTheyLeadTo)
         },
         &events);
     NodePtr warp = MakeChannel(KDataTypeTimeWarp, "warp");
+    const NodePtr other = MakeChannel(KDataTypeTimeWarp, "other");
     for (GlissaNode* node : {mModel.get(), mChannel, mChannel->Get(0), mChannel->Get(1)}) {
         node->TimeWarpSet(warp.get());
+        node->TimeWarpSet(warp.get());
     }
-    mChannel->Get(0)->TimeWarpSet(nullptr);
+    EXPECT_EQ(4, warp->GetReferenceCount());
+    mChannel->Get(0)->TimeWarpSet(other.get());
     mChannel->Delete(1);
     EXPECT_EQ(2, warp->GetReferenceCount());
     warp.reset();
     EXPECT_EQ(nullptr, mModel->TimeWarpGet());
     EXPECT_EQ(nullptr, mChannel->TimeWarpGet());
     EXPECT_EQ(2, events);
+    mModel.reset();
+    EXPECT_EQ(0, other->GetReferenceCount());
 }
 
 TEST_F(NodeLinks, FollowNoMoreWarpsOfWarpsThanStated)

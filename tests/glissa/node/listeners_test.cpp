@@ -6,7 +6,8 @@
 
 #include "glissa/ext/custom_tangent_manager.h"
 #include "glissa/ext/invalid_key_manager.h"
-#include "tests/support/museum.h"
+#include "tests/support/curve_test.h"
+#include "tests/support/host_listener.h"
 #include "tests/support/node_stubs.h"
 
 #include <gtest/gtest.h>
@@ -19,11 +20,6 @@
 namespace
 {
 constexpr float kBad = std::numeric_limits<float>::infinity();
-
-KTime Seconds(double pSeconds)
-{
-    return KTime::FromSeconds(pSeconds);
-}
 
 // Keys of several kinds at 0 to 6 s, the fourth one custom.
 void Fill(Glissa& pCurve)
@@ -141,173 +137,54 @@ std::vector<CurveOperation> CurveOperations(Glissa& pOther)
     };
 }
 
-// Listens for a custom type and for bad values, and calls back.
-class ManagerListener final : public ICallback
+// Calls back for keys of a custom type and for values that are not finite.
+class ManagerListener
 {
 public:
     ManagerListener()
     {
-        GlissaCustomTangentManager::TheOne().AddNewCustomTangent("host", "host");
-        ForEach([this](auto& pManager, int pId) { pManager.Register(pId, this, kHear, 0); });
+        Tangents().AddNewCustomTangent("host", "host");
+        for (const int id : kIds) {
+            Tangents().Register(id, &mListener, kHear, 0);
+        }
+        GlissaInvalidKeyManager::TheOne().Register(eInvalidKeyFound, &mListener, kHear, 0);
     }
-    ~ManagerListener() override
+    ~ManagerListener()
     {
-        ForEach([this](auto& pManager, int pId) { pManager.Unregister(pId, this, kHear); });
-        GlissaCustomTangentManager::TheOne().RemoveCustomTangent("host");
+        GlissaInvalidKeyManager::TheOne().Unregister(eInvalidKeyFound, &mListener, kHear);
+        for (const int id : kIds) {
+            Tangents().Unregister(id, &mListener, kHear);
+        }
+        Tangents().RemoveCustomTangent("host");
     }
-    IObject* IQuery(unsigned long, int) override { return nullptr; }
-    void Destroy(int) override {}
-    void Hear(IRegister*, KEventBase* pEvent)
-    {
-        const auto* change = dynamic_cast<GlissaCustomKeyChangeEvent*>(pEvent);
-        mThen(change && change->mBefore);
-    }
+    ManagerListener(const ManagerListener&) = delete;
+    ManagerListener& operator=(const ManagerListener&) = delete;
 
+    /// Called with whether the key is about to change.
     std::function<void(bool)> mThen = [](bool) {};
 
 private:
-    static constexpr auto kHear = static_cast<KCallbackMethod>(&ManagerListener::Hear);
+    static constexpr int kIds[] = {eCustomTangentAddKey, eCustomTangentAddCustomKey,
+                                   eCustomTangentKeyChange};
+    static GlissaCustomTangentManager& Tangents() { return GlissaCustomTangentManager::TheOne(); }
 
-    template <typename Do>
-    static void ForEach(const Do& pDo)
-    {
-        for (const int id :
-             {eCustomTangentAddKey, eCustomTangentAddCustomKey, eCustomTangentKeyChange}) {
-            pDo(GlissaCustomTangentManager::TheOne(), id);
-        }
-        pDo(GlissaInvalidKeyManager::TheOne(), eInvalidKeyFound);
-    }
+    HostListener mListener{[this](KEventBase* pEvent) {
+        const auto* change = dynamic_cast<GlissaCustomKeyChangeEvent*>(pEvent);
+        mThen(change && change->mBefore);
+    }};
 };
-
-// The end of a curve that may be gone already, and a listener that acts on it.
-struct Watched
-{
-    NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
-    Glissa* curve = node->Get(0)->FCurveGet();
-    std::function<void(Watched&)> then;
-    int calls = 0;
-
-    explicit Watched(std::function<void(Watched&)> pThen) : then(std::move(pThen))
-    {
-        Fill(*curve);
-        curve->CallbackRegister(Hear, this);
-    }
-    ~Watched()
-    {
-        then = [](Watched&) {};
-    }
-    void EndCurve()
-    {
-        if (Glissa* ended = std::exchange(curve, nullptr)) {
-            ended->Destroy();
-        }
-    }
-    void EndNode()
-    {
-        curve = nullptr;
-        node.reset();
-    }
-    static void Hear(Glissa* pCurve, GlissaEvent* pEvent, void* pObject)
-    {
-        auto* self = static_cast<Watched*>(pObject);
-        EXPECT_GT(pEvent->GetEventCount(), 0);
-        EXPECT_NE(pEvent->GetType(), 0);
-        ++self->calls;
-        ExpectWhole(*pCurve);
-        if (self->curve && self->calls < 40) {
-            self->then(*self);
-        }
-    }
-};
-
-TEST(Listeners, SeeACurveWhenTheOperationHasDoneItsWork)
-{
-    ManagerListener manager;
-    const CurveHandle other(GlissaCreate());
-    Fill(*other);
-    const std::vector<CurveOperation> operations = CurveOperations(*other);
-    for (std::size_t i = 0; i < operations.size(); ++i) {
-        SCOPED_TRACE(i);
-        const CurveHandle finished(GlissaCreate());
-        Fill(*finished);
-        operations[i](*finished);
-        const std::string expected = Describe(*finished);
-        Watched watched([&](Watched& self) { EXPECT_EQ(expected, Describe(*self.curve)); });
-        manager.mThen = [&](bool pIsBefore) {
-            if (!pIsBefore) {
-                EXPECT_EQ(expected, Describe(*watched.curve));
-            }
-        };
-        operations[i](*watched.curve);
-        EXPECT_TRUE(watched.calls > 0 || i == 3 || i + 1 == operations.size());
-        EXPECT_EQ(expected, Describe(*watched.curve));
-        manager.mThen = [](bool) {};
-    }
-}
-
-TEST(Listeners, MayEditAndDestroyTheCurveInEveryOperation)
-{
-    const std::vector<std::function<void(Watched&)>> reactions = {
-        [](Watched& self) { self.curve->KeyClear(); },
-        [](Watched& self) { self.curve->KeyRemove(0); },
-        [](Watched& self) { self.curve->KeyAdd(Seconds(self.calls * 0.3)); },
-        [](Watched& self) { self.curve->KeyMoveOf(false, Seconds(1), 1.0f); },
-        [](Watched& self) {
-            self.curve->KeyModifyBegin();
-            self.curve->Delete(0, 2);
-            self.curve->KeyModifyEnd();
-        },
-        [](Watched& self) {
-            self.curve->CallbackUnregister(Watched::Hear, &self);
-            self.curve->KeySelectAll();
-        },
-        [](Watched& self) { self.curve->CallbackRegister(Watched::Hear, &self); },
-        [](Watched& self) { self.EndCurve(); },
-        [](Watched& self) { self.EndNode(); },
-        [](Watched& self) { self.node->Clear(), self.curve = nullptr; },
-    };
-    for (const bool byManager : {false, true}) {
-        for (std::size_t r = 0; r < reactions.size(); ++r) {
-            const CurveHandle other(GlissaCreate());
-            Fill(*other);
-            for (std::size_t i = 0; i < CurveOperations(*other).size(); ++i) {
-                SCOPED_TRACE(testing::Message() << r << " in " << i << (byManager ? " m" : ""));
-                ManagerListener manager;
-                Watched watched(byManager ? [](Watched&) {} : reactions[r]);
-                int calls = 0;
-                manager.mThen = [&](bool) {
-                    if (byManager && watched.curve && ++calls < 40) {
-                        reactions[r](watched);
-                    }
-                };
-                CurveOperations(*other)[i](*watched.curve);
-                manager.mThen = [](bool) {};
-                if (watched.curve) {
-                    ExpectWhole(*watched.curve);
-                    // The next post reaches its listeners.
-                    watched.then = [](Watched&) {};
-                    const int before = watched.calls;
-                    watched.curve->CallbackRegister(Watched::Hear, &watched);
-                    watched.curve->SetValue(1.0f);
-                    EXPECT_GT(watched.calls, before);
-                }
-            }
-        }
-    }
-}
 
 // A rotation with layers 1 and 3 whose nodes and curves all have a listener.
 struct WatchedTree
 {
     NodePtr parent{GlissaNodeCreate("Hips", static_cast<KDataType*>(nullptr), eLayerTypeVector,
                                     GlissaLayerInfo::Base)};
-    GlissaNode* node = nullptr;
-    std::function<void(WatchedTree&)> then = [](WatchedTree&) {};
+    GlissaNode* node = MakeChannel(KDataTypeLclRotation, "R").release();  // null when destroyed
+    std::function<void(WatchedTree&)> then;
     int calls = 0;
 
-    WatchedTree()
+    explicit WatchedTree(std::function<void(WatchedTree&)> pThen) : then(std::move(pThen))
     {
-        node = MakeChannel(KDataTypeLclRotation, "R").release();
         parent->Add(node);
         for (const int id : {1, 3}) {
             node->CreateLayerAt({id, nullptr});
@@ -316,7 +193,7 @@ struct WatchedTree
         for (GlissaNode* layer = node; layer; layer = layer->LayerGet()) {
             layer->CallbackRegister(HearNode, this);
             for (int i = 0; i < 3; ++i) {
-                AddKeys(layer->Get(i), {{0, 1}, {1, 2}, {2, 3}});
+                Fill(*layer->Get(i)->FCurveGet());
                 layer->Get(i)->CallbackRegister(HearNode, this);
                 layer->Get(i)->FCurveGet()->CallbackRegister(HearCurve, this);
             }
@@ -325,10 +202,17 @@ struct WatchedTree
     ~WatchedTree()
     {
         then = [](WatchedTree&) {};
+        parent.reset();
+    }
+    // The curve of X, or null where it has been destroyed.
+    Glissa* Curve() const
+    {
+        GlissaNode* const x = node ? node->Get(0) : nullptr;
+        return x ? x->FCurveGet() : nullptr;
     }
     void React()
     {
-        if (node && ++calls < 40) {
+        if (++calls < 40 && node) {
             then(*this);
         }
     }
@@ -346,12 +230,97 @@ struct WatchedTree
         EXPECT_GT(pEvent->GetEventCount(), 0);
         static_cast<WatchedTree*>(pData)->React();
     }
-    static void HearCurve(Glissa*, GlissaEvent* pEvent, void* pData)
+    static void HearCurve(Glissa* pCurve, GlissaEvent* pEvent, void* pData)
     {
         EXPECT_GT(pEvent->GetEventCount(), 0);
+        EXPECT_NE(pEvent->GetType(), 0);
+        ExpectWhole(*pCurve);
         static_cast<WatchedTree*>(pData)->React();
     }
 };
+
+TEST(Listeners, SeeACurveWhenTheOperationHasDoneItsWork)
+{
+    ManagerListener manager;
+    const CurveHandle other(GlissaCreate());
+    Fill(*other);
+    const std::vector<CurveOperation> operations = CurveOperations(*other);
+    for (std::size_t i = 0; i < operations.size(); ++i) {
+        SCOPED_TRACE(i);
+        const CurveHandle finished(GlissaCreate());
+        Fill(*finished);
+        operations[i](*finished);
+        const std::string expected = Describe(*finished);
+        WatchedTree tree([&](WatchedTree& self) { EXPECT_EQ(expected, Describe(*self.Curve())); });
+        manager.mThen = [&](bool pIsBefore) {
+            if (!pIsBefore) {
+                tree.then(tree);
+            }
+        };
+        operations[i](*tree.Curve());
+        EXPECT_TRUE(tree.calls > 0 || i == 3 || i + 1 == operations.size());
+        EXPECT_EQ(expected, Describe(*tree.Curve()));
+        manager.mThen = [](bool) {};
+    }
+}
+
+TEST(Listeners, MayEditAndDestroyTheCurveInEveryOperation)
+{
+    const std::vector<std::function<void(WatchedTree&, Glissa&)>> reactions = {
+        [](WatchedTree&, Glissa& curve) { curve.KeyClear(); },
+        [](WatchedTree&, Glissa& curve) { curve.KeyRemove(0); },
+        [](WatchedTree& self, Glissa& curve) { curve.KeyAdd(Seconds(self.calls * 0.3)); },
+        [](WatchedTree&, Glissa& curve) { curve.KeyMoveOf(false, Seconds(1), 1.0f); },
+        [](WatchedTree&, Glissa& curve) {
+            curve.KeyModifyBegin();
+            curve.Delete(0, 2);
+            curve.KeyModifyEnd();
+        },
+        [](WatchedTree& self, Glissa& curve) {
+            curve.CallbackUnregister(WatchedTree::HearCurve, &self);
+            curve.KeySelectAll();
+        },
+        [](WatchedTree& self, Glissa& curve) {
+            curve.CallbackRegister(WatchedTree::HearCurve, &self);
+        },
+        [](WatchedTree&, Glissa& curve) { curve.Destroy(); },
+        [](WatchedTree& self, Glissa&) { self.End(self.node); },
+        [](WatchedTree& self, Glissa&) { self.node->Clear(); },
+    };
+    const CurveHandle other(GlissaCreate());
+    for (const bool byManager : {false, true}) {
+        for (std::size_t r = 0; r < reactions.size(); ++r) {
+            for (std::size_t i = 0; i < CurveOperations(*other).size(); ++i) {
+                SCOPED_TRACE(testing::Message() << r << " in " << i << (byManager ? " m" : ""));
+                other->KeyClear();
+                Fill(*other);
+                const auto react = [&](WatchedTree& self) {
+                    if (Glissa* const curve = self.Curve()) {
+                        reactions[r](self, *curve);
+                    }
+                };
+                ManagerListener manager;
+                WatchedTree tree([](WatchedTree&) {});
+                if (byManager) {
+                    manager.mThen = [&](bool) { ++tree.calls < 40 ? react(tree) : void(); };
+                } else {
+                    tree.then = react;
+                }
+                CurveOperations(*other)[i](*tree.Curve());
+                manager.mThen = [](bool) {};
+                tree.then = [](WatchedTree&) {};
+                if (Glissa* const curve = tree.Curve()) {
+                    ExpectWhole(*curve);
+                    // The next post reaches its listeners.
+                    const int before = tree.calls;
+                    curve->CallbackRegister(WatchedTree::HearCurve, &tree);
+                    curve->SetValue(1.0f);
+                    EXPECT_GT(tree.calls, before);
+                }
+            }
+        }
+    }
+}
 
 TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
 {
@@ -421,8 +390,7 @@ TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
     for (std::size_t r = 0; r < reactions.size(); ++r) {
         for (std::size_t i = 0; i < operations.size(); ++i) {
             SCOPED_TRACE(testing::Message() << r << " in " << i);
-            WatchedTree tree;
-            tree.then = reactions[r];
+            WatchedTree tree(reactions[r]);
             operations[i](*tree.node);
             tree.then = [](WatchedTree&) {};
             for (GlissaNode* layer = tree.node; layer && layer->LayerGet();
@@ -436,8 +404,7 @@ TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
 
 TEST(Listeners, AMadeNodeThatIsRemovedAtOnceIsNotGiven)
 {
-    WatchedTree tree;
-    tree.then = [](WatchedTree& self) { self.node->RemoveLayer(2, true); };
+    WatchedTree tree([](WatchedTree& self) { self.node->RemoveLayer(2, true); });
     EXPECT_EQ(nullptr, tree.node->CreateLayerAt({2, nullptr}));
     tree.then = [](WatchedTree& self) { self.End(self.parent.get()); };
     EXPECT_EQ(nullptr, tree.node->LayerCreate({2, nullptr}, true));

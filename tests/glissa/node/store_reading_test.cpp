@@ -14,23 +14,29 @@
 
 namespace
 {
+// Channels with the default values pFirst, pFirst + 1 and so on, of a layer where pLayer is not 0.
+std::string Channels(const std::vector<std::string>& pNames, int pFirst, int pLayer = 0)
+{
+    std::string text;
+    for (const std::string& name : pNames) {
+        text += "Channel: S\"" + name + Numbered("\" {\nDefault: D", pFirst++) +
+                (pLayer > 0 ? Numbered("\nLayerID: I", pLayer) : "") + "\n}\n";
+    }
+    return text;
+}
+
+// The default values of the children.
+std::string ValuesOf(GlissaNode& pNode)
+{
+    std::string values;
+    for (int i = 0; i < pNode.GetCount(); ++i) {
+        values += std::to_string(static_cast<int>(pNode.Get(i)->FCurveGet()->GetValue())) + ' ';
+    }
+    return values;
+}
+
 TEST(NodeStoreReading, ChannelsFindTheirNodes)
 {
-    const auto leaf_of = [](GlissaNode& pNode) {
-        std::string values;
-        for (int i = 0; i < pNode.GetCount(); ++i) {
-            values += std::to_string(static_cast<int>(pNode.Get(i)->FCurveGet()->GetValue())) + ' ';
-        }
-        return values;
-    };
-    const auto leaves = [](const std::vector<std::string>& pNames) {
-        std::string text = "Channel: S\"read\" {\n";
-        for (std::size_t i = 0; i < pNames.size(); ++i) {
-            text +=
-                "Channel: S\"" + pNames[i] + "\" {\nDefault: D" + std::to_string(i + 1) + "\n}\n";
-        }
-        return text + "}\n";
-    };
     const struct
     {
         KDataType* type;
@@ -47,17 +53,17 @@ TEST(NodeStoreReading, ChannelsFindTheirNodes)
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.names[0]);
-        EXPECT_EQ(each.values,
-                  leaf_of(*Retrieved(leaves(each.names), MakeChannel(each.type, "node"), false)));
+        const std::string text = "Channel: S\"read\" {\n" + Channels(each.names, 1) + "}\n";
+        EXPECT_EQ(each.values, ValuesOf(*Retrieved(text, MakeChannel(each.type, "node"), false)));
     }
     // A short name means the type, before a name that is the same.
     NodePtr object = EmptyNode();
     object->Add(MakeChannel(nullptr, "R").release());
     object->Add(MakeChannel(KDataTypeLclRotation, "Turn").release());
-    object = Retrieved("Channel: S\"o\" {\nChannel: S\"R\" {\nChannel: S\"Y\" {\nDefault: D4\n}\n"
-                       "LayerType: I2\n}\n}\n",
+    object = Retrieved("Channel: S\"o\" {\nChannel: S\"R\" {\n" + Channels({"Y"}, 4) +
+                           "LayerType: I2\n}\n}\n",
                        std::move(object), false);
-    EXPECT_EQ("0 4 0 ", leaf_of(*object->Get(1)));
+    EXPECT_EQ("0 4 0 ", ValuesOf(*object->Get(1)));
     EXPECT_STREQ("Turn", object->Get(1)->GetName());
     // In a node of many children a name finds the first.
     std::vector<std::string> many;
@@ -67,7 +73,7 @@ TEST(NodeStoreReading, ChannelsFindTheirNodes)
         many.push_back(Numbered("N", 39 - i));
     }
     wide->Add(GlissaNodeCreate("N3", static_cast<KDataType*>(nullptr), 0, GlissaLayerInfo()));
-    wide = Retrieved(leaves(many), std::move(wide), false);
+    wide = Retrieved("Channel: S\"read\" {\n" + Channels(many, 1) + "}\n", std::move(wide), false);
     EXPECT_EQ(37.0f, wide->Get(3)->FCurveGet()->GetValue());
     EXPECT_EQ(nullptr, wide->Get(40)->FCurveGet());
 }
@@ -95,15 +101,6 @@ TEST(NodeStoreReading, WhatDoesNotFitIsLeftOut)
     EXPECT_EQ(1.0f, vector->Get(0)->FCurveGet()->GetValue());
     EXPECT_EQ(1.0f, vector->Get(0)->FCurveGet()->GetColor()[0]);
     EXPECT_EQ(0.5f, vector->Get(1)->FCurveGet()->GetColor()[0]);
-
-    const std::string name(5000, 'n');
-    const NodePtr named =
-        Retrieved("Channel: S\"a\" {\nChannel: S\"" + name + "\" {\n}\n}\n", EmptyNode());
-    EXPECT_EQ(name, named->Get(0)->GetName());
-    EXPECT_EQ(name, named->Get(0)->GetTimeWarpName());
-    KTdf none;
-    EXPECT_FALSE(named->TdfRetrieve(&none, false, true, true));
-    EXPECT_STREQ("a", named->GetName());
 }
 
 TEST(NodeStoreReading, LayerTypesFollowTheTypeOfData)
@@ -140,7 +137,7 @@ TEST(NodeStoreReading, LayerTypesFollowTheTypeOfData)
     }
 }
 
-TEST(NodeStoreReading, TimeWarpsLandWhereTimeIs)
+TEST(NodeStoreReading, TimeWarpsAreThoseOfBranchesAndOfTheirChannelsInLayers)
 {
     // Warps outlive what they warp.
     const NodePtr second = MakeChannel(KDataTypeTimeWarp, "Slower");
@@ -149,31 +146,37 @@ TEST(NodeStoreReading, TimeWarpsLandWhereTimeIs)
     warps.Add(9, warp.get());
     warps.Add(8, second.get());
     Glissa_SetTWSet(&warps);
-    const auto text = [](const char* pName, int pNick, int pId) {
-        return std::string("Channel: S\"T\" {\nChannel: S\"") + pName + "\" {\nLayerID: I" +
-               std::to_string(pId) + "\nTimeWarpID: I" + std::to_string(pNick) + "\n}\n}\n";
-    };
-    const NodePtr axis = Retrieved(text("Y", 9, 0), EmptyNode());
-    EXPECT_EQ(warp.get(), axis->TimeWarpGet());
-    EXPECT_EQ(nullptr, axis->Get(0)->TimeWarpGet());
-    const NodePtr layer = Retrieved(text("Y", 9, 3), EmptyNode());
-    EXPECT_EQ(nullptr, layer->TimeWarpGet());
-    EXPECT_EQ(warp.get(), layer->Get(0)->TimeWarpGet());
-    const NodePtr other = Retrieved(text("y", 9, 0), EmptyNode());
-    EXPECT_EQ(warp.get(), other->Get(0)->TimeWarpGet());
-    EXPECT_EQ(nullptr, Retrieved(text("Y", 7, 0), EmptyNode())->TimeWarpGet());
-
+    const struct
+    {
+        const char* name;
+        int number;
+        int layer;
+        GlissaNode* branch;
+        GlissaNode* channel;
+    } cases[] = {{"Y", 9, 0, warp.get(), nullptr},
+                 {"Y", 9, 3, nullptr, warp.get()},
+                 {"y", 9, 0, nullptr, warp.get()},
+                 {"Y", 7, 0, nullptr, nullptr}};
+    for (const auto& each : cases) {
+        const NodePtr node = Retrieved(std::string("Channel: S\"T\" {\nChannel: S\"") + each.name +
+                                           Numbered("\" {\nLayerID: I", each.layer) +
+                                           Numbered("\nTimeWarpID: I", each.number) + "\n}\n}\n",
+                                       EmptyNode());
+        EXPECT_EQ(each.branch, node->TimeWarpGet());
+        EXPECT_EQ(each.channel, node->Get(0)->TimeWarpGet());
+    }
     // Time that depends on itself has no value, so such a link is left out.
-    KTdf tdf = FromText("Channel: S\"w\" {\nTimeWarpID: I8\n}\n");
-    warp->TdfRetrieve(&tdf, false, true, true);
-    EXPECT_EQ(second.get(), warp->TimeWarpGet());
-    tdf = FromText("Channel: S\"w\" {\nTimeWarpID: I9\n}\n");
-    second->TdfRetrieve(&tdf, false, true, true);
-    EXPECT_EQ(nullptr, second->TimeWarpGet());
+    const NodePtr other = MakeWide(1);
     warps.Set(7, other.get());
-    tdf = FromText("Channel: S\"w\" {\nChannel: S\"y\" {\nLayerChannel: S\"y\" {\nLayerID: I1\n"
-                   "TimeWarpID: I7\n}\n}\n}\n");
-    other->TdfRetrieve(&tdf, false, true, true);
+    const auto read = [](GlissaNode& pNode, const char* pText) {
+        KTdf tdf = FromText(std::string("Channel: S\"w\" {\n") + pText + "}\n");
+        pNode.TdfRetrieve(&tdf, false, true, true);
+    };
+    read(*warp, "TimeWarpID: I8\n");
+    EXPECT_EQ(second.get(), warp->TimeWarpGet());
+    read(*second, "TimeWarpID: I9\n");
+    EXPECT_EQ(nullptr, second->TimeWarpGet());
+    read(*other, "Channel: S\"a\" {\nLayerChannel: S\"a\" {\nLayerID: I1\nTimeWarpID: I7\n}\n}\n");
     EXPECT_EQ(nullptr, other->Get(0)->LayerGet()->TimeWarpGet());
     Glissa_SetTWSet(nullptr);
 }
@@ -185,17 +188,14 @@ TEST(NodeStoreReading, AChainThatWasReadIsAChain)
         return "LayerChannel: S\"other\" {\nUserName: S\"other\"\n" + pChannels +
                Numbered("LayerID: I", pId) + "\n" + pInner + "}\n";
     };
-    const std::string axes = "Channel: S\"Z\" {\nDefault: D3\nLayerID: I5\n}\n"
-                             "Channel: S\"x\" {\nDefault: D1\nLayerID: I5\n}\n"
-                             "Channel: S\"W\" {\nDefault: D9\nLayerID: I5\n}\n";
     NodePtr node = MakeChannel(KDataTypeLclScaling, "S");
     node->SetRotationOrder(4);
     node->SetUseQuaternion(true);
     node->CreateLayerAt(GlissaLayerInfo(2, nullptr));
     KProperty* const property = node->GetProperty();
     // 5, 3, 7, 7, 9 behind one another: 3 and the second 7 are no layers there.
-    const std::string chain =
-        layer(5, layer(3, layer(7, layer(7, layer(9, "", ""), ""), ""), ""), axes);
+    const std::string chain = layer(5, layer(3, layer(7, layer(7, layer(9, "", ""), ""), ""), ""),
+                                    Channels({"x", "W", "Z"}, 1, 5));
     node = Retrieved("Channel: S\"S\" {\nUserName: S\"Size\"\n" + chain + "}\n", std::move(node),
                      false);
     std::string ids;
@@ -232,44 +232,28 @@ TEST(NodeStoreReading, AChainThatWasReadIsAChain)
     EXPECT_EQ(9, node->LayerGet()->GetLayerID());
 }
 
-TEST(NodeStoreReading, LayersKeepChannelsThatTheBaseKnowsOtherwise)
+TEST(NodeStoreReading, ChannelsOfLayersFindThoseOfTheBase)
 {
     // By the letters of a colour, in any order.
-    const auto channels = [](const std::vector<const char*>& pNames, int pFirst, int pLayer) {
-        std::string text;
-        for (const char* name : pNames) {
-            text += std::string("Channel: S\"") + name + "\" {\nDefault: D" +
-                    std::to_string(pFirst++) + "\n" +
-                    (pLayer > 0 ? "LayerID: I" + std::to_string(pLayer) + "\n" : "") + "}\n";
-        }
-        return text;
-    };
-    const NodePtr color = Retrieved("Channel: S\"color\" {\n" + channels({"R", "G", "B"}, 1, 0) +
+    const NodePtr color = Retrieved("Channel: S\"color\" {\n" + Channels({"R", "G", "B"}, 1) +
                                         "LayerChannel: S\"color\" {\n" +
-                                        channels({"B", "G", "R"}, 5, 3) + "LayerID: I3\n}\n}\n",
+                                        Channels({"B", "G", "R"}, 5, 3) + "LayerID: I3\n}\n}\n",
                                     MakeChannel(KDataTypeColor, "color"));
     GlissaNode* const layer = color->LayerGet(3);
     ASSERT_NE(nullptr, layer);
-    ASSERT_EQ(3, layer->GetCount());
-    EXPECT_EQ(7.0f, layer->Get(0)->FCurveGet()->GetValue());
-    EXPECT_EQ(6.0f, layer->Get(1)->FCurveGet()->GetValue());
-    EXPECT_EQ(5.0f, layer->Get(2)->FCurveGet()->GetValue());
+    EXPECT_EQ("7 6 5 ", ValuesOf(*layer));
     EXPECT_EQ(color->Get(2), layer->Get(2)->ObjectLayerGet());
     EXPECT_STREQ("Z", layer->Get(2)->GetName());
 
-    // Our own short names, of a parent that has layers itself.
-    const auto joint = [] {
-        NodePtr node(GlissaNodeCreate("joint", static_cast<KDataType*>(nullptr), eLayerTypeVector,
-                                      GlissaLayerInfo::Base));
-        node->Add(MakeChannel(KDataTypeLclRotation, "Lcl Rotation").release());
-        return node;
-    };
-    const NodePtr source = joint();
-    source->CreateLayerAt(GlissaLayerInfo(3, nullptr))->Get(0)->Get(1)->FCurveGet()->SetValue(9.0f);
-    KTdf tdf = Stored(*source, true);
-    const NodePtr target = joint();
-    ASSERT_TRUE(target->TdfRetrieve(&tdf, false, false, false));
-    EXPECT_EQ(9.0f, target->LayerGet(3)->Get(0)->Get(1)->FCurveGet()->GetValue());
+    // By short names, of a parent that has layers itself.
+    NodePtr joints[] = {EmptyNode(), EmptyNode()};
+    for (const NodePtr& joint : joints) {
+        joint->Add(MakeChannel(KDataTypeLclRotation, "Lcl Rotation").release());
+    }
+    joints[0]->CreateLayerAt({3, nullptr})->Get(0)->Get(1)->FCurveGet()->SetValue(9.0f);
+    KTdf tdf = Stored(*joints[0], true);
+    ASSERT_TRUE(joints[1]->TdfRetrieve(&tdf, false, false, false));
+    EXPECT_EQ("0 9 0 ", ValuesOf(*joints[1]->LayerGet(3)->Get(0)));
 }
 
 TEST(NodeStoreReading, DepthIsThatOfTheDocument)
@@ -307,34 +291,6 @@ TEST(NodeStoreReading, DepthIsThatOfTheDocument)
     ASSERT_EQ(1u, faults.size());
     EXPECT_EQ(eStoreFaultChannelUnknown, faults[0].mKind);
     EXPECT_EQ(last, faults[0].mNode);
-}
-
-TEST(NodeStoreReading, StoredKeysAreCountedWhereverTheyStand)
-{
-    const struct
-    {
-        int said;
-        const char* keys;
-        int stored;
-        int read;
-    } cases[] = {{1, "T0 D1 'L T1s D2 'L T2s D3 'L", 3, 1},
-                 {0, "T0 D1 'L", 1, 0},
-                 {5, "T0 D1 'L T1s D2 'L", 5, 2},
-                 {2, "T1s D1 'L T0 D2 'L", 2, 1},
-                 {1, "T0 D1 'L", 0, 0}};
-    for (const auto& each : cases) {
-        KTdf tdf = FromText("Channel: S\"n\" {\nDefault: D0\nKeyVer: I4007\n" +
-                            Numbered("KeyCount: I", each.said) + "\nKey: " + each.keys + "\n}\n");
-        std::vector<GlissaStoreFault> faults;
-        const NodePtr node = MakeChannel(KDataTypeNumber, "n");
-        ASSERT_TRUE(node->TdfRetrieve(&tdf, false, false, false, &faults));
-        ASSERT_EQ(each.stored == each.read ? 0u : 1u, faults.size()) << each.keys;
-        for (const GlissaStoreFault& fault : faults) {
-            EXPECT_EQ(eStoreFaultKeys, fault.mKind);
-            EXPECT_EQ(each.stored, fault.mStoredKeys);
-            EXPECT_EQ(each.read, fault.mReadKeys);
-        }
-    }
 }
 
 // A node's layers are its own, whatever names lead to it and however often it is stored.

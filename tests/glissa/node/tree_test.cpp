@@ -6,9 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
 namespace
 {
@@ -26,7 +24,7 @@ std::string ChildrenOf(GlissaNode* pNode)
     return names;
 }
 
-// Counts nodes and curves that end.
+// Counts the nodes that end, with all that hangs below them.
 class Ends
 {
 public:
@@ -38,19 +36,15 @@ public:
             },
             &mNodes);
         if (Glissa* curve = pNode->FCurveGet()) {
-            Watch(curve);
+            curve->CallbackRegister(
+                [](Glissa*, GlissaEvent* pEvent, void* pData) {
+                    *static_cast<int*>(pData) += (pEvent->GetType() & eEventDestroy) != 0 ? 1 : 0;
+                },
+                &mCurves);
         }
         for (int i = 0; i < pNode->GetCount(); ++i) {
             Watch(pNode->Get(i));
         }
-    }
-    void Watch(Glissa* pCurve)
-    {
-        pCurve->CallbackRegister(
-            [](Glissa*, GlissaEvent* pEvent, void* pData) {
-                *static_cast<int*>(pData) += (pEvent->GetType() & eEventDestroy) != 0 ? 1 : 0;
-            },
-            &mCurves);
     }
     int mNodes = 0;
     int mCurves = 0;
@@ -67,8 +61,6 @@ TEST(NodeTree, KeepsChildrenInOrder)
     EXPECT_EQ(ChildrenOf(parent.get()), "A M m z");
     EXPECT_EQ(parent->Get(-1), nullptr);
     EXPECT_EQ(parent->Get(4), nullptr);
-    EXPECT_EQ(parent->Find("Z"), 3);
-    EXPECT_EQ(parent->Find("y"), -1);
     EXPECT_EQ(parent->Get(0)->GetParent(), nullptr);  // SortedAdd sets none
     EXPECT_EQ(parent->Get(2)->GetParent(), parent.get());
 
@@ -92,6 +84,8 @@ TEST(NodeTree, IsSearchedDepthFirst)
     root->Add(shallow);
     EXPECT_EQ(root->FindRecursive(KDataTypeLclTranslation), deep);
     EXPECT_EQ(root->Find(KDataTypeLclTranslation), shallow);
+    EXPECT_EQ(root->Find("t2"), 1);
+    EXPECT_EQ(root->Find("t"), -1);
     EXPECT_EQ(root->FindRecursive("T"), deep);
     EXPECT_EQ(root->FindRecursive("t"), nullptr);
     EXPECT_EQ(root->FindRecursive("t2"), shallow);
@@ -165,12 +159,12 @@ TEST(NodeTree, RefusesANodeThatHoldsItself)
 
 TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
 {
-    // From above and from below, with layers, and a container on the way.
+    // From above and from below, with a container on the way.
     for (const bool fromAbove : {true, false}) {
         NodePtr root = MakeNode("root");
         int levels = 1;
         for (GlissaNode* last = root.get(); levels < 2000; ++levels) {
-            NodePtr next = MakeNode(levels % 100 == 0 ? "T" : "n");
+            NodePtr next = MakeNode("n");
             next->SetContainerType(levels == 5 ? 8 : 0);
             if ((fromAbove ? last->Add(next.get()) : next->Add(root.get())) < 0) {
                 break;
@@ -189,10 +183,8 @@ TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
         EXPECT_EQ(nullptr, root->FindRecursive("absent"));
         EXPECT_FALSE(root->IsNodeLockedInHierarchy(true));
         const NodePtr clone(root->Clone(false));
-        const NodePtr copy(root->Copy());
-        EXPECT_EQ(1, copy->GetCount());
+        EXPECT_EQ(1, NodePtr(root->Copy())->GetCount());
         EXPECT_EQ(nullptr, root->CreateLayerAt({1, nullptr}));
-        root->SetVisibility(true, true, true, -1);
         KTdf tdf;
         EXPECT_TRUE(clone->TdfStore(&tdf, false, false, false, "Channel", false, false));
         EXPECT_EQ(-1, tdf.GetError().GetLastErrorID());
@@ -211,7 +203,7 @@ TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
     double values[3] = {};
     EXPECT_EQ(values + 3, chain->GeneralEvaluate(values, KTime(), nullptr, true));
     EXPECT_TRUE(chain->CandidateClear(0, true));
-    EXPECT_EQ(layers, NodePtr(chain->Copy())->LayerGet(3000)->GetLayerID() - 3000 + layers);
+    EXPECT_NE(nullptr, NodePtr(chain->Copy())->LayerGet(3000));
 }
 
 TEST(NodeTree, LetsTheChildrenOfAContainerLive)
@@ -263,24 +255,21 @@ TEST(NodeTree, SharesItsNamesWithWhatIsMadeFromIt)
     NodePtr original(GlissaNodeCreate("Name", "User", "Lcl Rotation", eLayerTypeRotation, {}));
     original->SetUseQuaternion(true);
     original->SetRotationOrder(4);
-    original->SetVisibility(true, false, false, -1);
     const NodePtr copy(GlissaNodeCreate(original.get()));
     EXPECT_EQ(copy->GetNameInfo(), original->GetNameInfo());
-    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 2);
     EXPECT_EQ(copy->TemplateGet(), original.get());
     EXPECT_EQ(copy->GetRotationOrder(), 4);
     EXPECT_TRUE(copy->GetUseQuaternion());
-    EXPECT_FALSE(copy->GetVisibility());
     EXPECT_EQ(copy->GetLayerType(), eLayerTypeRotation);
 
     const NodePtr other = MakeNode("Other");
     other->FindOrCreate("X", false);
     original->FindOrCreate("X", false)->SetTimeWarpName("shared");
-    other->TemplateSet(original.get());
-    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 3);
+    for (int round = 0; round < 2; ++round) {
+        other->TemplateSet(original.get());
+        EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 3);
+    }
     EXPECT_STREQ(other->Get(0)->GetTimeWarpName(), "shared");
-    other->TemplateSet(original.get());
-    EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 3);
     original.reset();
     other->SetNameInfo(nullptr);
     EXPECT_STREQ(other->GetName(), "");
@@ -295,18 +284,13 @@ TEST(NodeTree, SharesItsNamesWithWhatIsMadeFromIt)
     property.SetPropertyInfo(&info);
     copy->SetProperty(&property);
     EXPECT_STREQ(copy->GetName(), "Property");
-    const NodePtr nameless(GlissaNodeCreate(nullptr, nullptr, nullptr, 0, {}));
-    EXPECT_STREQ(nameless->GetName(), "");
-    EXPECT_STREQ(nameless->GetTypeName(), "");
 }
 
 TEST(NodeTree, FollowsDataNodesToTheLast)
 {
     const NodePtr nodes[] = {MakeNode("0"), MakeNode("1"), MakeNode("2")};
-    EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[0].get());
     nodes[0]->DataNodeSet(nodes[1].get(), false);
     nodes[1]->DataNodeSet(nodes[2].get(), false);
-    EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[2].get());
     nodes[2]->DataNodeSet(nodes[2].get(), true);  // itself is none
     EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[2].get());
     nodes[2]->DataNodeSet(nodes[1].get(), true);
