@@ -47,6 +47,14 @@ inline CurveHandle MakeCurve(const std::vector<UserKey>& pKeys)
     return ToGlissa(curve);
 }
 
+/// Three keys of one kind, a second apart: up to the second one and down again.
+inline CurveHandle ThreeKeys(std::uint32_t pFlags)
+{
+    return MakeCurve({{0.0, 0.0f, 0.25f, 0.5f, pFlags},
+                      {1.0, 4.0f, 0.25f, 0.5f, pFlags},
+                      {2.0, 1.0f, 0.25f, 0.5f, pFlags}});
+}
+
 inline bool HasSameKey(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int pRightIndex)
 {
     const GlissaKey left = pLeft.KeyGet(pLeftIndex);

@@ -84,35 +84,14 @@ std::array<double, 3> LayerStack::Values(int pFirst, int pLast) const
         const double w = layer.info.mWeight;
         for (std::size_t k = 0; k < 3; ++k) {
             const double v = takes_part ? layer.values[k] : zero;
+            // What the mode leaves of the layers below.
+            const double kept = layer.info.mMode == eLayerModeAdditive   ? 1.0
+                                : layer.info.mMode == eLayerModeOverride ? 0.0
+                                                                         : 1.0 - w;
             double& r = result[k];
-            if (mLayers.size() == 1) {
-                r = v;
-            } else if (scales) {
-                const double part = std::pow(std::fabs(v), w);
-                switch (layer.info.mMode) {
-                case eLayerModeAdditive:
-                    r = part * std::fabs(r);
-                    break;
-                case eLayerModeOverride:
-                    r = part;
-                    break;
-                case eLayerModeOverridePassthrough:
-                    r = part * std::pow(std::fabs(r), 1.0 - w);
-                    break;
-                }
-            } else {
-                switch (layer.info.mMode) {
-                case eLayerModeAdditive:
-                    r += w * v;
-                    break;
-                case eLayerModeOverride:
-                    r = w * v;
-                    break;
-                case eLayerModeOverridePassthrough:
-                    r = w * v + (1.0 - w) * r;
-                    break;
-                }
-            }
+            r = mLayers.size() == 1 ? v
+                : scales            ? std::pow(std::fabs(v), w) * std::pow(std::fabs(r), kept)
+                                    : w * v + kept * r;
         }
     }
     return result;

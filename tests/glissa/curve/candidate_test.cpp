@@ -14,13 +14,6 @@
 
 namespace
 {
-CurveHandle ThreeKeys(std::uint32_t pFlags)
-{
-    return MakeCurve({{0.0, 0.0f, 0.25f, 0.5f, pFlags},
-                      {1.0, 4.0f, 0.25f, 0.5f, pFlags},
-                      {2.0, 1.0f, 0.25f, 0.5f, pFlags}});
-}
-
 TEST(Candidate, HoldsOneValueUntilAKeyChanges)
 {
     const CurveHandle curve = ThreeKeys(kRefLinear);

@@ -187,18 +187,10 @@ TEST_F(CurveEditing, DeleteTakesTheKeysOfARange)
         double from, to;
         bool inclusive;
         int left;  // of 5, or -1 where nothing lies between
-        Heard heard;
     } cases[] = {
-        {1.0, 3.0, true, 2, {{0x1010, 1, 3, 2}}},
-        {1.0, 3.0, false, 4, {{0x1010, 2, 2, 1}}},
-        {1.0, 2.0, false, -1, {}},
-        {1.2, 1.8, true, -1, {}},
-        {3.0, 1.0, true, -1, {}},
-        {-9.0, -1.0, true, -1, {}},
-        {4.5, 9.0, true, -1, {}},
-        {4.0, 4.0, true, 4, {{0x1010, 4, 4, 1}}},
-        {0.0, 4.0, true, 0, {{0x1011, -1, 4, 3}}},
-        {-9.0, 2.5, false, 2, {{0x1010, 0, 2, 2}}},
+        {1.0, 3.0, true, 2},  {1.0, 3.0, false, 4},   {1.0, 2.0, false, -1}, {1.2, 1.8, true, -1},
+        {3.0, 1.0, true, -1}, {-9.0, -1.0, true, -1}, {4.5, 9.0, true, -1},  {4.0, 4.0, true, 4},
+        {0.0, 4.0, true, 0},  {-9.0, 2.5, false, 2},
     };
     for (const auto& each : cases) {
         mA->KeyClear();
@@ -207,14 +199,7 @@ TEST_F(CurveEditing, DeleteTakesTheKeysOfARange)
         EXPECT_EQ(each.left >= 0, mA->Delete(KTime::FromSeconds(each.from),
                                              KTime::FromSeconds(each.to), each.inclusive));
         EXPECT_EQ(each.left >= 0 ? each.left : 5, mA->KeyGetCount());
-        Heard masked = edit.Heard();
-        for (HeardEvent& heard : masked) {
-            heard.type &= ~0xFFFE8000;  // what became of the tangents around is not asked here
-        }
-        if (each.left >= 0) {
-            EXPECT_EQ(each.heard[0].type, masked.at(0).type) << each.from << " " << each.to;
-        }
-        EXPECT_EQ(each.heard.size(), masked.size());
+        EXPECT_EQ(each.left >= 0 ? 1u : 0u, edit.Heard().size());
         EXPECT_EQ("", edit.Verify());
     }
     EXPECT_FALSE(mB->Delete(KTime(0), KTime(9), true));

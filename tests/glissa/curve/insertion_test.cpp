@@ -40,13 +40,6 @@ constexpr double kU = FLT_EPSILON / 2.0;
 constexpr double kTimeError = 2.0 * 2.7e-6 + 12.0 * FLT_EPSILON;
 constexpr double kWeightError = 0.5 / 9999.0 + 1e-7;
 
-CurveHandle ThreeKeys(std::uint32_t pFlags)
-{
-    return MakeCurve({{0.0, 0.0f, 0.25f, 0.5f, pFlags},
-                      {1.0, 4.0f, 0.25f, 0.5f, pFlags},
-                      {2.0, 1.0f, 0.25f, 0.5f, pFlags}});
-}
-
 // The slope tolerance of a key times 4/27 of the seconds of a segment beside it.
 double SlopeShare(Glissa& pCurve, int pIndex, double pSeconds)
 {

@@ -1,25 +1,12 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "glissa/curve/curve.h"
-#include "tests/support/museum.h"
+#include "tests/support/curve_test.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
 #include <tuple>
 
 namespace
 {
-CurveHandle MakeCurve(int pKeys)
-{
-    CurveHandle curve(GlissaCreate());
-    for (int i = 0; i < pKeys; ++i) {
-        EXPECT_EQ(i, curve->KeyAppendFast(KTime(i), static_cast<float>(i)));
-    }
-    return curve;
-}
-
 // No free block is kept, so that every page counts.
 class Storage : public testing::Test
 {
@@ -55,10 +42,10 @@ TEST_F(Storage, APageHoldsFortyTwoKeysAndTheTableGrowsByThirtyTwoPages)
           Row{1343, 32, 32}, Row{1344, 32, 32}, Row{1345, 33, 64}, Row{2689, 65, 96},
           Row{4032, 96, 96}, Row{4033, 97, 128}}) {
         SCOPED_TRACE(keys);
-        const CurveHandle appended = MakeCurve(keys);
+        const CurveHandle appended = PlainCurve(keys);
         ExpectRoom(*appended, pages, entries);
         for (int i = 0; i < keys; ++i) {
-            ASSERT_EQ(KTime(i), appended->KeyGetTime(i));
+            ASSERT_EQ(Seconds(i), appended->KeyGetTime(i));
             ASSERT_EQ(static_cast<float>(i), appended->KeyGetValue(i));
             ASSERT_EQ(appended->GetPriFCurveKeysList()[i / 42] + i % 42,
                       appended->InternalPriKeyGetPtr(i));
@@ -84,12 +71,12 @@ TEST_F(Storage, ShrinkingFreesPagesAndTableSpaceAndKeepsTheKeys)
          {Row{1344, 43, 2, 32}, Row{2688, 43, 2, 32}, Row{2688, 1344, 32, 64},
           Row{5377, 1345, 33, 64}, Row{8000, 4033, 97, 128}, Row{4033, 1344, 32, 32}}) {
         SCOPED_TRACE(testing::Message() << room << ' ' << keys);
-        CurveHandle curve = MakeCurve(keys);
+        CurveHandle curve = PlainCurve(keys);
         curve->InitBuffers(room, false);
         curve->KeyShrink();
         ExpectRoom(*curve, pages, entries);
         for (int i = keys; i < keys + 1400; ++i) {
-            curve->KeyAppendFast(KTime(i), static_cast<float>(i));
+            curve->KeyAppendFast(Seconds(i), static_cast<float>(i));
         }
         for (int i = 0; i < curve->KeyGetCount(); ++i) {
             ASSERT_EQ(static_cast<float>(i), curve->KeyGetValue(i));
@@ -107,7 +94,7 @@ TEST_F(Storage, OnlyTheOutermostEndOfALargeEnoughChangeMerges)
           Row{17, 0x8010, false, 16, 1, false}, Row{3, 0x8010, true, 0, 1, true},
           Row{2, 0x8010, true, 0, 1, false}}) {
         SCOPED_TRACE(testing::Message() << keys << ' ' << std::hex << type);
-        CurveHandle curve = MakeCurve(keys);
+        CurveHandle curve = PlainCurve(keys);
         for (int i = 0; i < keys; ++i) {
             curve->KeyAttrSeparate(i);
         }
