@@ -12,17 +12,15 @@
 
 namespace
 {
-TEST(KMemoryPool, BlocksDoNotOverlapAndAreAlignedForTheirSize)
+TEST(KMemoryPool, BlocksAreAlignedDoNotOverlapAndAreReused)
 {
     for (const std::size_t size : {1u, 8u, 20u, 36u, 48u}) {
         SCOPED_TRACE(size);
-        KMemoryPool pool(size, 7, 0, true);
+        KMemoryPool pool(size, 7, 5);
         std::vector<unsigned char*> blocks;
-        for (unsigned char i = 0; i < 100; ++i) {
-            auto* block = static_cast<unsigned char*>(pool.Allocate());
-            ASSERT_NE(nullptr, block);
-            const std::uintptr_t alignment = size % 16 == 0 ? 16 : 8;
-            EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(block) % alignment);
+        for (unsigned char i = 0; i < 200; ++i) {
+            auto* const block = static_cast<unsigned char*>(pool.Allocate());
+            EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(block) % (size % 16 == 0 ? 16 : 8));
             std::memset(block, i, size);
             blocks.push_back(block);
         }
@@ -30,26 +28,16 @@ TEST(KMemoryPool, BlocksDoNotOverlapAndAreAlignedForTheirSize)
             EXPECT_EQ(i, blocks[i][0]);
             EXPECT_EQ(i, blocks[i][size - 1]);
         }
+        pool.Free(nullptr);
+        pool.Free(blocks[0]);
+        pool.Free(blocks[1]);
+        EXPECT_EQ(198u, pool.GetUsedCount());
+        EXPECT_EQ(blocks[1], pool.Allocate());
+        EXPECT_EQ(blocks[0], pool.Allocate());
     }
 }
 
-TEST(KMemoryPool, ABlockThatComesBackIsTheNextOneOut)
-{
-    KMemoryPool pool(32, 1024, 5, true);
-    void* first = pool.Allocate();
-    void* second = pool.Allocate();
-    EXPECT_EQ(2u, pool.GetUsedCount());
-    pool.Free(first);
-    pool.Free(nullptr);
-    EXPECT_EQ(1u, pool.GetUsedCount());
-    EXPECT_EQ(first, pool.Allocate());
-    pool.Free(second);
-    pool.Free(first);
-    EXPECT_EQ(first, pool.Allocate());
-    EXPECT_EQ(second, pool.Allocate());
-}
-
-TEST(KMemoryPool, RefusesWhatTheMachineDoesNotHave)
+TEST(KMemoryPool, ThrowsWhenTheSystemHasNoMemory)
 {
     KMemoryPool pool(std::numeric_limits<std::size_t>::max() / 4, 1024);
     EXPECT_THROW(pool.Allocate(), std::bad_alloc);

@@ -15,6 +15,7 @@ namespace
 class EntryList : public testing::Test
 {
 protected:
+    // The listeners that a call reaches, in order.
     std::string Called()
     {
         mLog.clear();
@@ -22,67 +23,56 @@ protected:
         return mLog;
     }
 
-    void Log(char pName)
-    {
-        mLog += pName;
-        if (pName == 'a' && mThen) {
-            mThen();
-        }
-    }
-
     std::string mLog;
     RegisterEntryList mList;
-    HostListener a{[this](KEventBase*) { Log('a'); }};
-    HostListener b{[this](KEventBase*) { Log('b'); }};
-    HostListener c{[this](KEventBase*) { Log('c'); }};
-    std::function<void()> mThen;  // of a
+    std::function<void()> mThen = [] {};  // what mA does
+    HostListener mA{[this](KEventBase*) {
+        mLog += 'a';
+        const std::function<void()> then = mThen;  // it may set mThen
+        then();
+    }};
+    HostListener mB{[this](KEventBase*) { mLog += 'b'; }};
+    HostListener mC{[this](KEventBase*) { mLog += 'c'; }};
 };
 
 TEST_F(EntryList, CallsByPriorityAndThenByAge)
 {
-    mList.Add(&a, kHear, -1);
-    mList.Add(&b, kHear, 5);
-    mList.Add(&c, kHear, 5);
+    mList.Add(&mA, kHear, -1);
+    mList.Add(&mB, kHear, 5);
+    mList.Add(&mC, kHear, 5);
     mList.Add(nullptr, kHear, 5);
-    KEventBase event(3);
-    mList.Call(nullptr, &event);
-    EXPECT_EQ("bca", mLog);
-    EXPECT_EQ(&event, a.mEvent);
+    EXPECT_EQ("bca", Called());
     EXPECT_EQ(3, mList.GetCount());
-    EXPECT_TRUE(mList.Find(&b, kHear));
-    EXPECT_TRUE(mList.Remove(&b, kHear));
-    EXPECT_FALSE(mList.Remove(&b, kHear));
-    EXPECT_FALSE(mList.Find(&b, kHear));
+    EXPECT_TRUE(mList.Remove(&mB, kHear));
+    EXPECT_FALSE(mList.Remove(&mB, kHear));
+    EXPECT_FALSE(mList.Find(&mB, kHear));
     EXPECT_FALSE(mList.Remove(nullptr, kHear));
     EXPECT_EQ("ca", Called());
 }
 
-TEST_F(EntryList, AListenerAddedDuringACallIsCalledFromTheNextOne)
+TEST_F(EntryList, AListenerAddedDuringACallIsCalledFromTheNextCallOn)
 {
-    mList.Add(&a, kHear);
+    mList.Add(&mA, kHear);
     mThen = [this] {
-        if (!mList.Find(&b, kHear)) {
-            mList.Add(&b, kHear, 1);
-            mList.Add(&c, kHear, -1);
+        if (!mList.Find(&mB, kHear)) {
+            mList.Add(&mB, kHear, 1);
+            mList.Add(&mC, kHear, -1);
         }
     };
     EXPECT_EQ("a", Called());
     EXPECT_EQ("bac", Called());
 }
 
-TEST_F(EntryList, NestedCallsSeeWhatWasAddedAndRemovedBeforeThem)
+TEST_F(EntryList, ANestedCallReachesTheListenersOfItsTime)
 {
-    mList.Add(&a, kHear);
-    mList.Add(&b, kHear);
-    bool nested = false;
-    mThen = [&] {
-        if (!nested) {
-            nested = true;
-            mList.Remove(&b, kHear);
-            mList.Add(&c, kHear);
-            mList.Call(nullptr, nullptr);
-            mLog += '|';
-        }
+    mList.Add(&mA, kHear);
+    mList.Add(&mB, kHear);
+    mThen = [this] {
+        mThen = [] {};
+        mList.Remove(&mB, kHear);
+        mList.Add(&mC, kHear);
+        mList.Call(nullptr, nullptr);
+        mLog += '|';
     };
     EXPECT_EQ("aac|", Called());
     EXPECT_EQ("ac", Called());

@@ -9,28 +9,27 @@
 
 namespace
 {
-TEST(KGlobalNamedEvent, ReachesThoseWhoSubscribedToTheNameWhileTheyAreThere)
+TEST(KGlobalNamedEvent, ReachesTheListenerOfTheLastSubscriptionUntilItEnds)
 {
     HostListener listener;
     KEventBase event(1);
-    KGlobalNamedEvent::Call("FileNew", &event);
+    const auto callsOf = [&](const char* pName) {
+        const int before = listener.mCalls;
+        KGlobalNamedEvent::Call(pName, &event);
+        return listener.mCalls - before;
+    };
+    EXPECT_EQ(0, callsOf("FileNew"));
     {
         KGlobalNamedEvent subscription;
         EXPECT_FALSE(subscription.Register(nullptr, &listener, kHear));
-        EXPECT_FALSE(subscription.IsRegistered());
         EXPECT_TRUE(subscription.Register("FileNew", &listener, kHear));
-        KGlobalNamedEvent::Call("FileNew", &event);
+        EXPECT_EQ(1, callsOf("FileNew"));
         EXPECT_EQ(&event, listener.mEvent);
-        KGlobalNamedEvent::Call("filenew");
-        EXPECT_EQ(1, listener.mCalls);
-
+        EXPECT_EQ(0, callsOf("filenew"));
         EXPECT_TRUE(subscription.Register("FileOpen", &listener, kHear));
-        KGlobalNamedEvent::Call("FileNew");
-        EXPECT_EQ(1, listener.mCalls);
-        KGlobalNamedEvent::Call("FileOpen");
-        EXPECT_EQ(2, listener.mCalls);
+        EXPECT_EQ(0, callsOf("FileNew"));
+        EXPECT_EQ(1, callsOf("FileOpen"));
     }
-    KGlobalNamedEvent::Call("FileOpen");
-    EXPECT_EQ(2, listener.mCalls);
+    EXPECT_EQ(0, callsOf("FileOpen"));
 }
 }  // namespace

@@ -7,20 +7,19 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
 namespace
 {
-std::string Counting(int pFrom, int pStep)
+std::string Counting(char pFrom, int pStep)
 {
-    std::string bytes(32, '\0');
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[i] = static_cast<char>(pFrom + pStep * static_cast<int>(i));
+    std::string bytes(32, pFrom);
+    for (std::size_t i = 1; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<char>(bytes[i - 1] + pStep);
     }
     return bytes;
 }
 
-TEST(Crc32c, BothWaysGiveThePublishedSums)
+TEST(Crc32c, BothMethodsGiveThePublishedSums)
 {
     // The check value of the polynomial and the vectors of RFC 3720, B.4.
     const struct
@@ -36,30 +35,26 @@ TEST(Crc32c, BothWaysGiveThePublishedSums)
         {Counting(31, -1), 0x113FDB5C},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(each.sum);
         EXPECT_EQ(each.sum, Crc32cByTable(each.bytes.data(), each.bytes.size()));
         EXPECT_EQ(each.sum, Crc32c(each.bytes.data(), each.bytes.size()));
-        if (Crc32cHasInstruction()) {
-            EXPECT_EQ(each.sum, Crc32cByInstruction(each.bytes.data(), each.bytes.size()));
-        }
     }
 }
 
-TEST(Crc32c, BothWaysAgreeOnEveryLengthAndPlaceAndPiecesChain)
+TEST(Crc32c, MethodsAgreeForEveryLengthAndAlignmentAndPiecesChain)
 {
+    std::string bytes(256, '\0');
     std::mt19937 random(1);
-    std::vector<unsigned char> bytes(256);
-    for (auto& each : bytes) {
-        each = static_cast<unsigned char>(random());
+    for (char& each : bytes) {
+        each = static_cast<char>(random());
     }
     for (std::size_t from = 0; from < 8; ++from) {
         for (std::size_t size = 0; size + from <= 80; ++size) {
-            const unsigned char* const at = bytes.data() + from;
+            const char* const at = bytes.data() + from;
             const std::uint32_t sum = Crc32cByTable(at, size);
-            ASSERT_EQ(sum, Crc32cByInstruction(at, size)) << from << " " << size;
-            const std::size_t half = size / 3;
-            ASSERT_EQ(sum, Crc32cByTable(at + half, size - half, Crc32cByTable(at, half)));
-            ASSERT_EQ(sum, Crc32c(at + half, size - half, Crc32c(at, half)));
+            ASSERT_TRUE(!Crc32cHasInstruction() || sum == Crc32cByInstruction(at, size));
+            const std::size_t third = size / 3;
+            ASSERT_EQ(sum, Crc32cByTable(at + third, size - third, Crc32cByTable(at, third)));
+            ASSERT_EQ(sum, Crc32c(at + third, size - third, Crc32c(at, third)));
         }
     }
 }

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What stands in a file, and what is not taken for one.
+// The bytes of a file, and bytes that are refused.
 
 #include "corvekit/store/crc32c.h"
 #include "corvekit/store/tdf.h"
@@ -25,7 +25,7 @@ using nlohmann::json;
 
 const std::string kHeader = "KTDF\0\0\0\1"s;
 
-// A file with any body and the checksum that fits it, so that what is behind the sum is tested.
+// Appends the checksum, so that the faults of a body are found behind it.
 std::string Closed(std::string pFile)
 {
     const std::uint32_t sum = Crc32c(pFile.data(), pFile.size());
@@ -48,7 +48,7 @@ std::string Saved(KTdf& pTdf)
     return stream.str();
 }
 
-// The document that docs/store-format.md takes apart byte by byte.
+// The document that docs/store-format.md shows byte by byte.
 KTdf WorkedExample()
 {
     KTdf tdf;
@@ -94,7 +94,7 @@ TEST(TdfFile, TheFormatPageShowsTheBytesThatAreWritten)
     EXPECT_TRUE(Load(loaded, bytes));
 }
 
-// The bytes of one value: what is left of a file of one nameless field of one value.
+// The bytes of one value, taken from a file of one field.
 template <class Write>
 std::string Encoded(Write pWrite)
 {
@@ -107,7 +107,7 @@ std::string Encoded(Write pWrite)
     return file.substr(12, file.size() - 16);
 }
 
-TEST(TdfFile, TextIsTextWhereItIsUtf8AndTaggedBytesElsewhere)
+TEST(TdfFile, Utf8IsStoredAsTextAndOtherTextAsTaggedBytes)
 {
     const struct
     {
@@ -147,54 +147,44 @@ TEST(TdfFile, AnUnrelatedDecoderReadsTheBody)
 {
     KTdf tdf;
     json expected = json::array();
-    const auto add = [&](const char* pName, json pValue) {
-        expected.push_back({pName, json::array({std::move(pValue)})});
+    const auto addField = [&](json pValues, auto pWrite) {
+        tdf.FieldWriteBegin("\xC3\xA4");
+        pWrite();
+        tdf.FieldWriteEnd();
+        expected.push_back({"\xC3\xA4", std::move(pValues)});
     };
-    for (const std::int64_t each :
-         {std::int64_t{0}, std::int64_t{-25}, std::int64_t{65536},
-          std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
-        tdf.FieldWriteBegin("T");
-        tdf.FieldWriteT(KTime(each));
-        tdf.FieldWriteEnd();
-        add("T", each);
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+    for (const std::int64_t each : {std::int64_t{0}, std::int64_t{65536}, kLeast, kGreatest}) {
+        addField({each}, [&] { tdf.FieldWriteT(KTime(each)); });
     }
-    for (const int each : {0, 23, -24, -70000, std::numeric_limits<int>::min()}) {
-        tdf.FieldWriteBegin("I");
-        tdf.FieldWriteI(each);
-        tdf.FieldWriteEnd();
-        add("I", each);
+    for (const int each : {0, 23, -24, -25, -70000, std::numeric_limits<int>::min()}) {
+        addField({each}, [&] { tdf.FieldWriteI(each); });
     }
     for (const double each : {0.0, -1.5, 65504.0, 65505.0, 0x1p-24, 0x1.004p-15, 1e-40, 0.1, 1e300,
                               static_cast<double>(0.1f), -HUGE_VAL}) {
-        tdf.FieldWriteBegin("D");
-        tdf.FieldWriteD(each);
-        tdf.FieldWriteEnd();
-        add("D", each);
+        addField({each}, [&] { tdf.FieldWriteD(each); });
     }
-    tdf.FieldWriteBegin("C");
-    tdf.FieldWriteCH('\xFF');
-    tdf.FieldWriteEnd();
-    add("C", json::binary({0xFF}));
+    addField(json::array({json::binary({0xFF})}), [&] { tdf.FieldWriteCH('\xFF'); });
+    json times = json::array();
+    addField(times, [&] {
+        for (int i = 0; i < 70000; ++i) {
+            tdf.FieldWriteT(KTime(i));
+            times.push_back(i);
+        }
+    });
+    expected.back()[1] = times;
     const std::string text = "\xC3\xA4 and " + std::string(300, 'z');
-    tdf.FieldWriteBegin("\xC3\xA4");
-    tdf.FieldWriteC(text.c_str());
-    tdf.FieldWriteBlockBegin();
-    tdf.FieldWriteBegin("empty");
-    tdf.FieldWriteBlockBegin();
-    tdf.FieldWriteBlockEnd();
-    tdf.FieldWriteEnd();
-    tdf.FieldWriteBlockEnd();
-    tdf.FieldWriteEnd();
-    expected.push_back({"\xC3\xA4", json::array({text}),
-                        json::array({json::array({"empty", json::array(), json::array()})})});
-    tdf.FieldWriteBegin("run");
-    json run = json::array();
-    for (int i = 0; i < 70000; ++i) {
-        tdf.FieldWriteT(KTime(i));
-        run.push_back(i);
-    }
-    tdf.FieldWriteEnd();
-    expected.push_back({"run", run});
+    addField({text}, [&] {
+        tdf.FieldWriteC(text.c_str());
+        tdf.FieldWriteBlockBegin();
+        tdf.FieldWriteBegin("empty");
+        tdf.FieldWriteBlockBegin();
+        tdf.FieldWriteBlockEnd();
+        tdf.FieldWriteEnd();
+        tdf.FieldWriteBlockEnd();
+    });
+    expected.back().push_back({{"empty", json::array(), json::array()}});
 
     const std::string file = Saved(tdf);
     ASSERT_EQ(kHeader, file.substr(0, 8));
@@ -219,14 +209,14 @@ void ExpectRefused(std::string_view pFile, int pId = KError::kNone)
     }
 }
 
-TEST(TdfFile, NoPrefixAndNoFlippedBitIsTaken)
+TEST(TdfFile, EveryPrefixAndEveryFlippedBitIsRefused)
 {
     KTdf example = WorkedExample();
     const std::string file = Saved(example);
     for (std::size_t size = 0; size < file.size(); ++size) {
         SCOPED_TRACE(size);
         ExpectRefused(file.substr(0, size));
-        // The same cut behind the checksum: the body is never whole before its last byte.
+        // With a checksum that fits: the body is complete only with its last byte.
         if (size >= kHeader.size() && size < file.size() - 4) {
             ExpectRefused(Closed(file.substr(0, size)));
         }
@@ -240,9 +230,9 @@ TEST(TdfFile, NoPrefixAndNoFlippedBitIsTaken)
     ExpectRefused(file + '\0', eTdfErrorChecksum);
 }
 
-TEST(TdfFile, EveryFaultBehindAGoodChecksumIsToldWithItsPlace)
+TEST(TdfFile, EachFaultOfABodyHasItsErrorAndItsOffset)
 {
-    const std::string field = "\x81\x82\x61g"s;  // one field called g; its values are to follow
+    const std::string field = "\x81\x82\x61g"s;  // one field of the name g, without its values
     const std::string value = field + '\x81';    // one value
     const struct
     {
@@ -324,7 +314,7 @@ TEST(TdfFile, EveryFaultBehindAGoodChecksumIsToldWithItsPlace)
         Load(tdf, file);
         EXPECT_EQ(each.offset + 8, tdf.GetError().GetLastErrorOffset());
     }
-    // What the rows are made of is good by itself.
+    // The parts of the rows are valid.
     KTdf tdf;
     EXPECT_TRUE(Load(tdf, Closed(kHeader + value + "\xF9\x3C\0"s)));
     EXPECT_TRUE(Load(tdf, Closed(kHeader + '\x80')));
@@ -343,7 +333,7 @@ TEST(TdfFile, HeaderFaultsAndDeepNestingAreRefused)
     ExpectRefused(Closed(kHeader + body + '\x80'), eTdfErrorNesting);
 }
 
-TEST(TdfFile, AStreamThatBreaksIsAnError)
+TEST(TdfFile, StreamsAndPathsThatFailAreErrors)
 {
     KTdf tdf = WorkedExample();
     std::ofstream full("/dev/full");

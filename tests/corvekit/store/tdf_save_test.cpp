@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Saving to a path: whatever happens, the old file or the new one stands there whole.
+// Saving to a path: after any failure the path names the complete old file or the complete new one.
 
 #include "corvekit/store/atomic_file.h"
 #include "corvekit/store/tdf.h"
@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kSize = 500000;
 
-// A document whose first and last bytes tell which one it is.
+// A document with its number in the first and in the last bytes.
 void Fill(KTdf& pTdf, int pNumber)
 {
     pTdf.Clear();
@@ -38,7 +38,7 @@ void Fill(KTdf& pTdf, int pNumber)
     pTdf.FieldWriteEnd();
 }
 
-// The number of the document at a path, or -1 if it is not whole.
+// The number of the document at a path, or -1 if it is not complete.
 int NumberAt(const std::string& pPath)
 {
     KTdf tdf;
@@ -111,7 +111,7 @@ TEST_F(TdfSave, ARefusalLeavesTheOldFileAndNoTemporary)
     EXPECT_EQ(1, NumberAt(mPath));
     EXPECT_EQ(1, CountFiles());
 
-    // A folder, a device and a place that is not there; the document is still good after all.
+    // A folder, a missing folder and a device. The document itself can still be saved.
     EXPECT_FALSE(mTdf.Save(mFolder.c_str()));
     EXPECT_FALSE(mTdf.Save((mFolder + "/none/document").c_str()));
     EXPECT_FALSE(mTdf.Save("/dev/null"));
@@ -126,7 +126,7 @@ TEST_F(TdfSave, ARefusalLeavesTheOldFileAndNoTemporary)
     EXPECT_EQ(1, CountFiles());
 }
 
-// Targets that a plain "write and rename" gets wrong.
+// Targets that a simple write and rename handles wrongly.
 TEST_F(TdfSave, TakesLongNamesAndDanglingLinksAndRespectsWriteProtection)
 {
     Fill(mTdf, 1);
@@ -157,7 +157,7 @@ TEST_F(TdfSave, TakesLongNamesAndDanglingLinksAndRespectsWriteProtection)
     EXPECT_EQ(4, CountFiles());
 }
 
-// A temporary file of another writer of the same target is left alone while that writer lives.
+// A temporary file of another writer of the same target stays as long as that writer runs.
 TEST_F(TdfSave, TwoWritersOfOneTargetDoNotDisturbEachOther)
 {
     KAtomicFile slow(mPath.c_str());
@@ -176,7 +176,7 @@ TEST_F(TdfSave, AKillAtAnyMomentLeavesTheOldFileOrTheNewOne)
     Fill(mTdf, 0);
     ASSERT_TRUE(mTdf.Save(mPath.c_str()));
     std::mt19937 random(1);
-    int killedWithin = 0;
+    int killedInSave = 0;
     int last = 0;
     for (int round = 1; round <= 100; ++round) {
         SCOPED_TRACE(round);
@@ -198,13 +198,13 @@ TEST_F(TdfSave, AKillAtAnyMomentLeavesTheOldFileOrTheNewOne)
         // A process that dies during a save leaves its temporary file, under the documented name.
         // The next save removes it.
         const bool isLeft = fs::exists(mPath + ".saving-0");
-        killedWithin += isLeft ? 1 : 0;
+        killedInSave += isLeft ? 1 : 0;
         ASSERT_EQ(isLeft ? 2 : 1, CountFiles());
     }
     Fill(mTdf, last);
     ASSERT_TRUE(mTdf.Save(mPath.c_str()));
     EXPECT_EQ(1, CountFiles());
     EXPECT_GT(last, 0);
-    EXPECT_GT(killedWithin, 0);  // else the kills did not hit what they are aimed at
+    EXPECT_GT(killedInSave, 0);  // else no kill came during a save
 }
 }  // namespace

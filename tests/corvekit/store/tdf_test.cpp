@@ -9,7 +9,9 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <optional>
 #include <random>
 #include <span>
 #include <sstream>
@@ -22,11 +24,17 @@ namespace
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
 
-// Every reading below is done on the document written and on the one that comes back from a file.
+std::string Saved(KTdf& pTdf)
+{
+    std::ostringstream stream;
+    EXPECT_TRUE(pTdf.Save(stream)) << pTdf.GetError().GetLastErrorString();
+    return stream.str();
+}
+
+// Documents are read as they were written and after a save and a load.
 KTdf SavedAndLoaded(KTdf& pTdf)
 {
-    std::stringstream stream;
-    EXPECT_TRUE(pTdf.Save(stream)) << pTdf.GetError().GetLastErrorString();
+    std::istringstream stream(Saved(pTdf));
     KTdf loaded;
     EXPECT_TRUE(loaded.Load(stream)) << loaded.GetError().GetLastErrorString();
     return loaded;
@@ -39,25 +47,50 @@ void WriteField(KTdf& pTdf, const char* pName, int pValue)
     EXPECT_TRUE(pTdf.FieldWriteEnd());
 }
 
-TEST(Tdf, NumbersComeBackBitByBit)
+// Writes values in one field and reads them from the document and from the loaded one.
+//
+// pEqual  compares a written value with the one read.
+template <class T, class Write, class Read, class Equal>
+void ExpectReadBack(const std::vector<T>& pValues, char pType, Write pWrite, Read pRead,
+                    Equal pEqual)
 {
-    const int ints[] = {0, 1, -1, 23, 24, -24, -25, 255, 256, 65535, 65536, INT_MIN, INT_MAX};
-    const std::int64_t times[] = {
-        0,      -1,       23, 24, -25, 255, 256, 65535, -65537, 1LL << 32, -(1LL << 32) - 1,
-        kLeast, kGreatest};
-    std::vector<double> doubles = {0.0,         -0.0,     1.0,      0.1,
-                                   65504.0,  // the greatest half
-                                   65505.0,     65520.0,
-                                   0x1p-24,  // the least half
-                                   0x1.8p-24,   0x1p-25,
-                                   0x1.ffcp-15,  // the greatest half below the normal ones
-                                   FLT_MAX,
-                                   0x1p-149,  // the least float
-                                   0x1.8p-149,  0x1p128,  DBL_MIN,  DBL_MAX,
-                                   5e-324,      INFINITY, -INFINITY};
+    KTdf written;
+    written.FieldWriteBegin("values");
+    for (const T& each : pValues) {
+        pWrite(written, each);
+    }
+    written.FieldWriteEnd();
+    KTdf loaded = SavedAndLoaded(written);
+    for (KTdf* const tdf : {&written, &loaded}) {
+        ASSERT_TRUE(tdf->FieldReadBegin("values"));
+        ASSERT_EQ(static_cast<std::int64_t>(pValues.size()), tdf->FieldReadGetRemain());
+        for (const T& each : pValues) {
+            ASSERT_EQ(pType, tdf->FieldReadGetType());
+            ASSERT_TRUE(pEqual(each, pRead(*tdf))) << each;
+        }
+    }
+}
+
+TEST(Tdf, NumbersAreReadBackBitByBit)
+{
+    ExpectReadBack(
+        std::vector{0, 1, -1, 23, 24, -24, -25, 255, 256, 65535, 65536, INT_MIN, INT_MAX},
+        KTdf::kTypeInt, [](KTdf& pTdf, int pValue) { pTdf.FieldWriteI(pValue); },
+        [](KTdf& pTdf) { return pTdf.FieldReadI(); }, std::equal_to<>());
+    ExpectReadBack(
+        std::vector<std::int64_t>{0, -1, 23, 24, -25, 255, 256, 65535, -65537, 1LL << 32,
+                                  -(1LL << 32) - 1, kLeast, kGreatest},
+        KTdf::kTypeTime, [](KTdf& pTdf, std::int64_t pValue) { pTdf.FieldWriteT(KTime(pValue)); },
+        [](KTdf& pTdf) { return pTdf.FieldReadT().Get(); }, std::equal_to<>());
+
+    // The limits of halves and floats, and the doubles next to them.
+    std::vector<double> doubles = {0.0,     -0.0,     1.0,         0.1,        65504.0,
+                                   65505.0, 65520.0,  0x1p-24,     0x1.8p-24,  0x1p-25,
+                                   FLT_MAX, 0x1p-149, 0x1.ffcp-15, 0x1.8p-149, 0x1p128,
+                                   DBL_MIN, DBL_MAX,  5e-324,      INFINITY,   -INFINITY};
     std::mt19937_64 random(7);
     for (int i = 0; i < 20000; ++i) {
-        // Bits of all three widths, few enough set at times to be shorter than they are.
+        // Doubles, floats, and few enough bits for a half.
         const std::uint64_t bits = random();
         doubles.push_back(std::bit_cast<double>(bits));
         doubles.push_back(
@@ -65,90 +98,58 @@ TEST(Tdf, NumbersComeBackBitByBit)
         doubles.push_back(
             std::ldexp(static_cast<double>(bits >> 52), static_cast<int>(bits % 48) - 30));
     }
-    KTdf written;
-    written.FieldWriteBegin("I");
-    for (const int each : ints) {
-        written.FieldWriteI(each);
-    }
-    written.FieldWriteEnd();
-    written.FieldWriteBegin("T");
-    for (const std::int64_t each : times) {
-        written.FieldWriteT(KTime(each));
-    }
-    written.FieldWriteEnd();
-    written.FieldWriteBegin("D");
-    for (const double each : doubles) {
-        written.FieldWriteD(each);
-    }
-    written.FieldWriteEnd();
-
-    KTdf loaded = SavedAndLoaded(written);
-    for (KTdf* const tdf : {&written, &loaded}) {
-        ASSERT_TRUE(tdf->FieldReadBegin("I"));
-        for (const int each : ints) {
-            EXPECT_EQ(KTdf::kTypeInt, tdf->FieldReadGetType());
-            EXPECT_EQ(each, tdf->FieldReadI());
-        }
-        tdf->FieldReadEnd();
-        ASSERT_TRUE(tdf->FieldReadBegin("T"));
-        for (const std::int64_t each : times) {
-            EXPECT_EQ(KTdf::kTypeTime, tdf->FieldReadGetType());
-            EXPECT_EQ(each, tdf->FieldReadT().Get());
-        }
-        tdf->FieldReadEnd();
-        ASSERT_TRUE(tdf->FieldReadBegin("D"));
-        ASSERT_EQ(static_cast<std::int64_t>(doubles.size()), tdf->FieldReadGetRemain());
-        for (const double each : doubles) {
-            ASSERT_EQ(KTdf::kTypeDouble, tdf->FieldReadGetType());
-            const double read = tdf->FieldReadD();
-            if (std::isnan(each)) {
-                ASSERT_EQ(0x7FF8000000000000u, std::bit_cast<std::uint64_t>(read));
-            } else {
-                ASSERT_EQ(std::bit_cast<std::uint64_t>(each), std::bit_cast<std::uint64_t>(read));
-            }
-        }
-        tdf->FieldReadEnd();
-    }
+    ExpectReadBack(
+        doubles, KTdf::kTypeDouble, [](KTdf& pTdf, double pValue) { pTdf.FieldWriteD(pValue); },
+        [](KTdf& pTdf) { return pTdf.FieldReadD(); },
+        [](double pWritten, double pRead) {
+            return std::bit_cast<std::uint64_t>(pRead) ==
+                   (std::isnan(pWritten) ? 0x7FF8000000000000u
+                                         : std::bit_cast<std::uint64_t>(pWritten));
+        });
 }
 
-TEST(Tdf, FloatsAreDoublesAndRoundBack)
+TEST(Tdf, FloatsAreStoredAsDoublesAndDoublesAreRoundedToFloats)
 {
+    const struct
+    {
+        double stored;
+        float read;
+    } cases[] = {
+        {0.1, 0.1f},
+        {1e300, INFINITY},
+        {-1e300, -INFINITY},
+        {0x1.fffffe8p127, FLT_MAX},
+        {0x1.ffffffp127, INFINITY},
+        {static_cast<double>(0.1f), 0.1f},
+    };
     KTdf tdf;
-    tdf.FieldWriteBegin("F");
-    for (const double each : {0.1, 1e300, -1e300, 0x1.fffffe8p127, 0x1.ffffffp127}) {
-        tdf.FieldWriteD(each);
+    tdf.FieldWriteBegin("values");
+    for (const auto& each : cases) {
+        tdf.FieldWriteD(each.stored);
     }
     tdf.FieldWriteF(0.1f);
-    tdf.FieldWriteF(NAN);
     tdf.FieldWriteEnd();
-    ASSERT_TRUE(tdf.FieldReadBegin("F"));
-    EXPECT_EQ(0.1f, tdf.FieldReadF());
-    EXPECT_EQ(INFINITY, tdf.FieldReadF());
-    EXPECT_EQ(-INFINITY, tdf.FieldReadF());
-    EXPECT_EQ(FLT_MAX, tdf.FieldReadF());
-    EXPECT_EQ(INFINITY, tdf.FieldReadF());
-    EXPECT_EQ(KTdf::kTypeDouble, tdf.FieldReadGetType());
+    ASSERT_TRUE(tdf.FieldReadBegin("values"));
+    for (const auto& each : cases) {
+        EXPECT_EQ(each.read, tdf.FieldReadF());
+    }
     EXPECT_EQ(static_cast<double>(0.1f), tdf.FieldReadD());
-    EXPECT_TRUE(std::isnan(tdf.FieldReadF()));
 }
 
-// A sample is its single values in every respect but speed.
-TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadAsFarAsTheyAreAlike)
+// Samples are a faster way to write and read single values.
+TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadWhileTheyHaveTheSameForm)
 {
-    std::vector<KTdfSample> samples = {{KTime(kLeast), -0.0f},     {KTime(-25), 0.1f},
-                                       {KTime(23), INFINITY},      {KTime(1LL << 32), 0x1p-149f},
-                                       {KTime(65536), 0x1.8p-24f}, {KTime(kGreatest), FLT_MAX}};
+    std::vector<KTdfSample> samples = {
+        {KTime(kLeast), -0.0f}, {KTime(-25), INFINITY}, {KTime(kGreatest), FLT_MAX}};
     for (int i = 0; i < 300; ++i) {
-        samples.push_back({KTime(std::int64_t{1} << (i % 63)), std::ldexp(1.0f, i % 40 - 20)});
+        samples.push_back({KTime(std::int64_t{1} << (i % 63)), std::ldexp(0.75f, i % 60 - 30)});
     }
-    for (const std::string letters : {"", "L", "Cn", "Ua\x80", "Uann"}) {
+    for (const std::string letters : {"L", "Cn", "Ua\x80", "Uann"}) {
         KTdf batch;
         KTdf single;
         batch.FieldWriteBegin("Key");
-        EXPECT_TRUE(batch.FieldWriteSamples(samples, letters));
-        batch.FieldWriteD(0.5);
-        batch.FieldWriteEnd();
         single.FieldWriteBegin("Key");
+        EXPECT_TRUE(batch.FieldWriteSamples(samples, letters));
         for (const KTdfSample& each : samples) {
             single.FieldWriteT(each.time);
             single.FieldWriteF(each.value);
@@ -156,12 +157,16 @@ TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadAsFarAsTheyAreAlike)
                 single.FieldWriteCH(letter);
             }
         }
-        single.FieldWriteD(0.5);
-        single.FieldWriteEnd();
-        std::ostringstream batchBytes;
-        std::ostringstream singleBytes;
-        EXPECT_TRUE(batch.Save(batchBytes) && single.Save(singleBytes));
-        EXPECT_EQ(singleBytes.str(), batchBytes.str());
+        for (KTdf* const tdf : {&batch, &single}) {
+            tdf->FieldWriteT(KTime(9));
+            tdf->FieldWriteF(0.5f);
+            tdf->FieldWriteS(KString(std::string(letters.size(), '?')));
+            for (std::size_t i = 1; i < letters.size(); ++i) {
+                tdf->FieldWriteCH('?');
+            }
+            tdf->FieldWriteEnd();
+        }
+        EXPECT_EQ(Saved(single), Saved(batch));
 
         KTdf loaded = SavedAndLoaded(batch);
         ASSERT_TRUE(loaded.FieldReadBegin("Key"));
@@ -169,223 +174,168 @@ TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadAsFarAsTheyAreAlike)
         ASSERT_EQ(2u, loaded.FieldReadSamples(std::span(read).first(2), letters));
         ASSERT_EQ(samples.size() - 2, loaded.FieldReadSamples(std::span(read).subspan(2), letters));
         for (std::size_t i = 0; i < samples.size(); ++i) {
-            EXPECT_EQ(samples[i].time, read[i].time);
-            EXPECT_EQ(std::bit_cast<unsigned>(samples[i].value),
-                      std::bit_cast<unsigned>(read[i].value));
+            EXPECT_TRUE(samples[i].time == read[i].time && samples[i].value == read[i].value);
         }
-        EXPECT_EQ(1, loaded.FieldReadGetRemain());
-        EXPECT_EQ(0u, loaded.FieldReadSamples(read, letters));
-        EXPECT_EQ(0.5, loaded.FieldReadD());
+        EXPECT_EQ(9, loaded.FieldReadT().Get());
     }
 }
 
-// What is short moves next to what is long, in whatever order they come, and all are saved again.
+// Loading moves short and long runs of values next to each other, whatever their order.
 TEST(Tdf, FieldsOfAllLengthsLoadAndSaveToTheSameBytes)
 {
     KTdf tdf;
     for (const int count : {1, 0, 40, 3, 100000, 2, 3000, 900000}) {
-        EXPECT_TRUE(tdf.FieldWriteBegin(("of " + std::to_string(count)).c_str()));
+        tdf.FieldWriteBegin(std::to_string(count).c_str());
         for (int i = 0; i < count; ++i) {
             tdf.FieldWriteT(KTime(std::int64_t{1} << (i % 63)));
         }
-        EXPECT_TRUE(tdf.FieldWriteBlockBegin());
+        tdf.FieldWriteBlockBegin();
         WriteField(tdf, "inner", count);
-        EXPECT_TRUE(tdf.FieldWriteBlockEnd() && tdf.FieldWriteEnd());
+        tdf.FieldWriteBlockEnd();
+        tdf.FieldWriteEnd();
     }
-    KTdf loaded = SavedAndLoaded(tdf);
-    const KTdf copy = loaded;
-    loaded = KTdf();
-    loaded = copy;
-    WriteField(loaded, "behind", 5);
-    WriteField(tdf, "behind", 5);
-    std::ostringstream written;
-    std::ostringstream again;
-    EXPECT_TRUE(tdf.Save(written) && loaded.Save(again));
-    EXPECT_TRUE(written.str() == again.str());
-    ASSERT_TRUE(loaded.FieldReadBegin("of 900000"));
-    for (int i = 0; i < 900000; ++i) {
-        ASSERT_EQ(std::int64_t{1} << (i % 63), loaded.FieldReadT().Get());
-    }
-    EXPECT_TRUE(loaded.FieldReadBlockBegin());
-    EXPECT_EQ(900000, loaded.FieldReadI("inner", 0));
+    const KTdf loaded = SavedAndLoaded(tdf);
+    KTdf copy;
+    copy = loaded;
+    WriteField(copy, "last", 5);
+    WriteField(tdf, "last", 5);
+    EXPECT_TRUE(Saved(tdf) == Saved(copy));
+    ASSERT_TRUE(copy.FieldReadBegin("3000") && copy.FieldReadBlockBegin());
+    EXPECT_EQ(3000, copy.FieldReadI("inner", 0));
 }
 
-TEST(Tdf, InstancesAreWalkedInOrderWhateverStandsBetween)
+// A field of a random document: its values are mValue and mValue + 1.
+struct ModelField
 {
-    KTdf written;
-    WriteField(written, "Channel", 0);
-    WriteField(written, "LayerID", 100);
-    WriteField(written, "Channel", 1);
-    WriteField(written, "", 50);
-    WriteField(written, "Channel", 2);
-    KTdf loaded = SavedAndLoaded(written);
-    for (KTdf* const tdf : {&written, &loaded}) {
-        EXPECT_EQ(5, tdf->FieldGetCount());
-        EXPECT_EQ(3, tdf->FieldGetInstanceCount("Channel"));
-        EXPECT_EQ(1, tdf->FieldGetInstanceCount(nullptr));
-        EXPECT_EQ(0, tdf->FieldGetInstanceCount("channel"));
+    std::string mName;
+    int mValue;
+    std::optional<std::vector<ModelField>> mBlock;
+};
 
-        EXPECT_EQ(100, tdf->FieldReadI("LayerID", -1));  // read out of the order written
-        for (int i = 0; i < 3; ++i) {
-            ASSERT_TRUE(tdf->FieldReadBegin("Channel"));
-            EXPECT_EQ(i, tdf->FieldReadI());
-            tdf->FieldReadEnd();
+std::vector<ModelField> RandomFields(std::mt19937& pRandom, int pDepth)
+{
+    std::vector<ModelField> fields(pRandom() % 6);
+    for (ModelField& each : fields) {
+        each.mName = std::string(pRandom() % 3, 'n');
+        each.mValue = static_cast<int>(pRandom() % 1000);
+        if (pDepth > 0 && pRandom() % 2 == 0) {
+            each.mBlock = RandomFields(pRandom, pDepth - 1);
         }
-        EXPECT_FALSE(tdf->FieldReadBegin("Channel"));
-        EXPECT_FALSE(tdf->FieldReadBegin("Channel"));
-        EXPECT_EQ(-1, tdf->FieldReadI("LayerID", -1));  // its one instance was read
+    }
+    return fields;
+}
 
-        EXPECT_FALSE(tdf->FieldReadBegin("Channel", 3));
-        EXPECT_FALSE(tdf->FieldReadBegin("Channel", -1));
-        ASSERT_TRUE(tdf->FieldReadBegin("Channel", 0));
-        tdf->FieldReadEnd();
-        EXPECT_EQ(1, tdf->FieldReadI("Channel", -1));  // the walk goes on behind it
-
-        tdf->FieldReadRewind();
-        EXPECT_EQ(0, tdf->FieldReadI("Channel", -1));
-        tdf->FieldReadRewind();
-        const struct
-        {
-            const char* name;
-            int value;
-        } order[] = {{"Channel", 0}, {"LayerID", 100}, {"Channel", 1}, {"", 50}, {"Channel", 2}};
-        for (const auto& each : order) {
-            ASSERT_TRUE(tdf->FieldReadBeginNext());
-            EXPECT_EQ(KString(each.name), tdf->FieldReadGetName());
-            EXPECT_EQ(each.value, tdf->FieldReadI());
-            tdf->FieldReadEnd();
+void Write(KTdf& pTdf, const std::vector<ModelField>& pFields)
+{
+    for (const ModelField& each : pFields) {
+        pTdf.FieldWriteBegin(each.mName.c_str());
+        pTdf.FieldWriteI(each.mValue);
+        pTdf.FieldWriteI(each.mValue + 1);
+        if (each.mBlock) {
+            pTdf.FieldWriteBlockBegin();
+            Write(pTdf, *each.mBlock);
+            pTdf.FieldWriteBlockEnd();
         }
-        EXPECT_FALSE(tdf->FieldReadBeginNext());
-        EXPECT_FALSE(tdf->FieldReadBegin("Channel"));  // both ways of opening are one walk
+        pTdf.FieldWriteEnd();
     }
 }
 
-// Outer 1 { Inner { Leaf 2 } Leaf 3 Hollow {} } Outer 4, and values in front of the first block
-// that are read after it.
-TEST(Tdf, BlocksNestAndFieldsOfAnotherBlockAreNotSeen)
+// Reads the current block in order, then each name's instances, then instances by number.
+void ExpectFields(KTdf& pTdf, const std::vector<ModelField>& pFields)
 {
-    KTdf written;
-    written.FieldWriteBegin("Outer");
-    written.FieldWriteI(1);
-    written.FieldWriteI(11);
-    written.FieldWriteBlockBegin();
-    written.FieldWriteBegin("Inner");
-    written.FieldWriteBlockBegin();
-    WriteField(written, "Leaf", 2);
-    written.FieldWriteBlockEnd();
-    written.FieldWriteEnd();
-    WriteField(written, "Leaf", 3);
-    written.FieldWriteBegin("Hollow");
-    written.FieldWriteBlockBegin();
-    written.FieldWriteBlockEnd();
-    written.FieldWriteEnd();
-    written.FieldWriteBlockEnd();
-    written.FieldWriteEnd();
-    WriteField(written, "Outer", 4);
-    KTdf loaded = SavedAndLoaded(written);
-    for (KTdf* const tdf : {&written, &loaded}) {
-        EXPECT_EQ(-1, tdf->FieldReadI("Leaf", -1));
-        ASSERT_TRUE(tdf->FieldReadBegin("Outer"));
-        EXPECT_EQ(1, tdf->FieldReadI());
-        for (int visit = 0; visit < 2; ++visit) {  // entering a block anew starts its walks
-            ASSERT_TRUE(tdf->FieldReadBlockBegin());
-            EXPECT_EQ(0, tdf->FieldReadGetRemain());  // the values of Outer are out of reach
-            EXPECT_EQ(0, tdf->FieldReadI());
-            EXPECT_EQ(3, tdf->FieldGetCount());
-            EXPECT_EQ(3, tdf->FieldReadI("Leaf", -1));
-            EXPECT_FALSE(tdf->FieldReadBegin("Outer"));
-            ASSERT_TRUE(tdf->FieldReadBegin("Leaf", 0));
-            EXPECT_FALSE(tdf->FieldReadBlockBegin());
-            tdf->FieldReadBlockEnd();  // answers the Begin that failed, and leaves the field open
-            EXPECT_EQ(3, tdf->FieldReadI());
-            tdf->FieldReadEnd();
-            ASSERT_TRUE(tdf->FieldReadBegin("Inner"));
-            ASSERT_TRUE(tdf->FieldReadBlockBegin());
-            EXPECT_EQ(2, tdf->FieldReadI("Leaf", -1));
-            EXPECT_EQ(-1, tdf->FieldReadI("Leaf", -1));
-            tdf->FieldReadBlockEnd();
-            tdf->FieldReadEnd();
-            ASSERT_TRUE(tdf->FieldReadBegin("Hollow"));
-            ASSERT_TRUE(tdf->FieldReadBlockBegin());
-            EXPECT_EQ(0, tdf->FieldGetCount());
-            EXPECT_FALSE(tdf->FieldReadBeginNext());
-            tdf->FieldReadBlockEnd();
-            tdf->FieldReadEnd();
-            tdf->FieldReadBlockEnd();
+    EXPECT_EQ(static_cast<int>(pFields.size()), pTdf.FieldGetCount());
+    for (const ModelField& each : pFields) {
+        ASSERT_TRUE(pTdf.FieldReadBeginNext());
+        EXPECT_EQ(KString(each.mName.c_str()), pTdf.FieldReadGetName());
+        EXPECT_EQ(each.mValue, pTdf.FieldReadI());
+        EXPECT_FALSE(pTdf.FieldReadBegin(each.mName.c_str(), 0));  // a field is open
+        ASSERT_EQ(each.mBlock.has_value(), pTdf.FieldReadBlockBegin());
+        if (each.mBlock) {
+            EXPECT_EQ(0, pTdf.FieldReadI());  // the values of the field are not seen in its block
+            ExpectFields(pTdf, *each.mBlock);
         }
-        EXPECT_EQ(1, tdf->FieldReadGetRemain());
-        EXPECT_EQ(11, tdf->FieldReadI());
-        tdf->FieldReadEnd();
-
-        // The second Outer has no block: what is looked for inside is not found outside.
-        ASSERT_TRUE(tdf->FieldReadBegin("Outer"));
-        EXPECT_FALSE(tdf->FieldReadBlockBegin());
-        EXPECT_FALSE(tdf->FieldReadBegin("Outer", 0));
-        EXPECT_EQ(-1, tdf->FieldReadI("Outer", -1));
-        EXPECT_EQ(0, tdf->FieldGetInstanceCount("Outer"));
-        tdf->FieldReadBlockEnd();
-        EXPECT_EQ(4, tdf->FieldReadI());
-        tdf->FieldReadEnd();
-
-        tdf->FieldReadRewind();
-        for (const int value : {1, 4}) {  // the next one is a neighbour, not a field inside
-            ASSERT_TRUE(tdf->FieldReadBeginNext());
-            EXPECT_EQ(value, tdf->FieldReadI());
-            tdf->FieldReadEnd();
+        pTdf.FieldReadBlockEnd();  // without a block: ignored
+        EXPECT_EQ(1, pTdf.FieldReadGetRemain());
+        EXPECT_EQ(each.mValue + 1, pTdf.FieldReadI());
+        pTdf.FieldReadEnd();
+    }
+    EXPECT_FALSE(pTdf.FieldReadBeginNext());
+    for (const char* const name : {"n", "nn", "", "N"}) {
+        EXPECT_FALSE(pTdf.FieldReadBegin(name));  // FieldReadBeginNext has opened all instances
+    }
+    pTdf.FieldReadRewind();
+    for (const char* const name : {"n", "nn", "", "N"}) {
+        std::vector<int> values;
+        for (const ModelField& each : pFields) {
+            if (each.mName == name) {
+                values.push_back(each.mValue);
+            }
         }
-        EXPECT_FALSE(tdf->FieldReadBeginNext());
+        const int count = static_cast<int>(values.size());
+        EXPECT_EQ(count, pTdf.FieldGetInstanceCount(name));
+        for (const int value : values) {
+            EXPECT_EQ(value, pTdf.FieldReadI(name, -1));
+        }
+        EXPECT_EQ(-1, pTdf.FieldReadI(name, -1));
+        EXPECT_EQ(-1, pTdf.FieldReadI(name, -1));
+        for (int i = -1; i <= count; ++i) {
+            ASSERT_EQ(i >= 0 && i < count, pTdf.FieldReadBegin(name, i));
+            pTdf.FieldReadEnd();
+        }
+        if (count > 1) {
+            pTdf.FieldReadBegin(name, count - 2);
+            pTdf.FieldReadEnd();
+            EXPECT_EQ(values.back(), pTdf.FieldReadI(name, -1));
+        }
     }
 }
 
-TEST(Tdf, AWrongTypeGivesANeutralValueAndIsPassedOver)
+TEST(Tdf, FieldsAreReadInOrderByNameAndByNumber)
 {
-    KTdf tdf;
-    const auto write = [&tdf](char pType) {
-        switch (pType) {
-        case 'I':
-            return tdf.FieldWriteI(70000);
-        case 'D':
-            return tdf.FieldWriteD(0.1);
-        case 'T':
-            return tdf.FieldWriteT(KTime(1LL << 40));
-        case 'C':
-            return tdf.FieldWriteCH('x');
-        default:
-            return tdf.FieldWriteC(pType == 'S' ? "text" : "\xFF");
+    std::mt19937 random(3);
+    for (int round = 0; round < 200; ++round) {
+        const std::vector<ModelField> fields = RandomFields(random, 4);
+        KTdf written;
+        Write(written, fields);
+        KTdf loaded = SavedAndLoaded(written);
+        for (KTdf* const tdf : {&written, &loaded}) {
+            ExpectFields(*tdf, fields);
         }
+    }
+}
+
+TEST(Tdf, AValueOfAnotherTypeIsSkippedAndReadAsANeutralValue)
+{
+    const struct
+    {
+        void (*write)(KTdf& pTdf);
+        bool (*reads)(KTdf& pTdf, bool pSame);  // the value of the type, or the neutral one
+    } types[] = {
+        {[](KTdf& pTdf) { pTdf.FieldWriteI(70000); },
+         [](KTdf& pTdf, bool pSame) { return pTdf.FieldReadI() == (pSame ? 70000 : 0); }},
+        {[](KTdf& pTdf) { pTdf.FieldWriteD(0.1); },
+         [](KTdf& pTdf, bool pSame) { return pTdf.FieldReadD() == (pSame ? 0.1 : 0.0); }},
+        {[](KTdf& pTdf) { pTdf.FieldWriteT(KTime(1LL << 40)); },
+         [](KTdf& pTdf, bool pSame) { return pTdf.FieldReadT().Get() == (pSame ? 1LL << 40 : 0); }},
+        {[](KTdf& pTdf) { pTdf.FieldWriteCH('x'); },
+         [](KTdf& pTdf, bool pSame) { return pTdf.FieldReadCH() == (pSame ? 'x' : '\0'); }},
+        {[](KTdf& pTdf) { pTdf.FieldWriteC("text"); },
+         [](KTdf& pTdf, bool pSame) { return pTdf.FieldReadS() == (pSame ? "text" : ""); }},
     };
-    const std::string types = "IDTCSB";
-    for (const char wanted : types) {
-        for (const char found : types) {
-            SCOPED_TRACE(std::string(1, wanted) + found);
-            tdf.Clear();
-            tdf.FieldWriteBegin("Mixed");
-            write(found);
+    for (const auto& wanted : types) {
+        for (const auto& found : types) {
+            KTdf tdf;
+            tdf.FieldWriteBegin("field");
+            found.write(tdf);
+            tdf.FieldWriteC("\xFF");  // a text that is stored as bytes
             tdf.FieldWriteI(-7);
             tdf.FieldWriteEnd();
-            ASSERT_TRUE(tdf.FieldReadBegin("Mixed"));
-            const bool same = wanted == found;
-            switch (wanted) {
-            case 'I':
-                EXPECT_EQ(same ? 70000 : 0, tdf.FieldReadI());
-                break;
-            case 'D':
-                EXPECT_EQ(same ? 0.1 : 0.0, tdf.FieldReadD());
-                break;
-            case 'T':
-                EXPECT_EQ(same ? 1LL << 40 : 0, tdf.FieldReadT().Get());
-                break;
-            case 'C':
-                EXPECT_EQ(same ? 'x' : '\0', tdf.FieldReadCH());
-                break;
-            default:
-                EXPECT_STREQ(found == 'S' ? "text" : found == 'B' ? "\xFF" : "", tdf.FieldReadC());
-            }
-            EXPECT_EQ(1, tdf.FieldReadGetRemain());
+            ASSERT_TRUE(tdf.FieldReadBegin("field"));
+            EXPECT_TRUE(wanted.reads(tdf, &wanted == &found));
+            EXPECT_STREQ("\xFF", tdf.FieldReadC());
             EXPECT_EQ(-7, tdf.FieldReadI());
             EXPECT_EQ(KTdf::kTypeNone, tdf.FieldReadGetType());
-            EXPECT_EQ(0, tdf.FieldReadI());  // behind the end
-            EXPECT_STREQ("", tdf.FieldReadC());
+            EXPECT_TRUE(wanted.reads(tdf, false));  // after the last value
             EXPECT_EQ(0, tdf.FieldReadGetRemain());
         }
     }
@@ -393,91 +343,77 @@ TEST(Tdf, AWrongTypeGivesANeutralValueAndIsPassedOver)
 
 TEST(Tdf, WritingOutOfOrderIsRefusedAndSoIsSaving)
 {
-    // A letter a call: f/F begin and end of a field, b/B of a block, v a value.
+    // Sequences of calls, a letter each: f and F begin and end a field, b and B a block, v writes a
+    // value. Of the sequences that are refused the last call fails.
     const struct
     {
-        const char* calls;
         int id;
+        std::vector<const char*> sequences;
     } cases[] = {
-        {"v", eTdfErrorMisuse},         {"F", eTdfErrorMisuse},      {"b", eTdfErrorMisuse},
-        {"B", eTdfErrorMisuse},         {"ff", eTdfErrorMisuse},     {"fB", eTdfErrorMisuse},
-        {"fbv", eTdfErrorMisuse},       {"fbF", eTdfErrorMisuse},    {"fbb", eTdfErrorMisuse},
-        {"fbBv", eTdfErrorMisuse},      {"fbBb", eTdfErrorMisuse},   {"fbBB", eTdfErrorMisuse},
-        {"fbBf", eTdfErrorMisuse},      {"fFF", eTdfErrorMisuse},    {"fF", KError::kNone},
-        {"fbBF", KError::kNone},        {"fvbfvFBF", KError::kNone}, {"", KError::kNone},
-        {"f", eTdfErrorFieldOpen},      {"fb", eTdfErrorFieldOpen},  {"fbB", eTdfErrorFieldOpen},
-        {"fFfbfF", eTdfErrorFieldOpen},
+        {KError::kNone, {"", "fF", "fbBF", "fvbfvFBF"}},
+        {eTdfErrorFieldOpen, {"f", "fb", "fbB", "fFfbfF"}},
+        {eTdfErrorMisuse,
+         {"v", "F", "b", "B", "ff", "fB", "fFF", "fbv", "fbF", "fbb", "fbBv", "fbBb", "fbBB",
+          "fbBf"}},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(each.calls);
-        KTdf tdf;
-        bool good = true;
-        for (const char call : std::string(each.calls)) {
-            ASSERT_TRUE(good);  // it is the last call of a row that fails
-            good = call == 'f'   ? tdf.FieldWriteBegin("f")
-                   : call == 'F' ? tdf.FieldWriteEnd()
-                   : call == 'b' ? tdf.FieldWriteBlockBegin()
-                   : call == 'B' ? tdf.FieldWriteBlockEnd()
-                                 : tdf.FieldWriteI(1);
-        }
-        EXPECT_EQ(each.id != eTdfErrorMisuse, good);
-        std::ostringstream stream;
-        EXPECT_EQ(each.id == KError::kNone, tdf.Save(stream));
-        EXPECT_EQ(each.id, tdf.GetError().GetLastErrorID());
-        EXPECT_EQ(each.id == KError::kNone, !stream.str().empty());
-        if (!good) {
-            EXPECT_FALSE(tdf.FieldWriteBegin("f"));
+        for (const std::string calls : each.sequences) {
+            SCOPED_TRACE(calls);
+            KTdf tdf;
+            bool good = true;
+            for (const char call : calls) {
+                ASSERT_TRUE(good);
+                good = call == 'f'   ? tdf.FieldWriteBegin("f")
+                       : call == 'F' ? tdf.FieldWriteEnd()
+                       : call == 'b' ? tdf.FieldWriteBlockBegin()
+                       : call == 'B' ? tdf.FieldWriteBlockEnd()
+                                     : tdf.FieldWriteI(1);
+            }
+            EXPECT_EQ(each.id != eTdfErrorMisuse, good);
+            std::ostringstream stream;
+            EXPECT_EQ(each.id == KError::kNone, tdf.Save(stream));
+            EXPECT_EQ(each.id, tdf.GetError().GetLastErrorID());
+            EXPECT_EQ(each.id == KError::kNone, !stream.str().empty());
+            EXPECT_TRUE(good || !tdf.FieldWriteBegin("f"));
             tdf.Clear();
             EXPECT_TRUE(tdf.FieldWriteBegin("f"));
         }
     }
 }
 
-TEST(Tdf, NestingAndNamesEndAtTheirLimitsAndTheLimitsLoad)
+TEST(Tdf, TheGreatestDepthAndTheLongestNameCanBeWrittenAndLoaded)
 {
+    std::string name(KTdf::kMaxNameSize, 'n');
     KTdf tdf;
     for (int i = 0; i < KTdf::kMaxNesting; ++i) {
-        ASSERT_TRUE(tdf.FieldWriteBegin("n"));
+        ASSERT_TRUE(tdf.FieldWriteBegin(name.c_str() + (i > 0 ? name.size() : 0)));
         ASSERT_TRUE(tdf.FieldWriteBlockBegin());
     }
     KTdf deeper = tdf;
     ASSERT_TRUE(deeper.FieldWriteBegin("n"));
     EXPECT_FALSE(deeper.FieldWriteBlockBegin());
     EXPECT_EQ(eTdfErrorNesting, deeper.GetError().GetLastErrorID());
-
-    std::string name(KTdf::kMaxNameSize, 'n');
-    WriteField(tdf, name.c_str(), 1);
     for (int i = 0; i < KTdf::kMaxNesting; ++i) {
-        ASSERT_TRUE(tdf.FieldWriteBlockEnd());
-        ASSERT_TRUE(tdf.FieldWriteEnd());
+        ASSERT_TRUE(tdf.FieldWriteBlockEnd() && tdf.FieldWriteEnd());
     }
     KTdf loaded = SavedAndLoaded(tdf);
-    for (int i = 0; i < KTdf::kMaxNesting; ++i) {
-        ASSERT_TRUE(loaded.FieldReadBegin("n"));
-        ASSERT_TRUE(loaded.FieldReadBlockBegin());
-    }
-    EXPECT_EQ(1, loaded.FieldReadI(name.c_str(), -1));
+    EXPECT_EQ(1, loaded.FieldGetInstanceCount(name.c_str()));
     name += 'n';
     EXPECT_FALSE(tdf.FieldWriteBegin(name.c_str()));
     EXPECT_EQ(eTdfErrorName, tdf.GetError().GetLastErrorID());
 }
 
-TEST(Tdf, AWideBlockIsReadInAnyOrderWithoutWalkingItEachTime)
+TEST(Tdf, LookUpsInALargeBlockAreNotLinear)
 {
-    // Walking it for each look-up would be 2 * 10^10 steps, far beyond the patience of a test run.
+    // A linear search would take 2 * 10^10 steps and reach the time limit of the test.
     constexpr int kCount = 200000;
     KTdf tdf;
     for (int i = 0; i < kCount; ++i) {
         WriteField(tdf, std::to_string(i).c_str(), i);
-        WriteField(tdf, "Same", i);
     }
     for (int i = kCount; i-- > 0;) {
         ASSERT_EQ(i, tdf.FieldReadI(std::to_string(i).c_str(), -1));
-        ASSERT_TRUE(tdf.FieldReadBegin("Same", i));
-        ASSERT_EQ(i, tdf.FieldReadI());
-        tdf.FieldReadEnd();
-        ASSERT_FALSE(tdf.FieldReadBegin("Missing"));
-        ASSERT_EQ(kCount, tdf.FieldGetInstanceCount("Same"));
+        ASSERT_EQ(0, tdf.FieldGetInstanceCount("Missing"));
     }
 }
 }  // namespace
