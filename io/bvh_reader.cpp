@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Two sections, read in one pass: the hierarchy word by word, with the chain of open joints as a
-// stack, then the frames line by line. The first error ends the reading: every step answers false
-// from there on, and the error stands in mError.
+// Two sections, read in one pass: the hierarchy word by word, with a stack of open joints, then the
+// frames line by line. The first error ends the reading: it is kept in mError, and each function
+// returns false.
 
 #include "io/bvh_reader.h"
 
@@ -50,7 +50,7 @@ public:
     const IoError& GetError() const { return mError; }
 
 private:
-    // The hierarchy: joints, and end sites inside of them.
+    // The hierarchy: joints and their end sites.
     bool ParseHierarchy();
     bool OpenJoint();
     bool CloseJoint();
@@ -75,7 +75,7 @@ private:
     {
         return pTaken || Fail(std::string(pWhat) + " expected, found " + mScan.Quote());
     }
-    // Checks what TakeNumber said and puts it into words.
+    // Turns the result of TakeNumber into an error message unless it is a number.
     bool Accept(EScan pScan);
     bool Fail(std::string pReason) { return Fail(std::move(pReason), mScan.GetLine()); }
     bool Fail(std::string pReason, std::int64_t pLine)
@@ -85,7 +85,7 @@ private:
         return false;
     }
 
-    // A joint whose closing brace is still to come.
+    // A joint whose closing brace has not been read.
     struct Open
     {
         int mJoint;
@@ -98,7 +98,7 @@ private:
 
     TextScanner mScan;
     std::vector<Open> mOpen;
-    bool mWrapped = false;  // a frame goes over several lines
+    bool mWrapped = false;  // frames span several lines
     Clip mClip;
     IoError mError;
 };
@@ -144,7 +144,7 @@ bool BvhParser::ParseHierarchy()
     return true;
 }
 
-// From behind ROOT or JOINT to behind the opening brace.
+// Reads from after ROOT or JOINT to after the opening brace.
 bool BvhParser::OpenJoint()
 {
     if (mOpen.size() >= static_cast<std::size_t>(kBvhDeepestNesting)) {
@@ -198,7 +198,7 @@ bool BvhParser::ParseJointEntry()
         }
         // The columns of a frame follow the order of the CHANNELS lines.
         if (open.mChildren > 0) {
-            return Fail("CHANNELS of a joint stands behind its children");
+            return Fail("CHANNELS of a joint must precede its child joints");
         }
         open.mHasChannels = true;
         return ParseChannels(Joint());
@@ -210,7 +210,7 @@ bool BvhParser::ParseJointEntry()
         return Fail("'}' of joint " + TextScanner::Quote(Joint().mName) + " is missing");
     }
     if (ChannelFromWord(TextScanner(mScan).TakeToken())) {
-        return Fail("more channels than the CHANNELS count says: " + mScan.Quote());
+        return Fail("more channels than the count of CHANNELS: " + mScan.Quote());
     }
     return Expect(false, "OFFSET, CHANNELS, JOINT, End Site or '}'");
 }
@@ -259,7 +259,7 @@ bool BvhParser::ParseChannels(ClipJoint& pJoint)
     return true;
 }
 
-// From behind "End" to behind the closing brace.
+// Reads from after "End" to after the closing brace.
 bool BvhParser::ParseEndSite(ClipJoint& pJoint)
 {
     ClipEndSite site;
@@ -321,12 +321,12 @@ bool BvhParser::ParseFrameCount()
     const std::string quoted = mScan.Quote();
     mScan.TakeToken();
     if (count > 0 && mClip.mChannelCount == 0) {
-        return Fail("frames are promised, but no joint has channels");
+        return Fail("the frame count is not 0, but no joint has channels");
     }
-    // A number takes a digit and what parts it from the next one.
+    // A number takes at least two bytes, a digit and a separator.
     const std::int64_t numbers = std::int64_t{count} * mClip.mChannelCount;
     if (numbers > static_cast<std::int64_t>(mScan.GetRemaining() + 1) / 2) {
-        return Fail("the rest of the file cannot hold " + quoted + " frames of " +
+        return Fail("the rest of the file is too short for " + quoted + " frames of " +
                     std::to_string(mClip.mChannelCount) + " channels");
     }
     mClip.mFrameCount = count;
@@ -343,7 +343,7 @@ bool BvhParser::ParseFrameTime()
     }
     mClip.mFrameTimeText = word.TakeToken();
     if (!(seconds > 0.0)) {
-        return Fail("frame time must be above 0 seconds, found " +
+        return Fail("frame time must be greater than 0 seconds, found " +
                     TextScanner::Quote(mClip.mFrameTimeText));
     }
     mClip.mFramePeriod = FramePeriodFromText(seconds, mClip.mFrameTimeText);
@@ -355,7 +355,7 @@ bool BvhParser::ParseFrameTime()
         return Fail("frame time is too long: " + TextScanner::Quote(mClip.mFrameTimeText));
     }
     mScan.SkipBlanks();
-    return Expect(mScan.AtLineEnd(), "end of the line behind the frame time");
+    return Expect(mScan.AtLineEnd(), "end of the line after the frame time");
 }
 
 bool BvhParser::ParseFrames()
@@ -366,8 +366,8 @@ bool BvhParser::ParseFrames()
     for (int frame = 0; frame < mClip.mFrameCount; ++frame, row += channels) {
         mScan.SkipSpace();
         if (mScan.AtEnd()) {
-            return Fail(std::to_string(mClip.mFrameCount) + " frames promised, the file holds " +
-                        std::to_string(frame));
+            return Fail("the frame count is " + std::to_string(mClip.mFrameCount) +
+                        ", the file has " + std::to_string(frame) + " frames");
         }
         if (!ParseFrame(frame, row)) {
             return false;
@@ -380,15 +380,14 @@ bool BvhParser::ParseFrames()
         return true;
     }
     if (mScan.TakeNumber(ignored) == eScanNumber) {
-        return Fail("more frames than the " + std::to_string(mClip.mFrameCount) + " promised",
-                    line);
+        return Fail("more frames than the frame count, " + std::to_string(mClip.mFrameCount), line);
     }
-    return Expect(false, "end of the file behind the last frame");
+    return Expect(false, "end of the file after the last frame");
 }
 
-// A frame is a line. Some writers break long lines: where the very first line is short, frames may
-// go on over line ends, but each must still end with a line, so that a number lost or doubled
-// somewhere is found in its own frame.
+// A frame is a line. Some programs break long lines: if the first line is too short, all frames may
+// span lines, but each must still end at a line end, so that a missing or an extra number is
+// reported for its own frame.
 bool BvhParser::ParseFrame(int pFrame, double* pRow)
 {
     const std::int64_t line = mScan.GetLine();

@@ -9,15 +9,14 @@
 #include <string>
 #include <string_view>
 
-/// Deepest nesting of joints, the root counted: hosts walk hierarchies by recursion.
+/// Greatest number of nested joints, the root included: hosts traverse hierarchies recursively.
 constexpr int kBvhDeepestNesting = 512;
 
-/// Reads a motion file in the BVH format. docs/bvh.md lists what is understood beyond the letter
-/// of the format, and what is refused.
+/// Reads a motion file in the BVH format. docs/bvh.md lists the variants that are accepted and what
+/// is refused.
 ///
-/// An error names the file, the line and the reason, and there is then no clip: a file is read
-/// whole or not at all. The memory taken is bounded by a multiple of the length of the text,
-/// whatever counts the text names.
+/// An error has the file, the line and the reason; no part of the clip is then returned. The memory
+/// used is at most a multiple of the length of the text, whatever counts the text contains.
 IoResult<Clip> ParseBvh(std::string_view pText, const std::string& pFileName);
 
 /// Reads the file and parses it.

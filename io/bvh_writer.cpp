@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Joints stand in the order of the file, so one pass with the joints that are open writes the
-// hierarchy; frames follow line by line.
+// Joints are in the order of the file, so one pass with a stack of open joints writes the
+// hierarchy; a line for each frame follows.
 
 #include "io/bvh_writer.h"
 
@@ -43,7 +43,7 @@ private:
     {
         int mJoint = 0;
         int mChildren = 0;
-        std::size_t mEndSite = 0;  ///< of the joint's end sites, the next to be written
+        std::size_t mEndSite = 0;  ///< the next end site to write
     };
 
     bool Fail(std::string pReason)
@@ -76,7 +76,7 @@ private:
 bool BvhFormatter::FormatHierarchy()
 {
     if (mClip.mJoints.empty()) {
-        return Fail("a clip without joints has no BVH form");
+        return Fail("a clip without joints cannot be written as BVH");
     }
     mText = "HIERARCHY\n";
     for (int i = 0; i < static_cast<int>(mClip.mJoints.size()); ++i) {
@@ -87,7 +87,7 @@ bool BvhFormatter::FormatHierarchy()
             }
         }
         if (mOpen.empty() && parent != -1) {
-            return Fail("joint " + std::to_string(i) + " does not stand in its parent's branch");
+            return Fail("joint " + std::to_string(i) + " does not follow its parent's branch");
         }
         if (!OpenJoint(i)) {
             return false;
@@ -164,7 +164,7 @@ bool BvhFormatter::FormatEndSites(bool pAll)
 bool BvhFormatter::FormatHead(const char* pWord, const std::string& pLabel)
 {
     if (!IsLabel(pLabel)) {
-        return Fail("the name " + TextScanner::Quote(pLabel) + " has no BVH form");
+        return Fail("the name " + TextScanner::Quote(pLabel) + " cannot be written as BVH");
     }
     Indent();
     mText += pWord;

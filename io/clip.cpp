@@ -30,24 +30,23 @@ std::string Clip::GetCurveName(const ClipJoint& pJoint, int pIndex) const
 
 int RotationOrderOf(const std::vector<EClipChannel>& pChannels)
 {
-    int turning[3] = {};
+    int axes[3] = {};
     int count = 0;
     bool used[3] = {};
     for (auto channel = pChannels.rbegin(); channel != pChannels.rend(); ++channel) {
         const int axis = ClipChannelAxis(*channel);
         if (IsRotation(*channel) && !used[axis]) {
             used[axis] = true;
-            turning[count++] = axis;
+            axes[count++] = axis;
         }
     }
     for (int axis = 0; axis < 3; ++axis) {
         if (!used[axis]) {
-            turning[count++] = axis;
+            axes[count++] = axis;
         }
     }
     int order = 0;
-    while (order < kRotationOrderCount - 1 &&
-           !std::equal(turning, turning + 3, KmEulerAxis[order])) {
+    while (order < kRotationOrderCount - 1 && !std::equal(axes, axes + 3, KmEulerAxis[order])) {
         ++order;
     }
     return order;
@@ -55,18 +54,18 @@ int RotationOrderOf(const std::vector<EClipChannel>& pChannels)
 
 void AssignAddresses(std::vector<ClipJoint>& pJoints)
 {
-    // The greatest number given to each name so far. All names of the file are in it from the
-    // start, so that a made address never takes one of them.
+    // The last number used for each name. All names of the file are entered first, so that no
+    // numbered address equals a name.
     std::unordered_map<std::string, int> numbers;
     for (const ClipJoint& joint : pJoints) {
         numbers.emplace(joint.mName, 0);
     }
     for (std::size_t i = 0; i < pJoints.size(); ++i) {
         ClipJoint& joint = pJoints[i];
-        const bool nameless = joint.mName.empty();
-        const std::string base = nameless ? "Joint" + std::to_string(i) : joint.mName;
+        const bool isNameless = joint.mName.empty();
+        const std::string base = isNameless ? "Joint" + std::to_string(i) : joint.mName;
         int& last = numbers[joint.mName];
-        int number = nameless ? 1 : last + 1;
+        int number = isNameless ? 1 : last + 1;
         joint.mAddress = number == 1 ? base : base + '#' + std::to_string(number);
         while (joint.mAddress != joint.mName && !numbers.emplace(joint.mAddress, 1).second) {
             joint.mAddress = base + '#' + std::to_string(++number);

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Writing is a walk over joints, layers and nodes. clip_store_read.cpp goes the same way.
+// Writes joints, layers and nodes in the order in which clip_store_read.cpp reads them.
 
 #include "io/clip_store.h"
 

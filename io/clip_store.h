@@ -13,35 +13,36 @@
 
 class KTdf;
 
-/// The project's own clip file: hierarchy, frame time, layers and the tree of nodes with the curves
-/// themselves, every key with its tangents, in the field store. docs/command.md lists the fields.
+/// The clip file of this project: hierarchy, frame time, layers and the tree of nodes with all keys
+/// and tangents of the curves, as a document of the field store. docs/command.md lists the fields.
 
 /// A clip whose motion is curves.
 struct StoredClip
 {
-    Clip mClip;  ///< without values: SampleClip makes them of the curves
+    Clip mClip;  ///< without values; SampleClip computes them from the curves
     CurveClip mCurves;
-    /// What the curves have lost or hold that no curve should, a sentence each with the name of the
-    /// curve in front. Empty for a sound file.
+    /// Keys that were lost and values that no curve may have, as "curve <name>: <fault>". Empty for
+    /// a file without damage.
     std::vector<std::string> mFaults;
 };
 
-/// Whether bytes start as a field store does.
+/// Whether bytes start like a document of the field store.
 bool IsStore(std::string_view pBytes);
 
-/// Writes a clip, its tree of nodes and its layers into an empty document. The clip's values are
-/// not looked at. A document that refuses a write says so itself.
+/// Writes a clip, its tree of nodes and its layers to an empty document. The values of the clip are
+/// not used. A write that fails is reported by the document.
 void StoreClip(const Clip& pClip, const CurveClip& pCurves, KTdf& pTdf);
 
-/// Reads a clip file. Trusts nothing: an error names the file, the place and the reason. Damage
-/// within a curve is no error, but listed in mFaults, so that all of it can be told. A file that
-/// does not fit into memory is an error.
+/// Reads a clip file and checks everything in it. An error has the file, the place and the reason;
+/// so has a file that does not fit into memory. Damage within a curve is not an error but is listed
+/// in mFaults, so that all of it can be reported.
 IoResult<StoredClip> ParseClipStore(std::string_view pBytes, const std::string& pFileName);
 
-/// The clip with the curves' values at its frames, blended where there are layers. A value is the
-/// ShortestDouble of the curve's float: a recorded 0.1 comes back as 0.1. Takes eight bytes for
-/// each frame and channel; the caller checks that this is acceptable.
+/// The clip with the values of the curves at its frames, blended where there are layers. A value is
+/// the ShortestDouble of the float of the curve, so that a recorded 0.1 is 0.1 again. Allocates
+/// eight bytes for each frame and channel; the caller checks that this is acceptable.
 Clip SampleClip(const Clip& pClip, const CurveClip& pCurves);
 
-/// The double with the shortest decimals of a float: 0.1 for 0.1f. Infinities and NaN stay.
+/// The double nearest to the shortest decimal of a float: 0.1 for 0.1f. Infinities and NaN are
+/// widened as they are.
 double ShortestDouble(float pValue);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reading checks each step: what the rest of the program takes for granted about a clip holds for
-// one that comes from here.
+// Everything is checked, so that a clip that was read meets all that the rest of the program
+// requires of a clip.
 
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
@@ -48,14 +48,14 @@ private:
         }
         return false;
     }
-    // Takes a value of exactly that type.
-    bool Int(int& pValue) { return Is(KTdf::kTypeInt) && (pValue = mTdf.FieldReadI(), true); }
-    bool Text(std::string& pText)
+    // Reads a value if it is of this type.
+    bool ReadInt(int& pValue) { return Is(KTdf::kTypeInt) && (pValue = mTdf.FieldReadI(), true); }
+    bool ReadText(std::string& pText)
     {
         return Is(KTdf::kTypeText) && (pText = mTdf.FieldReadS().GetView(), true);
     }
     bool Is(char pType) const { return mTdf.FieldReadGetType() == pType; }
-    bool Offset(std::array<double, 3>& pOffset);
+    bool ReadOffset(std::array<double, 3>& pOffset);
 
     bool ReadFrames();
     bool ReadJoints();
@@ -67,7 +67,7 @@ private:
     bool ReadTree();
     std::string PathOf(GlissaNode& pNode) const;
     std::string InLayer(const std::string& pPath, int pLayer) const;
-    bool TakeFault(const GlissaStoreFault& pFault);
+    bool AddFault(const GlissaStoreFault& pFault);
     std::string NameOf(GlissaNode& pNode, const std::string& pParent);
     bool CheckNode(GlissaNode& pNode, int pLayer, const std::string& pPath);
 
@@ -79,11 +79,11 @@ private:
     StoredClip mStored;
     NodeClip mNodes;
     std::size_t mNextJoint = 0;
-    std::map<const GlissaNode*, std::string> mAddresses;  // of the joints, where there are faults
+    std::map<const GlissaNode*, std::string> mAddresses;  // of the joints, if there are faults
     std::string mReason;
 };
 
-bool ClipStoreReader::Offset(std::array<double, 3>& pOffset)
+bool ClipStoreReader::ReadOffset(std::array<double, 3>& pOffset)
 {
     for (double& each : pOffset) {
         if (!Is(KTdf::kTypeDouble)) {
@@ -100,11 +100,12 @@ bool ClipStoreReader::Offset(std::array<double, 3>& pOffset)
 bool ClipStoreReader::Read()
 {
     int version = 0;
-    if (!mTdf.FieldReadBegin("Clip") || !Int(version)) {
+    if (!mTdf.FieldReadBegin("Clip") || !ReadInt(version)) {
         return Fail("holds no clip: there is no field \"Clip\" with a version");
     }
     if (version != kClipVersion && version != kClipVersionCurves) {
-        return Fail("is a clip of version " + std::to_string(version) + ", known are 1 and 2");
+        return Fail("is a clip of version " + std::to_string(version) +
+                    "; versions 1 and 2 are known");
     }
     if (!mTdf.FieldReadBlockBegin()) {
         return Fail("field \"Clip\" has no block");
@@ -123,17 +124,17 @@ bool ClipStoreReader::Read()
 bool ClipStoreReader::ReadFrames()
 {
     Clip& clip = mStored.mClip;
-    if (!mTdf.FieldReadBegin("Frames") || !Int(clip.mFrameCount) || clip.mFrameCount < 0 ||
+    if (!mTdf.FieldReadBegin("Frames") || !ReadInt(clip.mFrameCount) || clip.mFrameCount < 0 ||
         (clip.mFrameCount > 0 && clip.mChannelCount == 0)) {
-        return Fail("field \"Frames\": no frame count that makes sense");
+        return Fail("field \"Frames\": the frame count is missing or invalid");
     }
     mTdf.FieldReadEnd();
     if (!mTdf.FieldReadBegin("FrameTime") || !Is(KTdf::kTypeTime)) {
-        return Fail("field \"FrameTime\": no period");
+        return Fail("field \"FrameTime\": the period is missing");
     }
     clip.mFramePeriod = mTdf.FieldReadT();
-    if (!Text(clip.mFrameTimeText)) {
-        return Fail("field \"FrameTime\": no text");
+    if (!ReadText(clip.mFrameTimeText)) {
+        return Fail("field \"FrameTime\": the text is missing");
     }
     mTdf.FieldReadEnd();
     double seconds = 0.0;
@@ -141,7 +142,7 @@ bool ClipStoreReader::ReadFrames()
     if (scan.TakeNumber(seconds) != eScanNumber || !scan.AtEnd() || !(seconds > 0.0) ||
         FramePeriodFromText(seconds, clip.mFrameTimeText) != clip.mFramePeriod) {
         return Fail("field \"FrameTime\": the text " + TextScanner::Quote(clip.mFrameTimeText) +
-                    " does not say the period of " + std::to_string(clip.mFramePeriod.Get()) +
+                    " does not match the period of " + std::to_string(clip.mFramePeriod.Get()) +
                     " ticks");
     }
     if (clip.mFramePeriod <= KTime() ||
@@ -158,8 +159,7 @@ bool ClipStoreReader::ReadJoints()
         mTdf.FieldReadBegin("Joint");
         if (!ReadJoint(i)) {
             return Fail("joint " + std::to_string(i) +
-                        ": name, parent and offset do not stand "
-                        "there, or are out of range");
+                        ": name, parent or offset is missing or out of range");
         }
         mTdf.FieldReadEnd();
     }
@@ -170,12 +170,12 @@ bool ClipStoreReader::ReadJoints()
 bool ClipStoreReader::ReadJoint(int pIndex)
 {
     ClipJoint joint;
-    if (!Text(joint.mName) || !Int(joint.mParent) || joint.mParent < -1 ||
-        joint.mParent >= pIndex || !Offset(joint.mOffset) || !mTdf.FieldReadBlockBegin()) {
+    if (!ReadText(joint.mName) || !ReadInt(joint.mParent) || joint.mParent < -1 ||
+        joint.mParent >= pIndex || !ReadOffset(joint.mOffset) || !mTdf.FieldReadBlockBegin()) {
         return false;
     }
     if (!ReadChannels(joint) || !ReadEndSites(joint)) {
-        return Fail("joint " + std::to_string(pIndex) + ": channels or end sites make no sense");
+        return Fail("joint " + std::to_string(pIndex) + ": its channels or end sites are invalid");
     }
     mTdf.FieldReadBlockEnd();
     mStored.mClip.mJoints.push_back(std::move(joint));
@@ -190,7 +190,7 @@ bool ClipStoreReader::ReadChannels(ClipJoint& pJoint)
         return false;
     }
     unsigned used = 0;
-    for (int kind = 0; Int(kind);) {
+    for (int kind = 0; ReadInt(kind);) {
         if (kind < 0 || kind >= kClipChannelKinds || (used & 1u << kind) != 0) {
             return false;
         }
@@ -211,8 +211,8 @@ bool ClipStoreReader::ReadEndSites(ClipJoint& pJoint)
     while (mTdf.FieldReadBegin("EndSite")) {
         ClipEndSite site;
         const int least = pJoint.mEndSites.empty() ? 0 : pJoint.mEndSites.back().mChildrenBefore;
-        if (!Text(site.mLabel) || !Int(site.mChildrenBefore) || site.mChildrenBefore < least ||
-            !Offset(site.mOffset)) {
+        if (!ReadText(site.mLabel) || !ReadInt(site.mChildrenBefore) ||
+            site.mChildrenBefore < least || !ReadOffset(site.mOffset)) {
             return false;
         }
         pJoint.mEndSites.push_back(std::move(site));
@@ -221,7 +221,7 @@ bool ClipStoreReader::ReadEndSites(ClipJoint& pJoint)
     return true;
 }
 
-// Branch after branch, as a file with braces would list them, and no deeper than one may.
+// Joints must be in depth-first order, as a file with braces lists them, and not too deep.
 bool ClipStoreReader::CheckTree()
 {
     const std::vector<ClipJoint>& joints = mStored.mClip.mJoints;
@@ -235,7 +235,7 @@ bool ClipStoreReader::CheckTree()
         if ((open.empty() && parent != -1) ||
             open.size() >= static_cast<std::size_t>(kBvhDeepestNesting)) {
             return Fail("joint " + std::to_string(i) +
-                        ": does not stand in its parent's branch, or is nested too deep");
+                        ": does not follow its parent's branch, or is nested too deep");
         }
         open.push_back(static_cast<int>(i));
         if (parent >= 0) {
@@ -246,7 +246,7 @@ bool ClipStoreReader::CheckTree()
         if (!joints[i].mEndSites.empty() &&
             joints[i].mEndSites.back().mChildrenBefore > children[i]) {
             return Fail("joint " + std::to_string(i) +
-                        ": an end site stands behind more children than there are");
+                        ": an end site follows more children than there are");
         }
     }
     return true;
@@ -258,14 +258,14 @@ bool ClipStoreReader::ReadLayers()
     return mNodes.GetLayers().Retrieve(mTdf, reason) || Fail(reason);
 }
 
-// What does not fit between the file and the tree of its joints is an error, as it would be lost;
-// what does not fit within a layer is kept or neutral, and listed.
+// A tree that does not match the joints is an error, as nodes would be lost. A mismatch within a
+// layer is listed: the channel is kept, left out, or has zero values.
 bool ClipStoreReader::ReadTree()
 {
     std::vector<GlissaStoreFault> faults;
     if (mTdf.FieldGetInstanceCount("Channel") != 1 ||
         !mNodes.GetRoot()->TdfRetrieve(&mTdf, false, false, true, &faults)) {
-        return Fail("holds no tree, or several");
+        return Fail("holds no tree of nodes, or several");
     }
     if (!faults.empty()) {
         for (std::size_t i = 0; i < mNodes.GetJointCount(); ++i) {
@@ -273,7 +273,7 @@ bool ClipStoreReader::ReadTree()
         }
     }
     for (const GlissaStoreFault& fault : faults) {
-        if (!TakeFault(fault)) {
+        if (!AddFault(fault)) {
             return false;
         }
     }
@@ -282,7 +282,7 @@ bool ClipStoreReader::ReadTree()
             Fail("the tree has a layer that is not in the list"));
 }
 
-// As the curves are named: "Hips/R/Z". Empty for the node above the joints.
+// The path of a node in the form of the curve names, "Hips/R/Z". Empty for the root.
 std::string ClipStoreReader::PathOf(GlissaNode& pNode) const
 {
     std::string path;
@@ -303,8 +303,8 @@ std::string ClipStoreReader::InLayer(const std::string& pPath, int pLayer) const
     return layer ? pPath + '@' + layer->mName : pPath;
 }
 
-// False for what makes the whole file unusable.
-bool ClipStoreReader::TakeFault(const GlissaStoreFault& pFault)
+// Lists a fault. False, with the error set, for one that makes the file unusable.
+bool ClipStoreReader::AddFault(const GlissaStoreFault& pFault)
 {
     std::string path = PathOf(*pFault.mNode);
     const std::string channel(pFault.mChannel.GetView());
@@ -347,7 +347,7 @@ bool ClipStoreReader::TakeFault(const GlissaStoreFault& pFault)
     }
 }
 
-// Joints come in the order of the clip, as the tree was made of them.
+// The tree was made from the joints, so its nodes are visited in their order.
 std::string ClipStoreReader::NameOf(GlissaNode& pNode, const std::string& pParent)
 {
     if (mNextJoint < mNodes.GetJointCount() && mNodes.GetJoint(mNextJoint) == &pNode) {
@@ -360,7 +360,7 @@ std::string ClipStoreReader::NameOf(GlissaNode& pNode, const std::string& pParen
 bool ClipStoreReader::CheckNode(GlissaNode& pNode, int pLayer, const std::string& pPath)
 {
     if (pNode.GetLayerID() != pLayer) {
-        return Fail("node " + pPath + ": is of another layer than the node above it");
+        return Fail("node " + pPath + ": is not of the layer of its parent");
     }
     if (const Glissa* const curve = pNode.FCurveGet()) {
         const std::string name = InLayer(pPath, pLayer);
@@ -405,9 +405,9 @@ bool ClipStoreReader::ReadCurves()
 bool ClipStoreReader::ReadCurve(const std::string& pName, Glissa& pCurve)
 {
     std::string name;
-    if (!mTdf.FieldReadBegin("Curve") || !Text(name) || name != pName ||
+    if (!mTdf.FieldReadBegin("Curve") || !ReadText(name) || name != pName ||
         !mTdf.FieldReadBlockBegin()) {
-        return Fail("curve " + pName + ": expected here, found " + TextScanner::Quote(name));
+        return Fail("curve " + pName + ": expected, found " + TextScanner::Quote(name));
     }
     int storedKeys = 0;
     if (!pCurve.TdfRetrieve(&mTdf, false, true, &storedKeys)) {
@@ -429,7 +429,7 @@ void ClipStoreReader::CheckCurve(const std::string& pName, const Glissa& pCurve)
         mStored.mFaults.push_back("curve " + pName + ": " + pText);
     };
     if (!std::isfinite(curve.GetValue())) {
-        fault("the default value is no finite number");
+        fault("the default value is not finite");
     }
     for (int i = 0; i < curve.KeyGetCount(); ++i) {
         const KPriFCurveKeyAttr& attributes = *curve.InternalPriKeyAttrGetPtr(i);
@@ -443,8 +443,7 @@ void ClipStoreReader::CheckCurve(const std::string& pName, const Glissa& pCurve)
                 : nullptr;
         if (what) {
             fault("key " + std::to_string(i) + " at tick " +
-                  std::to_string(curve.KeyGetTime(i).Get()) + ": the " + what +
-                  " is no finite number");
+                  std::to_string(curve.KeyGetTime(i).Get()) + ": the " + what + " is not finite");
         }
     }
 }

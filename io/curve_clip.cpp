@@ -11,7 +11,7 @@ CurveClip::CurveClip(const Clip& pClip, KTime pStart) : CurveClip(pClip, NodeCli
         Glissa& curve = *mCurves[i].mCurve;
         curve.InitBuffers(pClip.mFrameCount, true);
         for (int frame = 0; frame < pClip.mFrameCount; ++frame) {
-            // Within a float's range, as the clip promises.
+            // The values of a clip are within the range of a float.
             curve.KeyAppendFast(pStart + pClip.GetTime(frame),
                                 static_cast<float>(pClip.GetValue(frame, static_cast<int>(i))));
         }

@@ -18,19 +18,19 @@ struct ClipCurve
     std::string mName;
     int mJoint = -1;  ///< index in the clip that the curve was made from
     EClipChannel mChannel = eClipPositionX;
-    Glissa* mCurve = nullptr;  ///< that of the channel's node
+    Glissa* mCurve = nullptr;  ///< the curve of the node of the channel
 };
 
 /// The curves of a clip, one for each channel, in the order of the channels, and the tree of nodes
-/// in which they hang and which owns them. Moved and not copied.
+/// that owns them. Can be moved, not copied.
 class CurveClip
 {
 public:
     CurveClip() = default;
-    /// A key of the default shape (cubic, auto) for each frame. pStart is the time of frame 0.
-    /// Every curve has the clip's frame count of keys, with equal times across the curves.
+    /// Makes a key with default tangents (cubic, auto) for each frame and channel. pStart is the
+    /// time of frame 0.
     explicit CurveClip(const Clip& pClip, KTime pStart = KTime());
-    /// Takes over a tree that was made of the same clip.
+    /// Takes a tree that was made from the same clip.
     CurveClip(const Clip& pClip, NodeClip pNodes);
 
     std::vector<ClipCurve>& GetCurves() { return mCurves; }
@@ -38,7 +38,7 @@ public:
     NodeClip& GetNodes() { return mNodes; }
     const NodeClip& GetNodes() const { return mNodes; }
 
-    /// The curve of exactly that name, or null.
+    /// The curve of exactly this name, or null.
     const ClipCurve* Find(std::string_view pName) const;
 
 private:

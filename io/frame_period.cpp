@@ -8,8 +8,7 @@
 
 namespace
 {
-// Rates that equipment and programs use. No more than that: each further rate takes short numbers
-// away from its neighbours.
+// Rates in common use. Further rates would take short numbers away from these.
 constexpr std::int64_t kRates[] = {10,  12,  15,  20,  24,  25,  30,  48,  50,  60,
                                    72,  75,  90,  96,  100, 120, 125, 144, 150, 180,
                                    200, 240, 250, 300, 360, 480, 500, 600, 960, 1000};
@@ -33,8 +32,8 @@ static_assert(AllDivide());
 
 constexpr double kSameNumber = 2e-5;
 
-// The digits of a decimal between the first and the last that is not 0, and the value of a unit in
-// the last one: ".0083300" has 3 and 1e-5.
+// The number of digits from the first to the last that is not 0, and the unit of the last one:
+// ".0083300" has 3 and 1e-5.
 struct Digits
 {
     int mCount = 0;
@@ -47,14 +46,14 @@ Digits ReadDigits(std::string_view pText)
     int significant = 0;
     int place = 0;
     int lastPlace = 0;
-    bool afterPoint = false;
+    bool isFraction = false;
     int exponent = 0;
     for (std::size_t i = 0; i < pText.size(); ++i) {
         const char each = pText[i];
         if (each == '.') {
-            afterPoint = true;
+            isFraction = true;
         } else if (each >= '0' && each <= '9') {
-            place -= afterPoint ? 1 : 0;
+            place -= isFraction ? 1 : 0;
             significant += significant > 0 || each != '0' ? 1 : 0;
             if (each != '0') {
                 digits.mCount = significant;
@@ -70,8 +69,8 @@ Digits ReadDigits(std::string_view pText)
     return digits;
 }
 
-// The ticks of the rate in a table whose exact period fits, else 0. The rates of a table are so far
-// apart that a number fits one of them at most.
+// The period in ticks of the rate whose exact period pFits accepts, or 0. At most one does: the
+// rates of a table are far enough apart.
 template <std::size_t N, typename Fits>
 std::int64_t FindIn(const std::int64_t (&pRates)[N], std::int64_t pThousandths, Fits pFits)
 {
@@ -98,7 +97,7 @@ KTime FramePeriodFromText(double pSeconds, std::string_view pText)
     std::int64_t found = FindPeriod(
         [&](double pExact) { return std::fabs(pSeconds - pExact) <= kSameNumber * pExact; });
     if (found == 0 && digits.mCount >= 2) {
-        // A little more than a half, for the rounding of the difference itself.
+        // Slightly more than a half, since the difference is rounded too.
         found = FindPeriod([&](double pExact) {
             return std::fabs(pSeconds - pExact) <= 0.5000001 * digits.mUnit;
         });

@@ -18,7 +18,7 @@ void WriteInt(KTdf& pTdf, const char* pName, int pValue)
     pTdf.FieldWriteEnd();
 }
 
-// A number of 0 to pMost.
+// Reads a number from 0 to pMost.
 bool ReadUpTo(KTdf& pTdf, const char* pName, int pMost, int& pValue)
 {
     pValue = pTdf.FieldReadI(pName, -1);
@@ -44,11 +44,11 @@ bool ReadLayer(KTdf& pTdf, HostLayer& pLayer)
     pLayer.mMuted = muted != 0;
     pLayer.mLocked = locked != 0;
     const Glissa& weight = *pLayer.mWeight;
-    bool finite = std::isfinite(weight.GetValue());
+    bool isFinite = std::isfinite(weight.GetValue());
     for (int i = 0; i < weight.KeyGetCount(); ++i) {
-        finite = finite && std::isfinite(weight.KeyGetValue(i));
+        isFinite = isFinite && std::isfinite(weight.KeyGetValue(i));
     }
-    return finite;
+    return isFinite;
 }
 }  // namespace
 
@@ -101,17 +101,17 @@ HostLayer* HostLayers::Find(std::string_view pName) const
 
 bool HostLayers::AttachTo(GlissaNode& pRoot) const
 {
-    bool known = true;
+    bool isKnown = true;
     for (GlissaNode* node = &pRoot; node; node = node->LayerGet()) {
         const int id = node->GetLayerID();
         const HostLayer* const layer = Find(id);
-        known = known && (layer || id == 0);
+        isKnown = isKnown && (layer || id == 0);
         node->SetLayerInfo(GlissaLayerInfo(id, layer));
         for (int i = 0; i < node->GetCount(); ++i) {
-            known = AttachTo(*node->Get(i)) && known;
+            isKnown = AttachTo(*node->Get(i)) && isKnown;
         }
     }
-    return known;
+    return isKnown;
 }
 
 void HostLayers::Store(KTdf& pTdf) const
@@ -142,11 +142,11 @@ bool HostLayers::Retrieve(KTdf& pTdf, std::string& pReason)
         const int id = pTdf.FieldReadGetType() == KTdf::kTypeInt ? pTdf.FieldReadI() : 0;
         auto layer = std::make_unique<HostLayer>(id, std::string(pTdf.FieldReadS().GetView()));
         if (id <= last) {
-            pReason = "its id does not lie above that of the layer before";
+            pReason = "its id is not greater than that of the layer before it";
         } else if (layer->mName.empty() || Find(layer->mName)) {
-            pReason = "its name is empty, or that of another layer";
+            pReason = "its name is empty or that of another layer";
         } else if (!ReadLayer(pTdf, *layer)) {
-            pReason = "mode, state or weight makes no sense";
+            pReason = "its mode, state or weight is missing or invalid";
         }
         if (!pReason.empty()) {
             pReason = "layer " + std::to_string(mLayers.size()) + ": " + pReason;

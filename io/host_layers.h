@@ -14,14 +14,14 @@
 class GlissaNode;
 class KTdf;
 
-/// Ends a curve that a host owns itself.
+/// Destroys a curve that a host owns.
 struct HostCurveDestroyer
 {
     void operator()(Glissa* pCurve) const { pCurve->Destroy(); }
 };
 using HostCurvePointer = std::unique_ptr<Glissa, HostCurveDestroyer>;
 
-/// A layer as this host keeps it.
+/// A layer of this host.
 struct HostLayer final : GlissaLayer
 {
     int mId = 0;
@@ -47,29 +47,29 @@ struct HostLayer final : GlissaLayer
 /// "additive", "override" or "passthrough".
 const char* LayerModeName(eLayerMode pMode);
 
-/// The layers of a clip in ascending order of id, which is above 0. They stay where they are while
-/// the list changes or moves: nodes point to them.
+/// The layers of a clip in ascending order of id, from 1. Their addresses do not change when the
+/// list changes or is moved: nodes point to them.
 class HostLayers
 {
 public:
-    /// Behind the others. The name is the caller's to keep unique.
+    /// Appends a layer. The caller makes sure that the name is unique.
     HostLayer& Add(std::string pName);
-    /// No node may point to the layer any more.
+    /// Removes a layer, which no node may point to.
     void Remove(int pId);
-    /// Null where there is none.
+    /// Null if there is none.
     HostLayer* Find(int pId) const;
     HostLayer* Find(std::string_view pName) const;
     const std::vector<std::unique_ptr<HostLayer>>& GetAll() const { return mLayers; }
 
-    /// Gives every node of a tree and of its chains the layer of its id. False where a node is of a
+    /// Connects each node of a tree, in all layers, to the layer of its id. False if a node is of a
     /// layer that is not in the list.
     bool AttachTo(GlissaNode& pRoot) const;
 
-    /// A field "Layer" for each: id and name, and a block of mode, rotation mode, mute, lock and
-    /// weight curve.
+    /// Writes a field "Layer" for each layer: id and name, and a block with mode, rotation mode,
+    /// muted and locked state and weight curve.
     void Store(KTdf& pTdf) const;
-    /// Reads these fields of the open block into an empty list. False, and why, where one of them
-    /// makes no sense.
+    /// Reads these fields of the current block into an empty list. False, with the reason, if one
+    /// of them is invalid.
     bool Retrieve(KTdf& pTdf, std::string& pReason);
 
 private:

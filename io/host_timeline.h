@@ -8,18 +8,18 @@
 
 #include <set>
 
-/// A clip on a track of a timeline: places the animation of the nodes that hold it. Ends itself
-/// when the last holder lets go; whoever made it is the first holder.
+/// A clip on a track of a timeline, which places the animation of its nodes in time. Counted: its
+/// maker has the first reference, and it destroys itself when the last one is released.
 class HostClipPlace final : public IGlissaETI
 {
 public:
-    KTime mStart;     ///< of the active span, in the clip's time
+    KTime mStart;     ///< start of the active span, in the time of the clip
     KTime mOffset;    ///< on the timeline
-    KTime mDuration;  ///< of the active span
+    KTime mDuration;  ///< length of the active span
     KTime mTrim;      ///< cut off at the start
     double mSpeed = 1.0;
     bool mSelected = false;
-    bool mEnabled = true;  ///< false: as if the clip were not on the track
+    bool mEnabled = true;  ///< false: the clip has no effect
     KgeRGBVector mColor;
 
     IObject* IQuery(unsigned long pId, int) override
@@ -27,10 +27,10 @@ public:
         return pId == kIQueryObject ? this : nullptr;
     }
     void Destroy(int) override { ReleaseReference(); }
-    void AddReference() override { ++mHolders; }
+    void AddReference() override { ++mReferences; }
     void ReleaseReference() override
     {
-        if (--mHolders == 0) {
+        if (--mReferences == 0) {
             delete this;
         }
     }
@@ -46,10 +46,10 @@ public:
 private:
     ~HostClipPlace() = default;
 
-    int mHolders = 1;
+    int mReferences = 1;
 };
 
-/// Which properties a user has locked.
+/// The properties that a user has locked.
 class HostLocks final : public ILockQuery
 {
 public:

@@ -7,7 +7,7 @@
 
 namespace
 {
-// The bytes of a character after the first one.
+// A byte of a UTF-8 character after the first one.
 bool IsContinuation(char pChar)
 {
     return (static_cast<unsigned char>(pChar) & 0xC0) == 0x80;
@@ -22,9 +22,8 @@ std::size_t AfterCharacter(std::string_view pName, std::size_t pAt)
 }
 }  // namespace
 
-// Only the last star can still be open: where the rest does not fit behind it, it takes one more
-// character. What stands before the last star fitted at the earliest place, and a later one would
-// leave less of the name to the rest.
+// Backtracks to the last star only, which then takes one more character. The pattern before it has
+// matched at the earliest place; a later place would leave less of the name for the rest.
 bool NameMatches(std::string_view pPattern, std::string_view pName)
 {
     constexpr std::size_t kNone = std::string_view::npos;

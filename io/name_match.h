@@ -8,15 +8,15 @@
 #include <string_view>
 #include <vector>
 
-/// Whether a pattern covers a whole name, case and all.
+/// Whether a pattern matches a whole name. Case matters.
 ///
-/// '*' stands for any run of characters, also none and also across '/', so that "Hips/*" names all
-/// curves of Hips and "*/R/?" all rotations. '?' stands for one character (of UTF-8 text: one code
-/// point), '\' takes the next character of the pattern as itself. Everything else is itself.
+/// '*' matches any number of characters, '/' included, so that "Hips/*" matches all curves of Hips
+/// and "*/R/?" all rotations. '?' matches one character (a code point of UTF-8). '\' makes the next
+/// character of the pattern literal. All other characters match themselves.
 /// Cost: at most pattern length times name length; allocates nothing.
 bool NameMatches(std::string_view pPattern, std::string_view pName);
 
-/// Indexes of the names that a pattern covers, in their order. A pattern that is one of the names
-/// means that name alone, whatever characters it holds.
+/// Indexes of the names that a pattern matches, in order. A pattern that equals one of the names
+/// matches only that name, whatever characters it contains.
 std::vector<std::size_t> MatchNames(std::string_view pPattern,
                                     const std::vector<std::string>& pNames);

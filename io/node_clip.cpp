@@ -20,9 +20,9 @@ struct NoCaseLess
 };
 using Names = std::set<std::string, NoCaseLess>;
 
-// Nodes are found by name without regard to case, and a store knows "T", "R" and "S" for the local
-// transforms, so each child of a node needs a name that is neither.
-std::string TakeName(Names& pTaken, const std::string& pAddress)
+// Nodes are found by name without regard to case, and "T", "R" and "S" are the names of the local
+// transforms in a store. So the names of the children must differ from these and in more than case.
+std::string UniqueName(Names& pTaken, const std::string& pAddress)
 {
     const std::string base = pAddress.c_str();
     std::string name = base;
@@ -50,7 +50,7 @@ GlissaNode* AddTransform(GlissaNode& pJoint, KDataType* pType, const char* pName
     return node;
 }
 
-bool Moves(const ClipJoint& pJoint, bool pRotation)
+bool HasChannels(const ClipJoint& pJoint, bool pRotation)
 {
     return std::any_of(pJoint.mChannels.begin(), pJoint.mChannels.end(),
                        [pRotation](EClipChannel pEach) { return IsRotation(pEach) == pRotation; });
@@ -67,16 +67,16 @@ NodeClip::NodeClip(const Clip& pClip)
             joint.mParent < 0 ? mRoot.get() : mJoints[static_cast<std::size_t>(joint.mParent)];
         Names& names = taken.emplace(parent, Names{"T", "R", "S"}).first->second;
         GlissaNode* const node =
-            AddNew(*parent, GlissaNodeCreate(TakeName(names, joint.mAddress).c_str(), nullptr,
+            AddNew(*parent, GlissaNodeCreate(UniqueName(names, joint.mAddress).c_str(), nullptr,
                                              eLayerTypeValue, GlissaLayerInfo::Base));
         node->SetTimeWarpName(joint.mName.c_str());
         mJoints.push_back(node);
-        if (Moves(joint, false)) {
+        if (HasChannels(joint, false)) {
             GlissaNode* const translation = AddTransform(*node, KDataTypeLclTranslation, "T");
             double offset[3] = {joint.mOffset[0], joint.mOffset[1], joint.mOffset[2]};
             translation->SetValue(offset);
         }
-        if (Moves(joint, true)) {
+        if (HasChannels(joint, true)) {
             AddTransform(*node, KDataTypeLclRotation, "R")->SetRotationOrder(joint.mRotationOrder);
         }
         for (const EClipChannel channel : joint.mChannels) {

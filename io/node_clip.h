@@ -11,30 +11,32 @@
 #include <string>
 #include <vector>
 
-/// The tree of a clip's motion: a node for each joint, in the hierarchy of the joints, and first
-/// below it "T" (local translation) and "R" (local rotation, in the joint's order) where the joint
-/// has channels of the kind, each with X, Y and Z. The layers of "T" and "R" are among GetLayers.
+/// The tree of nodes of a clip: a node for each joint, in the hierarchy of the joints. Its first
+/// children are "T" (local translation) and "R" (local rotation, in the rotation order of the
+/// joint), each with X, Y and Z, if the joint has channels of that kind. The layers of "T" and "R"
+/// are in GetLayers.
 ///
-/// Every leaf has a curve. Those of the clip's channels are without keys until somebody fills them;
-/// an axis that has no channel stays at the joint's offset, or at 0 degrees.
+/// Each leaf has a curve without keys. The value of an axis without a channel is the offset of the
+/// joint, or 0 degrees.
 class NodeClip
 {
 public:
-    /// No tree at all.
+    /// Without a tree.
     NodeClip() = default;
     explicit NodeClip(const Clip& pClip);
 
-    /// Above the joints. Its children are the roots of the clip.
+    /// Parent of the root joints.
     GlissaNode* GetRoot() const { return mRoot.get(); }
-    /// By index in the clip. A node is called by the joint's address, and shows the joint's name.
+    /// By index in the clip. The name of the node is the address of the joint, its time warp name
+    /// the name of the joint.
     GlissaNode* GetJoint(std::size_t pJoint) const { return mJoints[pJoint]; }
     std::size_t GetJointCount() const { return mJoints.size(); }
-    /// "T" or "R" of a joint, null where it has none.
+    /// "T" or "R" of a joint, or null.
     GlissaNode* GetTransform(std::size_t pJoint, KDataType* pType) const;
     /// The leaf of a channel that the joint has.
     GlissaNode* GetChannel(std::size_t pJoint, EClipChannel pChannel) const;
 
-    /// "Hips/T", "Hips/R" and so on: what layers can be on.
+    /// A node that can have layers, "Hips/T" or "Hips/R".
     struct NamedNode
     {
         std::string mName;

@@ -9,14 +9,14 @@
 #include <utility>
 #include <variant>
 
-/// Why a file could not be read: which file, where in it, and the reason as a sentence.
+/// Why a file could not be read: file, line and reason.
 struct IoError
 {
     std::string mFile;
-    std::int64_t mLine = 0;  ///< 1 is the first line; 0 where no line is to blame
+    std::int64_t mLine = 0;  ///< from 1; 0 if the error has no line
     std::string mReason;
 
-    /// "walk.bvh:12: reason", without the line where there is none.
+    /// "walk.bvh:12: reason", or "walk.bvh: reason" without a line.
     std::string GetText() const
     {
         std::string text = mFile;
@@ -29,7 +29,7 @@ struct IoError
     }
 };
 
-/// What a reader gives back: the value, or the error. Ask before either is taken.
+/// The result of a reader: a value or an error. Test it before accessing either.
 template <typename T>
 class IoResult
 {
@@ -37,7 +37,7 @@ public:
     IoResult(T pValue) : mContent(std::move(pValue)) {}
     IoResult(IoError pError) : mContent(std::move(pError)) {}
 
-    /// True when there is a value.
+    /// Whether there is a value.
     explicit operator bool() const { return mContent.index() == 0; }
 
     T& operator*() { return Value(); }

@@ -13,7 +13,7 @@
 
 namespace
 {
-// An endless device must not eat the memory. No motion file that people exchange comes near.
+// A limit for devices that have no end. Motion files are far smaller.
 constexpr std::size_t kGreatestFile = std::size_t{1} << 31;
 constexpr std::size_t kFirstBlock = std::size_t{1} << 16;
 
@@ -27,7 +27,7 @@ IoError Fail(const std::string& pPath, std::string pReason)
     return {pPath, 0, std::move(pReason)};
 }
 
-// The size that the file system names is a hint for the first block: what is really there decides.
+// The size of the first block. The file is read to its end, whatever its size was before.
 std::size_t SizeHint(const std::string& pPath)
 {
     std::error_code error;

@@ -7,6 +7,6 @@
 
 #include <string>
 
-/// The bytes of a file, read whole; a pipe is read to its end. Refused with a reason: a file that
-/// is absent or may not be read, a directory, a read error, more than 2 GiB.
+/// Reads all bytes of a file or a pipe. An error for a file that does not exist or cannot be read,
+/// a directory, a failed read, and more than 2 GiB.
 IoResult<std::string> ReadTextFile(const std::string& pPath);

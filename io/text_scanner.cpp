@@ -22,35 +22,35 @@ bool IsDigit(char pChar)
     return pChar >= '0' && pChar <= '9';
 }
 
-// Whether a decimal that no double holds is too small rather than too large. The place of its
-// first digit that is not 0, moved by the exponent, tells: it is hundreds away from the point.
+// Whether a decimal outside the range of double is too small, not too large: the place of its first
+// digit that is not 0, plus the exponent, is negative.
 bool IsTooSmall(std::string_view pNumber)
 {
     std::int64_t place = 0;
-    bool afterPoint = false;
+    bool isFraction = false;
     bool found = false;
     std::size_t i = 0;
     for (; i < pNumber.size() && Lower(pNumber[i]) != 'e'; ++i) {
         if (pNumber[i] == '.') {
-            afterPoint = true;
+            isFraction = true;
         } else if (IsDigit(pNumber[i])) {
             found = found || pNumber[i] != '0';
-            if (afterPoint && !found) {
+            if (isFraction && !found) {
                 --place;
-            } else if (!afterPoint && found) {
+            } else if (!isFraction && found) {
                 ++place;
             }
         }
     }
     std::int64_t exponent = 0;
-    const bool negative = i + 1 < pNumber.size() && pNumber[i + 1] == '-';
+    const bool isNegative = i + 1 < pNumber.size() && pNumber[i + 1] == '-';
     for (++i; i < pNumber.size(); ++i) {
         if (IsDigit(pNumber[i])) {
-            // Stops growing far beyond what the length of a text can make good.
+            // The limit is far beyond the length of any text, so the sign of the sum is right.
             exponent = std::min<std::int64_t>(exponent * 10 + (pNumber[i] - '0'), 1LL << 40);
         }
     }
-    return place + (negative ? -exponent : exponent) < 0;
+    return place + (isNegative ? -exponent : exponent) < 0;
 }
 }  // namespace
 
@@ -91,7 +91,7 @@ bool TextScanner::TakeWord(std::string_view pWord)
     if (GetRemaining() < length || !SameText(std::string_view(mCursor, length), pWord)) {
         return false;
     }
-    // "Frames:" is a word with a colon behind it, "FramesPerSecond" is another word.
+    // "Frames:" is the word and a colon, "FramesPerSecond" is another word.
     if (GetRemaining() > length && mCursor[length] != ':' && !EndsWord(mCursor[length])) {
         return false;
     }
@@ -143,7 +143,7 @@ EScan TextScanner::TakeNumber(double& pValue)
     if (error == std::errc::invalid_argument || (stop != mEnd && !EndsWord(*stop))) {
         return eScanNotANumber;
     }
-    // A word (inf, nan) ends with a letter or a bracket, a number with a digit or its point.
+    // "inf" and "nan(...)" end with a letter or a bracket, a number with a digit or the point.
     if (!IsDigit(stop[-1]) && stop[-1] != '.') {
         return eScanNotFinite;
     }
@@ -153,7 +153,7 @@ EScan TextScanner::TakeNumber(double& pValue)
         }
         value = 0.0;
     }
-    // Written so that an infinity made from digits is refused as well.
+    // The negation also refuses an infinity that resulted from digits.
     if (!(std::fabs(value) <= static_cast<double>(FLT_MAX))) {
         return eScanTooLarge;
     }

@@ -8,21 +8,21 @@
 #include <string>
 #include <string_view>
 
-/// What stood where a number was looked for.
+/// Result of TakeNumber.
 enum EScan : int
 {
     eScanNumber,
-    eScanNotANumber,  ///< nothing, or something else, or a number with something stuck to it
-    eScanNotFinite,   ///< infinity or not-a-number, spelled as a word
-    eScanTooLarge     ///< beyond the range of a float, which is what a key value can hold
+    eScanNotANumber,  ///< no number, or one with other characters attached
+    eScanNotFinite,   ///< "inf" or "nan"
+    eScanTooLarge     ///< beyond the range of a float, the type of key values
 };
 
-/// A cursor over text held by somebody else: words, numbers, lines. Lines end with LF, CR LF or a
-/// lone CR. Letters are compared without regard to ASCII case.
+/// A cursor that reads words, numbers and lines from a text that it does not own. Lines end with
+/// LF, CR LF or CR. Words are compared without regard to the case of ASCII letters.
 class TextScanner
 {
 public:
-    /// A byte order mark at the start is passed over.
+    /// Skips a byte order mark at the start.
     explicit TextScanner(std::string_view pText);
 
     bool AtEnd() const { return mCursor == mEnd; }
@@ -32,32 +32,32 @@ public:
     std::int64_t GetLine() const { return mLine; }
     std::size_t GetRemaining() const { return static_cast<std::size_t>(mEnd - mCursor); }
 
-    /// Passes blanks, but no line end.
+    /// Skips blanks, but no line end.
     void SkipBlanks()
     {
         while (mCursor != mEnd && IsBlank(*mCursor)) {
             ++mCursor;
         }
     }
-    /// Passes blanks and line ends.
+    /// Skips blanks and line ends.
     void SkipSpace();
-    /// Passes one line end, where the cursor is at one.
+    /// Skips one line end if the cursor is at one.
     void SkipLineEnd();
 
-    /// Passes a word and answers true, where that word stands at the cursor and ends there.
+    /// Reads this word, if it is the next one.
     bool TakeWord(std::string_view pWord);
-    /// Passes a character and answers true, where it stands at the cursor.
+    /// Reads this character, if it is the next one.
     bool TakeChar(char pChar);
-    /// Passes everything up to a blank, a line end or a brace.
+    /// Reads up to a blank, a line end or a brace.
     std::string_view TakeToken();
-    /// Passes the rest of the line up to a brace that opens, and gives it without blanks around.
+    /// Reads the rest of the line up to an opening brace, without the blanks at both ends.
     std::string_view TakeLabel();
-    /// Passes a number that a blank, a line end or a closing brace ends: decimal, with or without
-    /// sign ('+' too), digits before the point, digits after it, exponent. Too small for a double
-    /// is 0. pValue is written for eScanNumber only; the cursor moves for eScanNumber only.
+    /// Reads a decimal number that ends at a blank, a line end or a brace. A sign ('+' too), digits
+    /// on either side of the point and an exponent are optional. A number too small for a double is
+    /// 0. Only for eScanNumber is pValue set and the cursor moved.
     EScan TakeNumber(double& pValue);
 
-    /// What stands at the cursor, for a message: quoted, cut short, other than ASCII escaped.
+    /// The next word for a message: quoted, shortened, with escapes for all but printable ASCII.
     std::string Quote() const;
     static std::string Quote(std::string_view pText);
 

@@ -18,7 +18,7 @@ Clip Parse(const std::string& pText)
     return clip ? std::move(*clip) : Clip();
 }
 
-TEST(BvhReader, KeepsHierarchyOffsetsAndChannelsAsTheyStand)
+TEST(BvhReader, KeepsHierarchyOffsetsAndChannels)
 {
     const Clip clip =
         Parse("HIERARCHY\n"
@@ -37,39 +37,38 @@ TEST(BvhReader, KeepsHierarchyOffsetsAndChannelsAsTheyStand)
               "MOTION\nFrames: 2\nFrame Time: 0.04\n"
               "1 2 3 4 5 6 7 8 9 10 11\n"
               "21 22 23 24 25 26 27 28 29 30 31\n");
-    ASSERT_EQ(4u, clip.mJoints.size());
-    const ClipJoint& hips = clip.mJoints[0];
-    const ClipJoint& leg = clip.mJoints[1];
-    EXPECT_EQ((std::array<double, 3>{1.0, -2.5, 30.0}), hips.mOffset);
-    EXPECT_EQ((std::vector<EClipChannel>{eClipRotationZ, eClipRotationX, eClipRotationY,
-                                         eClipPositionX, eClipPositionY, eClipPositionZ}),
-              hips.mChannels);
-    const int parents[] = {-1, 0, 1, -1};
-    const int columns[] = {0, 6, 10, 10};
-    for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(parents[i], clip.mJoints[i].mParent) << i;
-        EXPECT_EQ(columns[i], clip.mJoints[i].mFirstChannel) << i;
-    }
-    ASSERT_EQ(2u, leg.mEndSites.size());
-    EXPECT_EQ("Site", leg.mEndSites[0].mLabel);
-    EXPECT_EQ(0, leg.mEndSites[0].mChildrenBefore);
-    EXPECT_EQ("Heel", leg.mEndSites[1].mLabel);
-    EXPECT_EQ(1, leg.mEndSites[1].mChildrenBefore);
-    EXPECT_EQ(-1.0, leg.mEndSites[1].mOffset[2]);
-
-    EXPECT_EQ(11, clip.mChannelCount);
-    ASSERT_EQ(2, clip.mFrameCount);
-    EXPECT_EQ(1.0, clip.GetValue(0, 0));
-    EXPECT_EQ(27.0, clip.GetValue(1, leg.mFirstChannel));
+    const std::vector<ClipJoint> joints = {
+        {"Hips",
+         "Hips",
+         -1,
+         {1.0, -2.5, 30.0},
+         {eClipRotationZ, eClipRotationX, eClipRotationY, eClipPositionX, eClipPositionY,
+          eClipPositionZ},
+         0,
+         3,
+         {}},
+        {"Leg",
+         "Leg",
+         0,
+         {0.0, 1.0, 0.0},
+         {eClipPositionY, eClipRotationX, eClipRotationY, eClipRotationZ},
+         6,
+         5,
+         {{"Site", {0.0, -1.0, 0.0}, 0}, {"Heel", {0.0, 0.0, -1.0}, 1}}},
+        {"Toe", "Toe", 1, {0.0, 0.0, 1.0}, {}, 10, 0, {}},
+        {"Prop", "Prop", -1, {}, {eClipPositionZ}, 10, 0, {}},
+    };
+    EXPECT_TRUE(joints == clip.mJoints);
+    ASSERT_EQ(22u, clip.mValues.size());
+    EXPECT_EQ(27.0, clip.GetValue(1, 6));
     EXPECT_EQ(31.0, clip.GetValue(1, 10));
     EXPECT_EQ(5644800, clip.GetTime(1).Get());
-    EXPECT_EQ("Leg/T/Y", clip.GetCurveName(leg, 0));
-    EXPECT_EQ("Hips/R/Z", clip.GetCurveName(hips, 0));
+    EXPECT_EQ("Leg/T/Y", clip.GetCurveName(clip.mJoints[1], 0));
 }
 
-TEST(BvhReader, UnderstandsTheWaysThatFilesAreWritten)
+TEST(BvhReader, ReadsTheVariantsOfTheFormat)
 {
-    // Each says the same: one joint, two frames, 1 2 and -3 0.5.
+    // The same clip in each: one joint and two frames, 1 2 and -3 0.5.
     const char* const texts[] = {
         "HIERARCHY\nROOT a b:c\n{\nOFFSET 0 0 0\nCHANNELS 2 Xposition Zrotation\n}\n"
         "MOTION\nFrames: 2\nFrame Time: 0.0333333\n1 2\n-3 0.5\n",
@@ -84,7 +83,7 @@ TEST(BvhReader, UnderstandsTheWaysThatFilesAreWritten)
         // one line for the hierarchy, signs and exponents
         "HIERARCHY ROOT a b:c {OFFSET 0 0 0 CHANNELS 2 Xposition Zrotation}"
         "MOTION Frames:2\nFrame Time:+3.33333e-02\n+1. .2E+1\n-30e-1 5.e-1\n",
-        // frames that go on over line ends
+        // frames that span lines
         "HIERARCHY\nROOT a b:c{\nOFFSET 0 0 0\nCHANNELS 2\nXposition\nZrotation\n}\n"
         "MOTION\nFrames: 2\nFrame Time: 0.033333335\n1\n2\n\n-3\n0.5",
     };
@@ -107,7 +106,7 @@ TEST(BvhReader, MakesAddressesUnique)
     for (const char* const name : names) {
         text += std::string("ROOT ") + name + "\n{ OFFSET 0 0 0 }\n";
     }
-    // A root may also stand without a blank behind the keyword.
+    // No blank is needed after the keyword.
     const Clip clip = Parse(text + "ROOT{OFFSET 0 0 0}MOTION\nFrames: 0\nFrame Time: 0.01\n");
     const char* const addresses[] = {"A",      "A#3",    "A#2",      "Joint3", "A#4",
                                      "Joint5", "Joint6", "Joint5#2", "A#2#2",  "Joint9"};
@@ -151,7 +150,7 @@ TEST(BvhReader, RotationOrderIsTheReverseOfTheChannels)
         ASSERT_EQ(1u, clip.mJoints.size());
         const ClipJoint& joint = clip.mJoints[0];
         EXPECT_EQ(each.order, joint.mRotationOrder);
-        // On a column vector the rightmost channel turns first.
+        // On column vectors the rightmost channel is applied first.
         double angles[3] = {};
         RefRotation product;
         for (const EClipChannel channel : joint.mChannels) {
@@ -167,7 +166,7 @@ TEST(BvhReader, RotationOrderIsTheReverseOfTheChannels)
     }
 }
 
-TEST(FramePeriod, ARoundedFrameTimeIsTheRateItStandsFor)
+TEST(FramePeriod, ARoundedFrameTimeIsThePeriodOfAKnownRate)
 {
     const std::int64_t second = KTime::kTicksPerSecond;
     const struct
