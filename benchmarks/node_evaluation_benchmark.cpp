@@ -187,6 +187,21 @@ void AdditiveRotation(benchmark::State& pState)
     RunBeside(pState, channels, [&] { return CallCurves(channels, turn); });
 }
 
+// A base under two layers of half weight: a power of a rotation, and a way between two.
+void TwoRotationLayers(benchmark::State& pState)
+{
+    Channels channels(KDataTypeLclRotation, {eLayerModeAdditive, eLayerModeOverridePassthrough},
+                      0.5);
+    RunBeside(pState, channels, [&] { return CallCurves(channels, Nothing); });
+}
+
+void TwoScalingLayers(benchmark::State& pState)
+{
+    Channels channels(KDataTypeLclScaling, {eLayerModeAdditive, eLayerModeOverridePassthrough},
+                      0.5);
+    RunBeside(pState, channels, [&] { return CallCurves(channels, Nothing); });
+}
+
 void QuaternionPath(benchmark::State& pState)
 {
     Channels channels(KDataTypeLclRotation, {}, 1.0);
@@ -274,5 +289,7 @@ void NextKeyTime(benchmark::State& pState)
 BENCHMARK(NoLayers)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(ThreeLayers)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(AdditiveRotation)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(TwoRotationLayers)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(TwoScalingLayers)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(QuaternionPath)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(NextKeyTime)->UseManualTime()->Unit(benchmark::kMillisecond);

@@ -27,6 +27,7 @@ set(CORVEKIT_PUBLIC_HEADERS
     corvekit/event/listener_list.h
     corvekit/event/named_event.h
     corvekit/event/operation.h
+    corvekit/math/elementary.h
     corvekit/math/matrix.h
     corvekit/math/quaternion.h
     corvekit/math/rotation_order.h

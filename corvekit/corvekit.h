@@ -15,6 +15,7 @@
 #include "corvekit/event/named_event.h"
 #include "corvekit/event/operation.h"
 #include "corvekit/export.h"
+#include "corvekit/math/elementary.h"
 #include "corvekit/math/matrix.h"
 #include "corvekit/math/quaternion.h"
 #include "corvekit/math/rotation_order.h"

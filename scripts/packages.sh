@@ -36,6 +36,8 @@ need_packages() {
 # What every build of the project needs.
 build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libfmt-dev libcairo2-dev
     nlohmann-json3-dev)
+# What the tests need besides.
+test_packages=(libgtest-dev libmpfr-dev)
 
 # Configures a preset in build/<preset>. A folder that a checkout elsewhere has left is made anew.
 configure_preset() {

@@ -45,6 +45,7 @@
 // which is kTimeError. A result is correct if it is that of any time within kTimeError, but for its
 // roundings. With weights nearer to 0 and 1 the 15 steps may not do, and no bound holds.
 
+#include "tests/support/accuracy_page.h"
 #include "tests/support/museum.h"
 #include "tests/support/random_curve.h"
 
@@ -53,7 +54,6 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <sstream>
@@ -541,21 +541,6 @@ std::string TableRows(const Findings& pFindings)
     return text.str();
 }
 
-// The rows of all tables of a document, without their headings.
-std::string TableRowsOf(const std::string& pPath)
-{
-    std::ifstream file(pPath);
-    std::string rows;
-    std::string last;
-    bool isBehindHeading = false;
-    for (std::string line; std::getline(file, line);) {
-        isBehindHeading = line.starts_with("|") && (isBehindHeading || last.starts_with("|---"));
-        rows += isBehindHeading ? line + "\n" : "";
-        last = line;
-    }
-    return rows;
-}
-
 TEST(CurveAccuracy, EveryErrorStaysWithinItsBoundAndTheDocumentSaysWhatIsFound)
 {
     const Findings found = MeasureAll();
@@ -565,6 +550,6 @@ TEST(CurveAccuracy, EveryErrorStaysWithinItsBoundAndTheDocumentSaysWhatIsFound)
                                  << " samples";
     }
     EXPECT_EQ(0, found.times[0].beyond) << "largest error " << found.times[0].worst;
-    EXPECT_EQ(TableRowsOf(GLISSA_SOURCE_DIR "/docs/accuracy.md"), TableRows(found));
+    EXPECT_EQ(AccuracyRows(false), TableRows(found));
 }
 }  // namespace
