@@ -12,16 +12,19 @@
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/add_in_segment.h"
 #include "glissa/utils/held_sides.h"
+#include "glissa/utils/key_rewrite.h"
 #include "glissa/utils/parked_keys.h"
 #include "glissa/utils/span_edits.h"
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 template class KClassFrame<GlissaFilterClamp, GlissaCurveFilter>;
 
 namespace
 {
+const char* const kUnchangedText = "ClampFilter, No key were changed by filter.";
 const char* const kErrors[] = {"No key", "Left unchanged", "Ceiling and Floor values were swapped"};
 
 bool IsBetween(double pValue, double pLow, double pHigh)
@@ -32,6 +35,12 @@ bool IsBetween(double pValue, double pLow, double pHigh)
 bool IsLinear(const Glissa& pCurve, int pIndex)
 {
     return pCurve.KeyGetInterpolation(pIndex) == eInterpolationLinear;
+}
+
+// Of a key at a time.
+int IndexOf(Glissa& pCurve, KTime pTime)
+{
+    return static_cast<int>(pCurve.KeyFind(pTime, nullptr));
 }
 
 // Segments of other tangent modes are left alone.
@@ -152,11 +161,19 @@ struct GlissaFilterClamp::Range
     int behind = 0;
 };
 
+/// A key that becomes constant, with its attributes before that, or after.
+struct GlissaFilterClamp::Held
+{
+    KTime time;
+    KPriFCurveKeyAttr attributes;
+};
+
 /// One limit, as the float that a key can hold, and the side that is beyond it.
 struct GlissaFilterClamp::Limit
 {
     Limit(double pValue, bool pIsCeil) : value(static_cast<float>(pValue)), isCeil(pIsCeil) {}
 
+    bool IsFinite() const { return std::isfinite(value); }
     bool IsBeyond(double pValue) const { return isCeil ? pValue > value : pValue < value; }
     // Whether the clamp takes a key out.
     bool Takes(const Glissa& pCurve, int pIndex) const
@@ -212,8 +229,8 @@ GlissaFilterClamp::Limit GlissaFilterClamp::Floor() const
 
 EGlissaFilterAnswer GlissaFilterClamp::Examine(Glissa& pCurve)
 {
-    const bool isFinite = (!mApplyCeil || std::isfinite(static_cast<float>(mCeil))) &&
-                          (!mApplyFloor || std::isfinite(static_cast<float>(mFloor)));
+    const bool isFinite =
+        (!mApplyCeil || Ceil().IsFinite()) && (!mApplyFloor || Floor().IsFinite());
     if (isFinite && mApplyCeil && mApplyFloor && mFloor > mCeil) {
         std::swap(mFloor, mCeil);
         Refuse(
@@ -223,28 +240,60 @@ EGlissaFilterAnswer GlissaFilterClamp::Examine(Glissa& pCurve)
     const Range range(*this, pCurve);
     if (!isFinite || !((mApplyCeil && HasWork(pCurve, Ceil(), range)) ||
                        (mApplyFloor && HasWork(pCurve, Floor(), range)))) {
-        return RefuseCurve(eFilterUnchanged, "ClampFilter, No key were changed by filter.");
+        return RefuseCurve(eFilterUnchanged, kUnchangedText);
     }
     return eFilterChanges;
 }
 
 bool GlissaFilterClamp::Change(Glissa& pCurve)
 {
-    const Range range(*this, pCurve);
-    bool changed = mApplyCeil && ApplyClamping(pCurve, Ceil(), range);
-    changed = (mApplyFloor && ApplyClamping(pCurve, Floor(), range)) || changed;
     // Keys that were only made constant do not count.
-    return changed || Refuse(eFilterUnchanged, "ClampFilter, No key were changed by filter.");
+    return ApplyLimits(pCurve, mApplyCeil, mApplyFloor) || Refuse(eFilterUnchanged, kUnchangedText);
 }
 
 bool GlissaFilterClamp::ApplyCeilClamping(Glissa& pCurve)
 {
-    return ApplyClamping(pCurve, Ceil(), Range(*this, pCurve));
+    return ApplyOne(pCurve, true);
 }
 
 bool GlissaFilterClamp::ApplyFloorClamping(Glissa& pCurve)
 {
-    return ApplyClamping(pCurve, Floor(), Range(*this, pCurve));
+    return ApplyOne(pCurve, false);
+}
+
+bool GlissaFilterClamp::ApplyOne(Glissa& pCurve, bool pIsCeil)
+{
+    const Limit limit = pIsCeil ? Ceil() : Floor();
+    if (pCurve.IsLocked()) {
+        return false;
+    }
+    if (!limit.IsFinite()) {
+        return Refuse(eFilterUnchanged, kUnchangedText);
+    }
+    return HasWork(pCurve, limit, Range(*this, pCurve)) && ApplyLimits(pCurve, pIsCeil, !pIsCeil);
+}
+
+bool GlissaFilterClamp::ApplyLimits(Glissa& pCurve, bool pCeil, bool pFloor)
+{
+    const KeyModifyBracket bracket(pCurve);
+    const Range range(*this, pCurve);
+    KeyRewrite rewrite(pCurve);
+    Glissa& work = rewrite.Work();
+    std::vector<Held> held;
+    bool changed = pCeil && ApplyClamping(work, Ceil(), range, held);
+    changed = (pFloor && ApplyClamping(work, Floor(), range, held)) || changed;
+    // A change of the interpolation is reported to the host, before and after, with its own curve.
+    for (Held& each : held) {
+        const int index = IndexOf(work, each.time);
+        const KPriFCurveKeyAttr after = work.KeyGet(index).GetKeyAttr();
+        work.KeyAttrSet(index, std::exchange(each.attributes, after));
+    }
+    rewrite.Commit();
+    for (const Held& each : held) {
+        pCurve.KeySetInterpolation(IndexOf(pCurve, each.time), eInterpolationConstant);
+        pCurve.KeyAttrSet(IndexOf(pCurve, each.time), each.attributes);
+    }
+    return changed;
 }
 
 bool GlissaFilterClamp::HasWork(Glissa& pCurve, const Limit& pLimit, const Range& pRange)
@@ -264,40 +313,35 @@ bool GlissaFilterClamp::HasWork(Glissa& pCurve, const Limit& pLimit, const Range
     return false;
 }
 
-bool GlissaFilterClamp::ApplyClamping(Glissa& pCurve, const Limit& pLimit, const Range& pRange)
+bool GlissaFilterClamp::ApplyClamping(Glissa& pWork, const Limit& pLimit, const Range& pRange,
+                                      std::vector<Held>& pHeld)
 {
-    if (!HasWork(pCurve, pLimit, pRange)) {
+    if (!HasWork(pWork, pLimit, pRange)) {
         return false;
     }
-    const KeyModifyBracket bracket(pCurve);
     bool changed = false;
-    int last = pRange.Last(pCurve);
+    int last = pRange.Last(pWork);
     {
-        ParkedKeys parked(pCurve);
+        ParkedKeys parked(pWork);
         for (int i = pRange.first; i <= last; ++i) {
             parked.WorkAt(i);
             const int before = last;
-            changed = AddCrossings(pCurve, i, last, pLimit) || changed;
+            changed = AddCrossings(pWork, i, last, pLimit) || changed;
             i += last - before;
         }
         for (int i = last; i >= pRange.firstToTake; --i) {
             parked.WorkAt(i);
-            if (pLimit.Takes(pCurve, i)) {
-                RemoveKeys(pCurve, {i, i});
+            if (pLimit.Takes(pWork, i)) {
+                RemoveKeys(pWork, {i, i});
                 changed = true;
-            } else if (pLimit.Holds(pCurve, i)) {
-                MakeConstant(pCurve, i);
+            } else if (pLimit.Holds(pWork, i)) {
+                pHeld.push_back({pWork.KeyGetTime(i), pWork.KeyGet(i).GetKeyAttr()});
+                MakeConstant(pWork, i);
             }
         }
     }
-    if (changed && pCurve.KeyGetCount() > 0) {
-        // Keys that came in moved those behind them, which were posted under lower numbers. This
-        // covers them up to the one behind the span.
-        const int end = std::min(pRange.Last(pCurve) + 1, pCurve.KeyGetCount() - 1);
-        pCurve.CallbackAddEvent(kGlissaEventOther, end);
-    }
-    if (pLimit.IsBeyond(pCurve.GetValue())) {
-        pCurve.SetValue(static_cast<float>(pLimit.value));
+    if (pLimit.IsBeyond(pWork.GetValue())) {
+        pWork.SetValue(static_cast<float>(pLimit.value));
         changed = true;
     }
     return changed;
@@ -343,7 +387,7 @@ bool GlissaFilterClamp::AddIntersectionKey(Glissa& pCurve, int& pIndex, int& pSt
                                            KTime pFrom, KTime pTo, double pValue)
 {
     int hint = pIndex;
-    if (pIndex < 0 || pIndex + 1 >= pCurve.KeyGetCount() ||
+    if (pCurve.IsLocked() || pIndex < 0 || pIndex + 1 >= pCurve.KeyGetCount() ||
         !IsBetween(pValue, pCurve.Evaluate(pFrom, &hint), pCurve.Evaluate(pTo, &hint))) {
         return false;
     }

@@ -4,6 +4,8 @@
 
 #include "glissa/filter/curve_filter.h"
 
+#include <vector>
+
 /// Limits values: keys beyond a limit go, and where the curve crosses the limit it gets keys on it.
 /// A key on the limit whose tangent leads beyond it becomes constant. Keys of constant segments go
 /// as well, so that the value before them is held on.
@@ -30,12 +32,13 @@ public:
     void SetFloor(double pFloor) { mFloor = pFloor; }
 
     /// One limit by itself, whatever the flags. Gives whether a key came or went or the default
-    /// value, which is limited whatever the span, changed.
+    /// value, which is limited whatever the span, changed. False for a locked curve, and with the
+    /// second error for a limit that is not finite.
     bool ApplyCeilClamping(Glissa& pCurve);
     bool ApplyFloorClamping(Glissa& pCurve);
     /// Where the curve crosses a value between two times of the segment behind a key, adds a key on
-    /// it with the slopes of the curve. False, and no key, where it does not, and where there is no
-    /// time between the keys.
+    /// it with the slopes of the curve. False, and no key, where it does not, where there is no
+    /// time between the keys, and for a locked curve.
     ///
     /// pIndex, pStopIndex  in and out: grow by 1 with the key.
     bool AddIntersectionKey(Glissa& pCurve, int& pIndex, int& pStopIndex, KTime pFrom, KTime pTo,
@@ -46,6 +49,7 @@ public:
                               double pValue);
 
 private:
+    struct Held;
     struct Limit;
     struct Range;
     EGlissaFilterAnswer Examine(Glissa& pCurve) override;
@@ -53,7 +57,10 @@ private:
     Limit Ceil() const;
     Limit Floor() const;
     bool HasWork(Glissa& pCurve, const Limit& pLimit, const Range& pRange);
-    bool ApplyClamping(Glissa& pCurve, const Limit& pLimit, const Range& pRange);
+    bool ApplyOne(Glissa& pCurve, bool pIsCeil);
+    bool ApplyLimits(Glissa& pCurve, bool pCeil, bool pFloor);
+    bool ApplyClamping(Glissa& pWork, const Limit& pLimit, const Range& pRange,
+                       std::vector<Held>& pHeld);
     bool AddCrossings(Glissa& pCurve, int pFirst, int& pLast, const Limit& pLimit);
 
     bool mApplyCeil;

@@ -4,15 +4,16 @@
 // Which keys stay is decided first, and the curve is then written once: to remove runs of keys one
 // by one would move the keys behind each of them.
 //
-// The keys next to those that are gone do not get back the slopes that they had: these are noise,
-// and would swing the plateau by their share of its length.
+// Inside the span the keys next to those that are gone do not get back the slopes that they had:
+// these are noise, and would swing the plateau by their share of its length.
 
 #include "glissa/filter/constant_key_reducer.h"
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
 #include "glissa/node/node.h"
-#include "glissa/utils/scratch_curve.h"
+#include "glissa/utils/held_sides.h"
+#include "glissa/utils/key_rewrite.h"
 
 #include <algorithm>
 #include <cmath>
@@ -213,23 +214,43 @@ void JoinOverGap(Glissa& pCurve, Glissa& pBefore, const Gap& pGap, const Reduced
     }
 }
 
+// The first and the last key of the span, and those outside it, keep the slopes that face away from
+// it: the curve outside stays. pKept  in order.
+void HoldBorders(Glissa& pCurve, Glissa& pBefore, const std::vector<int>& pKept,
+                 const Reduced& pReduced)
+{
+    const auto behind = std::lower_bound(pKept.begin(), pKept.end(), pReduced.top);
+    const auto front = std::upper_bound(pKept.begin(), pKept.end(), pReduced.bottom);
+    if (behind != pKept.end()) {
+        HoldRightSlope(pCurve, static_cast<int>(behind - pKept.begin()),
+                       pBefore.KeyGetRightDerivative(*behind));
+    }
+    if (front != pKept.begin()) {
+        HoldLeftSlope(pCurve, static_cast<int>(front - pKept.begin()) - 1,
+                      pBefore.KeyGetLeftDerivative(*(front - 1)));
+    }
+}
+
 // pKept  in order.
 void KeepOnly(Glissa& pCurve, const std::vector<int>& pKept, const Reduced& pReduced)
 {
     const int count = static_cast<int>(pKept.size());
-    const ScratchCurve before(pCurve.Copy());
-    pCurve.KeyClear();
-    pCurve.ResizeKeyBuffer(count, false);
+    KeyRewrite rewrite(pCurve);
+    Glissa& work = rewrite.Work();
     for (int i = 0; i < count; ++i) {
-        pCurve.KeySet(i, before.get(), pKept[static_cast<std::size_t>(i)]);
+        std::swap(*work.InternalPriKeyGetPtr(i),
+                  *work.InternalPriKeyGetPtr(pKept[static_cast<std::size_t>(i)]));
     }
+    work.Delete(count, work.KeyGetCount() - 1);
     for (int i = 1; i < count; ++i) {
         const int oldLeft = pKept[static_cast<std::size_t>(i - 1)];
         const int oldRight = pKept[static_cast<std::size_t>(i)];
         if (oldRight != oldLeft + 1) {
-            JoinOverGap(pCurve, *before, {oldLeft, oldRight, i}, pReduced);
+            JoinOverGap(work, pCurve, {oldLeft, oldRight, i}, pReduced);
         }
     }
+    HoldBorders(work, pCurve, pKept, pReduced);
+    rewrite.Commit();
 }
 }  // namespace
 

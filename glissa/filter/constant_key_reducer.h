@@ -16,6 +16,13 @@
 /// curve is lost, so that a cycle gets shorter, and the keys next to the span are joined. A curve
 /// that is flat as a whole loses all keys and keeps its value as the default value.
 ///
+/// Keys that stay keep their times and values. Next to removed keys an automatic key of the span
+/// gets the slope of the straight line to the next key where its own would swing the curve out of
+/// the tolerance, by its parameters or as a user key; a key of another kind keeps the slopes that
+/// it had. The curve outside the span stays: the first and the last key that stay at its border,
+/// and the keys next to it, keep their slopes on the sides that face away from it. A TCB key
+/// follows its new neighbour. A host hears of the keys that go and of tangents that change.
+///
 /// A curve of constant keys only is reduced as a whole, whatever the span: a key goes when the
 /// values that are held without it are within the tolerance of those held with it.
 ///

@@ -9,8 +9,8 @@
 #include "glissa/curve/curve.h"
 #include "glissa/node/node.h"
 #include "glissa/utils/held_end.h"
+#include "glissa/utils/key_rewrite.h"
 #include "glissa/utils/parked_keys.h"
-#include "glissa/utils/scratch_curve.h"
 
 #include <algorithm>
 
@@ -39,27 +39,37 @@ int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
 // Gives a curve a key at each time, with the value that it had there.
 void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
 {
-    const ScratchCurve before(pCurve.Copy());
-    const bool holdsFirst = HoldsEnd(pCurve, false);
-    const bool holdsLast = HoldsEnd(pCurve, true);
-    const int count = before->KeyGetCount();
-    ParkedKeys parked(pCurve);
-    int hint = 0;
-    int hintBefore = 0;
-    for (const KTime time : pTimes) {
-        const double place = pCurve.KeyFind(time, &hint);
-        hint = std::clamp(static_cast<int>(place), 0, std::max(pCurve.KeyGetCount() - 1, 0));
-        if (count == 0 || pCurve.KeyGetTime(hint) != time) {
-            parked.WorkAt(hint);
-            const bool isHeld = count > 0 && ((time < pCurve.KeyGetTime(0) && holdsFirst) ||
-                                              (time > before->KeyGetTime(count - 1) && holdsLast));
-            if (isHeld) {
-                hint = AddOutside(pCurve, time, hint);
-            } else {
-                pCurve.KeyInsert(time, &hint);
+    const int count = pCurve.KeyGetCount();
+    const bool holdsFirst = count > 0 && HoldsEnd(pCurve, false);
+    const bool holdsLast = count > 0 && HoldsEnd(pCurve, true);
+    KeyRewrite rewrite(pCurve);
+    {
+        Glissa& work = rewrite.Work();
+        ParkedKeys parked(work);
+        int hint = 0;
+        int hintBefore = 0;
+        for (const KTime time : pTimes) {
+            const double place = work.KeyFind(time, &hint);
+            hint = std::clamp(static_cast<int>(place), 0, std::max(work.KeyGetCount() - 1, 0));
+            if (count == 0 || work.KeyGetTime(hint) != time) {
+                parked.WorkAt(hint);
+                if ((holdsFirst && time < work.KeyGetTime(0)) ||
+                    (holdsLast && time > pCurve.KeyGetTime(count - 1))) {
+                    hint = AddOutside(work, time, hint);
+                } else {
+                    work.KeyInsert(time, &hint);
+                }
             }
+            work.KeySetValue(hint, pCurve.Evaluate(time, &hintBefore));
         }
-        pCurve.KeySetValue(hint, before->Evaluate(time, &hintBefore));
+    }
+    rewrite.Commit();
+    int index = 0;
+    for (const KTime time : pTimes) {
+        while (pCurve.KeyGetTime(index) != time) {
+            ++index;
+        }
+        pCurve.CallbackAddEvent(kGlissaEventValue, index);
     }
 }
 }  // namespace

@@ -4,6 +4,7 @@
 #include "glissa/utils/parked_keys.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -13,6 +14,15 @@ constexpr int kNear = 8;
 constexpr int kStep = 128;
 /// A shorter end is not put aside. Moving so many keys costs less than an edit.
 constexpr int kLong = 512;
+
+// Puts a key that is about to be removed behind those of another curve. Its value is no new one and
+// is not checked, whatever it is.
+void MoveKey(Glissa& pFrom, int pIndex, Glissa& pTo)
+{
+    const float value = std::exchange(pFrom.InternalPriKeyGetPtr(pIndex)->mValue, 0.0f);
+    const int index = pTo.KeyAppend(pFrom.KeyGetTime(pIndex), &pFrom, pIndex);
+    pTo.InternalPriKeyGetPtr(index)->mValue = value;
+}
 }  // namespace
 
 ParkedKeys::ParkedKeys(Glissa& pCurve) : mCurve(pCurve), mParked(GlissaCreate())
@@ -34,7 +44,7 @@ void ParkedKeys::Park(int pCount)
 {
     const int last = mCurve.KeyGetCount() - 1;
     for (int i = last; i > last - pCount; --i) {
-        mParked->KeyAppend(mCurve.KeyGetTime(i), &mCurve, i);
+        MoveKey(mCurve, i, *mParked);
     }
     mCurve.Delete(last - pCount + 1, last);
 }
@@ -44,13 +54,9 @@ void ParkedKeys::BringBack(int pCount)
     if (pCount == 0) {
         return;
     }
-    // To the host these are no new keys.
-    const bool isTold = mCurve.GetCallbackForCustomKeyAddEnabled();
-    mCurve.SetCallbackForCustomKeyAddEnabled(false);
     const int last = mParked->KeyGetCount() - 1;
     for (int i = last; i > last - pCount; --i) {
-        mCurve.KeyAppend(mParked->KeyGetTime(i), mParked.get(), i);
+        MoveKey(*mParked, i, mCurve);
     }
-    mCurve.SetCallbackForCustomKeyAddEnabled(isTold);
     mParked->Delete(last - pCount + 1, last);
 }

@@ -9,8 +9,8 @@
 /// Each such edit moves all keys behind it: with a long end out of the way its cost does not depend
 /// on the length of the curve. The place of work moves through the curve in one direction.
 ///
-/// Lives inside a bracket; keys that are put aside and back are posted as removed and added. The
-/// end of the object puts back what is left.
+/// For curves that nobody listens to, see KeyRewrite: keys that are put aside and back would be
+/// posted as removed and added. The end of the object puts back what is left.
 class ParkedKeys
 {
 public:

@@ -48,7 +48,9 @@ struct Row
     bool idempotent = false;    ///< a second application changes nothing
     bool changesFalse = false;  ///< a change may go with the answer false
     bool setsSlopes = false;    ///< keys next to those of the span take other tangents,
-    bool keepsShape = true;     ///< so that the curve beyond them stays
+    bool keepsShape = true;     ///< so that the curve beyond them stays,
+    bool keepsBorder = false;   ///< and also up to the span where its first or last key stays
+    bool postsExactly = false;  ///< keys that stay are not posted as removed and added
     bool refusesLockedNodes = false;
     bool wholeIfStepped = false;  ///< a curve of constant keys is filtered whatever the span
 };
@@ -124,7 +126,8 @@ const std::vector<Row>& Rows()
          .refused = {With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kNaN); }),
                      With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kInf); })},
          .setsSlopes = true,
-         .keepsShape = false,
+         .keepsBorder = true,
+         .postsExactly = true,
          .refusesLockedNodes = true,
          .wholeIfStepped = true},
         {.name = "key reducer",
@@ -169,7 +172,8 @@ const std::vector<Row>& Rows()
                          f.SetFloor(-kInf);
                      })},
          .changesFalse = true,
-         .setsSlopes = true},
+         .setsSlopes = true,
+         .postsExactly = true},
         {.name = "delete key",
          .filter = With<DeleteKey>([](DeleteKey& f) { f.SetCutTimeInterval(false); }),
          .refused = {},
@@ -246,6 +250,17 @@ bool HasSamePlace(const Glissa& pLeft, int pLeftIndex, const Glissa& pRight, int
            pLeft.KeyGetValue(pLeftIndex) == pRight.KeyGetValue(pRightIndex);
 }
 
+/// Whether a curve has a key at a time at which another one has none.
+bool HasOtherTime(const Glissa& pCurve, Glissa& pOther)
+{
+    bool has = false;
+    for (int i = 0; i < pCurve.KeyGetCount() && !has; ++i) {
+        const double place = pOther.KeyFind(pCurve.KeyGetTime(i), nullptr);
+        has = pOther.KeyGetCount() == 0 || place != std::floor(place);
+    }
+    return has;
+}
+
 bool IsTcb(const Glissa& pCurve, int pIndex)
 {
     return pIndex >= 0 && pIndex < pCurve.KeyGetCount() &&
@@ -253,20 +268,22 @@ bool IsTcb(const Glissa& pCurve, int pIndex)
            pCurve.KeyGetTangeantMode(pIndex, false) == eTangentTCB;
 }
 
-/// Whether the segment behind a key stays. pOuter is the end of it that is next to the edit: a
-/// parameter of its tangent holds a slope to a share of the steeper secant there. TCB keys have no
-/// such parameters.
+/// Whether the segment behind a key stays. pOuter is the end of it that is next to the edit: gone,
+/// or a parameter of its tangent holds a slope to a share of the steeper secant there. TCB keys
+/// have no such parameters.
 bool KeepsSegment(Glissa& pBefore, Glissa& pAfter, int pIndex, int pOuter)
 {
     if (pIndex < 0 || pIndex + 1 >= pBefore.KeyGetCount() || IsTcb(pBefore, pIndex) ||
         IsTcb(pBefore, pIndex + 1)) {
         return true;
     }
+    const double outer = pAfter.KeyFind(pBefore.KeyGetTime(pOuter), nullptr);
+    if (outer != std::floor(outer)) {
+        return true;
+    }
     double toLeft = 0.0;
     double toRight = 0.0;
-    const KTime outer = pBefore.KeyGetTime(pOuter);
-    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, &pAfter,
-                                   static_cast<int>(pAfter.KeyFind(outer, nullptr)));
+    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, &pAfter, static_cast<int>(outer));
     const double steepest = std::max(std::fabs(toLeft), std::fabs(toRight));
     const std::int64_t from = pBefore.KeyGetTime(pIndex).Get();
     const std::int64_t step = pBefore.KeyGetTime(pIndex + 1).Get() / 8 - from / 8;
@@ -320,6 +337,10 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
         } else if (!HasSameEnds(*before, pCurve, std::clamp(heard.first, 0, pCurve.KeyGetCount()),
                                 std::max(pCurve.KeyGetCount() - 1 - heard.last, 0), IsSameKey)) {
             faults += "the event does not cover the change\n";
+        } else if (pRow.postsExactly &&
+                   (HasOtherTime(pCurve, *before) != ((heard.type & eEventKeyAdd) != 0) ||
+                    HasOtherTime(*before, pCurve) != ((heard.type & eEventKeyRemove) != 0))) {
+            faults += "the event has keys that came or went\n";
         }
     }
     for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
@@ -338,9 +359,12 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
         faults += "a key outside the span differs\n";
     }
     const int behind = before->KeyGetCount() - tail;
+    const auto keeps = [&](int pIndex, int pOuter) {
+        return KeepsSegment(*before, pCurve, pIndex, pOuter);
+    };
     if (pRow.setsSlopes && pRow.keepsShape &&
-        !(KeepsSegment(*before, pCurve, head - 2, head - 1) &&
-          KeepsSegment(*before, pCurve, behind, behind))) {
+        !(keeps(head - 2, head - 1) && keeps(behind, behind) &&
+          (!pRow.keepsBorder || (keeps(head - 1, head) && keeps(behind - 1, behind - 1))))) {
         faults += "the curve outside the span differs\n";
     }
     pCurve.CandidateClear();
@@ -451,5 +475,11 @@ TEST_F(FilterProperties, ALockedCurveStaysAsItIsAndGivesNoError)
         EXPECT_EQ(!row.refusesLockedNodes, row.filter->Apply(*node, true)) << row.name;
         EXPECT_TRUE(IsSameCurve(*source, curve)) << row.name;
     }
+    GlissaFilterClamp clamp;
+    int index = 0;
+    EXPECT_FALSE(clamp.ApplyCeilClamping(curve) || clamp.ApplyFloorClamping(curve) ||
+                 clamp.AddIntersectionKey(curve, index, index, curve.KeyGetTime(0),
+                                          curve.KeyGetTime(1), 1e-3));
+    EXPECT_TRUE(IsSameCurve(*ToGlissa(MuseumCurve("every kind")), curve));
 }
 }  // namespace

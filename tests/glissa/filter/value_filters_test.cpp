@@ -1,12 +1,14 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+#include "glissa/ext/invalid_key_manager.h"
 #include "glissa/filter/clamp.h"
 #include "glissa/filter/inverse.h"
 #include "glissa/filter/scale.h"
 #include "glissa/filter/test_template.h"
 #include "tests/support/curve_test.h"
 #include "tests/support/held_kinds.h"
+#include "tests/support/host_listener.h"
 
 #include <algorithm>
 #include <cmath>
@@ -56,17 +58,26 @@ TEST_F(ValueFilters, AClampedCurveIsTheCurveCutOffAtTheLimits)
     ExpectClamped(*MakeCurve({{0.0, 0.0f, 12.0f, 12.0f}, {3.0, 0.5f}}), -1.0f, 1.0f);
 }
 
-// The end of a long curve is put aside on the way: the beginning knows nothing of it.
+// The end of a long curve is put aside on the way: the beginning knows nothing of it, and its
+// values are not checked again.
 TEST_F(ValueFilters, TheLengthOfACurveDoesNotShowInItsBeginning)
 {
     RefCurve source = MuseumRecording(3000);
     const CurveHandle curve = ToGlissa(source);
+    const KTime wrong = curve->KeyGetTime(2990);
+    curve->KeySetValue(2990, NAN);
+    HostListener listener;
+    auto& manager = GlissaInvalidKeyManager::TheOne();
+    ASSERT_TRUE(manager.Register(eInvalidKeyFound, &listener, kHear, 0));
     source.keys.resize(400);
     const CurveHandle beginning = ToGlissa(source);
     GlissaFilterClamp filter;
     Limit(filter, 150.0, 170.0);
     EXPECT_TRUE(filter.Apply(*curve));
     EXPECT_TRUE(filter.Apply(*beginning));
+    manager.Unregister(eInvalidKeyFound, &listener, kHear);
+    EXPECT_EQ(0, listener.mCalls);
+    EXPECT_TRUE(std::isnan(curve->Evaluate(wrong, nullptr)));
     const int same = beginning->KeyGetCount() - 10;
     ASSERT_GT(same, 50);
     for (int i = 0; i < same; ++i) {
@@ -101,6 +112,9 @@ TEST_F(ValueFilters, AClampAnswersWhetherKeysCameOrWent)
     EXPECT_STREQ(kUnchanged, filter.GetLastErrorString());
     const CurveHandle empty = MakeCurve({});
     empty->SetValue(3.0f);
+    filter.SetFloor(NAN);
+    EXPECT_FALSE(filter.ApplyFloorClamping(*empty));
+    filter.SetFloor(0.5);
     EXPECT_TRUE(filter.ApplyCeilClamping(*empty));
     EXPECT_FALSE(filter.ApplyFloorClamping(*empty));
     EXPECT_EQ(2.0f, empty->GetValue());
