@@ -7,6 +7,7 @@
 #include "glissa/filter/init_property.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 template class KClassFrame<KDataFilterBase, KObject>;
@@ -117,7 +118,7 @@ bool KDataFilterBase::SetPropertyConstant(int pIndex, double* pValue)
     if (!property || !pValue) {
         return false;
     }
-    if (property == mRate && !(*pValue >= 0.0)) {
+    if (property == mRate && !(*pValue >= 0.0 && std::isfinite(*pValue))) {
         mRate->SetValue(GetDefaultRate());
         return false;
     }

@@ -58,7 +58,7 @@ public:
     KDataType* GetProperty(int pIndex) override;
     const char* GetPropertyString(int pIndex) override;
     bool SetPropertyString(int pIndex, const char* pText) override;
-    /// A rate below 0, or one that is no number, is replaced by GetDefaultRate: false. Else true.
+    /// A rate below 0, or one that is not finite, is replaced by GetDefaultRate: false. Else true.
     bool SetPropertyConstant(int pIndex, double* pValue) override;
     bool GetPropertyConstant(int pIndex, double* pValue) override;
 

@@ -105,6 +105,9 @@ void GlissaFilterSmooth::QuatToEuler(Glissa* const*, Glissa* const*) {}
 
 EGlissaFilterAnswer GlissaFilterSmooth::Examine(Glissa& pCurve)
 {
+    if (mSampleCount > kMostSamples) {
+        return RefuseCurve(0, "FCurve Smooth, The window has more than 100000 samples.");
+    }
     if (pCurve.KeyGetCount() == 0 || mWidth / 2 == KTime()) {
         return eFilterNothingToDo;
     }

@@ -20,6 +20,7 @@ class GLISSA_API GlissaFilterSmooth : public KClassFrame<GlissaFilterSmooth, Gli
 {
 public:
     static constexpr char kClassName[] = "GlissaFilterSmooth";
+    static constexpr int kMostSamples = 100000;
 
     GlissaFilterSmooth();
     void Reset() override;
@@ -39,7 +40,8 @@ public:
     KTime GetWidth() { return mWidth; }
     /// Stores the absolute value.
     void SetWidth(KTime pWidth);
-    /// The samples in the window are one more than this, 8 by default.
+    /// The samples in the window are one more than this, 8 by default. More than kMostSamples are
+    /// refused with error 0.
     int GetSampleCount() { return mSampleCount; }
     /// Stores the absolute value.
     void SetSampleCount(int pCount);

@@ -202,6 +202,9 @@ bool GlissaFilterSmooth2::Apply(Glissa** pCurves, int pCount)
     if (!std::isfinite(mFactor)) {
         return Refuse(eFilterUnchanged, "FCurveSmooth2, The factor is not finite.");
     }
+    if (mSampleCount > kMostSamples) {
+        return Refuse(eFilterUnchanged, "FCurveSmooth2, The window has more than 100000 samples.");
+    }
     KTime start;
     KTime stop;
     PrepareForFiltering(pCurves, start, stop);

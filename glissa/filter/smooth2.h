@@ -19,6 +19,7 @@ class GLISSA_API GlissaFilterSmooth2 : public KClassFrame<GlissaFilterSmooth2, G
 {
 public:
     static constexpr char kClassName[] = "GlissaFilterSmooth2";
+    static constexpr int kMostSamples = 100000;
 
     GlissaFilterSmooth2();
     /// A copy takes the parameters, and none of the curves of a preparation.
@@ -42,7 +43,8 @@ public:
     KTime GetWidth() { return mWidth; }
     /// Stores the absolute value, and 1 tick for 0.
     void SetWidth(KTime pWidth);
-    /// The samples in the window, 8 by default; odd numbers are rounded down, 2 at least.
+    /// The samples in the window, 8 by default; odd numbers are rounded down, 2 at least. More than
+    /// kMostSamples are refused with the second error.
     int GetSampleCount() { return mSampleCount; }
     /// Stores the absolute value, and 2 for 0.
     void SetSampleCount(int pCount);

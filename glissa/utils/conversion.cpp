@@ -36,9 +36,11 @@ Treatment TreatmentOf(const Glissa& pSource, int pIndex, const Kind& pKind)
     if (pSource.KeyGetInterpolation(pIndex) != pKind.interpolation) {
         return Treatment::eSample;
     }
-    const unsigned wanted = pKind.tangentMode & GlissaKeyAttributes::kTangentKindMask;
+    const unsigned wanted = pKind.tangentMode & GlissaKeyAttributes::kTangentModeMask;
     const unsigned kind = pSource.KeyGetTangeantMode(pIndex, false);
-    if (pKind.interpolation != eInterpolationCubic || kind == wanted) {
+    // Without a refinement any one will do.
+    if (pKind.interpolation != eInterpolationCubic || kind == wanted ||
+        pSource.KeyGetTangeantMode(pIndex, true) == wanted) {
         return Treatment::eCopy;
     }
     const bool isAuto = kind == eTangentAuto || kind == eTangentAutoBreak;

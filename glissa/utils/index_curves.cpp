@@ -55,7 +55,7 @@ void GlissaUtils::RemoveIndexFromCurve(Glissa& pCurve, int pIndex, int pLast)
 void GlissaUtils::ReplaceIndexFromCurve(Glissa& pCurve, int pOldIndex, int pNewIndex, int pLast)
 {
     const auto isOld = [=](int pOfKey) { return pOfKey == pOldIndex; };
-    if (pOldIndex < 0 || pNewIndex < 0 || pOldIndex == pNewIndex ||
+    if (pLast < 0 || pOldIndex < 0 || pNewIndex < 0 || pOldIndex == pNewIndex ||
         !HasIndex(pCurve, pLast, isOld)) {
         return;
     }

@@ -7,6 +7,7 @@
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
+#include "glissa/utils/span_edits.h"
 #include "glissa/utils/utils.h"
 
 #include <algorithm>
@@ -149,5 +150,5 @@ void GlissaUtils::Resample(Glissa& pCurve, KTime pPeriod, KTime pStart, KTime pS
         samples->KeyAppendFast(time, pCurve.Evaluate(time, &hint));
         time += pPeriod;
     }
-    pCurve.Replace(samples.get(), pStart, pStop, true, true, KTime());
+    ReplaceSpan(pCurve, *samples, pStart, pStop, true);
 }

@@ -51,9 +51,10 @@ public:
     // Conversion (utils/conversion.cpp)
 
     /// Makes pResult a copy of a curve in which every segment is of one kind. Segments of that kind
-    /// are kept, with the slopes of their ends; automatic ones become user segments with the slopes
-    /// that they have, plain user ones broken ones. All others are sampled from their first key on,
-    /// in steps of pPeriod ticks; a sample has slots 0, which is a flat tangent for a user key.
+    /// are kept, with the slopes of their ends; where pTangentMode names a refinement, only those
+    /// with the same one. Automatic ones become user segments with the slopes that they have, plain
+    /// user ones broken ones. All others are sampled from their first key on, in steps of pPeriod
+    /// ticks; a sample has slots 0, which is a flat tangent for a user key.
     /// With a period below a tick, or one that asks for more keys than an int counts, each of them
     /// is one sample. Gives pResult.
     static Glissa& ConvertCurve(Glissa& pSource, Glissa& pResult, unsigned pInterpolation,
@@ -87,8 +88,8 @@ public:
     static void Resample(Glissa& pSource, Glissa& pResult, const KTime& pStart, const KTime& pStop,
                          const KTime& pPeriod, bool pAddStop);
     /// Replaces the keys of a span by samples, cubic and automatic, in steps of pPeriod from
-    /// pStart; MinusInfinite() and Infinite() stand for the first and the last key. Other keys
-    /// stay.
+    /// pStart; MinusInfinite() and Infinite() stand for the first and the last key. Other keys, the
+    /// curve beyond those next to the span and the default value stay.
     ///
     /// pAlign  the first sample lies on the next multiple of the period, unless that is the first
     ///         one above 0 or lies below it.
@@ -118,7 +119,8 @@ public:
     // Index curves (utils/index_curves.cpp)
     //
     // Curves whose values name entries of a table of the host, counted from 1. The index of a key
-    // counts from 0: its value rounded, halves up, less 1, and limited to 0 and pLast.
+    // counts from 0: its value rounded, halves up, less 1, and limited to 0 and pLast. With pLast
+    // below 0 nothing changes.
 
     /// Follows the removal of entry pIndex from a table whose last index was pLast: indexes above
     /// it fall by one, keys on it take the entry of the key before, the first key the first entry.

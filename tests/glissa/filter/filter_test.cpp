@@ -9,6 +9,8 @@
 #include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
 
+#include <limits>
+
 namespace
 {
 using FilterFrame = CurveTest;
@@ -123,7 +125,7 @@ TEST_F(FilterFrame, ADataFilterIsASheetOfProperties)
     EXPECT_TRUE(sheet->SetPropertyString(0, "1.5s"));
     EXPECT_STREQ("211680000", sheet->GetPropertyString(0));
     EXPECT_EQ(Seconds(1.5), KDataFilterBase(filter).Start.GetValue());
-    double value = -1.0;
+    double value = std::numeric_limits<double>::infinity();
     EXPECT_FALSE(sheet->SetPropertyConstant(2, &value));
     EXPECT_EQ(30.0, filter.rate.GetValue());
     value = 24.0;

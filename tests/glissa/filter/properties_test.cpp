@@ -142,7 +142,7 @@ const std::vector<Row>& Rows()
          .setsSlopes = true},
         {.name = "smooth",
          .filter = With<Smooth>([](Smooth& f) { f.SetWidth(Seconds(0.7)); }),
-         .refused = {},
+         .refused = {With<Smooth>([](Smooth& f) { f.SetSampleCount(1 << 30); })},
          .refusesLockedNodes = true},
         {.name = "scale",
          .filter = With<Scale>([](Scale& f) { f.SetScale(-2.5); }),

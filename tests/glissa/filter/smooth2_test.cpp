@@ -94,6 +94,9 @@ TEST_F(Smooth2, RefusalsNameTheirReason)
     EXPECT_FALSE(filter.Apply(curves, 3));
     EXPECT_EQ(1, filter.GetLastErrorID());
     filter.Reset();
+    filter.SetSampleCount(1 << 30);
+    EXPECT_FALSE(filter.Apply(curves, 3));
+    filter.Reset();
     filter.SetWidth(KTime());
     EXPECT_EQ(KTime(1), filter.GetWidth());
     EXPECT_TRUE(filter.Apply(curves, 3));

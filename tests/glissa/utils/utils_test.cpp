@@ -81,7 +81,9 @@ TEST_F(Utilities, ResamplingInPlaceStartsOnAMultipleOfThePeriod)
     const std::string before = KeysOf(*curve);
     GlissaUtils::Resample(*curve, KTime(8), KTime(9), KTime(15), true);  // nothing to put in
     EXPECT_EQ(before, KeysOf(*curve));
+    curve->SetValue(8.0f);
     GlissaUtils::Resample(*curve, Seconds(2), kFromStart, kToEnd, false);
+    EXPECT_EQ(8.0f, curve->GetValue());
     EXPECT_EQ(3, curve->KeyGetCount());
     EXPECT_EQ(Seconds(2), curve->KeyGetTime(1));
 }
@@ -96,6 +98,9 @@ TEST_F(Utilities, AConvertedCurveKeepsTheShapeOfWhatIsOfTheKind)
     GlissaUtils::ConvertCurve(*overshoot, *result, eInterpolationCubic, eTangentUser, KTime());
     EXPECT_EQ(overshoot->KeyGetCount(), result->KeyGetCount());
     ExpectNear(*overshoot, *result, 1e-4);
+    const unsigned refined = eTangentAuto | eTangentClamp;
+    GlissaUtils::ConvertCurve(*overshoot, *result, eInterpolationCubic, refined, Seconds(9));
+    EXPECT_EQ(refined, result->KeyGetTangeantMode(1, true));
     // Kept segments next to samples: the slot between them is read anew.
     const CurveHandle mixed = MakeCurve({{0.0, 0.0f, 30.0f, 70.0f, kRefCubic | kRefAuto},
                                          {1.0, 5.0f, 1.0f, 2.0f},
@@ -179,6 +184,7 @@ TEST_F(Utilities, IndexesFollowTheTable)
     GlissaUtils::RemoveIndexFromCurve(*curve, 1, 3);
     EXPECT_EQ("0:1 1:1 2:3 3:3 4:-5 ", KeysOf(*curve));
     curve = indexes({1.4f, 2.6f, std::numeric_limits<float>::quiet_NaN()});
+    GlissaUtils::ReplaceIndexFromCurve(*curve, 0, 2, -1);
     GlissaUtils::ReplaceIndexFromCurve(*curve, 0, 4, 5);
     EXPECT_EQ("0:5 1:2.6 2:5 ", KeysOf(*curve));
     GlissaUtils::ReplaceIndexFromCurve(*curve, 4, -1, 5);
