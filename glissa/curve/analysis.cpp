@@ -18,6 +18,7 @@ namespace
 // interpolation of the key is not tested. Where a is 0 no root is finite, and none is counted.
 int FindPeakTimes(Glissa& pCurve, int pIndex, KTime (&pTimes)[2])
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < pCurve.KeyGetCount());
     const KPriFCurveKey& from = *pCurve.InternalPriKeyGetPtr(pIndex);
     const KPriFCurveKey& to = *pCurve.InternalPriKeyGetPtr(pIndex + 1);
     const float seconds = static_cast<float>(SecondsBetween(from, to));
@@ -177,6 +178,7 @@ void Glissa::CopyExternalPriKeyAndAttr(void** pPages, int pCount)
     if (pCount < 1) {
         return;
     }
+    CORVEKIT_ASSERT(pPages);
     ResizeKeyBuffer(pCount, false);
     mKeys.CopyRecords(reinterpret_cast<KPriFCurveKey* const*>(pPages), pCount);
     const KPriFCurveKeyAttr* external = nullptr;  // the block last seen
@@ -185,6 +187,7 @@ void Glissa::CopyExternalPriKeyAndAttr(void** pPages, int pCount)
         KPriFCurveKey& key = mKeys[i];
         key.mValue = CheckedKeyValue(key.mValue);
         const KPriFCurveKeyAttr* block = key.mAttribute;
+        CORVEKIT_ASSERT(block);
         key.mAttribute = nullptr;
         if (own && (block == external || *block == *external)) {
             PointToAttribute(key, own);

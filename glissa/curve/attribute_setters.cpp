@@ -67,6 +67,7 @@ void Glissa::WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, in
 bool Glissa::WriteAndReport(int pIndex, const GlissaKeyAttributes& pAttributes, bool pReports,
                             eCustomKeyChangeType pType)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (pReports) {
         const unsigned held = mFlags & kIsHeld;
         mFlags |= kIsHeld;
@@ -179,6 +180,7 @@ void Glissa::KeySetMarkedForManipulation(int pIndex, bool pMark)
 // A slot that is set to an equal value, 0 over -0 included, stays as it is.
 void Glissa::SetData(int pIndex, EGlissaDataIndex pData, const GlissaKeyAttributes& pAttributes)
 {
+    CORVEKIT_ASSERT(pData >= eDataRightSlope && pData <= eDataNextLeftVelocity);
     const GlissaKeyAttributes& old = Attr(pIndex);
     const bool isFloatSlot = pData < eDataRightWeight;
     if (isFloatSlot && old.mData[pData] == pAttributes.mData[pData]) {

@@ -33,6 +33,7 @@ bool FindKeyRange(Glissa& pCurve, KTime pFrom, KTime pTo, bool pInclusive, int& 
     const double to = pCurve.KeyFind(pTo, &hint);
     pFirst = Ceil(from) + (!pInclusive && IsWhole(from) ? 1 : 0);
     pLast = Floor(to) - (!pInclusive && IsWhole(to) ? 1 : 0);
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pCurve.KeyGetCount());
     return true;
 }
 
@@ -49,6 +50,7 @@ double Glissa::FindPlaceToAdd(KTime pTime, int* pHint)
 // Opens a record for a new key at a place that FindPlaceToAdd found between the others.
 int Glissa::OpenRecord(double pPlace, KTime pTime, float pValue)
 {
+    CORVEKIT_ASSERT(!IsWhole(pPlace) && pTime != kNoKeyTime);
     const int index = Ceil(pPlace);
     mKeys.OpenGap(index);
     KPriFCurveKey& record = mKeys[index];
@@ -60,6 +62,7 @@ int Glissa::OpenRecord(double pPlace, KTime pTime, float pValue)
 
 int Glissa::PostAdded(int pIndex, int* pHint)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     CallKeyAddCallback(&mKeys[pIndex], pIndex);
     if (pHint) {
         *pHint = pIndex;
@@ -158,6 +161,7 @@ bool Glissa::KeepsOrder(int pIndex, KTime pTime) const
 // Writes time and value of a record, which need not be that of a key yet.
 void Glissa::WriteRecord(int pIndex, KTime pTime, float pValue)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && mKeys.HasRoomFor(pIndex));
     mKeys[pIndex].mTime = pTime;
     mKeys.TimeChanged(pIndex);
     mKeys[pIndex].mValue = CheckedKeyValue(pValue);

@@ -7,6 +7,7 @@
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
+#include "glissa/curve/ticks.h"
 #include "glissa/ext/active.h"
 #include "glissa/ext/custom_tangent_manager.h"
 
@@ -31,6 +32,7 @@ bool Glissa::MustCallsWait() const
 // False when the curve is gone.
 bool Glissa::CallListeners(GlissaEvent pEvent)
 {
+    CORVEKIT_ASSERT(pEvent.GetEventCount() > 0 || pEvent.GetDetailedType() != 0);
     return mListeners.Call(false, [this, &pEvent](const ListenerPair& pListener) {
         pListener.mFunction(this, &pEvent, pListener.mObject);
     });
@@ -108,6 +110,7 @@ void Glissa::SendCollected(const GlissaEvent& pEvent, bool pEnableAfter)
 
 void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
 {
+    CORVEKIT_ASSERT(pKey && pKey->mAttribute && pIndex >= 0);
     if (!mCustomKeyAddEnabled || !IsKeyAddListened()) {
         return;
     }
@@ -140,6 +143,7 @@ void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
 // Where a key of this time is now, which was at an index; -1 when it is gone.
 int Glissa::PlaceOfKey(KTime pTime, int pIndex)
 {
+    CORVEKIT_ASSERT(pTime != kNoKeyTime && pIndex >= 0);
     if (pIndex < KeyGetCount() && mKeys[pIndex].mTime == pTime) {
         return pIndex;
     }
@@ -151,6 +155,7 @@ int Glissa::PlaceOfKey(KTime pTime, int pIndex)
 void Glissa::CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore,
                                    eCustomKeyChangeType pType)
 {
+    CORVEKIT_ASSERT(pKey && pIndex >= 0);
     if (!mCustomKeyChangeEnabled || !IsKeyChangeListened()) {
         return;
     }

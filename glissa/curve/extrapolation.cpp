@@ -15,6 +15,17 @@ namespace
 {
 constexpr unsigned kEndlessCount = 0xFFFFFFFFu;
 
+unsigned FittingCount(unsigned long pCount)
+{
+    return static_cast<unsigned>(std::min<unsigned long>(pCount, kEndlessCount));
+}
+
+void Change(Glissa& pCurve, unsigned& pField, unsigned pValue, int pEvent)
+{
+    pField = pValue;
+    pCurve.CallbackAddEvent(kGlissaEventOther | pEvent, -1);
+}
+
 // The repetitions for a count. Where they would pass the end of time, pRoom ticks away, only whole
 // ones inside the range count, and the outermost of these holds its value.
 std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRoom)
@@ -28,26 +39,22 @@ std::int64_t Repetitions(unsigned pCount, std::uint64_t pSpan, std::uint64_t pRo
 
 void Glissa::SetPreExtrapolation(unsigned pMode)
 {
-    mPreExtrapolation = pMode;
-    CallbackAddEvent(kGlissaEventOther | eEventEditPreExtrapolation, -1);
+    Change(*this, mPreExtrapolation, pMode, eEventEditPreExtrapolation);
 }
 
 void Glissa::SetPreExtrapolationCount(unsigned long pCount)
 {
-    mPreExtrapolationCount = static_cast<unsigned>(std::min(pCount, 0xFFFFFFFFul));
-    CallbackAddEvent(kGlissaEventOther | eEventEditPreExtrapolation, -1);
+    Change(*this, mPreExtrapolationCount, FittingCount(pCount), eEventEditPreExtrapolation);
 }
 
 void Glissa::SetPostExtrapolation(unsigned pMode)
 {
-    mPostExtrapolation = pMode;
-    CallbackAddEvent(kGlissaEventOther | eEventEditPostExtrapolation, -1);
+    Change(*this, mPostExtrapolation, pMode, eEventEditPostExtrapolation);
 }
 
 void Glissa::SetPostExtrapolationCount(unsigned long pCount)
 {
-    mPostExtrapolationCount = static_cast<unsigned>(std::min(pCount, 0xFFFFFFFFul));
-    CallbackAddEvent(kGlissaEventOther | eEventEditPostExtrapolation, -1);
+    Change(*this, mPostExtrapolationCount, FittingCount(pCount), eEventEditPostExtrapolation);
 }
 
 int Glissa::KeyGetCountAll() const

@@ -83,12 +83,13 @@ public:
     /// The first key of the page of this index, or of a later page, may have changed.
     void PagesChangedFrom(int pIndex)
     {
-        const int page = pIndex / kKeysPerPage;
-        KeepIndexedPages(page);
+        CORVEKIT_ASSERT(pIndex >= 0);
+        KeepIndexedPages(pIndex / kKeysPerPage);
     }
     /// The time of this one key has changed.
     void TimeChanged(int pIndex)
     {
+        CORVEKIT_ASSERT(pIndex >= 0 && HasRoomFor(pIndex));
         const int page = pIndex / kKeysPerPage;
         if (pIndex % kKeysPerPage == 0 && page < IndexedPages()) {
             CopyTick(page);
@@ -98,6 +99,7 @@ public:
     /// Keys changed through their pointers may make the result wrong: check it against the keys.
     unsigned PageBelow(KTime pTime)
     {
+        CORVEKIT_ASSERT(mCount > 0);
         const int pages = (mCount - 1) / kKeysPerPage + 1;
         if (mIndexedPages.load(std::memory_order_acquire) < pages) [[unlikely]] {
             IndexPages(pages);
@@ -129,6 +131,7 @@ private:
     }
     void CopyTick(int pPage)
     {
+        CORVEKIT_ASSERT(pPage >= 0 && pPage <= mLastPage);
         std::atomic_ref(mPageTicks[pPage])
             .store(mPages[pPage][0].mTime.Get(), std::memory_order_relaxed);
     }

@@ -51,6 +51,7 @@ void WatchFree(void* pMemory, unsigned long pSize)
         sQueue.RecycleMemoryBlock(pMemory);
         return;
     }
+    CORVEKIT_ASSERT(sRecordingMemory >= pSize);
     sRecordingMemory -= static_cast<unsigned>(pSize);
     std::free(pMemory);
 }
@@ -83,6 +84,7 @@ struct KMemoryBlockQueue::Node
 
 void KMemoryBlockQueue::Ring::Push(void* pBlock)
 {
+    CORVEKIT_ASSERT(pBlock);
     const std::lock_guard guard(mLock);
     Node* node = new (pBlock) Node;
     if (mLast) {
@@ -113,6 +115,7 @@ void* KMemoryBlockQueue::Ring::Pop()
 KMemoryBlockQueue::KMemoryBlockQueue(int pBlockSize, int pListThreshold)
     : mListThreshold(pListThreshold), mBlockSize(pBlockSize)
 {
+    CORVEKIT_ASSERT(pBlockSize > 0);
     mFileNewEvent.Register("FileNew", this, &KMemoryBlockQueue::OnFileNewEvent);
 }
 
@@ -145,6 +148,7 @@ void* KMemoryBlockQueue::NewBlock()
 
 void KMemoryBlockQueue::FreeBlock(void* pBlock)
 {
+    CORVEKIT_ASSERT(pBlock && sRecordingMemory >= static_cast<unsigned>(mBlockSize));
     sRecordingMemory -= static_cast<unsigned>(mBlockSize);
     std::free(pBlock);
 }

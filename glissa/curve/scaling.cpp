@@ -101,6 +101,7 @@ void Glissa::KeyIncRightDerivative(int pIndex, float pSlope)
 
 void Glissa::IncSlope(int pIndex, EGlissaDataIndex pData, float pSlope)
 {
+    CORVEKIT_ASSERT(pData == eDataRightSlope || pData == eDataNextLeftSlope);
     if (IsCubicUser(Attr(pIndex))) {
         ResetCandidate();
         KeySetDataDouble(pIndex, pData, KeyGetDataDouble(pIndex, pData) + pSlope);

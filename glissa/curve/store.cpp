@@ -177,7 +177,11 @@ public:
     std::string_view Get() const { return {mLetters, mCount}; }
 
 private:
-    void Add(char pLetter) { mLetters[mCount++] = pLetter; }
+    void Add(char pLetter)
+    {
+        CORVEKIT_ASSERT(mCount < KTdf::kMaxSampleLetters);
+        mLetters[mCount++] = pLetter;
+    }
 
     char mLetters[KTdf::kMaxSampleLetters] = {};
     std::size_t mCount = 0;
@@ -185,6 +189,7 @@ private:
 
 void WriteKey(KTdf& pTdf, Glissa& pCurve, int pIndex, bool pOlderKeyForm)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     const KPriFCurveKey& key = pCurve.Keys()[pIndex];
     const GlissaKeyAttributes& attributes = *key.mAttribute;
     pTdf.FieldWriteT(key.mTime);

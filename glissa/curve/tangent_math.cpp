@@ -31,10 +31,10 @@ bool IsSlopeOfEqualSecants(double pSlope, double pToLeft, double pToRight)
 // How far a parameter lies beyond 500, or below -500, for a slope that lies beyond the one there. A
 // step u beyond 500 leads sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
 // point the same way, so in this form of the root nothing cancels, however steep the secants.
-double OuterAuto(double pSlope, double pRim, double pX, double pY)
+double OuterAuto(double pSlope, double pAtLimit, double pX, double pY)
 {
     constexpr double kSquare = 1000.0 / 250000.0;
-    const double distance = std::fabs(pSlope - pRim);
+    const double distance = std::fabs(pSlope - pAtLimit);
     const double linear = std::fabs(pX - pY) / 200.0;
     return 500.0 +
            2.0 * distance / (linear + std::sqrt(linear * linear + 4.0 * kSquare * distance));
@@ -47,15 +47,25 @@ double InnerAuto(double pSlope, double pX, double pY)
                : (200.0 * pSlope - 100.0 * pX - 100.0 * pY) / (pX - pY);
 }
 
-double SlopeForKey(KeySide pSide, double pAuto, Glissa* pCurve, int pIndex)
+// What a formula gives for the secants of a key; 0 where there is no key.
+template <typename Formula>
+double AtKey(const Glissa* pCurve, int pIndex, Formula&& pFormula)
 {
+    CORVEKIT_ASSERT(pCurve);
     if (pCurve->KeyGetCount() == 0) {
         return 0.0;
     }
     double toLeft = 0.0;
     double toRight = 0.0;
-    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
-    return SlopeFromAuto(pSide, pAuto, toLeft, toRight);
+    SecantsOfKey(WindowOf(pCurve->Keys(), pIndex), toLeft, toRight);
+    return pFormula(toLeft, toRight);
+}
+
+double SlopeForKey(KeySide pSide, double pAuto, const Glissa* pCurve, int pIndex)
+{
+    return AtKey(pCurve, pIndex, [=](double pToLeft, double pToRight) {
+        return SlopeFromAuto(pSide, pAuto, pToLeft, pToRight);
+    });
 }
 
 double AutoFromSlope(KeySide pSide, double& pSlope, double pToLeft, double pToRight)
@@ -82,15 +92,11 @@ double AutoFromSlope(KeySide pSide, double& pSlope, double pToLeft, double pToRi
     return InnerAuto(pSlope, near, far);
 }
 
-double AutoForKey(KeySide pSide, double& pSlope, Glissa* pCurve, int pIndex)
+double AutoForKey(KeySide pSide, double& pSlope, const Glissa* pCurve, int pIndex)
 {
-    if (pCurve->KeyGetCount() == 0) {
-        return 0.0;
-    }
-    double toLeft = 0.0;
-    double toRight = 0.0;
-    GLISSA_ComputeToLeftAndToRight(toLeft, toRight, pCurve, pIndex);
-    return AutoFromSlope(pSide, pSlope, toLeft, toRight);
+    return AtKey(pCurve, pIndex, [&, pSide](double pToLeft, double pToRight) {
+        return AutoFromSlope(pSide, pSlope, pToLeft, pToRight);
+    });
 }
 }  // namespace
 

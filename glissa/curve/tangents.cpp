@@ -86,6 +86,7 @@ struct Side
     double SecondsToNeighbour() const
     {
         const int from = IsLeft() ? index - 1 : index;
+        CORVEKIT_ASSERT(from >= 0 && from + 1 < curve.KeyGetCount());
         return SecondsBetween(*curve.InternalPriKeyGetPtr(from),
                               *curve.InternalPriKeyGetPtr(from + 1));
     }
@@ -147,64 +148,53 @@ bool IsPlainUser(const Glissa& pCurve, int pIndex)
     return pIndex < pCurve.KeyGetCount() && IsCubicWith(pCurve, pIndex, eTangentUser);
 }
 
-// The left slope of a key, in slot 1 of the key before; its right side stays.
-void StoreLeftSlope(Glissa& pCurve, int pIndex, float pSlope)
+/// What a value of a side is, and so how its slot may hold it.
+enum class SideValue
+{
+    kSlope,
+    kAuto,
+};
+
+// A slope or an auto parameter of the left side of a key, in slot 1 of the key before. Where the
+// slot holds the other one, the value is converted. The right side stays.
+void StoreLeft(Glissa& pCurve, int pIndex, SideValue pWhat, float pValue)
 {
     const Side left{pCurve, KeySide::kLeft, pIndex};
     CORVEKIT_ASSERT(left.Exists());
     const int before = pIndex - 1;
+    const bool isSlope = pWhat == SideValue::kSlope;
+    const auto store = [&](bool pAsItIs) {
+        const float other = pAsItIs   ? 0.0f
+                            : isSlope ? left.AutoFrom(pValue)
+                                      : left.SlopeFrom(pValue);
+        pCurve.KeySetDataDouble(before, eDataNextLeftSlope, pAsItIs ? pValue : other);
+    };
     const bool hasKey = pIndex < pCurve.KeyGetCount();
     const bool isCubicKey = hasKey && IsCubic(pCurve, pIndex);
-    const bool isUserSide =
-        isCubicKey && (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentUser) != 0;
-    const auto store = [&](bool pAsSlope) {
-        pCurve.KeySetDataDouble(before, eDataNextLeftSlope,
-                                pAsSlope ? pSlope : left.AutoFrom(pSlope));
-    };
     switch (pCurve.KeyGetInterpolation(before)) {
     case eInterpolationCustom:
+        if (isSlope) {
+            store(true);
+        }
+        break;
     case eInterpolationConstant:
     case eInterpolationLinear:
         store(true);
         break;
-    case eInterpolationCubic:
-        if (IsCubicAuto(pCurve, before)) {
-            store(!hasKey || isUserSide || IsCustom(pCurve, pIndex));
-        } else if (IsCubicUser(pCurve, before)) {
-            store(!isCubicKey || isUserSide);
+    case eInterpolationCubic: {
+        const bool isAutoBefore = IsCubicAuto(pCurve, before);
+        if (!isAutoBefore && !IsCubicUser(pCurve, before)) {
+            break;
         }
-        break;
-    default:
+        // A cubic key decides. Without one the key before does, and where there is no key at all
+        // either value is kept as it is.
+        const bool isKeyAlike = isCubicKey && (pCurve.KeyGetTangeantMode(pIndex, false) &
+                                               (isSlope ? eTangentUser : eTangentAuto)) != 0;
+        const bool isBeforeAlike = isSlope != isAutoBefore;
+        const bool isCustomSlope = isSlope && hasKey && IsCustom(pCurve, pIndex);
+        store(isKeyAlike || isCustomSlope || (isBeforeAlike ? !isCubicKey : !hasKey));
         break;
     }
-}
-
-// The left auto parameter of a key, in slot 1 of the key before; its right side stays.
-void StoreLeftAuto(Glissa& pCurve, int pIndex, float pAuto)
-{
-    const Side left{pCurve, KeySide::kLeft, pIndex};
-    CORVEKIT_ASSERT(left.Exists());
-    const int before = pIndex - 1;
-    const bool hasKey = pIndex < pCurve.KeyGetCount();
-    const bool isCubicKey = hasKey && IsCubic(pCurve, pIndex);
-    const bool isAutoSide =
-        isCubicKey && (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentAuto) != 0;
-    const auto store = [&](bool pAsAuto) {
-        pCurve.KeySetDataDouble(before, eDataNextLeftSlope,
-                                pAsAuto ? pAuto : left.SlopeFrom(pAuto));
-    };
-    switch (pCurve.KeyGetInterpolation(before)) {
-    case eInterpolationConstant:
-    case eInterpolationLinear:
-        store(true);
-        break;
-    case eInterpolationCubic:
-        if (IsCubicAuto(pCurve, before)) {
-            store(!isCubicKey || isAutoSide);
-        } else if (IsCubicUser(pCurve, before)) {
-            store(!hasKey || isAutoSide);
-        }
-        break;
     default:
         break;
     }
@@ -214,6 +204,7 @@ void StoreLeftAuto(Glissa& pCurve, int pIndex, float pAuto)
 // follow: that key has no place for one.
 void FollowLeftSlope(Glissa& pCurve, int pIndex, float pSlope)
 {
+    CORVEKIT_ASSERT(pIndex > 0);
     if (IsPlainUser(pCurve, pIndex) && !IsCubicTcb(pCurve, pIndex - 1)) {
         pCurve.KeySetRightDerivative(pIndex, pSlope);
     }
@@ -222,6 +213,7 @@ void FollowLeftSlope(Glissa& pCurve, int pIndex, float pSlope)
 void StoreLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pInfo,
                    bool pForceDerivative)
 {
+    CORVEKIT_ASSERT(pIndex > 0 && pIndex < pCurve.KeyGetCount());
     const GlissaKeyAttributes key = *pCurve.InternalPriKeyAttrGetPtr(pIndex);
     if (!IsCubicTcb(pCurve, pIndex - 1)) {
         pCurve.KeySetLeftTangeantWeight(pIndex, pInfo.mWeight);
@@ -232,9 +224,9 @@ void StoreLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pInfo,
     const GlissaKeyAttributes& decides =
         IsCubic(key) ? key : *pCurve.InternalPriKeyAttrGetPtr(pIndex - 1);
     if (IsCubic(decides) && (decides.mFlags & eTangentAuto) != 0 && !pForceDerivative) {
-        StoreLeftAuto(pCurve, pIndex, pInfo.mAuto);
+        StoreLeft(pCurve, pIndex, SideValue::kAuto, pInfo.mAuto);
     } else {
-        StoreLeftSlope(pCurve, pIndex, pInfo.mDerivative);
+        StoreLeft(pCurve, pIndex, SideValue::kSlope, pInfo.mDerivative);
     }
 }
 
@@ -290,7 +282,7 @@ void Glissa::KeySetLeftDerivative(int pIndex, float pSlope)
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    StoreLeftSlope(*this, pIndex, pSlope);
+    StoreLeft(*this, pIndex, SideValue::kSlope, pSlope);
     FollowLeftSlope(*this, pIndex, pSlope);
 }
 
@@ -341,7 +333,7 @@ void Glissa::KeySetLeftAuto(int pIndex, float pAuto)
     }
     const KeyModifyBracket bracket(*this);
     ResetCandidate();
-    StoreLeftAuto(*this, pIndex, pAuto);
+    StoreLeft(*this, pIndex, SideValue::kAuto, pAuto);
     if (IsPlainUser(*this, pIndex)) {
         KeySetRightAuto(pIndex, pAuto);
     }
