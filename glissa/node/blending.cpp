@@ -1,47 +1,24 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// How a layer's values come onto those below: sums for numbers, powers and products for scaling,
-// matrices and quaternions for rotations.
+// Blends the values of a layer onto those of the layers below: sums for numbers, powers and
+// products for scaling, matrices and quaternions for rotations.
 
-#include "glissa/curve/curve.h"
+#include "glissa/node/blending.h"
+
 #include "glissa/node/euler_blend.h"
-#include "glissa/node/node_state.h"
-#include "glissa/node/running_rotation.h"
+#include "glissa/node/values.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace
 {
-// Beyond these a weight counts as full, or as none.
+// Weights above and below these count as 1 and as 0.
 constexpr double kFullWeight = 0.99999;
 constexpr double kNoWeight = 1e-5;
-constexpr double kExcludedWeight = 0.001;  // an excluded layer of no weight counts as full
-
-KgeRMatrix MatrixOf(const double* pAngles, const KVdRotationOrder& pOrder)
-{
-    CORVEKIT_ASSERT(pAngles);
-    KgeRMatrix matrix;
-    pOrder.V2M(matrix, KgeRVector(pAngles));
-    return matrix;
-}
-
-// The part pWeight of a rotation. All of it needs no power.
-KgeRMatrix PartOf(const double* pAngles, double pWeight, const KVdRotationOrder& pOrder)
-{
-    const KgeRMatrix whole = MatrixOf(pAngles, pOrder);
-    return pWeight == 1.0 ? whole : whole.Power(pWeight);
-}
-
-void ScaleRotation(double* pAngles, double pWeight, const KVdRotationOrder& pOrder)
-{
-    if (pWeight != 1.0) {
-        KgeRVector scaled;
-        pOrder.M2V(scaled, PartOf(pAngles, pWeight, pOrder));
-        std::copy_n(scaled.Data(), 3, pAngles);
-    }
-}
+constexpr double kExcludedWeight =
+    0.001;  // an excluded layer of a lower weight counts as of weight 1
 
 // Whether a blend of rotations scales the layer's angles by its weight first.
 bool ScalesAngles(eLayerMode pMode)
@@ -72,54 +49,50 @@ void BlendOlder(double* pResult, double* pValues, double pWeight, eLayerMode pMo
 }
 }  // namespace
 
-// How many values a blend works on.
-int GlissaNode::ValuesAtHand() const
+void BlendLayer(GlissaNode& pLayer, double* pResult, double* pValues, KTime pTime, int pExcludedId,
+                RunningRotation& pRunning)
 {
-    return mState->mCurve ? 1 : std::min(mState->mChildren.GetCount(), kNodeZeroValues);
-}
-
-// A rotation stays a matrix on its way along the chain, and becomes angles where it ends.
-void GlissaNode::RunningRotation::Take(const double* pAngles)
-{
-    if (!mHolds) {
-        mHolds = true;
-        // At rest, as a chain begins.
-        const bool rests = pAngles[0] == 0.0 && pAngles[1] == 0.0 && pAngles[2] == 0.0;
-        mMatrix = rests ? KgeRMatrix() : MatrixOf(pAngles, mOrder);
+    CORVEKIT_ASSERT(pResult && pValues && pResult != pValues);
+    const GlissaNodeState& state = StateOf(pLayer);
+    const GlissaLayerInfo& info = state.mLayer;
+    double weight = info.GetWeight(pTime);
+    const eLayerMode mode = info.GetLayerMode();
+    if (info.GetLayerID() == pExcludedId && mode == eLayerModeOverridePassthrough &&
+        std::fabs(weight) <= kExcludedWeight) {
+        weight = 1.0;
     }
-}
-
-void GlissaNode::RunningRotation::Put(double* pAngles)
-{
-    if (mHolds) {
-        mHolds = false;
-        KgeRVector angles;
-        mOrder.M2V(angles, mMatrix);
-        std::copy_n(angles.Data(), 3, pAngles);
+    // The weight of a channel applies to the whole of it: a leaf with a parent has none.
+    const bool isUnweighted = state.mCurve && state.mParent;
+    const EGlissaLayerType type = state.LayerType();
+    if (type == eLayerTypeRotation && !state.mCurve && state.mChildren.GetCount() >= 3 &&
+        !GLISSA_IsBrokenRotationBlendEnabled()) {
+        pRunning.Blend(pResult, pValues, weight, mode);
+        return;
     }
-}
-
-void GlissaNode::RunningRotation::Blend(double* pResult, const double* pValues, double pWeight,
-                                        eLayerMode pMode)
-{
-    switch (pMode) {
-    case eLayerModeAdditive:
-        Take(pResult);
-        mMatrix = mMatrix * PartOf(pValues, pWeight, mOrder);
-        break;
-    case eLayerModeOverride:
-        // Angles of full weight are kept as they are, whole turns included.
-        mHolds = pWeight != 1.0;
-        if (mHolds) {
-            mMatrix = PartOf(pValues, pWeight, mOrder);
+    pRunning.WriteAngles(pResult);
+    switch (type) {
+    case eLayerTypeValue:
+    case eLayerTypeVector:
+        if (isUnweighted) {
+            pResult[0] += pValues[0];
         } else {
-            std::copy_n(pValues, 3, pResult);
+            pLayer.BlendSimple(pResult, pValues, weight, mode);
         }
         break;
-    case eLayerModeOverridePassthrough:
-        Take(pResult);
-        mMatrix = KgeRMatrix(
-            KgeSlerp(KgeQuaternion(mMatrix), KgeQuaternion(MatrixOf(pValues, mOrder)), pWeight));
+    case eLayerTypeScaling:
+        if (isUnweighted) {
+            pResult[0] *= pValues[0];
+        } else {
+            pLayer.BlendScaling(pResult, pValues, weight, mode);
+        }
+        break;
+    case eLayerTypeRotation:
+    case eLayerTypeRotationByChannel:
+        if (!state.mCurve) {
+            pLayer.BlendRotation(pResult, pValues, weight, mode);
+        }
+        break;
+    default:
         break;
     }
 }
@@ -129,60 +102,14 @@ void GlissaNode::AccumulateValue(double* pResult, double* pValues, KTime pTime, 
 {
     CORVEKIT_ASSERT(pResult && pValues && pResult != pValues);
     RunningRotation running(mState->mRotationOrder);
-    Accumulate(pResult, pValues, pTime, pExcludedId, running);
-    running.Put(pResult);
-}
-
-void GlissaNode::Accumulate(double* pResult, double* pValues, KTime pTime, int pExcludedId,
-                            RunningRotation& pRunning)
-{
-    const GlissaLayerInfo& info = mState->mLayer;
-    double weight = info.GetWeight(pTime);
-    const eLayerMode mode = info.GetLayerMode();
-    if (info.GetLayerID() == pExcludedId && mode == eLayerModeOverridePassthrough &&
-        std::fabs(weight) <= kExcludedWeight) {
-        weight = 1.0;
-    }
-    // The weight of a channel is that of its whole: a leaf with a parent just hands its value on.
-    const bool hands_on = mState->mCurve && mState->mParent;
-    const EGlissaLayerType type = mState->LayerType();
-    if (type == eLayerTypeRotation && !mState->mCurve && mState->mChildren.GetCount() >= 3 &&
-        !GLISSA_IsBrokenRotationBlendEnabled()) {
-        pRunning.Blend(pResult, pValues, weight, mode);
-        return;
-    }
-    pRunning.Put(pResult);
-    switch (type) {
-    case eLayerTypeValue:
-    case eLayerTypeVector:
-        if (hands_on) {
-            pResult[0] += pValues[0];
-        } else {
-            BlendSimple(pResult, pValues, weight, mode);
-        }
-        break;
-    case eLayerTypeScaling:
-        if (hands_on) {
-            pResult[0] *= pValues[0];
-        } else {
-            BlendScaling(pResult, pValues, weight, mode);
-        }
-        break;
-    case eLayerTypeRotation:
-    case eLayerTypeRotationByChannel:
-        if (!mState->mCurve) {
-            BlendRotation(pResult, pValues, weight, mode);
-        }
-        break;
-    default:
-        break;
-    }
+    BlendLayer(*this, pResult, pValues, pTime, pExcludedId, running);
+    running.WriteAngles(pResult);
 }
 
 void GlissaNode::BlendSimple(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
     CORVEKIT_ASSERT(pResult && pValues);
-    const int count = ValuesAtHand();
+    const int count = BlendedCount(*mState);
     switch (pMode) {
     case eLayerModeAdditive:
         for (int i = 0; i < count; ++i) {
@@ -205,7 +132,7 @@ void GlissaNode::BlendSimple(double* pResult, double* pValues, double pWeight, e
 void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
     CORVEKIT_ASSERT(pResult && pValues);
-    const int count = ValuesAtHand();
+    const int count = BlendedCount(*mState);
     for (int i = 0; i < count; ++i) {
         const double below = std::fabs(pResult[i]);
         const double layer = std::fabs(pValues[i]);
@@ -226,10 +153,10 @@ void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, 
 void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight, eLayerMode pMode)
 {
     CORVEKIT_ASSERT(pResult && pValues);
-    // Fewer than three angles are no rotation that could be composed.
-    const bool by_channel = GetValueCount() < 3;
+    // Fewer than three angles cannot be composed.
+    const bool isByChannel = mState->ValueCount() < 3;
     const int type = GetLayerType();
-    if (type == eLayerTypeRotationByChannel || (type == eLayerTypeRotation && by_channel)) {
+    if (type == eLayerTypeRotationByChannel || (type == eLayerTypeRotation && isByChannel)) {
         BlendSimple(pResult, pValues, pWeight, pMode);
         return;
     }
@@ -241,7 +168,7 @@ void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight,
     } else {
         RunningRotation running(mState->mRotationOrder);
         running.Blend(pResult, pValues, pWeight, pMode);
-        running.Put(pResult);
+        running.WriteAngles(pResult);
         if (ScalesAngles(pMode)) {
             ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
         }
@@ -261,7 +188,7 @@ void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
         ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
     } else if (GetDataType() == KDataTypeLclScaling) {
         for (int i = 0; i < count; ++i) {
-            // A negative scaling has no power in between: the sign is lost, as in a blend.
+            // The power of a negative scaling is not real: the sign is lost, as in a blend.
             pValues[i] = std::pow(std::fabs(pValues[i]), pWeight);
         }
     } else {

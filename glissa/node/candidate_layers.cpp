@@ -1,14 +1,15 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// From a wanted total to what one layer must hold: the layers above and below it are undone. Then
-// to pending values in that layer's curves, and to keys. A time from outside goes through the
-// node's warp once, at the entrance; candidate times are warped ones.
+// From a wanted total to the values of one layer: the effect of the layers above and below it is
+// taken out. Then to pending values in the curves of that layer, and to keys. The warp of the node
+// is applied once, in the public operations; candidate times are warped.
 
 #include "corvekit/event/operation.h"
-#include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
-#include "glissa/node/node_state.h"
+#include "glissa/node/evaluation.h"
+#include "glissa/node/running_rotation.h"
+#include "glissa/node/values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,37 +20,23 @@ namespace
 {
 constexpr int kEveryLayer = std::numeric_limits<int>::max();
 constexpr double kNoPassthroughWeight = 0.001;
+const KTime kNoTime = KTime::Infinite();
 
-KgeRMatrix MatrixOf(const double* pAngles, const KVdRotationOrder& pOrder)
+// What a layer must hold for the blended values of a channel to be pTotal.
+void FindShare(GlissaNode& pNode, double* pResult, const double* pTotal, KTime pTime, int pId)
 {
-    KgeRMatrix matrix;
-    pOrder.V2M(matrix, KgeRVector(pAngles));
-    return matrix;
-}
-
-}  // namespace
-
-void GlissaNode::ComputeCandidateForLayer(double* pResult, double* pTotal, KTime pTime, int pId,
-                                          int*)
-{
-    GlissaNode* base = mState->mObjectLayer;
-    FindShare(pResult, pTotal, base ? base->WarpedTime(pTime, false) : pTime, pId);
-}
-
-void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, int pId)
-{
-    CORVEKIT_ASSERT(pResult && pTotal && IsChannel());
-    GlissaNode* layer = LayerGet(pId);
-    GlissaNode* base = mState->mObjectLayer ? mState->mObjectLayer : this;
-    const int count = std::min(GetValueCount(), kNodeZeroValues);
-    const auto evaluate = [this, base, pTime](double* pValues, int pExcludedId, int pFirstId,
-                                              int pLastId) {
+    const GlissaNodeState& state = StateOf(pNode);
+    CORVEKIT_ASSERT(pResult && pTotal && IsChannel(state));
+    GlissaNode* const layer = pNode.LayerGet(pId);
+    GlissaNode& base = state.mObjectLayer ? *state.mObjectLayer : pNode;
+    const int count = BlendedCount(state);
+    const auto evaluate = [&](double* pValues, int pExcludedId, int pFirstId, int pLastId) {
         std::fill_n(pValues, kNodeZeroValues, 0.0);
-        GetZeroValues(pValues);
-        base->EvaluatePart(pValues, pTime, pExcludedId, pFirstId, pLastId);
+        WriteZeroValues(state, pValues);
+        EvaluatePart(base, pValues, pTime, pExcludedId, pFirstId, pLastId);
     };
     double others[kNodeZeroValues];
-    int type = (layer ? layer : this)->GetLayerType();
+    int type = (layer ? layer : &pNode)->GetLayerType();
     if (type == eLayerTypeRotation && count < 3) {
         type = eLayerTypeRotationByChannel;  // as they are blended
     }
@@ -62,15 +49,16 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
         break;
     case eLayerTypeScaling:
         evaluate(others, pId, -1, kEveryLayer);
-        // What the others bring to nothing, no share can bring back: it rests.
+        // Where the other layers scale to 0, no share can reach the total: it becomes 1.
         std::transform(pTotal, pTotal + count, others, pResult, [](double pWhole, double pOthers) {
             return pOthers != 0.0 ? pWhole / pOthers : 1.0;
         });
         break;
     case eLayerTypeRotation: {
-        const KVdRotationOrder order(mState->mRotationOrder);
+        const KVdRotationOrder order(state.mRotationOrder);
         evaluate(others, -1, pId + 1, kEveryLayer);
-        KgeRMatrix wanted = MatrixOf(pTotal, order) * MatrixOf(others, order).Transpose();
+        KgeRMatrix wanted =
+            RotationMatrix(pTotal, order) * RotationMatrix(others, order).Transpose();
         if (layer && layer->GetLayerInfo().GetLayerMode() != eLayerModeOverride) {
             const GlissaLayerInfo& info = layer->GetLayerInfo();
             if (info.GetLayerMode() == eLayerModeOverridePassthrough &&
@@ -79,7 +67,7 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
             } else {
                 evaluate(others, -1, 0, pId - 1);
             }
-            wanted = MatrixOf(others, order).Transpose() * wanted;
+            wanted = RotationMatrix(others, order).Transpose() * wanted;
         }
         KgeRVector angles;
         order.M2V(angles, wanted);
@@ -93,6 +81,138 @@ void GlissaNode::FindShare(double* pResult, const double* pTotal, KTime pTime, i
     }
 }
 
+// A channel without a key in any layer takes its share as the default value of the layer, so that
+// it shows without a key.
+void SetKeylessValues(GlissaNode& pNode, KTime pTime, const double* pTotal,
+                      const GlissaLayerInfo& pInfo)
+{
+    const GlissaNodeState& state = StateOf(pNode);
+    const int count = BlendedCount(state);
+    const bool isLeaf = state.mCurve != nullptr;
+    bool keyless[kNodeZeroValues] = {};
+    if (isLeaf) {
+        keyless[0] = !state.mParent && pNode.KeyGetCount(true) == 0;
+    } else {
+        for (int i = 0; i < count; ++i) {
+            keyless[i] = pNode.KeyGetCountOnChild(i) == 0;
+        }
+    }
+    if (std::none_of(keyless, keyless + count, [](bool pKeyless) { return pKeyless; })) {
+        return;
+    }
+    const int id = pInfo.GetLayerID();
+    GlissaNode* layer = pNode.LayerGet(id);
+    if (!layer) {
+        layer = pNode.CreateLayerAt(pInfo);
+    }
+    if (!layer) {
+        return;
+    }
+    double share[kNodeZeroValues] = {};
+    FindShare(pNode, share, pTotal, pTime, id);
+    for (int i = 0; i < count; ++i) {
+        GlissaNode* channel = isLeaf ? layer : layer->Get(i);
+        Glissa* curve = keyless[i] && channel ? channel->FCurveGet() : nullptr;
+        if (curve) {
+            curve->SetValue(static_cast<float>(share[i]));
+            curve->CandidateClear();
+        }
+    }
+}
+
+// The factor between the values of a layer and their part of the total: the weight of the layer,
+// and what the passthrough layers above it leave of the values below them.
+double WeightInTotal(const GlissaNode& pLayer, KTime pTime)
+{
+    auto weight = static_cast<float>(pLayer.GetLayerInfo().GetWeight(pTime));
+    for (const GlissaNode* node = pLayer.LayerGet(); node; node = node->LayerGet()) {
+        const GlissaLayerInfo& info = node->GetLayerInfo();
+        if (info.GetLayerMode() == eLayerModeOverridePassthrough && !node->IsNodeMuted()) {
+            weight =
+                static_cast<float>((1.0 - info.GetWeight(pTime)) * static_cast<double>(weight));
+        }
+    }
+    return static_cast<double>(weight);
+}
+
+// Sets the pending values of a layer, which is made where it is missing. With pResolve its weight
+// is taken out of them, in place. The time is warped already.
+double* SetInLayer(GlissaNode& pNode, KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
+                   bool pResolve)
+{
+    CORVEKIT_ASSERT(pValues);
+    GlissaNodeState& state = StateOf(pNode);
+    state.SetSpecificCandidateMethod(eCandidateSpecific);
+    state.SetTotalCandidateMethod(eCandidateSpecific);
+    // A branch of channels leaves the layers to these.
+    const bool isBranch = !state.IsBlended() && !IsChannel(state);
+    if (pNode.GetLayerID() != pInfo.GetLayerID() && !isBranch) {
+        GlissaNode* next = pNode.LayerGet();
+        if (!next || next->GetLayerID() > pInfo.GetLayerID()) {
+            next = pNode.CreateLayerAt(pInfo);
+        }
+        return next ? next->CandidateSetSpecificLayer(pTime, pValues, pInfo, pResolve) : pValues;
+    }
+    if (pResolve && !isBranch) {
+        pNode.ResolveWeightedValue(pValues, WeightInTotal(pNode, pTime));
+    }
+    if (Glissa* curve = state.mCurve; curve && !curve->IsLocked()) {
+        curve->CandidateSet(pTime, pValues[0]);
+        if (curve->KeyGetCount() == 0) {
+            curve->SetValue(static_cast<float>(pValues[0]), false);
+        }
+    }
+    if (state.mCurve || state.mChildren.IsEmpty()) {
+        return pValues + 1;
+    }
+    double* running = pValues;
+    for (GlissaNode* child : state.mChildren) {
+        // The weight of a leaf with a parent has been taken out here.
+        const GlissaNodeState& below = StateOf(*child);
+        const bool isWeighted = !below.mCurve || !below.mParent;
+        running = child->CandidateSetSpecificLayer(pTime, running, pInfo,
+                                                   isBranch ? pResolve : isWeighted);
+    }
+    return running;
+}
+
+bool IsEulerRotation(const GlissaNode& pNode)
+{
+    const GlissaNodeState& state = StateOf(pNode);
+    const bool turns = state.IsRotation() ||
+                       (pNode.GetDataType() == KDataTypeRotation &&
+                        state.LayerType() == eLayerTypeVector && state.mChildren.GetCount() == 3);
+    return turns && !state.UsesQuaternion();
+}
+
+// Brings angles to the form that is nearest to the angles of a layer, so that its keys do not jump
+// by a turn. pIsSum  the angles are a part of a sum, with the weight of the layer in it.
+void MakeNearest(GlissaNode& pLayer, double* pAngles, KTime pTime, int* pHint, bool pIsSum)
+{
+    CORVEKIT_ASSERT(pAngles && pLayer.GetCount() >= 3);
+    double held[kNodeZeroValues] = {};
+    EvaluateLayer(pLayer, held, pTime, pHint, !pIsSum);
+    if (pIsSum) {
+        // The flipped form is the same rotation, but another part of a sum of angles.
+        for (int i = 0; i < 3; ++i) {
+            pAngles[i] -= 360.0 * std::round((pAngles[i] - held[i]) / 360.0);
+        }
+        return;
+    }
+    KgeRVector nearest;
+    const KVdRotationOrder order(StateOf(pLayer).mRotationOrder);
+    order.V2VRef(nearest, KgeRVector(pAngles), KgeRVector(held));
+    std::copy_n(nearest.Data(), 3, pAngles);
+}
+}  // namespace
+
+void GlissaNode::ComputeCandidateForLayer(double* pResult, double* pTotal, KTime pTime, int pId,
+                                          int*)
+{
+    GlissaNode* base = mState->mObjectLayer;
+    FindShare(*this, pResult, pTotal, base ? WarpedTime(*base, pTime, false) : pTime, pId);
+}
+
 double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo, int)
 {
     CORVEKIT_ASSERT(pValues);
@@ -101,13 +221,13 @@ double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayer
     if (info.IsLocked() || GetLayerID() != 0) {
         return pValues;
     }
-    const KTime time = WarpedTime(pTime, true);
-    const bool is_channel = IsChannel();
-    if (is_channel) {
-        GiveKeylessChannels(time, pValues, info);
+    const KTime time = WarpedTime(*this, pTime, true);
+    const bool isChannel = IsChannel(*mState);
+    if (isChannel) {
+        SetKeylessValues(*this, time, pValues, info);
     }
-    SetSpecificCandidateMethod(eCandidateTotal);
-    SetTotalCandidateMethod(eCandidateTotal);
+    mState->SetSpecificCandidateMethod(eCandidateTotal);
+    mState->SetTotalCandidateMethod(eCandidateTotal);
     mState->mCandidateTime = time;
     if (mState->mCurve || mState->mChildren.IsEmpty()) {
         mState->mTotalCandidate[0] = static_cast<float>(pValues[0]);
@@ -118,46 +238,9 @@ double* GlissaNode::CandidateSet(KTime pTime, double* pValues, const GlissaLayer
         if (i < kNodeLayeredValues) {
             mState->mTotalCandidate[i] = static_cast<float>(*running);
         }
-        running = Get(i)->CandidateSet(time, running, is_channel ? GlissaLayerInfo::Base : info);
+        running = Get(i)->CandidateSet(time, running, isChannel ? GlissaLayerInfo::Base : info);
     }
     return running;
-}
-
-// A channel without a key in any layer takes its share as the default value of the layer at once:
-// it shows without a key.
-void GlissaNode::GiveKeylessChannels(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo)
-{
-    const int count = std::min(GetValueCount(), kNodeZeroValues);
-    const bool is_leaf = mState->mCurve != nullptr;
-    bool keyless[kNodeZeroValues] = {};
-    if (is_leaf) {
-        keyless[0] = !mState->mParent && KeyGetCount(true) == 0;
-    } else {
-        for (int i = 0; i < count; ++i) {
-            keyless[i] = KeyGetCountOnChild(i) == 0;
-        }
-    }
-    if (std::none_of(keyless, keyless + count, [](bool pKeyless) { return pKeyless; })) {
-        return;
-    }
-    const int id = pInfo.GetLayerID();
-    GlissaNode* layer = LayerGet(id);
-    if (!layer) {
-        layer = CreateLayerAt(pInfo);
-    }
-    if (!layer) {
-        return;
-    }
-    double share[kNodeZeroValues] = {};
-    FindShare(share, pValues, pTime, id);
-    for (int i = 0; i < count; ++i) {
-        GlissaNode* channel = is_leaf ? layer : layer->Get(i);
-        Glissa* curve = keyless[i] && channel ? channel->FCurveGet() : nullptr;
-        if (curve) {
-            curve->SetValue(static_cast<float>(share[i]));
-            curve->CandidateClear();
-        }
-    }
 }
 
 double* GlissaNode::CandidateSetSpecificLayer(KTime pTime, double* pValues,
@@ -168,57 +251,7 @@ double* GlissaNode::CandidateSetSpecificLayer(KTime pTime, double* pValues,
     if (info.IsLocked()) {
         return pValues;
     }
-    return SetInLayer(WarpedTime(pTime, true), pValues, info, pResolve);
-}
-
-double* GlissaNode::SetInLayer(KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
-                               bool pResolve)
-{
-    CORVEKIT_ASSERT(pValues);
-    SetSpecificCandidateMethod(eCandidateSpecific);
-    SetTotalCandidateMethod(eCandidateSpecific);
-    const bool hands_on = !IsBlended() && !IsChannel();
-    if (GetLayerID() != pInfo.GetLayerID() && !hands_on) {
-        GlissaNode* next = mState->mNextLayer;
-        if (!next || next->GetLayerID() > pInfo.GetLayerID()) {
-            next = CreateLayerAt(pInfo);
-        }
-        return next ? next->CandidateSetSpecificLayer(pTime, pValues, pInfo, pResolve) : pValues;
-    }
-    if (pResolve && !hands_on) {
-        ResolveWeightedValue(pValues, static_cast<double>(ShareOfTotal(pTime)));
-    }
-    if (Glissa* curve = mState->mCurve; curve && !curve->IsLocked()) {
-        curve->CandidateSet(pTime, pValues[0]);
-        if (curve->KeyGetCount() == 0) {
-            curve->SetValue(static_cast<float>(pValues[0]), false);
-        }
-    }
-    if (mState->mCurve || mState->mChildren.IsEmpty()) {
-        return pValues + 1;
-    }
-    double* running = pValues;
-    for (GlissaNode* child : mState->mChildren) {
-        // A leaf hands its value on without a weight, which has been taken out here.
-        const bool is_weighted = !child->mState->mCurve || !child->mState->mParent;
-        const bool resolves = hands_on ? pResolve : is_weighted;
-        running = child->CandidateSetSpecificLayer(pTime, running, pInfo, resolves);
-    }
-    return running;
-}
-
-// How much of the layer reaches the total: its weight, and what the mixing layers above it let
-// through.
-float GlissaNode::ShareOfTotal(KTime pTime) const
-{
-    auto share = static_cast<float>(mState->mLayer.GetWeight(pTime));
-    for (const GlissaNode* node = mState->mNextLayer; node; node = node->LayerGet()) {
-        const GlissaLayerInfo& info = node->mState->mLayer;
-        if (info.GetLayerMode() == eLayerModeOverridePassthrough && !node->IsNodeMuted()) {
-            share = static_cast<float>((1.0 - info.GetWeight(pTime)) * static_cast<double>(share));
-        }
-    }
-    return share;
+    return SetInLayer(*this, WarpedTime(*this, pTime, true), pValues, info, pResolve);
 }
 
 void GlissaNode::FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pInfo)
@@ -228,19 +261,20 @@ void GlissaNode::FromTotalCandidateToSpecificCandidate(const GlissaLayerInfo& pI
         return;
     }
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
-    if (!IsChannel()) {
+    if (!IsChannel(*mState)) {
         for (GlissaNode* child : mState->mChildren) {
             child->FromTotalCandidateToSpecificCandidate(info);
         }
     } else if (!info.IsLocked()) {
         double total[kNodeZeroValues] = {};
         double share[kNodeZeroValues] = {};
-        TakeTotal(total);
-        FindShare(share, total, mState->mCandidateTime, info.GetLayerID());
-        SetInLayer(mState->mCandidateTime, share, info, info.GetLayerID() != 0 || IsBlended());
+        ReadTotal(*mState, total);
+        FindShare(*this, share, total, mState->mCandidateTime, info.GetLayerID());
+        SetInLayer(*this, mState->mCandidateTime, share, info,
+                   info.GetLayerID() != 0 || mState->IsBlended());
     }
-    SetSpecificCandidateMethod(eCandidateTotalAndSpecific);
-    SetTotalCandidateMethod(eCandidateTotal);
+    mState->SetSpecificCandidateMethod(eCandidateTotalAndSpecific);
+    mState->SetTotalCandidateMethod(eCandidateTotal);
 }
 
 double* GlissaNode::CandidateGetSpecificLayer(double* pValues, KTime& pTime,
@@ -248,20 +282,20 @@ double* GlissaNode::CandidateGetSpecificLayer(double* pValues, KTime& pTime,
 {
     const KOperation operation;
     const GlissaLayerInfo info = GetCorrectLayerInfo(pInfo);
-    const bool is_layer = GetLayerID() == info.GetLayerID();
+    const bool isLayer = GetLayerID() == info.GetLayerID();
     GlissaNode* next = mState->mNextLayer;
     if (GetSpecificCandidateMethod() == eCandidateTotal) {
-        if (is_layer) {
+        if (isLayer) {
             FromTotalCandidateToSpecificCandidate(info);
         } else if (!next) {
             double total[kNodeZeroValues] = {};
-            TakeTotal(total);
+            ReadTotal(*mState, total);
             pTime = mState->mCandidateTime;
-            FindShare(pValues, total, pTime, info.GetLayerID());
+            FindShare(*this, pValues, total, pTime, info.GetLayerID());
             return pValues;
         }
     }
-    if (is_layer) {
+    if (isLayer) {
         return CandidateGetWithTime(pValues, pTime);
     }
     if (next && next->GetLayerID() <= info.GetLayerID()) {
@@ -269,33 +303,6 @@ double* GlissaNode::CandidateGetSpecificLayer(double* pValues, KTime& pTime,
     }
     GetZeroValues(pValues);
     return nullptr;
-}
-
-bool GlissaNode::IsEulerRotation() const
-{
-    const bool turns = IsRotationLayerType() ||
-                       (GetDataType() == KDataTypeRotation && GetLayerType() == eLayerTypeVector &&
-                        mState->mChildren.GetCount() == 3);
-    return turns && !GetUseQuaternion();
-}
-
-// Brings angles to the form that lies nearest to what this layer holds, so that keys do not jump by
-// a turn. pIsShare  the angles are a share of a total with the layer's weight in it.
-void GlissaNode::MakeNearest(double* pAngles, KTime pTime, int* pHint, bool pIsShare)
-{
-    CORVEKIT_ASSERT(pAngles && GetCount() >= 3);
-    double held[kNodeZeroValues] = {};
-    EvaluateLayer(held, pTime, pHint, !pIsShare);
-    if (pIsShare) {
-        // The flipped form is the same rotation, but not the same share of a sum of angles.
-        for (int i = 0; i < 3; ++i) {
-            pAngles[i] -= 360.0 * std::round((pAngles[i] - held[i]) / 360.0);
-        }
-        return;
-    }
-    KgeRVector nearest;
-    KVdRotationOrder(mState->mRotationOrder).V2VRef(nearest, KgeRVector(pAngles), KgeRVector(held));
-    std::copy_n(nearest.Data(), 3, pAngles);
 }
 
 bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pMask, bool pZeroKey,
@@ -308,10 +315,9 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
     if (info.IsLocked()) {
         return true;
     }
-    const KTime no_time = KTime::Infinite();
     GlissaNode* base = mState->mObjectLayer;
-    const KTime given = pTime != no_time && base ? base->WarpedTime(pTime, true) : pTime;
-    if (!IsChannel()) {
+    const KTime given = pTime != kNoTime && base ? WarpedTime(*base, pTime, true) : pTime;
+    if (!IsChannel(*mState)) {
         for (int i = 0; i < GetCount(); ++i) {
             if (!pMask || pMask[i]) {
                 Get(i)->CandidateKey(pLast, info, pMask ? &pMask[i] : nullptr, pZeroKey,
@@ -323,14 +329,14 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
         return true;
     }
     double wanted[kNodeZeroValues] = {};
-    KTime pending = no_time;
+    KTime pending = kNoTime;
     if (IsCandidate()) {
         pending = mState->mCandidateTime;
-        TakeTotal(wanted);
+        ReadTotal(*mState, wanted);
     }
-    const KTime time = pTime != no_time ? given : pending;
-    if (pTime != no_time && pending == no_time) {
-        // What is seen now is what is wanted, and from here on it is pending as a total.
+    const KTime time = pTime != kNoTime ? given : pending;
+    if (pTime != kNoTime && pending == kNoTime) {
+        // The present values are the wanted ones. Their evaluation makes them a pending total.
         int hint = 0;
         CandidateEvaluate(wanted, pTime, &hint);
         pending = time;
@@ -341,38 +347,37 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
         if (pNearest && layer && GetCount() >= 3) {
             // A sum of angles is placed before the weight is taken out, a rotation after it: taking
             // a weight out of a rotation leaves no turns.
-            const bool is_sum = layer->GetLayerType() != eLayerTypeRotation && IsBlended();
-            if (!is_sum && pResolve) {
-                layer->ResolveWeightedValue(pValues,
-                                            static_cast<double>(layer->ShareOfTotal(time)));
+            const bool isSum = layer->GetLayerType() != eLayerTypeRotation && mState->IsBlended();
+            if (!isSum && pResolve) {
+                layer->ResolveWeightedValue(pValues, WeightInTotal(*layer, time));
                 resolves = false;
             }
-            layer->MakeNearest(pValues, time, pLast, is_sum);
+            MakeNearest(*layer, pValues, time, pLast, isSum);
         }
-        SetInLayer(time, pValues, info, resolves);
+        SetInLayer(*this, time, pValues, info, resolves);
         CandidateKeySpecificLayer(pLast, id, pMask, pInterpolation, pTangentMode, pContinuity,
                                   pTangentOverride, time, pTolerance);
     };
-    // As it stands now: evaluation may have changed it.
+    // Read here since the evaluation above may have changed it.
     const int method = GetSpecificCandidateMethod();
-    const bool has_total = (method & eCandidateTotal) != 0;
-    if (pending == no_time) {
-        // Nothing is pending, and there is no time to take what is seen.
+    const bool hasTotal = (method & eCandidateTotal) != 0;
+    if (pending == kNoTime) {
+        // Nothing is pending, and there is no time at which to take the present values.
     } else if (pZeroKey) {
         double zero[kNodeZeroValues] = {};
         GetZeroValues(zero);
-        key(zero, true, IsRotationLayerType() && has_total);
+        key(zero, true, IsRotationLayerType() && hasTotal);
     } else {
         GlissaNode* layer = GetCorrectLayerAndCreateIfMissing(info);
         double share[kNodeZeroValues] = {};
-        FindShare(share, wanted, time, id);
-        const bool turns = IsEulerRotation();
-        const bool is_held = layer && (turns ? !has_total : method == eCandidateSpecific);
-        if (is_held) {
+        FindShare(*this, share, wanted, time, id);
+        const bool turns = IsEulerRotation(*this);
+        const bool isSpecific = layer && (turns ? !hasTotal : method == eCandidateSpecific);
+        if (isSpecific) {
             CandidateEvaluateSpecificLayer(share, time, id, pLast);
         }
-        // What the layer holds already has no weight in it to take out, nor has a base alone.
-        key(share, !is_held && (id != 0 || IsBlended()), turns && has_total);
+        // Specific values have no weight in them to take out, nor have those of a base alone.
+        key(share, !isSpecific && (id != 0 || mState->IsBlended()), turns && hasTotal);
     }
     if (base) {
         base->CandidateClear(0, true);

@@ -1,11 +1,38 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+// The candidates of a node, saved and restored.
+
 #include "glissa/node/candidate_state.h"
 
+#include "corvekit/event/operation.h"
 #include "corvekit/trace.h"
+#include "glissa/curve/curve.h"
+#include "glissa/node/node_state.h"
 
+#include <algorithm>
 #include <string>
+
+namespace
+{
+// Removes the layers of a base node that a state does not hold. Ids ascend along both.
+void TrimLayers(GlissaNode& pBase, const GlissaNodeCandidateState& pState)
+{
+    CORVEKIT_ASSERT(pBase.GetLayerID() == 0);
+    const GlissaNodeCandidateState* state = pState.mLayerState;
+    GlissaNode* layer = pBase.LayerGet();
+    while (layer) {
+        const int id = layer->GetLayerID();
+        layer = layer->LayerGet();
+        while (state && state->mLayerID < id) {
+            state = state->mLayerState;
+        }
+        if (!state || state->mLayerID != id) {
+            pBase.RemoveLayer(id, true);
+        }
+    }
+}
+}  // namespace
 
 GlissaNodeCandidateState::~GlissaNodeCandidateState()
 {
@@ -45,6 +72,70 @@ void GlissaNodeCandidateState::Dump(int pIndent) const
         if (mSubStates[i]) {
             KTrace("%smSubStates[%d]:\n", blanks, i);
             mSubStates[i]->Dump(pIndent + 1);
+        }
+    }
+}
+
+void GlissaNode::GetCandidateState(GlissaNodeCandidateState& pState)
+{
+    GlissaNodeCandidateState* state = &pState;
+    for (GlissaNode* node = this; node; node = node->LayerGet()) {
+        state->Clear();
+        const State& held = *node->mState;
+        state->mLayerID = node->GetLayerID();
+        state->mSpecificCandidateMethod = node->GetSpecificCandidateMethod();
+        state->mTotalCandidateMethod = node->GetTotalCandidateMethod();
+        std::copy_n(held.mTotalCandidate, kNodeLayeredValues, state->mCandidateTotalValue);
+        state->mCandidateTotalTime = held.mCandidateTime;
+        if (const Glissa* curve = held.mCurve) {
+            state->mCandidateSpecificValue = static_cast<float>(curve->CandidateGet());
+            state->mCandidateSpecificTime = curve->CandidateGetTime();
+            state->mFCurveValue = curve->GetValue();
+        }
+        for (int i = 0; i < std::min(node->GetCount(), kNodeLayeredValues); ++i) {
+            state->mSubStates[i] = new GlissaNodeCandidateState;
+            node->Get(i)->GetCandidateState(*state->mSubStates[i]);
+        }
+        if (held.mNextLayer) {
+            state->mLayerState = new GlissaNodeCandidateState;
+            state = state->mLayerState;
+        }
+    }
+}
+
+void GlissaNode::SetCandidateState(const GlissaNodeCandidateState& pState, bool pTrimLayers)
+{
+    const KOperation operation;
+    if (pTrimLayers && GetLayerID() == 0) {
+        TrimLayers(*this, pState);
+    }
+    const GlissaNodeCandidateState* state = &pState;
+    GlissaNode* node = this;
+    while (node && state) {
+        State& held = *node->mState;
+        node->SetSpecificCandidateMethod(state->mSpecificCandidateMethod);
+        node->SetTotalCandidateMethod(static_cast<eCandidateMethod>(state->mTotalCandidateMethod));
+        std::copy_n(state->mCandidateTotalValue, kNodeLayeredValues, held.mTotalCandidate);
+        held.mCandidateTime = state->mCandidateTotalTime;
+        if (Glissa* curve = held.mCurve) {
+            curve->CandidateSet(state->mCandidateSpecificTime,
+                                static_cast<double>(state->mCandidateSpecificValue));
+            curve->SetValue(state->mFCurveValue);
+        }
+        for (int i = 0; i < std::min(node->GetCount(), kNodeLayeredValues); ++i) {
+            if (state->mSubStates[i]) {
+                node->Get(i)->SetCandidateState(*state->mSubStates[i], false);
+            }
+        }
+        node = node->LayerGet();
+        state = state->mLayerState;
+        // A layer that is missing on either side is skipped.
+        while (node && state && node->GetLayerID() != state->mLayerID) {
+            if (node->GetLayerID() < state->mLayerID) {
+                node = node->LayerGet();
+            } else {
+                state = state->mLayerState;
+            }
         }
     }
 }

@@ -5,7 +5,7 @@
 #include "corvekit/time.h"
 #include "glissa/export.h"
 
-/// Where the pending values of a node live.
+/// Where the pending values of a node are stored.
 enum eCandidateMethod : int
 {
     eCandidateSpecific = 1,          ///< in the curves of one layer
@@ -13,9 +13,8 @@ enum eCandidateMethod : int
     eCandidateTotalAndSpecific = 3,  ///< a total that was also converted for a layer
 };
 
-/// The candidates of a node, of up to four children and of the layers behind it, at one moment.
-/// GlissaNode::GetCandidateState fills it and SetCandidateState puts it back. Owns the states
-/// below.
+/// The candidates of a node, of up to four children and of the layers after it. It is filled by
+/// GlissaNode::GetCandidateState and restored by SetCandidateState. Owns the states below.
 struct GLISSA_API GlissaNodeCandidateState
 {
     GlissaNodeCandidateState() = default;
@@ -27,7 +26,7 @@ struct GLISSA_API GlissaNodeCandidateState
     void SetCandidateTotalTime(KTime& pTime) { mCandidateTotalTime = pTime; }
     /// Destroys the states below.
     void Clear();
-    /// Prints all through KTrace, each line behind pIndent blanks.
+    /// Prints the state with KTrace, each line indented by pIndent blanks.
     void Dump(int pIndent) const;
 
     int mSpecificCandidateMethod = 0;
@@ -37,7 +36,7 @@ struct GLISSA_API GlissaNodeCandidateState
     float mCandidateSpecificValue = 0.0f;
     float mFCurveValue = 0.0f;  ///< the curve's default value
     KTime mCandidateSpecificTime;
-    GlissaNodeCandidateState* mSubStates[4] = {};  ///< one a child, null beyond
+    GlissaNodeCandidateState* mSubStates[4] = {};  ///< one for each child, else null
     GlissaNodeCandidateState* mLayerState = nullptr;
     int mLayerID = 0;
 };

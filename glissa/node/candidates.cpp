@@ -1,42 +1,33 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Where the pending values of a node live, how they are read, kept and put back, and how they end.
+// The pending values of a node: where they are stored, how they are read, keyed and dropped.
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
-#include "glissa/node/node_state.h"
+#include "glissa/node/evaluation.h"
+#include "glissa/node/values.h"
 
 #include <algorithm>
 
 int GlissaNode::GetSpecificCandidateMethod() const
 {
-    const unsigned flags = mState->mEvaluationFlags;
-    return ((flags & kNodeCandidateTotal) != 0 ? 2 : 0) +
-           ((flags & kNodeCandidateSpecific) != 0 ? 1 : 0);
+    return mState->GetSpecificCandidateMethod();
 }
 
 void GlissaNode::SetSpecificCandidateMethod(int pMethod)
 {
-    CORVEKIT_ASSERT(pMethod >= 0 && pMethod <= eCandidateTotalAndSpecific);
-    const auto method = static_cast<unsigned>(pMethod);
-    unsigned& flags = mState->mEvaluationFlags;
-    flags &= ~(kNodeCandidateUnused | kNodeCandidateTotal);
-    flags |= (method & 2u) != 0 ? kNodeCandidateTotal : 0u;
-    flags |= (method & 1u) != 0 ? kNodeCandidateSpecific : 0u;
+    mState->SetSpecificCandidateMethod(pMethod);
 }
 
 eCandidateMethod GlissaNode::GetTotalCandidateMethod() const
 {
-    return (mState->mEvaluationFlags & kNodeCandidateSpecific) != 0 ? eCandidateSpecific
-                                                                    : eCandidateTotal;
+    return mState->HasTotal() ? eCandidateTotal : eCandidateSpecific;
 }
 
 void GlissaNode::SetTotalCandidateMethod(eCandidateMethod pMethod)
 {
-    CORVEKIT_ASSERT(pMethod == eCandidateSpecific || pMethod == eCandidateTotal);
-    mState->mEvaluationFlags &= ~kNodeCandidateSpecific;
-    mState->mEvaluationFlags |= pMethod == eCandidateSpecific ? kNodeCandidateSpecific : 0u;
+    mState->SetTotalCandidateMethod(pMethod);
 }
 
 bool GlissaNode::CandidateClear(int pId, bool pSubLayers)
@@ -71,10 +62,7 @@ void GlissaNode::CandidateClearSubLayers()
 
 double* GlissaNode::CandidateGet(double* pValues, int)
 {
-    if (!IsCandidate()) {
-        return pValues;
-    }
-    return TakeTotal(pValues);
+    return mState->HasTotal() ? ReadTotal(*mState, pValues) : pValues;
 }
 
 void GlissaNode::CandidateGetTotalCandidate(double* pValues, KTime& pTime)
@@ -106,7 +94,7 @@ double* GlissaNode::CandidateEvaluate(double* pValues, KTime pTime, int* pHint)
 double* GlissaNode::CandidateEvaluateSpecificLayer(double* pValues, KTime pTime, int pId,
                                                    int* pHint)
 {
-    GlissaNode* layer = FindLayerHere(pId);
+    GlissaNode* layer = FindLayerFrom(*this, pId);
     if (!layer || layer->IsNodeMuted()) {
         return pValues;
     }
@@ -131,8 +119,9 @@ bool GlissaNode::CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int
 {
     const KOperation operation;
     const int id = GetCorrectLayerID(pId);
-    const bool hands_on = !IsBlended() && !IsChannel();
-    if ((GetLayerID() != id && !hands_on) || IsNodeLocked()) {
+    // A branch of channels leaves the layers to these.
+    const bool isBranch = !mState->IsBlended() && !IsChannel(*mState);
+    if ((GetLayerID() != id && !isBranch) || IsNodeLocked()) {
         GlissaNode* next = mState->mNextLayer;
         return !next || next->GetLayerID() > id ||
                next->CandidateKeySpecificLayer(pLast, pId, pMask, pInterpolation, pTangentMode,
@@ -153,86 +142,4 @@ bool GlissaNode::CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int
         }
     }
     return true;
-}
-
-void GlissaNode::GetCandidateState(GlissaNodeCandidateState& pState)
-{
-    GlissaNodeCandidateState* state = &pState;
-    for (GlissaNode* node = this; node; node = node->LayerGet()) {
-        state->Clear();
-        const State& held = *node->mState;
-        state->mLayerID = node->GetLayerID();
-        state->mSpecificCandidateMethod = node->GetSpecificCandidateMethod();
-        state->mTotalCandidateMethod = node->GetTotalCandidateMethod();
-        std::copy_n(held.mTotalCandidate, kNodeLayeredValues, state->mCandidateTotalValue);
-        state->mCandidateTotalTime = held.mCandidateTime;
-        if (const Glissa* curve = held.mCurve) {
-            state->mCandidateSpecificValue = static_cast<float>(curve->CandidateGet());
-            state->mCandidateSpecificTime = curve->CandidateGetTime();
-            state->mFCurveValue = curve->GetValue();
-        }
-        for (int i = 0; i < std::min(node->GetCount(), kNodeLayeredValues); ++i) {
-            state->mSubStates[i] = new GlissaNodeCandidateState;
-            node->Get(i)->GetCandidateState(*state->mSubStates[i]);
-        }
-        if (held.mNextLayer) {
-            state->mLayerState = new GlissaNodeCandidateState;
-            state = state->mLayerState;
-        }
-    }
-}
-
-// Removes the layers behind this node that a state does not hold; both rise by id.
-void GlissaNode::TrimLayers(const GlissaNodeCandidateState& pState)
-{
-    CORVEKIT_ASSERT(GetLayerID() == 0);
-    const GlissaNodeCandidateState* state = pState.mLayerState;
-    GlissaNode* layer = mState->mNextLayer;
-    while (layer) {
-        const int id = layer->GetLayerID();
-        layer = layer->LayerGet();
-        while (state && state->mLayerID < id) {
-            state = state->mLayerState;
-        }
-        if (!state || state->mLayerID != id) {
-            RemoveLayer(id, true);
-        }
-    }
-}
-
-void GlissaNode::SetCandidateState(const GlissaNodeCandidateState& pState, bool pTrimLayers)
-{
-    const KOperation operation;
-    if (pTrimLayers && GetLayerID() == 0) {
-        TrimLayers(pState);
-    }
-    const GlissaNodeCandidateState* state = &pState;
-    GlissaNode* node = this;
-    while (node && state) {
-        State& held = *node->mState;
-        node->SetSpecificCandidateMethod(state->mSpecificCandidateMethod);
-        node->SetTotalCandidateMethod(static_cast<eCandidateMethod>(state->mTotalCandidateMethod));
-        std::copy_n(state->mCandidateTotalValue, kNodeLayeredValues, held.mTotalCandidate);
-        held.mCandidateTime = state->mCandidateTotalTime;
-        if (Glissa* curve = held.mCurve) {
-            curve->CandidateSet(state->mCandidateSpecificTime,
-                                static_cast<double>(state->mCandidateSpecificValue));
-            curve->SetValue(state->mFCurveValue);
-        }
-        for (int i = 0; i < std::min(node->GetCount(), kNodeLayeredValues); ++i) {
-            if (state->mSubStates[i]) {
-                node->Get(i)->SetCandidateState(*state->mSubStates[i], false);
-            }
-        }
-        node = node->LayerGet();
-        state = state->mLayerState;
-        // A layer that is new, or gone, is passed over.
-        while (node && state && node->GetLayerID() != state->mLayerID) {
-            if (node->GetLayerID() < state->mLayerID) {
-                node = node->LayerGet();
-            } else {
-                state = state->mLayerState;
-            }
-        }
-    }
 }

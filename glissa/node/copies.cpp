@@ -5,7 +5,9 @@
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve_holder.h"
-#include "glissa/node/node_state.h"
+#include "glissa/node/chain.h"
+#include "glissa/node/layers.h"
+#include "glissa/node/tree.h"
 
 #include <algorithm>
 #include <iterator>
@@ -31,6 +33,108 @@ int LayerTypeOf(KDataType* pType)
         return eLayerTypeScaling;
     }
     return eLayerTypeVector;
+}
+
+// Replaces the unmatched channels of a layer by those of another one, or by copies of these.
+void ReplaceUnmatched(GlissaNode& pNode, GlissaNode& pSource, bool pTransfer)
+{
+    CORVEKIT_ASSERT(&pSource != &pNode);
+    DestroyUnmatched(pNode);
+    std::vector<GlissaNode*>& unmatched = StateOf(pNode).mUnmatched;
+    std::vector<GlissaNode*>& source = StateOf(pSource).mUnmatched;
+    if (pTransfer) {
+        unmatched.swap(source);
+    } else {
+        unmatched.reserve(source.size());
+        for (GlissaNode* const channel : source) {
+            unmatched.push_back(channel->Copy());
+        }
+    }
+    for (GlissaNode* const channel : unmatched) {
+        StateOf(*channel).mParent = &pNode;
+        StateOf(*channel).mHolder = &pNode;
+    }
+}
+
+// What a copy does to the node that it is copied into.
+struct CopyMode
+{
+    bool transfers;       // the curves themselves change hands
+    bool includesLocked;  // locked nodes are written too
+};
+
+void CopyLayers(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode);
+
+// Copies curves, candidates and children's layers of a node; not its own layers.
+void CopyNode(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode)
+{
+    CORVEKIT_ASSERT(&pSource != &pNode);
+    if (!pMode.includesLocked && pNode.IsNodeLocked()) {
+        return;
+    }
+    GlissaNodeState& state = StateOf(pNode);
+    const GlissaNodeState& source = StateOf(pSource);
+    if (!source.mUnmatched.empty() || !state.mUnmatched.empty()) {
+        ReplaceUnmatched(pNode, pSource, pMode.transfers);
+    }
+    float total[kNodeLayeredValues] = {};
+    for (int i = 0; i < kNodeLayeredValues; ++i) {
+        const GlissaNode* child = pNode.Get(i);
+        const bool isCopied = child && (pMode.includesLocked || !child->IsNodeLocked());
+        total[i] = isCopied ? source.mTotalCandidate[i] : state.mTotalCandidate[i];
+    }
+    state.CopyCandidates(source);
+    std::copy_n(total, kNodeLayeredValues, state.mTotalCandidate);
+
+    if (Glissa* curve = source.mCurve) {
+        if (pMode.transfers) {
+            pNode.FCurveSet(curve, true);
+            pSource.FCurveSet(nullptr, false);
+        } else if (state.mCurve) {
+            state.mCurve->CopyFrom(*curve, true);
+        } else {
+            pNode.FCurveSet(curve->Copy(), false);
+        }
+    }
+    pNode.SetLayerType(pSource.GetLayerType());
+    const int count = std::min(pNode.GetCount(), pSource.GetCount());
+    for (int i = 0; i < count; ++i) {
+        CopyNode(*pNode.Get(i), *pSource.Get(i), pMode);
+        CopyLayers(*pNode.Get(i), *pSource.Get(i), pMode);
+    }
+}
+
+// Makes the chain after a node match that after another one.
+void CopyLayers(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode)
+{
+    CORVEKIT_ASSERT(&pSource != &pNode);
+    GlissaNode* const source = pSource.LayerGet();
+    if (!source) {
+        GlissaNode* const first = pNode.LayerGet();
+        if (first && !first->IsNodeLockedInHierarchy(true)) {
+            pNode.LayerSet(nullptr, true);
+            return;
+        }
+        for (GlissaNode* layer = first; layer; layer = layer->LayerGet()) {
+            EmptyLayer(*layer);
+        }
+        return;
+    }
+    const int id = source->GetLayerID();
+    GlissaNode* before = &pNode;
+    while (before->LayerGet() && before->LayerGet()->GetLayerID() < id) {
+        GlissaNode* const extra = before->LayerGet();
+        if (extra->IsNodeLockedInHierarchy(false)) {
+            EmptyLayer(*extra);
+            before = extra;
+        } else {
+            TakeOutNextLayer(*before)->Destroy();
+        }
+    }
+    if (GlissaNode* const layer = before->CreateLayerAt(source->GetLayerInfo())) {
+        CopyNode(*layer, *source, pMode);
+        CopyLayers(*layer, *source, pMode);
+    }
 }
 }  // namespace
 
@@ -76,8 +180,8 @@ GlissaNode* GlissaNode::Clone(bool pKeepAttached)
 GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, bool pCreateCurves,
                                       const GlissaLayerInfo& pInfo)
 {
-    const bool own_layer = pInfo.GetLayerID() == GlissaLayerInfo::Invalid.GetLayerID();
-    const GlissaLayerInfo info = own_layer ? mState->mLayer : pInfo;
+    const bool keepsLayer = pInfo.GetLayerID() == GlissaLayerInfo::Invalid.GetLayerID();
+    const GlissaLayerInfo info = keepsLayer ? mState->mLayer : pInfo;
     NodeHolder clone;
     if (pKeepAttached) {
         clone.reset(GlissaNodeCreate(this));
@@ -94,8 +198,8 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
     if (!mState->mCurve) {
         clone->mState->mChildren.SetCapacity(GetCount());
         for (GlissaNode* child : mState->mChildren) {
-            clone->AppendNew(
-                child->CloneTemplate(pKeepAttached, pCloneCurves, pCreateCurves, pInfo));
+            AppendNew(*clone,
+                      child->CloneTemplate(pKeepAttached, pCloneCurves, pCreateCurves, pInfo));
         }
     } else if (pCloneCurves || pCreateCurves) {
         CurveHolder curve(GlissaCreate());
@@ -105,7 +209,7 @@ GlissaNode* GlissaNode::CloneTemplate(bool pKeepAttached, bool pCloneCurves, boo
         clone->FCurveSet(curve.release(), false);
     }
     if (pCloneCurves) {
-        clone->ReplaceUnmatched(this, false);
+        ReplaceUnmatched(*clone, *this, false);
     }
     clone->SetETI(GetETI());
     return clone.release();
@@ -126,10 +230,10 @@ GlissaNode* GlissaNode::SingleLayerCopy(KTime pStart, KTime pStop)
         copy->FCurveSet(mState->mCurve->Copy(pStart, pStop), true);
     } else {
         for (GlissaNode* child : mState->mChildren) {
-            copy->AppendNew(child->Copy(pStart, pStop));
+            AppendNew(*copy, child->Copy(pStart, pStop));
         }
     }
-    copy->ReplaceUnmatched(this, false);
+    ReplaceUnmatched(*copy, *this, false);
     copy->SetLayerType(GetLayerType());
     copy->SetLayerInfo(mState->mLayer);
     return copy.release();
@@ -142,7 +246,7 @@ GlissaNode* GlissaNode::Copy(KTime pStart, KTime pStop)
         if (GlissaNode* layer = copy->LayerCreate(next->GetLayerInfo(), true)) {
             layer->mState->mFlags = next->mState->mFlags;
             // A locked layer may not be edited; to copy it is no edit.
-            copy->TakeLayers(this, false, true);
+            CopyLayers(*copy, *this, {false, true});
         }
     }
     return copy.release();
@@ -152,8 +256,8 @@ void GlissaNode::CopyFrom(GlissaNode* pSource, bool pTransfer)
 {
     const KOperation operation;
     if (pSource && pSource != this) {
-        TakeNode(pSource, pTransfer, false);
-        TakeLayers(pSource, pTransfer, false);
+        CopyNode(*this, *pSource, {pTransfer, false});
+        CopyLayers(*this, *pSource, {pTransfer, false});
     }
 }
 
@@ -161,43 +265,27 @@ void GlissaNode::SingleLayerCopyFrom(GlissaNode* pSource, bool pTransfer)
 {
     const KOperation operation;
     if (pSource && pSource != this) {
-        TakeNode(pSource, pTransfer, false);
+        CopyNode(*this, *pSource, {pTransfer, false});
     }
 }
 
-void GlissaNode::TakeNode(GlissaNode* pSource, bool pTransfer, bool pEvenLocked)
+void GlissaNode::LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer)
 {
-    CORVEKIT_ASSERT(pSource && pSource != this);
-    if (!pEvenLocked && IsNodeLocked()) {
-        return;
-    }
-    const State& source = *pSource->mState;
-    if (!source.mUnmatched.empty() || !mState->mUnmatched.empty()) {
-        ReplaceUnmatched(pSource, pTransfer);
-    }
-    float total[kNodeLayeredValues] = {};
-    for (int i = 0; i < kNodeLayeredValues; ++i) {
-        GlissaNode* child = Get(i);
-        const bool takes = child && (pEvenLocked || !child->IsNodeLocked());
-        total[i] = takes ? source.mTotalCandidate[i] : mState->mTotalCandidate[i];
-    }
-    mState->CopyCandidates(source);
-    std::copy_n(total, kNodeLayeredValues, mState->mTotalCandidate);
+    CORVEKIT_ASSERT(pSource);
+    const KOperation operation;
+    CopyLayers(*this, *pSource, {pTransfer, false});
+}
 
-    if (Glissa* curve = source.mCurve) {
-        if (pTransfer) {
-            FCurveSet(curve, true);
-            pSource->FCurveSet(nullptr, false);
-        } else if (mState->mCurve) {
-            mState->mCurve->CopyFrom(*curve, true);
-        } else {
-            FCurveSet(curve->Copy(), false);
+GlissaNode* GlissaNode::InsertOrCopyLayer(const GlissaLayerInfo& pInfo, GlissaNode* pSource)
+{
+    return IfAlive([this, &pInfo, pSource] {
+        GlissaNode* layer = LayerGet(pInfo.GetLayerID());
+        if (!layer) {
+            layer = CreateLayerAt(pInfo);
         }
-    }
-    SetLayerType(pSource->GetLayerType());
-    const int count = std::min(GetCount(), pSource->GetCount());
-    for (int i = 0; i < count; ++i) {
-        Get(i)->TakeNode(pSource->Get(i), pTransfer, pEvenLocked);
-        Get(i)->TakeLayers(pSource->Get(i), pTransfer, pEvenLocked);
-    }
+        if (layer) {
+            layer->SingleLayerCopyFrom(pSource, false);
+        }
+        return layer;
+    });
 }

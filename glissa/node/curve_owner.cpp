@@ -1,7 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What a curve asks of the node that owns it. It stands here because the curve lies below the node.
+// The member functions of a curve that need the node that owns it. They are defined here because
+// glissa/curve may not include glissa/node.
 
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
@@ -11,8 +12,8 @@ bool Glissa::IsLocked()
     return mOwner && mOwner->IsNodeLocked();
 }
 
-// A node does not keep a curve that ends. The last events of a curve are about the curve alone: its
-// node may be half gone.
+// A node does not keep a curve that is destroyed. The node posts no event, since it may be in its
+// own destructor.
 void Glissa::LeaveNode()
 {
     if (mPlace) {

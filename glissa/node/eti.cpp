@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// From the host's timeline to a node's own time and back, by the ETIs on the node's way: its own or
+// From the timeline of the host to the time of a node and back, by the ETIs of the node: its own or
 // that of its first child, and those of its ancestors.
 
 #include "glissa/node/eti.h"
@@ -10,7 +10,7 @@
 
 namespace
 {
-constexpr double kStandstill = 1e-6;  // stands for a scale factor of 0, by which nothing divides
+constexpr double kLeastScale = 1e-6;  // in place of a scale factor of 0, which has no inverse
 
 // The node's own ETI, else, on a branch, that of its first child.
 IGlissaETI* NearestETI(GlissaNode* pNode)
@@ -107,7 +107,7 @@ KTime GlissaNode::ETIGlobalTime2NodeTime(const KTime& pTime)
     if (scale == 1.0) {
         return time;
     }
-    return KTime::FromSeconds(time.GetSecondDouble() / (scale == 0.0 ? kStandstill : scale));
+    return KTime::FromSeconds(time.GetSecondDouble() / (scale == 0.0 ? kLeastScale : scale));
 }
 
 KTime GlissaNode::ETINodeTime2GlobalTime(const KTime& pTime)

@@ -7,17 +7,17 @@
 #include "corvekit/time.h"
 
 /// Places the animation of a node on the timeline of the host, as a clip on a track: where it
-/// starts, how long it lasts, how fast it runs. Implemented by the host and shared with it by a
-/// reference count of its own. Asked during evaluation too.
+/// starts, how long it lasts, how fast it runs. Implemented by the host and counted by references.
+/// It is called during evaluation too.
 class IGlissaETI : public IObject
 {
 public:
-    /// A node starts to hold it, and stops holding it.
+    /// Called when a node begins and ends to refer to it.
     virtual void AddReference() = 0;
     virtual void ReleaseReference() = 0;
-    /// False: nodes that hold it act as if they did not.
+    /// While it returns false, nodes behave as without an ETI.
     virtual bool IsValid() = 0;
-    /// Kept free, here and below, for what hosts ask of each other; the library calls none of them.
+    /// Reserved for the host, here and below; the library calls none of them.
     virtual void Reserved1() {}
     /// Start of the active span.
     virtual KTime GetActiveStart() = 0;
@@ -25,14 +25,14 @@ public:
     virtual KTime GetGlobalOffset() = 0;
     /// Length of the active span.
     virtual KTime GetDuration() = 0;
-    /// What is trimmed off at the start.
+    /// Time that is trimmed off at the start.
     virtual KTime GetTrimOffset() = 0;
     virtual void Reserved2() {}
     virtual void Reserved3() {}
     /// Speed; 1 is unchanged.
     virtual double GetScaleFactor() = 0;
     virtual bool IsSelectedDuration() = 0;
-    /// Display colour.
+    /// Display colour, red, green and blue from 0 to 1.
     virtual KgeRGBVector GetColor() = 0;
 
 protected:

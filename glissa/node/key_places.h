@@ -1,14 +1,14 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
-// Not for hosts: what the walks over the keys of a channel share.
+// Not for hosts: masks of channels, and times as places of keys.
 #pragma once
 
 #include "glissa/curve/curve.h"
 
 #include <cmath>
 
-/// Which children of a node take part. A child's mask begins at its own entry, which stands for its
-/// curve too.
+/// Which children of a node are included. The mask of a child begins at its entry in the mask of
+/// the parent; this entry also decides for the curve of the child.
 class ChannelMask
 {
 public:
@@ -22,13 +22,13 @@ private:
     bool* mMask;
 };
 
-/// Bit i of the channels to leave out, as bit 0. A word has no bits for channels beyond its width.
+/// Bit pIndex of a mask of channels to leave out, as bit 0. Channels from 32 on have no bit.
 inline unsigned SkipMaskOfChild(unsigned pSkipMask, int pIndex)
 {
     return pIndex < 32 ? (pSkipMask >> pIndex) & 1u : 0u;
 }
 
-/// A time as a key index of a curve, and the whole index next to it.
+/// A time as a key index of a curve, and the nearest whole index.
 struct KeyPlace
 {
     double at;
@@ -36,13 +36,13 @@ struct KeyPlace
     bool isOnKey;
 };
 
-/// Where a time lies, which is on a key where the key lies within pTolerance key index steps, with
-/// 0 exactly there.
+/// The place of a time. It is on a key where a key is within pTolerance key index steps, with 0
+/// exactly there.
 inline KeyPlace FindKeyPlace(Glissa& pCurve, KTime pTime, int* pHint, double pTolerance)
 {
     const double at = pCurve.KeyFind(pTime, pHint);
     const double nearest = at > 0.0 ? std::floor(at + 0.5) : std::ceil(at - 0.5);
-    const bool is_near =
+    const bool isNear =
         pTolerance != 0.0 ? std::fabs(nearest - at) < pTolerance : std::floor(at) == at;
-    return {at, nearest, at >= 0.0 && at < pCurve.KeyGetCount() && is_near};
+    return {at, nearest, at >= 0.0 && at < pCurve.KeyGetCount() && isNear};
 }

@@ -1,11 +1,12 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Keys of rotations that join without a turn. The same rotation has many Euler angles: each may be
-// whole turns away, and there is a flipped form, with half a turn added to the first and third
-// turned angle and the middle one taken from half a turn. Of all these the one next to the keys
-// that are there is written.
+// Keys of rotations that join without a turn. A rotation has many forms as Euler angles: each angle
+// may differ by whole turns, and in the flipped form half a turn is added to the first and the
+// third angle in rotation order, and the middle one is subtracted from half a turn. The form that
+// is written is the one nearest to the keys before.
 
+#include "corvekit/event/operation.h"
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
@@ -17,7 +18,7 @@
 namespace
 {
 constexpr int kAxes = 3;
-// A difference of half a turn stays as it is, rounding or not.
+// Just above one half, so that a difference of half a turn is not rounded to a whole one.
 constexpr double kOverHalf = 0.5000000000000002;
 
 // The three curves of a rotation, by axis.
@@ -25,7 +26,7 @@ struct RotationCurves
 {
     Glissa* axes[kAxes];
 
-    // What the keys say, though the node may be muted.
+    // The values of the curves, also of a muted node.
     KgeRVector Evaluate(KTime pTime) const
     {
         return KgeRVector(axes[0]->Evaluate(pTime, nullptr), axes[1]->Evaluate(pTime, nullptr),
@@ -44,8 +45,8 @@ struct RotationCurves
     }
 };
 
-// What brings one form of a rotation next to another rotation: the offsets are added to the angles,
-// in the flipped form the middle angle is taken from its offset.
+// The change of form that brings a rotation nearest to another one: the offsets are added to the
+// angles; in the flipped form the middle angle is subtracted from its offset.
 struct Turns
 {
     double offset[kAxes] = {};
@@ -90,6 +91,48 @@ Turns TurnsBetween(const KVdRotationOrder& pOrder, const KgeRVector& pSource,
 bool HasKeyFrom(const Glissa& pCurve, KTime pStart)
 {
     return pCurve.KeyGetCount() > 0 && pCurve.KeyGetTime(pCurve.KeyGetCount() - 1) >= pStart;
+}
+
+// Replaces a span of three curves so that the rotations join without a turn. False where a node has
+// other than three curves.
+bool ReplaceRotation(GlissaNode& pNode, GlissaNode& pSource, KTime pStart, KTime pStop,
+                     bool pExactSpan, bool pKeyEndsWhenEmpty, KTime pOffset)
+{
+    CORVEKIT_ASSERT(pNode.IsRotationLayerType());
+    RotationCurves own;
+    RotationCurves source;
+    if (!own.TakeFrom(&pNode) || !source.TakeFrom(&pSource)) {
+        return false;
+    }
+    const KTime start = pStart + pOffset;
+    // The flipped form of some of the angles would be another rotation.
+    bool mayFlip = true;
+    bool hasKeysBefore = false;
+    for (int i = 0; i < kAxes; ++i) {
+        mayFlip = mayFlip && !pNode.Get(i)->IsNodeLocked() && HasKeyFrom(*source.axes[i], pStart);
+        hasKeysBefore = hasKeysBefore || own.axes[i]->KeyFind(start, nullptr) > 0.0;
+    }
+    const KVdRotationOrder order(pNode.GetRotationOrder());
+    const int middle = order.GetAxes()[1];
+    // The keys of the source are moved next to the keys before them, and the keys after the span
+    // next to those of the source.
+    Turns before;
+    if (hasKeysBefore) {
+        before = TurnsBetween(order, source.Evaluate(pStart), own.Evaluate(start), mayFlip);
+    }
+    KgeRVector sourceEnd = source.Evaluate(pStop);
+    before.Apply(sourceEnd, middle);
+    const Turns after = TurnsBetween(order, own.Evaluate(pStop + pOffset), sourceEnd, mayFlip);
+
+    for (int i = 0; i < kAxes; ++i) {
+        if (!pNode.Get(i)->IsNodeLocked()) {
+            own.axes[i]->ReplaceForEulerXYZ(
+                source.axes[i], pStart, pStop, static_cast<float>(before.offset[i]),
+                static_cast<float>(after.offset[i]), i == middle && before.isFlipped,
+                i == middle && after.isFlipped, pExactSpan, pKeyEndsWhenEmpty, pOffset);
+        }
+    }
+    return true;
 }
 }  // namespace
 
@@ -138,41 +181,23 @@ bool GlissaNode::GetContinuousOffset(double* pOffset, double* pSource, double* p
     return turns.isFlipped;
 }
 
-bool GlissaNode::ReplaceRotation(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
-                                 bool pKeyEndsWhenEmpty, KTime pOffset)
+void GlissaNode::Replace(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
+                         bool pKeyEndsWhenEmpty, KTime pOffset)
 {
-    CORVEKIT_ASSERT(pSource && IsRotationLayerType());
-    RotationCurves own;
-    RotationCurves source;
-    if (!own.TakeFrom(this) || !source.TakeFrom(pSource)) {
-        return false;
+    CORVEKIT_ASSERT(pSource);
+    const KOperation operation;
+    if (IsRotationLayerType() &&
+        ReplaceRotation(*this, *pSource, pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset)) {
+        return;
     }
-    const KTime start = pStart + pOffset;
-    // The flipped form of some of the angles would be another rotation.
-    bool may_flip = true;
-    bool has_keys_before = false;
-    for (int i = 0; i < kAxes; ++i) {
-        may_flip = may_flip && !Get(i)->IsNodeLocked() && HasKeyFrom(*source.axes[i], pStart);
-        has_keys_before = has_keys_before || own.axes[i]->KeyFind(start, nullptr) > 0.0;
-    }
-    const KVdRotationOrder order(mState->mRotationOrder);
-    const int middle = order.GetAxes()[1];
-    // The source comes next to the keys in front of it, and those behind it next to the source.
-    Turns in_front;
-    if (has_keys_before) {
-        in_front = TurnsBetween(order, source.Evaluate(pStart), own.Evaluate(start), may_flip);
-    }
-    KgeRVector source_end = source.Evaluate(pStop);
-    in_front.Apply(source_end, middle);
-    const Turns behind = TurnsBetween(order, own.Evaluate(pStop + pOffset), source_end, may_flip);
-
-    for (int i = 0; i < kAxes; ++i) {
-        if (!Get(i)->IsNodeLocked()) {
-            own.axes[i]->ReplaceForEulerXYZ(
-                source.axes[i], pStart, pStop, static_cast<float>(in_front.offset[i]),
-                static_cast<float>(behind.offset[i]), i == middle && in_front.isFlipped,
-                i == middle && behind.isFlipped, pExactSpan, pKeyEndsWhenEmpty, pOffset);
+    if (mState->mCurve && pSource->FCurveGet()) {
+        if (!IsNodeLocked()) {
+            mState->mCurve->Replace(pSource->FCurveGet(), pStart, pStop, pExactSpan,
+                                    pKeyEndsWhenEmpty, pOffset);
+        }
+    } else if (GetCount() == pSource->GetCount()) {
+        for (int i = 0; i < GetCount(); ++i) {
+            Get(i)->Replace(pSource->Get(i), pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset);
         }
     }
-    return true;
 }

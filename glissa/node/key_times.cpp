@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// How many keys a channel has, and when. A walk goes down the tree, and behind a node along its
-// chain where the caller wants the layers too.
+// The number of keys of a channel, and their times. The functions visit the tree below a node, and
+// its chain where the caller includes the layers.
 
 #include "glissa/node/key_places.h"
 #include "glissa/node/node_state.h"
@@ -164,11 +164,12 @@ KTime GlissaNode::GetNextKeyTime(KTime pTime, bool* pMask, bool pChain)
     for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
         if (mask.HasChild(i)) {
             GlissaNode* child = mState->mChildren[i];
-            // Children are nearly always leaves; a call less for each tells in wide trees.
+            // Children are nearly always leaves. Without a call for each of them wide trees are
+            // faster.
             const State& state = *child->mState;
-            const bool is_leaf = state.mCurve && state.mChildren.IsEmpty();
-            offer(is_leaf ? state.mCurve->KeyTimeAfter(pTime)
-                          : child->GetNextKeyTime(pTime, mask.OfChild(i), false));
+            const bool isLeaf = state.mCurve && state.mChildren.IsEmpty();
+            offer(isLeaf ? state.mCurve->KeyTimeAfter(pTime)
+                         : child->GetNextKeyTime(pTime, mask.OfChild(i), false));
         }
     }
     if (pChain && mState->mNextLayer) {
@@ -201,32 +202,32 @@ bool GlissaNode::GetAnimationInterval(KTime& pStart, KTime& pStop)
 {
     KTime start = KTime::Infinite();
     KTime stop = KTime::MinusInfinite();
-    const bool has_keys = GetAnimationIntervalRecursive(start, stop);
-    if (has_keys) {
+    const bool hasKeys = GetAnimationIntervalRecursive(start, stop);
+    if (hasKeys) {
         pStart = std::min(pStart, start);
         pStop = std::max(pStop, stop);
     }
-    return has_keys;
+    return hasKeys;
 }
 
 bool GlissaNode::GetAnimationIntervalRecursive(KTime& pStart, KTime& pStop)
 {
-    bool has_keys = false;
+    bool hasKeys = false;
     if (const Glissa* curve = mState->mCurve) {
         const int count = curve->KeyGetCount();
         if (count > 0) {
             pStart = std::min(pStart, curve->KeyGetTime(0));
             pStop = std::max(pStop, curve->KeyGetTime(count - 1));
-            has_keys = true;
+            hasKeys = true;
         }
     }
     for (GlissaNode* child : mState->mChildren) {
-        has_keys |= child->GetAnimationIntervalRecursive(pStart, pStop);
+        hasKeys |= child->GetAnimationIntervalRecursive(pStart, pStop);
     }
     if (mState->mNextLayer) {
-        has_keys |= mState->mNextLayer->GetAnimationIntervalRecursive(pStart, pStop);
+        hasKeys |= mState->mNextLayer->GetAnimationIntervalRecursive(pStart, pStop);
     }
-    return has_keys;
+    return hasKeys;
 }
 
 void GlissaNode::GetTimeSpan(KTime& pStart, KTime& pStop)

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Keys of whole channels: walks over the curves that pass locked nodes over.
+// Keys of whole channels, on all their curves but those of locked nodes.
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/modify_bracket.h"
@@ -11,7 +11,7 @@
 
 namespace
 {
-// A stretch of one value is kept as its first key and two at its end.
+// A constant stretch has its first key and two keys at its end.
 constexpr int kStretchKeys = 3;
 
 bool IsStretchOf(const Glissa& pCurve, float pValue)
@@ -95,24 +95,24 @@ bool GlissaNode::DeleteKey(KTime& pTime, bool* pMask, double pTolerance, unsigne
         return false;
     }
     const ChannelMask mask(pMask);
-    bool has_gone = false;
+    bool hasGone = false;
     if (mState->mCurve && mask.HasCurve() && (pSkipMask & 1u) == 0) {
         const KeyPlace place = FindKeyPlace(*mState->mCurve, pTime, nullptr, pTolerance);
-        has_gone = place.isOnKey && mState->mCurve->KeyRemove(static_cast<int>(place.nearest));
+        hasGone = place.isOnKey && mState->mCurve->KeyRemove(static_cast<int>(place.nearest));
     }
     for (int i = 0; i < mState->mChildren.GetCount(); ++i) {
         if (mask.HasChild(i) && SkipMaskOfChild(pSkipMask, i) == 0 &&
             mState->mChildren[i]->DeleteKey(pTime, mask.OfChild(i), pTolerance, 0)) {
-            has_gone = true;
+            hasGone = true;
         }
     }
-    if (has_gone) {
+    if (hasGone) {
         GlissaNode* base = (mState->mParent ? mState->mParent : this)->mState->mObjectLayer;
         if (base) {
             base->CandidateClear(0, true);
         }
     }
-    return has_gone;
+    return hasGone;
 }
 
 void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
@@ -127,27 +127,6 @@ void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
         }
         for (GlissaNode* child : node->mState->mChildren) {
             child->Delete(pStart, pStop, false);
-        }
-    }
-}
-
-void GlissaNode::Replace(GlissaNode* pSource, KTime pStart, KTime pStop, bool pExactSpan,
-                         bool pKeyEndsWhenEmpty, KTime pOffset)
-{
-    CORVEKIT_ASSERT(pSource);
-    const KOperation operation;
-    if (IsRotationLayerType() &&
-        ReplaceRotation(pSource, pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset)) {
-        return;
-    }
-    if (mState->mCurve && pSource->FCurveGet()) {
-        if (!IsNodeLocked()) {
-            mState->mCurve->Replace(pSource->FCurveGet(), pStart, pStop, pExactSpan,
-                                    pKeyEndsWhenEmpty, pOffset);
-        }
-    } else if (GetCount() == pSource->GetCount()) {
-        for (int i = 0; i < GetCount(); ++i) {
-            Get(i)->Replace(pSource->Get(i), pStart, pStop, pExactSpan, pKeyEndsWhenEmpty, pOffset);
         }
     }
 }

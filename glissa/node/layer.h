@@ -7,12 +7,12 @@
 
 class KDataType;
 
-/// How a layer combines with what lies below it, w being its weight.
+/// How the values of a layer of weight w are blended onto the result of the layers below it.
 enum eLayerMode : int
 {
     eLayerModeAdditive = 0,             ///< adds the layer's values times w
     eLayerModeOverride = 1,             ///< replaces by the layer's values times w
-    eLayerModeOverridePassthrough = 2,  ///< mixes: w of the layer, 1 - w of what lies below
+    eLayerModeOverridePassthrough = 2,  ///< mixes: w of the layer, 1 - w of the result below
 };
 
 /// How rotations of a layer accumulate.
@@ -22,41 +22,42 @@ enum eWeightRotationAccumulationMode : int
     eRotationByChannel = 1,  ///< channel by channel, as numbers
 };
 
-/// How scalings of a layer accumulate. The library passes it on and reads no meaning into it.
+/// How scalings of a layer accumulate. The library passes it on and does not use it.
 enum eAnimLayerScaleAccumulationMode : int
 {
     eScaleMultiply = 0,
     eScaleAdditive = 1,
 };
 
-/// A layer as the host keeps it: weight, mode, mute and lock. Implemented by the host, which owns
-/// it and keeps it alive while a node refers to it. Called during evaluation and editing, on the
-/// thread that works on the node: answers are cheap and change nothing.
+/// The weight, mode, mute and lock of a layer. Implemented by the host, which owns it and keeps it
+/// alive while a node refers to it. Called during evaluation and editing, on the thread of the
+/// caller: an implementation is fast and changes nothing.
 class GLISSA_API GlissaLayer
 {
 public:
     virtual ~GlissaLayer();
 
-    /// Weight at a time; 1 is full.
+    /// Weight at a time, from 0 to 1.
     virtual double GetWeight(KTime pTime) const = 0;
-    /// A muted layer does not take part in evaluation.
+    /// A muted layer is not evaluated.
     virtual bool IsMuted() const = 0;
     /// A locked layer is not edited.
     virtual bool IsLocked() const = 0;
     virtual eLayerMode GetLayerMode() const = 0;
-    /// A bypass of the mode for a type of channel; passed through.
+    /// Whether the mode is bypassed for a type of channel. Passed on, not used by the library.
     virtual bool GetLayerModeBypass(KDataType* pType) const = 0;
     virtual eWeightRotationAccumulationMode GetLayerRotationMode() const = 0;
-    /// Passed through.
+    /// Passed on, not used by the library.
     virtual eAnimLayerScaleAccumulationMode GetLayerScalingMode() const = 0;
 };
 
-/// Which layer a node is: an id, by which the nodes of a chain are ordered, and the host's layer. A
-/// plain value. Without a layer the answers are those of a full, additive, unlocked one.
+/// The layer of a node: an id, by which the nodes of a chain are ordered, and the layer object of
+/// the host. A plain value. Without a layer object it is additive, of weight 1, not muted and not
+/// locked.
 class GLISSA_API GlissaLayerInfo
 {
 public:
-    /// The base layer: id 0, no layer of the host.
+    /// The base layer: id 0, without layer object.
     static const GlissaLayerInfo Base;
     /// Id -1: no layer at all.
     static const GlissaLayerInfo Invalid;

@@ -1,10 +1,12 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What the other layers do to one of them: sums, products and rotations over parts of the chain.
+// The effect of the other layers on one of them: sums, products and rotations over parts of the
+// chain.
 
-#include "corvekit/math/rotation_order.h"
-#include "glissa/node/node_state.h"
+#include "glissa/node/evaluation.h"
+#include "glissa/node/running_rotation.h"
+#include "glissa/node/values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,8 +15,29 @@
 namespace
 {
 constexpr double kFullWeightTolerance = 1e-5;
-// Nodes of more values take no part. No data type has as many.
+// Nodes of more values are left out. No data type has as many.
 constexpr int kWidestLayer = 32;
+
+bool IsNarrow(const GlissaNodeState& pState)
+{
+    return WidthOf(pState) <= kWidestLayer;
+}
+
+// Applies pOperation to each value and the value of every layer but pId.
+template <typename Operation>
+void CombineOtherLayers(GlissaNode& pFirst, double* pValues, KTime pTime, int pId, int* pHint,
+                        Operation pOperation)
+{
+    for (GlissaNode* node = &pFirst; node && node->CheckLayerMode(pValues, pTime, pId);
+         node = node->LayerGet()) {
+        const GlissaNodeState& state = StateOf(*node);
+        if (node->GetLayerID() != pId && IsNarrow(state)) {
+            double own[kWidestLayer] = {};
+            EvaluateLayer(*node, own, pTime, pHint, false);
+            std::transform(own, own + WidthOf(state), pValues, pValues, pOperation);
+        }
+    }
+}
 }  // namespace
 
 GlissaNode::LayerModeCase GlissaNode::CheckLayerMode(KTime pTime, int pId) const
@@ -59,31 +82,16 @@ bool GlissaNode::CheckLayerMode(KgeRMatrix& pMatrix, KTime pTime, int pId)
     return mode != eModeCaseStop;
 }
 
-template <typename Operation>
-void GlissaNode::EvaluateExceptLayer(double* pValues, KTime pTime, int pId, int* pHint,
-                                     Operation pOperation)
-{
-    for (GlissaNode* node = this; node && node->CheckLayerMode(pValues, pTime, pId);
-         node = node->LayerGet()) {
-        const int width = node->Width();
-        if (node->GetLayerID() != pId && width <= kWidestLayer) {
-            double own[kWidestLayer] = {};
-            node->EvaluateLayer(own, pTime, pHint, false);
-            std::transform(own, own + width, pValues, pValues, pOperation);
-        }
-    }
-}
-
 void GlissaNode::EvaluateCurvesExceptLayerRecursiveAdd(double* pValues, KTime pTime, int pId,
                                                        int* pHint)
 {
-    EvaluateExceptLayer(pValues, pTime, pId, pHint, std::plus<>());
+    CombineOtherLayers(*this, pValues, pTime, pId, pHint, std::plus<>());
 }
 
 void GlissaNode::EvaluateCurvesExceptLayerRecursiveMult(double* pValues, KTime pTime, int pId,
                                                         int* pHint)
 {
-    EvaluateExceptLayer(pValues, pTime, pId, pHint, std::multiplies<>());
+    CombineOtherLayers(*this, pValues, pTime, pId, pHint, std::multiplies<>());
 }
 
 bool GlissaNode::EvaluateCurvesLayerEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, int pId, int* pHint)
@@ -91,12 +99,10 @@ bool GlissaNode::EvaluateCurvesLayerEulerXYZ(KgeRMatrix& pMatrix, KTime pTime, i
     if (!CheckLayerMode(pMatrix, pTime, pId)) {
         return false;
     }
-    if (GetLayerID() != pId && Width() <= kWidestLayer) {
+    if (GetLayerID() != pId && IsNarrow(*mState)) {
         double own[kWidestLayer] = {};
-        EvaluateLayer(own, pTime, pHint, false);
-        KgeRMatrix matrix;
-        KVdRotationOrder(mState->mRotationOrder).V2M(matrix, KgeRVector(own));
-        pMatrix = pMatrix * matrix;
+        EvaluateLayer(*this, own, pTime, pHint, false);
+        pMatrix = pMatrix * RotationMatrix(own, KVdRotationOrder(mState->mRotationOrder));
     }
     return true;
 }

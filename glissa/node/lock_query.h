@@ -4,8 +4,8 @@
 
 class KProperty;
 
-/// The host's answer to whether the property that a node animates is locked. Implemented by the
-/// host and not owned by the nodes; asked on the thread that works on the node.
+/// Whether the property that a node animates is locked. Implemented by the host and not owned by
+/// the nodes; called on the thread that edits the node.
 class ILockQuery
 {
 public:

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Whether a node may be changed: the layer decides first, then the host's query or the flags of the
-// property, which all layers of a chain take from their base node.
+// Whether a node may be edited: a lock of its layer counts first, then the lock query of the host
+// or the flags of the property, both those of the base node.
 
 #include "corvekit/object/property.h"
 #include "glissa/node/lock_query.h"

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// How a node reports to its listeners. The calls wait for the end of the operation under way.
+// The events of a node. Listeners are called at the end of the outermost operation.
 
 #include "glissa/node/node_event.h"
 
@@ -50,7 +50,7 @@ void GlissaNode::CallbackRegister(GlissaNodeCallback pFunction, void* pData)
 void GlissaNode::CallbackUnregister(GlissaNodeCallback pFunction, void* pData)
 {
     GlissaNodeCallbackList* list = mState->mCallbacks;
-    // A list that loses its last pair stays until it is asked once more.
+    // An empty list is deleted by the next call that finds nothing to remove.
     if (list && !list->Unregister(pFunction, pData) && list->GetCount() == 0) {
         mState->mCallbacks = nullptr;
         delete list;
@@ -120,7 +120,7 @@ void GlissaNode::SendCollected(const GlissaNodeEvent& pEvent)
     }
 }
 
-// A node that ends calls its listeners while it is there.
+// A node that is being destroyed calls its listeners while it still exists.
 bool GlissaNode::MustCallsWait() const
 {
     return KOperation::IsUnderWay() && !mState->mIsEnding;

@@ -8,17 +8,17 @@
 
 class GlissaNode;
 
-/// What a node reports to its listeners: bits of GlissaNodeEvent's type.
+/// Types of events of a node: bits of the type of GlissaNodeEvent.
 enum EGlissaNodeEventType : int
 {
     eNodeEventVisibility = 1,  ///< visibility was set
     eNodeEventDestroy = 2,     ///< the node is being destroyed
-    eNodeEventCurve = 4,       ///< another curve
-    eNodeEventTimeWarp = 8,    ///< another time warp
-    eNodeEventLayers = 16,     ///< the chain of layers or its use of quaternions; to the base node
+    eNodeEventCurve = 4,       ///< the curve was replaced
+    eNodeEventTimeWarp = 8,    ///< the time warp was replaced
+    eNodeEventLayers = 16,     ///< layers or their use of quaternions changed; on the base node
 };
 
-/// Changes of a node, united since the last that was sent.
+/// The changes of a node since the last event, united.
 class GLISSA_API GlissaNodeEvent : public KEventBase
 {
 public:
@@ -27,7 +27,7 @@ public:
     GlissaNodeEvent& operator=(const GlissaNodeEvent&) = default;
     ~GlissaNodeEvent() override;
 
-    /// Unites a bit with the type and counts it.
+    /// Adds a bit to the type and counts the change.
     void Add(int pBit)
     {
         mType |= pBit;
@@ -39,10 +39,10 @@ public:
         mEventCount = 0;
         mData = nullptr;
     }
-    /// A word of the host.
+    /// Data of the host.
     void SetData(void* pData) { mData = pData; }
     void* GetData() const { return mData; }
-    /// How many changes were united.
+    /// Number of changes that were united.
     int GetEventCount() const { return mEventCount; }
 
 private:
@@ -53,7 +53,7 @@ private:
 /// A listener of a node. The event is valid during the call.
 using GlissaNodeCallback = void (*)(GlissaNode* pNode, GlissaNodeEvent* pEvent, void* pData);
 
-/// The listeners of a node and what is pending for them.
+/// The listeners of a node and the event that is pending for them.
 class GLISSA_API GlissaNodeCallbackList final : public GlissaNodeEvent
 {
 public:
@@ -66,9 +66,9 @@ public:
     void Register(GlissaNodeCallback pFunction, void* pData);
     /// Removes the last equal pair. False when there is none.
     bool Unregister(GlissaNodeCallback pFunction, void* pData);
-    /// What is pending, which is cleared: what listeners post is an event of its own.
+    /// Returns and clears the pending event. Changes that listeners make are another event.
     GlissaNodeEvent TakePending();
-    /// Calls the listeners as KListenerList does. False when the list is gone.
+    /// Calls the listeners as KListenerList does. False where a listener has deleted the list.
     bool Call(GlissaNode* pNode, GlissaNodeEvent pEvent, bool pLastFirst);
     bool IsEnabled() const { return mEnabled; }
     void SetEnabled(bool pEnabled) { mEnabled = pEnabled; }

@@ -2,38 +2,37 @@
 // SPDX-License-Identifier: MIT
 
 // Between two keys of its X curve a rotation can run along one path of quaternions: a Bezier curve
-// through the keyed orientations, whose handles come from the tangents of the keys. All of it is
-// worked relative to the orientation at the first key, where quaternions are near the identity.
+// through the keyed orientations, whose handles come from the tangents of the keys. All
+// orientations are relative to that at the first key, so that quaternions are near the identity.
+
+#include "glissa/node/rotation_path.h"
 
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/tangent_math.h"
 #include "glissa/ext/active.h"
-#include "glissa/node/node_state.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace
 {
-// The way from one key of a curve to the next, around a time.
-struct Place
+// The segment of a curve in which a time lies.
+struct Segment
 {
-    Place(Glissa* pCurve, KTime pTime, int* pHint)
+    Segment(Glissa* pCurve, KTime pTime, int* pHint)
         : curve(pCurve), index(pCurve->KeyFindAll(pTime, pHint))
     {}
 
     int Before() const { return static_cast<int>(std::floor(index)); }
-    int Behind() const { return static_cast<int>(std::ceil(index)); }
+    int After() const { return static_cast<int>(std::ceil(index)); }
     bool IsBetweenKeys() const
     {
-        return Before() >= 0 && Behind() < curve->KeyGetCount() && Before() < Behind();
+        return Before() >= 0 && After() < curve->KeyGetCount() && Before() < After();
     }
-    // Whether the key that begins, or ends, the way is a key of the X curve too. The first key of a
-    // curve begins none, and the last one ends none.
+    // Whether the first, or the last, key of the segment is at the time of a key of the X curve.
+    // False for the first key of the whole curve.
     bool BeginsOnKeyAt(KTime pTime) const { return Before() > 0 && IsKeyAt(Before(), pTime); }
-    bool EndsOnKeyAt(KTime pTime) const { return Behind() > 0 && IsKeyAt(Behind(), pTime); }
+    bool EndsOnKeyAt(KTime pTime) const { return After() > 0 && IsKeyAt(After(), pTime); }
 
     Glissa* curve;
     double index;
@@ -49,7 +48,7 @@ private:
 struct Path
 {
     KgeQuaternion previous, first, second, next;
-    double seconds_before, seconds, seconds_behind;
+    double secondsBefore, seconds, secondsAfter;
 };
 
 KgeQuaternion SlopeBetween(const KgeQuaternion& pFrom, const KgeQuaternion& pTo, double pSeconds)
@@ -58,7 +57,7 @@ KgeQuaternion SlopeBetween(const KgeQuaternion& pFrom, const KgeQuaternion& pTo,
     return pSeconds > 0.0 ? difference * (1.0 / pSeconds) : difference;
 }
 
-// Turns the sign so that the way from a quaternion is the short one.
+// Changes the sign where the other one is nearer to a quaternion.
 void Align(KgeQuaternion& pQuaternion, const KgeQuaternion& pBefore)
 {
     if (pBefore.Dot(pQuaternion) < 0.0) {
@@ -91,10 +90,10 @@ struct TCB
     double tension, continuity, bias;
 };
 
-// A curve on a key of its own has that key's value, unless a host interpolates it.
-double AngleAt(const Place& pPlace, KTime pTime, int pKey)
+// The value of a curve at a time. On a key it is that of the key, unless a host interpolates.
+double AngleAt(const Segment& pSegment, KTime pTime, int pKey)
 {
-    Glissa& curve = *pPlace.curve;
+    Glissa& curve = *pSegment.curve;
     if (pKey < curve.KeyGetCount() && curve.KeyGetTime(pKey) == pTime &&
         CustomTangentTypeCount() == 0) {
         return static_cast<double>(curve.KeyGetValue(pKey));
@@ -103,9 +102,8 @@ double AngleAt(const Place& pPlace, KTime pTime, int pKey)
     return static_cast<double>(curve.Evaluate(pTime, &hint));
 }
 
-// The derivative at a TCB key (Kochanek and Bartels 1984), on the side of pSlope, the other side's
-// being pOther. Bias and continuity count toward the side that lies behind in time with pSign 1 for
-// the way out, and the other way round with -1 for the way in.
+// The derivative at a TCB key (Kochanek and Bartels 1984), on the side of pSlope; pOther is the
+// slope of the other side. pSign is 1 for the outgoing side and -1 for the incoming one.
 KgeQuaternion DerivativeOf(const TCB& pKey, const KgeQuaternion& pSlope,
                            const KgeQuaternion& pOther, bool pHasOther, double pSign)
 {
@@ -115,22 +113,21 @@ KgeQuaternion DerivativeOf(const TCB& pKey, const KgeQuaternion& pSlope,
     return (own + other) * ((1.0 - pKey.tension) * 0.5);
 }
 
-// A third of the way behind, or with -1 before, a time.
+// The time a third of a segment after a time, or before it with pSign -1.
 KTime ThirdFrom(KTime pTime, double pSeconds, double pSign)
 {
     return pTime + KTime::FromSeconds(pSign * pSeconds / 3.0);
 }
-}  // namespace
 
-// One evaluation between two keys: the curves, where the time lies on each, and the node's order.
-class GlissaNode::RotationPath
+// One evaluation between two keys: the segments of the curves, and the rotation order.
+class RotationPath
 {
 public:
-    RotationPath(GlissaNode& pNode, KTime pTime, int* pHint)
-        : mOrder(pNode.GetRotationOrder()),
-          mX(pNode.Get(0)->FCurveGet(), pTime, pHint),
-          mY(pNode.Get(1)->FCurveGet(), pTime, nullptr),
-          mZ(pNode.Get(2)->FCurveGet(), pTime, nullptr)
+    RotationPath(Glissa* const (&pCurves)[3], int pRotationOrder, KTime pTime, int* pHint)
+        : mOrder(pRotationOrder),
+          mX(pCurves[0], pTime, pHint),
+          mY(pCurves[1], pTime, nullptr),
+          mZ(pCurves[2], pTime, nullptr)
     {}
 
     bool IsBetweenKeys() const { return mX.IsBetweenKeys(); }
@@ -146,81 +143,81 @@ private:
     KgeQuaternion HandleOf(const KgeRVector& pAngles) const;
 
     const KVdRotationOrder mOrder;
-    Place mX;
-    Place mY;
-    Place mZ;
+    Segment mX;
+    Segment mY;
+    Segment mZ;
     KTime mFirstTime;
     KTime mSecondTime;
     KgeRMatrix mFirst;         // the orientation at the first key
-    KgeRMatrix mFirstInverse;  // all others are seen from it
+    KgeRMatrix mFirstInverse;  // makes other orientations relative to it
 };
 
-KgeRMatrix GlissaNode::RotationPath::MatrixOf(const KgeRVector& pAngles) const
+KgeRMatrix RotationPath::MatrixOf(const KgeRVector& pAngles) const
 {
     KgeRMatrix matrix;
     mOrder.V2M(matrix, pAngles);
     return matrix;
 }
 
-// The orientation at a time, which is that of a key of X and, as a rule, of Y and Z.
-KgeRMatrix GlissaNode::RotationPath::MatrixAt(KTime pTime, int pKey) const
+// The orientation at the time of key pKey of X. Y and Z usually have a key there too.
+KgeRMatrix RotationPath::MatrixAt(KTime pTime, int pKey) const
 {
     return MatrixOf(
         KgeRVector(AngleAt(mX, pTime, pKey), AngleAt(mY, pTime, pKey), AngleAt(mZ, pTime, pKey)));
 }
 
-KgeQuaternion GlissaNode::RotationPath::HandleOf(const KgeRVector& pAngles) const
+KgeQuaternion RotationPath::HandleOf(const KgeRVector& pAngles) const
 {
     return KgeQuaternion(mFirstInverse * MatrixOf(pAngles));
 }
 
-Path GlissaNode::RotationPath::FindPath()
+Path RotationPath::FindPath()
 {
     const Glissa& x = *mX.curve;
     const int first = mX.Before();
-    const int second = mX.Behind();
+    const int second = mX.After();
     mFirstTime = x.KeyGetTime(first);
     mSecondTime = x.KeyGetTime(second);
     mFirst = MatrixAt(mFirstTime, first);
     mFirstInverse = mFirst.Transpose();
-    const KgeRMatrix to_second = mFirstInverse * MatrixAt(mSecondTime, second);
+    const KgeRMatrix toSecond = mFirstInverse * MatrixAt(mSecondTime, second);
 
     Path path;
     path.seconds = (mSecondTime - mFirstTime).GetSecondDouble();
-    path.seconds_before = path.seconds;
-    path.seconds_behind = path.seconds;
-    // Before the first key and behind the last one the motion goes on by the same step.
-    KgeRMatrix to_previous = to_second.Transpose();
-    KgeRMatrix to_next = to_second * to_second;
+    path.secondsBefore = path.seconds;
+    path.secondsAfter = path.seconds;
+    // Before the first key and after the last one the motion continues by the same step.
+    KgeRMatrix toPrevious = toSecond.Transpose();
+    KgeRMatrix toNext = toSecond * toSecond;
     if (first > 0) {
         const KTime time = x.KeyGetTime(first - 1);
-        path.seconds_before = (mFirstTime - time).GetSecondDouble();
-        to_previous = mFirstInverse * MatrixAt(time, first - 1);
+        path.secondsBefore = (mFirstTime - time).GetSecondDouble();
+        toPrevious = mFirstInverse * MatrixAt(time, first - 1);
     }
     if (second + 1 < x.KeyGetCount()) {
         const KTime time = x.KeyGetTime(second + 1);
-        path.seconds_behind = (time - mSecondTime).GetSecondDouble();
-        to_next = mFirstInverse * MatrixAt(time, second + 1);
+        path.secondsAfter = (time - mSecondTime).GetSecondDouble();
+        toNext = mFirstInverse * MatrixAt(time, second + 1);
     }
-    path.previous = KgeQuaternion(to_previous);
-    path.second = KgeQuaternion(to_second);
-    path.next = KgeQuaternion(to_next);
+    path.previous = KgeQuaternion(toPrevious);
+    path.second = KgeQuaternion(toSecond);
+    path.next = KgeQuaternion(toNext);
     Align(path.first, path.previous);
     Align(path.second, path.first);
     Align(path.next, path.second);
     return path;
 }
 
-KgeQuaternion GlissaNode::RotationPath::OutgoingHandle(const Path& pPath)
+KgeQuaternion RotationPath::OutgoingHandle(const Path& pPath)
 {
     Glissa& x = *mX.curve;
     const int key = mX.Before();
-    const KgeQuaternion before = SlopeBetween(pPath.previous, pPath.first, pPath.seconds_before);
+    const KgeQuaternion before = SlopeBetween(pPath.previous, pPath.first, pPath.secondsBefore);
     const KgeQuaternion slope = SlopeBetween(pPath.first, pPath.second, pPath.seconds);
     const unsigned mode = x.KeyGetTangeantMode(key, false);
     KgeQuaternion derivative;
     if ((mode & eTangentTCB) != 0) {
-        derivative = DerivativeOf(TCB(&x, key), slope, before, pPath.seconds_before > 0.0, 1.0);
+        derivative = DerivativeOf(TCB(&x, key), slope, before, pPath.secondsBefore > 0.0, 1.0);
     } else if ((mode & eTangentAuto) != 0) {
         double parameters[4] = {};
         parameters[0] = static_cast<double>(x.KeyGetRightAuto(key, true));
@@ -236,11 +233,11 @@ KgeQuaternion GlissaNode::RotationPath::OutgoingHandle(const Path& pPath)
         }
     } else {
         const KTime third = ThirdFrom(mFirstTime, pPath.seconds, 1.0);
-        const auto angle = [this, third](const Place& pPlace) {
+        const auto angle = [this, third](const Segment& pSegment) {
             return static_cast<double>(
-                pPlace.BeginsOnKeyAt(mFirstTime)
-                    ? pPlace.curve->KeyGetRightBezierTangeant(pPlace.Before(), false)
-                    : pPlace.curve->Evaluate(third, nullptr));
+                pSegment.BeginsOnKeyAt(mFirstTime)
+                    ? pSegment.curve->KeyGetRightBezierTangeant(pSegment.Before(), false)
+                    : pSegment.curve->Evaluate(third, nullptr));
         };
         return HandleOf(KgeRVector(static_cast<double>(x.KeyGetRightBezierTangeant(key, false)),
                                    angle(mY), angle(mZ)));
@@ -248,25 +245,26 @@ KgeQuaternion GlissaNode::RotationPath::OutgoingHandle(const Path& pPath)
     return pPath.first + derivative * (pPath.seconds / 3.0);
 }
 
-KgeQuaternion GlissaNode::RotationPath::IncomingHandle(const Path& pPath)
+KgeQuaternion RotationPath::IncomingHandle(const Path& pPath)
 {
     Glissa& x = *mX.curve;
-    const int key = mX.Behind();
+    const int key = mX.After();
     const KgeQuaternion slope = SlopeBetween(pPath.first, pPath.second, pPath.seconds);
-    const KgeQuaternion behind = SlopeBetween(pPath.second, pPath.next, pPath.seconds_behind);
+    const KgeQuaternion behind = SlopeBetween(pPath.second, pPath.next, pPath.secondsAfter);
     const unsigned mode = x.KeyGetTangeantMode(key, false);
     KgeQuaternion derivative;
     if ((mode & eTangentTCB) != 0) {
-        derivative = DerivativeOf(TCB(&x, key), slope, behind, pPath.seconds_behind > 0.0, -1.0);
+        derivative = DerivativeOf(TCB(&x, key), slope, behind, pPath.secondsAfter > 0.0, -1.0);
     } else if ((mode & eTangentAuto) != 0) {
-        // Unlike on the way out, a channel without a key of its own here follows X.
+        // Unlike on the outgoing side, a channel without a key at this time takes the parameter of
+        // X.
         const double own = static_cast<double>(x.KeyGetLeftAuto(key, true));
         double parameters[4] = {own, own, own, own};
-        const auto take = [this](const Place& pPlace, double& pParameter) {
-            if (pPlace.EndsOnKeyAt(mSecondTime) &&
-                pPlace.Behind() < pPlace.curve->KeyGetCount() - 1) {
+        const auto take = [this](const Segment& pSegment, double& pParameter) {
+            if (pSegment.EndsOnKeyAt(mSecondTime) &&
+                pSegment.After() < pSegment.curve->KeyGetCount() - 1) {
                 pParameter =
-                    static_cast<double>(pPlace.curve->KeyGetLeftAuto(pPlace.Behind(), true));
+                    static_cast<double>(pSegment.curve->KeyGetLeftAuto(pSegment.After(), true));
             }
         };
         take(mY, parameters[1]);
@@ -277,11 +275,11 @@ KgeQuaternion GlissaNode::RotationPath::IncomingHandle(const Path& pPath)
         }
     } else {
         const KTime third = ThirdFrom(mSecondTime, pPath.seconds, -1.0);
-        const auto angle = [this, third](const Place& pPlace) {
+        const auto angle = [this, third](const Segment& pSegment) {
             return static_cast<double>(
-                pPlace.EndsOnKeyAt(mSecondTime)
-                    ? pPlace.curve->KeyGetLeftBezierTangeant(pPlace.Behind(), false)
-                    : pPlace.curve->Evaluate(third, nullptr));
+                pSegment.EndsOnKeyAt(mSecondTime)
+                    ? pSegment.curve->KeyGetLeftBezierTangeant(pSegment.After(), false)
+                    : pSegment.curve->Evaluate(third, nullptr));
         };
         return HandleOf(KgeRVector(static_cast<double>(x.KeyGetLeftBezierTangeant(key, false)),
                                    angle(mY), angle(mZ)));
@@ -289,7 +287,7 @@ KgeQuaternion GlissaNode::RotationPath::IncomingHandle(const Path& pPath)
     return pPath.second + derivative * (pPath.seconds / -3.0);
 }
 
-KgeRVector GlissaNode::RotationPath::Evaluate()
+KgeRVector RotationPath::Evaluate()
 {
     const Path path = FindPath();
     const double ratio = mX.index - std::floor(mX.index);
@@ -308,46 +306,23 @@ KgeRVector GlissaNode::RotationPath::Evaluate()
     mOrder.M2V(angles, mFirst * KgeRMatrix(at));
     return angles;
 }
+}  // namespace
 
-void GlissaNode::RotationNodeEvaluate(double* pValues, KTime pTime, int* pHint, bool pCandidate)
+PathKind EvaluateRotationPath(Glissa* const (&pCurves)[3], int pRotationOrder, KTime pTime,
+                              int* pHint, KgeRVector& pAngles)
 {
-    EvaluateRotation(pValues, std::numeric_limits<int>::max(), pTime, pHint, {pCandidate, false});
-}
-
-void GlissaNode::EvaluateRotation(double* pValues, int pRoom, KTime pTime, int* pHint,
-                                  EvaluationMode pMode)
-{
-    CORVEKIT_ASSERT(pValues);
-    const auto has_curve = [this](int pChild) { return Get(pChild) && Get(pChild)->FCurveGet(); };
-    const bool has_path = GetUseQuaternion() && has_curve(0) && has_curve(1) && has_curve(2) &&
-                          Get(0)->FCurveGet()->KeyGetCount() > 1;
-    if (!has_path) {
-        EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
-        return;
+    CORVEKIT_ASSERT(pCurves[0] && pCurves[1] && pCurves[2]);
+    if (pCurves[0]->KeyGetCount() < 2) {
+        return PathKind::none;
     }
-    RotationPath path(*this, pTime, pHint);
+    RotationPath path(pCurves, pRotationOrder, pTime, pHint);
     if (!path.IsBetweenKeys()) {
-        EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
-        return;
+        return PathKind::none;
     }
     const unsigned interpolation = path.GetInterpolation();
-    if (interpolation == eInterpolationCubic || interpolation == eInterpolationLinear) {
-        const KgeRVector angles = path.Evaluate();
-        // Children beyond the third are no part of the rotation.
-        EvaluateChildrenFrom(3, std::copy_n(angles.Data(), 3, pValues), pRoom - 3, pTime, pHint,
-                             pMode);
-    } else {
-        EvaluateChildren(pValues, pRoom, pTime, pHint, pMode);
+    if (interpolation != eInterpolationCubic && interpolation != eInterpolationLinear) {
+        return PathKind::byChannel;
     }
-    if (!pMode.candidates) {
-        return;
-    }
-    // What the path gave is the candidate now, and no longer what the curves had by themselves.
-    for (int i = 0; i < 3; ++i) {
-        GlissaNode* child = Get(i);
-        child->FCurveGet()->CandidateClear();
-        if (GetLayerID() == 0) {
-            child->HoldTotal(&pValues[i], 1, pTime);
-        }
-    }
+    pAngles = path.Evaluate();
+    return PathKind::path;
 }

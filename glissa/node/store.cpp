@@ -22,7 +22,7 @@ void WriteInt(KTdf& pTdf, const char* pName, int pValue)
     pTdf.FieldWriteEnd();
 }
 
-// By which a reader finds a local transform whatever its name in the tree that reads.
+// By its short name a reader finds a local transform, whatever its name in the tree.
 const char* ShortName(KDataType* pType)
 {
     return pType == KDataTypeLclTranslation ? "T"
@@ -31,9 +31,9 @@ const char* ShortName(KDataType* pType)
                                             : nullptr;
 }
 
-// Begins to load names and curves of some nodes from pFirst on, and the keys of curves that are
-// short. Nodes, curves and pages lie apart in memory: a walk that reads whole curves would wait
-// for each of them in turn, one behind the other.
+// Prefetches the names and curves of some nodes from pFirst on, and the keys of short curves.
+// Nodes, curves and pages are far apart in memory; without this each access would wait for the one
+// before.
 void FetchCurves(GlissaNode* const* pFirst, GlissaNode* const* pEnd)
 {
     constexpr int kPages = 4;
@@ -66,11 +66,11 @@ bool GlissaNode::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pShortNames, bool
 {
     CORVEKIT_ASSERT(pTdf && pFieldName);
     KTdf& tdf = *pTdf;
-    const char* short_name = pShortNames ? ShortName(GetDataType()) : nullptr;
+    const char* shortName = pShortNames ? ShortName(GetDataType()) : nullptr;
     tdf.FieldWriteBegin(pFieldName);
-    tdf.FieldWriteC(short_name ? short_name : GetName());
+    tdf.FieldWriteC(shortName ? shortName : GetName());
     if (!tdf.FieldWriteBlockBegin()) {
-        return true;  // nested too deep, for one: nothing below can be written either
+        return true;  // such as nested too deep: nothing below can be written either
     }
     if (!pNoUserName && std::strcmp(GetTimeWarpName(), GetName()) != 0) {
         tdf.FieldWriteBegin("UserName");

@@ -7,25 +7,25 @@
 
 class GlissaNode;
 
-/// In what way a stored tree does not fit the tree that reads it.
+/// Differences between a stored tree and the tree that reads it.
 enum eGlissaStoreFault : int
 {
     eStoreFaultKeys = 0,        ///< damaged keys of a curve were left out
     eStoreFaultCurveUnused,     ///< a curve was stored for a branch and is left out
-    eStoreFaultCurveMissing,    ///< none was stored for a curve: it stays, in a layer it is zero
+    eStoreFaultCurveMissing,    ///< no curve was stored: it is unchanged, in a layer it is zero
     eStoreFaultChannelUnknown,  ///< a channel matches no child and is left out
     eStoreFaultChannelTwice,    ///< a second channel matches the same child and replaces the first
-    eStoreFaultChannelMissing,  ///< none was stored for a child, which stays as it is
+    eStoreFaultChannelMissing,  ///< no channel was stored for a child, which is unchanged
     eStoreFaultChannelKept,     ///< a layer's channel that its base lacks: GlissaNode::GetUnmatched
     eStoreFaultChannelMade,     ///< a layer lacks a channel of its base: made, with zero values
     eStoreFaultLayerLeftOut,    ///< a layer's id is not above the one before, or the tree too deep
 };
 
-/// One such place; GlissaNode::TdfRetrieve collects them.
+/// One difference; GlissaNode::TdfRetrieve collects them.
 struct GlissaStoreFault
 {
     eGlissaStoreFault mKind = eStoreFaultKeys;
-    /// The node that was being read; for a layer and what is below it, the base node of the chain.
+    /// The node that was being read; for a layer and the nodes below it, the base of the chain.
     GlissaNode* mNode = nullptr;
     int mLayerID = 0;
     /// The channel that was being read, as it was stored, below mNode or below its layer: names

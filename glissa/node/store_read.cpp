@@ -9,7 +9,10 @@
 #include "corvekit/event/operation.h"
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve_holder.h"
-#include "glissa/node/node_state.h"
+#include "glissa/node/chain.h"
+#include "glissa/node/structure.h"
+#include "glissa/node/tree.h"
+#include "glissa/node/values.h"
 
 #include <algorithm>
 #include <cstring>
@@ -245,26 +248,26 @@ void GlissaNode::StoreReader::ReadNode(GlissaNode& pNode, Flags pFlags, bool pIs
 {
     const PlaceScope place(*this);
     mTdf.FieldReadBlockBegin();
-    const int layer_id = mTdf.FieldReadI("LayerID", 0);
+    const int layerId = mTdf.FieldReadI("LayerID", 0);
     if (pIsLayer) {
-        EnterLayer(layer_id);
+        EnterLayer(layerId);
     } else if (!mIsInLayer) {
         mNode = &pNode;
     }
     // A layer shares the names of its base, which is the one to say what users see.
-    const char* user_name = mTdf.FieldReadC("UserName", "");
-    if (*user_name != '\0' && !pIsLayer) {
-        pNode.SetTimeWarpName(user_name);
+    const char* userName = mTdf.FieldReadC("UserName", "");
+    if (*userName != '\0' && !pIsLayer) {
+        pNode.SetTimeWarpName(userName);
     }
     ReadCurve(pNode, pFlags.color);
-    pNode.SetLayerInfo(GlissaLayerInfo(layer_id, nullptr));
+    pNode.SetLayerInfo(GlissaLayerInfo(layerId, nullptr));
     pNode.SetLayerType(mTdf.FieldReadI("LayerType", 0));
     ReadChannels(pNode, pFlags, pIsLayer);
-    const bool has_new_chain = ReadNextLayer(pNode);
+    const bool hasNewChain = ReadNextLayer(pNode);
     ReadTimeWarp(pNode);
     mTdf.FieldReadBlockEnd();
     if (!pIsLayer) {
-        MatchChain(pNode, has_new_chain);
+        MatchChain(pNode, hasNewChain);
     }
 }
 
@@ -282,20 +285,20 @@ void GlissaNode::StoreReader::ReadCurve(GlissaNode& pNode, bool pWithColor)
         mTdf.FieldReadEnd();
         return;
     }
-    int stored_keys = 0;
+    int storedKeys = 0;
     if (curve) {
         curve->KeyClear();  // of which listeners hear, as they do not of what comes
-        curve->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &stored_keys);
+        curve->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &storedKeys);
     } else {
         CurveHolder read(GlissaCreate());
-        read->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &stored_keys);
+        read->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &storedKeys);
         curve = read.release();
         pNode.FCurveSet(curve, false);
     }
-    if (stored_keys != curve->KeyGetCount()) {
+    if (storedKeys != curve->KeyGetCount()) {
         AddFault(eStoreFaultKeys);
         if (mFaults) {
-            mFaults->back().mStoredKeys = stored_keys;
+            mFaults->back().mStoredKeys = storedKeys;
             mFaults->back().mReadKeys = curve->KeyGetCount();
         }
     }
@@ -305,9 +308,9 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
 {
     ChildNames names(pNode);
     GlissaNode* const base = pNode.ObjectLayerGet() != &pNode ? pNode.ObjectLayerGet() : nullptr;
-    ChildNames base_names(base ? *base : pNode);
+    ChildNames baseNames(base ? *base : pNode);
     Flags flags = pFlags;
-    const int count_before = pNode.GetCount();
+    const int countBefore = pNode.GetCount();
     for (GlissaNode* child : pNode.mState->mChildren) {
         child->mState->SetFlag(kNodeWasRead, false);
     }
@@ -343,14 +346,14 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
         }
         mTdf.FieldReadEnd();
         if (base && child->GetLayerID() > 0) {
-            if (GlissaNode* const named = base_names.Find(name.GetBuffer())) {
+            if (GlissaNode* const named = baseNames.Find(name.GetBuffer())) {
                 SetBaseOfChain(child, *named);
                 child->SetNameInfo(named->GetNameInfo());
             }
         }
         flags = pFlags;
     }
-    for (int i = 0; i < count_before; ++i) {
+    for (int i = 0; i < countBefore; ++i) {
         if (!pNode.Get(i)->mState->HasFlag(kNodeWasRead)) {
             AddFault(eStoreFaultChannelMissing, pNode.Get(i)->GetName());
         }
@@ -394,8 +397,8 @@ void GlissaNode::StoreReader::MatchChain(GlissaNode& pNode, bool pIsNew)
         const PlaceScope place(*this);
         EnterLayer(layer->GetLayerID());
         // What a layer is depends on the structure that it shall have.
-        const bool has_changed = MatchLayer(pNode, *layer, zero[0]);
-        if (has_changed || pIsNew) {
+        const bool hasChanged = MatchLayer(pNode, *layer, zero[0]);
+        if (hasChanged || pIsNew) {
             RepairLayerType(*layer);
         }
     }
@@ -420,7 +423,7 @@ void GlissaNode::StoreReader::DropLayersThatDoNotFit(GlissaNode& pNode, int pLev
         const PlaceScope place(*this);
         EnterLayer(layer->GetLayerID());
         AddFault(eStoreFaultLayerLeftOut);
-        before->ExchangeNextLayer(layer->ExchangeNextLayer(nullptr));
+        TakeOutNextLayer(*before);
         layer->Destroy();
     }
 }
@@ -435,9 +438,7 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
     const int count = pBase.FCurveGet() ? 0 : pBase.GetCount();
     double zero[kNodeZeroValues] = {};
     pBase.GetZeroValues(zero);
-    const auto zero_of = [&zero](int pIndex) {
-        return zero[std::min(pIndex, kNodeZeroValues - 1)];
-    };
+    const auto zeroOf = [&zero](int pIndex) { return zero[std::min(pIndex, kNodeZeroValues - 1)]; };
     if (count > 0 && pLayer.FCurveGet()) {
         AddFault(eStoreFaultCurveUnused);
         pLayer.FCurveReplace(nullptr);
@@ -445,7 +446,7 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
     std::vector<GlissaNode*> stored(pLayer.mState->mChildren.begin(),
                                     pLayer.mState->mChildren.end());
     std::vector<GlissaNode*> matched(static_cast<std::size_t>(count));
-    bool has_changed = stored.size() != matched.size();
+    bool hasChanged = stored.size() != matched.size();
     std::map<const GlissaNode*, std::size_t> places;
     for (std::size_t i = 0; i < matched.size(); ++i) {
         GlissaNode* const wanted = pBase.Get(static_cast<int>(i));
@@ -461,7 +462,7 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
             channel && count > 0 ? FindChannel(pBase, names, channel->GetName(), true) : nullptr;
         if (meant && !matched[places.at(meant)]) {
             channel->SetNameInfo(meant->GetNameInfo());
-            has_changed = true;
+            hasChanged = true;
             matched[places.at(meant)] = std::exchange(channel, nullptr);
         }
     }
@@ -473,11 +474,11 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
             made.emplace_back(pBase.Get(i)->CloneTemplate(
                 false, false, true, GlissaLayerInfo(pLayer.GetLayerID(), nullptr)));
             channel = made.back().get();
-            channel->SetZeroValues(true);
+            ResetToZeroValues(*channel, true);
             if (channel->FCurveGet()) {
-                channel->FCurveGet()->SetValue(static_cast<float>(zero_of(i)));
+                channel->FCurveGet()->SetValue(static_cast<float>(zeroOf(i)));
             }
-            has_changed = true;
+            hasChanged = true;
         }
     }
     stored.erase(std::remove(stored.begin(), stored.end(), nullptr), stored.end());
@@ -491,7 +492,7 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
         EnterChannel(pBase.Get(i)->GetName());
         DropLayersThatDoNotFit(*pLayer.Get(i), LevelsBelow(pBase.Get(i)));
         for (GlissaNode* each = pLayer.Get(i); each; each = each->LayerGet()) {
-            has_changed = MatchLayer(*pBase.Get(i), *each, zero_of(i)) || has_changed;
+            hasChanged = MatchLayer(*pBase.Get(i), *each, zeroOf(i)) || hasChanged;
         }
     }
     if (pBase.FCurveGet() && !pLayer.FCurveGet()) {
@@ -499,13 +500,13 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
         pLayer.CreateFCurve();
         pLayer.FCurveGet()->SetValue(static_cast<float>(pZero));
     }
-    return has_changed;
+    return hasChanged;
 }
 
 void GlissaNode::StoreReader::SetBaseOfChain(GlissaNode* pFirst, GlissaNode& pBase)
 {
     for (GlissaNode* node = pFirst; node; node = node->LayerGet()) {
-        node->SetBase(&pBase);
+        SetBase(*node, pBase);
     }
 }
 
@@ -554,9 +555,9 @@ void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
     }
     // A channel of a vector has no time of its own.
     const std::string_view name = pNode.GetName();
-    const bool is_axis = name == "X" || name == "Y" || name == "Z";
+    const bool isAxis = name == "X" || name == "Y" || name == "Z";
     GlissaNode* const parent = pNode.GetParent();
-    (parent && pNode.GetLayerID() == 0 && is_axis ? *parent : pNode).TimeWarpSet(warp);
+    (parent && pNode.GetLayerID() == 0 && isAxis ? *parent : pNode).TimeWarpSet(warp);
 }
 
 bool GlissaNode::TdfRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pCreateMissing, bool pWithColor,

@@ -1,8 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Which node may hold which: no node holds itself, and no tree is deeper than the walks over it,
-// which call themselves once a level, can go.
+// Which node may hold which: no node holds itself, and no tree is too deep for functions that call
+// themselves once a level.
+
+#include "glissa/node/structure.h"
 
 #include "glissa/node/node_state.h"
 
@@ -18,7 +20,7 @@ struct Step
     int level;
 };
 
-// The level of what is reached through a warp: a tree of its own, which has been checked.
+// The level of nodes that are reached through a warp: another tree, whose depth has been checked.
 constexpr int kOtherTree = std::numeric_limits<int>::min() / 2;
 
 bool IsAlone(const GlissaNodeState& pState)
@@ -52,8 +54,8 @@ NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost)
     CORVEKIT_ASSERT(pFirst && pMost > 0);
     NodeReach reach;
     std::vector<Step> waiting{{pFirst, 1}};
-    // Warps and children of containers can be met again; they are walked again only where they lie
-    // deeper than before.
+    // Warps and children of containers can be reached more than once; they are visited again only
+    // at a deeper level.
     std::unordered_map<const GlissaNode*, int> deepest;
     const auto addShared = [&](GlissaNode* pShared, int pLevel) {
         const auto [entry, isNew] = deepest.emplace(pShared, pLevel);

@@ -1,38 +1,25 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Time warps: nodes whose curve maps time onto time, and the numbers by which a store knows them.
+// Time warps: nodes whose curve maps time onto time, and their numbers in stored documents.
 
 #include "glissa/node/node_state.h"
+#include "glissa/node/structure.h"
 
 namespace
 {
-KSet<int, GlissaNode*>* warp_numbers = nullptr;
+KSet<int, GlissaNode*>* warpNumbers = nullptr;
 
-// A warp is one curve as a rule. The bound keeps the walk short for links that a file asks for.
+// A warp is usually one node. The bound limits the search for circles in the links of a file.
 constexpr int kMostWarpNodes = 4096;
 
-// Whether the time of a node would come to depend on itself.
+// Whether the time of a node would depend on itself.
 bool ClosesCircle(GlissaNode* pWarp, const GlissaNode* pNode)
 {
     const NodeReach reach = ReachOf(pWarp, pNode, kMostWarpNodes + 1);
     return reach.meetsWanted || reach.nodes > kMostWarpNodes;
 }
 }  // namespace
-
-void GlissaNodeState::SetTimeWarp(GlissaNode* pSelf, GlissaNode* pWarp)
-{
-    CORVEKIT_ASSERT(pSelf && this == &Of(pSelf));
-    if (mTimeWarp) {
-        mTimeWarp->DecReferenceCount();
-    }
-    mWarpLink.Leave();
-    mTimeWarp = pWarp;
-    if (pWarp) {
-        pWarp->IncReferenceCount();
-        mWarpLink.Enter(pSelf, Of(pWarp).mWarpUsers);
-    }
-}
 
 GlissaNode* GlissaNode::TimeWarpGet() const
 {
@@ -51,13 +38,13 @@ void GlissaNode::TimeWarpSet(GlissaNode* pWarp)
 
 void Glissa_SetTWSet(KSet<int, GlissaNode*>* pSet)
 {
-    warp_numbers = pSet;
+    warpNumbers = pSet;
 }
 
 bool Glissa_FindNickNumberFromTW(int& pNick, GlissaNode* pNode)
 {
-    if (warp_numbers && pNode) {
-        for (const auto& entry : *warp_numbers) {
+    if (warpNumbers && pNode) {
+        for (const auto& entry : *warpNumbers) {
             if (entry.mValue == pNode) {
                 pNick = entry.mKey;
                 return true;
@@ -69,6 +56,6 @@ bool Glissa_FindNickNumberFromTW(int& pNick, GlissaNode* pNode)
 
 GlissaNode* Glissa_FindTWFromNickNumber(int pNick)
 {
-    GlissaNode** found = warp_numbers ? warp_numbers->Find(pNick) : nullptr;
+    GlissaNode** found = warpNumbers ? warpNumbers->Find(pNick) : nullptr;
     return found ? *found : nullptr;
 }

@@ -3,20 +3,22 @@
 
 // Children, and the search for nodes below.
 
+#include "glissa/node/tree.h"
+
 #include "corvekit/object/property.h"
 #include "glissa/curve/curve.h"
-#include "glissa/node/node_state.h"
+#include "glissa/node/structure.h"
 
 #include <algorithm>
 #include <string_view>
 
 namespace
 {
-// Nodes lie apart in memory. What a search reads of some of them is fetched at once, so that it
-// waits once and not for each.
+// Nodes are far apart in memory. A search prefetches what it reads of so many of them, so that it
+// waits once for all.
 constexpr int kFetched = 16;
 
-// Begins to load the name of a node, and the nodes below it.
+// Prefetches the name of a node and the nodes below it.
 void Fetch(const GlissaNode* pNode)
 {
     const GlissaNodeState& state = GlissaNodeState::Of(pNode);
@@ -26,7 +28,7 @@ void Fetch(const GlissaNode* pNode)
     }
 }
 
-// Depth first, each child before what hangs below it; pMatches says yes or no of a node.
+// The first node that matches, depth first, each child before the nodes below it.
 template <typename Matches>
 GlissaNode* FindBelow(GlissaNode* pNode, const Matches& pMatches)
 {
@@ -48,7 +50,7 @@ GlissaNode* FindBelow(GlissaNode* pNode, const Matches& pMatches)
     return nullptr;
 }
 
-// The local transform that a name of one letter stands for, or null.
+// The local transform of a name of one letter, or null.
 KDataType* TransformOf(std::string_view pName)
 {
     if (pName == "T") {
@@ -60,8 +62,7 @@ KDataType* TransformOf(std::string_view pName)
     return pName == "S" ? KDataTypeLclScaling : nullptr;
 }
 
-// As GlissaNode::GetName has it. Where a text does not end at the wanted length, it need not be
-// read.
+// Compares with GlissaNode::GetName. A text of another length is not read.
 bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
 {
     if (!pNames || pNames->mProperty) {
@@ -72,33 +73,39 @@ bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
     return pName.size() <= pNames->mName.GetLength() && text[pName.size()] == '\0' &&
            KCompareNoCase(std::string_view(text, pName.size()), pName) == 0;
 }
-}  // namespace
 
-int GlissaNode::Add(GlissaNode* pChild)
+// Adds a child that MayHold has accepted.
+int Append(GlissaNode& pParent, GlissaNode* pChild)
 {
-    CORVEKIT_ASSERT(pChild);
-    return MayHold(this, pChild) ? Append(pChild) : -1;
-}
-
-// Add for a child that is known to fit.
-int GlissaNode::Append(GlissaNode* pChild)
-{
-    CORVEKIT_ASSERT(MayHold(this, pChild));
-    const int index = mState->mChildren.Add(pChild);
-    pChild->mState->mHolder = this;
-    if (!mState->IsContainer()) {
-        pChild->SetParent(this);
+    CORVEKIT_ASSERT(MayHold(&pParent, pChild));
+    GlissaNodeState& parent = StateOf(pParent);
+    const int index = parent.mChildren.Add(pChild);
+    StateOf(*pChild).mHolder = &pParent;
+    if (!parent.IsContainer()) {
+        pChild->SetParent(&pParent);
     }
     NoteStructureChange();
     return index;
 }
+}  // namespace
 
-// Append for a child that nobody else owns yet: it is destroyed without memory.
-void GlissaNode::AppendNew(GlissaNode* pChild)
+GlissaNode* AddNew(GlissaNode& pParent, GlissaNode* pChild)
 {
     NodeHolder child(pChild);
-    Append(pChild);
+    return pParent.Add(pChild) >= 0 ? child.release() : nullptr;
+}
+
+void AppendNew(GlissaNode& pParent, GlissaNode* pChild)
+{
+    NodeHolder child(pChild);
+    Append(pParent, pChild);
     (void)child.release();
+}
+
+int GlissaNode::Add(GlissaNode* pChild)
+{
+    CORVEKIT_ASSERT(pChild);
+    return MayHold(this, pChild) ? Append(*this, pChild) : -1;
 }
 
 int GlissaNode::SortedAdd(GlissaNode* pChild)
@@ -125,7 +132,7 @@ void GlissaNode::Remove(int pIndex)
         if (child->mState->mHolder == this) {
             child->mState->mHolder = nullptr;
         }
-        // A container may have been none when the child came.
+        // The node may have become a container after it took the child.
         if (!mState->IsContainer() || child->GetParent() == this) {
             child->SetParent(nullptr);
         }

@@ -1,22 +1,103 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Values without keys, and the settings of a rotation.
+// The values of a node without its keys: zero values, default values and the pending total.
+
+#include "glissa/node/values.h"
 
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
-#include "glissa/node/node_state.h"
 
 #include <algorithm>
 
-double* GlissaNode::GetZeroValues(double* pValues)
+int WidthOf(const GlissaNodeState& pState)
+{
+    if (pState.mCurve || pState.mChildren.IsEmpty()) {
+        return 1;
+    }
+    int width = 0;
+    for (const GlissaNode* child : pState.mChildren) {
+        width += WidthOf(StateOf(*child));
+    }
+    return width;
+}
+
+int BlendedCount(const GlissaNodeState& pState)
+{
+    return std::min(pState.ValueCount(), kNodeZeroValues);
+}
+
+double* WriteZeroValues(const GlissaNodeState& pState, double* pValues)
 {
     CORVEKIT_ASSERT(pValues);
-    const EGlissaLayerType type = mState->LayerType();
+    const EGlissaLayerType type = pState.LayerType();
     if (type == eLayerTypeScalingAlt) {
         return pValues;
     }
-    return std::fill_n(pValues, ValuesAtHand(), type == eLayerTypeScaling ? 1.0 : 0.0);
+    return std::fill_n(pValues, BlendedCount(pState), type == eLayerTypeScaling ? 1.0 : 0.0);
+}
+
+// The layer type of a node decides for its leaves; a branch below has a layer type of its own.
+void ResetToZeroValues(GlissaNode& pNode, bool pForce)
+{
+    const GlissaNodeState& state = StateOf(pNode);
+    double zero = state.LayerType() == eLayerTypeScaling ? 1.0 : 0.0;
+    if (state.mCurve) {
+        pNode.SetValue(&zero, pForce);
+        return;
+    }
+    for (GlissaNode* child : state.mChildren) {
+        if (StateOf(*child).mCurve) {
+            child->SetValue(&zero, pForce);
+        } else {
+            ResetToZeroValues(*child, pForce);
+        }
+    }
+}
+
+bool IsChannel(const GlissaNodeState& pState)
+{
+    const auto& children = pState.mChildren;
+    return pState.mCurve ||
+           (children.GetCount() <= kNodeZeroValues &&
+            std::all_of(children.begin(), children.end(), [](const GlissaNode* pChild) {
+                const GlissaNodeState& child = StateOf(*pChild);
+                return child.mCurve || child.mChildren.IsEmpty();
+            }));
+}
+
+void StoreTotal(GlissaNodeState& pState, const double* pValues, int pCount, KTime pTime)
+{
+    // A leaf without a curve has no value of its own, but can store one for its parent.
+    CORVEKIT_ASSERT(pCount >= 0 && pCount <= std::max(pState.ValueCount(), 1));
+    pState.SetTotalCandidateMethod(eCandidateTotal);
+    pState.mCandidateTime = pTime;
+    for (int i = 0; i < std::min(pCount, kNodeLayeredValues); ++i) {
+        pState.mTotalCandidate[i] = static_cast<float>(pValues[i]);
+    }
+    if (pCount > kNodeLayeredValues && IsChannel(pState)) {
+        for (int i = kNodeLayeredValues; i < pCount; ++i) {
+            StoreTotal(StateOf(*pState.mChildren[i]), &pValues[i], 1, pTime);
+        }
+    }
+}
+
+double* ReadTotal(const GlissaNodeState& pState, double* pValues)
+{
+    CORVEKIT_ASSERT(pValues && IsChannel(pState));
+    const int count = BlendedCount(pState);
+    for (int i = 0; i < count; ++i) {
+        const float total = i < kNodeLayeredValues
+                                ? pState.mTotalCandidate[i]
+                                : StateOf(*pState.mChildren[i]).mTotalCandidate[0];
+        pValues[i] = static_cast<double>(total);
+    }
+    return pValues + count;
+}
+
+double* GlissaNode::GetZeroValues(double* pValues)
+{
+    return WriteZeroValues(*mState, pValues);
 }
 
 double* GlissaNode::GetValue(double* pValues)
@@ -52,71 +133,6 @@ void GlissaNode::ResetValue(bool pChain)
 {
     const KOperation operation;
     for (GlissaNode* node = this; node; node = pChain ? node->LayerGet() : nullptr) {
-        node->SetZeroValues(false);
-    }
-}
-
-// The kind of a node says what its channels are worth; a branch below has a kind of its own.
-void GlissaNode::SetZeroValues(bool pForce)
-{
-    double zero = GetLayerType() == eLayerTypeScaling ? 1.0 : 0.0;
-    if (mState->mCurve) {
-        SetValue(&zero, pForce);
-        return;
-    }
-    for (GlissaNode* child : mState->mChildren) {
-        if (child->mState->mCurve) {
-            child->SetValue(&zero, pForce);
-        } else {
-            child->SetZeroValues(pForce);
-        }
-    }
-}
-
-bool GlissaNode::GetUseQuaternion() const
-{
-    return (mState->mEvaluationFlags & kNodeUseQuaternion) != 0;
-}
-
-void GlissaNode::SetUseQuaternion(bool pUse)
-{
-    const KOperation operation;
-    if (mState->mNextLayer) {
-        mState->mNextLayer->SetUseQuaternion(pUse);
-    }
-    if (pUse == GetUseQuaternion()) {
-        return;
-    }
-    mState->mEvaluationFlags ^= kNodeUseQuaternion;
-    if (GlissaNode* base = mState->mObjectLayer) {
-        base->CandidateClear(0, true);
-    }
-    TellOfLayers();
-}
-
-int GlissaNode::GetRotationOrder() const
-{
-    return mState->mRotationOrder;
-}
-
-void GlissaNode::SetRotationOrder(int pOrder)
-{
-    for (GlissaNode* node = this; node; node = node->LayerGet()) {
-        node->mState->mRotationOrder = pOrder;
-    }
-}
-
-eWeightRotationAccumulationMode GlissaNode::GetWeightRotationAccumulationMode() const
-{
-    return (mState->mEvaluationFlags & kNodeRotationByLayer) != 0 ? eRotationByLayer
-                                                                  : eRotationByChannel;
-}
-
-void GlissaNode::SetWeightRotationAccumulationMode(eWeightRotationAccumulationMode pMode)
-{
-    if (pMode == eRotationByChannel) {
-        mState->mEvaluationFlags &= ~kNodeRotationByLayer;
-    } else if (pMode == eRotationByLayer) {
-        mState->mEvaluationFlags |= kNodeRotationByLayer;
+        ResetToZeroValues(*node, false);
     }
 }

@@ -30,12 +30,12 @@ LayerStack::LayerStack(std::mt19937& pRandom, bool pPositive)
     KDataType* const type = types[pick(3)];
     mOrder = pick(6);
     mNode = MakeChannel(type, "channel");
-    const bool by_channel = type == KDataTypeLclRotation && pick(4) == 0;
+    const bool byChannel = type == KDataTypeLclRotation && pick(4) == 0;
     const int count = 1 + pick(5);
     int id = 0;
     GlissaNode* node = mNode.get();
     node->SetRotationOrder(mOrder);
-    if (by_channel) {
+    if (byChannel) {
         node->SetLayerType(eLayerTypeRotationByChannel);
     }
     mType = node->GetLayerType();
@@ -45,7 +45,7 @@ LayerStack::LayerStack(std::mt19937& pRandom, bool pPositive)
         layer.info.mMode = static_cast<eLayerMode>(pick(3));
         layer.info.mWeight = pick(3) == 0 ? 1.0 : pick(8) == 0 ? 0.0 : number(0.0, 1.0);
         layer.info.mMuted = pick(5) == 0;
-        layer.info.mRotationMode = by_channel ? eRotationByChannel : eRotationByLayer;
+        layer.info.mRotationMode = byChannel ? eRotationByChannel : eRotationByLayer;
         layer.id = id;
         const GlissaLayerInfo info(id, &layer.info);
         if (i == 0) {
@@ -80,10 +80,10 @@ std::array<double, 3> LayerStack::Values(int pFirst, int pLast) const
         if (layer.info.mMuted) {
             continue;
         }
-        const bool takes_part = i >= pFirst && i <= pLast;
+        const bool takesPart = i >= pFirst && i <= pLast;
         const double w = layer.info.mWeight;
         for (std::size_t k = 0; k < 3; ++k) {
-            const double v = takes_part ? layer.values[k] : zero;
+            const double v = takesPart ? layer.values[k] : zero;
             // What the mode leaves of the layers below.
             const double kept = layer.info.mMode == eLayerModeAdditive   ? 1.0
                                 : layer.info.mMode == eLayerModeOverride ? 0.0
@@ -105,9 +105,9 @@ RefRotation LayerStack::Rotation(int pFirst, int pLast) const
         if (layer.info.mMuted) {
             continue;
         }
-        const bool takes_part = i >= pFirst && i <= pLast;
+        const bool takesPart = i >= pFirst && i <= pLast;
         const RefRotation v =
-            takes_part ? RefRotation::OfAngles(layer.values.data(), mOrder) : RefRotation();
+            takesPart ? RefRotation::OfAngles(layer.values.data(), mOrder) : RefRotation();
         const double w = layer.info.mWeight;
         if (mLayers.size() == 1) {
             result = v;

@@ -165,7 +165,7 @@ TEST_F(NodeLinks, LockByLayerQueryOrProperty)
     }
     layer.mLocked = false;
     query.mLocked = true;
-    const LockModeScope by_property(eLockModeProperty);
+    const LockModeScope byProperty(eLockModeProperty);
     EXPECT_FALSE(one->IsNodeLocked());
     for (const unsigned bit : {0x1000u, 0x2000u, 0x4000u, 0x8000u}) {
         property.SetFlags(bit);

@@ -329,7 +329,7 @@ TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
     const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "W");
     double values[] = {400.0, 50.0, 60.0, 0.0};
     KTime one = Seconds(1);
-    const auto candidate_key = [&](GlissaNode& node, int pId) {
+    const auto candidateKey = [&](GlissaNode& node, int pId) {
         node.CandidateSet(one, values, {pId, nullptr});
         node.CandidateKey(nullptr, {pId, nullptr}, nullptr, false, 8, 0x400, 0, true);
     };
@@ -364,8 +364,8 @@ TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
         [&](GlissaNode& n) { n.DeleteKey(one, nullptr, 0.0, 0); },
         [](GlissaNode& n) { n.Delete(KTime(), Seconds(2), true); },
         [&](GlissaNode& n) { n.Replace(other.get(), KTime(), one, true, true, KTime()); },
-        [&](GlissaNode& n) { candidate_key(n, 0); },
-        [&](GlissaNode& n) { candidate_key(n, 2); },
+        [&](GlissaNode& n) { candidateKey(n, 0); },
+        [&](GlissaNode& n) { candidateKey(n, 2); },
         [&](GlissaNode& n) {
             GlissaNodeCandidateState state;
             other->GetCandidateState(state);

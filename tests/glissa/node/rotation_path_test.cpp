@@ -163,7 +163,18 @@ TEST(RotationPath, MeetsItsKeysWithoutAJump)
     }
 }
 
-TEST(RotationPath, ChannelsGoTheirOwnWayWithoutIt)
+TEST(RotationPath, ContinuesByTheSameStepBeyondItsEnds)
+{
+    const NodePtr node =
+        NodeOf({{0.0, {0, 0, 0}, {}, 0, 0, 0}, {1.0, {1, 0, 0}, {}, 0, 0, 0}}, kKinds[3], 0);
+    for (const double time : {0.25, 0.75}) {
+        Values got = {};
+        node->RotationNodeEvaluate(got.data(), KTime::FromSeconds(time), nullptr, false);
+        EXPECT_NEAR(time, got[0], 1e-4);
+    }
+}
+
+TEST(RotationPath, IsLeftToTheChannelsWhereThereIsNone)
 {
     std::mt19937 random(63);
     const NodePtr node = NodeOf(RandomKeys(random, 80.0), kKinds[3], 2);
@@ -186,7 +197,7 @@ TEST(RotationPath, ChannelsGoTheirOwnWayWithoutIt)
     EXPECT_TRUE(isPlain());
 }
 
-TEST(RotationPath, BecomesTheCandidateWhereAskedFor)
+TEST(RotationPath, BecomesTheCandidate)
 {
     std::mt19937 random(64);
     const NodePtr node = NodeOf(RandomKeys(random, 80.0), kKinds[1], 0);

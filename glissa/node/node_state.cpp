@@ -1,0 +1,90 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// The parts of a node's state that have rules of their own: counted names, links to nodes that are
+// not owned, and the methods of candidates.
+
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+#include <iterator>
+
+std::atomic<std::uint64_t> nodeStructureChanges{1};
+
+unsigned GlissaNodeState::LayerTypeBit(int pLayerType)
+{
+    constexpr unsigned kBits[] = {0x01, 0x02, 0x10, 0x04, 0, 0x20, 0x08};
+    return pLayerType >= 0 && pLayerType < static_cast<int>(std::size(kBits)) ? kBits[pLayerType]
+                                                                              : 0;
+}
+
+GlissaNode::NameInfo& GlissaNodeState::Names()
+{
+    if (!mNames) {
+        mNames = new NameInfo;
+    }
+    return *mNames;
+}
+
+void GlissaNodeState::ReleaseNames()
+{
+    CORVEKIT_ASSERT(!mNames || mNames->mReferenceCount > 0);
+    if (mNames && std::atomic_ref(mNames->mReferenceCount).fetch_sub(1) == 1) {
+        delete mNames;
+    }
+    mNames = nullptr;
+}
+
+void GlissaNodeState::SetObjectLayer(GlissaNode* pSelf, GlissaNode* pBase)
+{
+    CORVEKIT_ASSERT(pSelf && this == &Of(pSelf));
+    mBaseLink.Leave();
+    mObjectLayer = pBase;
+    if (pBase && pBase != pSelf) {
+        mBaseLink.Enter(pSelf, Of(pBase).mBaseUsers);
+    }
+}
+
+void GlissaNodeState::SetTimeWarp(GlissaNode* pSelf, GlissaNode* pWarp)
+{
+    CORVEKIT_ASSERT(pSelf && this == &Of(pSelf));
+    if (mTimeWarp) {
+        mTimeWarp->DecReferenceCount();
+    }
+    mWarpLink.Leave();
+    mTimeWarp = pWarp;
+    if (pWarp) {
+        pWarp->IncReferenceCount();
+        mWarpLink.Enter(pSelf, Of(pWarp).mWarpUsers);
+    }
+}
+
+int GlissaNodeState::GetSpecificCandidateMethod() const
+{
+    return ((mEvaluationFlags & kNodeCandidateTotal) != 0 ? 2 : 0) +
+           ((mEvaluationFlags & kNodeCandidateSpecific) != 0 ? 1 : 0);
+}
+
+void GlissaNodeState::SetSpecificCandidateMethod(int pMethod)
+{
+    CORVEKIT_ASSERT(pMethod >= 0 && pMethod <= eCandidateTotalAndSpecific);
+    const auto method = static_cast<unsigned>(pMethod);
+    mEvaluationFlags &= ~(kNodeCandidateUnused | kNodeCandidateTotal);
+    mEvaluationFlags |= (method & 2u) != 0 ? kNodeCandidateTotal : 0u;
+    mEvaluationFlags |= (method & 1u) != 0 ? kNodeCandidateSpecific : 0u;
+}
+
+void GlissaNodeState::SetTotalCandidateMethod(eCandidateMethod pMethod)
+{
+    CORVEKIT_ASSERT(pMethod == eCandidateSpecific || pMethod == eCandidateTotal);
+    mEvaluationFlags &= ~kNodeCandidateSpecific;
+    mEvaluationFlags |= pMethod == eCandidateSpecific ? kNodeCandidateSpecific : 0u;
+}
+
+void GlissaNodeState::CopyCandidates(const GlissaNodeState& pSource)
+{
+    mCandidateTime = pSource.mCandidateTime;
+    mEvaluationFlags = (mEvaluationFlags & ~kNodeCandidateMethods) |
+                       (pSource.mEvaluationFlags & kNodeCandidateMethods);
+    std::copy_n(pSource.mTotalCandidate, kNodeLayeredValues, mTotalCandidate);
+}

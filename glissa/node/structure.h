@@ -1,0 +1,26 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: which node may hold which.
+#pragma once
+
+#include "glissa/node/node.h"
+
+/// What a walk meets below a node: children, layers, and the time warps of all of them.
+struct NodeReach
+{
+    bool meetsWanted = false;
+    int nodes = 0;
+    int levels = 0;  // the warps not counted
+};
+
+/// Levels from the top of the tree to a node, that node included.
+int LevelOf(const GlissaNode* pNode);
+/// Levels of a node and those below it, without its chain.
+int LevelsBelow(const GlissaNode* pNode);
+/// Visits no more than pMost nodes, and stops at pWanted.
+NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost);
+/// Whether a node may take another one as child or layer: the other one does not hold the first
+/// one, and the tree does not become too deep.
+bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken);
+/// Whether ids ascend along the chain from a node on. For assertions.
+bool IsChainInOrder(const GlissaNode* pNode);
