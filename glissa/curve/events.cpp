@@ -52,17 +52,17 @@ void Glissa::CallbackAddEvent(int pType, int pKey)
     constexpr int kOneSelectionChange = 0x10000;
 
     IncrementUpdateId((pType & eEventSelection) != 0 ? kOneSelectionChange : kOneValueChange);
-    const bool collects = !IsCallbackEnabled();
-    if (!collects && mListeners.GetCount() == 0) {
+    if (!IsCallbackEnabled()) {
+        mPendingEvent.Add(pType, pKey);
+        return;
+    }
+    if (mListeners.GetCount() == 0) {
         if (mPendingEvent.GetEventCount() > 0 || mPendingEvent.GetDetailedType() != 0) {
             mPendingEvent.Clear();
         }
         return;
     }
     mPendingEvent.Add(pType, pKey);
-    if (collects) {
-        return;
-    }
     if (!MustCallsWait()) {
         CallListeners(TakePendingEvent());
     } else if (mPendingEvent.GetEventCount() == 1 && mPendingEvent.GetDetailedType() == 0) {

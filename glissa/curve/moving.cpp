@@ -78,9 +78,15 @@ int Reinsert(Glissa& pCurve, int pIndex, KTime pTime, const GlissaKey& pKey)
 void Glissa::KeySetValue(int pIndex, float pValue)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
-    const KOperation operation(IsInvalidKeyCheckActive());
     ResetCandidate();
-    mKeys[pIndex].mValue = CheckedKeyValue(pValue);  // no further call: filters set every key
+    if (!IsInvalidKeyCheckActive()) [[likely]] {
+        // Filters set every key: this path makes one call and keeps nothing on the stack.
+        mKeys[pIndex].mValue = pValue;
+        CallbackAddEvent(kGlissaEventValue, pIndex);
+        return;
+    }
+    const KOperation operation;
+    mKeys[pIndex].mValue = CheckedKeyValue(pValue);
     CallbackAddEvent(kGlissaEventValue, pIndex);
 }
 
