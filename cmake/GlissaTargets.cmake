@@ -8,6 +8,10 @@ function(glissa_target_settings target)
     # never a fast-math flag.
     target_compile_options(${target} PRIVATE
         -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    # 32-bit x86 rounds doubles to doubles only in the registers of SSE2.
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86|x86_64|AMD64)$")
+        target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
+    endif()
     if(GLISSA_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

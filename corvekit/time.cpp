@@ -6,13 +6,10 @@
 #include "corvekit/assert.h"
 
 #include <cmath>
+#include <limits>
 
 namespace
 {
-// A product of a 53-bit mantissa and the tick rate needs 81 bits. __int128 is an extension that
-// both supported compilers have.
-__extension__ typedef __int128 Wide;
-
 constexpr std::int64_t kFrameTicks[eTimeModeCount] = {
     0,        // the default mode, looked up first
     5880000,  // 24
@@ -42,13 +39,47 @@ std::int64_t FrameTicks(ETimeMode pMode)
     return kFrameTicks[IsConcreteMode(pMode) ? pMode : sDefaultMode];
 }
 
-std::int64_t Saturate(Wide pTicks)
+// pCount * pUnit + pRest, or the end of the range that it is beyond. pUnit is above 0.
+KTime SaturatedTicks(std::int64_t pCount, std::int64_t pUnit, std::int64_t pRest)
 {
-    constexpr Wide kLeast = std::numeric_limits<std::int64_t>::min();
-    constexpr Wide kGreatest = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(pTicks < kLeast      ? kLeast
-                                     : pTicks > kGreatest ? kGreatest
-                                                          : pTicks);
+    CORVEKIT_ASSERT(pUnit > 0);
+    // With a rest below a unit and of the sign of the count, the sum is beyond the range where the
+    // product is, and the product is where the count is beyond that of the end.
+    std::int64_t count = pCount + pRest / pUnit;
+    std::int64_t rest = pRest % pUnit;
+    if (count > 0 && rest < 0) {
+        --count;
+        rest += pUnit;
+    } else if (count < 0 && rest > 0) {
+        ++count;
+        rest -= pUnit;
+    }
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+    if (count > kGreatest / pUnit || count < kLeast / pUnit) {
+        return KTime(count > 0 ? kGreatest : kLeast);
+    }
+    return KTime(count * pUnit) + KTime(rest);
+}
+
+// The nearest whole number to pFraction * pFactor, halves up, for a fraction from 0 to 1 and a
+// factor below 2^31. The product of a mantissa and the tick rate needs 81 bits: it is formed in
+// digits of 32 bits, of which a fraction of at least half a tick has three at most.
+std::int64_t RoundedProduct(double pFraction, std::int64_t pFactor)
+{
+    CORVEKIT_ASSERT(pFraction >= 0.0 && pFraction < 1.0 && pFactor > 0 && pFactor >> 31 == 0);
+    std::uint64_t digits[3];
+    double rest = pFraction;
+    for (std::uint64_t& digit : digits) {
+        rest *= 4294967296.0;
+        digit = static_cast<std::uint64_t>(rest);
+        rest -= static_cast<double>(digit);
+    }
+    const auto factor = static_cast<std::uint64_t>(pFactor);
+    std::uint64_t product = digits[2] * factor;
+    product = digits[1] * factor + (product >> 32);
+    product = digits[0] * factor + (product >> 32);
+    return static_cast<std::int64_t>((product + 0x80000000u) >> 32);
 }
 
 std::int64_t FloorDivide(std::int64_t pValue, std::int64_t pDivisor)
@@ -77,30 +108,18 @@ void KTime::SetSecondDouble(double pSeconds)
         mTicks = Limit(pSeconds < 0.0).mTicks;
         return;
     }
-    // seconds = mantissa * 2^exponent with a whole mantissa of at most 53 bits, so that the product
-    // with the tick rate is exact and the only rounding is the last one.
-    int exponent = 0;
-    const double fraction = std::frexp(std::fabs(pSeconds), &exponent);
-    Wide ticks = static_cast<Wide>(std::ldexp(fraction, 53)) * kTicksPerSecond;
-    exponent -= 53;
-    CORVEKIT_ASSERT(exponent <= 37 - 53);  // the shift to the left below cannot overflow
-    if (exponent < -100) {
-        ticks = 0;  // far below half a tick
-    } else if (exponent < 0) {
-        const Wide half = static_cast<Wide>(1) << (-exponent - 1);
-        ticks = (ticks + half) >> -exponent;
-    } else {
-        ticks <<= exponent;
-    }
-    mTicks = Saturate(pSeconds < 0.0 ? -ticks : ticks);
+    // Both parts are exact, and the only rounding is that of the last one.
+    const std::int64_t sign = pSeconds < 0.0 ? -1 : 1;
+    const double whole = std::floor(std::fabs(pSeconds));
+    const std::int64_t ticks = RoundedProduct(std::fabs(pSeconds) - whole, kTicksPerSecond);
+    *this = SaturatedTicks(sign * static_cast<std::int64_t>(whole), kTicksPerSecond, sign * ticks);
 }
 
 void KTime::SetTime(int pHour, int pMinute, int pSecond, int pFrame, int pField, ETimeMode pMode)
 {
-    const Wide seconds =
-        static_cast<Wide>(pHour) * 3600 + static_cast<Wide>(pMinute) * 60 + pSecond;
-    const Wide frame = FrameTicks(pMode);
-    mTicks = Saturate(seconds * kTicksPerSecond + frame * pFrame + frame / 2 * pField);
+    const std::int64_t seconds = std::int64_t{pHour} * 3600 + std::int64_t{pMinute} * 60 + pSecond;
+    const std::int64_t frame = FrameTicks(pMode);
+    *this = SaturatedTicks(seconds, kTicksPerSecond, frame * pFrame + frame / 2 * pField);
 }
 
 std::int64_t KTime::GetFrame(ETimeMode pMode) const
@@ -112,7 +131,7 @@ KTime KTime::GetFramedTime(bool pNearest) const
 {
     const std::int64_t frame = FrameTicks(eTimeModeDefault);
     const KTime asked = pNearest ? *this + KTime(frame / 2) : *this;
-    return KTime(Saturate(static_cast<Wide>(FloorDivide(asked.mTicks, frame)) * frame));
+    return SaturatedTicks(FloorDivide(asked.mTicks, frame), frame, 0);
 }
 
 KTime KTime::GetOneFrameValue(ETimeMode pMode)

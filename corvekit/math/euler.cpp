@@ -8,61 +8,21 @@
 #include "corvekit/math/matrix.h"
 
 #include "corvekit/assert.h"
+#include "corvekit/math/elementary.h"
 #include "corvekit/math/rotation_order.h"
 
 #include <cmath>
-#include <cstdint>
-#include <numbers>
 
 namespace
 {
-constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
-constexpr double kDegreesPerRadian = 180.0 / std::numbers::pi;
-
 // Where 1 / cosine of the middle angle would cost more than three bits of the third angle,
 // it is read from the large elements instead.
 constexpr double kNearLock = 0.125;
 
-struct SineCosine
-{
-    double sine;
-    double cosine;
-};
-
-// Of an angle in degrees, each within an epsilon or so, and without -0. The angle is reduced to
-// -45..45 before it becomes radians: angle - 90 n is exact in doubles, so that a right angle has a
-// cosine of 0 and not of 6e-17. NaN for an angle that is not finite.
-SineCosine SineCosineOfDegrees(double pAngle)
-{
-    double angle = pAngle;
-    // Beyond this, 90 n and the quarter as an integer could leave their ranges. fmod is exact.
-    if (!(std::fabs(angle) <= 1e9)) {
-        angle = std::fmod(angle, 360.0);
-        if (std::isnan(angle)) {
-            return {angle, angle};
-        }
-    }
-    const double quarters = std::nearbyint(angle / 90.0);
-    CORVEKIT_ASSERT(std::fabs(quarters) < 1e8);
-    const double rest = (angle - 90.0 * quarters) * kRadiansPerDegree;
-    const double sine = std::sin(rest);
-    const double cosine = std::cos(rest);
-    switch (static_cast<std::int64_t>(quarters) & 3) {
-    case 0:
-        return {sine + 0.0, cosine};
-    case 1:
-        return {cosine, 0.0 - sine};
-    case 2:
-        return {0.0 - sine, -cosine};
-    default:
-        return {-cosine, sine + 0.0};
-    }
-}
-
 // The arc tangent in degrees. A zero pSine counts as positive: 180 rather than -180.
 double DegreesOf(double pSine, double pCosine)
 {
-    return std::atan2(pSine + 0.0, pCosine) * kDegreesPerRadian;
+    return KgeArcTangent(pSine + 0.0, pCosine);
 }
 
 // The axes of an order and the sign of its angles.
@@ -83,13 +43,11 @@ Places PlacesOf(int pOrder)
 void MatrixOfAngles(KgeRMatrix& pMatrix, const KgeRVector& pAngles, int pOrder)
 {
     const auto [i, j, k, sign] = PlacesOf(pOrder);
-    auto [si, ci] = SineCosineOfDegrees(pAngles[i]);
-    auto [sj, cj] = SineCosineOfDegrees(pAngles[j]);
-    auto [sk, ck] = SineCosineOfDegrees(pAngles[k]);
-    si *= sign;
-    sj *= sign;
-    sk *= sign;
-
+    KgeSineCosine turns[3];
+    KgeSinCos({pAngles[i], pAngles[j], pAngles[k]}, turns);
+    const double si = turns[0].sine * sign, ci = turns[0].cosine;
+    const double sj = turns[1].sine * sign, cj = turns[1].cosine;
+    const double sk = turns[2].sine * sign, ck = turns[2].cosine;
     const double cc = ci * ck, cs = ci * sk, sc = si * ck, ss = si * sk;
     pMatrix(i, i) = cj * ck;
     pMatrix(j, i) = cj * sk;

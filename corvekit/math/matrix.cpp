@@ -6,6 +6,8 @@
 
 #include "corvekit/math/matrix.h"
 
+#include "corvekit/math/elementary.h"
+
 #include <cmath>
 #include <utility>
 
@@ -89,10 +91,10 @@ KgeRMatrix KgeRMatrix::Power(double pExponent) const
     if (std::fabs(q[3] - 1.0) > 1e-5) {
         // The sine of half the angle from x, y and z: the root of 1 - w^2 and the arc cosine of w
         // would lose digits as w nears 1.
-        const double sine = std::hypot(q[0], q[1], q[2]);
-        const double angle = std::atan2(sine, q[3]);
-        const double factor = std::sin(angle * pExponent) / sine;
-        q.Init(q[0] * factor, q[1] * factor, q[2] * factor, std::cos(angle * pExponent));
+        const double sine = KgeLength(q[0], q[1], q[2]);
+        const KgeSineCosine turned = KgeSinCos(KgeArcTangent(sine, q[3]) * pExponent);
+        const double factor = turned.sine / sine;
+        q.Init(q[0] * factor, q[1] * factor, q[2] * factor, turned.cosine);
     } else if (std::fabs(pExponent) <= 1e-6) {
         q.Init();
     }

@@ -4,11 +4,11 @@
 #include "corvekit/math/quaternion.h"
 
 #include "corvekit/assert.h"
+#include "corvekit/math/elementary.h"
 #include "corvekit/math/matrix.h"
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 KgeQuaternion::KgeQuaternion(const KgeRMatrix& pMatrix)
 {
@@ -43,7 +43,7 @@ double KgeQuaternion::Length() const
     const double square = SquareLength();
     return square > 1e-280 && square < 1e280
                ? std::sqrt(square)
-               : std::hypot(std::hypot(mValue[0], mValue[1]), std::hypot(mValue[2], mValue[3]));
+               : KgeLength(KgeLength(mValue[0], mValue[1]), KgeLength(mValue[2], mValue[3]));
 }
 
 double KgeQuaternion::Normalize()
@@ -76,10 +76,11 @@ KgeQuaternion KgeSlerp(const KgeQuaternion& pFrom, const KgeQuaternion& pTo, dou
         double from = 1.0 - pRatio;
         double to = pRatio;
         if (1.0 - cosine > 1e-6) {
-            const double angle = std::acos(std::clamp(cosine, -1.0, 1.0));
-            const double sine = std::sin(angle);
-            from = std::sin((1.0 - pRatio) * angle) / sine;
-            to = std::sin(pRatio * angle) / sine;
+            const double angle = KgeArcCosine(cosine);
+            KgeSineCosine turns[3];
+            KgeSinCos({angle, (1.0 - pRatio) * angle, pRatio * angle}, turns);
+            from = turns[1].sine / turns[0].sine;
+            to = turns[2].sine / turns[0].sine;
         }
         return from * pFrom + (dot < 0.0 ? -to : to) * pTo;
     }
@@ -89,8 +90,8 @@ KgeQuaternion KgeSlerp(const KgeQuaternion& pFrom, const KgeQuaternion& pTo, dou
         return pFrom;
     }
     // (-y, x, -w, z) is perpendicular to (x, y, z, w) and of the same length.
-    const double from = std::sin((0.5 - pRatio) * std::numbers::pi);
-    const double to = std::sin(pRatio * std::numbers::pi);
+    const double from = KgeSinCos((0.5 - pRatio) * 180.0).sine;
+    const double to = KgeSinCos(pRatio * 180.0).sine;
     return KgeQuaternion(from * pFrom[0] - to * pFrom[1], from * pFrom[1] + to * pFrom[0],
                          from * pFrom[2] - to * pFrom[3], pFrom[2]);
 }

@@ -4,6 +4,7 @@
 
 #include "corvekit/assert.h"
 #include "corvekit/export.h"
+#include "corvekit/math/elementary.h"
 
 #include <algorithm>
 #include <cmath>
@@ -72,14 +73,8 @@ public:
     {
         return mValue[0] * mValue[0] + mValue[1] * mValue[1] + mValue[2] * mValue[2];
     }
-    /// Euclidean length. Squares that leave the range of doubles do no harm.
-    double Length() const
-    {
-        const double square = SquareLength();
-        return square > 1e-280 && square < 1e280
-                   ? std::sqrt(square)
-                   : std::hypot(std::hypot(mValue[0], mValue[1]), mValue[2]);
-    }
+    /// Euclidean length, as KgeLength.
+    double Length() const { return KgeLength(mValue[0], mValue[1], mValue[2]); }
     /// Brings the length to 1 and gives the one that it had. A vector of length 0, or of one that
     /// is not finite, stays as it is.
     double Normalize()

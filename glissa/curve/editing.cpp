@@ -221,9 +221,9 @@ void Glissa::KeySet(int pIndex, KTime pTime, float pValue, unsigned pInterpolati
         (pWeightMode & GlissaKeyAttributes::kWeightModeMask);
     attributes.mData[0] = pData0;
     attributes.mData[1] = pData1;
-    attributes.mData[2] = WeightPair{ToStoredWeight(pWeight0), ToStoredWeight(pWeight1)}.ToSlot();
-    attributes.mData[3] =
-        WeightPair{ToStoredVelocity(pVelocity0), ToStoredVelocity(pVelocity1)}.ToSlot();
+    WeightPair{ToStoredWeight(pWeight0), ToStoredWeight(pWeight1)}.ToSlot(attributes.mData[2]);
+    WeightPair{ToStoredVelocity(pVelocity0), ToStoredVelocity(pVelocity1)}.ToSlot(
+        attributes.mData[3]);
     KeyAttrSet(pIndex, attributes);
     KeySetValue(pIndex, pValue);
     KeySetTime(pIndex, pTime);

@@ -21,10 +21,9 @@ bool IsMissingCustomType(unsigned pIndex)
 KPriFCurveKeyAttr* MakeDefaultAttributes(KMemoryPool& pPool)
 {
     auto* attributes = static_cast<KPriFCurveKeyAttr*>(pPool.Allocate());
-    *attributes = KPriFCurveKeyAttr{
-        {eInterpolationCubic | eTangentAuto,
-         {0.0f, 0.0f, WeightPair{kDefaultWeightNumber, kDefaultWeightNumber}.ToSlot(), 0.0f}},
-        1};
+    *attributes =
+        KPriFCurveKeyAttr{{eInterpolationCubic | eTangentAuto, {0.0f, 0.0f, 0.0f, 0.0f}}, 1};
+    attributes->ResetWeights();
     tCountsDefaultBlock = true;
     return attributes;
 }
@@ -39,7 +38,7 @@ KPriFCurveKeyAttr* const GlissaDefaultKeyAttr = MakeDefaultAttributes(GlissaKeyA
 
 void GlissaKeyAttributes::ResetWeights()
 {
-    mData[2] = WeightPair{kDefaultWeightNumber, kDefaultWeightNumber}.ToSlot();
+    WeightPair{kDefaultWeightNumber, kDefaultWeightNumber}.ToSlot(mData[2]);
 }
 
 void GlissaKeyAttributes::ResetWeightsAndVelocities()
@@ -100,14 +99,14 @@ void GlissaKeyAttributes::SetDataDouble(EGlissaDataIndex pIndex, float pValue)
     case eDataNextLeftWeight: {
         auto pair = WeightPair::FromSlot(mData[2]);
         (pIndex == eDataRightWeight ? pair.mRight : pair.mNextLeft) = ToStoredWeight(pValue);
-        mData[2] = pair.ToSlot();
+        pair.ToSlot(mData[2]);
         break;
     }
     case eDataRightVelocity:
     case eDataNextLeftVelocity: {
         auto pair = WeightPair::FromSlot(mData[3]);
         (pIndex == eDataRightVelocity ? pair.mRight : pair.mNextLeft) = ToStoredVelocity(pValue);
-        mData[3] = pair.ToSlot();
+        pair.ToSlot(mData[3]);
         break;
     }
     default:
@@ -134,9 +133,9 @@ void GlissaKey::Set(KTime pTime, float pValue, unsigned pInterpolation, unsigned
           GlissaKeyAttributes::kWeightModeMask);
     mAttributes.mData[0] = pData0;
     mAttributes.mData[1] = pData1;
-    mAttributes.mData[2] = WeightPair{ToStoredWeight(pWeight0), ToStoredWeight(pWeight1)}.ToSlot();
-    mAttributes.mData[3] =
-        WeightPair{ToStoredVelocity(pVelocity0), ToStoredVelocity(pVelocity1)}.ToSlot();
+    WeightPair{ToStoredWeight(pWeight0), ToStoredWeight(pWeight1)}.ToSlot(mAttributes.mData[2]);
+    WeightPair{ToStoredVelocity(pVelocity0), ToStoredVelocity(pVelocity1)}.ToSlot(
+        mAttributes.mData[3]);
     mAttributes.mFlags |= (pTangentMode & GlissaKeyAttributes::kTangentModeMask) |
                           (pWeightMode & GlissaKeyAttributes::kWeightModeMask);
 }

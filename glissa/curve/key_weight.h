@@ -5,23 +5,37 @@
 
 #include "glissa/curve/key.h"
 
-#include <bit>
 #include <cstdint>
+#include <cstring>
 
 /// Stored numbers are the real value times this.
 constexpr float kStoredScale = 9999.0f;
 constexpr std::int16_t kDefaultWeightNumber = 3333;
 
-/// Two numbers that share a float slot: a weight or a velocity of each side.
+/// Two numbers that share a float slot, a weight or a velocity of each side: the right one in the
+/// low half of its bits, whatever the order of bytes in memory.
 struct WeightPair
 {
     std::int16_t mRight;
     std::int16_t mNextLeft;
 
-    static WeightPair FromSlot(float pSlot) { return std::bit_cast<WeightPair>(pSlot); }
-    float ToSlot() const { return std::bit_cast<float>(*this); }
+    static WeightPair FromSlot(const float& pSlot)
+    {
+        std::uint32_t bits = 0;
+        std::memcpy(&bits, &pSlot, sizeof bits);
+        return {static_cast<std::int16_t>(static_cast<std::uint16_t>(bits)),
+                static_cast<std::int16_t>(static_cast<std::uint16_t>(bits >> 16))};
+    }
+    /// Written in place: a float that is returned may pass through a register that changes the bits
+    /// of a NaN, which some pairs are.
+    void ToSlot(float& pSlot) const
+    {
+        const std::uint32_t bits = static_cast<std::uint16_t>(mRight) |
+                                   static_cast<std::uint32_t>(static_cast<std::uint16_t>(mNextLeft))
+                                       << 16;
+        std::memcpy(&pSlot, &bits, sizeof bits);
+    }
 };
-static_assert(sizeof(WeightPair) == sizeof(float));
 
 inline float FromStoredNumber(std::int16_t pNumber)
 {

@@ -130,7 +130,7 @@ void Glissa::StoreReader::ReadKey()
     mLocal.mFlags = 0;
     mLocal.mData[0] = 0.0f;
     mLocal.mData[1] = 0.0f;
-    mLocal.mData[2] = kDefaultWeights.ToSlot();
+    kDefaultWeights.ToSlot(mLocal.mData[2]);
     mLocal.mData[3] = 0.0f;
     BeginKey(time, value);
     mLetterCount = 0;
@@ -363,7 +363,7 @@ bool Glissa::StoreReader::ReadWeights()
             (side == eWeightRight ? weights.mRight : weights.mNextLeft) = ToTruncatedWeight(weight);
         }
     }
-    mLocal.mData[2] = weights.ToSlot();
+    weights.ToSlot(mLocal.mData[2]);
     return true;
 }
 
@@ -484,7 +484,7 @@ void Glissa::StoreReader::DropPreviousLeftWeight()
     }
     mCurve.KeyAttrSeparate(mIndex - 1);
     weights.mNextLeft = kDefaultWeightNumber;
-    mPrevious->mAttribute->mData[2] = weights.ToSlot();
+    weights.ToSlot(mPrevious->mAttribute->mData[2]);
     mPrevious->mAttribute->SetTangeantWeightMode(eWeightNone, eWeightNextLeft);
 }
 

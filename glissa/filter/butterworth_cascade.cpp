@@ -5,13 +5,17 @@
 
 #include "glissa/filter/butterworth.h"
 
+#include "corvekit/math/elementary.h"
+
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace
 {
 // Ten digits, and not all of a double: results stay those of this value.
 constexpr double kPi = 3.1415926535;
+constexpr double kDegreesPerRadian = 180.0 / std::numbers::pi;
 
 enum Coefficient
 {
@@ -81,7 +85,8 @@ void GlissaFilterButterworth::ComputeFilterCoefficients(double pCutOff, double p
     if (std::fabs(angle) > 2.0 * kPi) {
         angle -= 2.0 * std::trunc(angle * 0.5 / kPi) * kPi;
     }
-    const double wc = std::tan(angle);
+    const KgeSineCosine turn = KgeSinCos(angle * kDegreesPerRadian);
+    const double wc = turn.sine / turn.cosine;
     const double wc2 = wc * wc;
     const bool isOdd = order % 2 != 0;
     const int pairs = order / 2;
@@ -89,7 +94,8 @@ void GlissaFilterButterworth::ComputeFilterCoefficients(double pCutOff, double p
     *pSectionCount = pairs + (isOdd ? 1 : 0);
     *pDelaySum = 0.0;
     for (int k = 1; k <= pairs; ++k) {
-        const double q = std::cos((k - (isOdd ? 0.0 : 0.5)) * kPi / order) * wc;
+        const double angleOfPair = (k - (isOdd ? 0.0 : 0.5)) * kPi / order;
+        const double q = KgeSinCos(angleOfPair * kDegreesPerRadian).cosine * wc;
         const double d = 2.0 * q + 1.0 + wc2;
         c[kA1][k] = (wc2 - 1.0) * -2.0 / d;
         c[kA2][k] = -(1.0 - 2.0 * q + wc2) / d;

@@ -6,6 +6,7 @@
 
 #include "glissa/filter/gaussian.h"
 
+#include "corvekit/math/elementary.h"
 #include "glissa/curve/curve.h"
 #include "glissa/utils/span_edits.h"
 
@@ -93,7 +94,7 @@ std::vector<double> GaussianWeights(double pDeviationInSamples, int pReach)
     double total = 1.0;
     for (std::size_t i = 1; i <= reach; ++i) {
         const double x = static_cast<double>(i) / pDeviationInSamples;
-        const double weight = std::exp(-0.5 * x * x);
+        const double weight = KgeExponential(-0.5 * x * x);
         weights[reach - i] = weights[reach + i] = weight;
         total += 2.0 * weight;
     }

@@ -3,6 +3,7 @@
 
 #include "glissa/filter/smooth.h"
 
+#include "corvekit/math/elementary.h"
 #include "glissa/curve/curve.h"
 #include "glissa/filter/magnitude.h"
 #include "glissa/node/node.h"
@@ -55,7 +56,7 @@ std::vector<double> WindowWeights(int pCount)
     for (std::size_t k = 0; k < weights.size(); ++k) {
         const double fromMiddle = std::fabs(static_cast<double>(k) - pCount * 0.5);
         const double x = 1.0 - fromMiddle / (pCount + 1.0);
-        weights[k] = 1.078 * std::exp(-(x * x) / 0.274);
+        weights[k] = 1.078 * KgeExponential(-(x * x) / 0.274);
     }
     return weights;
 }

@@ -6,6 +6,7 @@
 
 #include "glissa/node/blending.h"
 
+#include "corvekit/math/elementary.h"
 #include "glissa/node/euler_blend.h"
 #include "glissa/node/values.h"
 
@@ -138,13 +139,13 @@ void GlissaNode::BlendScaling(double* pResult, double* pValues, double pWeight, 
         const double layer = std::fabs(pValues[i]);
         switch (pMode) {
         case eLayerModeAdditive:
-            pResult[i] = std::pow(layer, pWeight) * below;
+            pResult[i] = KgePower(layer, pWeight) * below;
             break;
         case eLayerModeOverride:
-            pResult[i] = std::pow(layer, pWeight);
+            pResult[i] = KgePower(layer, pWeight);
             break;
         case eLayerModeOverridePassthrough:
-            pResult[i] = std::pow(layer, pWeight) * std::pow(below, 1.0 - pWeight);
+            pResult[i] = KgePower(layer, pWeight) * KgePower(below, 1.0 - pWeight);
             break;
         }
     }
@@ -166,12 +167,14 @@ void GlissaNode::BlendRotation(double* pResult, double* pValues, double pWeight,
     if (GLISSA_IsBrokenRotationBlendEnabled()) {
         BlendOlder(pResult, pValues, pWeight, pMode, KVdRotationOrder(mState->mRotationOrder));
     } else {
-        RunningRotation running(mState->mRotationOrder);
-        running.Blend(pResult, pValues, pWeight, pMode);
-        running.WriteAngles(pResult);
+        double weight = pWeight;
         if (ScalesAngles(pMode)) {
             ScaleRotation(pValues, pWeight, KVdRotationOrder(mState->mRotationOrder));
+            weight = 1.0;
         }
+        RunningRotation running(mState->mRotationOrder);
+        running.Blend(pResult, pValues, weight, pMode);
+        running.WriteAngles(pResult);
     }
 }
 
@@ -189,7 +192,7 @@ void GlissaNode::ApplyWeightedValue(double* pValues, double pWeight)
     } else if (GetDataType() == KDataTypeLclScaling) {
         for (int i = 0; i < count; ++i) {
             // The power of a negative scaling is not real: the sign is lost, as in a blend.
-            pValues[i] = std::pow(std::fabs(pValues[i]), pWeight);
+            pValues[i] = KgePower(std::fabs(pValues[i]), pWeight);
         }
     } else {
         for (int i = 0; i < count; ++i) {

@@ -3,13 +3,12 @@
 
 #include "glissa/node/euler_blend.h"
 
+#include "corvekit/math/elementary.h"
+
 #include <cmath>
-#include <numbers>
 
 namespace
 {
-constexpr double kDegreesPerRadian = 57.29577951308232;
-
 // The order number as a packed code.
 struct OrderCode
 {
@@ -31,10 +30,11 @@ KgeRMatrix OlderEulerMatrix(const KgeRVector& pAngles, const KVdRotationOrder& p
 {
     const OrderCode code(pOrder);
     const auto [i, j, k, repeats, sign] = code;
-    const KgeRVector angles = pAngles * (sign / kDegreesPerRadian);
-    const double ci = std::cos(angles[0]), si = std::sin(angles[0]);
-    const double cj = std::cos(angles[1]), sj = std::sin(angles[1]);
-    const double ch = std::cos(angles[2]), sh = std::sin(angles[2]);
+    KgeSineCosine turns[3];
+    KgeSinCos({pAngles[0] * sign, pAngles[1] * sign, pAngles[2] * sign}, turns);
+    const auto [si, ci] = turns[0];
+    const auto [sj, cj] = turns[1];
+    const auto [sh, ch] = turns[2];
     const double cc = ci * ch, cs = ci * sh, sc = si * ch, ss = si * sh;
     KgeRMatrix m;
     if (repeats) {
@@ -58,15 +58,15 @@ KgeRVector OlderEulerAngles(const KgeRMatrix& pMatrix, const KVdRotationOrder& p
     if (repeats) {
         const double sy = std::sqrt(m(i, j) * m(i, j) + m(i, k) * m(i, k));
         const bool locked = sy <= kGimbalTolerance;
-        angles[0] = locked ? std::atan2(-m(j, k), m(j, j)) : std::atan2(m(i, j), m(i, k));
-        angles[1] = std::atan2(sy, m(i, i));
-        angles[2] = locked ? 0.0 : std::atan2(m(j, i), -m(k, i));
+        angles[0] = locked ? KgeArcTangent(-m(j, k), m(j, j)) : KgeArcTangent(m(i, j), m(i, k));
+        angles[1] = KgeArcTangent(sy, m(i, i));
+        angles[2] = locked ? 0.0 : KgeArcTangent(m(j, i), -m(k, i));
     } else {
         const double cy = std::sqrt(m(i, i) * m(i, i) + m(j, i) * m(j, i));
         const bool locked = cy <= kGimbalTolerance;
-        angles[0] = locked ? std::atan2(-m(j, k), m(j, j)) : std::atan2(m(k, j), m(k, k));
-        angles[1] = std::atan2(-m(k, i), cy);
-        angles[2] = locked ? 0.0 : std::atan2(m(j, i), m(i, i));
+        angles[0] = locked ? KgeArcTangent(-m(j, k), m(j, j)) : KgeArcTangent(m(k, j), m(k, k));
+        angles[1] = KgeArcTangent(-m(k, i), cy);
+        angles[2] = locked ? 0.0 : KgeArcTangent(m(j, i), m(i, i));
     }
-    return angles * (sign * kDegreesPerRadian);
+    return angles * sign;
 }
