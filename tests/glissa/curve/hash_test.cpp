@@ -10,35 +10,14 @@
 
 #include "glissa/settings/settings.h"
 #include "io/bvh_reader.h"
+#include "tests/support/bit_hash.h"
 #include "tests/support/museum.h"
 
 #include <gtest/gtest.h>
 
-#include <bit>
-
 namespace
 {
-// FNV-1a, 64 bits.
-class Hash
-{
-public:
-    void Add(float pValue) { AddBytes(std::bit_cast<std::uint32_t>(pValue), 4); }
-    void Add(double pValue) { AddBytes(std::bit_cast<std::uint64_t>(pValue), 8); }
-    void Add(int pValue) { AddBytes(static_cast<std::uint32_t>(pValue), 4); }
-    std::uint64_t Get() const { return mHash; }
-
-private:
-    void AddBytes(std::uint64_t pBits, int pCount)
-    {
-        for (int i = 0; i < pCount; ++i) {
-            mHash = (mHash ^ (pBits >> (8 * i) & 0xFF)) * 0x100000001B3u;
-        }
-    }
-
-    std::uint64_t mHash = 0xCBF29CE484222325u;
-};
-
-void AddCurve(Hash& pHash, Glissa& pCurve, const std::vector<std::int64_t>& pTimes)
+void AddCurve(BitHash& pHash, Glissa& pCurve, const std::vector<std::int64_t>& pTimes)
 {
     int hint = 0;
     for (const std::int64_t ticks : pTimes) {
@@ -57,7 +36,7 @@ void AddCurve(Hash& pHash, Glissa& pCurve, const std::vector<std::int64_t>& pTim
     }
 }
 
-void AddCurve(Hash& pHash, const RefCurve& pCurve)
+void AddCurve(BitHash& pHash, const RefCurve& pCurve)
 {
     const CurveHandle curve = ToGlissa(pCurve);
     AddCurve(pHash, *curve, MuseumTimes(pCurve));
@@ -65,7 +44,7 @@ void AddCurve(Hash& pHash, const RefCurve& pCurve)
 
 TEST(CurveHash, TheMuseumGivesTheSameBitsEverywhere)
 {
-    Hash hash;
+    BitHash hash;
     for (const MuseumPiece& piece : Museum()) {
         AddCurve(hash, piece.curve);
         RecordProperty(piece.name, std::to_string(hash.Get()));  // where two runs part
@@ -75,7 +54,7 @@ TEST(CurveHash, TheMuseumGivesTheSameBitsEverywhere)
 
 TEST(CurveHash, PairsOfKindsGiveTheSameBitsEverywhere)
 {
-    Hash hash;
+    BitHash hash;
     for (const bool older : {false, true}) {
         GLISSA_SetTCB4051EvalMode(older);
         for (const std::uint32_t previous : MuseumKinds()) {
@@ -90,7 +69,7 @@ TEST(CurveHash, PairsOfKindsGiveTheSameBitsEverywhere)
 
 TEST(CurveHash, AMillionKeysGiveTheSameBitsEverywhere)
 {
-    Hash hash;
+    BitHash hash;
     AddCurve(hash, MuseumRecording(1000000));
     EXPECT_EQ(0xC49F1CD0875ADB63u, hash.Get());
 }
@@ -102,7 +81,7 @@ TEST(CurveHash, TheClipGivesTheSameBitsEverywhere)
     ASSERT_GT(clip->mChannelCount, 0);
     const std::uint32_t kinds[] = {kRefCubic | kRefAuto, kRefCubic | kRefAuto | kRefProgressive,
                                    kRefLinear};
-    Hash hash;
+    BitHash hash;
     for (int channel = 0; channel < clip->mChannelCount; ++channel) {
         RefCurve curve;
         curve.keys.resize(static_cast<std::size_t>(clip->mFrameCount));
