@@ -17,11 +17,11 @@
 
 namespace
 {
-// A KTime reaches 6.5e10 seconds to both sides.
+// The range of KTime is about 6.5e10 seconds in both directions.
 constexpr double kMostSeconds = 6.5e10;
-// Finer than that, two samples fall on one tick.
+// At a higher rate two samples would have the same tick.
 constexpr double kMostRate = static_cast<double>(KTime::kTicksPerSecond);
-// A frame that lasts longer than a day is a slip of the pen.
+// A frame longer than a day is a typing error.
 constexpr double kLeastRate = 1.0 / 86400.0;
 
 // The whole text as a finite number.
@@ -55,13 +55,13 @@ std::optional<T> ParseInteger(std::string_view pText)
 
 KTime TimeArgument::At(double pFramesASecond) const
 {
-    // In extended precision, so that a frame of a whole rate is that frame's tick.
+    // In extended precision, so that frames of whole rates are exact.
     const long double seconds =
-        frames ? static_cast<long double>(number) / static_cast<long double>(pFramesASecond)
-               : static_cast<long double>(number);
+        isFrames ? static_cast<long double>(number) / static_cast<long double>(pFramesASecond)
+                 : static_cast<long double>(number);
     if (std::fabs(seconds) > static_cast<long double>(kMostSeconds)) {
-        throw WrongArguments(fmt::format("the time {}{} is out of range: times reach {:g} seconds",
-                                         number, frames ? "f" : "", kMostSeconds));
+        throw WrongArguments(fmt::format("the time {}{} is out of range: the limit is {:g} seconds",
+                                         number, isFrames ? "f" : "", kMostSeconds));
     }
     return KTime(std::llround(seconds * static_cast<long double>(KTime::kTicksPerSecond)));
 }
@@ -71,13 +71,13 @@ TimeArgument ParseTime(const std::string& pText)
     std::string_view digits = pText;
     TimeArgument time;
     if (!digits.empty() && (digits.back() == 'f' || digits.back() == 's')) {
-        time.frames = digits.back() == 'f';
+        time.isFrames = digits.back() == 'f';
         digits.remove_suffix(1);
     }
     const std::optional<double> number = ParseNumber(digits);
     if (!number) {
         throw WrongArguments(
-            fmt::format("'{}' is no time: write seconds (1.25) or frames (37f)", pText));
+            fmt::format("'{}' is not a time: use seconds (1.25) or frames (37f)", pText));
     }
     time.number = *number;
     return time;
@@ -99,20 +99,20 @@ RateArgument ParseRate(const std::string& pText)
 {
     const std::optional<double> fraction = ParseFraction(pText);
     if (!fraction) {
-        throw WrongArguments(
-            fmt::format("'{}' is no rate: write frames a second (24, 29.97, 30000/1001)", pText));
+        throw WrongArguments(fmt::format(
+            "'{}' is not a rate: use frames per second (24, 29.97, 30000/1001)", pText));
     }
     double rate = *fraction;
-    for (const auto& [written, meant] :
+    for (const auto& [rounded, exact] :
          {std::pair(23.976, 24000.0 / 1001.0), std::pair(29.97, 30000.0 / 1001.0),
           std::pair(59.94, 60000.0 / 1001.0)}) {
-        if (rate == written) {
-            rate = meant;
+        if (rate == rounded) {
+            rate = exact;
         }
     }
     if (!(rate >= kLeastRate && rate <= kMostRate)) {
         throw WrongArguments(
-            fmt::format("the rate {} is out of range: from one frame a day to {:.0f} a second",
+            fmt::format("the rate {} is out of range: from one frame per day to {:.0f} per second",
                         pText, kMostRate));
     }
     return {rate};
@@ -125,7 +125,7 @@ SizeArgument ParseSize(const std::string& pText)
     const std::optional<int> height =
         cross == std::string::npos ? std::nullopt : ParseInteger<int>(pText.substr(cross + 1));
     if (!width || !height) {
-        throw WrongArguments(fmt::format("'{}' is no size: write WIDTHxHEIGHT (1200x600)", pText));
+        throw WrongArguments(fmt::format("'{}' is not a size: use WIDTHxHEIGHT (1200x600)", pText));
     }
     if (*width < kLeastPictureWidth || *height < kLeastPictureHeight || *width > kMostPictureSide ||
         *height > kMostPictureSide) {
@@ -158,7 +158,7 @@ ExtrapolationArgument ParseExtrapolation(const std::string& pText)
             const auto count = ParseInteger<std::uint32_t>(pText.substr(colon + 1));
             if (!count) {
                 throw WrongArguments(fmt::format(
-                    "'{}': the count after the colon is a whole number up to 4294967295, or "
+                    "'{}': the count after the colon must be a whole number up to 4294967295, or "
                     "'forever'",
                     pText));
             }
@@ -166,9 +166,10 @@ ExtrapolationArgument ParseExtrapolation(const std::string& pText)
         }
         return argument;
     }
-    throw WrongArguments(fmt::format("'{}' is no extrapolation: none, constant, repeat, mirror, "
-                                     "slope or relative, with :COUNT where it ends",
-                                     pText));
+    throw WrongArguments(
+        fmt::format("'{}' is not an extrapolation: use none, constant, repeat, mirror, "
+                    "slope or relative, with :COUNT for a limit",
+                    pText));
 }
 
 TangentArgument ParseTangent(const std::string& pText)
@@ -192,7 +193,8 @@ TangentArgument ParseTangent(const std::string& pText)
         }
     }
     throw WrongArguments(fmt::format(
-        "'{}' is no tangent: auto, clamp, progressive, user, tcb, linear or constant", pText));
+        "'{}' is not a tangent: use auto, clamp, progressive, user, tcb, linear or constant",
+        pText));
 }
 
 std::vector<double> ParseValues(const std::string& pText)
@@ -204,9 +206,9 @@ std::vector<double> ParseValues(const std::string& pText)
         const std::optional<double> number = ParseNumber(text);
         if (!number ||
             std::fabs(*number) > static_cast<double>(std::numeric_limits<float>::max())) {
-            throw WrongArguments(fmt::format(
-                "'{}' in '{}' is no number that a curve holds: write numbers and commas (10,0,5)",
-                text, pText));
+            throw WrongArguments(fmt::format("'{}' in '{}' is not a number in the range of a "
+                                             "float: use numbers and commas (10,0,5)",
+                                             text, pText));
         }
         values.push_back(*number);
         at = comma + 1;

@@ -16,7 +16,7 @@ namespace
 {
 void RunCheck(const std::string& pPath)
 {
-    // A fault that stops the reader is a Refusal; all others are listed.
+    // A fault that ends the reading is a Refusal; all others are listed.
     const StoredClip stored = LoadAnyClip(pPath);
     std::string text;
     for (const std::string& fault : stored.mFaults) {
@@ -28,12 +28,12 @@ void RunCheck(const std::string& pPath)
         for (const ClipCurve& each : stored.mCurves.GetCurves()) {
             keys += each.mCurve->KeyGetCount();
         }
-        text = fmt::format("{}: sound, {} curves, {} keys\n", PrintableText(pPath),
+        text = fmt::format("{}: no faults, {} curves, {} keys\n", PrintableText(pPath),
                            stored.mCurves.GetCurves().size(), keys);
     }
     WriteOutput("-", pPath, text);
     if (!stored.mFaults.empty()) {
-        throw Refusal(fmt::format("{}: not sound, {} fault(s)", pPath, stored.mFaults.size()));
+        throw Refusal(fmt::format("{}: {} fault(s)", pPath, stored.mFaults.size()));
     }
 }
 }  // namespace
@@ -43,7 +43,7 @@ void AddCheckCommand(CLI::App& pApp, Action& pAction)
     const auto path = std::make_shared<std::string>();
     CLI::App* const command = pApp.add_subcommand("check", "Check a clip file and list its faults");
     AddClipArgument(*command, *path);
-    command->footer("Exit status 0: no fault. 1: each fault is a line.\n"
+    command->footer("Exit status: 0 without faults, otherwise 1. Each fault has a line.\n"
                     "\n"
                     "Examples:\n"
                     "  glissa check clip.glissa");

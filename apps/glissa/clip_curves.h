@@ -13,8 +13,7 @@
 #include <string>
 #include <vector>
 
-/// A curve of a clip, owned by the clip. Evaluation moves a hint inside the curve, so it is never
-/// constant.
+/// A curve of a clip, which owns it. Not constant, as evaluation changes the hint of the curve.
 struct NamedCurve
 {
     std::string name;
@@ -26,7 +25,7 @@ struct NamedCurve
     KTime Last() const { return curve->KeyGetTime(curve->KeyGetCount() - 1); }
 };
 
-/// A clip as it was read, with a curve for each channel in the order of the file.
+/// A clip that was read, with a curve for each channel in the order of the file.
 struct ClipCurves
 {
     std::string path;
@@ -34,13 +33,13 @@ struct ClipCurves
     double framesASecond = 0.0;
     CurveClip owner;
     std::vector<NamedCurve> curves;
-    unsigned recordingBytes = 0;  ///< memory that the curves took
+    unsigned recordingBytes = 0;  ///< memory of the curves
 
-    /// After an edit: the values of the file are no longer those of the curves.
+    /// After an edit: the curves no longer have the values of the file.
     void DropRecordedValues() { clip.mValues.clear(); }
 };
 
-/// Which curves a command works on, and their extrapolation.
+/// The curves that a command works on, and their extrapolation.
 struct CurveChoice
 {
     std::vector<std::string> patterns;  ///< names, with wildcards
@@ -48,7 +47,7 @@ struct CurveChoice
     std::optional<ExtrapolationArgument> before;
     std::optional<ExtrapolationArgument> after;
 
-    /// Throws WrongArguments where no curve is chosen.
+    /// Throws WrongArguments if no curve is chosen.
     void RequireCurves() const;
 };
 
@@ -59,12 +58,12 @@ struct TimeSpan
     KTime to;
 };
 
-/// Reads a BVH clip or a .glissa file; its first bytes decide which. Throws Refusal with file, line
-/// and reason. A BVH clip gets a curve for each channel; a .glissa file has no values but the
-/// curves.
+/// Reads a BVH clip or a .glissa file, by its first bytes. Throws Refusal with file, line and
+/// reason. A BVH clip gets a curve for each channel; the clip of a .glissa file has no recorded
+/// values.
 StoredClip LoadAnyClip(const std::string& pPath);
 
-/// The same for a command that works on the curves: a file with faults is refused.
+/// The same, and a file with faults is refused.
 ClipCurves LoadClip(const std::string& pPath);
 
 /// The chosen curves in the order of the patterns, each once, with their extrapolation set.
@@ -73,13 +72,13 @@ ClipCurves LoadClip(const std::string& pPath);
 std::vector<NamedCurve*> ChooseCurves(ClipCurves& pClip, const CurveChoice& pChoice,
                                       std::vector<std::string>* pMissing = nullptr);
 
-/// Sets the extrapolation that a choice asks for.
+/// Sets the extrapolation of a choice.
 void SetExtrapolation(Glissa& pCurve, const CurveChoice& pChoice);
 
-/// The least span that holds both; nothing where there is neither.
+/// The least span that includes both; nullopt without any.
 std::optional<TimeSpan> SpanOfBoth(const std::optional<TimeSpan>& pLeft,
                                    const std::optional<TimeSpan>& pRight);
 
-/// From the first to the last key of all the curves; nothing where none has a key.
+/// From the first to the last key of all curves; nullopt without keys.
 std::optional<TimeSpan> KeySpan(const std::vector<Glissa*>& pCurves);
 std::optional<TimeSpan> KeySpan(const std::vector<NamedCurve*>& pCurves);

@@ -22,7 +22,7 @@ void CollectCurves(GlissaNode& pNode, std::vector<Glissa*>& pCurves)
     }
 }
 
-// pNames  the other names that the caller accepts, for the message.
+// pNames  further names that the caller accepts, for the message.
 HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName,
                      std::vector<std::string> pNames)
 {
@@ -33,7 +33,7 @@ HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName,
     for (const auto& each : layers.GetAll()) {
         pNames.push_back(each->mName);
     }
-    throw Refusal(fmt::format("{}: no layer is named '{}'; there are {}", pClip.path, pName,
+    throw Refusal(fmt::format("{}: no layer is named '{}'; the layers are {}", pClip.path, pName,
                               NamesText(std::move(pNames))));
 }
 }  // namespace
@@ -44,8 +44,8 @@ std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
 {
     std::vector<NamedNode> all;
     for (const NodeClip::NamedNode& each : pClip.owner.GetNodes().GetTransforms(pClip.clip)) {
-        const bool turns = each.mNode->GetDataType() == KDataTypeLclRotation;
-        all.push_back({each.mName, turns ? Unit::degrees : Unit::sceneUnits, each.mNode});
+        const bool isRotation = each.mNode->GetDataType() == KDataTypeLclRotation;
+        all.push_back({each.mName, isRotation ? Unit::degrees : Unit::sceneUnits, each.mNode});
     }
     if (pPatterns.empty()) {
         return all;
@@ -124,8 +124,8 @@ std::string NodeSeries::GetName(int pIndex) const
 
 bool NodeSeries::IsSingle() const
 {
-    const bool alone = IsBlended() ? !mNode.node->LayerGet() : GetLayerId() == 0;
-    return alone && !mNode.node->GetUseQuaternion();
+    const bool hasOneLayer = IsBlended() ? !mNode.node->LayerGet() : GetLayerId() == 0;
+    return hasOneLayer && !mNode.node->GetUseQuaternion();
 }
 
 void NodeSeries::Evaluate(NodeValues& pValues, KTime pTime, int* pHint) const

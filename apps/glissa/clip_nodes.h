@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// A channel of a clip that layers can be on: "Hips/T", "Spine/R". The clip owns the node.
+/// A node of a clip that can have layers: "Hips/T", "Spine/R". The clip owns it.
 struct NamedNode
 {
     std::string name;
@@ -18,12 +18,12 @@ struct NamedNode
     GlissaNode* node = nullptr;
 };
 
-/// Room for the values of any node of a clip.
+/// The values of a node, for the largest number of channels.
 using NodeValues = std::array<double, 16>;
 
-/// The nodes that the patterns choose, in the order of the patterns, each once; all nodes without a
-/// pattern. Patterns and pMissing as in ChooseNames. Throws Refusal for a pattern that chooses
-/// none.
+/// The nodes that match the patterns, in the order of the patterns, without repetition; all nodes
+/// without a pattern. Patterns and pMissing as in ChooseNames. Throws Refusal for a pattern without
+/// a match.
 std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
                                    const std::vector<std::string>& pPatterns,
                                    std::vector<std::string>* pMissing = nullptr);
@@ -37,23 +37,23 @@ std::vector<NamedNode> ChooseNodes(const ClipCurves& pClip,
 /// The curves of a node, of all below it and of its layers.
 std::vector<Glissa*> CurvesOf(GlissaNode& pNode);
 
-/// From the first to the last key of all layers of the nodes; nothing without keys.
+/// From the first to the last key of all layers of the nodes; nullopt without keys.
 std::optional<TimeSpan> KeySpan(const std::vector<NamedNode>& pNodes);
 
-/// The name of what is below all layers.
+/// The name of the base, the motion below all layers.
 inline constexpr const char* kBaseName = "base";
 
 /// The layer of a name. Throws Refusal with the names of all layers.
 HostLayer& FindLayer(const ClipCurves& pClip, const std::string& pName);
 
-/// The same with kBaseName or "" for the base.
+/// The same; kBaseName and "" are the base.
 GlissaLayerInfo FindLayerInfo(const ClipCurves& pClip, const std::string& pName);
 
 /// "base", or the name of a layer of the clip.
 std::string LayerName(const ClipCurves& pClip, int pId);
 
-/// The values of a node over time: blended through all layers, or those that one layer adds to the
-/// blend, its values times its weight.
+/// The values of a node over time: the blend of all layers, or the contribution of one layer, its
+/// values times its weight.
 class NodeSeries
 {
 public:
@@ -64,15 +64,15 @@ public:
 
     const NamedNode& GetNode() const { return mNode; }
     bool IsBlended() const { return !mLayerId; }
-    /// Of one layer only.
+    /// For a series of one layer.
     int GetLayerId() const { return *mLayerId; }
     const std::string& GetLayerName() const { return mLayerName; }
     int GetCount() const { return mNode.node->GetValueCount(); }
-    /// "Spine/R/X", of a layer "Spine/R/X @Breath".
+    /// "Spine/R/X", or "Spine/R/X @Breath" for a layer.
     std::string GetName(int pIndex) const;
     /// The same without the layer.
     std::string GetChannelName(int pIndex) const;
-    /// Whether the values are those of plain curves, which floats hold.
+    /// Whether the values are those of curves, and so floats.
     bool IsSingle() const;
     void Evaluate(NodeValues& pValues, KTime pTime, int* pHint) const;
 
@@ -82,5 +82,5 @@ private:
     std::string mLayerName;
 };
 
-/// The blended values of a node, with pLayers followed by those of its base and of each layer.
+/// The blend of a node; with pLayers also its base and each layer.
 std::vector<NodeSeries> MakeSeries(const ClipCurves& pClip, const NamedNode& pNode, bool pLayers);

@@ -15,16 +15,16 @@
 
 namespace
 {
-// A greater frame count is more likely an error in the file than a clip.
+// A greater frame count is more likely an error in the file.
 constexpr std::int64_t kMostValues = 200000000;
 
 std::string AsBvh(const ClipCurves& pClip, const std::string& pPath)
 {
     const Clip& clip = pClip.clip;
     if (std::int64_t{clip.mFrameCount} * clip.mChannelCount > kMostValues) {
-        throw Refusal(fmt::format("{}: {} frames of {} channels are more than {} values, the most "
-                                  "that one run writes",
-                                  pClip.path, clip.mFrameCount, clip.mChannelCount, kMostValues));
+        throw Refusal(
+            fmt::format("{}: {} frames of {} channels exceed {} values, the limit of a run",
+                        pClip.path, clip.mFrameCount, clip.mChannelCount, kMostValues));
     }
     return ValueOrRefusal(
         FormatBvh(clip.mValues.empty() ? SampleClip(clip, pClip.owner) : clip, pPath));
@@ -51,8 +51,8 @@ ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat
     if (name == "glissa") {
         return ClipFormat::glissa;
     }
-    throw WrongArguments(
-        fmt::format("'{}' has no suffix of a clip: use .glissa or .bvh, or give --format", pPath));
+    throw WrongArguments(fmt::format(
+        "'{}' does not have the suffix of a clip: use .glissa or .bvh, or give --format", pPath));
 }
 
 void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)

@@ -7,18 +7,18 @@
 
 #include <string>
 
-/// The kinds of file that a clip is written to.
+/// File formats of clips.
 enum class ClipFormat
 {
-    bvh,    ///< values at the clip's frames
-    glissa  ///< the curves themselves
+    bvh,    ///< values at the frames
+    glissa  ///< curves with keys
 };
 
-/// The format by the text of --format ("bvh", "glissa"), without it by the suffix of the file.
+/// The format of --format ("bvh", "glissa"), or without it the one of the suffix of the file.
 /// Throws WrongArguments.
 ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat);
 
-/// Writes a clip to a file, as a whole or not at all. The clip that was read is refused as target.
-/// BVH takes the values that were read where pClip.clip still has them, else those of the curves.
-/// Throws Refusal, and WrongArguments for a .glissa file to a terminal.
+/// Writes a clip to a file, completely or not at all. The clip that was read is refused as target.
+/// A BVH file has the recorded values if pClip.clip has them, otherwise those of the curves. Throws
+/// Refusal, and WrongArguments for a .glissa file to a terminal.
 void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath);

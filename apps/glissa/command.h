@@ -9,10 +9,12 @@
 #include <functional>
 #include <string>
 
-/// What the chosen subcommand does. It is set while the command line is parsed and run afterwards.
+/// The work of the chosen subcommand. It is set while the command line is parsed, and run
+/// afterwards.
 using Action = std::function<void()>;
 
-/// One source file a subcommand: each adds its options and help to the command line.
+/// Each adds a subcommand with its options and help to the command line. Defined in a source file
+/// of the same name.
 void AddInfoCommand(CLI::App& pApp, Action& pAction);
 void AddEvalCommand(CLI::App& pApp, Action& pAction);
 void AddPlotCommand(CLI::App& pApp, Action& pAction);
@@ -24,7 +26,7 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction);
 void AddLayerCommand(CLI::App& pApp, Action& pAction);
 void AddPoseCommand(CLI::App& pApp, Action& pAction);
 
-/// Parses the text of an option, so that an error names the option.
+/// Parses the text of an option. An error starts with the name of the option.
 template <typename T>
 T ParseOption(const char* pName, T (*pParse)(const std::string&), const std::string& pText)
 {

@@ -13,7 +13,7 @@
 
 namespace
 {
-// Times between the breaks at which a difference is searched for its greatest value.
+// Number of times, besides the breaks, at which the greatest difference is searched.
 constexpr int kSteps = 4096;
 
 std::string GreatestText(const PictureCurve& pDifference, const TimeSpan& pSpan,
@@ -21,27 +21,27 @@ std::string GreatestText(const PictureCurve& pDifference, const TimeSpan& pSpan,
 {
     double greatest = 0.0;
     KTime when;
-    const auto look = [&](KTime pTime) {
+    const auto visit = [&](KTime pTime) {
         const double value = pDifference.value(pTime);
         if (std::fabs(value) > std::fabs(greatest)) {
             greatest = value;
             when = pTime;
         }
     };
-    // Between the keys of both, as far as they can be seen: what is beyond says nothing about them.
+    // Within the keys of both; extrapolated differences do not count.
     TimeSpan span = pSpan;
     if (pDifference.hasKeys && pDifference.first <= pSpan.to && pDifference.last >= pSpan.from) {
         span = {std::max(pSpan.from, pDifference.first), std::min(pSpan.to, pDifference.last)};
     }
-    // First the keys: where a key has the greatest difference, its time is named.
+    // Keys first, so that the time of a key is reported if it has the greatest difference.
     for (const KTime each : pDifference.breaks) {
         if (each >= span.from && each <= span.to) {
-            look(each);
+            visit(each);
         }
     }
     const double seconds = (span.to - span.from).GetSecondDouble();
     for (int i = 0; i <= kSteps; ++i) {
-        look(std::min(span.from + KTime::FromSeconds(seconds * i / kSteps), span.to));
+        visit(std::min(span.from + KTime::FromSeconds(seconds * i / kSteps), span.to));
     }
     if (greatest == 0.0) {
         return pDifference.name + " none";
@@ -79,15 +79,15 @@ PictureCurve Difference(const PictureCurve& pFirst, const PictureCurve& pSecond,
 Comparison CompareCurves(std::vector<PictureCurve> pFirst, std::vector<PictureCurve> pSecond,
                          const TimeSpan& pSpan, double pFramesASecond)
 {
-    // Curves of the second clip that have no partner yet, the last of a name first.
-    std::map<std::string, std::vector<PictureCurve*>> waiting;
+    // Curves of the second clip that are not paired, the last one of a name first.
+    std::map<std::string, std::vector<PictureCurve*>> unpaired;
     for (auto each = pSecond.rbegin(); each != pSecond.rend(); ++each) {
-        waiting[each->name].push_back(&*each);
+        unpaired[each->name].push_back(&*each);
     }
     Comparison comparison;
     std::vector<std::pair<PictureCurve*, PictureCurve*>> paired;
     for (PictureCurve& first : pFirst) {
-        std::vector<PictureCurve*>& named = waiting[first.name];
+        std::vector<PictureCurve*>& named = unpaired[first.name];
         if (named.empty()) {
             comparison.onlyFirst.push_back(first.name);
         } else {
@@ -96,7 +96,7 @@ Comparison CompareCurves(std::vector<PictureCurve> pFirst, std::vector<PictureCu
         }
     }
     for (const PictureCurve& each : pSecond) {
-        const std::vector<PictureCurve*>& left = waiting[each.name];
+        const std::vector<PictureCurve*>& left = unpaired[each.name];
         if (std::find(left.begin(), left.end(), &each) != left.end()) {
             comparison.onlySecond.push_back(each.name);
         }

@@ -15,13 +15,13 @@ struct Comparison
     /// second minus first.
     std::vector<PictureCurve> curves;
     std::vector<std::string> onlyFirst;   ///< names that the second clip does not have
-    std::vector<std::string> onlySecond;  ///< likewise
+    std::vector<std::string> onlySecond;  ///< names that the first clip does not have
 };
 
-/// Pairs the curves that have the same name; where a clip has a name several times, the first one
-/// with the first one and so on. A difference says in its label how large it is at most between the
-/// keys of both, as far as these are in the span, and when.
+/// Pairs the curves of equal names; if a name occurs several times, in the order of occurrence. The
+/// label of a difference has its greatest value and the time of it, within the span and the keys of
+/// both.
 ///
-/// pFramesASecond  above 0 that time is counted in frames, otherwise in seconds.
+/// pFramesASecond  if greater than 0, the time is in frames, otherwise in seconds.
 Comparison CompareCurves(std::vector<PictureCurve> pFirst, std::vector<PictureCurve> pSecond,
                          const TimeSpan& pSpan, double pFramesASecond);

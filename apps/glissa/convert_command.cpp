@@ -26,12 +26,11 @@ void RunConvert(const ConvertOptions& pOptions)
 void AddConvertCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<ConvertOptions>();
-    CLI::App* const command =
-        pApp.add_subcommand("convert", "Write a clip as a file of another kind");
+    CLI::App* const command = pApp.add_subcommand("convert", "Write a clip in another file format");
     AddClipArgument(*command, options->path);
     command
         ->add_option("OUTPUT", options->output,
-                     "File to write, complete or not at all; - for standard output")
+                     "File to write, completely or not at all; - for standard output")
         ->required();
     AddClipFormatOption(*command, options->format);
     command->footer("Examples:\n"

@@ -14,22 +14,22 @@ void CurveOptions::AddTo(CLI::App& pCommand)
     AddPatternOption(pCommand, "-c,--curve", patterns, "Curve: Hips/R/X");
     pCommand.add_flag("-a,--all", all, "All curves");
     AddPatternOption(pCommand, "-n,--node", nodes,
-                     "Node in place of curves: Hips/R, blended through all its layers");
-    pCommand.add_flag("--layers", layers,
-                      "Add what each layer of the nodes adds to the blend: its values times its "
-                      "weight");
+                     "Node instead of curves: Hips/R, all layers blended");
+    pCommand.add_flag(
+        "--layers", layers,
+        "Add the contribution of each layer to the blend: its values times its weight");
     pCommand
         .add_option("--from", from,
-                    "First time, in seconds (1.25) or frames (37f); the first key without it")
+                    "First time, in seconds (1.25) or frames (37f); default: the first key")
         ->type_name("TIME");
-    pCommand.add_option("--to", to, "Last time; the last key without it")->type_name("TIME");
+    pCommand.add_option("--to", to, "Last time; default: the last key")->type_name("TIME");
     AddFrameRateOption(pCommand, framesASecond);
     pCommand
         .add_option("--pre", before,
                     "Extrapolation before the first key: none, constant, repeat, mirror, slope or "
-                    "relative, with :COUNT repetitions (mirror:2); without a count for ever")
+                    "relative, with :COUNT repetitions (mirror:2); default: without end")
         ->type_name("MODE[:COUNT]");
-    pCommand.add_option("--post", after, "Extrapolation after the last key, likewise")
+    pCommand.add_option("--post", after, "Extrapolation after the last key, in the same form")
         ->type_name("MODE[:COUNT]");
     AddOutputOption(pCommand, output);
 }

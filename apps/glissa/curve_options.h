@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-/// The options that eval and plot share: the clip, the curves or nodes, the extrapolation, the span
-/// of time.
+/// The common options of eval and plot: clip, curves or nodes, extrapolation, span of time.
 struct CurveOptions
 {
     std::string path;
@@ -28,16 +27,16 @@ struct CurveOptions
 
     void AddTo(CLI::App& pCommand);
 
-    /// Whether nodes are chosen, and not curves.
+    /// Whether nodes are chosen instead of curves.
     bool TakesNodes() const { return !nodes.empty(); }
 
     /// Throw WrongArguments.
     CurveChoice Choice() const;
-    /// The rate of --fps, nothing without it.
+    /// The rate of --fps, or nullopt.
     std::optional<double> FramesASecond() const;
-    /// The span from --from to --to; an end that is not given is that of pDefault. --from must not
-    /// be after --to.
+    /// The span from --from to --to; the default of each is the end of pDefault. --from must not be
+    /// after --to.
     TimeSpan Span(const TimeSpan& pDefault, double pClipRate) const;
-    /// Checks all options before a clip is read.
+    /// Checks all options, before a clip is read.
     void Check() const;
 };

@@ -10,7 +10,7 @@
 namespace
 {
 // Several for each pixel of the widest page.
-constexpr std::int64_t kMostImages = 16 * kMostPictureSide;
+constexpr std::int64_t kMostRepeatedKeys = 16 * kMostPictureSide;
 
 bool Repeats(unsigned pMode)
 {
@@ -18,8 +18,8 @@ bool Repeats(unsigned pMode)
            pMode == eExtrapolationRelativeRepetition;
 }
 
-// One side of a curve beyond its keys.
-struct Beyond
+// The extrapolation of one side of a curve.
+struct Extrapolation
 {
     unsigned mode;
     unsigned long count;
@@ -27,7 +27,7 @@ struct Beyond
     int side;    ///< -1 before the keys, 1 after
 };
 
-// Distances from the edge, outward, at which a repetition bends: 0 and span belong to the edges.
+// Distances from the edge, outward, of the keys of a repetition, without its end.
 std::vector<KTime> RepetitionPattern(Glissa& pCurve, bool pFromLast)
 {
     std::vector<KTime> pattern;
@@ -40,12 +40,12 @@ std::vector<KTime> RepetitionPattern(Glissa& pCurve, bool pFromLast)
     return pattern;
 }
 
-void AddBeyond(std::vector<KTime>& pBreaks, Glissa& pCurve, const Beyond& pBeyond,
-               const TimeSpan& pVisible)
+void AddExtrapolated(std::vector<KTime>& pBreaks, Glissa& pCurve, const Extrapolation& pSide,
+                     const TimeSpan& pVisible)
 {
     const KTime span = pCurve.KeyGetTime(pCurve.KeyGetCount() - 1) - pCurve.KeyGetTime(0);
     const auto outward = [&](KTime pDistance) {
-        return pBeyond.side > 0 ? pBeyond.edge + pDistance : pBeyond.edge - pDistance;
+        return pSide.side > 0 ? pSide.edge + pDistance : pSide.edge - pDistance;
     };
     const auto add = [&](KTime pDistance) {
         const KTime time = outward(pDistance);
@@ -53,49 +53,48 @@ void AddBeyond(std::vector<KTime>& pBreaks, Glissa& pCurve, const Beyond& pBeyon
             pBreaks.push_back(time);
         }
     };
-    // How far out the visible part reaches, in whole repetitions.
-    const KTime nearest = std::max(KTime(), pBeyond.side > 0 ? pVisible.from - pBeyond.edge
-                                                             : pBeyond.edge - pVisible.to);
-    const KTime farthest =
-        pBeyond.side > 0 ? pVisible.to - pBeyond.edge : pBeyond.edge - pVisible.from;
+    // The visible part, in whole repetitions.
+    const KTime nearest =
+        std::max(KTime(), pSide.side > 0 ? pVisible.from - pSide.edge : pSide.edge - pVisible.to);
+    const KTime farthest = pSide.side > 0 ? pVisible.to - pSide.edge : pSide.edge - pVisible.from;
     if (farthest <= KTime()) {
         return;
     }
-    const std::int64_t limit = static_cast<std::int64_t>(std::min(pBeyond.count, 0xFFFFFFFFul));
+    const std::int64_t limit = static_cast<std::int64_t>(std::min(pSide.count, 0xFFFFFFFFul));
     const std::int64_t firstTime = (nearest / span).Get();
     const std::int64_t lastTime = std::min((farthest / span).Get(), limit);
-    if (pBeyond.mode == eExtrapolationKeepSlope) {
+    if (pSide.mode == eExtrapolationKeepSlope) {
         if (limit <= (farthest / span).Get()) {
             add(KTime(limit * span.Get()));
         }
         return;
     }
-    if (!Repeats(pBeyond.mode) || lastTime < firstTime) {
+    if (!Repeats(pSide.mode) || lastTime < firstTime) {
         return;
     }
-    if (lastTime - firstTime >= kMostImages / pCurve.KeyGetCount()) {
-        const KTime step = KTime((farthest - nearest).Get() / kMostImages + 1);
+    if (lastTime - firstTime >= kMostRepeatedKeys / pCurve.KeyGetCount()) {
+        const KTime step = KTime((farthest - nearest).Get() / kMostRepeatedKeys + 1);
         for (KTime distance = nearest; distance < farthest; distance += step) {
             add(distance);
         }
         return;
     }
-    // A repetition runs outward from the edge; mirrored ones turn round every other time.
-    const std::vector<KTime> forward = RepetitionPattern(pCurve, pBeyond.side < 0);
-    const std::vector<KTime> backward = RepetitionPattern(pCurve, pBeyond.side > 0);
+    // Mirrored repetitions alternate their direction.
+    const std::vector<KTime> forward = RepetitionPattern(pCurve, pSide.side < 0);
+    const std::vector<KTime> backward = RepetitionPattern(pCurve, pSide.side > 0);
     for (std::int64_t time = firstTime; time <= lastTime; ++time) {
-        const bool turned = pBeyond.mode == eExtrapolationMirror && time % 2 == 0;
+        const bool isBackward = pSide.mode == eExtrapolationMirror && time % 2 == 0;
         const KTime start(time * span.Get());
         add(start);
         if (time < limit) {
-            for (const KTime distance : turned ? backward : forward) {
+            for (const KTime distance : isBackward ? backward : forward) {
                 add(start + distance);
             }
         }
     }
 }
 
-// A side of a key has a handle where the segment on that side is a cubic.
+// A key has a handle on the side of each cubic segment.
 PictureKey MakeKey(Glissa& pCurve, int pIndex, bool pTangents)
 {
     PictureKey key;
@@ -128,8 +127,8 @@ PictureKey MakeKey(Glissa& pCurve, int pIndex, bool pTangents)
 std::optional<Colour> OwnColour(const float* pColour)
 {
     const float* const end = pColour + 3;
-    const bool white = std::all_of(pColour, end, [](float pEach) { return pEach == 1.0f; });
-    if (white || !std::all_of(pColour, end, [](float pEach) { return std::isfinite(pEach); })) {
+    const bool isWhite = std::all_of(pColour, end, [](float pEach) { return pEach == 1.0f; });
+    if (isWhite || !std::all_of(pColour, end, [](float pEach) { return std::isfinite(pEach); })) {
         return std::nullopt;
     }
     return Colour{static_cast<double>(pColour[0]), static_cast<double>(pColour[1]),
@@ -147,14 +146,14 @@ std::vector<KTime> CurveBreaks(Glissa& pCurve, const TimeSpan& pSpan)
         }
     }
     if (count >= 2) {
-        AddBeyond(breaks, pCurve,
-                  {pCurve.GetPreExtrapolation(), pCurve.GetPreExtrapolationCount(),
-                   pCurve.KeyGetTime(0), -1},
-                  pSpan);
-        AddBeyond(breaks, pCurve,
-                  {pCurve.GetPostExtrapolation(), pCurve.GetPostExtrapolationCount(),
-                   pCurve.KeyGetTime(count - 1), 1},
-                  pSpan);
+        AddExtrapolated(breaks, pCurve,
+                        {pCurve.GetPreExtrapolation(), pCurve.GetPreExtrapolationCount(),
+                         pCurve.KeyGetTime(0), -1},
+                        pSpan);
+        AddExtrapolated(breaks, pCurve,
+                        {pCurve.GetPostExtrapolation(), pCurve.GetPostExtrapolationCount(),
+                         pCurve.KeyGetTime(count - 1), 1},
+                        pSpan);
     }
     std::sort(breaks.begin(), breaks.end());
     breaks.erase(std::unique(breaks.begin(), breaks.end()), breaks.end());

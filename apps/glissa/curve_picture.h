@@ -8,15 +8,15 @@
 #include <optional>
 #include <vector>
 
-/// A curve for the picture of a span of time. The picture evaluates it while it is drawn, so the
-/// curve has to stay.
+/// A curve in the picture of a span of time. It is evaluated while the picture is drawn, so it must
+/// exist until then.
 PictureCurve MakePictureCurve(NamedCurve& pCurve, const TimeSpan& pSpan, bool pTangents);
 
-/// The display colour that a curve or node was given: red, green, blue. None for white, which every
-/// curve has at first, and for numbers that are no colour.
+/// The display colour of a curve or node: red, green, blue. nullopt for white, the default, and for
+/// numbers that are not finite.
 std::optional<Colour> OwnColour(const float* pColour);
 
-/// Times of a span at which a curve may bend or jump, ascending: keys, the ends of repetitions, and
-/// the keys that extrapolation repeats. Where those are too many for any picture, evenly spaced
-/// times stand for them.
+/// Times of a span at which a curve may have a corner or a jump, ascending: keys, the ends of
+/// repetitions, and repeated keys. Too many repeated keys for a picture are replaced by evenly
+/// spaced times.
 std::vector<KTime> CurveBreaks(Glissa& pCurve, const TimeSpan& pSpan);

@@ -1,8 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The document field by field, without interpretation, so that everything in a file is shown. The
-// same document gives the same text.
+// Writes the document field by field, without interpretation. Equal documents have equal text.
 
 #include "apps/glissa/clip_curves.h"
 #include "apps/glissa/command.h"
@@ -44,8 +43,8 @@ std::string DoubleText(double pValue)
     return text;
 }
 
-// Curves hold floats, which are stored as doubles: such a number is shown with the digits of the
-// float and an f, where that is shorter.
+// The floats of curves are stored as doubles. Such a number is written with the digits of the float
+// and an f, if that is shorter.
 std::string NumberText(double pValue)
 {
     std::string text = DoubleText(pValue);
@@ -81,10 +80,10 @@ private:
 
     void Fields(int pDepth)
     {
-        for (bool first = true; mTdf.FieldReadBeginNext(); first = false) {
+        for (bool isFirst = true; mTdf.FieldReadBeginNext(); isFirst = false) {
             const std::string name = QuotedText(mTdf.FieldReadGetName().GetView());
             if (mJson) {
-                Put(first ? "" : ",");
+                Put(isFirst ? "" : ",");
                 Line(pDepth + 1);
                 Put("{\"name\":" + name + ",\"values\":[");
             } else {
@@ -103,12 +102,12 @@ private:
         }
     }
 
-    // In a run of keys each time starts a line.
+    // Of many values each time starts a line.
     void Values(int pDepth)
     {
         const bool isRun = mTdf.FieldReadGetRemain() > 4;
-        for (bool first = true; mTdf.FieldReadGetRemain() > 0; first = false) {
-            if (mJson && !first) {
+        for (bool isFirst = true; mTdf.FieldReadGetRemain() > 0; isFirst = false) {
+            if (mJson && !isFirst) {
                 Put(",");
             }
             if (isRun && mTdf.FieldReadGetType() == KTdf::kTypeTime) {
@@ -172,7 +171,8 @@ private:
     const bool mJson;
 };
 
-// Any field store is shown, also one without a clip; a BVH clip as it would be stored.
+// Any document of the field store can be shown, also without a clip. A BVH clip is shown as it
+// would be stored.
 void LoadDocument(const std::string& pPath, KTdf& pTdf)
 {
     const std::string bytes = ValueOrRefusal(ReadTextFile(pPath));
@@ -199,7 +199,7 @@ void AddDumpCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<DumpOptions>();
     CLI::App* const command =
-        pApp.add_subcommand("dump", "Show every field and value of a .glissa file");
+        pApp.add_subcommand("dump", "Show all fields and values of a .glissa file");
     AddClipArgument(*command, options->path);
     command->add_flag("--json", options->json, "As JSON");
     AddOutputOption(*command, options->output);

@@ -12,7 +12,7 @@
 
 namespace
 {
-// Some two gigabytes of text. More is more likely a typing error.
+// About two gigabytes of text. More is more likely a typing error.
 constexpr std::uint64_t kMostValues = 200000000;
 
 struct EvalOptions
@@ -29,15 +29,15 @@ void CheckSize(const Table& pTable)
     const std::uint64_t samples = pTable.grid.Count();
     if (samples > kMostValues / (columns + 1)) {
         throw Refusal(fmt::format(
-            "{}: {} times for {} column(s) are more than {} values, the most that one run writes; "
-            "choose fewer curves, a lower --rate, or a shorter span",
+            "{}: {} times and {} column(s) exceed {} values, the limit of a run; choose fewer "
+            "curves, a lower --rate, or a shorter span",
             pTable.clip->path, samples, columns, kMostValues));
     }
 }
 
 void RunEval(const EvalOptions& pOptions)
 {
-    // Wrong arguments are reported before a long clip is read.
+    // Wrong arguments are reported before the clip is read.
     const CurveOptions& curves = pOptions.curves;
     curves.Check();
     if (pOptions.slopes && curves.TakesNodes()) {
@@ -83,12 +83,12 @@ void RunEval(const EvalOptions& pOptions)
 void AddEvalCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<EvalOptions>();
-    CLI::App* const command = pApp.add_subcommand(
-        "eval", "Evaluate curves or nodes at even steps of time, as CSV or JSON");
+    CLI::App* const command =
+        pApp.add_subcommand("eval", "Evaluate curves or nodes at a constant rate, as CSV or JSON");
     options->curves.AddTo(*command);
     command
         ->add_option("--rate", options->rate,
-                     "Samples a second (240, 29.97, 30000/1001); the clip's rate without it")
+                     "Samples per second (240, 29.97, 30000/1001); default: the rate of the clip")
         ->type_name("RATE");
     command->add_option("--format", options->format, "csv (default) or json")
         ->check(CLI::IsMember({"csv", "json"}))

@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// What is behind the last slash of a path.
+/// The part of a path after the last slash.
 std::string FileName(const std::string& pPath);
 
-/// What is behind the last point of the file's name, in lower case: "bvh" of "Walk.BVH"; "" without
+/// The part of the file name after the last point, in lower case: "bvh" for "Walk.BVH"; "" without
 /// a point.
 std::string FileSuffix(const std::string& pPath);

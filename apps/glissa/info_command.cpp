@@ -50,11 +50,11 @@ CurveRange RangeOfKeys(const Glissa& pCurve)
     return range;
 }
 
-// Evaluations a second, of all curves in turn. The checksum keeps the compiler from removing the
-// work.
+// Evaluations per second, of all curves in turn. The checksum prevents the removal of the work by
+// the compiler.
 struct Benchmark
 {
-    double playback = 0.0;  ///< forward in time at the clip's rate
+    double playback = 0.0;  ///< forward in time at the rate of the clip
     double random = 0.0;
     double checksum = 0.0;
 };
@@ -167,7 +167,7 @@ std::string AsText(const Json& pInfo)
     for (const char* const key : {"joints", "channels", "curves", "keys", "frames"}) {
         line(key, number(key));
     }
-    line("rate", fmt::format("{:.6g} frames a second", pInfo["rate"].get<double>()));
+    line("rate", fmt::format("{:.6g} frames per second", pInfo["rate"].get<double>()));
     line("span", fmt::format("{:.6g} to {:.6g} seconds", pInfo["from"].get<double>(),
                              pInfo["to"].get<double>()));
     std::string orders;
@@ -177,13 +177,13 @@ std::string AsText(const Json& pInfo)
     line("rotation orders", orders.empty() ? "none" : orders);
     line("memory", pInfo["bytes_a_key"].is_null()
                        ? fmt::format("{} bytes", number("curve_bytes"))
-                       : fmt::format("{} bytes, {:.1f} a key", number("curve_bytes"),
+                       : fmt::format("{} bytes, {:.1f} per key", number("curve_bytes"),
                                      pInfo["bytes_a_key"].get<double>()));
     if (pInfo.contains("bench")) {
         const Json& bench = pInfo["bench"];
-        line("playback", fmt::format("{:.1f} million evaluations a second",
+        line("playback", fmt::format("{:.1f} million evaluations per second",
                                      bench["playback_evaluations_a_second"].get<double>() / 1e6));
-        line("random times", fmt::format("{:.1f} million evaluations a second",
+        line("random times", fmt::format("{:.1f} million evaluations per second",
                                          bench["random_evaluations_a_second"].get<double>() / 1e6));
     }
     if (pInfo.contains("list")) {
@@ -217,7 +217,7 @@ void RunInfo(const InfoOptions& pOptions)
 void AddInfoCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App* const command = pApp.add_subcommand("info", "Show what a clip holds");
+    CLI::App* const command = pApp.add_subcommand("info", "Show the contents of a clip");
     AddClipArgument(*command, options->path);
     command->add_flag("--list", options->list, "Add a line for each curve");
     command->add_flag("--tree", options->tree, "Add the nodes with their curves and layers");

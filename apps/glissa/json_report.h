@@ -7,18 +7,18 @@
 #include <string>
 #include <string_view>
 
-/// What a command reports to other programs. Fields keep the order in which they were added. Names
-/// of fields are lower case with underscores.
+/// A report for other programs. Fields are in the order in which they were added. Their names are
+/// in lower case with underscores.
 using Json = nlohmann::ordered_json;
 
-/// The report as text: indented by two blanks a level, with a line feed at the end. Text that is
-/// not UTF-8 has U+FFFD in place of the wrong bytes.
+/// The report as text: indented by two blanks per level, with a line feed at the end. Bytes that
+/// are not UTF-8 are replaced by U+FFFD.
 std::string JsonReportText(const Json& pReport);
 
-/// A number. With pIsSingle it is that of a float and has the digits of the float: 0.1f is 0.1.
-/// null for infinities and NaN.
+/// A number; null for infinities and NaN. With pIsSingle it is the value of a float and has the
+/// digits of the float: 0.1f is 0.1.
 Json JsonNumber(double pNumber, bool pIsSingle);
 
-/// A text between double quotes, as JsonReportText writes it, for output that is too large to be
-/// kept as a report. pOnlyAscii  other characters as \\uXXXX.
+/// A text in double quotes, as in JsonReportText, for output that is too large for a report.
+/// pOnlyAscii  writes other characters as \\uXXXX.
 std::string JsonText(std::string_view pText, bool pOnlyAscii = false);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Edits of keys, in the order of the command line. All are parsed before the clip is read. Each is
-// done on every chosen curve; if one curve refuses it, nothing is written.
+// Makes edits in the order of the command line. All are parsed before the clip is read. Each is
+// made on all chosen curves; if it is refused on one curve, nothing is written.
 
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/command.h"
@@ -34,7 +34,7 @@ struct KeyOptions
     std::vector<std::pair<std::string, std::string>> edits;
 };
 
-/// Does an edit on one curve. Throws Refusal.
+/// Edits one curve. Throws Refusal.
 using Edit = std::function<void(Glissa& pCurve)>;
 
 std::string TimeText(KTime pTime)
@@ -42,7 +42,7 @@ std::string TimeText(KTime pTime)
     return fmt::format("{} s", pTime.GetSecondDouble());
 }
 
-// For a message that there is no key at a time.
+// The nearest key to a time, for a message.
 std::string NearestText(Glissa& pCurve, KTime pTime)
 {
     if (pCurve.KeyGetCount() == 0) {
@@ -57,7 +57,7 @@ std::string NearestText(Glissa& pCurve, KTime pTime)
     return "the nearest key is at " + TimeText(pCurve.KeyGetTime(isBefore ? before : after));
 }
 
-// Index of the key at exactly this time, -1 without one.
+// Index of the key at exactly this time, or -1.
 int FindKey(Glissa& pCurve, KTime pTime)
 {
     if (pCurve.KeyGetCount() == 0) {
@@ -118,9 +118,9 @@ void Remove(Glissa& pCurve, const TimeSpan& pSpan)
     pCurve.Delete(pSpan.from, pSpan.to, true);
 }
 
-// A change of kind keeps the slopes of the curve, as wanted for user tangents. Automatic tangents
-// get their own slopes back by parameters of 0. A new TCB key gets parameters of 0 too, since its
-// slots held weights before.
+// A change of kind keeps the slopes of the curve, as intended for user tangents. Automatic tangents
+// return to their own slopes by parameters of 0. New TCB keys get parameters of 0 too, since their
+// slots had weights before.
 void SetTangent(Glissa& pCurve, const TangentArgument& pKind, const std::optional<TimeSpan>& pSpan)
 {
     if (pSpan) {
@@ -176,7 +176,7 @@ struct SpanArgument
     {
         const TimeSpan span{from.At(pRate), to.At(pRate)};
         if (span.from > span.to) {
-            throw WrongArguments(fmt::format("the span from {} to {} is backward",
+            throw WrongArguments(fmt::format("the span from {} to {} is reversed",
                                              TimeText(span.from), TimeText(span.to)));
         }
         return span;
@@ -206,7 +206,7 @@ Edit MakeMove(const std::string& pText, double pRate)
 {
     const std::size_t equals = pText.find('=');
     if (equals == std::string::npos) {
-        throw WrongArguments(fmt::format("'{}' is no move: write FROM=TO (2=2.1)", pText));
+        throw WrongArguments(fmt::format("'{}' is not a move: use FROM=TO (2=2.1)", pText));
     }
     const KTime from = ParseTime(pText.substr(0, equals)).At(pRate);
     const KTime to = ParseTime(pText.substr(equals + 1)).At(pRate);
@@ -261,10 +261,9 @@ NodeKeyRequest MakeNodeRequest(const KeyOptions& pOptions)
     }
     for (const auto& [name, text] : pOptions.edits) {
         if (name != "--tangent" || request.tangent) {
-            throw WrongArguments(
-                fmt::format("{} {}: --node allows no edit but one --tangent KIND; edits of keys "
-                            "need --curve",
-                            name, text));
+            throw WrongArguments(fmt::format(
+                "{} {}: with --node the only edit is one --tangent KIND; other edits need --curve",
+                name, text));
         }
         request.tangent = ParseOption("--tangent", &ParseTangent, text);
     }
@@ -320,10 +319,10 @@ void RunKey(const KeyOptions& pOptions)
 // The parser lists each option once for each of its values, in the order of the command line.
 void CollectEdits(const CLI::App& pCommand, KeyOptions& pOptions)
 {
-    std::map<const CLI::Option*, std::size_t> taken;
+    std::map<const CLI::Option*, std::size_t> counts;
     for (const CLI::Option* const option : pCommand.parse_order()) {
         const std::string name = option->get_name();
-        const std::size_t index = taken[option]++;
+        const std::size_t index = counts[option]++;
         if (name == "--insert" || name == "--remove" || name == "--move" || name == "--tangent") {
             pOptions.edits.emplace_back(name, option->results().at(index));
         }
@@ -334,18 +333,18 @@ void CollectEdits(const CLI::App& pCommand, KeyOptions& pOptions)
 void AddKeyCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<KeyOptions>();
-    CLI::App* const command = pApp.add_subcommand(
-        "key", "Insert, remove, move and shape keys, in the order given, or key a node");
+    CLI::App* const command =
+        pApp.add_subcommand("key", "Insert, remove, move and shape keys, or set keys of a node");
     AddClipArgument(*command, options->path);
     AddPatternOption(*command, "-c,--curve", options->patterns, "Curve to edit: Hips/R/X");
     command->add_flag("-a,--all", options->all, "Edit all curves");
     AddPatternOption(*command, "-n,--node", options->nodes,
-                     "Node to key, all its channels at one time: Spine/R");
+                     "Node whose channels get a key: Spine/R");
     command->add_option("--at", options->at, "Time of the key of the node")->type_name("TIME");
     command
         ->add_option("--total", options->total,
-                     "Values of the node at this time, all layers blended: 10,0,5; its present "
-                     "values without it")
+                     "Values of the node at this time, all layers blended: 10,0,5; default: its "
+                     "present values")
         ->type_name("NUMBERS");
     command->add_option("--layer", options->layer, "Layer of the key: its name, or base (default)")
         ->type_name("LAYER");
@@ -354,7 +353,7 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
         command->add_option(pName, pValues, pHelp)->allow_extra_args(false)->type_name(pType);
     };
     list("--insert", options->inserts, "Add a key without changing the shape of the curve", "TIME");
-    list("--remove", options->removes, "Remove a key, or all keys of a span, its ends included",
+    list("--remove", options->removes, "Remove a key, or all keys of a span, ends included",
          "TIME[..TIME]");
     list("--move", options->moves, "Move a key in time", "FROM=TO");
     list("--tangent", options->tangents,

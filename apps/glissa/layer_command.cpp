@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A run adds or removes a layer of a clip or changes its state, and writes the clip to another
-// file; or it lists all layers.
+// Adds or removes a layer or changes its state, and writes the clip to another file; or lists all
+// layers.
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/clip_output.h"
@@ -38,15 +38,16 @@ void Add(ClipCurves& pClip, const LayerOptions& pOptions)
 {
     HostLayers& layers = pClip.owner.GetNodes().GetLayers();
     if (pOptions.add == kBaseName) {
-        throw Refusal(fmt::format("{}: '{}' means the nodes below all layers: choose another name",
-                                  pClip.path, kBaseName));
+        throw Refusal(
+            fmt::format("{}: '{}' is the name of the motion below all layers: choose another name",
+                        pClip.path, kBaseName));
     }
     if (layers.Find(pOptions.add)) {
         throw Refusal(fmt::format("{}: a layer '{}' exists already", pClip.path, pOptions.add));
     }
     const std::vector<NamedNode> nodes = ChooseNodes(pClip, pOptions.nodes);
     if (nodes.empty()) {
-        throw Refusal(fmt::format("{}: the clip has no translation and no rotation", pClip.path));
+        throw Refusal(fmt::format("{}: the clip has no node for a layer", pClip.path));
     }
     HostLayer& layer = layers.Add(pOptions.add);
     for (const eLayerMode mode : kModes) {
@@ -150,7 +151,7 @@ void CheckOptions(const LayerOptions& pOptions)
             fmt::format("--weight {}: a weight must be from 0 to 1", *pOptions.weight));
     }
     if (!pOptions.list && pOptions.output.empty()) {
-        throw WrongArguments("--output is missing: name the file to write");
+        throw WrongArguments("--output is missing: give the file to write");
     }
 }
 
@@ -191,21 +192,21 @@ void AddLayerCommand(CLI::App& pApp, Action& pAction)
                      "Blending of the new layer: additive (default), override or passthrough")
         ->check(CLI::IsMember({"additive", "override", "passthrough"}))
         ->type_name("MODE");
-    command->add_option("--weight", options->weight, "Weight of the new layer, 0 to 1; default 1")
+    command->add_option("--weight", options->weight, "Weight of the new layer, 0 to 1; default: 1")
         ->type_name("W");
     command
         ->add_option("--rotation", options->rotation,
-                     "Blend rotations as rotations (layer, default) or each angle by itself "
+                     "Blend rotations as rotations (layer, default) or each angle as a number "
                      "(channel)")
         ->check(CLI::IsMember({"layer", "channel"}))
         ->type_name("HOW");
     AddPatternOption(*command, "-n,--node", options->nodes,
-                     "Node of the new layer: Hips/R, */T; all nodes without it");
+                     "Node of the new layer: Hips/R, */T; default: all nodes");
     const auto named = [&](const char* pName, std::string& pText, const char* pHelp) {
         command->add_option(pName, pText, pHelp)->type_name("NAME");
     };
     named("--remove", options->remove, "Remove a layer with its keys; a locked one is refused");
-    named("--mute", options->mute, "Leave a layer out of the blend");
+    named("--mute", options->mute, "Exclude a layer from the blend");
     named("--unmute", options->unmute, "Undo --mute");
     named("--lock", options->lock, "Protect a layer from edits");
     named("--unlock", options->unlock, "Undo --lock");

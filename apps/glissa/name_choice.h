@@ -5,16 +5,16 @@
 #include <string>
 #include <vector>
 
-/// Indexes of the names that patterns choose, in the order of the patterns, each once. What a
-/// pattern means is said at MatchNames (io/name_match.h).
+/// Indexes of the names that match patterns, in the order of the patterns, without repetition. See
+/// MatchNames (io/name_match.h) for patterns.
 ///
-/// pPath, pKind  for the message: the clip, and what the names are, "curve" or "node".
-/// pMissing      receives the patterns that choose nothing; without it the first of them is a
-///               Refusal that lists the names.
+/// pPath, pKind  for the message: the clip, and "curve" or "node".
+/// pMissing      gets the patterns without a match; if it is null, the first of these throws a
+///               Refusal with a list of the names.
 std::vector<std::size_t> ChooseNames(const std::vector<std::string>& pNames,
                                      const std::vector<std::string>& pPatterns,
                                      const std::string& pPath, const char* pKind,
                                      std::vector<std::string>* pMissing = nullptr);
 
-/// "Hips/R, Spine/R and 24 more", for a message; "none" without names.
+/// "Hips/R, Spine/R and 24 more" for a message; "none" without names.
 std::string NamesText(std::vector<std::string> pNames);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The library undoes the other layers to find what the keyed one must hold. Not every total can be
-// had that way, so what the node shows afterwards is held against it.
+// The library computes the values of the key from the total and the other layers. Some totals
+// cannot be reached, so the node is evaluated afterwards and compared with the total.
 
 #include "apps/glissa/node_key.h"
 
@@ -21,39 +21,38 @@
 namespace
 {
 constexpr double kMostTurn = 1e-3;  // degrees between orientations that count as equal
-// Roundings to float on the way from a total to what is shown: of the total, of what the layer
-// holds and of its weight.
+// Relative error of the roundings to float: of the total, the key and the weight of its layer.
 constexpr double kMostRounding = 4.0 * static_cast<double>(std::numeric_limits<float>::epsilon());
-constexpr double kNoWeight = 1e-5;  // below it a layer gives nothing
+constexpr double kNoWeight = 1e-5;  // below it a layer has no effect
 
-bool Turns(const NamedNode& pNode)
+bool IsRotationNode(const NamedNode& pNode)
 {
     return pNode.node->IsRotationLayerType();
 }
 
-// Degrees between two rotations, in the half angle form that keeps its digits near 0.
-double TurnBetween(const NodeValues& pFirst, const NodeValues& pSecond, int pOrder)
+// Angle between two rotations in degrees, by the half angle, which is accurate near 0.
+double AngleBetween(const NodeValues& pFirst, const NodeValues& pSecond, int pOrder)
 {
     const KVdRotationOrder order(pOrder);
     const auto matrix = [&order](const NodeValues& pAngles) {
-        KgeRMatrix turned;
-        order.V2M(turned, KgeRVector(pAngles.data()));
-        return turned;
+        KgeRMatrix rotation;
+        order.V2M(rotation, KgeRVector(pAngles.data()));
+        return rotation;
     };
     const KgeQuaternion between(matrix(pFirst).Transpose() * matrix(pSecond));
     const double sine = std::hypot(between[0], between[1], between[2]);
     return 2.0 * std::atan2(sine, std::fabs(between[3])) * 180.0 / 3.14159265358979323846;
 }
 
-bool Shows(const ClipCurves& pClip, const NamedNode& pNode, KTime pTime, const NodeValues& pShown,
-           const NodeValues& pWanted)
+bool HasTotal(const ClipCurves& pClip, const NamedNode& pNode, KTime pTime,
+              const NodeValues& pValues, const NodeValues& pTotal)
 {
     const int count = pNode.node->GetValueCount();
-    if (Turns(pNode) && count == 3) {
-        return TurnBetween(pShown, pWanted, pNode.node->GetRotationOrder()) <= kMostTurn;
+    if (IsRotationNode(pNode) && count == 3) {
+        return AngleBetween(pValues, pTotal, pNode.node->GetRotationOrder()) <= kMostTurn;
     }
-    // Layers may give large values that take each other back: their digits count.
-    NodeValues sizes = pWanted;
+    // The precision is that of the largest contribution: large ones may cancel out.
+    NodeValues sizes = pTotal;
     for (const NodeSeries& part : MakeSeries(pClip, pNode, true)) {
         NodeValues values{};
         part.Evaluate(values, pTime, nullptr);
@@ -64,16 +63,16 @@ bool Shows(const ClipCurves& pClip, const NamedNode& pNode, KTime pTime, const N
     }
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         const double least = static_cast<double>(std::numeric_limits<float>::min());
-        if (!(std::fabs(pShown[i] - pWanted[i]) <= std::max(sizes[i], least) * kMostRounding)) {
+        if (!(std::fabs(pValues[i] - pTotal[i]) <= std::max(sizes[i], least) * kMostRounding)) {
             return false;
         }
     }
     return true;
 }
 
-// Why a total cannot be reached, as far as the layers tell.
-std::string Hindrance(const ClipCurves& pClip, const NamedNode& pNode, const GlissaLayerInfo& pInfo,
-                      KTime pTime)
+// The reason why a total cannot be reached.
+std::string UnreachableReason(const ClipCurves& pClip, const NamedNode& pNode,
+                              const GlissaLayerInfo& pInfo, KTime pTime)
 {
     const auto quoted = [&](int pId) {
         return pId == 0 ? "the base"
@@ -81,51 +80,51 @@ std::string Hindrance(const ClipCurves& pClip, const NamedNode& pNode, const Gli
     };
     const int id = pInfo.GetLayerID();
     if (pInfo.IsMuted()) {
-        return quoted(id) + " is muted and shows nothing of its keys";
+        return quoted(id) + " is muted, so its keys have no effect";
     }
     const double weight = pInfo.GetWeight(pTime);
     if (std::fabs(weight) < kNoWeight) {
-        return fmt::format("{} has weight {} there", quoted(id), weight);
+        return fmt::format("the weight of {} is {} at this time", quoted(id), weight);
     }
-    bool mixes = false;
+    bool isMixed = false;
     bool hasAbove = false;
     for (GlissaNode* node = pNode.node; node; node = node->LayerGet()) {
         const GlissaLayerInfo& info = node->GetLayerInfo();
         if (info.GetLayerID() < id || info.IsMuted()) {
             continue;
         }
-        const double its = info.GetWeight(pTime);
-        const bool above = info.GetLayerID() > id;
-        hasAbove = hasAbove || above;
-        if (above && info.GetLayerMode() == eLayerModeOverride) {
+        const double layerWeight = info.GetWeight(pTime);
+        const bool isAbove = info.GetLayerID() > id;
+        hasAbove = hasAbove || isAbove;
+        if (isAbove && info.GetLayerMode() == eLayerModeOverride) {
             return quoted(info.GetLayerID()) + " above overrides it";
         }
         if (info.GetLayerMode() == eLayerModeOverridePassthrough) {
-            if (above && std::fabs(1.0 - its) < kNoWeight) {
-                return quoted(info.GetLayerID()) + " above lets nothing of it through";
+            if (isAbove && std::fabs(1.0 - layerWeight) < kNoWeight) {
+                return quoted(info.GetLayerID()) + " above has full weight and replaces it";
             }
-            mixes = true;
+            isMixed = true;
         }
     }
-    bool byChannel = false;
-    bool byMatrix = false;
+    bool hasChannelBlend = false;
+    bool hasRotationBlend = false;
     for (GlissaNode* node = pNode.node; node; node = node->LayerGet()) {
-        byChannel = byChannel || node->GetLayerType() == eLayerTypeRotationByChannel;
-        byMatrix = byMatrix || node->GetLayerType() == eLayerTypeRotation;
+        hasChannelBlend = hasChannelBlend || node->GetLayerType() == eLayerTypeRotationByChannel;
+        hasRotationBlend = hasRotationBlend || node->GetLayerType() == eLayerTypeRotation;
     }
-    if (byChannel && byMatrix && hasAbove) {
-        return "its layers blend rotations in part as rotations and in part channel by channel, "
-               "which can be undone in the topmost layer only";
+    if (hasChannelBlend && hasRotationBlend && hasAbove) {
+        return "some of its layers blend rotations as rotations and others channel by channel, so "
+               "that only the topmost layer can be keyed";
     }
-    if (Turns(pNode) && mixes) {
-        return "a passthrough layer mixes rotations, and such a mixture cannot be undone; layers "
-               "that blend rotations channel by channel can";
+    if (IsRotationNode(pNode) && isMixed) {
+        return "a passthrough layer mixes rotations, which can be reversed only in layers that "
+               "blend rotations channel by channel";
     }
-    if (Turns(pNode) && weight < 1.0) {
-        return fmt::format("at weight {:g} {} turns by {:g} degrees at most", weight, quoted(id),
-                           180.0 * weight);
+    if (IsRotationNode(pNode) && weight < 1.0) {
+        return fmt::format("with weight {:g} {} can rotate by at most {:g} degrees", weight,
+                           quoted(id), 180.0 * weight);
     }
-    return "the layers above and below do not let it come about";
+    return "the other layers do not allow it";
 }
 
 std::string ValuesText(const NodeValues& pValues, int pCount)
@@ -143,15 +142,15 @@ void KeyNode(const ClipCurves& pClip, const NamedNode& pNode, const NodeKeyReque
 {
     GlissaNode& node = *pNode.node;
     const int count = node.GetValueCount();
-    NodeValues wanted{};
-    node.GeneralEvaluate(wanted.data(), pTime);
+    NodeValues total{};
+    node.GeneralEvaluate(total.data(), pTime);
     if (pRequest.total) {
         if (static_cast<int>(pRequest.total->size()) != count) {
-            throw Refusal(fmt::format("{}: {} has {} values, --total gives {}", pClip.path,
+            throw Refusal(fmt::format("{}: {} has {} values, --total has {}", pClip.path,
                                       PrintableText(pNode.name), count, pRequest.total->size()));
         }
-        std::copy(pRequest.total->begin(), pRequest.total->end(), wanted.begin());
-        node.CandidateSet(pTime, wanted.data(), pInfo);
+        std::copy(pRequest.total->begin(), pRequest.total->end(), total.begin());
+        node.CandidateSet(pTime, total.data(), pInfo);
     }
     const TangentArgument tangent =
         pRequest.tangent.value_or(TangentArgument{eInterpolationCubic, eTangentAuto});
@@ -159,13 +158,13 @@ void KeyNode(const ClipCurves& pClip, const NamedNode& pNode, const NodeKeyReque
     node.CandidateKey(&last, pInfo, nullptr, false, static_cast<int>(tangent.interpolation),
                       static_cast<int>(tangent.mode), eContinuityDefault,
                       pRequest.tangent.has_value(), pTime);
-    NodeValues shown{};
-    node.GeneralEvaluate(shown.data(), pTime);
-    if (!Shows(pClip, pNode, pTime, shown, wanted)) {
-        throw Refusal(fmt::format("{}: {}: {} at {} s cannot be reached, it would show {}: {}",
-                                  pClip.path, PrintableText(pNode.name), ValuesText(wanted, count),
-                                  pTime.GetSecondDouble(), ValuesText(shown, count),
-                                  Hindrance(pClip, pNode, pInfo, pTime)));
+    NodeValues values{};
+    node.GeneralEvaluate(values.data(), pTime);
+    if (!HasTotal(pClip, pNode, pTime, values, total)) {
+        throw Refusal(fmt::format(
+            "{}: {}: {} at {} s cannot be reached, the result would be {}: {}", pClip.path,
+            PrintableText(pNode.name), ValuesText(total, count), pTime.GetSecondDouble(),
+            ValuesText(values, count), UnreachableReason(pClip, pNode, pInfo, pTime)));
     }
 }
 }  // namespace
@@ -175,8 +174,9 @@ void KeyNodes(const ClipCurves& pClip, const NodeKeyRequest& pRequest, KTime pTi
     const std::vector<NamedNode> nodes = ChooseNodes(pClip, pRequest.patterns);
     const GlissaLayerInfo info = FindLayerInfo(pClip, pRequest.layer);
     if (info.IsLocked()) {
-        throw Refusal(fmt::format("{}: the layer '{}' is locked; 'glissa layer --unlock' opens it",
-                                  pClip.path, PrintableText(pRequest.layer)));
+        throw Refusal(
+            fmt::format("{}: the layer '{}' is locked; unlock it with 'glissa layer --unlock'",
+                        pClip.path, PrintableText(pRequest.layer)));
     }
     for (const NamedNode& each : nodes) {
         KeyNode(pClip, each, pRequest, info, pTime);

@@ -8,18 +8,18 @@
 #include <string>
 #include <vector>
 
-/// A key on every channel of the chosen nodes, in one layer.
+/// A key on all channels of the chosen nodes, in one layer.
 struct NodeKeyRequest
 {
     std::vector<std::string> patterns;
-    std::string layer;  ///< "base" or "" for the base
+    std::string layer;  ///< "base" or "" is the base
     TimeArgument at;
-    /// What each node is to show, all layers blended; nothing for what it shows.
+    /// The values of each node, all layers blended; nullopt for its present values.
     std::optional<std::vector<double>> total;
-    /// Of a key that is there already too; without it a new key is automatic.
+    /// The tangent of new and existing keys; without it a new key is automatic.
     std::optional<TangentArgument> tangent;
 };
 
-/// Sets the keys. Throws Refusal where a node then does not show its total: a rotation as an
-/// orientation to a thousandth of a degree, other values to the precision of floats.
+/// Sets the keys. Throws Refusal if a node then does not have its total: a rotation is compared as
+/// an orientation to a thousandth of a degree, other values to the precision of floats.
 void KeyNodes(const ClipCurves& pClip, const NodeKeyRequest& pRequest, KTime pTime);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A channel of a rotation depends on all curves of the node, so it may bend wherever one of them
-// does, or a weight. Marks stand at the keys of the channel's own curves.
+// A channel of a rotation depends on all curves of the node and on the weights, so it has the
+// breaks of all of them. Its marks are the keys of its own curves.
 
 #include "apps/glissa/node_picture.h"
 
@@ -12,7 +12,7 @@
 
 namespace
 {
-void KeepOnce(std::vector<KTime>& pTimes)
+void SortUnique(std::vector<KTime>& pTimes)
 {
     std::sort(pTimes.begin(), pTimes.end());
     pTimes.erase(std::unique(pTimes.begin(), pTimes.end()), pTimes.end());
@@ -22,9 +22,10 @@ std::vector<KTime> BreaksOf(const ClipCurves& pClip, GlissaNode& pNode, const Ti
 {
     std::vector<Glissa*> curves = CurvesOf(pNode);
     for (GlissaNode* layer = &pNode; layer; layer = layer->LayerGet()) {
-        const HostLayer* const held = pClip.owner.GetNodes().GetLayers().Find(layer->GetLayerID());
-        if (held) {
-            curves.push_back(held->mWeight.get());
+        const HostLayer* const hostLayer =
+            pClip.owner.GetNodes().GetLayers().Find(layer->GetLayerID());
+        if (hostLayer) {
+            curves.push_back(hostLayer->mWeight.get());
         }
     }
     std::vector<KTime> breaks;
@@ -32,7 +33,7 @@ std::vector<KTime> BreaksOf(const ClipCurves& pClip, GlissaNode& pNode, const Ti
         const std::vector<KTime> found = CurveBreaks(*each, pSpan);
         breaks.insert(breaks.end(), found.begin(), found.end());
     }
-    KeepOnce(breaks);
+    SortUnique(breaks);
     return breaks;
 }
 
@@ -52,7 +53,7 @@ std::vector<KTime> KeyTimes(const NodeSeries& pSeries, int pChannel, const TimeS
             }
         }
     }
-    KeepOnce(times);
+    SortUnique(times);
     return times;
 }
 }  // namespace

@@ -7,7 +7,8 @@
 
 #include <vector>
 
-/// The channels of a node for the picture of a span of time, blended through all layers; with
-/// pLayers followed by what each layer gives to them. Evaluated while it is drawn: the clip stays.
+/// The blended channels of a node in the picture of a span of time; with pLayers also the
+/// contribution of each layer. They are evaluated while the picture is drawn, so the clip must
+/// exist until then.
 std::vector<PictureCurve> MakeNodePicture(const ClipCurves& pClip, const NamedNode& pNode,
                                           const TimeSpan& pSpan, bool pLayers);

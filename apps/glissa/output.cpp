@@ -19,8 +19,8 @@ namespace
 {
 constexpr std::size_t kBufferSize = 1 << 16;
 
-// The temporary files that a signal has to remove: one for each output that is open, as several
-// threads may write at the same time. A handler may not allocate or lock, so it reads plain arrays.
+// The temporary files that the signal handler removes, one for each open output: several threads
+// may write at the same time. A handler must not allocate or lock, so this is a plain array.
 struct GuardedFile
 {
     std::atomic<bool> isTaken = false;
@@ -65,14 +65,14 @@ private:
 void SetSignalHandlers()
 {
     for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
-        // What was ignored at the start (nohup) stays ignored.
+        // Signals that are ignored at the start (nohup) are still ignored.
         if (signal(each, &RemoveTemporaries) == SIG_IGN) {
             signal(each, SIG_IGN);
         }
     }
 }
 
-// The index of the guard, for ReleaseTemporary; -1 where there is none left.
+// Returns an index for ReleaseTemporary, or -1 if all are in use.
 int GuardTemporary(const char* pPath)
 {
     static const bool isSet = (SetSignalHandlers(), true);
@@ -125,7 +125,7 @@ Output::Output(const std::string& pPath, const std::vector<std::string>& pInputs
         struct stat input = {};
         if (exists && stat(each.c_str(), &input) == 0 && IsSameFile(target, input)) {
             throw Refusal(
-                fmt::format("{}: is the clip that is read; the output needs another name", pPath));
+                fmt::format("{}: is the clip that is read; choose another output file", pPath));
         }
     }
     if (exists && S_ISDIR(target.st_mode)) {
@@ -212,12 +212,12 @@ void Output::Commit()
     if (!mFile) {
         return;
     }
-    // No signal between the rename and the end of the guard: the name may be another process's
-    // temporary file by then.
+    // No signal between the rename and the release: another process may then have a temporary file
+    // of this name.
     const SignalPause pause;
-    const bool done = mFile->Commit();
+    const bool isDone = mFile->Commit();
     ReleaseTemporary(mGuard);
-    if (!done) {
+    if (!isDone) {
         FailFile();
     }
 }
@@ -235,8 +235,8 @@ void PrepareStandardStreams()
     signal(SIGXFSZ, SIG_IGN);
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) {
-            // Opened the wrong way round, so that its use is still an error. The lowest free
-            // number is this one.
+            // In the opposite direction, so that its use is still an error. The new descriptor is
+            // the lowest free number, which is this one.
             open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
     }

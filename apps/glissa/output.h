@@ -9,16 +9,16 @@
 #include <string_view>
 #include <vector>
 
-/// Where a command writes: standard output, or a file that is replaced as a whole or not at all.
+/// The output of a command: standard output, or a file that is replaced completely or not at all.
 ///
-/// A file is a KAtomicFile, replaced by Commit(). Without Commit(), and when SIGINT, SIGTERM or
-/// SIGHUP ends the program, the target keeps its content and the temporary file is removed. A
-/// target that is a device or a pipe is written directly.
+/// A file is a KAtomicFile, which Commit() completes. Without Commit(), and when SIGINT, SIGTERM or
+/// SIGHUP ends the program, the target is unchanged and the temporary file is removed. A target
+/// that is a device or a pipe is written directly.
 class Output
 {
 public:
     /// pPath   empty or "-" for standard output.
-    /// pInput  the file that the command reads; it is refused as a target under any of its names.
+    /// pInput  the file that the command reads; as target it is refused, under any of its names.
     /// Throws Refusal.
     Output(const std::string& pPath, const std::string& pInput);
     /// The same with several files that are read.
@@ -29,9 +29,9 @@ public:
 
     bool IsTerminal() const;
 
-    /// Throws Refusal, or OutputClosed when standard output is a pipe without reader.
+    /// Throws Refusal, or OutputClosed if standard output is a pipe without a reader.
     void Write(std::string_view pBytes);
-    /// Everything written so far reaches its place. Throws as Write.
+    /// Writes all that is buffered and completes a file. Throws as Write.
     void Commit();
 
 private:
@@ -43,13 +43,13 @@ private:
     std::optional<KAtomicFile> mFile;  ///< empty when written directly
     std::string mBuffer;
     int mDescriptor = -1;  ///< when written directly
-    int mGuard = -1;       ///< of the temporary file against signals
+    int mGuard = -1;       ///< index of the temporary file for the signal handler
 };
 
-/// Writes a text to a path as Output does, all of it.
+/// Writes a text to an Output and commits it.
 void WriteOutput(const std::string& pPath, const std::string& pInput, std::string_view pText);
 
-/// Makes a write to a pipe without reader, or beyond the limit on file sizes, an error instead of
-/// the end of the program, and gives the three standard descriptors a place where they are closed,
-/// so that no file opened later takes one of their numbers. First thing in main.
+/// Called first in main. Makes a write to a pipe without a reader, or beyond the limit on file
+/// sizes, an error instead of a signal, and opens the standard descriptors that are closed, so that
+/// no other file gets their numbers.
 void PrepareStandardStreams();

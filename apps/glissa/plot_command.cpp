@@ -50,12 +50,13 @@ PictureFormat ChooseFormat(const PlotOptions& pOptions)
         return PictureFormat::pdf;
     }
     throw WrongArguments(fmt::format(
-        "--output: '{}' has no suffix of a picture: use .png, .svg or .pdf, or give --format",
+        "--output: '{}' does not have the suffix of a picture: use .png, .svg or .pdf, or give "
+        "--format",
         path));
 }
 
-// Whether the picture shows a repetition beyond the keys.
-bool ShowsBeyond(const std::optional<ExtrapolationArgument>& pArgument)
+// Whether the picture includes the extrapolation.
+bool ShowsExtrapolation(const std::optional<ExtrapolationArgument>& pArgument)
 {
     return pArgument && pArgument->mode != eExtrapolationNone &&
            pArgument->mode != eExtrapolationConstant && pArgument->count > 0;
@@ -69,10 +70,10 @@ TimeSpan DefaultSpan(const std::optional<TimeSpan>& pKeys, const CurveChoice& pC
         return {span.from - halfSecond, span.to + halfSecond};
     }
     const KTime length = span.to - span.from;
-    if (ShowsBeyond(pChoice.before)) {
+    if (ShowsExtrapolation(pChoice.before)) {
         span.from -= length;
     }
-    if (ShowsBeyond(pChoice.after)) {
+    if (ShowsExtrapolation(pChoice.after)) {
         span.to += length;
     }
     return span;
@@ -83,9 +84,8 @@ void CheckPanels(const std::vector<Unit>& pUnits, const PlotOptions& pOptions)
     std::array<int, 3> counts{};
     for (const Unit each : pUnits) {
         if (++counts[static_cast<std::size_t>(each)] > kMostCurvesAPanel) {
-            throw Refusal(fmt::format("{}: {} curves are chosen; a picture shows at most {} of one "
-                                      "unit: choose fewer with "
-                                      "{}",
+            throw Refusal(fmt::format("{}: {} curves are chosen; a picture has at most {} of one "
+                                      "unit: choose fewer with {}",
                                       pOptions.curves.path, pUnits.size(), kMostCurvesAPanel,
                                       pOptions.curves.TakesNodes() ? "--node" : "--curve"));
         }
@@ -94,11 +94,11 @@ void CheckPanels(const std::vector<Unit>& pUnits, const PlotOptions& pOptions)
 
 double TimeAxisRate(const PlotOptions& pOptions, const ClipCurves& pClip)
 {
-    const std::optional<double> asked = pOptions.curves.FramesASecond();
-    return pOptions.frames || asked ? asked.value_or(pClip.framesASecond) : 0.0;
+    const std::optional<double> rate = pOptions.curves.FramesASecond();
+    return pOptions.frames || rate ? rate.value_or(pClip.framesASecond) : 0.0;
 }
 
-// What is drawn, and the span that it is drawn over.
+// The curves and the span of a picture.
 struct Choice
 {
     std::vector<PictureCurve> curves;
@@ -151,13 +151,13 @@ Choice ChooseNodeLines(const ClipCurves& pClip, const PlotOptions& pOptions)
     return choice;
 }
 
-// The curves or nodes that were chosen in one of two clips, ready to be drawn over a span.
+// The chosen curves or nodes of one of two clips.
 struct Chosen
 {
     ClipCurves* clip = nullptr;
     std::vector<NamedCurve*> curves;
     std::vector<NamedNode> nodes;
-    std::vector<std::string> missing;  ///< patterns that name nothing here
+    std::vector<std::string> missing;  ///< patterns without a match
 
     std::optional<TimeSpan> Keys() const
     {
@@ -194,7 +194,8 @@ Chosen ChooseIn(ClipCurves& pClip, const CurveOptions& pOptions)
 void ReportLeftOut(const std::vector<std::string>& pNames, const std::string& pPath)
 {
     for (const std::string& each : pNames) {
-        fmt::print(stderr, "glissa: {}: only in {}, left out\n", PrintableText(each), pPath);
+        fmt::print(stderr, "glissa: {}: is only in {} and is left out\n", PrintableText(each),
+                   pPath);
     }
 }
 
@@ -204,9 +205,9 @@ Choice ChoosePairs(ClipCurves& pClip, ClipCurves& pOther, const PlotOptions& pOp
     const Chosen second = ChooseIn(pOther, pOptions.curves);
     for (const std::string& each : first.missing) {
         if (std::count(second.missing.begin(), second.missing.end(), each) > 0) {
-            throw Refusal(fmt::format("{} and {}: neither has a {} that matches '{}'", pClip.path,
-                                      pOther.path, pOptions.curves.TakesNodes() ? "node" : "curve",
-                                      each));
+            throw Refusal(fmt::format("{} and {}: neither clip has a {} that matches '{}'",
+                                      pClip.path, pOther.path,
+                                      pOptions.curves.TakesNodes() ? "node" : "curve", each));
         }
     }
     const TimeSpan span = ChooseSpan(pOptions, SpanOfBoth(first.Keys(), second.Keys()), pClip);
@@ -222,8 +223,8 @@ Choice ChoosePairs(ClipCurves& pClip, ClipCurves& pOther, const PlotOptions& pOp
         }
     }
     if (units.empty()) {
-        throw Refusal(fmt::format("{} and {}: none of the chosen curves is in both", pClip.path,
-                                  pOther.path));
+        throw Refusal(fmt::format("{} and {}: none of the chosen curves is in both clips",
+                                  pClip.path, pOther.path));
     }
     CheckPanels(units, pOptions);
     return {std::move(compared.curves), span};
@@ -232,16 +233,17 @@ Choice ChoosePairs(ClipCurves& pClip, ClipCurves& pOther, const PlotOptions& pOp
 void RunPlot(const PlotOptions& pOptions)
 {
     pOptions.curves.Check();
-    const bool compares = !pOptions.against.empty();
-    const SizeArgument size = ParseOption(
-        "--size", &ParseSize,
-        !pOptions.size.empty() ? pOptions.size : std::string(compares ? "1000x700" : "1000x500"));
+    const bool isComparison = !pOptions.against.empty();
+    const SizeArgument size =
+        ParseOption("--size", &ParseSize,
+                    !pOptions.size.empty() ? pOptions.size
+                                           : std::string(isComparison ? "1000x700" : "1000x500"));
     const PictureFormat format = ChooseFormat(pOptions);
     if (pOptions.tangents && pOptions.curves.TakesNodes()) {
-        throw WrongArguments("--tangents needs --curve: a blend of layers has no handles");
+        throw WrongArguments("--tangents needs --curve: a blend has no handles");
     }
 
-    if (compares && pOptions.curves.layers) {
+    if (isComparison && pOptions.curves.layers) {
         throw WrongArguments("--against cannot be combined with --layers");
     }
 
@@ -250,17 +252,17 @@ void RunPlot(const PlotOptions& pOptions)
     std::vector<std::string> inputs = {clip.path};
     PictureOptions picture;
     picture.title = FileName(clip.path);
-    if (compares) {
+    if (isComparison) {
         other = LoadClip(pOptions.against);
         inputs.push_back(other->path);
-        // Two folders may have a clip of one name.
+        // The clips may have the same file name in two folders.
         const bool needsPaths =
             FileName(clip.path) == FileName(other->path) && clip.path != other->path;
         picture.firstClip = needsPaths ? clip.path : FileName(clip.path);
         picture.secondClip = needsPaths ? other->path : FileName(other->path);
         picture.title = picture.firstClip + " and " + picture.secondClip;
     }
-    const Choice choice = compares                       ? ChoosePairs(clip, *other, pOptions)
+    const Choice choice = isComparison                   ? ChoosePairs(clip, *other, pOptions)
                           : pOptions.curves.TakesNodes() ? ChooseNodeLines(clip, pOptions)
                                                          : ChooseCurveLines(clip, pOptions);
     if (!pOptions.title.empty()) {
@@ -292,21 +294,19 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
     command->add_flag("--tangents", options->tangents, "Draw the handles of the tangents");
     command
         ->add_option("--against", options->against,
-                     "A second clip: draws both, the first one pale, and below them how far the "
-                     "second one is from the first")
+                     "A second clip: draws both, the first one pale, and the differences below")
         ->type_name("CLIP");
     command
         ->add_option("--size", options->size,
-                     "Size in pixels; 1000x500 without it, 1000x700 with --against")
+                     "Size in pixels; default: 1000x500, with --against 1000x700")
         ->type_name("WxH");
-    command->add_option("--title", options->title, "Title; the file name of the clip without it")
+    command->add_option("--title", options->title, "Title; default: the file name of the clip")
         ->type_name("TEXT");
     command->add_flag("--frames", options->frames,
-                      "Count frames on the time axis, as --fps does, at the clip's rate");
+                      "Time axis in frames, at the rate of the clip or of --fps");
     command
         ->add_option("--format", options->format,
-                     "png, svg or pdf; by the suffix of the file without it, and svg for standard "
-                     "output")
+                     "png, svg or pdf; default: the suffix of the file, svg for standard output")
         ->check(CLI::IsMember({"png", "svg", "pdf"}))
         ->type_name("FORMAT");
     command->footer("Examples:\n"

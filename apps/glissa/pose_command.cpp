@@ -92,13 +92,13 @@ void AddPoseCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<PoseOptions>();
     CLI::App* const command =
-        pApp.add_subcommand("pose", "Show the values of every node at one time, layers blended");
+        pApp.add_subcommand("pose", "Show the values of all nodes at one time, layers blended");
     AddClipArgument(*command, options->path);
     command->add_option("--at", options->at, "Time, in seconds (1.25) or frames (37f)")
         ->required()
         ->type_name("TIME");
-    AddPatternOption(*command, "-n,--node", options->nodes, "Node: Hips/R; all nodes without it");
-    command->add_flag("--json", options->json, "As JSON, with all digits");
+    AddPatternOption(*command, "-n,--node", options->nodes, "Node: Hips/R; default: all nodes");
+    command->add_flag("--json", options->json, "Write JSON, with all digits");
     AddFrameRateOption(*command, options->framesASecond);
     AddOutputOption(*command, options->output);
     command->footer("Examples:\n"

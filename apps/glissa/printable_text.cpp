@@ -8,8 +8,8 @@
 
 namespace
 {
-// Length of the UTF-8 sequence at the start of a text. 0 for bytes that are no valid sequence,
-// overlong forms and surrogates included, and for a control character.
+// Length of the UTF-8 sequence at the start of a text; 0 for an invalid sequence and for a control
+// character.
 std::size_t SequenceLength(std::string_view pText)
 {
     const auto byte = [pText](std::size_t pIndex) {
@@ -33,10 +33,10 @@ std::size_t SequenceLength(std::string_view pText)
         }
         code = code << 6 | (byte(i) & 0x3Fu);
     }
-    const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    const bool control = code < 0xA0;
-    return overlong || surrogate || control || code > 0x10FFFF ? 0 : length;
+    const bool isOverlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    const bool isControl = code < 0xA0;
+    return isOverlong || isSurrogate || isControl || code > 0x10FFFF ? 0 : length;
 }
 }  // namespace
 

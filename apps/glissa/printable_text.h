@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
-/// A text as valid UTF-8 without control characters, for terminals and pictures: each byte that is
-/// not part of such a character becomes U+FFFD.
+/// The text for terminals and pictures: bytes that are not valid UTF-8, and control characters, are
+/// replaced by U+FFFD.
 std::string PrintableText(std::string_view pText);
 
-/// Characters (code points) of a printable text.
+/// Number of characters (code points) of a printable text.
 std::size_t CharacterCount(std::string_view pText);

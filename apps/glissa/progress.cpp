@@ -68,7 +68,7 @@ Progress::~Progress()
 
 void Progress::Draw(std::uint64_t pDone)
 {
-    mNextLook = pDone + std::max<std::uint64_t>(mTotal / 1000, 1);
+    mNextUpdate = pDone + std::max<std::uint64_t>(mTotal / 1000, 1);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - mStart;
     if (elapsed.count() < kSecondsWithoutBar) {
         return;
@@ -78,7 +78,7 @@ void Progress::Draw(std::uint64_t pDone)
     if (line == mLine) {
         return;
     }
-    // Blanks over what a longer line before has left.
+    // Blanks overwrite the end of a longer line.
     const std::size_t before = CharacterCount(mLine);
     const std::size_t now = CharacterCount(line);
     fmt::print(stderr, "\r{}{:{}}", line, "", before > now ? before - now : 0);

@@ -6,23 +6,23 @@
 #include <cstdint>
 #include <string>
 
-/// A bar on standard error for work that takes longer than a second: its name, the part done and
-/// the time left. Draws nothing where standard error is not a terminal that can rewrite its line.
+/// A progress bar on standard error for work that takes longer than a second: its name, the part
+/// done and the time left. Only drawn on a terminal that can rewrite a line.
 class Progress
 {
 public:
-    /// pName   what is done, "writing hips.csv".
-    /// pTotal  steps of the work.
+    /// pName   the work, such as "writing hips.csv".
+    /// pTotal  number of its steps.
     Progress(std::string pName, std::uint64_t pTotal);
     /// Removes the bar.
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// pDone of the steps are done. Reads the clock only every thousandth part of the work.
+    /// Reports the number of steps done. The clock is read a thousand times at most.
     void At(std::uint64_t pDone)
     {
-        if (mIsShown && pDone >= mNextLook) {
+        if (mIsShown && pDone >= mNextUpdate) {
             Draw(pDone);
         }
     }
@@ -32,11 +32,12 @@ private:
 
     std::string mName;
     std::uint64_t mTotal;
-    std::uint64_t mNextLook = 0;
+    std::uint64_t mNextUpdate = 0;
     std::chrono::steady_clock::time_point mStart;
     bool mIsShown;
-    std::string mLine;  ///< on the screen
+    std::string mLine;  ///< the line on the terminal
 };
 
-/// "writing hips.csv [####      ]  40%, 3 s left" for a part of 0 to 1 done after some seconds.
+/// "writing hips.csv [####      ]  40%, 3 s left" for a part done, 0 to 1, and the seconds that it
+/// took.
 std::string ProgressText(const std::string& pName, double pPart, double pSeconds);

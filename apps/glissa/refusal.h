@@ -7,24 +7,24 @@
 #include <stdexcept>
 #include <utility>
 
-/// The command cannot do what was asked: exit status 1. The text names the file, the place and the
-/// reason.
+/// The command fails: exit status 1. The text has the file, the place and the reason.
 struct Refusal : std::runtime_error
 {
     using std::runtime_error::runtime_error;
 };
 
-/// The command line is wrong: exit status 2.
+/// The arguments are wrong: exit status 2.
 struct WrongArguments : std::runtime_error
 {
     using std::runtime_error::runtime_error;
 };
 
-/// The reader of standard output closed the pipe: the command exits silently, with status 0.
+/// The reader of standard output closed the pipe: the command ends without a message, with status
+/// 0.
 struct OutputClosed
 {};
 
-/// What a reader of io returned. An error is thrown as a Refusal with its text.
+/// The value of a result of io. An error is thrown as a Refusal with its text.
 template <typename T>
 T ValueOrRefusal(IoResult<T> pResult)
 {

@@ -15,11 +15,11 @@
 
 namespace
 {
-constexpr int kDone = 0;
+constexpr int kSuccess = 0;
 constexpr int kRefused = 1;
 constexpr int kWrongArguments = 2;
 
-// Allocates nothing: the reason may be that memory has run out.
+// Allocates nothing, as it also reports that memory has run out.
 int Fail(int pStatus, std::string_view pReason)
 {
     std::fputs("glissa: ", stderr);
@@ -28,8 +28,8 @@ int Fail(int pStatus, std::string_view pReason)
     return pStatus;
 }
 
-// The subcommand that was being parsed, for its help.
-const CLI::App& Chosen(const CLI::App& pApp)
+// The subcommand on the command line, for its help.
+const CLI::App& ChosenCommand(const CLI::App& pApp)
 {
     const std::vector<CLI::App*> chosen = pApp.get_subcommands();
     return chosen.empty() ? pApp : *chosen.front();
@@ -37,12 +37,13 @@ const CLI::App& Chosen(const CLI::App& pApp)
 
 std::string FullName(const CLI::App& pApp)
 {
-    return &Chosen(pApp) == &pApp ? "glissa" : "glissa " + Chosen(pApp).get_name();
+    const CLI::App& command = ChosenCommand(pApp);
+    return &command == &pApp ? "glissa" : "glissa " + command.get_name();
 }
 
 int Run(int pCount, char** pArguments)
 {
-    CLI::App app("Reads motion clips and works on their animation curves.", "glissa");
+    CLI::App app("Works on the animation curves of motion clips.", "glissa");
     app.set_version_flag("--version", "glissa " GLISSA_VERSION);
     app.require_subcommand(1);
     app.footer(
@@ -55,8 +56,7 @@ int Run(int pCount, char** pArguments)
         "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
         "  glissa convert clip.glissa clip.bvh\n"
         "\n"
-        "See 'glissa SUBCOMMAND --help'. Exit status: 0 done, 1 refused, 2 wrong "
-        "arguments.");
+        "See 'glissa SUBCOMMAND --help'. Exit status: 0 success, 1 refused, 2 wrong arguments.");
     Action action;
     AddInfoCommand(app, action);
     AddEvalCommand(app, action);
@@ -68,7 +68,7 @@ int Run(int pCount, char** pArguments)
     AddConvertCommand(app, action);
     AddDumpCommand(app, action);
     AddCheckCommand(app, action);
-    // The parser would only say that a subcommand is missing.
+    // The parser would report only that a subcommand is missing.
     if (pCount > 1 && pArguments[1][0] != '-') {
         const std::vector<CLI::App*> known =
             app.get_subcommands([&](CLI::App* pEach) { return pEach->check_name(pArguments[1]); });
@@ -82,10 +82,10 @@ int Run(int pCount, char** pArguments)
         app.parse(pCount, pArguments);
     } catch (const CLI::CallForVersion& version) {
         WriteOutput("-", "", std::string(version.what()) + '\n');
-        return kDone;
+        return kSuccess;
     } catch (const CLI::CallForHelp&) {
         WriteOutput("-", "", app.help());
-        return kDone;
+        return kSuccess;
     } catch (const CLI::ParseError& error) {
         return Fail(kWrongArguments,
                     fmt::format("{}; see '{} --help'", error.what(), FullName(app)));
@@ -96,7 +96,7 @@ int Run(int pCount, char** pArguments)
         return Fail(kWrongArguments,
                     fmt::format("{}; see '{} --help'", error.what(), FullName(app)));
     }
-    return kDone;
+    return kSuccess;
 }
 }  // namespace
 
@@ -105,7 +105,7 @@ int RunCommand(int pCount, char** pArguments)
     try {
         return Run(pCount, pArguments);
     } catch (const OutputClosed&) {
-        return kDone;
+        return kSuccess;
     } catch (const Refusal& refusal) {
         return Fail(kRefused, refusal.what());
     } catch (const std::bad_alloc&) {

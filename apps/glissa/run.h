@@ -2,6 +2,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Runs the command with the arguments of main. Every failure is a line on standard error and an
-/// exit status: 0 done, 1 refused, 2 wrong arguments. Throws nothing.
+/// Runs the command with the arguments of main and returns the exit status: 0 success, 1 refused, 2
+/// wrong arguments. Failures are reported in a line on standard error. Throws nothing.
 int RunCommand(int pCount, char** pArguments);

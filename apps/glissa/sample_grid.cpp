@@ -8,7 +8,7 @@
 
 namespace
 {
-long double TicksASample(double pSamplesASecond)
+long double TicksPerSample(double pSamplesASecond)
 {
     return static_cast<long double>(KTime::kTicksPerSecond) /
            static_cast<long double>(pSamplesASecond);
@@ -17,16 +17,16 @@ long double TicksASample(double pSamplesASecond)
 
 std::uint64_t SampleGrid::Count() const
 {
-    // Each end is within the range of a KTime; their difference may not be.
+    // The difference of two times may exceed the range of KTime.
     const long double span =
         static_cast<long double>(to.Get()) - static_cast<long double>(from.Get());
-    // Half a tick: At() rounds the last sample to the end.
-    return static_cast<std::uint64_t>((span + 0.5L) / TicksASample(samplesASecond)) + 1;
+    // Half a tick more, since At() rounds the last sample to the end.
+    return static_cast<std::uint64_t>((span + 0.5L) / TicksPerSample(samplesASecond)) + 1;
 }
 
 KTime SampleGrid::At(std::uint64_t pIndex) const
 {
-    const long double offset = static_cast<long double>(pIndex) * TicksASample(samplesASecond);
+    const long double offset = static_cast<long double>(pIndex) * TicksPerSample(samplesASecond);
     const long double ticks = static_cast<long double>(from.Get()) + offset;
     return std::min(to, KTime(std::llround(ticks)));
 }

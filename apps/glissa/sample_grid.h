@@ -6,9 +6,8 @@
 
 #include <cstdint>
 
-/// Evenly spaced times from one time to another: from, and every whole number of samples after it
-/// up to and with to. Each time is the nearest tick, formed from its number and not by adding up,
-/// so that nothing drifts.
+/// Evenly spaced times from one time to another, both included if the span is a whole number of
+/// samples. Each time is computed from its index, to the nearest tick, so that times do not drift.
 struct SampleGrid
 {
     KTime from;

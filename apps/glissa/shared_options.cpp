@@ -15,7 +15,7 @@ void AddOutputOption(CLI::App& pCommand, std::string& pPath)
 {
     pCommand
         .add_option("-o,--output", pPath,
-                    "File to write, complete or not at all; standard output without it")
+                    "File to write, completely or not at all; default: standard output")
         ->type_name("FILE");
 }
 
@@ -24,7 +24,7 @@ void AddClipOutputOptions(CLI::App& pCommand, std::string& pPath, std::string& p
 {
     pCommand
         .add_option("-o,--output", pPath,
-                    "File to write, never the one that is read; - for standard output")
+                    "File to write, not the one that is read; - for standard output")
         ->required(pIsRequired)
         ->type_name("FILE");
     AddClipFormatOption(pCommand, pFormat);
@@ -33,9 +33,9 @@ void AddClipOutputOptions(CLI::App& pCommand, std::string& pPath, std::string& p
 void AddClipFormatOption(CLI::App& pCommand, std::string& pFormat)
 {
     pCommand
-        .add_option("--format", pFormat,
-                    "glissa, or bvh (values with all layers blended); by the suffix of the file "
-                    "without it")
+        .add_option(
+            "--format", pFormat,
+            "glissa, or bvh (values with all layers blended); default: the suffix of the file")
         ->check(CLI::IsMember({"bvh", "glissa"}))
         ->type_name("FORMAT");
 }
@@ -46,7 +46,7 @@ CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
     return pCommand
         .add_option(pName, pPatterns,
                     std::string(pHelp) +
-                        ". * matches any characters, ? one character. Can be given several times")
+                        ". * matches any characters, ? one character. May be repeated")
         ->allow_extra_args(false)
         ->type_name("NAME");
 }
@@ -55,7 +55,7 @@ void AddFrameRateOption(CLI::App& pCommand, std::string& pText)
 {
     pCommand
         .add_option("--fps", pText,
-                    "Frames a second, for times in frames; the clip's rate without it")
+                    "Frames per second, for times in frames; default: the rate of the clip")
         ->type_name("RATE");
 }
 

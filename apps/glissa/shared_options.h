@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-// Options that several subcommands have, each with one name, one help text and one meaning.
+// Options of several subcommands, so that their names and help texts are the same everywhere.
 
-/// CLIP, a file to read.
+/// CLIP, the file to read.
 void AddClipArgument(CLI::App& pCommand, std::string& pPath);
 
-/// -o for a report or a picture; standard output without it.
+/// -o for a report or a picture; the default is standard output.
 void AddOutputOption(CLI::App& pCommand, std::string& pPath);
 
 /// -o and --format for a clip that was changed. pIsRequired  whether -o must be given.
@@ -22,11 +22,11 @@ void AddClipOutputOptions(CLI::App& pCommand, std::string& pPath, std::string& p
 /// --format alone, for a clip: bvh or glissa.
 void AddClipFormatOption(CLI::App& pCommand, std::string& pFormat);
 
-/// An option that takes a pattern and may be given several times: "-n,--node".
+/// An option that takes a pattern and may be repeated: "-n,--node".
 CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                               std::vector<std::string>& pPatterns, const char* pHelp);
 
-/// --fps, the rate at which times given as frames are counted.
+/// --fps, the frame rate for times in frames.
 void AddFrameRateOption(CLI::App& pCommand, std::string& pText);
-/// The rate of --fps, nothing where it was not given. Throws WrongArguments.
+/// The rate of --fps, or nullopt. Throws WrongArguments.
 std::optional<double> FrameRateOf(const std::string& pText);

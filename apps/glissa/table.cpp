@@ -13,7 +13,7 @@
 
 namespace
 {
-// Collects text until there is enough for a write.
+// Collects text for larger writes.
 class TextBuffer
 {
 public:
@@ -41,10 +41,10 @@ public:
         }
     }
 
-    /// pSingle  the number is that of a float.
-    void NodeNumber(double pNumber, bool pSingle)
+    /// pIsSingle  whether the number is the value of a float.
+    void NodeNumber(double pNumber, bool pIsSingle)
     {
-        if (pSingle) {
+        if (pIsSingle) {
             Number(static_cast<float>(pNumber));
         } else {
             Number(pNumber);
@@ -53,7 +53,7 @@ public:
 
     void FlushIfFull()
     {
-        if (mText.size() >= kEnough) {
+        if (mText.size() >= kBufferSize) {
             Flush();
         }
     }
@@ -64,13 +64,13 @@ public:
     }
 
 private:
-    static constexpr std::size_t kEnough = 1 << 14;
+    static constexpr std::size_t kBufferSize = 1 << 14;
 
     Output& mOutput;
     fmt::memory_buffer mText;
 };
 
-// One array a curve: the grid again for each, so that the values need no memory.
+// An array for each curve. The grid is evaluated again for each, so that values need no memory.
 template <typename Evaluate>
 void WriteJsonArray(TextBuffer& pBuffer, const SampleGrid& pGrid, Progress& pProgress,
                     std::uint64_t& pDone, Evaluate pEvaluate)
@@ -121,8 +121,8 @@ std::uint64_t Table::CountColumns() const
 
 std::string CsvField(std::string_view pText)
 {
-    const bool blankEnds = !pText.empty() && (pText.front() == ' ' || pText.back() == ' ');
-    if (pText.find_first_of(",\"\r\n") == std::string_view::npos && !blankEnds) {
+    const bool hasBlankEnd = !pText.empty() && (pText.front() == ' ' || pText.back() == ' ');
+    if (pText.find_first_of(",\"\r\n") == std::string_view::npos && !hasBlankEnd) {
         return std::string(pText);
     }
     std::string field = "\"";

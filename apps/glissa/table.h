@@ -11,31 +11,31 @@
 #include <string_view>
 #include <vector>
 
-/// Sampled curves and nodes on their way out. Values are evaluated as they are written, whatever
-/// the number of samples: nothing is kept. Numbers are the shortest decimal that reads back as the
-/// same float (times, and what layers blend: double).
+/// Sampled curves and nodes. Values are evaluated as they are written and not kept. Numbers are the
+/// shortest decimal that reads back as the same float, for times and blended values the same
+/// double.
 struct Table
 {
     const ClipCurves* clip = nullptr;
     std::vector<NamedCurve*> curves;
     std::vector<NodeSeries> nodes;
     SampleGrid grid;
-    bool slopes = false;  ///< of curves: left and right slope beside each value, in units a second
+    bool slopes = false;  ///< also left and right slopes of curves, in units per second
 
-    /// Of values, without that of the time.
+    /// Number of columns without the time.
     std::uint64_t CountColumns() const;
 };
 
-/// A line of names, then a line a sample: time in seconds, then the curves, then the nodes. With
-/// slopes each curve has three columns, "Hips/R/X", "Hips/R/X left slope" and "Hips/R/X right
-/// slope". Lines end with a line feed.
+/// A line of names, then a line for each sample: time in seconds, curves, nodes. With slopes each
+/// curve has three columns, "Hips/R/X", "Hips/R/X left slope" and "Hips/R/X right slope". Lines end
+/// with a line feed.
 void WriteCsv(const Table& pTable, Output& pOutput);
 
 /// One object: "clip", "rate", "times" and "curves", an array of objects with "name", "unit",
-/// "values", and with slopes "left_slopes" and "right_slopes". Of a layer of a node it has "layer"
-/// too. What is no finite number is null.
+/// "values", with slopes "left_slopes" and "right_slopes", and for a layer of a node "layer".
+/// Numbers that are not finite are null.
 void WriteJson(const Table& pTable, Output& pOutput);
 
-/// A field as RFC 4180 has it: between double quotes, with its own doubled, where it holds a
-/// comma, a quote, a line end, or a blank at either end.
+/// A field in the form of RFC 4180: in double quotes, with its own quotes doubled, if it has a
+/// comma, a quote, a line end, or a blank at one end.
 std::string CsvField(std::string_view pText);

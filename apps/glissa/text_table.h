@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// A table for a terminal: a line of titles, then a line for each row. Columns are as wide as their
-/// widest cell and two blanks apart.
+/// A table of text: a line of titles, then a line for each row. Columns have the width of their
+/// widest cell and are separated by two blanks.
 class TextTable
 {
 public:
@@ -24,12 +24,11 @@ public:
 
     explicit TextTable(std::vector<Column> pColumns);
 
-    /// Cells in the order of the columns; those that are missing at the end are empty. They are
-    /// made printable.
+    /// Cells in the order of the columns; missing ones at the end are empty. They are made
+    /// printable.
     void AddRow(std::vector<std::string> pCells);
 
-    /// The lines, each behind pIndent blanks, with a line feed at its end and without blanks before
-    /// it.
+    /// The lines, indented by pIndent blanks, without blanks at their ends.
     std::string GetText(std::size_t pIndent = 0) const;
 
 private:
@@ -37,6 +36,5 @@ private:
     std::vector<std::vector<std::string>> mRows;
 };
 
-/// A number for a reader: five digits after the point and no minus before a zero; from 1e9 on in
-/// the form 1.5e+09.
+/// A number with five decimals and without a minus sign for zero; from 1e9 on in the form 1.5e+09.
 std::string RoundedText(double pNumber);

@@ -17,7 +17,7 @@ Json Describe(GlissaNode& pNode, const HostLayers& pLayers)
 {
     Json node;
     const HostLayer* const layer = pLayers.Find(pNode.GetLayerID());
-    // A node of a layer has the name of its base: the name of the layer is shown.
+    // Nodes of layers have the names of their bases, so the name of the layer is shown.
     const bool isLayer = layer && pNode.GetDataType();
     node["name"] = isLayer ? layer->mName : std::string(pNode.GetTimeWarpName());
     if (pNode.GetDataType()) {

@@ -7,9 +7,9 @@
 
 #include <string>
 
-/// The nodes of a clip, each an object with "name" and, where they apply, "type", "order" (of a
-/// rotation), "keys" (of a curve), "children" and "layers".
+/// The nodes of a clip, each an object with "name" and, if they apply, "type", "order" (rotation
+/// order), "keys" (number of keys of a curve), "children" and "layers".
 Json DescribeTree(const ClipCurves& pClip);
 
-/// The same as text, a line for each node.
+/// The tree as text, a line for each node.
 std::string TreeText(const Json& pTree);

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <spawn.h>
 #include <sstream>
 #include <string>
@@ -42,7 +42,23 @@ struct Result
     std::string err;
 };
 
-/// Runs the built command, as a shell would, in a folder of the test's own.
+using Arguments = std::vector<std::string>;
+
+inline Arguments operator+(Arguments pFirst, const Arguments& pSecond)
+{
+    pFirst.insert(pFirst.end(), pSecond.begin(), pSecond.end());
+    return pFirst;
+}
+
+/// A command line that fails, with a part of its message.
+struct FailingRun
+{
+    int status;
+    Arguments arguments;
+    std::string message;
+};
+
+/// Runs the built command in a temporary folder of the test.
 class Command : public testing::Test
 {
 protected:
@@ -56,19 +72,47 @@ protected:
 
     std::string At(const std::string& pName) const { return (mFolder / pName).string(); }
 
-    /// Everything in the folder: a failed run leaves nothing of its own.
-    std::vector<std::string> Files() const
+    /// Names and contents of the files in the folder.
+    std::map<std::string, std::string> Files() const
     {
-        std::vector<std::string> names;
+        std::map<std::string, std::string> files;
         for (const auto& entry : fs::directory_iterator(mFolder)) {
-            names.push_back(entry.path().filename().string());
+            files[entry.path().filename().string()] = ReadFile(entry.path());
         }
-        std::sort(names.begin(), names.end());
-        return names;
+        return files;
     }
 
-    /// pOut  a file that takes standard output; empty for a pipe of the test's.
-    Result Run(std::vector<std::string> pArguments, const std::string& pOut = "") const
+    /// Each run ends with its status and one line of message, and changes no file of the folder.
+    void ExpectFailures(const std::vector<FailingRun>& pRuns) const
+    {
+        const std::map<std::string, std::string> before = Files();
+        for (const FailingRun& each : pRuns) {
+            std::string line;
+            for (const std::string& argument : each.arguments) {
+                line += argument + ' ';
+            }
+            SCOPED_TRACE(line);
+            const Result run = Run(each.arguments);
+            EXPECT_EQ(each.status, run.status);
+            EXPECT_EQ("", run.out);
+            EXPECT_TRUE(run.err.starts_with("glissa: ")) << run.err;
+            EXPECT_NE(std::string::npos, run.err.find(each.message)) << run.err;
+            EXPECT_EQ(run.err.size() - 1, run.err.find_first_of("\n\r\x1b")) << run.err;
+            EXPECT_TRUE(before == Files());
+        }
+    }
+
+    /// Standard output of a run that succeeds without a message.
+    std::string OutputOf(const Arguments& pArguments) const
+    {
+        const Result run = Run(pArguments);
+        EXPECT_EQ(0, run.status) << run.err;
+        EXPECT_EQ("", run.err);
+        return run.out;
+    }
+
+    /// pOut  a file for standard output; empty for a temporary file.
+    Result Run(Arguments pArguments, const std::string& pOut = "") const
     {
         char outName[] = "/tmp/glissa-out-XXXXXX";
         char errName[] = "/tmp/glissa-err-XXXXXX";
@@ -107,7 +151,7 @@ protected:
     fs::path mFolder;
 };
 
-// A table of numbers with a line of names above.
+// A table of numbers below a line of names.
 struct Csv
 {
     std::vector<std::string> names;

@@ -77,7 +77,7 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
 {
     WriteFile(At("bad.json"), "{\"filters\": [\n{\"filter\": \"offset\", \"by\": }]}");
     WriteFile(At("unknown.json"), "{\"filters\": [{\"filter\": \"offset\", \"to\": 1}]}");
-    const std::vector<std::string> files = Files();
+    const auto files = Files();
     const struct
     {
         int status;

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Every allocation of a conversion fails in turn: the command refuses with a message, and the old
-// file stays.
+// Each allocation of a conversion fails once: the command ends with a message, and the old file is
+// unchanged.
 
 #include "apps/glissa/run.h"
 #include "tests/apps/command_run.h"
@@ -12,7 +12,7 @@
 
 namespace
 {
-// Two joints with channels of both kinds and two frames.
+// Two joints with positions and rotations and two frames.
 constexpr const char* kSmallClip = "HIERARCHY\nROOT Hips\n{\n OFFSET 0 1 0\n"
                                    " CHANNELS 6 Xposition Yposition Zposition Yrotation Xrotation "
                                    "Zrotation\n JOINT Leg\n {\n  OFFSET 1 0 0\n"
@@ -27,7 +27,7 @@ class OutOfMemory : public Command
 {
 protected:
     /// Runs the command within this process. pBefore is the number of allocations that succeed.
-    Result RunHere(std::vector<std::string> pArguments, std::size_t pBefore, bool pAndAllAfter)
+    Result RunHere(Arguments pArguments, std::size_t pBefore, bool pAndAllAfter)
     {
         std::vector<char*> pointers;
         for (std::string& each : pArguments) {
@@ -49,26 +49,26 @@ protected:
     }
 };
 
-TEST_F(OutOfMemory, RefusesAndKeepsTheOldFile)
+TEST_F(OutOfMemory, ConvertFailsAndKeepsTheOldFile)
 {
     WriteFile(At("a.bvh"), kSmallClip);
     for (const char* const way : {"a.bvh b.glissa", "b.glissa c.bvh"}) {
         const std::string names = way;
         const std::string output = At(names.substr(names.find(' ') + 1));
-        const std::vector<std::string> convert = {"glissa", "convert",
-                                                  At(names.substr(0, names.find(' '))), output};
+        const Arguments convert = {"glissa", "convert", At(names.substr(0, names.find(' '))),
+                                   output};
         const std::size_t start = AllocationCount();
         ASSERT_EQ(0, RunHere(convert, kAllSucceed, false).status);
         const std::size_t count = AllocationCount() - start;
         const std::string complete = ReadFile(output);
-        const std::vector<std::string> files = Files();
+        const std::size_t files = Files().size();
         std::size_t refused = 0;
         for (std::size_t i = 0; i < 2 * count; ++i) {
             SCOPED_TRACE(std::string(way) + ", failure " + std::to_string(i));
             WriteFile(output, "precious");
             const Result run = RunHere(convert, i / 2, i % 2 != 0);
-            ASSERT_EQ(files, Files());
-            // The C library does without some of its buffers.
+            ASSERT_EQ(files, Files().size());
+            // The C library can do without some of its buffers.
             ASSERT_EQ(run.status == 0 ? complete : "precious", ReadFile(output));
             if (run.status != 0) {
                 ++refused;

@@ -13,12 +13,7 @@
 
 namespace
 {
-NamedCurve Named(const CurveHandle& pCurve)
-{
-    return {"Hips/R/Z", Unit::degrees, pCurve.get()};
-}
-
-TEST(Picture, RepeatedKeysAreBreaks)
+TEST(Picture, CurveBreaksIncludeRepeatedKeys)
 {
     // Keys at 0, 1 and 4 seconds.
     const CurveHandle curve(GlissaCreate());
@@ -36,14 +31,14 @@ TEST(Picture, RepeatedKeysAreBreaks)
     }
     EXPECT_EQ((std::vector<double>{-8, -7, -4, -3, 0, 1, 4, 7, 8, 9, 12}), seconds);
 
-    // A hundred million repetitions in sight: evenly spaced times, and not all too many.
+    // A hundred million repetitions: evenly spaced times of a limited number.
     curve->SetPostExtrapolationCount(0xFFFFFFFFul);
     const std::vector<KTime> many = CurveBreaks(*curve, {KTime(), second * 400000000});
     EXPECT_GT(many.size(), 8192u);
     EXPECT_LT(many.size(), 1000000u);
 }
 
-// Texts and panels of a page: none is off the page or on another.
+// Texts and panels are inside the page and do not overlap.
 TEST(Layout, FitsAnySize)
 {
     std::vector<PictureCurve> curves(30);
@@ -116,34 +111,31 @@ TEST(Layout, FitsAnySize)
     }
 }
 
-TEST(Picture, HandlesAreAThirdOfTheSegmentOrTheWeight)
+TEST(Picture, HandlesHaveTheWeightAndTheSlopeOfTheirTangent)
 {
-    const CurveHandle weighted = ToGlissa(MuseumCurve("handles at their limits"));
-    const CurveHandle plain = ToGlissa(MuseumCurve("overshoot"));
-    for (const CurveHandle* const curve : {&weighted, &plain}) {
-        NamedCurve named = Named(*curve);
+    for (const char* const name : {"handles at their limits", "overshoot"}) {
+        const CurveHandle handle = ToGlissa(MuseumCurve(name));
+        Glissa& curve = *handle;
+        NamedCurve named{"Hips/R/Z", Unit::degrees, &curve};
         const PictureCurve picture = MakePictureCurve(named, {named.First(), named.Last()}, true);
-        const int count = (*curve)->KeyGetCount();
+        const int count = curve.KeyGetCount();
         ASSERT_EQ(static_cast<std::size_t>(count), picture.keys.size());
-        EXPECT_FALSE(picture.keys.front().left.shown);
-        EXPECT_FALSE(picture.keys.back().right.shown);
+        EXPECT_FALSE(picture.keys.front().left.shown || picture.keys.back().right.shown);
         for (int i = 0; i + 1 < count; ++i) {
-            if ((*curve)->KeyGetInterpolation(i) != eInterpolationCubic) {
+            if (curve.KeyGetInterpolation(i) != eInterpolationCubic) {
                 continue;
             }
-            // The curve leaves a key along its handle.
             const PictureKey& key = picture.keys[static_cast<std::size_t>(i)];
-            const double gap =
-                ((*curve)->KeyGetTime(i + 1) - (*curve)->KeyGetTime(i)).GetSecondDouble();
-            const double length = (key.right.time - key.time).GetSecondDouble();
-            EXPECT_NEAR(gap * static_cast<double>((*curve)->KeyGetRightTangeantWeight(i)), length,
-                        1e-7);
-            EXPECT_NEAR(static_cast<double>((*curve)->KeyGetRightDerivative(i)) * length,
-                        key.right.value - key.value, 1e-4);
             const PictureKey& next = picture.keys[static_cast<std::size_t>(i) + 1];
-            EXPECT_LT(next.left.time, next.time);
-            EXPECT_NEAR(static_cast<double>((*curve)->KeyGetLeftDerivative(i + 1)) *
-                            (next.time - next.left.time).GetSecondDouble(),
+            const double gap = (next.time - key.time).GetSecondDouble();
+            const double length = (key.right.time - key.time).GetSecondDouble();
+            const double nextLength = (next.time - next.left.time).GetSecondDouble();
+            EXPECT_NEAR(gap * static_cast<double>(curve.KeyGetRightTangeantWeight(i)), length,
+                        1e-7);
+            EXPECT_NEAR(static_cast<double>(curve.KeyGetRightDerivative(i)) * length,
+                        key.right.value - key.value, 1e-4);
+            EXPECT_GT(nextLength, 0.0);
+            EXPECT_NEAR(static_cast<double>(curve.KeyGetLeftDerivative(i + 1)) * nextLength,
                         next.value - next.left.value, 1e-4);
         }
     }

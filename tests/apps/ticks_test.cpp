@@ -20,7 +20,7 @@ std::string Labels(const Ticks& pTicks)
     return text;
 }
 
-TEST(Ticks, AreTheFinestRoundOnesThatFit)
+TEST(Ticks, AreTheFinestThatFit)
 {
     const struct
     {
@@ -33,7 +33,7 @@ TEST(Ticks, AreTheFinestRoundOnesThatFit)
         {0.0, 1.0, 5, 0.0, "0 0.5 1.0"},
         {-0.35, 0.35, 8, 0.0, "\u22120.3 \u22120.2 \u22120.1 0 0.1 0.2 0.3"},
         {-184.0, 163.0, 9, 0.0, "\u2212150 \u2212100 \u221250 0 50 100 150"},
-        {0.0, 7.5, 20, 1.0, "0 1 2 3 4 5 6 7"},  // no half frames
+        {0.0, 7.5, 20, 1.0, "0 1 2 3 4 5 6 7"},  // whole frames only
         {-1e-9, 1.0 + 1e-12, 2, 0.0, "0 1"},
         {1000000.0, 1000004.0, 5, 0.0, "1000000 1000001 1000002 1000003 1000004"},
         {0.0, 4e8, 3, 0.0, "0 2e+08 4e+08"},
@@ -50,7 +50,7 @@ TEST(Ticks, AreTheFinestRoundOnesThatFit)
     }
 }
 
-TEST(Ticks, HoldForAnyRange)
+TEST(Ticks, FitAnyRange)
 {
     std::mt19937_64 random(3);
     std::uniform_real_distribution<double> exponent(-30.0, 38.0);

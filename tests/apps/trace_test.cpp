@@ -3,7 +3,6 @@
 
 #include "apps/glissa/picture/style.h"
 #include "apps/glissa/picture/trace.h"
-#include "tests/apps/segment_distance.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +12,17 @@
 
 namespace
 {
+// Distance of a point to the line between two others, in pixels.
+double DistanceToSegment(const DevicePoint& pPoint, const DevicePoint& pA, const DevicePoint& pB)
+{
+    const double dx = pB.x - pA.x;
+    const double dy = pB.y - pA.y;
+    const double length = dx * dx + dy * dy;
+    const double along = (pPoint.x - pA.x) * dx + (pPoint.y - pA.y) * dy;
+    const double part = length == 0.0 ? 0.0 : std::clamp(along / length, 0.0, 1.0);
+    return std::hypot(pPoint.x - pA.x - part * dx, pPoint.y - pA.y - part * dy);
+}
+
 // Greatest distance of densely sampled points of the curve to the strips.
 double Deviation(const Sampler& pCurve, const std::vector<std::vector<DevicePoint>>& pStrips,
                  KTime pFrom, KTime pTo, const DeviceScale& pScale)
@@ -46,11 +56,11 @@ DeviceScale Scale(double pLow, double pHigh)
     return {KTime(), kSecond * 4, 50.0, 950.0, pLow, pHigh, 480.0, 20.0};
 }
 
-TEST(Trace, KeepsWithinHalfAPixel)
+TEST(Trace, IsWithinHalfAPixelOfTheCurve)
 {
     const auto seconds = [](KTime pTime) { return pTime.GetSecondDouble(); };
     const auto ease = [&](KTime pTime) {
-        // Crosses the middle of its chord: a test of the middle alone would take it as straight.
+        // Crosses its chord in the middle, so that the middle alone does not show its shape.
         const double t = seconds(pTime) / 4.0;
         return t * t * (3.0 - 2.0 * t);
     };
@@ -82,7 +92,7 @@ TEST(Trace, KeepsWithinHalfAPixel)
         Sampler curve;
         std::vector<KTime> breaks;
         double low, high;
-        std::size_t most;  // points; a road without thrift would pass as well
+        std::size_t most;  // points
     } cases[] = {
         {"ease", ease, {}, 0.0, 1.0, 60},
         {"wave", wave, {}, -1.0, 1.0, 2000},
@@ -103,7 +113,7 @@ TEST(Trace, KeepsWithinHalfAPixel)
     }
 }
 
-TEST(Trace, EndsAStripWhereTheValueIsNoNumber)
+TEST(Trace, EndsAStripWhereTheValueIsNotFinite)
 {
     const DeviceScale scale = Scale(-1.0, 1.0);
     const Sampler gap = [](KTime pTime) {
@@ -115,7 +125,7 @@ TEST(Trace, EndsAStripWhereTheValueIsNoNumber)
     EXPECT_NEAR(scale.X(kSecond * 2), strips[1].front().x, 1e-3);
 }
 
-TEST(ThinPoints, KeepsWhatDoesNotTouch)
+TEST(ThinPoints, KeepsADistance)
 {
     const std::vector<DevicePoint> points = {{0, 0}, {1, 50}, {2, 1}, {3, 49}, {8, 0}, {9, 0}};
     EXPECT_EQ((std::vector<std::size_t>{0, 1, 4}), ThinPoints(points, 8.0));
@@ -138,7 +148,7 @@ TEST(ThinPoints, KeepsWhatDoesNotTouch)
     }
 }
 
-TEST(ChooseColours, GivesTheAxesTheirOwn)
+TEST(ChooseColours, DependsOnTheAxes)
 {
     const auto choose = [](const std::vector<std::string>& pNames) {
         std::vector<PictureCurve> curves(pNames.size());
@@ -152,13 +162,13 @@ TEST(ChooseColours, GivesTheAxesTheirOwn)
     const std::vector<int> axes = choose({"Hips/T/Z", "Hips/T/X", "Hips/T/Y"});
     EXPECT_EQ((std::vector<int>{axes[0], axes[1], axes[2]}), choose({"A/Z", "A/X", "A/Y"}));
     EXPECT_EQ(axes[1], choose({"Knee/R/X"}).front());
-    // Two X: the palette in order, no two alike among the first seven.
+    // With an axis twice, the palette in order: the first seven colours differ.
     std::vector<int> many = choose({"A/X", "B/X", "A/Y", "B/Y", "A/Z", "B/Z", "C/X"});
     std::sort(many.begin(), many.end());
     EXPECT_EQ(many.end(), std::adjacent_find(many.begin(), many.end()));
 }
 
-TEST(ChooseStyles, TakesTheOwnColourOfACurveAndDarkensItForWhitePaper)
+TEST(ChooseStyles, UsesTheColourOfACurveDarkenedForWhite)
 {
     std::vector<PictureCurve> curves(4);
     curves[0].colour = Colour{0.2, 0.1, 0.6};
@@ -175,7 +185,7 @@ TEST(ChooseStyles, TakesTheOwnColourOfACurveAndDarkensItForWhitePaper)
     EXPECT_NEAR(styles[2].colour.red, styles[2].colour.green, 1e-9);
     EXPECT_TRUE(styles[2].colour.red > 0.5 && styles[2].colour.red < 0.8);
     EXPECT_NEAR(0.0, styles[2].colour.blue, 1e-9);
-    // Curves of one colour are told apart by their marks.
+    // Curves of one colour have different marks.
     EXPECT_EQ(styles[0].shape, styles[1].shape);
     EXPECT_NE(styles[0].shape, styles[3].shape);
 }

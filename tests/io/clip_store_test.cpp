@@ -96,6 +96,11 @@ TEST(ClipStore, RefusesAnInvalidClip)
          "the tree: channel 'Hips' does not belong to the joints"},
         {[](Clip& pClip) { pClip.mJoints[0].mChannels.pop_back(); },
          "node Hips: channel 'T' does not belong to the joints"},
+        {[](Clip& pClip) {
+             pClip.mJoints.resize(4);
+             pClip.mJoints[3].mParent = 0;
+         },
+         "joint 3: does not follow"},
         {[](Clip& pClip) { pClip.mFrameCount = -1; }, "frame count"},
         {[](Clip& pClip) { pClip.mFrameTimeText = "0.04"; }, "'0.04'"},
         {[](Clip& pClip) { pClip.mFramePeriod = KTime(5); }, "5 ticks"},

@@ -18,7 +18,7 @@ namespace
 {
 constexpr const char* kEllipsis = "\u2026";
 
-constexpr std::size_t kLongestStroke = 256;  // points
+constexpr std::size_t kLongestStroke = 256;  // points of a line
 
 bool IsContinuation(char pByte)
 {
@@ -27,8 +27,7 @@ bool IsContinuation(char pByte)
 }  // namespace
 
 #ifdef GLISSA_LEAK_CHECK
-// The font library keeps a kilobyte of its configuration until the process ends. The leak check
-// asks these two at its start.
+// The font library does not free its configuration. The leak check calls these two at its start.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions()
 {
@@ -64,10 +63,10 @@ Canvas::Canvas(PictureFormat pFormat, int pWidth, int pHeight, const std::string
     if (const cairo_status_t status = cairo_status(mCairo); status != CAIRO_STATUS_SUCCESS) {
         cairo_destroy(mCairo);
         cairo_surface_destroy(mSurface);
-        throw Refusal(fmt::format("no picture of {} by {}: {}", mWidth, mHeight,
+        throw Refusal(fmt::format("cannot create a picture of {} by {}: {}", mWidth, mHeight,
                                   cairo_status_to_string(status)));
     }
-    // Without hinting, text is as wide in a vector file as it is in an image: one layout for both.
+    // Without hinting, text has the same width in images and in vector files.
     cairo_font_options_t* options = cairo_font_options_create();
     cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
     cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_SLIGHT);
@@ -101,11 +100,11 @@ void Canvas::Finish()
         std::rethrow_exception(mWriteError);
     }
     if (status != CAIRO_STATUS_SUCCESS) {
-        throw Refusal(fmt::format("the picture failed: {}", cairo_status_to_string(status)));
+        throw Refusal(fmt::format("cannot draw the picture: {}", cairo_status_to_string(status)));
     }
 }
 
-// An exception must not pass through the drawing library: it waits for Finish().
+// An exception must not pass through the drawing library; Finish() throws it.
 cairo_status_t Canvas::Write(void* pCanvas, const unsigned char* pData, unsigned int pLength)
 {
     auto* canvas = static_cast<Canvas*>(pCanvas);
@@ -142,12 +141,12 @@ void Canvas::Line(const std::vector<DevicePoint>& pPoints, double pLineWidth, co
     }
     cairo_set_line_width(mCairo, pLineWidth);
     cairo_set_dash(mCairo, pDashes.data(), static_cast<int>(pDashes.size()), 0.0);
-    // An image takes seconds for a line that crosses itself ten thousand times: its parts are drawn
-    // one by one, and joined before they are laid on the page, so that no seam shows.
-    const bool parts =
+    // In an image a line that crosses itself ten thousand times would take seconds. It is drawn in
+    // parts, on a layer of its own so that the joints do not show.
+    const bool inParts =
         mFormat == PictureFormat::png && pDashes.empty() && pPoints.size() > kLongestStroke;
-    const std::size_t length = parts ? kLongestStroke : pPoints.size();
-    if (parts) {
+    const std::size_t length = inParts ? kLongestStroke : pPoints.size();
+    if (inParts) {
         cairo_push_group(mCairo);
         SetColour({pColour.red, pColour.green, pColour.blue});
     } else {
@@ -161,7 +160,7 @@ void Canvas::Line(const std::vector<DevicePoint>& pPoints, double pLineWidth, co
         }
         cairo_stroke(mCairo);
     }
-    if (parts) {
+    if (inParts) {
         cairo_pop_group_to_source(mCairo);
         cairo_paint_with_alpha(mCairo, pColour.alpha);
     }
@@ -231,8 +230,8 @@ std::string Canvas::FitText(const std::string& pText, double pSize, double pWidt
     if (TextWidth(pText, pSize, pBold) <= pWidth) {
         return pText;
     }
-    // Characters go out of the middle, one at a time, until the rest fits. What no page can hold
-    // goes at once.
+    // Removes characters from the middle, one at a time, until the rest fits. A text that no page
+    // can hold is shortened at once.
     constexpr std::size_t kMostKept = 400;
     std::size_t start = std::min(pText.size(), kMostKept) / 2;
     std::size_t end = pText.size() - start;
@@ -243,8 +242,8 @@ std::string Canvas::FitText(const std::string& pText, double pSize, double pWidt
         ++end;
     }
     while (start > 0 || end < pText.size()) {
-        const bool front = start >= pText.size() - end;
-        if (front && start > 0) {
+        const bool isFront = start >= pText.size() - end;
+        if (isFront && start > 0) {
             do {
                 --start;
             } while (start > 0 && IsContinuation(pText[start]));

@@ -36,13 +36,13 @@ enum class Align : int
 
 /// A page to draw on, in pixels from the top left corner (points in a PDF).
 ///
-/// Bytes go to the writer given; whatever the writer throws comes out of Finish().
+/// The bytes are passed to a writer. An exception of the writer is thrown by Finish().
 class Canvas
 {
 public:
     using Writer = std::function<void(std::string_view)>;
 
-    /// Throws Refusal when the page cannot be made.
+    /// Throws Refusal if the page cannot be created.
     Canvas(PictureFormat pFormat, int pWidth, int pHeight, const std::string& pTitle,
            Writer pWriter);
     ~Canvas();
@@ -52,11 +52,11 @@ public:
     int Width() const { return mWidth; }
     int Height() const { return mHeight; }
 
-    /// Ends the page and writes what is still to be written. Throws Refusal.
+    /// Completes the page and its output. Throws Refusal.
     void Finish();
 
     void FillRectangle(double pX, double pY, double pWidth, double pHeight, const Colour& pColour);
-    /// pDashes  lengths drawn and left out in turn; empty for a full line.
+    /// pDashes  alternating lengths of strokes and gaps; empty for a solid line.
     void Line(const std::vector<DevicePoint>& pPoints, double pLineWidth, const Colour& pColour,
               const std::vector<double>& pDashes = {});
     /// A closed polygon, filled, with an outline of another colour.
@@ -65,15 +65,15 @@ public:
     void Circle(const DevicePoint& pCentre, double pRadius, const Colour& pFill,
                 const Colour& pOutline, double pLineWidth);
 
-    /// Text on a baseline. pQuarterTurn turns it to read upward.
+    /// Text on a baseline. With pQuarterTurn it reads upward.
     void Text(double pX, double pY, const std::string& pText, double pSize, const Colour& pColour,
               Align pAlign, bool pBold = false, bool pQuarterTurn = false);
     double TextWidth(const std::string& pText, double pSize, bool pBold = false);
-    /// The text, with an ellipsis for its middle where it is wider than pWidth: the ends of a curve
-    /// name tell more than its middle.
+    /// The text; if it is wider than pWidth, with an ellipsis instead of its middle, as the ends of
+    /// curve names differ most.
     std::string FitText(const std::string& pText, double pSize, double pWidth, bool pBold = false);
 
-    /// Until PopClip, nothing is drawn outside the rectangle.
+    /// Limits drawing to a rectangle until PopClip.
     void PushClip(double pX, double pY, double pWidth, double pHeight);
     void PopClip();
 

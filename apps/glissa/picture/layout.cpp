@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Room is dealt out from the edges inward: title and time axis, the width of the value labels, the
-// legends, and what is left goes to the panels. The labels are measured with the ticks of panels
-// that had no legend above them, which are the finest that can occur.
+// Space is assigned from the edges inward: title and time axis, value labels, legends, and the rest
+// to the panels. The width of the labels is that of panels without legends, which have the finest
+// ticks.
 
 #include "apps/glissa/picture/layout.h"
 
@@ -17,10 +17,10 @@
 
 namespace
 {
-// A range this narrow beside its values is the rounding of floats, not animation.
+// A relative range below this is due to the rounding of floats.
 constexpr double kFlatRange = 1e-6;
-constexpr double kLegendRow = 1.5;  // height of a row, of the size of its text
-// Height of a panel of differences, of that of a panel of curves.
+constexpr double kLegendRow = 1.5;  // height of a row, in sizes of its text
+// Height of a panel of differences, relative to a panel of curves.
 constexpr double kDifferenceShare = 0.6;
 
 double ShareOf(const Panel& pPanel)
@@ -28,7 +28,7 @@ double ShareOf(const Panel& pPanel)
     return pPanel.isDifference ? kDifferenceShare : 1.0;
 }
 
-// pReach  the greatest magnitude that the panel's values come from: a difference is flat beside it.
+// pReach  the greatest magnitude of the values that differences were computed from.
 ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int pSteps,
                         double pReach)
 {
@@ -59,7 +59,7 @@ ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int
     return range;
 }
 
-// Places the panel's rectangle and its scale, with room for half a mark at each edge.
+// Sets the rectangle of a panel and its scale, with a margin for marks.
 void PlacePanel(Panel& pPanel, const Metrics& pMetrics, double pTop, double pBottom)
 {
     const double inset = std::max(pMetrics.mark * 2.0, (pBottom - pTop) * 0.04);
@@ -83,7 +83,7 @@ double WidestLabel(Canvas& pCanvas, const Ticks& pTicks, double pFont)
     return width;
 }
 
-// The finest ticks of the time axis whose labels stand apart.
+// The finest ticks of the time axis whose labels do not touch.
 Ticks ChooseTimeTicks(Canvas& pCanvas, double pLow, double pHigh, double pWidth, bool pWhole,
                       const Metrics& pMetrics)
 {
@@ -104,35 +104,36 @@ std::string MoreText(std::size_t pCount)
     return fmt::format("+{} more", pCount);
 }
 
-// What the legend of a panel has to say. Where two clips are compared, a curve has one entry for
-// both, and the clips have entries of their own.
+// The entries of the legend of a panel. In a comparison of two clips there is one entry for both
+// curves of a name, and one for each clip.
 std::vector<LegendEntry> LegendOf(const Panel& pPanel, const PictureOptions& pOptions)
 {
-    const bool compared = !pOptions.firstClip.empty();
+    const bool isComparison = !pOptions.firstClip.empty();
     std::vector<LegendEntry> entries;
     if (pPanel.isDifference) {
-        entries.push_back({"greatest change:", LegendEntry::kNote});
+        entries.push_back({"greatest difference:", LegendEntry::kNote});
     }
     for (std::size_t i = 0; i < pPanel.curves.size(); ++i) {
         const PictureCurve& curve = *pPanel.curves[i];
-        if (!compared || curve.part == 0) {
+        if (!isComparison || curve.part == 0) {
             entries.push_back(
                 {curve.label.empty() ? curve.name : curve.label, static_cast<int>(i)});
         }
     }
-    if (compared && !pPanel.isDifference) {
+    if (isComparison && !pPanel.isDifference) {
         entries.push_back({pOptions.firstClip, LegendEntry::kFirstClip});
         entries.push_back({pOptions.secondClip, LegendEntry::kSecondClip});
     }
     return entries;
 }
 
-// Entries from left to right in rows of the panel's width; y counts from the first baseline. Gives
-// the number of rows. What does not fit in pMostRows is counted in a last entry.
+// Places entries from left to right in rows of the width of the panel; y starts at the first
+// baseline. Returns the number of rows. The last entry has the number of those that do not fit in
+// pMostRows.
 int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostRows,
                const PictureOptions& pOptions)
 {
-    const std::vector<LegendEntry> wanted = LegendOf(pPanel, pOptions);
+    const std::vector<LegendEntry> entries = LegendOf(pPanel, pOptions);
     const double font = pLayout.metrics.font;
     const double withSample = LegendSampleWidth(pLayout.metrics) + pLayout.metrics.gap;
     const double between = pLayout.metrics.gap * 3.0;
@@ -141,9 +142,9 @@ int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostR
     const auto add = [&](const std::string& pText, int pCurve) {
         pPanel.legend.push_back({pText, pCurve, x, row * font * kLegendRow});
     };
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
-        const std::string name = PrintableText(wanted[i].text);
-        const double sample = wanted[i].curve == LegendEntry::kNote ? 0.0 : withSample;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const std::string name = PrintableText(entries[i].text);
+        const double sample = entries[i].curve == LegendEntry::kNote ? 0.0 : withSample;
         const double room = pLayout.right - pLayout.left - sample;
         std::string text = pCanvas.FitText(name, font, room);
         if (x > pLayout.left && row + 1 < pMostRows &&
@@ -151,8 +152,8 @@ int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostR
             ++row;
             x = pLayout.left;
         }
-        // On the last row every entry leaves room for the count of those that may follow.
-        const std::size_t after = wanted.size() - i - 1;
+        // In the last row each entry leaves room for the count of the following ones.
+        const std::size_t after = entries.size() - i - 1;
         const double reserve = row + 1 == pMostRows && after > 0
                                    ? between + pCanvas.TextWidth(MoreText(after), font)
                                    : 0.0;
@@ -164,7 +165,7 @@ int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostR
             add(MoreText(after + 1), LegendEntry::kNote);
             break;
         }
-        add(text, wanted[i].curve);
+        add(text, entries[i].curve);
         x += width + between;
     }
     return row + 1;
@@ -240,7 +241,7 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
 
     // The sides.
     double labelWidth = 0.0;
-    std::map<Unit, double> reach;  // of the values, which come before their differences
+    std::map<Unit, double> reach;  // greatest magnitudes; curves precede their differences
     for (Panel& panel : layout.panels) {
         const ValueRange range = RangeOfPanel(panel, pOptions, pCanvas.Width() * 2,
                                               panel.isDifference ? reach[panel.unit] : 0.0);
@@ -264,7 +265,7 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
     const double inset = metrics.mark * 2.0;
     double rightMargin = margin;
     for (int pass = 0; pass < 2; ++pass) {
-        // The last label may reach beyond its tick, which the second pass makes room for.
+        // The second pass leaves room for the right half of the last label.
         layout.right = width - rightMargin;
         const double perPixel = (high - low) / (layout.right - layout.left - 2.0 * inset);
         layout.timeTicks =
@@ -277,7 +278,7 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                                          layout.right - layout.left, true)
                        : std::string();
 
-    // Legends take at most two fifths of a panel's share.
+    // Legends have at most two fifths of the share of a panel.
     const double rowHeight = metrics.font * kLegendRow;
     double legendHeight = 0.0;
     for (Panel& panel : layout.panels) {

@@ -8,22 +8,22 @@
 #include <string>
 #include <vector>
 
-/// Sizes of text and marks, in pixels, that follow the size of the page.
+/// Sizes of text and marks in pixels, in proportion to the page.
 struct Metrics
 {
     double scale = 1.0;
     double font = 12.0;
     double titleFont = 15.0;
-    double gap = 6.0;  ///< between a text and what it stands beside
+    double gap = 6.0;  ///< between a text and other items
     double line = 1.6;
-    double mark = 3.2;  ///< radius of a key's mark
+    double mark = 3.2;  ///< radius of the mark of a key
 
     static Metrics For(int pWidth, int pHeight);
 };
 
 struct LegendEntry
 {
-    /// Values of curve that are no index into the panel's curves.
+    /// Values of curve that are not an index of a curve of the panel.
     static constexpr int kNote = -1;  ///< a text without a sample
     static constexpr int kFirstClip = -2;
     static constexpr int kSecondClip = -3;
@@ -34,40 +34,40 @@ struct LegendEntry
     double y = 0.0;  ///< baseline
 };
 
-/// The curves of one unit, or their differences, with the rectangle they are drawn in.
+/// The curves of one unit, or their differences, and their rectangle.
 struct Panel
 {
     Unit unit = Unit::factor;
     bool isDifference = false;
     std::vector<const PictureCurve*> curves;
     DeviceScale scale;
-    double top = 0.0;     ///< of the rectangle; the scale keeps a margin inside
-    double bottom = 0.0;  ///< likewise
+    double top = 0.0;     ///< of the rectangle; the scale has a margin inside
+    double bottom = 0.0;  ///< the same
     Ticks ticks;
     std::vector<LegendEntry> legend;
 };
 
-/// Where everything stands on a page.
+/// The positions of all items on a page.
 struct Layout
 {
     Metrics metrics;
-    double left = 0.0;  ///< of every panel's rectangle
+    double left = 0.0;  ///< of the rectangles of all panels
     double right = 0.0;
     std::vector<Panel> panels;
     Ticks timeTicks;          ///< in seconds or frames
     double unitsASecond = 1;  ///< of the time axis
-    std::string title;        ///< empty where there is no room for one
+    std::string title;        ///< empty without room for one
     double titleBaseline = 0.0;
     bool axisTitles = true;
     double timeTitleBaseline = 0.0;
     double valueTitleBaseline = 0.0;
 };
 
-/// Width of the sample of line and mark in front of a legend entry's text.
+/// Width of the sample of line and mark of a legend entry.
 double LegendSampleWidth(const Metrics& pMetrics);
 
 Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                   const PictureOptions& pOptions);
 
-/// Position of a tick of the time axis.
+/// The x coordinate of a tick of the time axis.
 double TimeTickX(const Layout& pLayout, const PictureOptions& pOptions, double pTick);

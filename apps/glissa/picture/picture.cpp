@@ -20,12 +20,12 @@ constexpr Colour kZeroLine{0.68, 0.68, 0.68};
 constexpr Colour kBorder{0.78, 0.78, 0.78};
 constexpr Colour kWhite{1.0, 1.0, 1.0};
 
-// How long a line has to be, beside the sides of its panel, to look like an area.
+// Length of a line that looks like an area, relative to width plus height of its panel.
 constexpr double kAreaLength = 40.0;
 constexpr double kAreaAlpha = 0.5;
 
-// A line one pixel wide is sharp when it runs through the middle of pixels.
-double Sharp(double pPosition)
+// The middle of a pixel, where a line of one pixel is sharp.
+double PixelCentre(double pPosition)
 {
     return std::floor(pPosition) + 0.5;
 }
@@ -64,20 +64,20 @@ void DrawGrid(Canvas& pCanvas, const Layout& pLayout, const Panel& pPanel,
     const Metrics& metrics = pLayout.metrics;
     const double hairline = std::max(1.0, 0.8 * metrics.scale);
     for (const double tick : pLayout.timeTicks.at) {
-        const double x = Sharp(TimeTickX(pLayout, pOptions, tick));
+        const double x = PixelCentre(TimeTickX(pLayout, pOptions, tick));
         pCanvas.Line({{x, pPanel.top}, {x, pPanel.bottom}}, hairline, kGrid);
     }
     for (const double tick : pPanel.ticks.at) {
         const double y = pPanel.scale.Y(tick);
-        pCanvas.Line({{pLayout.left, Sharp(y)}, {pLayout.right, Sharp(y)}}, hairline,
+        pCanvas.Line({{pLayout.left, PixelCentre(y)}, {pLayout.right, PixelCentre(y)}}, hairline,
                      tick == 0.0 ? kZeroLine : kGrid);
         pCanvas.Text(pLayout.left - metrics.gap, y + metrics.font * 0.36,
                      TickLabel(pPanel.ticks, tick), metrics.font, kLabelInk, Align::end);
     }
-    const double left = Sharp(pLayout.left);
-    const double right = Sharp(pLayout.right);
-    const double top = Sharp(pPanel.top);
-    const double bottom = Sharp(pPanel.bottom);
+    const double left = PixelCentre(pLayout.left);
+    const double right = PixelCentre(pLayout.right);
+    const double top = PixelCentre(pPanel.top);
+    const double bottom = PixelCentre(pPanel.bottom);
     pCanvas.Line({{left, top}, {right, top}, {right, bottom}, {left, bottom}, {left, top}},
                  hairline, kBorder);
     if (pLayout.axisTitles) {
@@ -106,17 +106,16 @@ void DrawTrace(Canvas& pCanvas, const PictureCurve& pCurve, const DeviceScale& p
     }
     const double width = pScale.X(pTo) - pScale.X(pFrom);
     for (const auto& strip : TraceCurve(pCurve.value, pCurve.breaks, pFrom, pTo, pScale)) {
-        // A line that fills an area lets what lies below show through, and dashes, of which it
-        // would take thousands, make no difference.
-        const bool area = Length(strip) > kAreaLength * (width + pScale.bottom - pScale.top);
+        // A line that fills an area is translucent, and solid, as it would have thousands of
+        // dashes.
+        const bool isArea = Length(strip) > kAreaLength * (width + pScale.bottom - pScale.top);
         Colour colour = pColour;
-        colour.alpha = area ? kAreaAlpha : 1.0;
-        pCanvas.Line(strip, pLineWidth, colour, area ? std::vector<double>() : pDashes);
+        colour.alpha = isArea ? kAreaAlpha : 1.0;
+        pCanvas.Line(strip, pLineWidth, colour, isArea ? std::vector<double>() : pDashes);
     }
 }
 
-// Lines, the extrapolated parts first so that the keyed part lies above them. True when there was
-// an extrapolated part.
+// Draws the extrapolated parts first, below the keyed part. Returns whether there were any.
 bool DrawCurve(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pStyle,
                const Panel& pPanel, const Metrics& pMetrics, const PictureOptions& pOptions)
 {
@@ -147,7 +146,7 @@ void DrawHandle(Canvas& pCanvas, const DevicePoint& pKey, const Handle& pHandle,
     pCanvas.Circle(end, pMetrics.mark * 0.55, kWhite, pStyle.colour, pMetrics.scale);
 }
 
-// Which keys of a curve got their mark.
+// Which keys of a curve have marks.
 enum class Marks : int
 {
     all,
@@ -169,23 +168,23 @@ Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
             points.push_back({pPanel.scale.X(key.time), y});
         }
     }
-    // More keys than pixels: marks would show nothing, unless their shapes tell curves apart.
+    // With more keys than pixels marks are useful only if their shapes differ between curves.
     const double width = pPanel.scale.right - pPanel.scale.left;
     if (static_cast<double>(keys.size()) > width && !pShapesDiffer) {
         return Marks::none;
     }
-    // Marks just apart would hide the line under a string of beads: once any have to go, the rest
-    // keep a wider distance.
+    // Marks that almost touch would hide the line, so once some are left out, the others are
+    // farther apart.
     const double apart = pMetrics.mark * 2.0 + pMetrics.scale;
     std::vector<std::size_t> kept = ThinPoints(points, apart);
-    const bool thinned = kept.size() < points.size();
-    // A part runs along its whole for long, and would string the beads on it. Where clips are
-    // compared, marks are there to show which keys are left, so few of many would mislead.
-    const bool compared = !pOptions.firstClip.empty();
-    if (thinned && (pCurve.part > 0 || (compared && kept.size() * 2 < points.size()))) {
+    const bool isThinned = kept.size() < points.size();
+    // The line of a part is often the same as that of its whole, whose marks would hide it. In a
+    // comparison marks show which keys are left, so a selection of them would be misleading.
+    const bool isComparison = !pOptions.firstClip.empty();
+    if (isThinned && (pCurve.part > 0 || (isComparison && kept.size() * 2 < points.size()))) {
         return Marks::none;
     }
-    if (thinned && !compared) {
+    if (isThinned && !isComparison) {
         kept = ThinPoints(points, apart * 4.0);
     }
     if (pOptions.tangents) {
@@ -197,7 +196,7 @@ Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
     for (const std::size_t index : kept) {
         DrawMark(pCanvas, points[index], pStyle, pMetrics);
     }
-    return thinned ? Marks::some : Marks::all;
+    return isThinned ? Marks::some : Marks::all;
 }
 
 bool HasMarks(const PictureCurve& pCurve)
@@ -231,7 +230,7 @@ void DrawLegend(Canvas& pCanvas, const Panel& pPanel, const std::vector<CurveSty
     }
 }
 
-// Labels and title of the time axis, and the notes on how to read the picture beside it.
+// Labels and title of the time axis, and notes at its right.
 void DrawTimeAxis(Canvas& pCanvas, const Layout& pLayout, const PictureOptions& pOptions,
                   std::vector<std::string> pNotes)
 {
@@ -249,7 +248,7 @@ void DrawTimeAxis(Canvas& pCanvas, const Layout& pLayout, const PictureOptions& 
     const double titleWidth = pCanvas.TextWidth(title, metrics.font);
     const double room = pLayout.right - pLayout.left - titleWidth - metrics.gap * 2.0;
     std::string notes;
-    // The last note goes first where there is no room for all.
+    // Without room for all notes the last ones are left out.
     for (; !pNotes.empty(); pNotes.pop_back()) {
         notes = fmt::format("{}", fmt::join(pNotes, ", "));
         if (pCanvas.TextWidth(notes, noteFont) <= room) {
@@ -260,9 +259,9 @@ void DrawTimeAxis(Canvas& pCanvas, const Layout& pLayout, const PictureOptions& 
     // A long note moves the title from the middle to the left end.
     const double middle = (pLayout.left + pLayout.right) / 2;
     const double noteLeft = pLayout.right - pCanvas.TextWidth(notes, noteFont);
-    const bool centred = middle + titleWidth / 2 + metrics.gap * 2.0 <= noteLeft;
-    pCanvas.Text(centred ? middle : pLayout.left, pLayout.timeTitleBaseline, title, metrics.font,
-                 kInk, centred ? Align::centre : Align::start);
+    const bool isCentred = middle + titleWidth / 2 + metrics.gap * 2.0 <= noteLeft;
+    pCanvas.Text(isCentred ? middle : pLayout.left, pLayout.timeTitleBaseline, title, metrics.font,
+                 kInk, isCentred ? Align::centre : Align::start);
     pCanvas.Text(pLayout.right, pLayout.timeTitleBaseline, notes, noteFont, kLabelInk, Align::end);
 }
 }  // namespace
@@ -284,8 +283,8 @@ std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, dou
 {
     std::vector<std::size_t> kept;
     for (std::size_t i = 0; i < pPoints.size(); ++i) {
-        // Kept points run from left to right: only those within the distance on x can be too near.
-        const bool far = [&] {
+        // Points are in order of x, so only the last kept ones can be too near.
+        const bool isFar = [&] {
             for (auto at = kept.rbegin(); at != kept.rend(); ++at) {
                 const double dx = pPoints[i].x - pPoints[*at].x;
                 if (dx >= pDistance) {
@@ -297,7 +296,7 @@ std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, dou
             }
             return true;
         }();
-        if (far) {
+        if (isFar) {
             kept.push_back(i);
         }
     }
@@ -347,7 +346,7 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
     }
     std::vector<std::string> notes;
     if (extrapolated) {
-        notes.emplace_back("dashed: beyond the keys");
+        notes.emplace_back("dashed: extrapolated");
     }
     if (!allMarks) {
         notes.emplace_back(anyMarks ? "not every key is marked" : "keys too close to be marked");

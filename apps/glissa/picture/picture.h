@@ -9,18 +9,18 @@
 #include <string>
 #include <vector>
 
-/// What the values of a curve are counted in. Each has a panel of its own in a picture.
+/// The unit of the values of a curve. Each unit has its own panel in a picture.
 enum class Unit : int
 {
     degrees,
     sceneUnits,
-    factor  ///< scale, and what has no unit
+    factor  ///< scaling, and values without a unit
 };
 
 /// "degrees", "scene units" or "factor".
 const char* UnitName(Unit pUnit);
 
-/// One side of a tangent: the point that its handle line ends at.
+/// One side of a tangent: the end of its handle.
 struct Handle
 {
     bool shown = false;
@@ -41,21 +41,21 @@ struct PictureCurve
     std::string name;
     Unit unit = Unit::factor;
     Sampler value;
-    std::vector<KTime> breaks;     ///< as TraceCurve takes them, between from and to of the picture
-    std::vector<PictureKey> keys;  ///< in order of time; those outside the picture are not needed
+    std::vector<KTime> breaks;     ///< for TraceCurve, within the span of the picture
+    std::vector<PictureKey> keys;  ///< ascending; keys outside the picture are not needed
     bool hasKeys = false;
-    KTime first;          ///< of all keys: drawn solid from here
-    KTime last;           ///< to here
-    bool strong = false;  ///< a thicker line without marks in the legend: others are parts of it
-    /// From 1 on: which part of another curve this one is. It is thin, in the colour of that curve
-    /// and the pattern of its number.
+    KTime first;          ///< time of the first key: the line is solid from here
+    KTime last;           ///< time of the last key: to here
+    bool strong = false;  ///< a thick line without marks, for a curve that has parts
+    /// From 1: the number of this part of another curve. It is drawn thin, in the colour of that
+    /// curve and with the pattern of its number.
     int part = 0;
     std::string whole;             ///< name of the curve that this one is a part of
-    std::optional<Colour> colour;  ///< its own; without one the picture chooses
-    /// What one curve has more than another. Differences of a unit have a panel of their own, below
-    /// that of the unit.
+    std::optional<Colour> colour;  ///< its display colour; the picture chooses one if it has none
+    /// Whether this is the difference of two curves. Differences of a unit have their own panel,
+    /// below the panel of the unit.
     bool isDifference = false;
-    std::string label;  ///< in the legend; empty for the name
+    std::string label;  ///< in the legend; the name if empty
 };
 
 struct PictureOptions
@@ -63,28 +63,28 @@ struct PictureOptions
     std::string title;
     KTime from;
     KTime to;                  ///< after from
-    double framesASecond = 0;  ///< above 0 the time axis counts frames, otherwise seconds
+    double framesASecond = 0;  ///< if greater than 0 the time axis is in frames, else in seconds
     bool tangents = false;
-    /// Names of two clips that are compared, or empty: the first parts are curves of the first
-    /// clip, their wholes those of the second one.
+    /// Names of two clips that are compared, or empty. Curves of the first clip are then parts 1 of
+    /// those of the second clip.
     std::string firstClip;
     std::string secondClip;
 };
 
-/// Most curves of one unit in a picture: seven colours by four shapes of mark.
+/// Greatest number of curves of one unit in a picture: seven colours times four shapes of marks.
 constexpr int kMostCurvesAPanel = 28;
-/// Smallest page, in pixels, that has room for the axes.
+/// Smallest page in pixels with room for the axes.
 constexpr int kLeastPictureWidth = 160;
 constexpr int kLeastPictureHeight = 120;
-/// Largest side of a page. A square of it takes 256 MiB as an image.
+/// Greatest side of a page. A square of this size is 256 MiB as an image.
 constexpr int kMostPictureSide = 8192;
 
-/// Draws the curves over time, a panel for each unit that occurs, on one time axis.
+/// Draws the curves over time, with a panel for each unit and a common time axis.
 ///
-/// Times before the first and after the last key of a curve are extrapolated, and drawn lighter
-/// and dashed. Marks of keys that would touch each other are left out, and a note says so.
+/// Extrapolated parts of a curve are lighter and dashed. Marks of keys that would touch each other
+/// are left out, with a note.
 void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                  const PictureOptions& pOptions);
 
-/// Indices of the points that keep at least pDistance from each other, taken in order.
+/// Indexes of points with at least pDistance between them, chosen in order.
 std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance);

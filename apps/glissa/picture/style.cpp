@@ -10,7 +10,7 @@
 
 namespace
 {
-// Okabe and Ito 2008, "Color Universal Design", without the yellow, which white paper swallows.
+// Okabe and Ito 2008, "Color Universal Design", without yellow, which is too light on white.
 constexpr std::array<Colour, 7> kPalette{{
     {0.000, 0.447, 0.698},  // blue
     {0.835, 0.369, 0.000},  // vermilion
@@ -24,11 +24,11 @@ constexpr int kBlue = 0;
 constexpr int kVermilion = 1;
 constexpr int kGreen = 2;
 
-// Relative luminance (WCAG 2) of the palest line that is easy to see on white, that of the orange.
+// Greatest relative luminance (WCAG 2) of a line that is easy to see on white, that of the orange.
 constexpr double kGreatestLuminance = 0.45;
 
 // Strokes and gaps of parts after the first, in line widths: dots, dashes and dots, long dashes,
-// dashes with two dots. None is the pattern of what lies beyond the keys.
+// dashes with two dots. All differ from the pattern of extrapolated parts.
 const std::array<std::vector<double>, 4> kPatterns{{
     {1.4, 1.8},
     {5.0, 1.8, 1.4, 1.8},
@@ -52,8 +52,7 @@ bool IsSame(const Colour& pLeft, const Colour& pRight)
     return pLeft.red == pRight.red && pLeft.green == pRight.green && pLeft.blue == pRight.blue;
 }
 
-// The first part, what a whole starts from, is pale and full; those that come onto it are
-// patterned.
+// The first part is pale and solid, further parts have patterns.
 CurveStyle StyleOf(const PictureCurve& pCurve, const Colour& pColour, int pShape,
                    const Metrics& pMetrics)
 {
@@ -67,7 +66,7 @@ CurveStyle StyleOf(const PictureCurve& pCurve, const Colour& pColour, int pShape
     if (pCurve.part == 1) {
         style.colour = Lighter(style.colour);
     }
-    // A difference has no marks that could tell it from another one of its colour.
+    // Differences of one colour have patterns, as they have no marks.
     const int pattern = pCurve.isDifference ? pShape : pCurve.part - 1;
     if (pattern > 0) {
         style.dashes = kPatterns[static_cast<std::size_t>(pattern - 1) % kPatterns.size()];
@@ -105,8 +104,8 @@ std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves)
     std::array<bool, 3> used{};
     for (const PictureCurve* curve : wholes) {
         const std::string& name = curve->name;
-        const bool axis = name.size() >= 2 && name[name.size() - 2] == '/';
-        const int index = axis ? name.back() - 'X' : -1;
+        const bool hasAxis = name.size() >= 2 && name[name.size() - 2] == '/';
+        const int index = hasAxis ? name.back() - 'X' : -1;
         if (index < 0 || index > 2 || used[static_cast<std::size_t>(index)]) {
             colours.clear();
             break;
@@ -124,9 +123,9 @@ std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves)
             std::find_if(wholes.begin(), wholes.end(), [curve](const PictureCurve* pWhole) {
                 return pWhole->name == curve->whole;
             });
-        const bool known = curve->part > 0 && whole != wholes.end();
+        const bool hasWhole = curve->part > 0 && whole != wholes.end();
         all.push_back(curve->part == 0 ? colours[next++]
-                      : known          ? colours[static_cast<std::size_t>(whole - wholes.begin())]
+                      : hasWhole       ? colours[static_cast<std::size_t>(whole - wholes.begin())]
                                        : 0);
     }
     return all;

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-/// How the line and the marks of a curve are drawn.
+/// Style of the line and the marks of a curve.
 struct CurveStyle
 {
     Colour colour;
@@ -16,18 +16,18 @@ struct CurveStyle
     std::vector<double> dashes;
 };
 
-/// The colour of what is drawn beyond the keys, or below another line.
+/// The colour of extrapolated parts and of lines below others.
 Colour Lighter(const Colour& pColour);
 
-/// The colour, darkened as far as white paper needs it. Channels outside 0 to 1 are clamped.
+/// The colour, darkened if it is too light on white. Channels are clamped to 0 to 1.
 Colour OnWhite(const Colour& pColour);
 
-/// The colour of each curve of a panel, as an index into the palette: curves whose names end in /X,
-/// /Y and /Z take red, green and blue, as far as no two take the same; otherwise all follow the
-/// order of the palette. A part has the colour of its whole.
+/// The colour of each curve of a panel, as an index of the palette. If all names end in different
+/// axes, /X, /Y and /Z, these are red, green and blue; otherwise the colours are in the order of
+/// the palette. A part has the colour of its whole.
 std::vector<int> ChooseColours(const std::vector<const PictureCurve*>& pCurves);
 
-/// The style of each curve of a panel: its own colour where it has one, else that of
-/// ChooseColours. Curves of one colour differ in the shape of their marks, four in a row.
+/// The style of each curve of a panel, with its display colour or the one of ChooseColours. Up to
+/// four curves of one colour have different marks.
 std::vector<CurveStyle> ChooseStyles(const std::vector<const PictureCurve*>& pCurves,
                                      const Metrics& pMetrics);

@@ -10,7 +10,7 @@
 
 namespace
 {
-// Beyond these a plain label would be wider than what it tells.
+// Labels beyond these limits have an exponent.
 constexpr int kMostDecimals = 6;
 constexpr double kGreatestPlain = 1e7;
 
@@ -19,8 +19,8 @@ double PowerOfTen(int pExponent)
     return std::pow(10.0, pExponent);
 }
 
-// A mark as one division or product of two exact numbers where it can be, so that 3 * 0.1 is 0.3.
-double MarkAt(double pIndex, int pMantissa, int pExponent)
+// A tick as one product or quotient of two exact numbers if possible, so that 3 * 0.1 is 0.3.
+double TickAt(double pIndex, int pMantissa, int pExponent)
 {
     return pExponent < 0 ? pIndex * pMantissa / PowerOfTen(-pExponent)
                          : pIndex * pMantissa * PowerOfTen(pExponent);
@@ -37,16 +37,16 @@ Ticks ChooseTicks(double pLow, double pHigh, int pMost, double pLeastStep)
         return ticks;
     }
 
-    // The finest step that can do is range / pMost; three tries lie between a power of ten and the
-    // next, and one more makes up for the rounding of the logarithm.
+    // The step is at least range / pMost. The search starts a power of ten lower, as the logarithm
+    // is rounded.
     int exponent = static_cast<int>(std::floor(std::log10(range / pMost))) - 1;
     for (;; ++exponent) {
         for (const int mantissa : {1, 2, 5}) {
-            const double step = MarkAt(1.0, mantissa, exponent);
+            const double step = TickAt(1.0, mantissa, exponent);
             if (step < pLeastStep) {
                 continue;
             }
-            // A mark that only a rounding moved out of the range still counts.
+            // Includes ticks that are outside the range only by a rounding.
             const double slack = 1e-9;
             const double first = std::ceil(pLow / step - slack);
             const double last = std::floor(pHigh / step + slack);
@@ -56,7 +56,7 @@ Ticks ChooseTicks(double pLow, double pHigh, int pMost, double pLeastStep)
             ticks.step = step;
             ticks.exponent = exponent;
             for (double index = first; index <= last; index += 1.0) {
-                ticks.at.push_back(MarkAt(index, mantissa, exponent) + 0.0);
+                ticks.at.push_back(TickAt(index, mantissa, exponent) + 0.0);
             }
             return ticks;
         }
@@ -76,7 +76,7 @@ std::string TickLabel(const Ticks& pTicks, double pValue)
     if (reach < kGreatestPlain && decimals <= kMostDecimals) {
         text = fmt::format("{:.{}f}", pValue, decimals);
     } else {
-        // Digits from the first one of the greatest mark to the one of the step.
+        // Digits from the first one of the greatest tick to that of the step.
         const int first = static_cast<int>(std::floor(std::log10(reach) + 1e-9));
         text = fmt::format("{:.{}e}", pValue, std::clamp(first - pTicks.exponent, 0, 15));
     }

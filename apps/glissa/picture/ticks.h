@@ -5,21 +5,20 @@
 #include <string>
 #include <vector>
 
-/// The marks of one axis: multiples of 1, 2 or 5 times a power of ten.
+/// The ticks of an axis: multiples of 1, 2 or 5 times a power of ten.
 struct Ticks
 {
-    double step = 0.0;       ///< distance of two marks; 0 when the range holds none
+    double step = 0.0;       ///< distance of two ticks; 0 without ticks
     int exponent = 0;        ///< of the power of ten in the step
-    std::vector<double> at;  ///< the marks inside the range, ascending
+    std::vector<double> at;  ///< the ticks in the range, ascending
 };
 
-/// The finest such marks of which at most pMost lie in [pLow, pHigh].
+/// The finest ticks of which at most pMost are in [pLow, pHigh].
 ///
-/// pLeastStep  no finer step is taken; 1 on an axis that counts whole frames, 0 for no limit.
-/// A range that is empty, not finite, or too narrow beside its distance from 0 for a double to
-/// tell two marks apart gives no marks.
+/// pLeastStep  the least step; 1 for whole frames, 0 without a limit.
+/// There are no ticks for a range that is empty, not finite, or too narrow for different doubles.
 Ticks ChooseTicks(double pLow, double pHigh, int pMost, double pLeastStep = 0.0);
 
-/// The label of a mark, with a true minus sign, and never a minus zero. Marks whose plain form
-/// would be long are written with an exponent.
+/// The label of a tick, with a typographic minus sign, but not for zero. Long numbers have an
+/// exponent.
 std::string TickLabel(const Ticks& pTicks, double pValue);

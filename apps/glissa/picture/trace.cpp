@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// From a curve to line strips: the span is cut at the breaks, each piece is refined by halving, and
-// the points pass through a filter that keeps at most four of them in a column.
+// The span is divided at the breaks, each piece is refined by halving, and at most four points are
+// kept in a column.
 
 #include "apps/glissa/picture/trace.h"
 
@@ -14,11 +14,11 @@ namespace
 {
 constexpr double kTolerance = 0.25;    // pixels, see the header
 constexpr double kColumnWidth = 0.25;  // pixels
-// Halvings, in all and within a column. They end the refinement of a curve that is not smooth; a
-// cubic in a column as high as the largest page needs no more.
+// Limits of the number of halvings, in all and within a column, for curves that are not smooth.
+// They are sufficient for a cubic in a column of the height of the largest page.
 constexpr int kDeepest = 40;
 constexpr int kDeepestInColumn = 7;
-// Coordinates of the drawing library are fixed point numbers of 24 bits before the point.
+// The drawing library has fixed point coordinates with 24 bits before the point.
 constexpr double kFarthest = 1e6;
 
 struct Sample
@@ -100,17 +100,16 @@ private:
     std::int64_t mCount = 0;
 };
 
-// Whether a curve that passes a point this part of the way from one sample to another is near the
-// straight line there. Measured upright and not across: where many keys share a pixel, a curve
-// that overshoots them is still next to the line, only further up.
+// Whether a point of the curve, at pPart of the time between two samples, is near their chord. The
+// vertical distance is used: with many keys in a pixel, an overshoot has a small horizontal one.
 bool IsNearChord(const DevicePoint& pPoint, const DevicePoint& pStart, const DevicePoint& pEnd,
                  double pPart)
 {
     return std::fabs(pPoint.y - (pStart.y + (pEnd.y - pStart.y) * pPart)) <= kTolerance;
 }
 
-// A time a part of the way from one to a later one; the difference of two times may exceed what a
-// signed integer holds, and is formed without a sign.
+// The time at a fraction of the span of two times. The difference of two times may exceed a signed
+// integer, so it is unsigned.
 KTime Between(KTime pFrom, KTime pTo, std::uint64_t pNumerator, std::uint64_t pDenominator)
 {
     const std::uint64_t gap =
@@ -127,10 +126,10 @@ public:
 
     void AddPoint(KTime pTime) { mWriter.Add(At(pTime).point); }
 
-    // Everything after pFrom up to and with pTo.
+    // Adds the curve after pFrom, up to and including pTo.
     void AddPiece(KTime pFrom, KTime pTo)
     {
-        // A jump may lie right on either side of a break.
+        // There may be a jump on either side of a break.
         const KTime inner(1);
         if (pTo - pFrom <= inner + inner) {
             AddPoint(pTo);
@@ -154,10 +153,10 @@ private:
                 {mScale.X(pTime), std::isfinite(y) ? std::clamp(y, -kFarthest, kFarthest) : y}};
     }
 
-    // The points strictly between two samples. pNarrow counts the halvings within a column.
+    // Adds the points between two samples. pNarrow is the number of halvings within a column.
     void Refine(const Sample& pStart, const Sample& pEnd, int pDepth, int pNarrow)
     {
-        const bool narrow = pEnd.point.x - pStart.point.x < kColumnWidth;
+        const bool isNarrow = pEnd.point.x - pStart.point.x < kColumnWidth;
         if (pDepth >= kDeepest || pNarrow > kDeepestInColumn ||
             pEnd.time - pStart.time < KTime(3)) {
             return;
@@ -168,16 +167,16 @@ private:
             IsNearChord(second.point, pStart.point, pEnd.point, 2.0 / 3.0)) {
             return;
         }
-        // A gap is narrowed down from its sides, not searched for values.
-        const bool gap = !std::isfinite(first.point.y) && !std::isfinite(second.point.y) &&
-                         !std::isfinite(pStart.point.y) && !std::isfinite(pEnd.point.y);
-        if (gap) {
+        // Between values that are not finite no others are searched.
+        const bool isGap = !std::isfinite(first.point.y) && !std::isfinite(second.point.y) &&
+                           !std::isfinite(pStart.point.y) && !std::isfinite(pEnd.point.y);
+        if (isGap) {
             return;
         }
         const Sample middle = At(Between(pStart.time, pEnd.time, 1, 2));
-        Refine(pStart, middle, pDepth + 1, pNarrow + narrow);
+        Refine(pStart, middle, pDepth + 1, pNarrow + isNarrow);
         mWriter.Add(middle.point);
-        Refine(middle, pEnd, pDepth + 1, pNarrow + narrow);
+        Refine(middle, pEnd, pDepth + 1, pNarrow + isNarrow);
     }
 
     const Sampler& mCurve;
@@ -189,8 +188,8 @@ private:
 double DeviceScale::X(KTime pTime) const
 {
     const double span = static_cast<double>(to.Get()) - static_cast<double>(from.Get());
-    const double way = static_cast<double>((pTime - from).Get()) / span;
-    return left + (right - left) * way;
+    const double part = static_cast<double>((pTime - from).Get()) / span;
+    return left + (right - left) * part;
 }
 
 double DeviceScale::Y(double pValue) const
@@ -211,7 +210,7 @@ void ValueRange::Add(double pValue)
 void AddCurveRange(ValueRange& pRange, const Sampler& pCurve, const std::vector<KTime>& pBreaks,
                    KTime pFrom, KTime pTo, int pSteps)
 {
-    // Fifths, because a segment may overshoot its keys.
+    // Also at fifths, because a segment may overshoot its keys.
     constexpr std::uint64_t kParts = 5;
     for (auto at = std::lower_bound(pBreaks.begin(), pBreaks.end(), pFrom);
          at != pBreaks.end() && *at <= pTo; ++at) {

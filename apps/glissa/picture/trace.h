@@ -16,15 +16,15 @@ struct DevicePoint
     double y = 0.0;
 };
 
-/// How times and values fall on the device: two straight scales. y grows downward.
+/// Linear scales from times and values to device coordinates. y increases downward.
 struct DeviceScale
 {
-    KTime from;  ///< falls on left
-    KTime to;    ///< falls on right; after from
+    KTime from;  ///< at left
+    KTime to;    ///< at right; after from
     double left = 0.0;
     double right = 1.0;
-    double low = 0.0;   ///< falls on bottom
-    double high = 1.0;  ///< falls on top; above low
+    double low = 0.0;   ///< at bottom
+    double high = 1.0;  ///< at top; greater than low
     double bottom = 1.0;
     double top = 0.0;
 
@@ -42,24 +42,23 @@ struct ValueRange
     void Add(double pValue);
 };
 
-/// Adds to pRange the values of a curve between two times, from the breaks (both sides of each) and
-/// pSteps evenly spread times.
+/// Adds to pRange the values of a curve between two times, at both sides of the breaks and at
+/// pSteps evenly spaced times.
 void AddCurveRange(ValueRange& pRange, const Sampler& pCurve, const std::vector<KTime>& pBreaks,
                    KTime pFrom, KTime pTo, int pSteps);
 
-/// A curve between two times as line strips in device pixels, no point of the curve further than
-/// half a pixel from them.
+/// A curve between two times as line strips in device pixels. The distance of the curve to the
+/// strips is at most half a pixel.
 ///
-/// pBreaks  ascending: times at which the curve may bend or jump (keys, ends of repetitions). The
-///          curve is taken to be smooth between two neighbours.
+/// pBreaks  ascending times at which the curve may have a corner or a jump (keys, ends of
+///          repetitions). It is smooth between two of them.
 /// A strip ends where the value is not finite.
 ///
-/// Between breaks the curve is halved until it keeps within a quarter of a pixel of the chord,
-/// upright, at one third and two thirds of the way. Two points and not the middle alone: an
-/// ease-in-ease-out segment crosses the middle of its chord exactly. A cubic that vanishes at both
-/// ends and is at most e at 1/3 and 2/3 is nowhere above 1.3 e (its third root is linear in
-/// between), which leaves the bound with room. In a column of a quarter of a pixel the first, the
-/// least, the greatest and the last point stand for all of them.
+/// Between breaks the curve is halved until its vertical distance to the chord at one third and two
+/// thirds is at most a quarter of a pixel. One point in the middle is not enough, as an ease-in
+/// ease-out segment meets its chord there. A cubic that is 0 at both ends and at most e at 1/3 and
+/// 2/3 is nowhere greater than 1.3 e. In a column of a quarter of a pixel only the first, least,
+/// greatest and last point are kept.
 std::vector<std::vector<DevicePoint>> TraceCurve(const Sampler& pCurve,
                                                  const std::vector<KTime>& pBreaks, KTime pFrom,
                                                  KTime pTo, const DeviceScale& pScale);
