@@ -43,7 +43,7 @@ int main()
         take->KeyAppendFast(Seconds(frame / 30.0), std::sin(static_cast<float>(frame) / 5.0f));
     }
     // [snippet replace]
-    // The take from 0 s to 0.5 s in place of what stands from 1 s to 1.5 s.
+    // The take from 0 s to 0.5 s replaces the keys from 1 s to 1.5 s.
     curve->Replace(take, Seconds(0.0), Seconds(0.5), true, true, Seconds(1.0));
     // [end]
     std::printf("%d keys, at 1.2 s %.4f\n", curve->KeyGetCount(),
