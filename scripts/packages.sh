@@ -2,12 +2,12 @@
 # SPDX-License-Identifier: MIT
 # Sourced by the scripts that build: installs Debian packages and prepares build folders.
 
-# Installs those of the named packages that are missing; as root, or through sudo. Where that is not
-# possible it says so and goes on with what the machine has.
+# Installs the named packages that are missing, as root or with sudo. If that is not possible, prints a
+# message and continues.
 need_packages() {
     local package missing=() as_root=()
     if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
-        echo "packages: no apt-get here; going on with what is installed"
+        echo "packages: there is no apt-get; nothing is installed"
         return
     fi
     for package in "$@"; do
@@ -22,7 +22,7 @@ need_packages() {
     echo "packages: missing ${missing[*]}"
     if [[ $(id -u) != 0 ]]; then
         if ! command -v sudo >/dev/null; then
-            echo "packages: neither root nor sudo; going on with what is installed"
+            echo "packages: neither root nor sudo; nothing is installed"
             return
         fi
         as_root=(sudo)
@@ -33,13 +33,13 @@ need_packages() {
     echo "packages: installed ${missing[*]}"
 }
 
-# What every build of the project needs.
+# The packages for all builds of the project.
 build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libfmt-dev libcairo2-dev
     nlohmann-json3-dev)
 # What the tests need besides.
 test_packages=(libgtest-dev libmpfr-dev)
 
-# Configures a preset in build/<preset>. A folder that a checkout elsewhere has left is made anew.
+# Configures a preset in build/<preset>. A folder of another checkout is deleted first.
 configure_preset() {
     local preset=$1 cache=build/$1/CMakeCache.txt
     shift
