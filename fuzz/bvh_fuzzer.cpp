@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Any bytes are either a clip that keeps the promises of io/clip.h, or an error with a reason. What
-// a clip takes of the memory stays within a multiple of the input.
+// Any input is a clip that meets the rules of io/clip.h, or an error with a reason. The memory of a
+// clip is at most a multiple of the size of the input.
 
 #include "fuzz/clip_checks.h"
 #include "io/bvh_reader.h"

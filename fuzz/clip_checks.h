@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-/// Unlike an assertion, this also ends a release build.
+/// An assertion, also in release builds.
 inline void Require(bool pTrue, int pLine = __builtin_LINE())
 {
     if (!pTrue) {
@@ -30,7 +30,7 @@ inline std::size_t MemoryOf(const Clip& pClip)
     return bytes;
 }
 
-/// What io/clip.h promises of joints, channels and the frame period.
+/// Checks the rules of io/clip.h for joints, channels and the frame period.
 inline void CheckClip(const Clip& pClip)
 {
     std::set<std::string> addresses;

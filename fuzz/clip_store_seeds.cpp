@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Writes the seeds of clip_store_fuzzer into a folder: bodies of clip files, which the fuzzer
-// closes itself.
+// Writes the seeds of clip_store_fuzzer to a folder: bodies of clip files, to which the fuzzer adds
+// header and checksum.
 
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"

@@ -1,10 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reads curves from mutated documents. The input is a script of fields and values, so that each
-// mutation makes another document and none is lost to a checksum. Whatever is in it, a curve that
-// was read is sound, takes memory within a multiple of the document, evaluates, and stores into a
-// document that reads back as the same times and values.
+// Reads curves from random documents. The input is a script of fields and values, so that mutations
+// are not rejected by a checksum. A curve that was read is valid, its memory is at most a multiple
+// of the document, it can be evaluated, and it is stored and read back with the same times and
+// values.
 
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
@@ -54,7 +54,8 @@ private:
     const std::uint8_t* mEnd;
 };
 
-// Values until the byte that ends a field: a letter stands for itself, others say what follows.
+// Writes values up to the byte that ends a field. A letter is written as it is, other bytes select
+// what follows.
 std::size_t WriteValues(Script& pScript, KTdf& pTdf)
 {
     constexpr std::uint8_t kEnd = 0;
@@ -112,43 +113,43 @@ std::size_t WriteExtrapolation(Script& pScript, KTdf& pTdf, const char* pName)
     return count;
 }
 
-// A bit set leaves a field out, but for the default value.
+// A bit that is set omits a field; the default value is always written.
 std::size_t WriteDocument(Script& pScript, KTdf& pTdf)
 {
-    const std::uint8_t left = pScript.Byte();
+    const std::uint8_t omitted = pScript.Byte();
     const int versions[] = {0, 3999, 4000, 4001, 4002, 4003, 4004, 4005, 4006, 4007};
     pTdf.FieldWriteBegin("Default");
     std::size_t count = WriteValues(pScript, pTdf);
     pTdf.FieldWriteEnd();
-    if ((left & 1) == 0) {
+    if ((omitted & 1) == 0) {
         pTdf.FieldWriteBegin("KeyVer");
         const std::uint8_t which = pScript.Byte();
         pTdf.FieldWriteI(which < 10 ? versions[which] : pScript.Take<std::int32_t>());
         pTdf.FieldWriteEnd();
     }
-    if ((left & 2) == 0) {
+    if ((omitted & 2) == 0) {
         pTdf.FieldWriteBegin("KeyCount");
         const std::uint8_t keys = pScript.Byte();
         pTdf.FieldWriteI(keys < 255 ? keys * 64 : pScript.Take<std::int32_t>());
         pTdf.FieldWriteEnd();
     }
-    if ((left & 4) == 0) {
+    if ((omitted & 4) == 0) {
         pTdf.FieldWriteBegin("Key");
         count += WriteValues(pScript, pTdf);
         pTdf.FieldWriteEnd();
     }
-    if ((left & 8) == 0) {
+    if ((omitted & 8) == 0) {
         count += WriteExtrapolation(pScript, pTdf, "Pre-Extrapolation");
     }
-    if ((left & 16) == 0) {
+    if ((omitted & 16) == 0) {
         count += WriteExtrapolation(pScript, pTdf, "Post-Extrapolation");
     }
-    if ((left & 32) == 0) {
+    if ((omitted & 32) == 0) {
         pTdf.FieldWriteBegin("Color");
         count += WriteValues(pScript, pTdf);
         pTdf.FieldWriteEnd();
     }
-    pTdf.SetCheckedReading((left & 64) == 0);
+    pTdf.SetCheckedReading((omitted & 64) == 0);
     return count;
 }
 
@@ -193,7 +194,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t pSi
         const CurveHandle curve(GlissaCreate());
         Require(curve->TdfRetrieve(&tdf, false, true));
         Require(!curve->TdfRetrieve(&tdf, false, true));
-        // A key a value at most, of 24 bytes and a part of a page table; one page more.
+        // At most one key per value, of 24 bytes and a part of a page table, and one more page.
         Require(GetRecordingMemory() - before <= 2048 + 32 * values);
         CheckSound(*curve);
         Evaluate(*curve);

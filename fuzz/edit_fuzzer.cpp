@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Any bytes are a script of edits of three curves. tests/support/edit_script.h says how each step
-// is checked.
+// The input is a script of edits of three curves. tests/support/edit_script.h describes the checks
+// of each step.
 
 #include "tests/support/edit_script.h"
 

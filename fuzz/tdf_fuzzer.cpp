@@ -1,10 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Loads any bytes into the field store: once as a file, which mostly ends at the checksum, and
-// once as the body of a file whose header and checksum fit. What loads is walked by the public
-// interface and written anew, value by value; as a document has exactly one encoding, the copy
-// must save to the very bytes that were loaded.
+// Loads the input into the field store, once as a file and once as the body of a file with a valid
+// header and checksum. A document that was loaded is read through the public interface and written
+// again, value by value. As a document has exactly one encoding, the copy must have the same bytes.
 
 #include "corvekit/store/crc32c.h"
 #include "corvekit/store/tdf.h"
@@ -29,7 +28,7 @@ void Require(bool pHolds)
     }
 }
 
-// Samples are read as the single values are, whatever stands in the field.
+// Samples are read like single values, whatever the content of the field.
 void CompareSamples(KTdf pSamples, KTdf pSingle)
 {
     constexpr std::string_view kLetters[] = {"", "L", "Cs", "Uan", "Uann"};
@@ -57,7 +56,7 @@ void CompareSamples(KTdf pSamples, KTdf pSingle)
     }
 }
 
-// Copies the values of the open field, and reads each once more by a type that may be wrong.
+// Copies the values of the open field, and reads each a second time, possibly as another type.
 void CopyValues(KTdf& pFrom, KTdf& pTo)
 {
     KTdf probe = pTo.IsEmpty() ? pFrom : KTdf();
@@ -89,7 +88,7 @@ void CopyValues(KTdf& pFrom, KTdf& pTo)
     Require(pFrom.FieldReadGetType() == KTdf::kTypeNone);
 }
 
-// The field just opened is one of its name, and opening by name finds none beyond the last.
+// Checks the instances of the name of the field that was opened.
 void CheckNames(KTdf& pTdf, const KString& pName)
 {
     const int count = pTdf.FieldGetInstanceCount(pName.GetBuffer());

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Writes the seeds of tdf_fuzzer into a folder: bodies of the field store, which the fuzzer closes
-// itself, and one whole file.
+// Writes the seeds of tdf_fuzzer to a folder: bodies of files, to which the fuzzer adds header and
+// checksum, and one complete file.
 
 #include "corvekit/store/tdf.h"
 

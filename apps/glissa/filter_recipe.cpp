@@ -150,22 +150,21 @@ FilterSetup ParseFilter(const std::string& pText)
     return setup;
 }
 
-FilterRecipe ReadRecipe(const std::string& pPath)
+FilterRecipe ParseRecipe(const std::string& pText, const std::string& pFileName)
 {
-    const std::string text = ValueOrRefusal(ReadTextFile(pPath));
     Json json;
     try {
-        json = Json::parse(text);
+        json = Json::parse(pText);
     } catch (const Json::parse_error& error) {
-        const std::string_view before = std::string_view(text).substr(0, error.byte);
-        throw Refusal(fmt::format("{}:{}: is not JSON", pPath,
+        const std::string_view before = std::string_view(pText).substr(0, error.byte);
+        throw Refusal(fmt::format("{}:{}: is not JSON", pFileName,
                                   1 + std::count(before.begin(), before.end(), '\n')));
     }
     if (!json.is_object() || !json.contains("filters") || !json["filters"].is_array() ||
         json["filters"].empty()) {
         throw Refusal(fmt::format("{}: a recipe is an object with an array \"filters\"; 'glissa "
                                   "filter --list --format json' writes one",
-                                  pPath));
+                                  pFileName));
     }
     FilterRecipe recipe;
     for (const Json& each : json["filters"]) {
@@ -173,11 +172,16 @@ FilterRecipe ReadRecipe(const std::string& pPath)
             recipe.push_back(SetupOf(each));
             CheckComplete(recipe.back());
         } catch (const WrongArguments& error) {
-            throw Refusal(fmt::format("{}: filter {} of {}: {}", pPath, recipe.size() + 1,
+            throw Refusal(fmt::format("{}: filter {} of {}: {}", pFileName, recipe.size() + 1,
                                       json["filters"].size(), error.what()));
         }
     }
     return recipe;
+}
+
+FilterRecipe ReadRecipe(const std::string& pPath)
+{
+    return ParseRecipe(ValueOrRefusal(ReadTextFile(pPath)), pPath);
 }
 
 std::string DescribeFilters()

@@ -14,8 +14,10 @@ using FilterRecipe = std::vector<FilterSetup>;
 /// (1/60), or on or off. Throws WrongArguments.
 FilterSetup ParseFilter(const std::string& pText);
 
-/// A file with {"filters":[{"filter":"butterworth","cutoff":6}, ...]}. Throws Refusal with the file
-/// and the place.
+/// The text of a recipe, {"filters":[{"filter":"butterworth","cutoff":6}, ...]}. Throws Refusal
+/// with the file name and the place.
+FilterRecipe ParseRecipe(const std::string& pText, const std::string& pFileName);
+/// Reads a file and parses it.
 FilterRecipe ReadRecipe(const std::string& pPath);
 
 /// The filters with their parameters, units, ranges and defaults, for people.
