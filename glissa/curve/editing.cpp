@@ -101,6 +101,7 @@ int Glissa::KeyAdd(KTime pTime, int* pHint)
     if (pTime == kNoKeyTime) {
         return -1;
     }
+    const KOperation operation(IsObserved());
     ResetCandidate();
     GlissaKey key;
     key.Set(pTime, Evaluate(pTime, pHint), eInterpolationCubic, eTangentAuto, 0.0f, 0.0f,

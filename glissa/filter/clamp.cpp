@@ -339,6 +339,7 @@ bool GlissaFilterClamp::ApplyClamping(Glissa& pWork, const Limit& pLimit, const 
                 MakeConstant(pWork, i);
             }
         }
+        parked.BringAllBack();
     }
     if (pLimit.IsBeyond(pWork.GetValue())) {
         pWork.SetValue(static_cast<float>(pLimit.value));

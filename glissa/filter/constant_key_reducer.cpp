@@ -9,6 +9,7 @@
 
 #include "glissa/filter/constant_key_reducer.h"
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
 #include "glissa/node/node.h"
@@ -343,6 +344,7 @@ bool GlissaFilterConstantKeyReducer::Apply(GlissaNode& pNode, bool pRecursive)
     if (pNode.IsNodeLocked() || pNode.GetUseQuaternion()) {
         return false;
     }
+    const KOperation operation;
     const double derivativeTolerance = mDerivativeTolerance;
     const double valueTolerance = mValueTolerance;
     mDerivativeTolerance = mValueTolerance = ThresholdOf(pNode);

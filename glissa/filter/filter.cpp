@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: MIT
 
 // What all filters share: the span and its keys, the walks over arrays and trees, the error.
+//
+// A walk is one operation: a listener of one curve may destroy another one, or the filter.
 
 #include "glissa/filter/filter.h"
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node.h"
 
@@ -43,6 +46,7 @@ bool GlissaFilter::NeedApply(GlissaNode& pNode, bool pRecursive)
 
 bool GlissaFilter::Apply(Glissa** pCurves, int pCount)
 {
+    const KOperation operation;
     for (int i = 0; i < pCount; ++i) {
         if (!pCurves[i]->IsLocked()) {
             Apply(*pCurves[i]);
@@ -53,6 +57,7 @@ bool GlissaFilter::Apply(Glissa** pCurves, int pCount)
 
 bool GlissaFilter::Apply(GlissaNode& pNode, bool pRecursive)
 {
+    const KOperation operation;
     // The count is read anew: a filter may add or remove children.
     for (int i = 0; pRecursive && i < pNode.GetCount(); ++i) {
         GlissaNode& child = *pNode.Get(i);

@@ -23,7 +23,8 @@ enum EGlissaFilterError : int
 ///
 /// A refusal is false, leaves the curve as it was and keeps an error, the last one of the filter,
 /// which no success clears. A locked curve is refused without an error. A change is posted to the
-/// curve's listeners once. One thread at a time uses a filter.
+/// curve's listeners once. They are called when all curves are done, and may edit or destroy the
+/// curves and the filter. One thread at a time uses a filter.
 ///
 /// Copies take over name, span, error and parameters. A filter with a rule for single curves
 /// derives from GlissaCurveFilter.

@@ -6,6 +6,7 @@
 
 #include "glissa/filter/key_reducer.h"
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/bezier.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/hold_slopes.h"
@@ -129,6 +130,7 @@ void GlissaFilterKeyReducer::Reset()
 
 bool GlissaFilterKeyReducer::Apply(Glissa** pCurves, int pCount)
 {
+    const KOperation operation;
     const bool result = GlissaCurveFilter::Apply(pCurves, pCount);
     if (mKeySync && pCount >= 2) {
         GlissaFilterKeySync sync;
@@ -141,6 +143,7 @@ bool GlissaFilterKeyReducer::Apply(Glissa** pCurves, int pCount)
 
 bool GlissaFilterKeyReducer::Apply(GlissaNode& pNode, bool pRecursive)
 {
+    const KOperation operation;
     // Off for the children, which would be synchronised by themselves.
     const bool keySync = std::exchange(mKeySync, false);
     const bool result = GlissaCurveFilter::Apply(pNode, pRecursive);

@@ -7,12 +7,14 @@
 #include "glissa/filter/key_sync.h"
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
 #include "glissa/utils/held_end.h"
 #include "glissa/utils/key_rewrite.h"
 #include "glissa/utils/parked_keys.h"
 
 #include <algorithm>
+#include <deque>
 
 template class KClassFrame<GlissaFilterKeySync, GlissaFilter>;
 
@@ -62,6 +64,7 @@ void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
             }
             work.KeySetValue(hint, pCurve.Evaluate(time, &hintBefore));
         }
+        parked.BringAllBack();
     }
     rewrite.Commit();
     int index = 0;
@@ -184,19 +187,17 @@ bool GlissaFilterKeySync::Apply(Glissa** pCurves, int pCount)
     if (times.empty()) {
         return true;
     }
-    // Listeners are called when all curves are done.
-    std::vector<Glissa*> open;
+    // A listener of one curve may destroy another one: all are called when all curves are done.
+    const KOperation operation;
+    std::deque<KeyModifyBracket> brackets;
     for (int i = 0; i < pCount; ++i) {
         if (!pCurves[i]->IsLocked()) {
-            pCurves[i]->KeyModifyBegin();
-            open.push_back(pCurves[i]);
+            brackets.emplace_back(*pCurves[i]);
+            AddKeys(*pCurves[i], times);
         }
     }
-    for (Glissa* curve : open) {
-        AddKeys(*curve, times);
-    }
-    for (Glissa* curve : open) {
-        curve->KeyModifyEnd();
+    while (!brackets.empty()) {
+        brackets.pop_front();  // events are sent in the order of the curves
     }
     return true;
 }

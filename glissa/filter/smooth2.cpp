@@ -6,6 +6,7 @@
 
 #include "glissa/filter/smooth2.h"
 
+#include "corvekit/event/operation.h"
 #include "corvekit/object/data_type.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
@@ -205,6 +206,7 @@ bool GlissaFilterSmooth2::Apply(Glissa** pCurves, int pCount)
     if (mSampleCount > kMostSamples) {
         return Refuse(eFilterUnchanged, "FCurveSmooth2, The window has more than 100000 samples.");
     }
+    const KOperation operation;
     KTime start;
     KTime stop;
     PrepareForFiltering(pCurves, start, stop);

@@ -3,6 +3,7 @@
 
 // Curves of one kind made of curves of any kind.
 
+#include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
@@ -138,6 +139,7 @@ GlissaNode& GlissaUtils::ConvertCurveInterpolationRecursive(unsigned pInterpolat
                                                             unsigned pTangentMode,
                                                             GlissaNode& pNode)
 {
+    const KOperation operation;
     for (int i = 0; i < pNode.GetCount(); ++i) {
         ConvertCurveInterpolationRecursive(pInterpolation, pTangentMode, *pNode.Get(i));
     }

@@ -10,18 +10,20 @@
 /// on the length of the curve. The place of work moves through the curve in one direction.
 ///
 /// For curves that nobody listens to, see KeyRewrite: keys that are put aside and back would be
-/// posted as removed and added. The end of the object puts back what is left.
+/// posted as removed and added. BringAllBack ends the edit; an exception before it leaves the curve
+/// without the keys that are put aside.
 class ParkedKeys
 {
 public:
     explicit ParkedKeys(Glissa& pCurve);
-    ~ParkedKeys() { BringBack(mParked->KeyGetCount()); }
     ParkedKeys(const ParkedKeys&) = delete;
     ParkedKeys& operator=(const ParkedKeys&) = delete;
 
     /// Called before keys come or go next to a key: the keys whose tangents that may read or write
     /// are in the curve.
     void WorkAt(int pIndex);
+    /// Puts back what is left. No destructor does this: it needs memory.
+    void BringAllBack() { BringBack(mParked->KeyGetCount()); }
 
 private:
     void Park(int pCount);

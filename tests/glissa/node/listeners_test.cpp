@@ -6,6 +6,12 @@
 
 #include "glissa/ext/custom_tangent_manager.h"
 #include "glissa/ext/invalid_key_manager.h"
+#include "glissa/filter/constant_key_reducer.h"
+#include "glissa/filter/key_reducer.h"
+#include "glissa/filter/key_sync.h"
+#include "glissa/filter/offset.h"
+#include "glissa/filter/smooth2.h"
+#include "glissa/utils/utils.h"
 #include "tests/support/curve_test.h"
 #include "tests/support/host_listener.h"
 #include "tests/support/node_stubs.h"
@@ -93,6 +99,10 @@ std::vector<CurveOperation> CurveOperations(Glissa& pOther)
         [](Glissa& c) { c.KeyAdd(Seconds(2.5), MakeKey(eInterpolationCustom, 1.0f)); },
         [](Glissa& c) { c.KeyAdd(Seconds(2), MakeKey(eInterpolationCubic, kBad)); },
         [](Glissa& c) { c.KeyAdd(Seconds(4.5)); },
+        [](Glissa& c) {
+            c.InternalPriKeyGetPtr(6)->mValue = kBad;  // the curve ends with it
+            c.KeyAdd(Seconds(9));
+        },
         [=](Glissa& c) { c.KeyAdd(Seconds(1.5), other, 3); },
         [=](Glissa& c) { c.KeyAppend(Seconds(8), other, 3); },
         [=](Glissa& c) { c.KeySet(2, MakeKey(eInterpolationLinear, kBad)); },
@@ -239,6 +249,41 @@ struct WatchedTree
     }
 };
 
+using NodeOperation = std::function<void(GlissaNode&)>;
+
+void SmoothTogether(GlissaNode& pNode, GlissaFilterSmooth2& pSmooth)
+{
+    Glissa* curves[3] = {};
+    for (int i = 0; i < 3 && i < pNode.GetCount(); ++i) {
+        curves[i] = pNode.Get(i)->FCurveGet();
+    }
+    if (curves[2]) {
+        pSmooth.Apply(curves, 3);
+    }
+}
+
+// Filters and utilities that walk over the curves of a node.
+std::vector<NodeOperation> Walks(GlissaFilterSmooth2& pSmooth)
+{
+    return {
+        [](GlissaNode& n) {
+            GlissaFilterOffset offset;
+            offset.SetOffset(1.0);
+            offset.Apply(n, true);
+        },
+        [](GlissaNode& n) {
+            GlissaFilterKeyReducer reducer;
+            reducer.SetKeySync(true);
+            reducer.Apply(n, true);
+        },
+        [](GlissaNode& n) { GlissaFilterKeySync().Apply(n, true); },
+        [&](GlissaNode& n) { SmoothTogether(n, pSmooth); },
+        [](GlissaNode& n) {
+            GlissaUtils::ConvertCurveInterpolationRecursive(eInterpolationLinear, 0, n);
+        },
+    };
+}
+
 TEST(Listeners, SeeACurveWhenTheOperationHasDoneItsWork)
 {
     ManagerListener manager;
@@ -261,6 +306,26 @@ TEST(Listeners, SeeACurveWhenTheOperationHasDoneItsWork)
         EXPECT_TRUE(tree.calls > 0 || i == 3 || i + 1 == operations.size());
         EXPECT_EQ(expected, Describe(*tree.Curve()));
         manager.mThen = [](bool) {};
+    }
+}
+
+TEST(Listeners, SeeAllCurvesWhenAWalkHasDoneItsWork)
+{
+    const auto describe = [](GlissaNode& node) {
+        std::string text;
+        for (int i = 0; i < 3; ++i) {
+            text += Describe(*node.Get(i)->FCurveGet()) + "\n";
+        }
+        return text;
+    };
+    GlissaFilterSmooth2 smooth;
+    for (const NodeOperation& walk : Walks(smooth)) {
+        WatchedTree finished([](WatchedTree&) {});
+        walk(*finished.node);
+        const std::string expected = describe(*finished.node);
+        WatchedTree tree([&](WatchedTree& self) { EXPECT_EQ(expected, describe(*self.node)); });
+        walk(*tree.node);
+        EXPECT_GE(tree.calls, 3);
     }
 }
 
@@ -333,7 +398,7 @@ TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
         node.CandidateSet(one, values, {pId, nullptr});
         node.CandidateKey(nullptr, {pId, nullptr}, nullptr, false, 8, 0x400, 0, true);
     };
-    const std::vector<std::function<void(GlissaNode&)>> operations = {
+    std::vector<NodeOperation> operations = {
         [](GlissaNode& n) { n.Get(0)->FCurveReplace(GlissaCreate()); },
         [](GlissaNode& n) { n.Delete(1); },
         [](GlissaNode& n) { n.SetVisibility(true, true, true, -1); },
@@ -372,7 +437,12 @@ TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
             n.SetCandidateState(state, true);
         },
     };
+    GlissaFilterSmooth2 smooth;
+    for (const NodeOperation& walk : Walks(smooth)) {
+        operations.push_back(walk);
+    }
     const std::vector<std::function<void(WatchedTree&)>> reactions = {
+        [&](WatchedTree& self) { SmoothTogether(*self.node, smooth); },
         [](WatchedTree& self) { self.node->Delete(KTime::MinusInfinite(), Seconds(9), true); },
         [](WatchedTree& self) { self.node->RemoveLayer(self.calls % 4, true); },
         [](WatchedTree& self) { self.node->Clear(); },
