@@ -33,14 +33,14 @@ inline void AddReferences(KPriFCurveKeyAttr& pBlock, std::uint32_t pCount)
     }
 }
 
-/// Whether a key but the one that asks may point to the block: then it must not be written.
+/// Whether another key than the caller's may point to the block: then it must not be written.
 inline bool IsShared(KPriFCurveKeyAttr& pBlock)
 {
     return &pBlock == GlissaDefaultKeyAttr ||
            std::atomic_ref(pBlock.mReferenceCount).load(std::memory_order_acquire) > 1;
 }
 
-/// Takes references away that keys of the caller hold. The last one gives the block back.
+/// Removes references that keys of the caller hold. With the last one the block is freed.
 inline void RemoveReferences(KPriFCurveKeyAttr& pBlock, std::uint32_t pCount)
 {
     if (&pBlock == GlissaDefaultKeyAttr) {

@@ -34,9 +34,9 @@ IObject* Glissa::IQuery(unsigned long pId, int)
 void Glissa::Destroy(int)
 {
     if ((mFlags & kIsEnding) != 0) {
-        return;  // a listener of the end asks for it again
+        return;  // a listener of the end calls Destroy again
     }
-    // Without listeners nobody is called, and only an operation that goes on needs the memory.
+    // Without listeners nobody is called, and only an operation that continues needs the memory.
     const bool waits = mListeners.GetCount() > 0 || (mFlags & kIsHeld) != 0;
     if (waits && KOperation::IsUnderWay()) {
         KOperation::DeleteAtEnd(this, [this] { delete this; });

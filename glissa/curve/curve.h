@@ -83,7 +83,7 @@ public:
     /// EGlissaExtrapolation. Setting posts kGlissaEventOther with eEventEditPreExtrapolation or
     /// eEventEditPostExtrapolation for index -1. A
     /// count is how many times the curve is repeated, or for keep slope for how many spans the line
-    /// runs on; 0 holds the end key's value at once, 0xFFFFFFFF is without end for keep slope.
+    /// continues; 0 holds the end key's value at once, 0xFFFFFFFF is without end for keep slope.
     unsigned GetPreExtrapolation() const { return mPreExtrapolation; }
     void SetPreExtrapolation(unsigned pMode);
     unsigned long GetPreExtrapolationCount() const { return mPreExtrapolationCount; }
@@ -142,7 +142,7 @@ public:
 
     // Shared attribute blocks (curve/attributes.cpp)
 
-    /// Gives the key a block that no other key points to.
+    /// Points the key to a block that no other key uses.
     void KeyAttrSeparate(int pIndex);
     void KeyAttrSeparateCheck(int pIndex);
     /// Replaces the attributes of a key. At or past the count the curve grows: keys in the gap
@@ -208,12 +208,12 @@ public:
 
     /// Adds a key, or replaces the one at that time, and returns its index. Posts
     /// kGlissaEventAllAttributes, and for a new key kGlissaEventAdded.
-    /// pHint  in and out, may be null: where the search starts; it comes back as the new index.
+    /// pHint  in and out, may be null: where the search starts, and afterwards the new index.
     int KeyAdd(KTime pTime, const GlissaKey& pKey, int* pHint = nullptr);
     /// Adds a default key with the value that the curve has there.
     int KeyAdd(KTime pTime, int* pHint = nullptr);
     /// Adds a key with the value of a source key, sharing its attribute block. Posts
-    /// kGlissaEventAdded; nothing where a key at that time takes over value and block.
+    /// kGlissaEventAdded; nothing where a key at that time takes value and block.
     int KeyAdd(KTime pTime, const Glissa* pSource, int pSourceIndex, int* pHint = nullptr);
     /// Puts a copy of a key behind the last one; the caller keeps the order. Posts
     /// kGlissaEventAdded.
@@ -326,7 +326,7 @@ public:
     /// another kind of tangent, and so do TCB keys before it that leave its slope no place. Behind
     /// the keys and before them the end tangent is continued.
     ///
-    /// pHint  in and out, may be null; it comes back as the index of the key at the time.
+    /// pHint  in and out, may be null; afterwards the index of the key at the time.
     /// Returns the index of the key at that time; behind the last key, that of the old last key; -1
     /// for the time -2^63.
     int KeyInsert(KTime pTime, int* pHint = nullptr);

@@ -38,7 +38,7 @@ bool Glissa::CallListeners(GlissaEvent pEvent)
     });
 }
 
-// What is pending, which from now on is something else: what the listeners post is told apart.
+// Takes the pending event out, so that what the listeners post becomes another one.
 GlissaEvent Glissa::TakePendingEvent()
 {
     const GlissaEvent event = mPendingEvent;

@@ -158,7 +158,7 @@ bool HoldByParameters(const Hold& pHold)
     return SetAndTest(pHold);
 }
 
-// Gives a cubic key another kind of tangent, without slopes on its right.
+// Changes the kind of tangent of a cubic key that has no slopes on its right.
 void SetKind(Glissa& pCurve, int pIndex, unsigned pKind)
 {
     CORVEKIT_ASSERT(IsCubic(pCurve, pIndex));
@@ -177,8 +177,8 @@ void SetKind(Glissa& pCurve, int pIndex, unsigned pKind)
     pCurve.KeyAttrSet(pIndex, changed);
 }
 
-// Gives a cubic key another kind of tangent for the sake of its slopes. False, and the key as it
-// was, where that does not work either.
+// Changes the kind of tangent of a cubic key to keep its slopes. False, and the key as it was,
+// where that does not keep them either.
 bool HoldByKind(const Hold& pHold, unsigned pKind)
 {
     Glissa& curve = pHold.curve;

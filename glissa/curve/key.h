@@ -13,7 +13,7 @@
 enum EGlissaKeyFlags : unsigned
 {
     // Interpolation, mask 0xF: how the segment that starts at a key is shaped. One value, not bits.
-    eInterpolationCustom = 0x1,    ///< asks GlissaCustomTangentManager
+    eInterpolationCustom = 0x1,    ///< evaluated by GlissaCustomTangentManager
     eInterpolationConstant = 0x2,  ///< holds one value
     eInterpolationLinear = 0x4,    ///< straight line
     eInterpolationCubic = 0x8,     ///< cubic Bézier

@@ -11,8 +11,8 @@
 /// The keys of a curve: dense records in pages of 42, addressed through a table of pages.
 ///
 /// A page is one memory block of 1024 bytes; the table grows in steps of 32 entries. Records up to
-/// the last page exist, those at and past the count hold no attribute block. The list keeps no
-/// books on attribute blocks: that is the curve's work.
+/// the last page exist, those at and past the count hold no attribute block. The list does not
+/// count the references to attribute blocks; the curve does.
 ///
 /// A time deep inside a long list is found by the first times of its pages. They are copied into an
 /// array of their own when a search first wants them, so that recording and playback never pay for
@@ -106,7 +106,7 @@ public:
         }
         std::int64_t* base = mPageTicks;
         for (unsigned length = static_cast<unsigned>(pages); length > 1; length -= length / 2) {
-            // A mask in place of a branch that no processor can foresee.
+            // A mask in place of a branch that no processor can predict.
             const unsigned half = length / 2;
             const std::int64_t tick = std::atomic_ref(base[half]).load(std::memory_order_relaxed);
             base += half & (0u - static_cast<unsigned>(tick <= pTime.Get()));

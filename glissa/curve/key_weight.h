@@ -42,8 +42,8 @@ inline float FromStoredNumber(std::int16_t pNumber)
     return static_cast<float>(pNumber) / kStoredScale;
 }
 
-/// Truncated toward zero, but what FromStoredNumber gave comes back as the number that it was: of
-/// n / 9999 times 9999 the rounding may fall short of n. The argument times 9999 is below 2^15.
+/// Truncated toward zero, but the result of FromStoredNumber for n becomes n again, where n / 9999
+/// times 9999 is rounded to less than n. The argument times 9999 is below 2^15.
 inline std::int16_t ToStoredNumber(float pReal)
 {
     const int truncated = static_cast<int>(pReal * kStoredScale);

@@ -5,7 +5,7 @@
 
 #include "glissa/curve/curve.h"
 
-/// Gives a key back the left side that it had before an edit of the keys before it, so that the
+/// Restores the left side that a key had before an edit of the keys before it, so that the
 /// segment that it ends arrives as it did. The right side, and with it the segment behind, stays:
 /// unlike KeySetLeftDerivativeInfo, the left slope of a user tangent does not take the right one
 /// along. Does nothing for an index without a left side, and for a cubic key with the TCB bit,

@@ -213,7 +213,7 @@ void KMemoryBlockQueue::FreeAllMemoryList()
         FreeBlock(block);
         --mFreeCount;
     }
-    // What a curve still holds in spite of the guarantee stays alive and accounted for.
+    // A block that a curve still holds against the rule is not freed and stays counted.
     mUsedCount = 0;
 }
 

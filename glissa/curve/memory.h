@@ -12,7 +12,7 @@
 /// Zero-filled memory. A size equal to the block size takes a block from the queue; any other adds
 /// its size to the recording memory and comes from the heap. Throws std::bad_alloc.
 GLISSA_API void* WatchMalloc(unsigned long pSize);
-/// Gives back what WatchMalloc gave; pSize is the size that was asked for. Null is allowed.
+/// Frees what WatchMalloc returned; pSize is the size that was requested. Null is allowed.
 GLISSA_API void WatchFree(void* pMemory, unsigned long pSize);
 /// Bytes of key pages and page tables, kept free blocks included.
 GLISSA_API unsigned GetRecordingMemory();
@@ -27,7 +27,7 @@ GLISSA_API void GLISSA_ClearMemoryBlockQueue();
 /// Recycles memory blocks of one size, so that recording takes its pages without going to the heap.
 ///
 /// Free blocks are zero-filled and are handed out first in, first out. A new file refills the free
-/// list to its threshold. Any thread may take and give back blocks at any time: the list has a
+/// list to its threshold. Any thread may take and return blocks at any time: the list has a
 /// lock, paid once a page of keys at most and never held across an allocation, and the counts are
 /// atomic.
 class GLISSA_API KMemoryBlockQueue final : public ICallback

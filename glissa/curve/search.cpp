@@ -64,7 +64,7 @@ double Glissa::KeyFind(KTime pTime, int* pHint)
 }
 
 // The time of the next key, that time itself where there is none. A walk over the keys of many
-// curves asks this of each of them at each step, nearly always for a time well inside a segment:
+// curves does this with each of them at each step, nearly always for a time well inside a segment:
 // the fraction, a division, is left for the others.
 KTime Glissa::KeyTimeAfter(KTime pTime)
 {

@@ -44,7 +44,7 @@ int Glissa::KeyAppendFast(KTime pTime, float pValue)
     return index;
 }
 
-// The same where a page is due, a listener checks values, or the time is none for a key.
+// The same where a page is needed, a listener checks values, or the time cannot be that of a key.
 int Glissa::AppendWithChecks(KTime pTime, float pValue)
 {
     if (pTime == kNoKeyTime) {

@@ -100,7 +100,7 @@ void Glissa::StoreReader::AddAlike(std::span<const KTdfSample> pSamples)
             }
             pSamples = pSamples.subspan(good);
         }
-        // What stops them is seen by itself.
+        // The one that stops them is read by itself.
         if (!pSamples.empty()) {
             BeginKey(pSamples.front().time, pSamples.front().value);
             EndKey(pSamples.front().time != kNoKeyTime);
@@ -297,7 +297,7 @@ bool Glissa::StoreReader::ReadTcb()
     return Numbers() && Number(mLocal.mData[eDataTCBBias]);
 }
 
-// A letter tells broken tangents from others; the numbers are the left side, which is stored in the
+// A letter marks broken tangents; the numbers are the left side, which is stored in the
 // key before, and the right one.
 bool Glissa::StoreReader::ReadOldestTangent()
 {

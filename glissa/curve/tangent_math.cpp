@@ -29,7 +29,7 @@ bool IsSlopeOfEqualSecants(double pSlope, double pToLeft, double pToRight)
 }
 
 // How far a parameter lies beyond 500, or below -500, for a slope that lies beyond the one there. A
-// step u beyond 500 leads sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
+// step u beyond 500 is sign * (u (x - y) / 200 + u^2 1000 / 250000) away from it: both terms
 // point the same way, so in this form of the root nothing cancels, however steep the secants.
 double OuterAuto(double pSlope, double pAtLimit, double pX, double pY)
 {
@@ -47,7 +47,7 @@ double InnerAuto(double pSlope, double pX, double pY)
                : (200.0 * pSlope - 100.0 * pX - 100.0 * pY) / (pX - pY);
 }
 
-// What a formula gives for the secants of a key; 0 where there is no key.
+// The result of a formula for the secants of a key; 0 where there is no key.
 template <typename Formula>
 double AtKey(const Glissa* pCurve, int pIndex, Formula&& pFormula)
 {

@@ -4,7 +4,7 @@
 // Slopes, auto parameters, handles, weights and velocities of one side of a key, and whole sides.
 //
 // The right side of key i is stored in its own slots, its left side in those of the key before:
-// called P below, with K for key i itself. A slot holds what the kind of its side asks for, a slope
+// called P below, with K for key i itself. A slot holds what the kind of its side needs, a slope
 // for a user side and an auto parameter for an automatic one; a cubic K decides, and a K of another
 // kind leaves it to P.
 

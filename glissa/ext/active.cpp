@@ -3,5 +3,5 @@
 
 #include "glissa/ext/active.h"
 
-// Initialised before any code runs: curves of a host's static objects ask it too.
+// Initialised before any code runs: curves of a host's static objects read it too.
 constinit ExtActivity gExtActivity;

@@ -52,7 +52,7 @@ public:
     /// The entry of that name, added where the table has none. The table is made where it is
     /// missing. An entry that exists is returned as it is.
     ///
-    /// pCopyFrom  colours of a new entry; null gives -1.0 for every number, which means not set.
+    /// pCopyFrom  colours of a new entry; null sets every number to -1.0, which means not set.
     /// Null without a table name.
     virtual Entry* AddColor(const char* pTable, const char* pName, const Entry* pCopyFrom) = 0;
     /// Adds an entry whose name is the smallest number from 0 on that no entry of the table has as

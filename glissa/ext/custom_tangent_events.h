@@ -10,7 +10,7 @@
 
 class Glissa;
 
-/// A curve asks for the value of a segment with a host's own interpolation. The handler stores its
+/// A curve needs the value of a segment with a host's own interpolation. The handler stores its
 /// answer in mResult. Valid during the call that carries it only.
 class GLISSA_API GlissaEvaluationEvent : public KEventBase
 {

@@ -15,7 +15,7 @@
 enum eCustomTangentEventId : int
 {
     eCustomTangentListChanged = 0xFF30E,   ///< a type was added or removed; the event is null
-    eCustomTangentEvaluation = 0xFF30F,    ///< GlissaEvaluationEvent: a curve asks for a value
+    eCustomTangentEvaluation = 0xFF30F,    ///< GlissaEvaluationEvent: a curve needs a value
     eCustomTangentAddKey = 0xFF31F,        ///< GlissaCustomKeyAddEvent: a key of another kind
     eCustomTangentKeyChange = 0xFF32F,     ///< GlissaCustomKeyChangeEvent
     eCustomTangentAddCustomKey = 0xFF34F,  ///< GlissaCustomKeyAddEvent: a custom key was added

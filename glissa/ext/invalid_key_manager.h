@@ -28,7 +28,7 @@ enum eInvalidKeyEventId : int
     eInvalidKeyFound = 0xFC30E  ///< GlissaInvalidKeyEvent
 };
 
-/// Tells a host of key values that are infinite or not a number.
+/// Reports key values that are infinite or not a number to a host.
 ///
 /// While somebody listens, such a value is reported and replaced by 0 wherever a key's value is
 /// written; while nobody does, values are stored as they are. A GlissaKey reports first, an

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// Small curves, and what tests ask of them.
+// Small curves, and how tests compare them.
 
 inline const KTime kFromStart = KTime::MinusInfinite();
 inline const KTime kToEnd = KTime::Infinite();

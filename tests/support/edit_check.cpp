@@ -26,8 +26,8 @@ bool HasSameBits(float pLeft, float pRight)
     return std::bit_cast<std::uint32_t>(pLeft) == std::bit_cast<std::uint32_t>(pRight);
 }
 
-// The event type that a difference between two keys asks for. Slots count as floats: merging equal
-// blocks may turn a zero's sign.
+// The event type that a difference between two keys has to be posted with. Slots count as floats:
+// merging equal blocks may turn a zero's sign.
 int Difference(const GlissaKey& pBefore, const GlissaKey& pAfter)
 {
     int type = HasSameBits(pBefore.GetValue(), pAfter.GetValue()) ? 0 : eEventEditValue;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// What a listener heard in one call.
+/// The event of one call of a listener.
 struct HeardEvent
 {
     int type = 0;
@@ -74,7 +74,7 @@ private:
     int mUpdateId;
 };
 
-/// What is wrong with the books of curves that together hold every attribute block in use: counts
+/// What is wrong with curves that together hold every attribute block in use: counts
 /// of references, order of times, records behind the count, page table and page index. Nothing if
 /// all is well.
 std::string CheckBooks(const std::vector<const Glissa*>& pCurves);

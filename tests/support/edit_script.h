@@ -40,9 +40,9 @@ private:
 /// without shared blocks, outside of brackets. After it both have the same keys, values, slopes and
 /// results; the events of the curve, or those of a bracket at its end, are those of the copy and
 /// describe the difference; keys of the other curves, segments away from the change and update ids
-/// are as they should be; and the books are true.
+/// are as they should be; and counts and pages are right (CheckBooks).
 ///
-/// One script at a time: the books count every attribute block of the process.
+/// One script at a time: CheckBooks counts every attribute block of the process.
 class EditScript
 {
 public:

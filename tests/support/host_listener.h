@@ -7,7 +7,7 @@
 
 #include <functional>
 
-/// A listener that records its last call and then does what a test asks of it.
+/// A listener that records its last call and then calls a function of the test.
 class HostListener final : public ICallback
 {
 public:

@@ -14,7 +14,7 @@
 #include <memory>
 #include <string>
 
-// What a host gives to nodes, with every answer settable.
+// What a host implements for nodes, with every result settable.
 
 struct StubLayer final : GlissaLayer
 {

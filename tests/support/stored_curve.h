@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-// What the tests of the curve store ask of a curve that was read.
+// What the tests of the curve store expect of a curve that was read.
 
 /// One expected key. Weights as stored, times 9999.
 struct StoredKey

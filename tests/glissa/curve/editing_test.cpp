@@ -26,7 +26,7 @@ GlissaKey MakeKey(double pSeconds, float pValue, unsigned pFlags = kAuto, float 
     return key;
 }
 
-// Two curves whose books are true after every test, and empty at its end.
+// Two curves whose counts and pages are right after every test, and gone at its end.
 class CurveEditing : public testing::Test
 {
 protected:

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // Search, slopes at keys, segments and extrapolation, against numbers worked out by hand, and what
-// evaluation promises beside its numbers. How exact values are is measured in accuracy_test.cpp,
-// and hash_test.cpp compares the bits of all pairs of kinds.
+// evaluation promises apart from its numbers. How exact values are is measured in
+// accuracy_test.cpp, and hash_test.cpp compares the bits of all pairs of kinds.
 
 #include "glissa/settings/settings.h"
 #include "tests/support/allocation_count.h"

@@ -77,7 +77,7 @@ TEST_F(CurveEvents, ABracketSendsTheUnionOnce)
     for (const int key : {4, -1, 6}) {
         event.Add(0x10, key);
     }
-    EXPECT_EQ(6, event.GetFirstKey());  // -1 gives way to the next key
+    EXPECT_EQ(6, event.GetFirstKey());  // the next key replaces -1
 }
 
 TEST_F(CurveEvents, TheEndOfACurveIsHeardAndLeavesNothingBehind)
@@ -146,7 +146,7 @@ TEST(CurveListeners, MayChangeTheListAndTheCurve)
         EXPECT_TRUE(curve->IsCallbackEnabled());
         curve->CallbackUnregister(Listen<'a'>, &action);
     }
-    // Of equal ones the last goes.
+    // Of equal ones the last is removed.
     action = [](Glissa*) { sCalls += '!'; };
     CurveHandle curve(GlissaCreate());
     for (void* object : {static_cast<void*>(nullptr), static_cast<void*>(&action)}) {
@@ -286,7 +286,7 @@ TEST_F(CustomSegments, HooksTellTheManagerOfKeys)
     EXPECT_EQ(2, added);
 }
 
-// Every place that writes a value: somebody who listens is told once, and the value becomes 0.
+// Every place that writes a value: a listener is called once, and the value becomes 0.
 TEST(CurveValueCheck, AValueThatIsNotFiniteIsReportedOnceAndReplaced)
 {
     const float bad = std::numeric_limits<float>::infinity();

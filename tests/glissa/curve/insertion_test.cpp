@@ -40,7 +40,7 @@ constexpr double kU = FLT_EPSILON / 2.0;
 constexpr double kTimeError = 2.0 * 2.7e-6 + 12.0 * FLT_EPSILON;
 constexpr double kWeightError = 0.5 / 9999.0 + 1e-7;
 
-// The slope tolerance of a key times 4/27 of the seconds of a segment beside it.
+// The slope tolerance of a key times 4/27 of the seconds of a segment next to it.
 double SlopeShare(Glissa& pCurve, int pIndex, double pSeconds)
 {
     double toLeft = 0.0;
@@ -131,7 +131,7 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
 {
     constexpr int kMixed = kTensionContinuityBias + 1;
     for (int rule = 0; rule <= kMixed; ++rule) {
-        Random random(71);
+        Random random(1);
         int changedKinds = 0;
         int changedFarAway = 0;
         const int wanted = rule == kMixed ? 12000 : 1500;
@@ -146,7 +146,7 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
             SCOPED_TRACE(testing::Message() << "rule " << rule << ", " << ++inserted);
             const CurveHandle old = ToGlissa(data);
             const CurveHandle curve = ToGlissa(data);
-            int hint = random.Below(20) - 5;
+            int hint = inserted % 20 - 5;
             ASSERT_EQ(segment + 1, curve->KeyInsert(KTime(*time), &hint));
             ASSERT_EQ(segment + 1, hint);
             ASSERT_EQ(data.Count() + 1, curve->KeyGetCount());
@@ -164,7 +164,7 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
                     << "segment " << i;
             }
         }
-        // Where the secants next to a TCB key are equal no parameters give its slopes. Keys before
+        // Where the secants next to a TCB key are equal no parameters have its slopes. Keys before
         // it then take user tangents too, where a left slope has a place.
         if (rule != kMixed) {
             const bool isTcb = rule == kTensionContinuityBias;

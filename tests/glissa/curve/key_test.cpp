@@ -82,12 +82,12 @@ TEST(Key, WeightsAndVelocitiesAreStoredInSixteenBits)
 TEST(Key, SetAndSetTCBKeepWhatTheyAreNotGiven)
 {
     using Row = std::tuple<unsigned, unsigned, unsigned, unsigned, unsigned>;
-    for (const auto& [before, interpolation, mode, weight_mode, after] :
+    for (const auto& [before, interpolation, mode, weightMode, after] :
          {Row{0x333F7F04, 8, 0xFFFFFFFF, 0xFFFFFFFF, 0x030F7F08},  // to cubic: no velocity mode
           Row{0x333F7F08, 4, 0, 0, 0x300F0004}, Row{0x333F7F08, 8, 0x400, 0x2000000, 0x320F0408},
           Row{0x108, 1, 0x400, 0, 0x408}, Row{0x108, 2, 0x100, 0, 0x102}}) {
         GlissaKey key = KeyWithFlags(before);
-        key.Set(KTime(5), 2.0f, interpolation, mode, 1.0f, -1.0f, weight_mode, 0.0f, 0.5f, 2.0f,
+        key.Set(KTime(5), 2.0f, interpolation, mode, 1.0f, -1.0f, weightMode, 0.0f, 0.5f, 2.0f,
                 -1.0f);
         EXPECT_EQ(after, Flags(key)) << std::hex << before;
         EXPECT_EQ(std::pair(KTime(5), 2.0f), std::pair(key.GetTime(), key.GetValue()));

@@ -114,7 +114,7 @@ TEST_F(Range, CopyFromIsHeardAsOneEvent)
 
 TEST_F(Range, InsertKeepsTheLeftSidesOfBothCurves)
 {
-    // Offset, keys, and the left slope of each; the source stands at 10 and 11 s.
+    // Offset, keys, and the left slope of each; the source has its keys at 10 and 11 s.
     using Row = std::tuple<double, const char*, std::vector<float>>;
     for (const auto& [offset, keys, lefts] :
          {Row{1.0, "0:0 1:5 2:6 4:1 6:2 ", {0.0f, -9.0f, -3.0f, -2.0f, -4.0f}},

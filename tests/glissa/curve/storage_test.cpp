@@ -99,7 +99,7 @@ TEST_F(Storage, OnlyTheOutermostEndOfALargeEnoughChangeMerges)
             curve->KeyAttrSeparate(i);
         }
         curve->KeySetOptimizeEnable(enabled);
-        if (threshold != 16) {  // 16 stands at the start
+        if (threshold != 16) {  // the default
             curve->KeySetOptimizeThreshold(threshold);
         }
         for (int i = 0; i < brackets; ++i) {

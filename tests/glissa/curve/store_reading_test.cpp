@@ -41,7 +41,7 @@ void CountCall(Glissa*, GlissaEvent*, void* pCount)
 
 TEST_F(CurveStore, ReadingIsSilentAndLeavesOwnerAndListeners)
 {
-    // An old version and a bad key: every operation inside that has something to tell.
+    // An old version and a bad key: every operation inside that posts an event.
     const std::string text = "Default: D1 KeyVer: I0 KeyCount: I5 Key: T0 D1 'U 'a T1s D2 'L "
                              "T1s D3 'L T2s D0 'U 's D1 D1 T3s D1 'L";
     for (const bool inBracket : {false, true}) {
@@ -97,6 +97,8 @@ TEST_F(CurveStore, ABadKeyGoesAndTheOthersStay)
         Both("unknown letter", "T0 D1 'L T1s D9 'X T2s D3 'L", {first, third}),
         Both("values behind an unknown letter", "T0 D1 'L T1s D9 'X D1 'L D2 T2s D3 'L",
              {first, third}),
+        Both("values of a damaged key before time 0", "T-1s D1 'L T-0.5s D9 'X D2 D5 'L T2s D3 'L",
+             {{-1, 1, line}, third}),
         Both("unknown tangent", "T0 D1 'L T1s D9 'U 'f 'n 'n T2s D3 'L", {first, third}),
         Both("unknown clamp", "T0 D1 'L T1s D9 'U 'a 'n 'x T2s D3 'L", {first, third}),
         Both("custom key", "T0 D1 'L T1s D9 T2s D3 'L", {first, third}),
@@ -141,7 +143,7 @@ TEST_F(CurveStore, ABadKeyGoesAndTheOthersStay)
                 expected.push_back(ToRefKey(each));
             }
             ExpectKeys(*curve, expected, false);
-            EXPECT_EQ(0.0f, curve->GetColor()[0]);  // what stands behind the run is read
+            EXPECT_EQ(0.0f, curve->GetColor()[0]);  // what follows the keys is read
         }
     }
 }
@@ -155,9 +157,12 @@ TEST_F(CurveStore, ACountIsBelievedAsFarAsTheFieldReaches)
         SCOPED_TRACE(count);
         KTdf tdf = FromText("Default: D0 KeyVer: I4007 KeyCount: " + std::string(count) +
                             " Key: T0 D1 'L T1s D1 'L");
-        const CurveHandle curve = Retrieved(tdf);
-        const int number = std::atoi(count + 1);
-        EXPECT_EQ(*count == 'D' ? 0 : std::clamp(number, 0, 2), curve->KeyGetCount());
+        const CurveHandle curve(GlissaCreate());
+        int stored = 0;
+        EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, false, &stored));
+        const int number = *count == 'D' ? 0 : std::atoi(count + 1);
+        EXPECT_EQ(std::clamp(number, 0, 2), curve->KeyGetCount());
+        EXPECT_EQ(std::max(number, 2), stored);
         EXPECT_LE(GetRecordingMemory() - before, 2048u);
     }
     for (const char* fields : {"KeyCount: I1000000000",

@@ -203,7 +203,7 @@ TEST_F(CurveStore, WhatStandsAroundTheKeysDependsOnTheCurve)
 TEST_F(CurveStore, TheOlderFormTellsAutomaticKeysBySlopes)
 {
     // Values 0, 2, 2, 6, 8 in steps of a second. A slot 0 that is not 0, or a slot 1 that is not 0
-    // in the key before, asks for slopes; -100 on the right is the secant to the left.
+    // in the key before, needs slopes; -100 on the right is the secant to the left.
     RefCurve curve = CurveOf({{0, 0, kAutoKey, {0, 0}},
                               {1, 2, kAutoKey | eWeightRight, {-100, 50}, 9999},
                               {2, 2, kAutoKey | eTangentBreak},
@@ -212,7 +212,7 @@ TEST_F(CurveStore, TheOlderFormTellsAutomaticKeysBySlopes)
                               {5, 10, kAutoKey}});
     // Right of key 1: the secant before, 2. Left of key 2: a quarter of secant 4 after and three
     // quarters of secant 0 before, 1. Right of key 2: their mean, 2. Left of key 3: the mean of 4
-    // and 2, 3. Key 4 is a user one: "d" tells its left slope, which is slot 1 of key 3: 0.
+    // and 2, 3. Key 4 is a user one: "d" has its left slope, which is slot 1 of key 3: 0.
     // Key 5 has one secant, 2, for both sides.
     EXPECT_EQ("Default: D0\nKeyVer: I4007\nKeyCount: I6\nKey: T0s D0 'U 'a "
               "T1s D2 'U 's D2 D1 'r D1 "

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Streams of every version, written by hand, and the keys that they stand for, worked out by hand
+// Streams of every version, written by hand, and the keys that they mean, worked out by hand
 // from the tables of the format.
 
 #include "corvekit/store/tdf.h"
@@ -110,7 +110,7 @@ const Version kVersions[] = {
       {8, 1, kAuto, {-4, 0}},
       {9, 1, kLine}}},
     // Where the bad keys were, key 3 takes over the left side of the last one: its only secant
-    // stands for both sides, which is parameter 0.
+    // is that of both sides, which is parameter 0.
     {"version_4005",
      {{0, 0, kAuto | eTangentClamp},
       {1, 1, kAuto | eWeightRight, {0, 1}, 4999},

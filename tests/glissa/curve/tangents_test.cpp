@@ -88,7 +88,7 @@ TEST(CurveTangents, TensionContinuityAndBiasComeBackFromTheirSlopes)
         double bias = 0.0;
         GLISSA_ComputeTCBFromBezierForKey(tension, continuity, bias, left, right, curve.get(), 1);
         EXPECT_EQ(t, tension);
-        // A second road where the secants nearly agree and the parameters are ill determined: the
+        // Another way where the secants nearly agree and the parameters are ill determined: the
         // parameters found have the slopes that were asked for.
         curve->KeySetTCB(1, curve->KeyGetTime(1), curve->KeyGetValue(1),
                          static_cast<float>(tension), static_cast<float>(continuity),

@@ -77,7 +77,7 @@ TEST_F(CustomTangents, AFreedPlaceIsTakenByTheNextType)
     EXPECT_FALSE(Manager().RemoveCustomTangent(nullptr));
 }
 
-// Acquires two events, gives one back and gets it again, without its curve.
+// Acquires two events, releases one and acquires it again, without its curve.
 template <typename Event>
 void ExpectPooled(Event* (GlissaCustomTangentManager::*pAcquire)(),
                   void (GlissaCustomTangentManager::*pRelease)(Event*))
