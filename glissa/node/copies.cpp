@@ -7,6 +7,7 @@
 #include "glissa/curve/curve_holder.h"
 #include "glissa/node/chain.h"
 #include "glissa/node/layers.h"
+#include "glissa/node/structure.h"
 #include "glissa/node/tree.h"
 
 #include <algorithm>
@@ -136,6 +137,22 @@ void CopyLayers(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode)
         CopyLayers(*layer, *source, pMode);
     }
 }
+
+// Calls pCopy(source, transfers). Where one of the two nodes holds the other, copying would change
+// and destroy the source: the source is then a copy of it, whose curves are transferred.
+template <typename Copy>
+void CopyApart(GlissaNode& pNode, GlissaNode* pSource, bool pTransfer, const Copy& pCopy)
+{
+    if (!pSource || pSource == &pNode) {
+        return;
+    }
+    if (IsWithin(&pNode, pSource) || IsWithin(pSource, &pNode)) {
+        const NodeHolder apart(pSource->Copy());
+        pCopy(*apart, true);
+    } else {
+        pCopy(*pSource, pTransfer);
+    }
+}
 }  // namespace
 
 GlissaNode* GlissaNodeCreate(const char* pName, KDataType* pType, int pLayerType,
@@ -255,25 +272,26 @@ GlissaNode* GlissaNode::Copy(KTime pStart, KTime pStop)
 void GlissaNode::CopyFrom(GlissaNode* pSource, bool pTransfer)
 {
     const KOperation operation;
-    if (pSource && pSource != this) {
-        CopyNode(*this, *pSource, {pTransfer, false});
-        CopyLayers(*this, *pSource, {pTransfer, false});
-    }
+    CopyApart(*this, pSource, pTransfer, [this](GlissaNode& pApart, bool pTakesCurves) {
+        CopyNode(*this, pApart, {pTakesCurves, false});
+        CopyLayers(*this, pApart, {pTakesCurves, false});
+    });
 }
 
 void GlissaNode::SingleLayerCopyFrom(GlissaNode* pSource, bool pTransfer)
 {
     const KOperation operation;
-    if (pSource && pSource != this) {
-        CopyNode(*this, *pSource, {pTransfer, false});
-    }
+    CopyApart(*this, pSource, pTransfer, [this](GlissaNode& pApart, bool pTakesCurves) {
+        CopyNode(*this, pApart, {pTakesCurves, false});
+    });
 }
 
 void GlissaNode::LayerCopyFromRecursive(GlissaNode* pSource, bool pTransfer)
 {
-    CORVEKIT_ASSERT(pSource);
     const KOperation operation;
-    CopyLayers(*this, *pSource, {pTransfer, false});
+    CopyApart(*this, pSource, pTransfer, [this](GlissaNode& pApart, bool pTakesCurves) {
+        CopyLayers(*this, pApart, {pTakesCurves, false});
+    });
 }
 
 GlissaNode* GlissaNode::InsertOrCopyLayer(const GlissaLayerInfo& pInfo, GlissaNode* pSource)

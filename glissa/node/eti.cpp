@@ -8,6 +8,8 @@
 
 #include "glissa/node/node_state.h"
 
+#include <utility>
+
 namespace
 {
 constexpr double kLeastScale = 1e-6;  // in place of a scale factor of 0, which has no inverse
@@ -30,16 +32,16 @@ IGlissaETI* GlissaNode::GetETI() const
 
 void GlissaNode::SetETI(IGlissaETI* pETI)
 {
-    IGlissaETI* old = mState->mETI;
-    if (pETI == old) {
+    if (pETI == mState->mETI) {
         return;
+    }
+    // An ETI may set another one when it is released or referenced: each is then counted once.
+    IGlissaETI* const old = std::exchange(mState->mETI, pETI);
+    if (pETI) {
+        pETI->AddReference();
     }
     if (old) {
         old->ReleaseReference();
-    }
-    mState->mETI = pETI;
-    if (pETI) {
-        pETI->AddReference();
     }
 }
 

@@ -19,6 +19,20 @@ bool IsStretchOf(const Glissa& pCurve, float pValue)
     return pCurve.KeyGetCount() == kStretchKeys && pCurve.KeyGetValue(0) == pValue &&
            pCurve.KeyGetValue(1) == pValue && pCurve.KeyGetValue(2) == pValue;
 }
+
+// Recording can be wound back. Appended there, keys would lose their order, and the store drops
+// keys that are out of order.
+void AppendInOrder(Glissa& pCurve, KTime pTime, float pValue)
+{
+    const int count = pCurve.KeyGetCount();
+    if (count == 0 || pCurve.KeyGetTime(count - 1) < pTime) {
+        pCurve.KeyAppendFast(pTime, pValue);
+        return;
+    }
+    GlissaKey key;
+    key.SetValue(pValue);
+    pCurve.KeyAdd(pTime, key);
+}
 }  // namespace
 
 double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
@@ -49,12 +63,12 @@ double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask,
 double* GlissaNode::KeyAppend(KTime pTime, double* pValues)
 {
     CORVEKIT_ASSERT(pValues);
-    const KOperation operation(IsInvalidKeyCheckActive());
+    const KOperation operation;
     if (IsNodeLocked()) {
         return pValues + GetValueCount();
     }
     if (mState->mCurve) {
-        mState->mCurve->KeyAppendFast(pTime, static_cast<float>(*pValues));
+        AppendInOrder(*mState->mCurve, pTime, static_cast<float>(*pValues));
         return pValues + 1;
     }
     for (GlissaNode* child : mState->mChildren) {
@@ -72,13 +86,13 @@ double* GlissaNode::KeyRecord(KTime pTime, double* pValues)
     }
     if (Glissa* curve = mState->mCurve) {
         const float value = static_cast<float>(*pValues);
-        if (IsStretchOf(*curve, value)) {
+        if (IsStretchOf(*curve, value) && curve->KeyGetTime(2) < pTime) {
             const KeyModifyBracket bracket(*curve);
             const KTime end = curve->KeyGetTime(2);
             curve->KeySetTime(2, pTime);
             curve->KeySetTime(1, end);
         } else {
-            curve->KeyAppendFast(pTime, value);
+            AppendInOrder(*curve, pTime, value);
         }
         return pValues + 1;
     }

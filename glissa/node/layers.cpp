@@ -96,7 +96,7 @@ GlissaNode* GlissaNode::GetCorrectLayerAndCreateIfMissing(const GlissaLayerInfo&
 void GlissaNode::LayerSet(GlissaNode* pNode, bool pDeleteOld)
 {
     const KOperation operation;
-    if (pNode == mState->mNextLayer || (pNode && !MayHold(this, pNode))) {
+    if (pNode == mState->mNextLayer || (pNode && (IsOwned(pNode) || !MayHold(this, pNode)))) {
         return;
     }
     GlissaNode* const old = ExchangeNextLayer(*this, pNode);

@@ -58,6 +58,8 @@ GlissaNode::~GlissaNode()
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
     if (GlissaNode* const holder = mState->mHolder) {
+        // A child of SortedAdd has a holder and no parent.
+        holder->mState->mChildren.RemoveIt(this);
         if (holder->mState->mNextLayer == this) {
             ExchangeNextLayer(*holder, nullptr);
         }
@@ -67,10 +69,8 @@ GlissaNode::~GlissaNode()
         mState->mWarpUsers->mOwner->TimeWarpSet(nullptr);
     }
     // A layer without its base is its own base.
-    while (mState->mBaseUsers) {
-        GlissaNode* const layer = mState->mBaseUsers->mOwner;
-        layer->mState->SetObjectLayer(layer, layer);
-    }
+    NodeLink::LeaveAll(mState->mBaseUsers,
+                       [](GlissaNode* pLayer) { pLayer->mState->mObjectLayer = pLayer; });
     NoteStructureChange();
     SetETI(nullptr);
     delete mState;

@@ -108,7 +108,8 @@ public:
     // Tree (node/tree.cpp)
 
     /// Adds a child after the last one and, unless this node is a container, becomes its parent.
-    /// Returns its index, or -1 for a node that holds this one and beyond kMaxLevels.
+    /// Returns its index, or -1 for a node that holds this one or has an owner already (a parent,
+    /// or the node before it in a chain of layers), and beyond kMaxLevels.
     virtual int Add(GlissaNode* pChild);
     /// Removes a child without destroying it. The index must be that of a child.
     virtual void Remove(int pIndex);
@@ -170,8 +171,9 @@ public:
 
     /// The curve, or null.
     Glissa* FCurveGet() const;
-    /// Sets the curve, which the node owns from now on. Returns the one before, or null where it
-    /// was destroyed (pDestroyOld) or is the same. Sends eNodeEventCurve.
+    /// Sets the curve, which the node owns from now on; a node that had it loses it. Returns the
+    /// curve before, or null where it was destroyed (pDestroyOld) or is the same. Sends
+    /// eNodeEventCurve, also for the node that had the curve.
     Glissa* FCurveSet(Glissa* pCurve, bool pDestroyOld);
     void FCurveReplace(Glissa* pCurve) { FCurveSet(pCurve, true); }
     /// Creates an empty curve for every leaf that has none.
@@ -273,7 +275,8 @@ public:
     /// of the layers are copied whole.
     GlissaNode* Copy(KTime pStart = KTime::MinusInfinite(), KTime pStop = KTime::Infinite());
     /// Copies curves, candidates and layers of a node of the same structure. With pTransfer the
-    /// curves themselves are moved. Locked nodes are left as they are.
+    /// curves themselves are moved, unless one of the two nodes holds the other: then the curves
+    /// are copied. Locked nodes are left as they are.
     void CopyFrom(GlissaNode* pSource, bool pTransfer);
     /// The two for this node and those below it, without the chain.
     GlissaNode* SingleLayerCopy(KTime pStart = KTime::MinusInfinite(),
@@ -318,8 +321,8 @@ public:
     /// The layer of GetCorrectLayerInfo, created where it is missing. Null as CreateLayerAt.
     GlissaNode* GetCorrectLayerAndCreateIfMissing(const GlissaLayerInfo& pInfo);
     /// Links a node, or none, after this one. With pDeleteOld the chain that was there is
-    /// destroyed. Sends eNodeEventLayers. Refused for a node that holds this one, and beyond
-    /// kMaxLevels.
+    /// destroyed. Sends eNodeEventLayers. Refused for a node that holds this one or has an owner,
+    /// and beyond kMaxLevels.
     void LayerSet(GlissaNode* pNode, bool pDeleteOld);
     /// Creates a layer right after this node, in place of the chain that was linked there. Its
     /// curves have no keys and the zero values. Null on a node that may not have layers, for
@@ -504,9 +507,10 @@ public:
     /// pTangentMode    other bits than 0x7F00 are ignored.
     double* KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
                    int pTangentMode);
-    /// Glissa::KeyAppendFast on every curve.
+    /// Glissa::KeyAppendFast on every curve. A time that is not after the last key of a curve gets
+    /// its key by KeyAdd.
     double* KeyAppend(KTime pTime, double* pValues);
-    /// Appends a recorded value. A constant stretch is kept as three keys.
+    /// KeyAppend for a recorded value. A constant stretch is kept as three keys.
     double* KeyRecord(KTime pTime, double* pValues);
     /// Removes the keys at a time, and the candidates of the parent's chain. Whether a key was
     /// removed.

@@ -99,6 +99,7 @@ Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
     if (old && old->GetOwner() == this) {
         old->SetOwner(nullptr);
     }
+    GlissaNode* const giver = pCurve ? pCurve->GetOwner() : nullptr;
     mState->mCurve = pCurve;
     if (pCurve) {
         pCurve->mPlace = &mState->mCurve;
@@ -110,6 +111,9 @@ Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
         old = nullptr;
     }
     CallbackAddEvent(eNodeEventCurve);
+    if (giver && giver != this && giver->mState->mCurve == pCurve) {
+        giver->FCurveSet(nullptr, false);
+    }
     return old;
 }
 

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <mutex>
+#include <utility>
 
 std::atomic<std::uint64_t> nodeStructureChanges{1};
 
@@ -33,6 +35,46 @@ void GlissaNodeState::ReleaseNames()
         delete mNames;
     }
     mNames = nullptr;
+}
+
+namespace
+{
+std::mutex linkLock;  // guards the lists of all nodes
+}
+
+void NodeLink::Enter(GlissaNode* pOwner, NodeLink*& pFirst)
+{
+    CORVEKIT_ASSERT(pOwner && !mOwner);
+    const std::lock_guard lock(linkLock);
+    mOwner = pOwner;
+    mNext = pFirst;
+    mPlace = &pFirst;
+    pFirst = this;
+    if (mNext) {
+        mNext->mPlace = &mNext;
+    }
+}
+
+void NodeLink::Leave()
+{
+    if (!mOwner) {
+        return;
+    }
+    const std::lock_guard lock(linkLock);
+    mOwner = nullptr;
+    *mPlace = mNext;
+    if (mNext) {
+        mNext->mPlace = mPlace;
+    }
+}
+
+void NodeLink::LeaveAll(NodeLink*& pFirst, void (*pEnd)(GlissaNode*))
+{
+    const std::lock_guard lock(linkLock);
+    while (pFirst) {
+        pEnd(std::exchange(pFirst->mOwner, nullptr));
+        pFirst = pFirst->mNext;
+    }
 }
 
 void GlissaNodeState::SetObjectLayer(GlissaNode* pSelf, GlissaNode* pBase)

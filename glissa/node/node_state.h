@@ -80,34 +80,18 @@ private:
 };
 
 // An entry in the list of nodes that refer to a node without owning it. The destructor of the node
-// clears their references.
+// clears their references. A clone of a layer refers to the base of its source, and may be made and
+// destroyed on another thread: one lock guards all lists.
 struct NodeLink
 {
-    GlissaNode* mOwner = nullptr;
+    GlissaNode* mOwner = nullptr;  // null outside of any list
     NodeLink* mNext = nullptr;
     NodeLink** mPlace = nullptr;  // what points to this entry
 
-    void Enter(GlissaNode* pOwner, NodeLink*& pFirst)
-    {
-        mOwner = pOwner;
-        mNext = pFirst;
-        mPlace = &pFirst;
-        pFirst = this;
-        if (mNext) {
-            mNext->mPlace = &mNext;
-        }
-    }
-    void Leave()
-    {
-        if (mPlace) {
-            *mPlace = mNext;
-        }
-        if (mNext) {
-            mNext->mPlace = mPlace;
-        }
-        mPlace = nullptr;
-        mNext = nullptr;
-    }
+    void Enter(GlissaNode* pOwner, NodeLink*& pFirst);
+    void Leave();
+    // Takes out all entries, pEnd(owner) for each while the lists are locked.
+    static void LeaveAll(NodeLink*& pFirst, void (*pEnd)(GlissaNode*));
 };
 
 struct GlissaNodeState

@@ -169,7 +169,7 @@ private:
     void DropLayersThatDoNotFit(GlissaNode& pNode, int pLevels);
     bool MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero);
     void SetChannels(GlissaNode& pLayer, const std::vector<GlissaNode*>& pChannels,
-                     const std::vector<GlissaNode*>& pOthers);
+                     const std::vector<GlissaNode*>& pOthers, std::vector<NodeHolder> pMade = {});
     static void SetBaseOfChain(GlissaNode* pFirst, GlissaNode& pBase);
     void AddFault(eGlissaStoreFault pKind, std::string_view pChannel = {});
     void EnterChannel(std::string_view pName);
@@ -482,11 +482,7 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
         }
     }
     stored.erase(std::remove(stored.begin(), stored.end(), nullptr), stored.end());
-    SetChannels(pLayer, matched, stored);
-    for (NodeHolder& channel : made) {
-        channel->SetParent(&pLayer);
-        channel.release()->mState->mHolder = &pLayer;
-    }
+    SetChannels(pLayer, matched, stored, std::move(made));
     for (int i = 0; i < count; ++i) {
         const PlaceScope place(*this);
         EnterChannel(pBase.Get(i)->GetName());
@@ -511,10 +507,11 @@ void GlissaNode::StoreReader::SetBaseOfChain(GlissaNode* pFirst, GlissaNode& pBa
 }
 
 // Gives a layer these channels in place of its own. Of the others, those with keys are kept aside;
-// without keys nothing is lost with them.
+// without keys nothing is lost with them. pMade  the channels that are new.
 void GlissaNode::StoreReader::SetChannels(GlissaNode& pLayer,
                                           const std::vector<GlissaNode*>& pChannels,
-                                          const std::vector<GlissaNode*>& pOthers)
+                                          const std::vector<GlissaNode*>& pOthers,
+                                          std::vector<NodeHolder> pMade)
 {
     CORVEKIT_ASSERT(pChannels.size() + pOthers.size() >=
                     static_cast<std::size_t>(pLayer.GetCount()));
@@ -528,6 +525,10 @@ void GlissaNode::StoreReader::SetChannels(GlissaNode& pLayer,
     }
     for (GlissaNode* const channel : pChannels) {
         children.Add(channel);
+    }
+    for (NodeHolder& channel : pMade) {
+        channel->SetParent(&pLayer);
+        channel.release()->mState->mHolder = &pLayer;
     }
     NoteStructureChange();
     for (GlissaNode* const other : pOthers) {

@@ -28,7 +28,24 @@ bool IsAlone(const GlissaNodeState& pState)
     return pState.mChildren.IsEmpty() && pState.mUnmatched.empty() && !pState.mNextLayer &&
            !pState.mTimeWarp;
 }
+
 }  // namespace
+
+bool IsOwned(const GlissaNode* pNode)
+{
+    CORVEKIT_ASSERT(pNode);
+    const GlissaNode* const holder = GlissaNodeState::Of(pNode).mHolder;
+    return holder && !GlissaNodeState::Of(holder).IsContainer();
+}
+
+bool IsWithin(const GlissaNode* pNode, const GlissaNode* pHolder)
+{
+    CORVEKIT_ASSERT(pNode && pHolder);
+    while (pNode && pNode != pHolder) {
+        pNode = GlissaNodeState::Of(pNode).mHolder;
+    }
+    return pNode != nullptr;
+}
 
 int LevelOf(const GlissaNode* pNode)
 {
@@ -98,7 +115,8 @@ bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken)
 {
     CORVEKIT_ASSERT(pNode && pTaken);
     const int room = GlissaNode::kMaxLevels - LevelOf(pNode);
-    if (pTaken == pNode || room < 1) {
+    if (pTaken == pNode || room < 1 ||
+        (IsOwned(pTaken) && !GlissaNodeState::Of(pNode).IsContainer())) {
         return false;
     }
     if (IsAlone(GlissaNodeState::Of(pTaken))) {

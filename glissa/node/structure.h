@@ -13,6 +13,11 @@ struct NodeReach
     int levels = 0;  // the warps not counted
 };
 
+/// Whether another node destroys this one when it ends: its parent, or the one before it in a
+/// chain.
+bool IsOwned(const GlissaNode* pNode);
+/// Whether a node is pHolder, or below or behind it.
+bool IsWithin(const GlissaNode* pNode, const GlissaNode* pHolder);
 /// Levels from the top of the tree to a node, that node included.
 int LevelOf(const GlissaNode* pNode);
 /// Levels of a node and those below it, without its chain.
@@ -20,7 +25,7 @@ int LevelsBelow(const GlissaNode* pNode);
 /// Visits no more than pMost nodes, and stops at pWanted.
 NodeReach ReachOf(GlissaNode* pFirst, const GlissaNode* pWanted, int pMost);
 /// Whether a node may take another one as child or layer: the other one does not hold the first
-/// one, and the tree does not become too deep.
+/// one, the tree does not become too deep, and no node has two owners.
 bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken);
 /// Whether ids ascend along the chain from a node on. For assertions.
 bool IsChainInOrder(const GlissaNode* pNode);

@@ -74,13 +74,21 @@ bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
            KCompareNoCase(std::string_view(text, pName.size()), pName) == 0;
 }
 
+// A container refers to children that other nodes own.
+void SetHolder(GlissaNode& pParent, GlissaNode* pChild)
+{
+    if (!IsOwned(pChild)) {
+        StateOf(*pChild).mHolder = &pParent;
+    }
+}
+
 // Adds a child that MayHold has accepted.
 int Append(GlissaNode& pParent, GlissaNode* pChild)
 {
     CORVEKIT_ASSERT(MayHold(&pParent, pChild));
     GlissaNodeState& parent = StateOf(pParent);
     const int index = parent.mChildren.Add(pChild);
-    StateOf(*pChild).mHolder = &pParent;
+    SetHolder(pParent, pChild);
     if (!parent.IsContainer()) {
         pChild->SetParent(&pParent);
     }
@@ -119,7 +127,7 @@ int GlissaNode::SortedAdd(GlissaNode* pChild)
         ++place;
     }
     mState->mChildren.InsertAt(place, pChild);
-    pChild->mState->mHolder = this;
+    SetHolder(*this, pChild);
     NoteStructureChange();
     return place;
 }

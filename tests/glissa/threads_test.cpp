@@ -124,6 +124,9 @@ TEST(Threads, EvaluateOneTreeAtOnce)
             double values[4] = {};
             (*node)->GeneralEvaluate(values, KTime::FromSeconds(1.25), &hint);
             EXPECT_TRUE(std::equal(values, values + 3, expected));
+            // A copy of a layer alone refers to the base of its source.
+            const GlissaNode* const layer = (*node)->LayerGet();
+            NodePtr(layer ? (*node)->LayerGet(1)->Clone(false) : (*node)->Copy());
         });
     }
 }

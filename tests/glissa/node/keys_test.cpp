@@ -130,6 +130,11 @@ TEST_F(ChannelKeys, RecordAConstantStretchAsThree)
     mX->KeyRecord(Seconds(10.0), &other);
     mX->KeyRecord(Seconds(11.0), &other);
     EXPECT_EQ(KeysOf(mX), "0:5 8:5 9:5 10:6 11:6 ");
+    // Recording that is wound back keeps the order.
+    other = 7.0;
+    mX->KeyRecord(Seconds(10.0), &other);
+    mX->KeyAppend(Seconds(4.0), &other);
+    EXPECT_EQ(KeysOf(mX), "0:5 4:7 8:5 9:5 10:7 11:6 ");
 }
 
 TEST_F(ChannelKeys, AreFoundWithinAToleranceAndARangeOfValues)

@@ -138,8 +138,8 @@ TEST(NodeTree, RefusesANodeThatHoldsItself)
     {
         GlissaNode* holder;
         GlissaNode* held;
-    } circles[] = {{root.get(), root.get()}, {low, root.get()},   {layer, child},
-                   {low, container.get()},   {warp.get(), child}, {warp.get(), layer}};
+    } circles[] = {{root.get(), root.get()}, {low, root.get()},        {layer, root.get()},
+                   {low, container.get()},   {warp.get(), root.get()}, {warp.get(), layer}};
     for (const auto& [holder, held] : circles) {
         GlissaNode* const next = holder->LayerGet();
         EXPECT_EQ(-1, holder->Add(held)) << holder->GetTimeWarpName();
@@ -155,6 +155,47 @@ TEST(NodeTree, RefusesANodeThatHoldsItself)
     container->Remove(0);
     EXPECT_EQ(0, low->Add(container.get()));
     low->Remove(0);
+}
+
+TEST(NodeTree, HasOneOwnerForEachNodeAndCurve)
+{
+    const NodePtr first = MakeNode("first");
+    const NodePtr second = MakeNode("second");
+    GlissaNode* const child = first->FindOrCreate("child", true);
+    for (GlissaNode* const other : {first.get(), second.get()}) {
+        EXPECT_EQ(-1, other->Add(child));
+        EXPECT_EQ(-1, other->SortedAdd(child));
+        other->LayerSet(child, false);
+        EXPECT_EQ(nullptr, other->LayerGet());
+    }
+    GlissaNode* const sorted = MakeNode("sorted").release();
+    EXPECT_EQ(0, second->SortedAdd(sorted));
+    sorted->Destroy();
+    EXPECT_EQ(0, second->GetCount());
+
+    Glissa* const curve = child->FCurveGet();
+    GlissaNode* const taker = second->FindOrCreate("taker", false);
+    taker->FCurveSet(curve, false);
+    EXPECT_EQ(nullptr, child->FCurveGet());
+    EXPECT_EQ(taker, curve->GetOwner());
+}
+
+TEST(NodeTree, TakesOverCopiesOfWhatItHoldsItself)
+{
+    const NodePtr root = MakeNode("root");
+    GlissaNode* const branch = MakeChannel(KDataTypeLclTranslation, "T").release();
+    root->Add(branch);
+    GlissaNode* const low = branch->CreateLayerAt({1, nullptr});
+    low->CreateLayerAt({2, nullptr});
+    // The layers of the branch end with this, and the source with them.
+    root->CopyFrom(low, true);
+    EXPECT_EQ(nullptr, branch->LayerGet());
+
+    const NodePtr channel = MakeChannel(KDataTypeLclTranslation, "T");
+    channel->CreateLayerAt({1, nullptr})->Get(0)->FCurveGet()->SetValue(5.0f);
+    channel->CopyFrom(channel->LayerGet(), true);
+    EXPECT_EQ(nullptr, channel->LayerGet());
+    EXPECT_EQ(5.0f, channel->Get(0)->FCurveGet()->GetValue());
 }
 
 TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
