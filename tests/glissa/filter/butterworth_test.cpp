@@ -3,14 +3,14 @@
 
 #include "glissa/filter/butterworth.h"
 #include "glissa/settings/settings.h"
-#include "tests/support/span_test.h"
+#include "tests/support/curve_test.h"
 
 #include <cmath>
 #include <complex>
 
 namespace
 {
-using Butterworth = SpanTest;
+using Butterworth = CurveTest;
 
 constexpr double kTurn = 2.0 * 3.14159265358979;
 

@@ -15,32 +15,6 @@ namespace
 {
 using FilterFrame = CurveTest;
 
-TEST_F(FilterFrame, TheSpanTakesTheKeysAroundIt)
-{
-    const CurveHandle curve = MakeCurve({{0.0, 1.0f}, {1.0, 2.0f}, {2.0, 3.0f}});
-    const CurveHandle empty = MakeCurve({});
-    struct Case
-    {
-        KTime start, stop;
-        int first, last;
-    };
-    GlissaFilterOffset filter;
-    for (const Case& each :
-         {Case{kFromStart, kToEnd, 0, 2}, Case{Seconds(1), Seconds(1), 1, 1},
-          Case{Seconds(0.25), Seconds(0.5), 0, 1}, Case{Seconds(1.5), Seconds(9), 1, 2},
-          Case{Seconds(3), Seconds(4), 2, 2}, Case{Seconds(-2), Seconds(-1), 0, 0}}) {
-        filter.SetStartTime(each.start);
-        filter.SetStopTime(each.stop);
-        EXPECT_EQ(each.first, filter.GetStartKey(*curve));
-        EXPECT_EQ(each.last, filter.GetStopKey(*curve));
-        EXPECT_EQ(-1, filter.GetStartKey(*empty));
-        EXPECT_EQ(-1, filter.GetStopKey(*empty));
-    }
-    filter.Reset();
-    EXPECT_EQ(kFromStart, filter.GetStartTime());
-    EXPECT_EQ(kToEnd, filter.GetStopTime());
-}
-
 // Says which curves it was applied to, and refuses them.
 class Probe final : public GlissaCurveFilter
 {

@@ -3,7 +3,6 @@
 
 // What holds for every filter, over the museum and random curves. A filter joins with a row.
 
-#include "corvekit/object/property.h"
 #include "glissa/filter/butterworth.h"
 #include "glissa/filter/clamp.h"
 #include "glissa/filter/constant_key_reducer.h"
@@ -21,6 +20,7 @@
 #include "glissa/filter/time_shift_and_scale.h"
 #include "tests/support/curve_test.h"
 #include "tests/support/edit_check.h"
+#include "tests/support/filter_rows.h"
 #include "tests/support/node_stubs.h"
 #include "tests/support/random_curve.h"
 
@@ -37,184 +37,113 @@ namespace
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
+enum Property : unsigned
+{
+    kKeepsSpan = 1,      ///< keys outside those of the span stay as they are,
+    kSetsSlopes = 2,     ///< but those next to it take other tangents,
+    kKeepsShape = 4,     ///< so that the curve beyond them stays,
+    kKeepsBorder = 8,    ///< and also up to the span where its first or last key stays
+    kChangesFalse = 16,  ///< a change may go with the answer false
+    kPostsExactly = 32,  ///< keys that stay are not posted as removed and added
+    kRefusesLockedNodes = 64,
+    kWholeIfStepped = 128,  ///< a curve of constant keys is filtered whatever the span
+    kIdempotent = 256,      ///< a second application changes nothing
+    kReplaces = kKeepsSpan | kSetsSlopes | kKeepsShape,
+};
+
 struct Row
 {
     std::string name;
-    /// With parameters that change nearly every curve.
-    std::shared_ptr<GlissaFilter> filter;
-    /// With parameters that are refused on every curve.
-    std::vector<std::shared_ptr<GlissaFilter>> refused = {};
-    bool keepsSpan = true;      ///< keys outside those of the span stay as they are
-    bool idempotent = false;    ///< a second application changes nothing
-    bool changesFalse = false;  ///< a change may go with the answer false
-    bool setsSlopes = false;    ///< keys next to those of the span take other tangents,
-    bool keepsShape = true;     ///< so that the curve beyond them stays,
-    bool keepsBorder = false;   ///< and also up to the span where its first or last key stays
-    bool postsExactly = false;  ///< keys that stay are not posted as removed and added
-    bool refusesLockedNodes = false;
-    bool wholeIfStepped = false;  ///< a curve of constant keys is filtered whatever the span
+    FilterPtr filter;  ///< with parameters that change nearly every curve
+    Filters refused;   ///< with parameters that are refused on every curve
+    unsigned properties;
+
+    bool Has(unsigned pProperty) const { return (properties & pProperty) != 0; }
 };
 
-template <typename Filter, typename Set>
-std::shared_ptr<GlissaFilter> With(Set&& pSet)
+/// A Butterworth filter with properties of some names.
+FilterPtr Butterworth(const std::vector<std::pair<const char*, double>>& pValues)
 {
-    auto filter = std::make_shared<Filter>();
-    pSet(*filter);
+    auto filter = std::make_shared<GlissaFilterButterworth>();
+    for (const auto& [name, value] : pValues) {
+        EXPECT_TRUE(filter->FastFindPropertyByName(name)->SetPropertyConstant(&value));
+    }
     return filter;
-}
-
-template <typename Filter>
-std::shared_ptr<GlissaFilter>
-WithNumbers(const std::vector<std::pair<const char*, double>>& pValues)
-{
-    return With<Filter>([&](Filter& f) {
-        for (const auto& [name, value] : pValues) {
-            ASSERT_TRUE(f.FastFindPropertyByName(name)->SetPropertyConstant(&value));
-        }
-    });
 }
 
 const std::vector<Row>& Rows()
 {
-    using Butterworth = GlissaFilterButterworth;
     using Clamp = GlissaFilterClamp;
-    using ConstantReducer = GlissaFilterConstantKeyReducer;
-    using DeleteKey = GlissaFilterDeleteKey;
-    using Gaussian = GlissaFilterGaussian;
-    using Inverse = GlissaFilterInverse;
-    using KeyReducer = GlissaFilterKeyReducer;
-    using KeysOnFrame = GlissaFilterKeysOnFrame;
+    using Constant = GlissaFilterConstantKeyReducer;
+    using Delete = GlissaFilterDeleteKey;
+    using Gauss = GlissaFilterGaussian;
     using Move = GlissaFilterTimeShiftAndScale;
-    using Offset = GlissaFilterOffset;
-    using PeakRemover = GlissaFilterPeakRemover;
+    using OnFrame = GlissaFilterKeysOnFrame;
+    using Peak = GlissaFilterPeakRemover;
+    using Reducer = GlissaFilterKeyReducer;
     using Resample = GlissaFilterResample;
     using Scale = GlissaFilterScale;
     using Smooth = GlissaFilterSmooth;
-    using TimeClamp = GlissaFilterTimeClamp;
+    using Limits = GlissaFilterTimeClamp;
+    const std::pair ceil(&Clamp::SetApplyCeilClamping, true);
+    const std::pair floor(&Clamp::SetApplyFloorClamping, true);
     static const std::vector<Row> rows = {
-        {.name = "inverse",
-         .filter = With<Inverse>([](Inverse&) {}),
-         .refused = {With<Inverse>([](Inverse& f) { f.SetTopRange(kNaN); })}},
-        {.name = "offset",
-         .filter = With<Offset>([](Offset& f) { f.SetOffset(0.75); }),
-         .refused = {With<Offset>([](Offset&) {}),
-                     With<Offset>([](Offset& f) { f.SetOffset(kNaN); }),
-                     With<Offset>([](Offset& f) { f.SetOffset(-kInf); })}},
-        {.name = "butterworth",
-         .filter = WithNumbers<Butterworth>(
-             {{"SamplingRate", 0.5}, {"InternalRate", 3.0}, {"CutOffFreq", 1.0}}),
-         .refused = {WithNumbers<Butterworth>({{"SamplingRate", kNaN}}),
-                     WithNumbers<Butterworth>({{"SamplingRate", 1e9}}),
-                     WithNumbers<Butterworth>({{"SamplingRate", 1e-300}}),
-                     WithNumbers<Butterworth>({{"InternalRate", kInf}}),
-                     WithNumbers<Butterworth>({{"InternalRate", 0.0}}),
-                     WithNumbers<Butterworth>({{"CutOffFreq", 120.0}}),
-                     WithNumbers<Butterworth>({{"CutOffFreq", kNaN}}),
-                     WithNumbers<Butterworth>({{"OrderOfFilter", kNaN}})},
-         .setsSlopes = true},
-        {.name = "gaussian",
-         .filter = With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(0.1); }),
-         .refused = {With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(kNaN); }),
-                     With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(0.0); }),
-                     With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(-1.0); }),
-                     With<Gaussian>([](Gaussian& f) { f.SetSamplingRate(kInf); }),
-                     With<Gaussian>([](Gaussian& f) { f.SetStandardDeviation(1e9); })},
-         .setsSlopes = true,
-         .keepsShape = false},
-        {.name = "constant key reducer",
-         .filter = With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(0.9); }),
-         .refused = {With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kNaN); }),
-                     With<ConstantReducer>([](ConstantReducer& f) { f.SetValueTolerance(kInf); })},
-         .setsSlopes = true,
-         .keepsBorder = true,
-         .postsExactly = true,
-         .refusesLockedNodes = true,
-         .wholeIfStepped = true},
-        {.name = "key reducer",
-         .filter = With<KeyReducer>([](KeyReducer& f) { f.SetPrecision(0.25); }),
-         .refused = {With<KeyReducer>([](KeyReducer& f) { f.SetPrecision(kNaN); }),
-                     With<KeyReducer>([](KeyReducer& f) { f.SetPrecision(-kInf); })},
-         .setsSlopes = true},
-        {.name = "peak remover",
-         .filter = With<PeakRemover>([](PeakRemover&) {}),
-         .refused = {With<PeakRemover>([](PeakRemover& f) { f.SetTimeTolerance(kNaN); }),
-                     With<PeakRemover>([](PeakRemover& f) { f.SetValueTolerance(kInf); })},
-         .setsSlopes = true},
-        {.name = "smooth",
-         .filter = With<Smooth>([](Smooth& f) { f.SetWidth(Seconds(0.7)); }),
-         .refused = {With<Smooth>([](Smooth& f) { f.SetSampleCount(1 << 30); })},
-         .refusesLockedNodes = true},
-        {.name = "scale",
-         .filter = With<Scale>([](Scale& f) { f.SetScale(-2.5); }),
-         .refused = {With<Scale>([](Scale&) {}), With<Scale>([](Scale& f) { f.SetScale(1.0); }),
-                     With<Scale>([](Scale& f) { f.SetScale(kNaN); }),
-                     With<Scale>([](Scale& f) { f.SetScale(kInf); })}},
-        {.name = "scale with tangents",
-         .filter = With<Scale>([](Scale& f) {
-             f.SetScale(0.5);
-             f.SetApplyTangent(true);
-         }),
-         .refused = {},
-         .setsSlopes = true,
-         .keepsShape = false},
-        {.name = "clamp",
-         .filter = With<Clamp>([](Clamp& f) {
-             f.SetApplyCeilClamping(true);
-             f.SetApplyFloorClamping(true);
-             f.SetFloor(-0.5);
-         }),
-         .refused = {With<Clamp>([](Clamp&) {}), With<Clamp>([](Clamp& f) {
-                         f.SetApplyCeilClamping(true);
-                         f.SetCeil(kNaN);
-                     }),
-                     With<Clamp>([](Clamp& f) {
-                         f.SetApplyFloorClamping(true);
-                         f.SetFloor(-kInf);
-                     })},
-         .changesFalse = true,
-         .setsSlopes = true,
-         .postsExactly = true},
-        {.name = "delete key",
-         .filter = With<DeleteKey>([](DeleteKey& f) { f.SetCutTimeInterval(false); }),
-         .refused = {},
-         .setsSlopes = true},
-        {.name = "cut time",
-         .filter = With<DeleteKey>([](DeleteKey&) {}),
-         .refused = {},
-         .keepsSpan = false},
-        {.name = "time clamp",
-         .filter = With<TimeClamp>([](TimeClamp& f) { f.SetMin(KTime(5)); }),
-         .refused = {With<TimeClamp>([](TimeClamp&) {})},
-         .keepsSpan = false,
-         .idempotent = true},
-        {.name = "time shift and scale",
-         .filter = With<Move>([](Move& f) {
-             f.SetShift(KTime(-1000));
-             f.SetScale(0.25);
-         }),
-         .refused = {With<Move>([](Move&) {}), With<Move>([](Move& f) { f.SetScale(0.0); }),
-                     With<Move>([](Move& f) { f.SetScale(kNaN); }),
-                     With<Move>([](Move& f) { f.SetScale(kInf); }),
-                     With<Move>([](Move& f) { f.SetShift(KTime::Infinite()); }),
-                     With<Move>([](Move& f) { f.SetShift(KTime::MinusInfinite()); })},
-         .keepsSpan = false},
-        {.name = "resample",
-         .filter = With<Resample>([](Resample& f) { f.SetPeriodTime(Seconds(30)); }),
-         .refused = {With<Resample>([](Resample& f) { f.SetPeriodTime(KTime()); }),
-                     With<Resample>([](Resample& f) { f.SetPeriodTime(KTime(-5)); })},
-         .setsSlopes = true},
-        {.name = "resample by kinds",
-         .filter = With<Resample>([](Resample& f) {
-             f.SetPeriodTime(Seconds(7));
-             f.SetIntelligentMode(true);
-             f.SetKeysOnFrame(true);
-         }),
-         .refused = {},
-         .setsSlopes = true},
-        {.name = "keys on frame",
-         .filter = With<KeysOnFrame>([](KeysOnFrame&) {}),
-         .refused = {With<KeysOnFrame>([](KeysOnFrame& f) { f.SetPeriod(KTime()); }),
-                     With<KeysOnFrame>([](KeysOnFrame& f) { f.SetPeriod(KTime(-5)); })}},
+        {"inverse", With<GlissaFilterInverse>(),
+         Each<GlissaFilterInverse>(&GlissaFilterInverse::SetTopRange, {kNaN}), kKeepsSpan},
+        {"offset", With<GlissaFilterOffset>(std::pair(&GlissaFilterOffset::SetOffset, 0.75)),
+         Each<GlissaFilterOffset>(&GlissaFilterOffset::SetOffset, {0.0, kNaN, -kInf}), kKeepsSpan},
+        {"butterworth",
+         Butterworth({{"SamplingRate", 0.5}, {"InternalRate", 3.0}, {"CutOffFreq", 1.0}}),
+         {Butterworth({{"SamplingRate", kNaN}}), Butterworth({{"SamplingRate", 1e9}}),
+          Butterworth({{"SamplingRate", 1e-300}}), Butterworth({{"InternalRate", kInf}}),
+          Butterworth({{"InternalRate", 0.0}}), Butterworth({{"CutOffFreq", 120.0}}),
+          Butterworth({{"CutOffFreq", kNaN}}), Butterworth({{"OrderOfFilter", kNaN}})},
+         kReplaces},
+        {"gaussian", With<Gauss>(std::pair(&Gauss::SetStandardDeviation, 0.1)),
+         Each<Gauss>(&Gauss::SetStandardDeviation, {kNaN, 0.0, 1e9}) +
+             Each<Gauss>(&Gauss::SetSamplingRate, {-1.0, kInf}),
+         kKeepsSpan | kSetsSlopes},
+        {"constant key reducer", With<Constant>(std::pair(&Constant::SetValueTolerance, 0.9)),
+         Each<Constant>(&Constant::SetValueTolerance, {kNaN, kInf}),
+         kReplaces | kKeepsBorder | kPostsExactly | kRefusesLockedNodes | kWholeIfStepped},
+        {"key reducer", With<Reducer>(std::pair(&Reducer::SetPrecision, 0.25)),
+         Each<Reducer>(&Reducer::SetPrecision, {kNaN, -kInf}), kReplaces},
+        {"peak remover", With<Peak>(),
+         Each<Peak>(&Peak::SetTimeTolerance, {kNaN}) + Each<Peak>(&Peak::SetValueTolerance, {kInf}),
+         kReplaces},
+        {"smooth", With<Smooth>(std::pair(&Smooth::SetWidth, Seconds(0.7))),
+         Each<Smooth>(&Smooth::SetSampleCount, {1 << 30}), kKeepsSpan | kRefusesLockedNodes},
+        {"scale", With<Scale>(std::pair(&Scale::SetScale, -2.5)),
+         Each<Scale>(&Scale::SetScale, {0.0, 1.0, kNaN, kInf}), kKeepsSpan},
+        {"scale with tangents",
+         With<Scale>(std::pair(&Scale::SetScale, 0.5), std::pair(&Scale::SetApplyTangent, true)),
+         {},
+         kKeepsSpan | kSetsSlopes},
+        {"clamp", With<Clamp>(ceil, floor, std::pair(&Clamp::SetFloor, -0.5)),
+         Filters{With<Clamp>()} + Each<Clamp>(&Clamp::SetCeil, {kNaN}, ceil) +
+             Each<Clamp>(&Clamp::SetFloor, {-kInf}, floor),
+         kReplaces | kChangesFalse | kPostsExactly},
+        {"delete key", With<Delete>(std::pair(&Delete::SetCutTimeInterval, false)), {}, kReplaces},
+        {"cut time", With<Delete>(), {}, 0},
+        {"time clamp",
+         With<Limits>(std::pair(&Limits::SetMin, KTime(5))),
+         {With<Limits>()},
+         kIdempotent},
+        {"time shift and scale",
+         With<Move>(std::pair(&Move::SetShift, KTime(-1000)), std::pair(&Move::SetScale, 0.25)),
+         Each<Move>(&Move::SetScale, {1.0, 0.0, kNaN, kInf}) +
+             Each<Move>(&Move::SetShift, {KTime::Infinite(), KTime::MinusInfinite()}),
+         0},
+        {"resample", With<Resample>(std::pair(&Resample::SetPeriodTime, Seconds(30))),
+         Each<Resample>(&Resample::SetPeriodTime, {KTime(), KTime(-5)}), kReplaces},
+        {"resample by kinds",
+         With<Resample>(std::pair(&Resample::SetPeriodTime, Seconds(7)),
+                        std::pair(&Resample::SetIntelligentMode, true),
+                        std::pair(&Resample::SetKeysOnFrame, true)),
+         {},
+         kReplaces},
+        {"keys on frame", With<OnFrame>(), Each<OnFrame>(&OnFrame::SetPeriod, {KTime(), KTime(-5)}),
+         kKeepsSpan},
     };
     return rows;
 }
@@ -332,12 +261,12 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
         if (check.Heard().empty()) {
             faults += IsSameCurve(*before, pCurve) ? "" : "changed unheard\n";
             faults += pCurve.CandidateGetTime() == KTime(77) ? "" : "ended a candidate\n";
-        } else if (check.Heard().size() > 1 || !pMayChange || (!done && !pRow.changesFalse)) {
+        } else if (check.Heard().size() > 1 || !pMayChange || (!done && !pRow.Has(kChangesFalse))) {
             faults += "heard " + std::to_string(check.Heard().size()) + " times\n";
         } else if (!HasSameEnds(*before, pCurve, std::clamp(heard.first, 0, pCurve.KeyGetCount()),
                                 std::max(pCurve.KeyGetCount() - 1 - heard.last, 0), IsSameKey)) {
             faults += "the event does not cover the change\n";
-        } else if (pRow.postsExactly &&
+        } else if (pRow.Has(kPostsExactly) &&
                    (HasOtherTime(pCurve, *before) != ((heard.type & eEventKeyAdd) != 0) ||
                     HasOtherTime(*before, pCurve) != ((heard.type & eEventKeyRemove) != 0))) {
             faults += "the event has keys that came or went\n";
@@ -346,13 +275,13 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
     for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
         faults += pCurve.KeyGetTime(i - 1) < pCurve.KeyGetTime(i) ? "" : "out of order\n";
     }
-    const bool isWhole = pRow.wholeIfStepped && IsStepped(*before);
-    if (!pRow.keepsSpan || isWhole || head < 0) {
+    const bool isWhole = pRow.Has(kWholeIfStepped) && IsStepped(*before);
+    if (!pRow.Has(kKeepsSpan) || isWhole || head < 0) {
         pCurve.CandidateClear();
         return faults;
     }
     // The left slope of a key is stored in the one before it.
-    const int slack = pRow.setsSlopes ? 1 : 0;
+    const int slack = pRow.Has(kSetsSlopes) ? 1 : 0;
     if (!HasSameEnds(*before, pCurve, head, tail, HasSamePlace) ||
         !HasSameEnds(*before, pCurve, std::max(head - 2 * slack, 0), std::max(tail - slack, 0),
                      IsSameKey)) {
@@ -362,9 +291,9 @@ std::string Fault(const Row& pRow, GlissaFilter& pFilter, Glissa& pCurve, bool p
     const auto keeps = [&](int pIndex, int pOuter) {
         return KeepsSegment(*before, pCurve, pIndex, pOuter);
     };
-    if (pRow.setsSlopes && pRow.keepsShape &&
+    if (pRow.Has(kKeepsShape) &&
         !(keeps(head - 2, head - 1) && keeps(behind, behind) &&
-          (!pRow.keepsBorder || (keeps(head - 1, head) && keeps(behind - 1, behind - 1))))) {
+          (!pRow.Has(kKeepsBorder) || (keeps(head - 1, head) && keeps(behind - 1, behind - 1))))) {
         faults += "the curve outside the span differs\n";
     }
     pCurve.CandidateClear();
@@ -431,7 +360,7 @@ TEST_F(FilterProperties, AnApplicationIsOneEventInOrderWithinTheSpan)
                 SetSpan(*row.filter, span);
                 EXPECT_EQ("", Fault(row, *row.filter, *curve, true));
                 changed += IsSameCurve(*before, *curve) ? 0 : 1;
-                if (row.idempotent) {
+                if (row.Has(kIdempotent)) {
                     const CurveHandle once(curve->Copy());
                     row.filter->Apply(*curve);
                     EXPECT_TRUE(IsSameCurve(*once, *curve)) << "a second application";
@@ -472,7 +401,7 @@ TEST_F(FilterProperties, ALockedCurveStaysAsItIsAndGivesNoError)
         row.filter->GetError().Clear();
         EXPECT_FALSE(row.filter->Apply(curve)) << row.name;
         EXPECT_EQ(KError::kNone, row.filter->GetLastErrorID()) << row.name;
-        EXPECT_EQ(!row.refusesLockedNodes, row.filter->Apply(*node, true)) << row.name;
+        EXPECT_EQ(!row.Has(kRefusesLockedNodes), row.filter->Apply(*node, true)) << row.name;
         EXPECT_TRUE(IsSameCurve(*source, curve)) << row.name;
     }
     GlissaFilterClamp clamp;

@@ -1,0 +1,212 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Filters that smooth; table_test.cpp has what they make of small curves.
+
+#include "glissa/filter/gaussian.h"
+#include "glissa/filter/peak_remover.h"
+#include "glissa/filter/smooth.h"
+#include "glissa/filter/smooth2.h"
+#include "tests/support/curve_test.h"
+#include "tests/support/node_stubs.h"
+#include "tests/support/random_curve.h"
+
+#include <climits>
+#include <cmath>
+
+namespace
+{
+using Smoothing = CurveTest;
+
+GlissaFilterGaussian WithDeviation(double pSeconds, double pRate)
+{
+    GlissaFilterGaussian filter;
+    filter.SetStandardDeviation(pSeconds);
+    filter.SetSamplingRate(pRate);
+    return filter;
+}
+
+// Keys at odd times, so that each has samples of its own. A wave of frequency f keeps the share
+// exp(-2 (pi f d)^2), in its values and in the slopes of user tangents.
+TEST_F(Smoothing, AWaveKeepsItsPhaseAndALineStaysStraight)
+{
+    constexpr double kDeviation = 0.04;
+    constexpr double kTurn = 2.0 * 3.14159265358979 * 3.0;  // 3 Hz
+    Random random(5);
+    std::vector<UserKey> keys;
+    for (double time = -1.0; time < 1.0; time += 0.012 + 0.004 * random.Signed()) {
+        keys.push_back({time, static_cast<float>(std::sin(kTurn * time) + 5.0 * time),
+                        static_cast<float>(kTurn * std::cos(kTurn * time) + 5.0), 0.0f,
+                        kRefCubic | kRefUser});
+    }
+    for (std::size_t i = 0; i + 1 < keys.size(); ++i) {
+        keys[i].nextLeft = keys[i + 1].right;
+    }
+    const CurveHandle curve = MakeCurve(keys);
+    ASSERT_TRUE(WithDeviation(kDeviation, 300.0).Apply(*curve));
+    const double share = std::exp(-0.5 * kTurn * kTurn * kDeviation * kDeviation);
+    for (int i = 0; i < curve->KeyGetCount(); ++i) {
+        const double time = curve->KeyGetTime(i).GetSecondDouble();
+        if (std::fabs(time) < 0.75) {
+            EXPECT_NEAR(share * std::sin(kTurn * time) + 5.0 * time, curve->KeyGetValue(i), 2e-5);
+            const double slope = share * kTurn * std::cos(kTurn * time) + 5.0;
+            EXPECT_NEAR(slope, curve->KeyGetRightDerivative(i), 2e-3);
+            EXPECT_NEAR(slope, curve->KeyGetLeftDerivative(i), 2e-3);
+        }
+    }
+}
+
+// A deviation of next to nothing moves nothing, corners included, and a constant is one to the bit.
+TEST_F(Smoothing, WhatHasNothingToSmoothStaysAsItIs)
+{
+    for (const MuseumPiece& piece : Museum()) {
+        const CurveHandle curve = ToGlissa(piece.curve);
+        const CurveHandle before(curve->Copy());
+        WithDeviation(1e-9, 120.0).Apply(*curve);
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            ASSERT_TRUE(HasSameKey(*before, i, *curve, i)) << piece.name << " key " << i;
+        }
+    }
+    const CurveHandle constant = MakeCurve({{0.0, 0.1f}, {0.3, 0.1f}, {1.0, 0.1f}, {1.7, 0.1f}});
+    EXPECT_TRUE(WithDeviation(0.7, 113.0).Apply(*constant));
+    EXPECT_EQ("0:0.1 0.3:0.1 1:0.1 1.7:0.1 ", KeysOf(*constant));
+}
+
+TEST_F(Smoothing, ARotationNodeIsNotSmoothedAngleByAngleUnlessAskedTo)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    GlissaFilterSmooth filter;
+    EXPECT_FALSE(filter.Apply(*node, true));  // nothing to smooth
+    for (int i = 0; i < 3; ++i) {
+        for (int key = 0; key < 8; ++key) {
+            node->Get(i)->FCurveGet()->KeyAppendFast(Seconds(0.1 * key),
+                                                     static_cast<float>(key * key));
+        }
+    }
+    EXPECT_EQ(KError::kNone, filter.GetLastErrorID());
+    EXPECT_FALSE(filter.Apply(*node, true));
+    EXPECT_EQ(0, filter.GetLastErrorID());
+    EXPECT_EQ(Seconds(0.0), filter.GetStartTime());
+    EXPECT_EQ(Seconds(0.7), filter.GetStopTime());
+    EXPECT_EQ(1.0f, node->Get(2)->FCurveGet()->KeyGetValue(1));
+    filter.SetStopTime(filter.GetStartTime());
+    EXPECT_TRUE(filter.Apply(*node, true));  // an empty span
+    filter.Reset();
+    filter.SetUseQuaternion(false);
+    EXPECT_TRUE(filter.Apply(*node, true));
+    EXPECT_NE(1.0f, node->Get(2)->FCurveGet()->KeyGetValue(1));
+    filter.SetSampleCount(INT_MIN);
+    filter.SetWidth(KTime(INT64_MIN));
+    EXPECT_EQ(INT_MAX, filter.GetSampleCount());
+    EXPECT_EQ(KTime(INT64_MAX), filter.GetWidth());
+}
+
+// The point before, its distance 5 along (3, 4, 0), and a velocity at right angles, along it,
+// against it, and none.
+TEST_F(Smoothing, AStepIsLimitedBySpeedAndTurnsWithTheMotion)
+{
+    const struct
+    {
+        KgeTVector velocity;
+        double elapsed;
+        KgeTVector expected;
+    } rows[] = {
+        {{0, 0, 10}, 1.0, {1 + 1.5, 2 + 2, 3 + 5}},  // half of the way, half of the motion
+        {{6, 8, 0}, 1.0, {1 + 3, 2 + 4, 3}},         // all of the way
+        {{3, 4, 0}, 0.5, {1 + 2.625, 2 + 3.5, 3}},   // 0.75 of the way, 0.25 of the motion
+        {{-6, -8, 0}, 1.0, {1 - 6, 2 - 8, 3}},       // the motion alone
+        {{0, 0, 0}, 1.0, {1, 2, 3}},
+    };
+    GlissaFilterSmooth2 filter;
+    for (const auto& row : rows) {
+        KgeTVector position(4, 6, 3);
+        KgeTVector previous(1, 2, 3);
+        KgeTVector velocity = row.velocity;
+        filter.DampGT(position, previous, velocity, row.elapsed, 1.5);
+        EXPECT_NEAR(0.0, (position - row.expected).Length(), 1e-12) << row.velocity[2];
+        EXPECT_EQ(previous, position);
+    }
+}
+
+TEST_F(Smoothing, ASteadyMotionLagsByAConstantAndCurvesShareTheirKeys)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    GlissaFilterSmooth2 filter;
+    EXPECT_FALSE(filter.Apply(*node, false));
+    EXPECT_STREQ("FCurveSmooth2, No keys.", filter.GetLastErrorString());
+    Glissa* curves[3];
+    for (int axis = 0; axis < 3; ++axis) {
+        curves[axis] = node->Get(axis)->FCurveGet();
+    }
+    curves[0]->SetValue(7.0f);
+    for (int i = 0; i <= 120; ++i) {
+        curves[0]->KeyAppendFast(Seconds(i / 30.0), static_cast<float>(i * 100.0 / 30.0));
+    }
+    curves[0]->KeySetSelected(60, true);
+    curves[2]->KeyAppendFast(Seconds(2.0), 5.0f);
+    filter.SetStartTime(Seconds(1.0));
+    filter.SetStopTime(Seconds(3.5));
+    ASSERT_TRUE(filter.Apply(*node, false));
+    EXPECT_EQ(121, curves[0]->KeyGetCount());
+    EXPECT_EQ(7.0f, curves[0]->GetValue());
+    EXPECT_TRUE(curves[0]->KeyGetSelected(60));
+    EXPECT_EQ(76, curves[1]->KeyGetCount());  // those of the span
+    for (int i = 0; i <= 120; ++i) {
+        const double lag = i * 100.0 / 30.0 - curves[0]->KeyGetValue(i);
+        if (i <= 30 || i >= 105) {
+            EXPECT_EQ(static_cast<float>(i * 100.0 / 30.0), curves[0]->KeyGetValue(i)) << i;
+        } else if (i > 60 && i < 100) {
+            EXPECT_NEAR(0.12, lag, 0.005) << i;
+        }
+    }
+}
+
+TEST_F(Smoothing, RefusalsNameTheirReason)
+{
+    const NodePtr pair = MakeWide(2);
+    const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
+    Glissa* curves[3];
+    for (int axis = 0; axis < 3; ++axis) {
+        curves[axis] = node->Get(axis)->FCurveGet();
+        curves[axis]->KeyAppendFast(Seconds(axis), 1.0f);
+    }
+    GlissaFilterSmooth2 filter;
+    EXPECT_FALSE(filter.Apply(*pair, true));
+    EXPECT_EQ(2, filter.GetLastErrorID());
+    EXPECT_FALSE(filter.Apply(*curves[0]));
+    EXPECT_EQ(3, filter.GetLastErrorID());
+    filter.SetStartTime(Seconds(2.0));
+    EXPECT_FALSE(filter.Apply(curves, 3));
+    EXPECT_STREQ("FCurveSmooth2, Invalid Time Span.", filter.GetLastErrorString());
+    filter.Reset();
+    filter.SetFactor(std::nan(""));
+    EXPECT_FALSE(filter.Apply(curves, 3));
+    EXPECT_EQ(1, filter.GetLastErrorID());
+    filter.Reset();
+    filter.SetSampleCount(1 << 30);
+    EXPECT_FALSE(filter.Apply(curves, 3));
+    filter.Reset();
+    filter.SetWidth(KTime());
+    EXPECT_EQ(KTime(1), filter.GetWidth());
+    EXPECT_TRUE(filter.Apply(curves, 3));
+    EXPECT_EQ("1:1 ", KeysOf(*curves[1]));
+    filter.SetSampleCount(INT_MIN);
+    EXPECT_EQ(INT_MAX, filter.GetSampleCount());
+}
+
+TEST_F(Smoothing, AStopOnAKeyLeavesItOutWithItsTangent)
+{
+    const CurveHandle curve =
+        MakeCurve({{-1, 0, 7, 300}, {0, 0, 7}, {1, 9, 7}, {2, 0, 7, 5}, {3, 0, 7}, {4, 0, 7}});
+    GlissaFilterPeakRemover filter;
+    filter.SetValueTolerance(1.0);
+    filter.SetStartTime(Seconds(0.0));
+    filter.SetStopTime(Seconds(3.0));
+    ASSERT_TRUE(filter.Apply(*curve));
+    EXPECT_EQ("-1:0 0:0 1:0 2:0 3:0 4:0 ", KeysOf(*curve));
+    EXPECT_EQ(7.0f, curve->KeyGetRightDerivative(0));
+    EXPECT_TRUE(curve->IsKeyInterpolationPureCubicAuto(1));
+    EXPECT_EQ(5.0f, curve->KeyGetLeftDerivative(4));
+    EXPECT_EQ(7.0f, curve->KeyGetRightDerivative(4));
+}
+}  // namespace
