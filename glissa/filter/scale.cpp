@@ -3,7 +3,7 @@
 
 #include "glissa/filter/scale.h"
 
-#include "glissa/curve/curve.h"
+#include "glissa/filter/map_values.h"
 
 #include <cmath>
 #include <vector>
@@ -51,9 +51,8 @@ bool GlissaFilterScale::Change(Glissa& pCurve)
         }
     }
     pCurve.SetValue(static_cast<float>(pCurve.GetValue() * mScale));
-    for (int i = first; i <= last; ++i) {
-        pCurve.KeyMultValue(i, static_cast<float>(mScale));
-    }
+    MapKeyValues(pCurve, first, last,
+                 [factor = static_cast<float>(mScale)](float pValue) { return pValue * factor; });
     for (const Slopes& each : slopes) {
         pCurve.KeySetRightDerivative(each.key, static_cast<float>(each.right * mScale));
         pCurve.KeySetLeftDerivative(each.key, static_cast<float>(each.left * mScale));
