@@ -11,7 +11,7 @@
 
 void* KBaseAllocator::KRealloc(void* pBlock, std::size_t pSize)
 {
-    // For a size of 0 some platforms return null.
+    // Some platforms return null for a size of 0.
     void* const block = std::realloc(pBlock, std::max<std::size_t>(pSize, 1));
     if (!block) {
         throw std::bad_alloc();

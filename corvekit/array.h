@@ -17,31 +17,31 @@
 class CORVEKIT_API KBaseAllocator
 {
 public:
-    /// Resizes a block to pSize bytes, with its content kept as far as it fits. Null allocates a
-    /// new block. Throws std::bad_alloc, and pBlock is then unchanged.
+    /// Resizes a block to pSize bytes and keeps its content up to that size. Null allocates a new
+    /// block. Throws std::bad_alloc; pBlock is then unchanged.
     static void* KRealloc(void* pBlock, std::size_t pSize);
-    /// Gives a block back. Null is ignored.
+    /// Frees a block. Null is ignored.
     static void KFree(void* pBlock);
 };
 
-/// The memory side of the arrays: plain blocks and how they grow.
+/// Memory blocks of arrays and their growth.
 class CORVEKIT_API KArrayHelper : public KBaseAllocator
 {
 public:
-    /// Gives a block back and sets the pointer to null and the two counts to 0.
+    /// Frees a block and sets the pointer to null and the two counts to 0.
     static void Clear(void*& pBlock, int& pCount, int& pCapacity);
-    /// The capacity that an array takes to hold pNeeded items: at least half as much again as
-    /// pCapacity, so that appending costs a constant time an item, in whole steps of pBlockCount.
-    /// -1 when so many items of pItemSize bytes cannot be addressed.
+    /// The new capacity of an array for pNeeded items: at least 1.5 times pCapacity, so that
+    /// appending takes constant time per item, and a multiple of pBlockCount. -1 if so many items
+    /// of pItemSize bytes cannot be addressed.
     static int GetNextArraySize(int pCapacity, int pNeeded, int pBlockCount, std::size_t pItemSize);
 };
 
-/// A growable array. Capacity comes in steps of BlockCount items and stays until Clear.
+/// A growable array. The capacity is a multiple of BlockCount and never shrinks before Clear.
 ///
-/// Items may be of any type that moves without an exception; they are constructed, moved and
-/// destroyed by the operations of their type. A pointer to an item is valid until the array grows
-/// or an item before it is removed. When there is no memory to grow, the call throws std::bad_alloc
-/// and the array is unchanged. Allocator has the operations of KBaseAllocator.
+/// Items may be of any type whose moves do not throw; they are constructed, moved and destroyed by
+/// the operations of their type. A pointer to an item is valid until the array grows or an item
+/// before it is removed. If there is no memory to grow, the call throws std::bad_alloc and the
+/// array is unchanged. Allocator has the operations of KBaseAllocator.
 template <typename T, int BlockCount = 16, typename Allocator = KBaseAllocator>
 class KArrayTemplate
 {
@@ -51,7 +51,7 @@ class KArrayTemplate
 
 public:
     KArrayTemplate() = default;
-    // Delegates, so that the destructor runs when the copy of an item throws.
+    // Delegates, so that the destructor runs if the copy of an item throws.
     KArrayTemplate(const KArrayTemplate& pOther) : KArrayTemplate() { AppendAll(pOther); }
     KArrayTemplate(KArrayTemplate&& pOther) noexcept { Swap(pOther); }
     KArrayTemplate& operator=(const KArrayTemplate& pOther)
@@ -72,7 +72,7 @@ public:
     int GetCapacity() const { return mCapacity; }
     bool IsEmpty() const { return mCount == 0; }
 
-    /// pIndex is 0 to the count minus 1; anything else is a fault of the caller.
+    /// pIndex must be from 0 to the count minus 1.
     T& operator[](int pIndex)
     {
         CORVEKIT_ASSERT(pIndex >= 0 && pIndex < mCount);
@@ -110,7 +110,7 @@ public:
     /// Appends an item and returns its index.
     int Add(T pItem) { return InsertAt(mCount, std::move(pItem)); }
 
-    /// Takes an item out and closes the gap. False for an index out of range.
+    /// Removes an item. False for an index out of range.
     bool RemoveAt(int pIndex)
     {
         if (pIndex < 0 || pIndex >= mCount) {
@@ -121,7 +121,7 @@ public:
         std::destroy_at(mItems + mCount);
         return true;
     }
-    /// Takes the first equal item out. False if there is none.
+    /// Removes the first equal item. False if there is none.
     bool RemoveIt(const T& pItem) { return RemoveAt(Find(pItem)); }
 
     /// Index of the first equal item, or -1.
@@ -135,7 +135,7 @@ public:
         return -1;
     }
 
-    /// Makes room for pCapacity items in all: no call throws until the count exceeds it.
+    /// Reserves memory for pCapacity items: no call throws until the count exceeds it.
     void SetCapacity(int pCapacity)
     {
         if (pCapacity > mCapacity) {
@@ -143,7 +143,7 @@ public:
         }
     }
 
-    /// Destroys the items, the last one first, and gives the memory back.
+    /// Destroys the items, the last one first, and frees the memory.
     void Clear()
     {
         while (mCount > 0) {
@@ -163,7 +163,7 @@ public:
     }
 
 private:
-    /// Room for pMore items more.
+    /// Reserves memory for pMore further items.
     void Reserve(int pMore)
     {
         if (pMore > mCapacity - mCount) {

@@ -4,17 +4,17 @@
 
 #include "corvekit/export.h"
 
-/// What a failed assertion calls. The default writes the place to standard error and aborts; a
-/// test installs one that counts and returns.
+/// The function that a failed assertion calls. The default writes the place to standard error and
+/// aborts; a test can install one that counts and returns.
 using KAssertHandler = void (*)(const char* pExpression, const char* pFile, int pLine);
 
-/// Installs a handler and gives the one that stood before. Null brings the default back.
+/// Installs a handler and returns the previous one. Null installs the default.
 CORVEKIT_API KAssertHandler KSetAssertHandler(KAssertHandler pHandler);
 
 /// Calls the installed handler.
 CORVEKIT_API void KAssertFailed(const char* pExpression, const char* pFile, int pLine);
 
-/// Checks what a caller guarantees. Release builds (NDEBUG) neither evaluate nor pay for it.
+/// Checks a precondition or an invariant. Not evaluated in release builds (NDEBUG).
 #if defined(NDEBUG)
 #    define CORVEKIT_ASSERT(condition) static_cast<void>(0)
 #else

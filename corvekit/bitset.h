@@ -8,19 +8,19 @@
 #include <bit>
 #include <cstdint>
 
-/// A set of positions from 0 up. Memory goes with the number of runs of 64 positions that hold
-/// one, not with the greatest position.
+/// A set of positions from 0 up. Its memory is proportional to the number of words of 64 positions
+/// in use, not to the greatest position.
 class KBitSet
 {
 public:
     void ClearAll() { mWords.Clear(); }
-    /// Whether a position is in the set; a negative one never is.
+    /// Whether a position is in the set; false for a negative one.
     bool Test(int pPosition) const
     {
         const std::uint64_t* word = pPosition >= 0 ? mWords.Find(pPosition / 64) : nullptr;
         return word && (*word & BitOf(pPosition)) != 0;
     }
-    /// Puts a position, 0 or above, into the set.
+    /// Adds a position, which must not be negative.
     void Set(int pPosition)
     {
         CORVEKIT_ASSERT(pPosition >= 0);
@@ -34,7 +34,7 @@ public:
             mWords.Add(pPosition / 64, BitOf(pPosition));
         }
     }
-    /// Takes a position out of the set.
+    /// Removes a position.
     void Clear(int pPosition)
     {
         std::uint64_t* word = pPosition >= 0 ? mWords.Find(pPosition / 64) : nullptr;
@@ -45,7 +45,7 @@ public:
             }
         }
     }
-    /// How many positions are in the set.
+    /// Number of positions in the set.
     int GetCount() const
     {
         int count = 0;

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Everything public in corvekit, for hosts that prefer one include. The library itself names what
-// it needs.
+// All public headers of corvekit, for hosts that prefer one include. The library itself includes
+// single headers.
 
 #include "corvekit/array.h"
 #include "corvekit/assert.h"

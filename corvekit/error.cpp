@@ -14,7 +14,7 @@ void KError::SetLastError(int pId, const char* pText, std::int64_t pOffset)
 {
     CORVEKIT_ASSERT(pOffset >= -1);
     const bool listed = pId >= 0 && pId < mCount;
-    // Built before the old text goes: the caller may hand in GetLastErrorString.
+    // The new text is made first, as the caller may pass GetLastErrorString.
     mText = KString(pText ? pText : listed ? mTable[pId] : nullptr);
     mId = pId;
     mOffset = pOffset;

@@ -7,26 +7,26 @@
 
 #include <cstdint>
 
-/// The last error of an object: an id, a text, and where bytes were read, the place among them.
+/// The last error of an object: an id, a text, and for a reader the byte offset.
 ///
-/// Keeps the error until the next one; a success does not clear it. A copy copies the error.
+/// An error is kept until the next one; a success does not clear it. A copy has the same error.
 class CORVEKIT_API KError
 {
 public:
-    /// The id before any error, and after Clear.
+    /// The id without an error, initially and after Clear.
     static constexpr int kNone = -1;
 
     KError() = default;
-    /// pTable   the texts by id, not copied: it lives as long as the object. Entries may be null.
-    /// pCount   how many entries it has.
+    /// pTable   the texts by id, not copied: it must outlive the object. Entries may be null.
+    /// pCount   number of its entries.
     KError(const char* const* pTable, int pCount);
 
-    /// Keeps an id with the text of the place that failed. Null takes the text of the table.
-    /// pOffset is the byte offset of a read that failed, -1 where there is none.
+    /// Sets an id and a text. Null uses the text of the table.
+    /// pOffset is the byte offset of an error of a reader, otherwise -1.
     void SetLastError(int pId, const char* pText, std::int64_t pOffset = -1);
-    /// Keeps an id with the text of the table, which is empty for an id without an entry.
+    /// Sets an id with the text of the table, which is empty for an id without an entry.
     void SetLastErrorID(int pId);
-    /// Back to no error.
+    /// Removes the error.
     void Clear();
 
     int GetLastErrorID() const { return mId; }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// CORVEKIT_API marks what the shared library exports. Static builds define CORVEKIT_STATIC.
+// CORVEKIT_API marks exported symbols of the shared library. Static builds define CORVEKIT_STATIC.
 #if defined(CORVEKIT_STATIC)
 #    define CORVEKIT_API
 #elif defined(_WIN32)

@@ -13,18 +13,18 @@
 
 namespace
 {
-// The head of a chunk links it to the next one and keeps the first block aligned for any type.
+// The head of a chunk has the link to the next one. The first block is aligned for any type.
 constexpr std::size_t kChunkHead = alignof(std::max_align_t);
-// Blocks that a thread takes from the pool at once: a full chain. It keeps two chains at most.
+// Number of blocks in a full chain, which a thread takes at once. It has at most two chains.
 constexpr int kBatch = 64;
 
-// For all pools: what is not in the part of a thread, which parts there are, which slots are taken.
+// Protects the data of all pools outside the parts, the lists of parts, and the slots in use.
 constinit std::mutex sLock;
 constinit unsigned sTakenSlots = 0;
 constinit thread_local bool tHasEnded = false;
 
-// A free block holds two links, so none is smaller. A type's size is a multiple of its alignment:
-// rounding to a link's size keeps every block as aligned as its content can ask.
+// The distance of blocks. A free block has room for two links. The size of a type is a multiple of
+// its alignment, so a multiple of the size of a link is sufficient for the alignment.
 std::size_t StepOf(std::size_t pBlockSize)
 {
     constexpr std::size_t kLink = sizeof(void*);
@@ -45,8 +45,8 @@ int TakeSlot(int pSlots)
 
 constinit thread_local KMemoryPool::Part KMemoryPool::sParts[kSlots];
 
-// Gives back what a thread has of all pools when it ends. What it does afterwards, in destructors
-// of its other data, takes the lock each time.
+// Returns the blocks of a thread to all pools when it ends. Later calls, in destructors of other
+// data of the thread, take the lock each time.
 struct KMemoryPool::ThreadEnd
 {
     ~ThreadEnd()
@@ -101,8 +101,8 @@ std::size_t KMemoryPool::GetUsedCount() const
     return count;
 }
 
-// Makes the pool know a part of this thread. False for one that may keep no blocks: that of a
-// thread that ends, and the slot that several pools share. The lock is held, here and in Abandon.
+// Registers a part of this thread. False for a part without a reserve: that of a thread that ends,
+// and that of the slot of several pools. The lock is held, here and in Abandon.
 bool KMemoryPool::Adopt(Part& pPart)
 {
     if (pPart.mPool) {
@@ -120,7 +120,7 @@ bool KMemoryPool::Adopt(Part& pPart)
     return true;
 }
 
-// Takes the free blocks of a part over, and forgets it.
+// Takes the free blocks of a part and unregisters it.
 void KMemoryPool::Abandon(Part& pPart)
 {
     for (Link* chain : {pPart.mFree, pPart.mFullChain}) {
@@ -146,7 +146,7 @@ void KMemoryPool::Abandon(Part& pPart)
     pPart.mNext = nullptr;
 }
 
-// A part that has nothing left gets its full chain, or one of the pool, or single blocks.
+// Refills an empty part from its full chain, a chain of the pool, or single blocks.
 void KMemoryPool::Refill(Part& pPart)
 {
     if (pPart.mFullChain) {
@@ -155,9 +155,9 @@ void KMemoryPool::Refill(Part& pPart)
         return;
     }
     const std::lock_guard guard(sLock);
-    const bool isKnown = Adopt(pPart);
+    const bool isRegistered = Adopt(pPart);
     int count = 0;
-    if (isKnown && mFullChains) {
+    if (isRegistered && mFullChains) {
         pPart.mFree = PopFullChain();
         count = kBatch;
     } else {
@@ -167,7 +167,7 @@ void KMemoryPool::Refill(Part& pPart)
             AddChunk();
         }
         Link** last = &pPart.mFree;
-        for (; count < (isKnown ? kBatch : 1) && mFree; ++count) {
+        for (; count < (isRegistered ? kBatch : 1) && mFree; ++count) {
             *last = mFree;
             last = &mFree->mNext;
             mFree = mFree->mNext;
@@ -178,7 +178,7 @@ void KMemoryPool::Refill(Part& pPart)
     mTakenCount += static_cast<std::size_t>(count);
 }
 
-// Starts an empty chain in a part whose chain is full. False for a part that may keep nothing.
+// Starts an empty chain in a part whose chain is full. False for a part without a reserve.
 bool KMemoryPool::MakeRoom(Part& pPart)
 {
     if (pPart.GetReady() > kBatch || !pPart.mPool) {
@@ -220,7 +220,7 @@ void KMemoryPool::AddChunk()
         throw std::bad_alloc();
     }
     mChunks = ::new (memory) Link{mChunks};
-    // Linked from the last block back, so that blocks are handed out in order of address.
+    // Linked from the last block back, so that blocks are allocated in order of address.
     char* first = static_cast<char*>(memory) + kChunkHead;
     for (std::size_t i = mBlocksPerChunk; i-- > 0;) {
         mFree = ::new (static_cast<void*>(first + i * mBlockSize)) Link{mFree};

@@ -9,22 +9,22 @@
 #include <cstddef>
 #include <new>
 
-/// Memory blocks of one size, taken and given back in constant time.
+/// Memory blocks of one size, allocated and freed in constant time.
 ///
-/// Blocks are cut from chunks; one that comes back is the next to be handed out. Chunks stay with
-/// the pool until it ends. A block is aligned for any type of its size.
+/// Blocks are parts of chunks, which are freed with the pool. The block freed last is allocated
+/// next. A block is aligned for any type of its size.
 ///
-/// Any thread may take and give back at any time, blocks of other threads too. Each thread keeps
-/// some free blocks of its own and takes a lock for some dozens of them at once. No thread uses a
-/// pool while it is made or ends.
+/// Any thread may allocate and free blocks at any time, also those of other threads. Each thread
+/// has a reserve of free blocks and takes a lock once for 64 of them. No thread may use the pool
+/// during its construction and destruction.
 class CORVEKIT_API KMemoryPool
 {
 public:
     /// pBlockSize        bytes in a block, at least 1.
-    /// pBlocksPerChunk   blocks that one request to the system brings, at least 1.
-    /// pReserve          blocks that are made ready at once, rounded up to whole chunks.
-    /// pFreeAtEnd        true: the memory goes with the pool, and blocks still out die with it.
-    ///                   false: it stays when blocks are still out, for those that outlive it.
+    /// pBlocksPerChunk   blocks in a chunk, at least 1.
+    /// pReserve          blocks allocated by the constructor, rounded up to whole chunks.
+    /// pFreeAtEnd        true: the destructor frees all memory, also of blocks in use.
+    ///                   false: it frees no memory if blocks are in use, as they outlive the pool.
     KMemoryPool(std::size_t pBlockSize, int pBlocksPerChunk, int pReserve = 0,
                 bool pFreeAtEnd = true);
     KMemoryPool(const KMemoryPool&) = delete;
@@ -43,7 +43,7 @@ public:
         part.AddReady(-1);
         return block;
     }
-    /// Gives back a block of this pool. Null is ignored.
+    /// Frees a block of this pool. Null is ignored.
     void Free(void* pBlock)
     {
         if (pBlock) {
@@ -59,11 +59,11 @@ public:
 
     /// Bytes from one block to the next: the block size, rounded up to the alignment.
     std::size_t GetBlockSize() const { return mBlockSize; }
-    /// Blocks that are out, of all threads.
+    /// Number of blocks in use, of all threads.
     std::size_t GetUsedCount() const;
 
 private:
-    // What a free block holds, and the first block of a full chain that the pool keeps.
+    // The content of a free block, and of the first block of a full chain of the pool.
     struct Link
     {
         Link* mNext;
@@ -74,24 +74,24 @@ private:
         FullChain* mNextChain;
     };
 
-    // The free blocks that a thread keeps: a chain to take from and give to, and a full one. All
-    // zero, the pool does not know it yet.
+    // The reserve of a thread: a chain for allocation and freeing, and a full chain. All zero
+    // before its first use.
     struct Part
     {
         int GetReady() const { return mReady.load(std::memory_order_relaxed); }
-        // Only the thread of the part changes the number; GetUsedCount reads it on any thread.
+        // Changed only by the thread of the part; GetUsedCount reads it on any thread.
         void AddReady(int pCount) { mReady.store(GetReady() + pCount, std::memory_order_relaxed); }
 
         Link* mFree = nullptr;
-        std::atomic<int> mReady{0};  // how many blocks, of both chains
-        int mLimit = 0;              // how many there are when the chain is full
+        std::atomic<int> mReady{0};  // number of blocks in both chains
+        int mLimit = 0;              // number of blocks when the first chain is full
         Link* mFullChain = nullptr;
         KMemoryPool* mPool = nullptr;
         Part* mNext = nullptr;
     };
     struct ThreadEnd;
 
-    static constexpr int kSlots = 4;  // the last one is for pools beyond that number: always locked
+    static constexpr int kSlots = 4;  // the last one is for all further pools, which always lock
 
     bool Adopt(Part& pPart);
     void Abandon(Part& pPart);
@@ -101,16 +101,16 @@ private:
     Link* PopFullChain();
     void AddChunk();
 
-    // Plain data of the thread, reached without a call.
+    // Data of the thread, accessible without a function call.
     [[gnu::tls_model("initial-exec")]] static constinit thread_local Part sParts[kSlots];
 
-    Link* mFree = nullptr;  // one by one
+    Link* mFree = nullptr;  // single blocks
     FullChain* mFullChains = nullptr;
     Link* mChunks = nullptr;
-    Part* mParts = nullptr;  // of the threads that have used the pool
+    Part* mParts = nullptr;  // of all threads that have used the pool
     int mSlot;
     std::size_t mBlockSize;
     std::size_t mBlocksPerChunk;
-    std::size_t mTakenCount = 0;  // blocks that are out or in a part
+    std::size_t mTakenCount = 0;  // blocks in use or in a part
     bool mFreeAtEnd;
 };

@@ -15,7 +15,7 @@ struct KLessCompare
     bool operator()(const Key& pLeft, const Key& pRight) const { return pLeft < pRight; }
 };
 
-/// Order of zero-terminated texts, byte by byte. The texts are not copied.
+/// Order of zero-terminated strings, byte by byte. The strings are not copied.
 struct KCharPointerLessCompare
 {
     bool operator()(const char* pLeft, const char* pRight) const
@@ -32,9 +32,9 @@ struct KMapEntry
     Value mValue;
 };
 
-/// Values by key, each key once, in one sorted array: small, quick to search and to read through
-/// from the first key to the last, linear in the count to change. An empty one is a constant, so
-/// a static map is ready before any code runs.
+/// A map in one sorted array: small, with a fast search and traversal in order of keys. Adding and
+/// removing take linear time. The constructor is constexpr, so that a static map needs no
+/// initialization at run time.
 template <typename Key, typename Value, typename Compare = KLessCompare<Key>,
           typename Allocator = KBaseAllocator>
 class KMap
@@ -45,7 +45,7 @@ public:
     int GetCount() const { return mEntries.GetCount(); }
     bool IsEmpty() const { return mEntries.IsEmpty(); }
 
-    /// Adds a pair. False, and nothing changes, when the key is there already.
+    /// Adds a pair. False, without a change, if the key exists.
     bool Add(const Key& pKey, const Value& pValue)
     {
         const int place = PlaceOf(pKey);
@@ -67,7 +67,7 @@ public:
             Add(pKey, pValue);
         }
     }
-    /// False when the key is not there.
+    /// False if there is no such key.
     bool Remove(const Key& pKey)
     {
         const int place = PlaceOf(pKey);
@@ -86,14 +86,14 @@ public:
     }
     void Clear() { mEntries.Clear(); }
 
-    /// Entry at a place, 0 to the count minus 1, in order of keys.
+    /// Entry at an index, 0 to the count minus 1, in order of keys.
     const Entry& operator[](int pPlace) const { return mEntries[pPlace]; }
     /// From the first key to the last.
     const Entry* begin() const { return mEntries.begin(); }
     const Entry* end() const { return mEntries.end(); }
 
 private:
-    // Where the key stands, or would stand.
+    // The index of the key, or where it would be inserted.
     int PlaceOf(const Key& pKey) const
     {
         const auto less = [](const Entry& pEntry, const Key& pWanted) {
@@ -110,6 +110,6 @@ private:
     KArrayTemplate<Entry, 16, Allocator> mEntries;
 };
 
-/// A map in the natural order of its keys, such as the numbers under which a store knows objects.
+/// A map in the order of less-than of its keys.
 template <typename Key, typename Value>
 using KSet = KMap<Key, Value>;

@@ -36,7 +36,7 @@ void KTrace(const char* pFormat, ...)
     const int length = std::vsnprintf(line, sizeof(line), pFormat, arguments);
     va_end(arguments);
     if (length < 0) {
-        gSink.load()(pFormat);  // text that cannot be formatted still shows where it came from
+        gSink.load()(pFormat);  // the text cannot be formatted
     } else if (static_cast<std::size_t>(length) < sizeof(line)) {
         gSink.load()(line);
     } else {

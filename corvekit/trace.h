@@ -4,11 +4,11 @@
 
 #include "corvekit/export.h"
 
-/// Takes the text of one KTrace call.
+/// Receives the text of a KTrace call.
 using KTraceSink = void (*)(const char* pText);
 
-/// Installs a sink and gives the one that stood before. Null brings the default back, which writes
-/// to standard error.
+/// Installs a sink and returns the previous one. Null installs the default, which writes to
+/// standard error.
 CORVEKIT_API KTraceSink KSetTraceSink(KTraceSink pSink);
 
 /// Sends formatted text, of any length, to the sink. The format is that of printf.

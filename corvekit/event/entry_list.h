@@ -5,21 +5,21 @@
 #include "corvekit/event/event.h"
 #include "corvekit/event/listener_list.h"
 
-/// The listeners of one event, called in order of priority. KListenerList says what a listener may
-/// do during a call. Takes no lock: one thread at a time.
+/// The listeners of one event in order of priority. See KListenerList for what a listener may do
+/// during a call. Without a lock: only one thread at a time may use it.
 class CORVEKIT_API RegisterEntryList
 {
 public:
-    /// Adds a listener behind all that have the same or a greater priority. Does not look for an
-    /// equal one, see Find. A null callback or method is ignored.
+    /// Adds a listener after all with the same or a greater priority, even if it is in the list
+    /// already, see Find. A null callback or method is ignored.
     void Add(ICallback* pCallback, KCallbackMethod pMethod, int pPriority = 0);
     /// Removes the first entry of this callback and method. False if there is none.
     bool Remove(ICallback* pCallback, KCallbackMethod pMethod);
-    /// Whether the callback listens with this method.
+    /// Whether there is an entry of this callback and method.
     bool Find(ICallback* pCallback, KCallbackMethod pMethod) const;
-    /// Calls every listener; when it returns, all have run.
+    /// Calls all listeners.
     void Call(IRegister* pSender, KEventBase* pEvent);
-    /// How many listeners there are.
+    /// Number of entries.
     int GetCount() const { return mListeners.GetCount(); }
 
 private:

@@ -3,6 +3,6 @@
 
 #include "corvekit/event/event.h"
 
-// Out of line, so that the tables of virtual functions exist once, in this library.
+// Not inline, so that the virtual tables exist once, in this library.
 KEventBase::~KEventBase() = default;
 ICallback::~ICallback() = default;

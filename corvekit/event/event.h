@@ -5,7 +5,7 @@
 #include "corvekit/export.h"
 #include "corvekit/object/iobject.h"
 
-/// What a listener is told: a type and what a derived class adds. Valid during the call only.
+/// An event: a type and the data of a derived class. Valid only during the call of a listener.
 class CORVEKIT_API KEventBase
 {
 public:
@@ -25,26 +25,26 @@ protected:
 
 class IRegister;
 
-/// An object that listens. Its listening members have the form of KCallbackMethod.
+/// A listener. Its member functions for events have the type KCallbackMethod.
 class CORVEKIT_API ICallback : public IObject
 {
 public:
     virtual ~ICallback();
 };
 
-/// A member of a listener: who calls, and the event, which may be null.
+/// A member function of a listener, with the sender and the event, which may be null.
 using KCallbackMethod = void (ICallback::*)(IRegister*, KEventBase*);
 
-/// An object that others listen to.
+/// An object with listeners.
 class CORVEKIT_API IRegister : public IObject
 {
 public:
-    /// Adds a listener to an event. A listener with a greater priority is called earlier; equal
-    /// ones in the order of registration. One that is already there stays as it is. False for an
-    /// event id that the object does not know.
+    /// Adds a listener to an event. Listeners with a greater priority are called first, those of
+    /// equal priority in the order of registration. A registered listener is not added again.
+    /// False for an unknown event id.
     virtual bool Register(int pEventId, ICallback* pCallback, KCallbackMethod pMethod,
                           int pPriority) = 0;
-    /// Takes a listener off an event. False for an event id that the object does not know.
+    /// Removes a listener from an event. False for an unknown event id.
     virtual bool Unregister(int pEventId, ICallback* pCallback, KCallbackMethod pMethod) = 0;
 
 protected:

@@ -6,14 +6,14 @@
 
 #include <cstdint>
 
-/// Listeners of any kind, in calling order, with calls that survive whatever a listener does.
+/// A list of listeners in calling order, which listeners may change during a call.
 ///
-/// During a call a listener may add and remove listeners, itself included, start a further call of
-/// the same list, and destroy the list. One that is removed is not called any more, one that is
-/// added is called from the next call on, every other one is called once. Takes no lock: one thread
-/// at a time.
+/// A listener may add and remove listeners, itself included, start a nested call of the list, and
+/// destroy the list. A removed listener is not called any more, an added one is called from the
+/// next call on, all others are called once. Without a lock: only one thread may use the list at a
+/// time.
 ///
-/// Listener  a value that can be copied and compared.
+/// Listener  a type that can be copied and compared.
 template <typename Listener>
 class KListenerList
 {
@@ -30,7 +30,7 @@ public:
 
     int GetCount() const { return mEntries.GetCount(); }
 
-    /// Adds a listener behind all that have the same or a greater priority. Equal ones may be added
+    /// Adds a listener after all with the same or a greater priority. Equal listeners may be added
     /// several times.
     void Add(const Listener& pListener, int pPriority = 0)
     {
@@ -71,8 +71,8 @@ public:
         return true;
     }
 
-    /// Calls pInvoke(listener) for each listener, from the first to the last or the other way
-    /// round. False when the list has been destroyed meanwhile: its owner is gone too.
+    /// Calls pInvoke(listener) for each listener, in order or in reverse order. False if the list,
+    /// and so its owner, has been destroyed during the call.
     template <typename Invoke>
     bool Call(bool pLastFirst, const Invoke& pInvoke)
     {
@@ -92,12 +92,12 @@ private:
     {
         Listener mListener;
         int mPriority;
-        std::uint64_t
-            mNumber;  // rises with each one added: a call leaves out those that come later
+        // Ascending: a call omits entries that are added during it.
+        std::uint64_t mNumber;
     };
 
-    // How far a call has come, on the stack of that call. Entries before mPlace have been called,
-    // or last first those from mPlace on.
+    // The progress of a call, on the stack. Entries before mPlace have been called, in reverse
+    // order those from mPlace on.
     struct Walk
     {
         Walk(KListenerList& pList, int pPlace) : mList(&pList), mOuter(pList.mWalks), mPlace(pPlace)
@@ -106,7 +106,7 @@ private:
         }
         Walk(const Walk&) = delete;
         Walk& operator=(const Walk&) = delete;
-        ~Walk()  // also when a listener throws
+        ~Walk()  // also if a listener throws
         {
             if (mList) {
                 CORVEKIT_ASSERT(mList->mWalks == this);
@@ -114,12 +114,12 @@ private:
             }
         }
 
-        KListenerList* mList;  // null when the list is gone
+        KListenerList* mList;  // null if the list is destroyed
         Walk* mOuter;
         int mPlace;
     };
 
-    // An entry has come or gone before the places of the calls under way.
+    // Corrects the places of all calls in progress after an insertion or removal.
     void Shift(int pIndex, int pBy)
     {
         for (Walk* walk = mWalks; walk; walk = walk->mOuter) {
@@ -130,5 +130,5 @@ private:
 
     KArrayTemplate<Entry, 4> mEntries;
     std::uint64_t mNextNumber = 0;
-    Walk* mWalks = nullptr;  // the calls under way, innermost first
+    Walk* mWalks = nullptr;  // the calls in progress, innermost first
 };

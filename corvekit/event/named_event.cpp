@@ -13,7 +13,7 @@ namespace
 {
 using EventTable = std::map<KString, RegisterEntryList>;
 
-// Never destroyed: subscriptions that are themselves static end at process exit in any order.
+// Never destroyed, as static subscriptions end at process exit in any order.
 EventTable& Events()
 {
     static EventTable& table = *new EventTable;

@@ -5,10 +5,10 @@
 #include "corvekit/event/event.h"
 #include "corvekit/string.h"
 
-/// One subscription to an event that is known by name in the whole process, such as "FileNew".
+/// A subscription to a process-wide event with a name, such as "FileNew".
 ///
-/// Nobody owns such an event: a host announces it with Call, and whoever subscribed hears of it.
-/// The subscription ends with the object. Takes no lock: one thread at a time.
+/// A host fires the event with Call, which calls all subscribers. The subscription ends with the
+/// object. Without a lock: only one thread may use named events at a time.
 class CORVEKIT_API KGlobalNamedEvent
 {
 public:
@@ -17,10 +17,10 @@ public:
     KGlobalNamedEvent& operator=(const KGlobalNamedEvent&) = delete;
     ~KGlobalNamedEvent();
 
-    /// Subscribes a member of pObject to the event pName, exact in case. An earlier subscription
-    /// of this object ends. False, and none stands, when an argument is null.
+    /// Subscribes a member function of pObject to the event pName (case matters). A previous
+    /// subscription of this object ends. False, without a subscription, if an argument is null.
     bool Register(const char* pName, ICallback* pObject, KCallbackMethod pMethod);
-    /// The same for a member that pObject's own class declares.
+    /// The same for a member function of the class of pObject.
     template <typename Listener>
     bool Register(const char* pName, Listener* pObject,
                   void (Listener::*pMethod)(IRegister*, KEventBase*))
@@ -32,8 +32,8 @@ public:
     void Unregister();
     bool IsRegistered() const { return mObject != nullptr; }
 
-    /// Fires an event: all who subscribed to the name have heard it when this returns, in the
-    /// order in which they subscribed, with no sender. pEvent may be null.
+    /// Fires an event: calls all subscribers of the name in the order of subscription, without a
+    /// sender. pEvent may be null.
     static void Call(const char* pName, KEventBase* pEvent = nullptr);
 
 private:

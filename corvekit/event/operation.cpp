@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Calls wait in one list a thread. An operation that begins inside a waiting call, at depth 0, has
-// the end of that list to itself.
+// Each thread has one list of deferred calls. An operation that begins within a deferred call, at
+// depth 0, uses the end of that list.
 
 #include "corvekit/event/operation.h"
 
@@ -14,11 +14,11 @@ namespace
 struct WaitingCall
 {
     const void* subject;
-    std::function<void()> call;  // empty once it is dropped
+    std::function<void()> call;  // empty if discarded
     bool isDeletion;
 };
 
-// Plain data, so that static objects may end at process exit in any order.
+// Without destructors, so that static objects may end at process exit in any order.
 constinit thread_local int tDepth = 0;
 constinit thread_local std::vector<WaitingCall>* tWaiting = nullptr;
 constinit thread_local KWatch* tWatches = nullptr;
@@ -28,7 +28,7 @@ std::size_t WaitingCount()
     return tWaiting ? tWaiting->size() : 0;
 }
 
-// Makes the calls from pFirst on, and those that come while they are made.
+// Makes the calls from pFirst on, including those that are added meanwhile.
 void MakeWaitingCalls(std::size_t pFirst)
 {
     for (std::size_t i = pFirst; i < WaitingCount(); ++i) {

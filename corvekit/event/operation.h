@@ -8,19 +8,19 @@
 #include <functional>
 #include <new>
 
-/// An operation that changes objects which others listen to, for as long as it lives.
+/// The scope of an operation that changes objects with listeners.
 ///
-/// A listener may do anything, such as edit or destroy the very object that it is called for. So
-/// none is called while an operation is at work: the calls wait until the outermost operation of
-/// the thread ends, and are made in order as the last thing that it does. Declare it before
-/// anything else in a function that posts an event and does not end with it; after its end the
-/// function must not touch an object any more.
+/// A listener may do anything, such as edit or destroy the object that it is called for. So calls
+/// of listeners are deferred: they are made in order at the end of the outermost operation of the
+/// thread. Declare one at the start of a function that posts an event before its end; after the
+/// end of the operation the function must not access the objects, as a listener may have destroyed
+/// them.
 ///
-/// Each thread has operations of its own.
+/// Operations of different threads are independent.
 class CORVEKIT_API KOperation
 {
 public:
-    /// pNeeded  false: nobody listens, so that nothing will have to wait. It costs nothing then.
+    /// pNeeded  false if there are no listeners: the object then has no effect and no cost.
     explicit KOperation(bool pNeeded = true)
     {
         if (pNeeded) {
@@ -36,12 +36,12 @@ public:
         }
     }
 
-    /// Whether an operation of this thread is at work.
+    /// Whether this thread is in an operation.
     static bool IsUnderWay();
-    /// Makes a call at the end of the outermost operation, at once where there is none and where
-    /// there is no memory to keep it. A call lets no exception out.
+    /// Makes a call at the end of the outermost operation; at once if there is none or no memory to
+    /// defer it. A call must not throw.
     ///
-    /// pSubject  the object that the call is about, see Forget.
+    /// pSubject  the object of the call, see Forget.
     template <typename Call>
     static void CallAtEnd(const void* pSubject, const Call& pCall)
     {
@@ -49,8 +49,8 @@ public:
             pCall();
         }
     }
-    /// The same for the call that deletes an object. What its destructor ends in turn is deleted
-    /// after it and not inside it, so that a deep tree needs no deep stack.
+    /// The same for a call that deletes an object. Objects that its destructor deletes are deleted
+    /// after it and not nested, so that the stack is not deep for a deep tree.
     template <typename Call>
     static void DeleteAtEnd(const void* pSubject, const Call& pCall)
     {
@@ -58,7 +58,7 @@ public:
             pCall();
         }
     }
-    /// Drops the calls that wait for an object. Its destructor says so.
+    /// Discards the deferred calls of an object. Called by its destructor.
     static void Forget(const void* pSubject) noexcept;
 
 private:
@@ -68,7 +68,7 @@ private:
         try {
             return IsUnderWay() && (Wait(pSubject, pCall, pIsDeletion), true);
         } catch (const std::bad_alloc&) {
-            return false;  // a call too early is better than none
+            return false;  // an early call is better than none
         }
     }
     static void Wait(const void* pSubject, std::function<void()> pCall, bool pIsDeletion);
@@ -76,11 +76,11 @@ private:
     void End() noexcept;
 
     bool mHasBegun = false;
-    std::size_t mFirst = 0;  // calls before this one wait for an operation further out
+    std::size_t mFirst = 0;  // calls before this one belong to an outer operation
 };
 
-/// Knows whether an object still exists after listeners have been called. The destructor of the
-/// object calls KOperation::Forget.
+/// Detects whether an object still exists after calls of listeners. The destructor of the object
+/// must call KOperation::Forget.
 class CORVEKIT_API KWatch
 {
 public:
@@ -90,7 +90,7 @@ public:
     ~KWatch();
 
     void Set(const void* pObject) { mObject = pObject; }
-    /// False when the object is gone, or was none.
+    /// False if the object is destroyed or null.
     bool IsAlive() const { return mObject != nullptr; }
 
 private:

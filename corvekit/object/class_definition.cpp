@@ -18,7 +18,7 @@ struct Registry
     int mLastId = 0;
 };
 
-// Never destroyed: definitions in other libraries take themselves out at process exit.
+// Never destroyed, as definitions in other libraries remove themselves at process exit.
 Registry& Classes()
 {
     static Registry& registry = *new Registry;

@@ -6,42 +6,42 @@
 
 class KObject;
 
-/// What the system knows of a class at run time: its name, its number, its parent and, where it
-/// has one, a factory. One static object a class, registered while its library loads and taken out
-/// when it unloads. Construction runs no code, so a class may name its parent in any order.
+/// The run-time description of a class: name, number, parent and optionally a factory. Each class
+/// has one static object, which is registered when its library is loaded and removed when it is
+/// unloaded. Its constructor is constexpr, so the order of definitions does not matter.
 class CORVEKIT_API KClassDefinition
 {
 public:
-    /// Makes an object of the class on the heap; it ends by Destroy.
+    /// Creates an object of the class on the heap, to be ended by Destroy.
     using Factory = KObject* (*)();
 
-    /// pClassId   where the class keeps its number; RegisterClassId gives it.
+    /// pClassId   the variable of the class for its number, see RegisterClassId.
     /// pName      zero-terminated, not copied.
     /// pParent    null for the root of a family.
-    /// pFactory   null for a class that is made by its constructors only.
+    /// pFactory   null for a class without a factory.
     constexpr KClassDefinition(const int& pClassId, const char* pName,
                                const KClassDefinition* pParent, Factory pFactory)
         : mClassId(pClassId), mName(pName), mParent(pParent), mFactory(pFactory)
     {}
     KClassDefinition(const KClassDefinition&) = delete;
     KClassDefinition& operator=(const KClassDefinition&) = delete;
-    /// Takes the class out of the registry. Its number is not given out again.
+    /// Removes the class from the registry. Its number is not used again.
     ~KClassDefinition();
 
-    /// Puts the class into the registry and gives its number, 1 or above. Numbers hold for one run
-    /// of the process. Called again it gives the same number. Safe from any thread.
+    /// Registers the class and returns its number, at least 1. Numbers are valid for one run of the
+    /// process. Further calls return the same number. May be called on any thread.
     int RegisterClassId();
 
-    /// The number that the class keeps; 0 before it is registered.
+    /// The number of the class; 0 before it is registered.
     int GetClassId() const { return mClassId; }
     const char* GetName() const { return mName; }
     const KClassDefinition* GetParent() const { return mParent; }
-    /// Whether the number is that of this class or of a class above it.
+    /// Whether the number is that of this class or of one of its bases.
     bool Is(int pClassId) const;
     /// A new object, or null for a class without a factory.
     KObject* Create() const { return mFactory ? mFactory() : nullptr; }
 
-    /// A registered class by its exact name, the one registered first, or null.
+    /// The first registered class of exactly this name, or null.
     static const KClassDefinition* Find(const char* pName);
     /// A registered class by its number, or null.
     static const KClassDefinition* Find(int pClassId);

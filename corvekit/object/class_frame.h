@@ -4,8 +4,8 @@
 
 #include "corvekit/object/object.h"
 
-/// What every class of objects has beside its own work: the statics that describe it and the
-/// operations that read them. A class stands on it like this:
+/// The common members of all classes of objects: static data that describes the class, and
+/// functions that return it. A class is declared as
 ///
 ///     class MyObject : public KClassFrame<MyObject, KObject>
 ///     {
@@ -15,14 +15,14 @@
 ///         ...
 ///     };
 ///
-/// with, in a library whose classes others use, one line behind the class in the header and one in
-/// the source file, so that the statics exist once and the class is registered at load:
+/// A library with public classes needs one line after the class in the header and one in the source
+/// file, so that the static data exists once and the class is registered at load time:
 ///
 ///     extern template class KClassFrame<MyObject, KObject>;
 ///     template class KClassFrame<MyObject, KObject>;
 ///
-/// The class has no factory. A class that overrides one of the three steps of the end calls
-/// EndObject in its own destructor, since later its overrides are not reached any more.
+/// The class has no factory. A class that overrides SystemDetach, PrepareDestruct or Destruct must
+/// call EndObject in its destructor, as its overrides cannot be called later.
 template <typename Self, typename Parent>
 class CORVEKIT_API KClassFrame : public Parent
 {

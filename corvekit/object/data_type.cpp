@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// One table holds the types that are built in; the named pointers point into it. It is initialised
-// before any code runs. Types that a host adds stand in a list behind it.
+// A table has the built-in types, and the named pointers point to its entries. It is initialized at
+// compile time. Types of the host are in a list.
 
 #include "corvekit/object/data_type.h"
 
@@ -47,7 +47,7 @@ enum BuiltIn : int
     eColorAndAlpha,
 };
 
-// The named types in the order of the enum, then those that are known by name only.
+// The named types in the order of the enum, then those that are available by name only.
 constinit KDataType gBuiltIn[] = {
     {"Bool", eDataTypeMemberBool, 1},
     {"Integer", eDataTypeMemberInt, 1},
@@ -102,7 +102,7 @@ constinit KDataType gBuiltIn[] = {
 };
 constexpr int kBuiltInCount = static_cast<int>(std::size(gBuiltIn));
 
-// What is made at run time: the shapes, and the types that hosts add. Their names are copied.
+// The types created at run time: the shapes, and those of the host. Their names are copied.
 struct AddedType
 {
     AddedType(const char* pName, EDataTypeMember pMember, int pMemberCount)
@@ -131,7 +131,7 @@ struct AddedTypes
     KArrayTemplate<AddedType*> mTypes;
 };
 
-// Never destroyed: a type lives as long as the process.
+// Never destroyed, as types exist until the process ends.
 AddedTypes& Added()
 {
     static AddedTypes& added = *new AddedTypes;

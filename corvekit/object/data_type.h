@@ -4,10 +4,10 @@
 
 #include "corvekit/export.h"
 
-/// What one member of a data type is.
+/// The type of the members of a data type.
 enum EDataTypeMember : int
 {
-    eDataTypeMemberNone = 0,  ///< an action: it happens and has no value
+    eDataTypeMemberNone = 0,  ///< an action, which has no value
     eDataTypeMemberBool,
     eDataTypeMemberInt,
     eDataTypeMemberDouble,
@@ -15,8 +15,8 @@ enum EDataTypeMember : int
     eDataTypeMemberString
 };
 
-/// A named kind of value, such as a rotation of three angles. Each exists once and lives as long
-/// as the process, so two types are equal when their pointers are.
+/// A named type of values, such as a rotation of three angles. Each exists once until the process
+/// ends, so types can be compared by their pointers.
 class CORVEKIT_API KDataType
 {
 public:
@@ -28,7 +28,7 @@ public:
 
     const char* GetName() const { return mName; }
     EDataTypeMember GetMember() const { return mMember; }
-    /// How many members a value has; 0 for an action.
+    /// Number of members of a value; 0 for an action.
     int GetMemberCount() const { return mMemberCount; }
 
 private:
@@ -37,15 +37,15 @@ private:
     int mMemberCount;
 };
 
-/// A type by its exact name, one of those below or one that a host added, or null.
+/// The type of exactly this name, one of those below or one of the host, or null.
 CORVEKIT_API KDataType* KDataTypeGet(const char* pName);
 
-/// Adds a type of a host's own. Null when the name is null or taken, or the count is negative.
-/// Safe from any thread.
+/// Adds a type of the host. Null if the name is null or in use, or the count is negative. May be
+/// called on any thread.
 CORVEKIT_API KDataType* KDataTypeCreate(const char* pName, EDataTypeMember pMember,
                                         int pMemberCount);
 
-/// How many types there are, and each by its place, null beyond; in order of age.
+/// The number of types, and each by its index in the order of creation; null out of range.
 CORVEKIT_API int KDataTypeGetCount();
 CORVEKIT_API KDataType* KDataTypeGetAt(int pIndex);
 
@@ -83,6 +83,6 @@ CORVEKIT_API extern KDataType* const KDataTypeScalingUV;      ///< "ScalingUV", 
 CORVEKIT_API extern KDataType* const KDataTypeColor;          ///< "Color", red green blue
 CORVEKIT_API extern KDataType* const KDataTypeColorAndAlpha;  ///< "ColorAndAlpha", and alpha
 
-// Further types are known by name only, for channels that have a display colour of their own:
+// Further types are available by name only, for channels with their own display colour:
 // camera and light channels ("FieldOfView", "Intensity"), poses and roots ("Pose", "RootH"), the
 // shapes "Shape 01" to "Shape 40", and the custom ones ("CustomBool" to "CustomColorAndAlpha").

@@ -4,12 +4,12 @@
 
 #include "corvekit/object/iobject.h"
 
-/// A place where a host keeps an object of its own beside a curve or a node. Not owned: it is up
-/// to the host to clear it before its object goes.
+/// A pointer to an object of the host, attached to a curve or a node. Not owned: the host must
+/// reset it before it destroys the object.
 class KZrObjectHolder
 {
 public:
-    /// The host's object, null at first.
+    /// The object of the host, initially null.
     void* GetObject() const { return mObject; }
     void SetObject(void* pObject) { mObject = pObject; }
 

@@ -4,20 +4,20 @@
 
 /// Interface id of the object itself.
 inline constexpr unsigned long kIQueryObject = 0;
-/// Interface id of the side that others register with, an IRegister.
+/// Interface id of IRegister, for the registration of listeners.
 inline constexpr unsigned long kIQueryRegister = 3;
 
-/// What every object of the system answers to: a question for an interface, and its end.
+/// The common interface of all objects: a query for interfaces, and destruction.
 class IObject
 {
 public:
-    /// The part of the object that answers to an interface id, as a pointer to that interface, or
-    /// null. The meaning of pArgument belongs to the id; 0 where it has none.
+    /// The object as the interface of an id, or null. The meaning of pArgument depends on the id; 0
+    /// for ids without an argument.
     virtual IObject* IQuery(unsigned long pId, int pArgument) = 0;
-    /// Ends the object. An object is ended by this call only, never by delete.
+    /// Destroys the object. Objects are destroyed only by this call, never by delete.
     virtual void Destroy(int pArgument) = 0;
 
 protected:
-    // Not virtual, since a class decides for itself whether its table has a destructor.
+    // Not virtual; each class decides whether its destructor is virtual.
     ~IObject() = default;
 };

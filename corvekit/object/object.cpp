@@ -12,7 +12,7 @@
 
 namespace
 {
-// Objects of one class on several threads share the class's map.
+// Objects of a class on several threads share the map of the class.
 std::mutex gPropertyMapLock;
 }  // namespace
 
@@ -120,7 +120,7 @@ KProperty* KObject::FastFindPropertyByName(const char* pName, KPropertyHashMap& 
     {
         const std::lock_guard guard(gPropertyMapLock);
         const std::uint64_t* place = pMap.Find(pName);
-        // Objects of one class may still differ in their lists, so the place is a guess to check.
+        // Lists of objects of one class may differ, so the property at the index is checked.
         CORVEKIT_ASSERT(!place || *place <= std::numeric_limits<int>::max());
         if (place && isNamed(GetPropertyAt(static_cast<int>(*place)))) {
             return GetPropertyAt(static_cast<int>(*place));

@@ -13,22 +13,22 @@
 
 class KProperty;
 
-/// Names of a class's properties, with the place of each in the property list of its objects.
-/// Filled by look-ups; the names are those of the property infos.
+/// The names of the properties of a class, with the index of each in the list of properties. Filled
+/// by searches. The names are those of the property infos.
 using KPropertyHashMap = KMap<const char*, std::uint64_t, KCharPointerLessCompare, KBaseAllocator>;
 
 /// Bits of an object's flag word.
 enum EObjectFlag : unsigned int
 {
-    eObjectFlagDestructed = 0x40  ///< Destruct has run; the destructor has nothing left to end
+    eObjectFlagDestructed = 0x40  ///< Destruct has been called
 };
 
-/// An object with a class that is known at run time, a name and a list of properties.
+/// An object with a run-time class, a name and a list of properties.
 ///
-/// A class derives from KClassFrame, which answers the questions about the class. Its end has
-/// three steps, each run once: SystemDetach takes it out of what surrounds it, PrepareDestruct and
-/// Destruct give up what it holds. The destructor runs them when nobody has. A copy takes over the
-/// name; properties belong to the derived class, which puts its own into the list.
+/// Classes derive from KClassFrame, which implements the functions about the class. Destruction has
+/// three steps, each called once: SystemDetach removes connections, PrepareDestruct and Destruct
+/// release the content. The destructor calls them unless they were called before. A copy has the
+/// same name; its class adds the properties of the copy to the list.
 class CORVEKIT_API KObject : public KPlug
 {
 public:
@@ -45,30 +45,30 @@ public:
 
     /// This object for kIQueryObject, else null.
     IObject* IQuery(unsigned long pId, int pArgument) override;
-    /// Deletes the object, which stands on the heap.
+    /// Deletes the object, which must be on the heap.
     void Destroy(int pArgument) override;
     ~KObject() override;
 
-    /// Gives up what the object holds. An override ends with the one of its parent.
+    /// Releases the content of the object. An override calls that of its parent at its end.
     virtual void Destruct();
-    /// Takes the object out of its connections.
+    /// Removes the connections of the object.
     virtual void SystemDetach();
-    /// Called ahead of Destruct, while the object is still whole.
+    /// Called before Destruct, while the object is still complete.
     virtual void PrepareDestruct();
 
-    /// Whether the object is of a class, by the class's number, or of one derived from it.
+    /// Whether the object is of the class of a number, or of a class derived from it.
     virtual bool Is(int pClassId) const;
     virtual int GetClassId() const;
     virtual const char* GetClassIdName() const;
     virtual const KClassDefinition* GetClassDefinition() const;
-    /// Classes may be grouped by those who define them; 0 is no group.
+    /// An optional group of classes; 0 is no group.
     virtual int GetClassGroupId() const;
     virtual const char* GetClassGroupName() const;
-    /// Bytes of an object of the class.
+    /// Size of an object of the class in bytes.
     virtual int GetClassSize() const;
     virtual int GetClassInstanceCount() const;
-    /// A property by its exact name, or null. Does not read through the list, once the class has
-    /// met the name. Safe for different objects on different threads.
+    /// The property of exactly this name, or null. The list is searched only for the first object
+    /// of the class. May be called for different objects on different threads.
     virtual KProperty* FastFindPropertyByName(const char* pName);
 
     /// Never null.
@@ -78,8 +78,8 @@ public:
     /// Bits of EObjectFlag.
     unsigned int GetObjectFlags() const { return mFlags; }
 
-    /// Puts a property, not owned, behind those in the list. False for null and for one that is in
-    /// the list. It leaves the list when it ends.
+    /// Appends a property, not owned, to the list. False for null and for one that is in the list.
+    /// It is removed when it is destroyed.
     bool AddProperty(KProperty* pProperty);
     bool RemoveProperty(KProperty* pProperty);
     int GetPropertyCount() const { return mProperties.GetCount(); }
@@ -87,9 +87,9 @@ public:
     KProperty* GetPropertyAt(int pIndex) const;
 
 protected:
-    /// The look-up behind FastFindPropertyByName, with the map of the class that asks.
+    /// Implements FastFindPropertyByName with the map of a class.
     KProperty* FastFindPropertyByName(const char* pName, KPropertyHashMap& pMap);
-    /// For destructors: runs the three steps of the end, unless the flags say they have run.
+    /// For destructors: calls the three steps of destruction unless they were called before.
     void EndObject();
 
 private:

@@ -6,16 +6,16 @@
 #include "corvekit/export.h"
 #include "corvekit/object/iobject.h"
 
-/// An object that can be connected with others: each connection runs from a source to a
-/// destination and both ends know of it. Connections end with either end. They carry nothing by
-/// themselves; what they mean belongs to those who connect. Takes no lock.
+/// An object with connections: each is from a source to a destination, and both have it in a list.
+/// A connection ends when one of them is destroyed. Its meaning is defined by the user. Without a
+/// lock.
 class CORVEKIT_API KPlug : public IObject
 {
 public:
     virtual ~KPlug();
 
     /// Connects this plug, as source, to a destination. False for null, for this plug itself, and
-    /// for a connection that stands already.
+    /// for an existing connection.
     bool Connect(KPlug* pDestination);
     /// Ends the connection to a destination. False if there is none.
     bool Disconnect(KPlug* pDestination);
@@ -31,7 +31,7 @@ public:
 
 protected:
     KPlug() = default;
-    // Connections belong to the one object: a copy starts with none, an assignment keeps them.
+    // Connections are not copied: a copy has none, an assignment keeps those of the object.
     KPlug(const KPlug&) : IObject() {}
     KPlug& operator=(const KPlug&) { return *this; }
 

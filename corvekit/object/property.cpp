@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The road from text and numbers to a value and back stands once for each type, as four overloads;
-// the template only picks among them.
+// The conversions between values, text and numbers are four overloaded functions for each type; the
+// template calls them.
 
 #include "corvekit/object/property.h"
 
@@ -20,7 +20,7 @@
 
 namespace
 {
-// Texts that stay for the process; maps of properties hold them as keys.
+// Strings that are never freed, as maps of properties have them as keys.
 const char* InternName(const char* pName)
 {
     struct Names
@@ -36,12 +36,12 @@ const char* InternName(const char* pName)
 template <typename Number>
 KString NumberText(Number pValue)
 {
-    char text[40];  // the shortest text that reads back exactly needs at most 24 characters
+    char text[40];  // the shortest exact text has at most 24 characters
     const std::to_chars_result end = std::to_chars(text, text + sizeof(text), pValue);
     return KString(text, static_cast<std::size_t>(end.ptr - text));
 }
 
-// The whole text is the number, as from_chars reads it: no blanks, no sign of plus.
+// The whole text must be a number in the form of from_chars, without blanks and plus sign.
 template <typename Number>
 bool ReadNumber(std::string_view pText, Number& pValue)
 {

@@ -11,26 +11,26 @@
 
 class KObject;
 
-/// Bits of a property's flag word that the system reads. The others belong to the host.
+/// Bits of the flag word of a property that the library uses. The others are free for the host.
 enum EPropertyFlag : unsigned int
 {
-    // Any of the four locks what the property animates.
+    // Each of these four locks the property.
     ePropertyFlagLockMember0 = 0x1000,
     ePropertyFlagLockMember1 = 0x2000,
     ePropertyFlagLockMember2 = 0x4000,
     ePropertyFlagLockAll = 0x8000,
     ePropertyFlagLockMask = 0xF000,
-    ePropertyFlagPlotDisallowed = 0x200000  ///< bit 21: plotting leaves it out
+    ePropertyFlagPlotDisallowed = 0x200000  ///< bit 21: excluded from plotting
 };
 
 /// Name and type of a property, shared by the objects of a class.
 class CORVEKIT_API KPropertyInfo
 {
 public:
-    /// The name is copied; null reads as "".
+    /// The name is copied; null is read as "".
     KPropertyInfo(const char* pName, KDataType* pDataType);
 
-    /// Never null, and valid as long as the process: equal names share one text.
+    /// Never null, and valid until the process ends: equal names share one string.
     const char* GetName() const { return mName; }
     KDataType* GetDataType() const { return mDataType; }
 
@@ -39,24 +39,24 @@ private:
     KDataType* mDataType;
 };
 
-/// Members of the owner through which a value goes: they write it to, or read it from, a variable
-/// of the property's type.
+/// Member functions of the owner that return or set the value, through a pointer to a variable of
+/// the type of the property.
 using KPropertyGetter = void (KObject::*)(void* pValue) const;
 using KPropertySetter = void (KObject::*)(const void* pValue);
 
-/// A value of an object that is known by name, with a flag word. The value's type is that of the
-/// derived KPropertyTemplate. Copying one copies value and flags; info, owner and accessors stay
-/// with the property, since they belong to its place in an object.
+/// A named value of an object, with a flag word. KPropertyTemplate has the type of the value. A
+/// copy or an assignment copies value and flags, but not info, owner and accessors, which belong to
+/// the property of one object.
 class CORVEKIT_API KProperty
 {
 public:
     virtual ~KProperty();
 
-    /// Name and type, null until they are set. Not owned.
+    /// Name and type, initially null. Not owned.
     const KPropertyInfo* GetPropertyInfo() const { return mInfo; }
     void SetPropertyInfo(const KPropertyInfo* pInfo) { mInfo = pInfo; }
-    /// Says whose property it is and how its value is reached. Null accessors: the property holds
-    /// the value itself.
+    /// Sets the owner and the accessors of the value. With null accessors the property stores the
+    /// value.
     void SetPropertyInfo(KObject* pOwner, KPropertyGetter pGetter, KPropertySetter pSetter);
     KObject* GetOwner() const { return mOwner; }
     /// "" and null without an info.
@@ -69,19 +69,19 @@ public:
     bool IsLocked() const { return (mFlags & ePropertyFlagLockMask) != 0; }
     bool IsPlotDisallowed() const { return (mFlags & ePropertyFlagPlotDisallowed) != 0; }
 
-    /// The value as text, from which SetPropertyString reads it back without loss: decimal numbers
-    /// with a point in every locale, "true" and "false", times in ticks.
+    /// The value as text, which SetPropertyString reads back without loss: decimal numbers with a
+    /// point in all locales, "true" and "false", times in ticks.
     virtual KString GetPropertyString() const = 0;
-    /// Reads the value from text. A bool is also read from "1" and "0", a time from a number of
-    /// seconds with an "s" behind it. False, and no change, for null or for text that is not
-    /// wholly such a value or out of range.
+    /// Reads the value from text. A bool may also be "1" or "0", a time a number of seconds
+    /// followed by "s". False, without a change, for null, for text that is not exactly one value,
+    /// and for a value out of range.
     virtual bool SetPropertyString(const char* pText) = 0;
-    /// The value as a number: a time in seconds, a bool as 0 or 1. False, and pValue untouched,
-    /// for null or a value that is no number.
+    /// The value as a number: a time in seconds, a bool as 0 or 1. False, with pValue unchanged,
+    /// for null or a value that is not a number.
     virtual bool GetPropertyConstant(double* pValue) const = 0;
-    /// Sets the value from a number: an int rounds half away from zero and stops at its ends, NaN
-    /// gives it 0; a bool is whether the number is not 0. False for null or a value that is no
-    /// number.
+    /// Sets the value from a number: an int is rounded, halves away from zero, and clamped to its
+    /// range, NaN is 0; a bool is true for a number other than 0. False for null or a value that is
+    /// not a number.
     virtual bool SetPropertyConstant(const double* pValue) = 0;
 
 protected:
@@ -103,7 +103,7 @@ private:
 
     const KPropertyInfo* mInfo = nullptr;
     KObject* mOwner = nullptr;
-    KObject* mListedIn = nullptr;  // the object whose list it stands in
+    KObject* mListedIn = nullptr;  // the object with this property in its list
     KPropertyGetter mGetter = nullptr;
     KPropertySetter mSetter = nullptr;
     unsigned int mFlags = 0;
@@ -125,7 +125,7 @@ public:
         SetValue(pOther.GetValue());
         return *this;
     }
-    /// Names the property: see SetPropertyInfo.
+    /// Sets the info: see SetPropertyInfo.
     KPropertyTemplate& operator=(const KPropertyInfo& pInfo)
     {
         SetPropertyInfo(&pInfo);
@@ -165,7 +165,7 @@ private:
     T mValue{};
 };
 
-// Exported here too: a plain value type as argument would otherwise keep the instance hidden.
+// Exported here too, as the visibility of an instance also depends on its template argument.
 extern template class CORVEKIT_API KPropertyTemplate<bool>;
 extern template class CORVEKIT_API KPropertyTemplate<int>;
 extern template class CORVEKIT_API KPropertyTemplate<double>;

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // Temporary file in the folder of the target, fsync, rename, fsync of the folder: rename replaces
-// the name in one step, and the two flushes keep the device from storing the new name before the
-// bytes.
+// the name in one step, and the first flush ensures that the bytes are stored before the new
+// name.
 
 #include "corvekit/store/atomic_file.h"
 
@@ -25,7 +25,7 @@
 namespace
 {
 constexpr int kMostTemporaries = 16;
-constexpr int kMostLinks = 40;  // as Linux follows
+constexpr int kMostLinks = 40;  // the limit of Linux
 constexpr std::size_t kUsualNameLimit = 255;
 
 std::string DirectoryOf(const std::string& pPath)
@@ -37,7 +37,7 @@ std::string DirectoryOf(const std::string& pPath)
     return slash == 0 ? "/" : pPath.substr(0, slash);
 }
 
-// A file system that cannot flush folders, or files, answers with one of these.
+// The errors of file systems that cannot flush folders or files.
 bool MeansNotSupported(int pError)
 {
     return pError == EINVAL || pError == ENOTSUP || pError == ENOSYS;
@@ -59,7 +59,7 @@ std::string TemporaryStem(const std::string& pTarget)
     }
     std::size_t kept = begin + std::min(size, longest - kSuffix - kHash);
     while (kept > begin && (static_cast<unsigned char>(pTarget[kept]) & 0xC0) == 0x80) {
-        --kept;  // not within a character of UTF-8
+        --kept;  // does not split a character of UTF-8
     }
     char hash[kHash + 1] = {};
     std::snprintf(hash, sizeof(hash), "~%016llx",
@@ -72,8 +72,8 @@ bool IsSameFile(const struct stat& pLeft, const struct stat& pRight)
     return pLeft.st_dev == pRight.st_dev && pLeft.st_ino == pRight.st_ino;
 }
 
-// Removes the temporary file of a process that was killed. One that is locked is in use; one of
-// another user is not touched.
+// Removes the temporary file of a process that was killed, unless it is locked, and so in use, or
+// belongs to another user.
 void RemoveAbandoned(const std::string& pName)
 {
     const int file = open(pName.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
@@ -82,7 +82,7 @@ void RemoveAbandoned(const std::string& pName)
     }
     struct stat opened = {};
     struct stat named = {};
-    // The name is looked up again under the lock: the writer may have renamed the file meanwhile.
+    // The name is checked again under the lock, as the writer may have renamed the file.
     if (fstat(file, &opened) == 0 && S_ISREG(opened.st_mode) && opened.st_uid == geteuid() &&
         flock(file, LOCK_EX | LOCK_NB) == 0 && lstat(pName.c_str(), &named) == 0 &&
         IsSameFile(opened, named)) {
@@ -91,7 +91,7 @@ void RemoveAbandoned(const std::string& pName)
     close(file);
 }
 
-// Locks a file just created. False if another process took it for an abandoned one in between.
+// Locks a new file. False if another process has removed it as an abandoned one.
 bool Claim(int pFile)
 {
     if (flock(pFile, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
@@ -102,7 +102,7 @@ bool Claim(int pFile)
 }
 }  // namespace
 
-// Delegates, so that the destructor runs when an allocation fails in between.
+// Delegates, so that the destructor runs if an allocation fails.
 KAtomicFile::KAtomicFile(const char* pPath) : KAtomicFile()
 {
     if (ResolveTarget(pPath)) {
@@ -142,9 +142,9 @@ bool KAtomicFile::Commit()
     if (fsync(mFile) != 0 && !MeansNotSupported(errno)) {
         return Fail("cannot flush", errno);
     }
-    // Whatever can throw comes before the rename.
+    // Allocated before the rename, after which nothing may throw.
     const std::string folderName = DirectoryOf(mTarget);
-    // Closed before the rename, which may report an error of writing; the copy keeps the lock.
+    // Closed before the rename, as close may report a write error; the copy keeps the lock.
     const int written = mFile;
     mFile = fcntl(written, F_DUPFD_CLOEXEC, 0);
     if (close(written) != 0 || mFile < 0) {
@@ -156,7 +156,7 @@ bool KAtomicFile::Commit()
     mTemporary.clear();
     Discard();
 
-    // A folder that may be entered but not read cannot be flushed; the file itself is complete.
+    // A folder without read permission cannot be flushed; the file is complete nevertheless.
     const int folder = open(folderName.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) {
         return true;
@@ -184,7 +184,7 @@ bool KAtomicFile::ResolveTarget(const char* pPath)
     struct stat status = {};
     for (int links = 0;; ++links) {
         if (lstat(mTarget.c_str(), &status) != 0) {
-            // The target need not exist, but an empty path names none.
+            // The target need not exist, but the path must not be empty.
             return (errno == ENOENT && !mTarget.empty()) || Fail("cannot write", errno);
         }
         if (!S_ISLNK(status.st_mode)) {
@@ -200,7 +200,7 @@ bool KAtomicFile::ResolveTarget(const char* pPath)
     if (!S_ISREG(status.st_mode)) {
         return Fail("cannot write", S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
-    // A rename needs no right to write to the file that it replaces.
+    // A rename does not check the permissions of the file that it replaces.
     if (faccessat(AT_FDCWD, mTarget.c_str(), W_OK, AT_EACCESS) != 0) {
         return Fail("cannot write", errno);
     }

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Small room comes from the heap. Large room is mapped where the system can move mappings: it grows
-// without a copy, goes back at once, and lies in huge pages if there are any, for the first touch
-// of each small page costs more than what is then written to it.
+// Small buffers are on the heap. Large ones are mapped memory on systems that can move mappings: it
+// grows without copying, is freed at once, and uses huge pages if possible, since the first access
+// to each small page takes longer than writing it.
 
 #include "corvekit/store/byte_buffer.h"
 
@@ -35,13 +35,13 @@ bool IsMapped(std::size_t pRoom)
     return pRoom >= kHugePage;
 }
 
-// Mappings are whole huge pages; no more of them is touched than is used.
+// Mappings are whole huge pages; unused parts are not accessed.
 std::size_t MappedSize(std::size_t pRoom)
 {
     return (pRoom + kHugePage - 1) / kHugePage * kHugePage;
 }
 
-// Addresses at which huge pages begin, nothing behind them. MAP_FAILED if the system refuses.
+// Reserves aligned addresses without memory. MAP_FAILED if the system refuses.
 void* ReserveAddresses(std::size_t pSize)
 {
     void* const area = mmap(nullptr, pSize + kHugePage, PROT_NONE, kPrivate | MAP_NORESERVE, -1, 0);
@@ -58,7 +58,7 @@ void* ReserveAddresses(std::size_t pSize)
     return begin + head;
 }
 
-// Between two mapped sizes, or from no room at all. Null if the system refuses.
+// Resizes a mapping or creates one. Null if the system refuses.
 void* ResizeMapping(void* pData, std::size_t pOldRoom, std::size_t pNewRoom)
 {
     if (pNewRoom > std::numeric_limits<std::size_t>::max() - 2 * kHugePage) {
@@ -81,7 +81,7 @@ void* ResizeMapping(void* pData, std::size_t pOldRoom, std::size_t pNewRoom)
             return nullptr;
         }
     }
-    madvise(data, newSize, MADV_HUGEPAGE);  // a wish, no more
+    madvise(data, newSize, MADV_HUGEPAGE);  // optional
     return data;
 }
 
@@ -115,7 +115,7 @@ void Release(void* pData, std::size_t pRoom)
     }
 }
 
-// As std::realloc, but knows the old size; pNew is not 0.
+// Like std::realloc, with the old size; pNew is not 0.
 void* Reallocate(void* pData, std::size_t pOld, std::size_t pNew)
 {
     CORVEKIT_ASSERT(pNew > 0);

@@ -7,10 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Room for bytes that grows where it stands if the system can do it. What is new is not set to
-/// anything: the holder counts what it has written. A copy copies the whole room.
+/// A buffer of bytes that grows in place if the system supports it. New bytes are not initialized;
+/// the user counts the bytes written. A copy copies the whole buffer.
 ///
-/// Where a std::vector would throw for want of memory, this does too.
+/// Throws std::bad_alloc without memory.
 class CORVEKIT_API KByteBuffer
 {
 public:
@@ -20,15 +20,15 @@ public:
     KByteBuffer& operator=(KByteBuffer pOther) noexcept;
     ~KByteBuffer();
 
-    /// Null as long as there is no room.
+    /// Null for an empty buffer.
     std::uint8_t* GetData() { return mData; }
     const std::uint8_t* GetData() const { return mData; }
     std::size_t GetRoom() const { return mRoom; }
 
-    /// Room for at least so many bytes. Grows to twice the room, so that appending costs a
-    /// constant time a byte.
+    /// Grows to at least this size, and at least to twice the size, so that appending takes
+    /// constant time per byte.
     void Grow(std::size_t pLeast);
-    /// Exactly so much room, larger or smaller.
+    /// Grows or shrinks to exactly this size.
     void Resize(std::size_t pRoom);
 
 private:

@@ -5,8 +5,8 @@
 
 namespace
 {
-// Length of the sequence that a byte above 0x7F opens, and the range of its second byte; length 0
-// for a byte that opens none. Table 3-7 of the Unicode standard.
+// Length of the sequence that starts with a byte above 0x7F, and the range of its second byte;
+// length 0 for an invalid first byte. Table 3-7 of the Unicode standard.
 struct Sequence
 {
     int length;
@@ -36,7 +36,7 @@ bool cbor::IsUtf8(std::string_view pText)
     const char* at = pText.data();
     const char* const end = at + pText.size();
     while (at != end) {
-        // Most text is ASCII: eight bytes at a time as long as it lasts.
+        // Most text is ASCII, which is checked eight bytes at a time.
         std::uint64_t word = 0;
         while (end - at >= 8 && (std::memcpy(&word, at, 8), (word & 0x8080808080808080u) == 0)) {
             at += 8;

@@ -16,9 +16,9 @@
 /// The part of CBOR (RFC 8949) that the field store uses, in the core deterministic encoding of
 /// section 4.2.1: every head and every float in its shortest form, every length definite.
 ///
-/// The Put functions write at pOut, where the caller keeps room, and give the end of what they
-/// wrote. The Take functions read bytes known to be whole and well formed and move pAt behind what
-/// they read; ParseHead is the one for bytes that nobody has checked yet.
+/// The Put functions write at pOut, where the caller reserves memory, and return the end of the
+/// written bytes. The Take functions read valid bytes and move pAt past them; ParseHead reads bytes
+/// that are not checked yet.
 namespace cbor
 {
 using Byte = std::uint8_t;
@@ -42,7 +42,7 @@ constexpr Byte kDouble = 0xFB;
 constexpr std::uint16_t kHalfNaN = 0x7E00;
 constexpr std::size_t kMaxHead = 9;
 
-/// Big-endian to the order of this machine, and back.
+/// Converts between big-endian and the byte order of this machine.
 template <class T>
 inline T SwapToBigEndian(T pValue)
 {
@@ -103,7 +103,7 @@ inline Byte* PutHead(Byte* pOut, Byte pMajor, std::uint64_t pArgument)
     return PutBigEndian(pOut + 1, pArgument);
 }
 
-/// Bytes of the argument behind the first byte of a head, or -1 for a form that is not used.
+/// Size of the argument after the first byte of a head, or -1 for a form that is not used.
 inline int GetArgumentSize(Byte pFirst)
 {
     const int form = pFirst & 0x1F;
@@ -134,7 +134,7 @@ inline std::uint64_t TakeArgument(const Byte*& pAt)
     }
 }
 
-/// Integers: n from 0 up as it is, below 0 as -1 - n, which is the complement of n.
+/// Integers: n if not negative, otherwise -1 - n, which is the complement of n.
 inline Byte* PutInteger(Byte* pOut, std::int64_t pValue)
 {
     return pValue < 0 ? PutHead(pOut, eNegative, ~static_cast<std::uint64_t>(pValue))
@@ -149,7 +149,7 @@ inline std::int64_t TakeInteger(const Byte*& pAt)
     return static_cast<std::int64_t>(negative ? ~argument : argument);
 }
 
-/// The half that has exactly this value. False if there is none.
+/// Sets the half of exactly this value. False if there is none.
 inline bool ToHalf(float pValue, std::uint16_t* pHalf)
 {
     const std::uint32_t bits = std::bit_cast<std::uint32_t>(pValue);
@@ -190,14 +190,14 @@ inline double FromHalf(std::uint16_t pHalf)
         value = fraction == 0 ? std::numeric_limits<double>::infinity()
                               : std::numeric_limits<double>::quiet_NaN();
     } else {
-        // Exponent 15 is 2^0 in a half, 1023 in a double.
+        // The exponent of 2^0 is 15 in a half and 1023 in a double.
         value = std::bit_cast<double>(static_cast<std::uint64_t>(exponent + 1008) << 52 |
                                       static_cast<std::uint64_t>(fraction) << 42);
     }
     return (pHalf & 0x8000) != 0 ? -value : value;
 }
 
-/// True if a float has exactly this value; infinities have, NaN has not.
+/// Whether a float has exactly this value; true for infinities, false for NaN.
 inline bool IsSingle(double pValue)
 {
     const double size = std::fabs(pValue);
@@ -218,8 +218,8 @@ inline Byte* PutFloat(Byte* pOut, float pValue)
     return PutBigEndian(pOut + 1, std::bit_cast<std::uint32_t>(pValue));
 }
 
-/// The shortest of half, single and double that keeps the value. Every NaN is the one of
-/// section 4.2.2, a half 0x7E00: its sign and payload are not kept.
+/// The shortest of half, single and double with the same value. All NaNs are the one of section
+/// 4.2.2, the half 0x7E00: sign and payload are lost.
 inline Byte* PutDouble(Byte* pOut, double pValue)
 {
     if (IsSingle(pValue)) {
@@ -249,8 +249,8 @@ inline double TakeFloat(const Byte*& pAt)
     return std::bit_cast<double>(GetBigEndian<std::uint64_t>(pAt - 8));
 }
 
-/// True if a float in one of the three widths, whole in memory, could not be shorter, and a NaN is
-/// the one that is written.
+/// Whether an encoded float has the shortest width, and for a NaN the form that is written. All its
+/// bytes must be available.
 inline bool IsShortestFloat(const Byte* pAt)
 {
     CORVEKIT_ASSERT(*pAt >= kHalf && *pAt <= kDouble);
@@ -267,16 +267,16 @@ inline bool IsShortestFloat(const Byte* pAt)
     return single ? !ToHalf(static_cast<float>(value), &half) : !IsSingle(value);
 }
 
-/// What stands wrong in a head.
+/// Errors of a head.
 enum EHead : int
 {
     eHeadGood = 0,
-    eHeadCut,         ///< the bytes end within it
-    eHeadUnknown,     ///< a form that has no use here: reserved, or of indefinite length
-    eHeadNotShortest  ///< the argument would fit a shorter form
+    eHeadCut,         ///< the bytes end within the head
+    eHeadUnknown,     ///< a form that is not used: reserved, or of indefinite length
+    eHeadNotShortest  ///< the argument has a shorter form
 };
 
-/// Reads the head at pAt, before pEnd. On success moves pAt behind it; never beyond pEnd.
+/// Reads the head at pAt, before pEnd. On success moves pAt past it.
 inline EHead ParseHead(const Byte*& pAt, const Byte* pEnd, std::uint64_t* pArgument)
 {
     CORVEKIT_ASSERT(pAt <= pEnd);
@@ -292,8 +292,8 @@ inline EHead ParseHead(const Byte*& pAt, const Byte* pEnd, std::uint64_t* pArgum
     }
     const Byte* at = pAt;
     *pArgument = TakeArgument(at);
-    // One byte holds what does not fit into the head itself; each wider form what does not fit
-    // into half its width.
+    // One byte is used only for arguments that do not fit in the head itself, each wider form only
+    // for those that do not fit in half its width.
     if ((size == 1 && *pArgument < 24) || (size > 1 && *pArgument >> (4 * size) == 0)) {
         return eHeadNotShortest;
     }
@@ -301,7 +301,7 @@ inline EHead ParseHead(const Byte*& pAt, const Byte* pEnd, std::uint64_t* pArgum
     return eHeadGood;
 }
 
-/// True if the bytes are UTF-8 as the Unicode standard has it (table 3-7): no overlong form, no
-/// surrogate, nothing above U+10FFFF.
+/// Whether the bytes are UTF-8 by table 3-7 of the Unicode standard: without overlong forms,
+/// surrogates and code points above U+10FFFF.
 bool IsUtf8(std::string_view pText);
 }  // namespace cbor

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Two ways to one sum: the processor's instruction where it has one, tables elsewhere. The choice
-// is made at the first call and kept.
+// Two methods: the instruction of the processor if it has one, otherwise tables. The method is
+// chosen at the first call.
 
 #include "corvekit/store/crc32c.h"
 
@@ -21,7 +21,7 @@ constexpr std::uint32_t kPolynomial = 0x82F63B78;  // 0x1EDC6F41 with its bits r
 
 using Tables = std::array<std::array<std::uint32_t, 256>, 8>;
 
-// Table k holds the sum of a byte that has k zero bytes behind it.
+// Table k has the sum of a byte followed by k zero bytes.
 constexpr Tables MakeTables()
 {
     Tables tables{};

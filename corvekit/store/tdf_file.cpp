@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A file is a header, one CBOR item and a checksum. Saving walks the fields in the order written
-// and puts the heads that CBOR wants between their bytes; a block needs no end, so the walk is one
-// loop. Loading takes all bytes in, checks header and sum, and hands the rest to the parser.
+// A file is a header, one CBOR item and a checksum. Saving is a loop over the fields in the order
+// written, which inserts the heads of CBOR between their bytes; blocks have no end mark. Loading
+// reads all bytes, checks header and checksum, and passes the body to the parser.
 
 #include "corvekit/store/atomic_file.h"
 
@@ -28,9 +28,9 @@
 
 namespace
 {
-// The room at first; from there on it doubles.
+// The initial size of the buffer, which is doubled when needed.
 constexpr std::size_t kFirstRoom = 65536;
-// What is asked of a source at once: it stays in the cache until it is summed.
+// Greatest number of bytes read at once: they are still in the cache for the checksum.
 constexpr std::size_t kMostRead = 262144;
 
 std::string SystemReason(const char* pDoing, const char* pPath)
@@ -40,7 +40,7 @@ std::string SystemReason(const char* pDoing, const char* pPath)
 }
 }  // namespace
 
-// Collects small pieces, sums all that goes through, and hands it on in large ones.
+// Collects small pieces, computes the checksum, and writes large pieces to the target.
 class KTdf::Sink
 {
 public:
@@ -71,7 +71,7 @@ public:
         Put(head, static_cast<std::size_t>(cbor::PutHead(head, pMajor, pArgument) - head));
     }
 
-    /// The closing sum. False if anything was refused on the way.
+    /// Writes the checksum. False if the target has refused anything.
     bool Finish()
     {
         Flush();
@@ -91,7 +91,7 @@ private:
 
     void HandOn(const std::uint8_t* pBytes, std::size_t pSize)
     {
-        // Summed and handed on in pieces that stay in the cache between the two.
+        // In pieces that are still in the cache when they are written.
         while (mGood && pSize > 0) {
             const std::size_t piece = std::min(pSize, kPiece);
             mSum = Crc32c(pBytes, piece, mSum);
@@ -186,7 +186,7 @@ bool KTdf::Load(std::span<const std::uint8_t> pBytes)
     return LoadFrom(source, nullptr, [] { return true; });
 }
 
-// pCheckSource  called when the source has ended: false, with the error set, if it failed.
+// pCheckSource  called at the end of the source: false, with the error set, if it failed.
 template <typename Check>
 bool KTdf::LoadFrom(const Source& pSource, const char* pPath, const Check& pCheckSource)
 {
@@ -201,14 +201,14 @@ bool KTdf::LoadFrom(const Source& pSource, const char* pPath, const Check& pChec
     return isLoaded;
 }
 
-// Makes a lack of memory an error like any other.
+// Reports a lack of memory as an error.
 template <typename Step>
 bool KTdf::AnswerForMemory(const Step& pStep)
 {
     try {
         return pStep();
     } catch (const std::bad_alloc&) {
-        mError.SetLastErrorID(eTdfErrorMemory);  // so short a text is kept without an allocation
+        mError.SetLastErrorID(eTdfErrorMemory);  // a text so short needs no allocation
         return false;
     }
 }
@@ -216,7 +216,7 @@ bool KTdf::AnswerForMemory(const Step& pStep)
 bool KTdf::CheckComplete()
 {
     if (mWriteState == eWriteFailed) {
-        return false;  // the error of the write stands
+        return false;  // the error of the write is kept
     }
     return mWriteFields.empty() || Fail(eTdfErrorFieldOpen, nullptr);
 }
@@ -247,9 +247,9 @@ bool KTdf::WriteAll(Sink& pSink) const
     return pSink.Finish();
 }
 
-// Takes in all that a source has, and gives the sum of all but the closing bytes. The room grows as
-// bytes arrive, and a source that does not begin like a file is given up at once: it may have no
-// end.
+// Reads a source to its end and computes the checksum of all but the last bytes. The buffer grows
+// while bytes are read. A source that does not start with the magic number is refused at once, as
+// it may have no end.
 bool KTdf::Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum)
 {
     std::size_t summed = 0;
@@ -275,8 +275,8 @@ bool KTdf::Receive(const Source& pSource, const char* pPath, std::uint32_t* pSum
     }
 }
 
-// Makes the document of the bytes received, whose sum is pSum. pPath names them in an error, null
-// for none.
+// Makes a document of the received bytes, with checksum pSum. pPath is for errors and may be
+// null.
 bool KTdf::Accept(const char* pPath, std::uint32_t pSum)
 {
     if (mSize < tdf::kHeaderSize + tdf::kChecksumSize) {
@@ -307,7 +307,7 @@ bool KTdf::Accept(const char* pPath, std::uint32_t pSum)
     return true;
 }
 
-// "'<path>', byte <offset>: <what is wrong>", the path only where there is one.
+// "'<path>', byte <offset>: <fault>", without the path if it is null.
 bool KTdf::Refuse(int pId, const char* pPath, std::size_t pOffset)
 {
     mError.SetLastErrorID(pId);

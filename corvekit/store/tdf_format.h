@@ -11,10 +11,10 @@
 #include <cstdint>
 #include <string_view>
 
-/// The constants of the format on disk; docs/store-format.md tells how they go together.
+/// The constants of the file format, which docs/store-format.md describes.
 namespace tdf
 {
-/// Format versions. A reader refuses what it does not know.
+/// Format versions. A reader refuses unknown ones.
 enum EVersion : std::uint32_t
 {
     eVersionFirst = 1,
@@ -25,9 +25,9 @@ constexpr std::array<std::uint8_t, 4> kMagic = {'K', 'T', 'D', 'F'};
 constexpr std::size_t kHeaderSize = 8;    // magic, version
 constexpr std::size_t kChecksumSize = 4;  // closes the file
 
-// What has no type of its own in CBOR stands under a tag. Times are by far the most numerous
-// integers of an animation, so the bare integer is a time and the int takes the tag. The numbers
-// are free ones of the range that anybody may use: 0xCB and a letter.
+// Types without a type in CBOR have a tag. Times are by far the most frequent integers of an
+// animation, so an integer without a tag is a time, and an int has a tag. The numbers are in the
+// range for free use: 0xCB and a letter.
 constexpr std::uint64_t kTagInt = 0xCB49;
 constexpr std::uint64_t kTagByteText = 0xCB53;
 constexpr std::size_t kTagSize = 3;
@@ -35,7 +35,7 @@ constexpr std::size_t kTagSize = 3;
 /// A character is a byte string of one byte.
 constexpr cbor::Byte kCharacterHead = cbor::eBytes | 1;
 
-/// Up to four characters as they are stored, filled up with zero bytes: one word of eight.
+/// Up to four encoded characters, padded with zero bytes to a word of eight.
 using LetterBytes = std::array<std::uint8_t, 8>;
 inline LetterBytes EncodeLetters(std::string_view pLetters)
 {
@@ -48,14 +48,14 @@ inline LetterBytes EncodeLetters(std::string_view pLetters)
     return bytes;
 }
 
-/// The least that an item can take: a value one byte, a field three (its own head, an empty name
-/// and the head of an empty run of values).
+/// Least size of a field: its head, an empty name, and the head of an empty array of values. The
+/// least size of a value is one byte.
 constexpr std::uint64_t kLeastField = 3;
 
-/// Where fields are looked up by name.
+/// Hash of the name of a field.
 inline std::uint32_t HashName(std::string_view pName)
 {
-    // FNV-1a, 32 bits. Names that collide are told apart by their bytes.
+    // FNV-1a, 32 bits. Names of equal hash are compared byte by byte.
     std::uint32_t hash = 0x811C9DC5;
     for (const char each : pName) {
         hash = (hash ^ static_cast<std::uint8_t>(each)) * 0x01000193;

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// One pass over the body. A loop takes field after field and keeps a stack of the blocks that are
-// not yet full; below it one function an item, each of which checks before it moves on.
+// One pass over the body: a loop over the fields with a stack of blocks, and a function for each
+// kind of item, which checks the item before it moves past it.
 
 #include "corvekit/store/tdf_parser.h"
 
@@ -47,7 +47,7 @@ bool KTdf::Parser::Fail(int pId, const cbor::Byte* pPlace)
     return false;
 }
 
-// A head in its shortest form; the bytes that it announces are not looked at.
+// Reads a head in its shortest form, without the bytes after it.
 bool KTdf::Parser::Head(std::uint64_t* pArgument)
 {
     switch (cbor::ParseHead(mAt, mEnd, pArgument)) {
@@ -62,8 +62,8 @@ bool KTdf::Parser::Head(std::uint64_t* pArgument)
     }
 }
 
-// The head of an array whose items take pLeastItem bytes each at least: a count is believed when
-// the bytes for it are there.
+// Reads the head of an array whose items have at least pLeastItem bytes each. The count is compared
+// with the remaining bytes.
 bool KTdf::Parser::Array(std::uint64_t* pCount, std::uint64_t pLeastItem)
 {
     const cbor::Byte* const place = mAt;
@@ -167,7 +167,7 @@ bool KTdf::Parser::Name(Field* pField)
     }
     const std::string_view name(reinterpret_cast<const char*>(bytes),
                                 static_cast<std::size_t>(size));
-    // A name is handed over and asked for as text that a zero byte ends.
+    // Names are zero-terminated strings in the interface.
     if (name.find('\0') != std::string_view::npos) {
         return Fail(eTdfErrorName, place);
     }
@@ -178,8 +178,8 @@ bool KTdf::Parser::Name(Field* pField)
     return true;
 }
 
-// Passes over values that a glance shows to be good, the bulk of any file, and gives how many of
-// pLeft are left. What it stops at is for Value to judge.
+// Skips frequent values that are valid by a simple test, and returns how many of pLeft remain. All
+// other values are checked by Value.
 std::uint64_t KTdf::Parser::SkipPlainValues(std::uint64_t pLeft)
 {
     constexpr std::uint64_t kFourHeads = 0x0001000100010001 * tdf::kCharacterHead;
@@ -197,7 +197,7 @@ std::uint64_t KTdf::Parser::SkipPlainValues(std::uint64_t pLeft)
             continue;
         }
         if (first == cbor::kSingle) {
-            // No half has so fine a fraction; a NaN may have.
+            // A fraction that fits in a half, or a NaN or infinity: checked by Value.
             const std::uint32_t bits = cbor::GetBigEndian<std::uint32_t>(at + 1);
             if ((bits & 0x1FFF) == 0 || (bits & 0x7F800000) == 0x7F800000) {
                 break;
@@ -255,7 +255,7 @@ bool KTdf::Parser::Value()
     }
 }
 
-// The argument n of a negative integer stands for -1 - n, so one limit serves both signs.
+// The argument n of a negative integer means -1 - n, so both signs have the same limit.
 bool KTdf::Parser::Integer(std::uint64_t pMost)
 {
     const cbor::Byte* const place = mAt;
@@ -283,7 +283,7 @@ bool KTdf::Parser::Float()
     return true;
 }
 
-// The bytes of a text behind its head. Text that is UTF-8 has one form, other text the other.
+// Reads the bytes of a text after its head. pUtf8  whether they must be UTF-8 or must not be.
 bool KTdf::Parser::Payload(std::uint64_t pSize, bool pUtf8)
 {
     if (pSize > Left()) {
@@ -320,8 +320,8 @@ bool KTdf::Parser::Tagged()
     return Fail(eTdfErrorUnknownItem, place);
 }
 
-// Keeps what lies between pFrom and mAt, without a gap behind what is kept already. The shorter of
-// the two moves, so that a long run of values stays where it is.
+// Joins the bytes from pFrom to mAt to those kept before, without a gap. The shorter of the two is
+// moved, so that long runs of values are not.
 void KTdf::Parser::Keep(const cbor::Byte* pFrom)
 {
     CORVEKIT_ASSERT(mKept <= mOut && mOut <= pFrom && pFrom <= mAt);
@@ -332,7 +332,7 @@ void KTdf::Parser::Keep(const cbor::Byte* pFrom)
         mOut += size;
         return;
     }
-    // Each time this doubles what is kept at least, and a field keeps a byte or more.
+    // Each time the number of kept bytes at least doubles.
     const std::size_t way = static_cast<std::size_t>(pFrom - mOut);
     std::memmove(mKept + way, mKept, kept);
     mKept += way;

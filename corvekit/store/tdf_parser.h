@@ -9,22 +9,22 @@
 #include <cstdint>
 #include <vector>
 
-/// Takes the body of a file apart: checks every item and makes the fields of a document of it.
+/// Checks all items of the body of a file and makes the fields of a document.
 ///
-/// Nothing is believed before the bytes for it are there, and nothing calls itself: blocks within
-/// blocks are a stack on the heap that ends at KTdf::kMaxNesting.
+/// Counts and lengths are compared with the remaining bytes before they are used. Nested blocks are
+/// a stack on the heap, limited to KTdf::kMaxNesting, and not recursive calls.
 class KTdf::Parser
 {
 public:
-    /// pBytes   the whole file. Names and values are moved together within it.
-    /// pBegin   where the body starts, pEnd  where it ends.
+    /// pBytes   the whole file. Names and values are moved within it, without gaps.
+    /// pBegin   offset of the body, pEnd  of its end.
     Parser(std::uint8_t* pBytes, std::size_t pBegin, std::size_t pEnd)
         : mBytes(pBytes), mAt(pBytes + pBegin), mEnd(pBytes + pEnd), mKept(pBytes), mOut(pBytes)
     {}
 
     bool Run();
 
-    /// After success: the fields, how many of them are the document's own, the bytes in use.
+    /// After success: the fields, the number of fields of the document, the bytes in use.
     std::vector<Field>& GetFields() { return mFields; }
     std::uint32_t GetRootCount() const { return mRootCount; }
     std::size_t GetSize() const { return static_cast<std::size_t>(mOut - mBytes); }
@@ -37,7 +37,7 @@ private:
     struct Block
     {
         std::uint32_t field;  // kNoField for the document
-        std::uint32_t left;   // fields that are still to come
+        std::uint32_t left;   // fields that are not read yet
     };
 
     std::uint64_t Left() const { return static_cast<std::uint64_t>(mEnd - mAt); }
@@ -59,8 +59,8 @@ private:
     std::uint8_t* mBytes;
     const cbor::Byte* mAt;
     const cbor::Byte* mEnd;
-    std::uint8_t* mKept;  // names and values found so far, up to mOut
-    std::uint8_t* mOut;   // never behind mAt: heads are left out, nothing is put in
+    std::uint8_t* mKept;  // start of the names and values read, up to mOut
+    std::uint8_t* mOut;   // at most mAt, as heads are omitted
     std::vector<Field> mFields;
     std::vector<Block> mBlocks;
     std::uint32_t mRootCount = 0;

@@ -1,10 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reading moves through a stack of levels, one a block entered. A level sorts its fields by name
-// when first asked for one; the first instance of each name keeps how far its walk has come.
+// Reading uses a stack of levels, one for each block entered. A level sorts its fields by name at
+// the first search; the first instance of each name has the number of the next instance to open.
 //
-// The bytes are this document's own or have passed the parser: they are taken as well formed.
+// The bytes were written by this document or checked by the parser, so they are valid.
 
 #include "corvekit/store/cbor.h"
 
@@ -37,7 +37,7 @@ char TypeOf(const std::uint8_t* pAt)
     }
 }
 
-// A text or a name: its bytes, of either form. Moves pAt behind it.
+// Reads a text or a name in either form and moves pAt past it.
 std::string_view TakeText(const std::uint8_t*& pAt)
 {
     if ((*pAt & cbor::kMajorMask) == cbor::eTag) {
@@ -61,7 +61,7 @@ const std::uint8_t* Skip(const std::uint8_t* pAt)
     case KTdf::kTypeText:
         TakeText(pAt);
         return pAt;
-    default:  // the argument of a float has its width
+    default:  // a float has the size of its argument
         cbor::TakeArgument(pAt);
         return pAt;
     }
@@ -69,7 +69,7 @@ const std::uint8_t* Skip(const std::uint8_t* pAt)
 
 float ToFloat(double pValue)
 {
-    // Up to half a gap behind the greatest float rounds to it, what lies beyond to an infinity.
+    // Values up to half a step above the greatest float are rounded to it, others to an infinity.
     constexpr double kGreatest = static_cast<double>(std::numeric_limits<float>::max());
     constexpr double kBeyond = 0x1.ffffffp127;
     const double size = std::fabs(pValue);
@@ -81,7 +81,7 @@ float ToFloat(double pValue)
     return static_cast<float>(pValue);
 }
 
-// A float of any width as a single one.
+// Reads a float of any width as a single.
 float TakeSingle(const std::uint8_t*& pAt)
 {
     if (*pAt == cbor::kSingle) {
@@ -91,7 +91,7 @@ float TakeSingle(const std::uint8_t*& pAt)
     return ToFloat(cbor::TakeFloat(pAt));
 }
 
-// Whether the first pSize bytes of pBytes stand at pAt.
+// Whether the bytes at pAt start with the first pSize bytes of pBytes.
 bool StartsWith(const std::uint8_t* pAt, const std::uint8_t* pEnd, const tdf::LetterBytes& pBytes,
                 std::size_t pSize)
 {
@@ -99,7 +99,7 @@ bool StartsWith(const std::uint8_t* pAt, const std::uint8_t* pEnd, const tdf::Le
         return pEnd - pAt >= static_cast<std::ptrdiff_t>(pSize) &&
                std::equal(pAt, pAt + pSize, pBytes.begin());
     }
-    // One word, and of what differs only the bytes asked for.
+    // Compares one word; only the first pSize bytes count.
     const std::uint64_t differs =
         cbor::GetBigEndian<std::uint64_t>(pAt) ^ cbor::GetBigEndian<std::uint64_t>(pBytes.data());
     return pSize == 0 || differs >> (64 - 8 * pSize) == 0;
@@ -137,7 +137,7 @@ bool KTdf::FieldReadBeginNext()
     if (level.next >= level.end) {
         return false;
     }
-    // By name and number, so that the walk of the name moves along.
+    // FieldReadBegin of the name then continues after this field.
     const std::uint32_t field = level.next;
     const std::string_view name = GetName(field);
     std::size_t entry = FindName(level, name, mFields[field].hash);
@@ -410,7 +410,7 @@ KTdf::Level& KTdf::CurrentLevel()
     return mLevels[mDepth - 1];
 }
 
-// By hash, within a hash by name, within a name in the order written.
+// By hash, then by name, then in the order written.
 void KTdf::SortNames(Level& pLevel) const
 {
     CORVEKIT_ASSERT(pLevel.first <= pLevel.end && pLevel.end <= mFields.size());
@@ -429,7 +429,7 @@ void KTdf::SortNames(Level& pLevel) const
     pLevel.sorted = true;
 }
 
-// The place of the first instance of a name, or where it would stand.
+// The index of the first instance of a name, or where it would be.
 std::size_t KTdf::FindName(Level& pLevel, std::string_view pName, std::uint32_t pHash) const
 {
     if (!pLevel.sorted) {
@@ -454,7 +454,7 @@ std::string_view KTdf::GetName(std::uint32_t pField) const
     return TakeText(at);
 }
 
-// pIndex  number of the instance, or -1 for the next one in the walk of its name.
+// pIndex  number of the instance, or -1 for the next one of the name.
 bool KTdf::Open(std::string_view pName, std::int64_t pIndex)
 {
     if (mReadField != kNoField) {

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Writing is an append: names and values go to one run of bytes in the form that they have on
-// disk, and each field keeps where its own begin and how many they are. The lengths that CBOR
-// wants in front are put between them when the document is saved.
+// Names and values are appended to one buffer in their encoded form, and each field has the offset
+// and the number of its own. The counts that precede them in CBOR are inserted when the document is
+// saved.
 
 #include "corvekit/store/cbor.h"
 
@@ -18,7 +18,7 @@
 
 namespace
 {
-// The longest value but text: a double behind its head.
+// The longest value except text: a double with its head.
 constexpr std::size_t kMaxNumber = 9;
 constexpr std::size_t kMaxFields = static_cast<std::size_t>(std::numeric_limits<int>::max());
 
@@ -29,17 +29,17 @@ constexpr auto kErrorTexts = std::to_array<const char*>({
     "cannot write",
     "not a field store",
     "unknown format version",
-    "damaged or cut: the checksum does not fit",
-    "an item runs beyond the end",
+    "damaged or cut: the checksum is wrong",
+    "an item exceeds the end of the data",
     "an item is not in its shortest form",
-    "an item has no meaning at its place",
-    "more items announced than bytes are left for",
+    "an unexpected item",
+    "a count exceeds the remaining bytes",
     "blocks are nested too deep",
-    "text is not in its one form: UTF-8, or bytes if it is not UTF-8",
-    "a number is beyond the range of its type",
+    "text has the wrong form: UTF-8 must be text, other text must be tagged bytes",
+    "a number is out of the range of its type",
     "a field name is too long",
     "too many fields",
-    "bytes behind the last field",
+    "bytes after the last field",
     "out of memory",
 });
 static_assert(kErrorTexts.size() == eTdfErrorIdCount);
@@ -57,7 +57,7 @@ bool KTdf::FieldWriteBegin(const char* pName)
 {
     ResetReading();
     if (mWriteState != eWriteFields) {
-        return FailWrite("a field begins where none may");
+        return FailWrite("a field may not begin here");
     }
     if (mFields.size() >= kMaxFields) {
         mWriteState = eWriteFailed;
@@ -85,7 +85,7 @@ bool KTdf::FieldWriteEnd()
     if (mWriteState == eWriteValues) {
         FlushValueCount();
     } else if (mWriteState != eWriteClosed) {
-        return FailWrite("a field ends where none is open");
+        return FailWrite("a field ends, but none is open");
     }
     CORVEKIT_ASSERT(!mWriteFields.empty());
     const std::uint32_t index = mWriteFields.back();
@@ -106,7 +106,7 @@ bool KTdf::FieldWriteEnd()
 bool KTdf::FieldWriteBlockBegin()
 {
     if (mWriteState != eWriteValues) {
-        return FailWrite("a block begins where none may");
+        return FailWrite("a block may not begin here");
     }
     if (mWriteFields.size() > kMaxNesting) {
         mWriteState = eWriteFailed;
@@ -123,7 +123,7 @@ bool KTdf::FieldWriteBlockBegin()
 bool KTdf::FieldWriteBlockEnd()
 {
     if (mWriteState != eWriteFields || mWriteFields.empty()) {
-        return FailWrite("a block ends where none is open");
+        return FailWrite("a block ends, but none is open");
     }
     mWriteState = eWriteClosed;
     return true;
@@ -204,7 +204,8 @@ bool KTdf::FieldWriteT(KTime pValue)
 bool KTdf::FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_view pLetters)
 {
     if (mWriteState != eWriteValues || pLetters.size() > kMaxSampleLetters) {
-        return FailWrite("samples are written with no field open, or with too many letters");
+        return FailWrite(
+            "samples are written, but no field is open, or they have too many letters");
     }
     constexpr std::size_t kMaxSample = 2 * kMaxNumber + 2 * kMaxSampleLetters;
     GrowOrFail([&] { mBytes.Grow(mSize + pSamples.size() * kMaxSample); });
@@ -213,7 +214,7 @@ bool KTdf::FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_v
     for (const KTdfSample& each : pSamples) {
         at = cbor::PutInteger(at, each.time.Get());
         at = cbor::PutFloat(at, each.value);
-        std::copy(letters.begin(), letters.end(), at);  // in one piece, the rest is overwritten
+        std::copy(letters.begin(), letters.end(), at);  // the padding is overwritten
         at += 2 * pLetters.size();
     }
     mSize = static_cast<std::size_t>(at - mBytes.GetData());
@@ -224,7 +225,7 @@ bool KTdf::FieldWriteSamples(std::span<const KTdfSample> pSamples, std::string_v
 
 void KTdf::Reset()
 {
-    // A document that was large gives its memory back.
+    // Frees the memory of a large document.
     mBytes = {};
     mSize = 0;
     mFields = {};
@@ -238,7 +239,7 @@ void KTdf::Reset()
     mText.clear();
 }
 
-// Only the first misuse is told: what follows is mostly its consequence.
+// Reports only the first misuse, as later ones are usually consequences.
 bool KTdf::FailWrite(const char* pText)
 {
     if (mWriteState != eWriteFailed) {
@@ -254,8 +255,8 @@ bool KTdf::Fail(int pId, const char* pText, std::int64_t pOffset)
     return false;
 }
 
-// Runs a step of a write that allocates. If it throws, a part of the write is missing: the document
-// can no longer be saved.
+// Runs a step of a write that allocates. If it throws, the write is incomplete and the document can
+// no longer be saved.
 template <typename Step>
 void KTdf::GrowOrFail(const Step& pGrow)
 {
@@ -263,16 +264,16 @@ void KTdf::GrowOrFail(const Step& pGrow)
         pGrow();
     } catch (const std::bad_alloc&) {
         mWriteState = eWriteFailed;
-        mError.SetLastErrorID(eTdfErrorMemory);  // so short a text is kept without an allocation
+        mError.SetLastErrorID(eTdfErrorMemory);  // a text so short needs no allocation
         throw;
     }
 }
 
-// The rare side of Room.
+// The slow path of Room.
 std::uint8_t* KTdf::MakeRoom(std::size_t pSize)
 {
     if (mWriteState != eWriteValues) {
-        FailWrite("a value is written with no field open");
+        FailWrite("a value is written, but no field is open");
         return nullptr;
     }
     GrowOrFail([&] { mBytes.Grow(mSize + pSize); });
