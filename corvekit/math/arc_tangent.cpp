@@ -40,9 +40,15 @@ constexpr DoubleDouble ArcTangentOf(DoubleDouble pC)
     const DoubleDouble q = pC * pC / (one + pC * pC);
     DoubleDouble term = pC / (one + pC * pC);
     DoubleDouble sum = term;
+    // At c = 1 a term is half of the one before. Later terms do not change the sum either, and a
+    // compiler limits the steps of a constant expression.
     for (int n = 1; n < 110; ++n) {
         term = term * q * DoubleDouble{2.0 * n, 0.0} / DoubleDouble{2.0 * n + 1.0, 0.0};
-        sum = sum + term;
+        const DoubleDouble next = sum + term;
+        if (next.high == sum.high && next.low == sum.low) {
+            break;
+        }
+        sum = next;
     }
     return sum;
 }
