@@ -24,6 +24,9 @@ struct Segment
     const KPriFCurveKey* from;
     const KPriFCurveKey* to;
     const KPriFCurveKey* after;
+
+    KeyWindow Start() const { return {before, from, to}; }
+    KeyWindow End() const { return {from, to, after}; }
 };
 
 Segment SegmentAt(const KeyList& pKeys, const SegmentPlace& pPlace)
@@ -38,12 +41,18 @@ Segment SegmentAt(const KeyList& pKeys, const SegmentPlace& pPlace)
             isLast ? nullptr : &pKeys[pPlace.index + 2]};
 }
 
-SegmentPlace PlaceAt(const KeyList& pKeys, int pIndex)
+// The same by index alone, for calls outside of playback.
+Segment SegmentAt(const KeyList& pKeys, int pIndex)
 {
-    const KPriFCurveKey* from = &pKeys[pIndex];
-    return PlaceInSegment(pKeys, pIndex, static_cast<unsigned>(pIndex) % KeyList::kKeysPerPage,
-                          from, from->mTime);
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < pKeys.Count());
+    return {pIndex > 0 ? &pKeys[pIndex - 1] : nullptr, &pKeys[pIndex], &pKeys[pIndex + 1],
+            pIndex + 2 < pKeys.Count() ? &pKeys[pIndex + 2] : nullptr};
 }
+
+// The functions marked always_inline and noinline are split for speed alone. What playback needs at
+// every step is inlined, as a call would pass keys and slopes in memory. The cases that it seldom
+// needs are tail calls with the keys in registers, so that the common one keeps nothing in memory
+// for them. And a linear segment does not save the registers that a cubic one uses.
 
 // The cubic of a segment: slopes at both ends and its length in seconds.
 struct CubicShape
@@ -78,8 +87,7 @@ float SecondsOf(const Segment& pSegment)
 }
 
 // The rules of slope_rules.h for the two common cases: slopes that share the secant of the segment,
-// and slopes that are stored. False for any other. Always inlined: a call would pass
-// all keys and slopes in memory.
+// and slopes that are stored. False for any other.
 [[gnu::always_inline]] inline bool FindCommonShape(const Segment& pSegment, CubicShape& pShape)
 {
     const KPriFCurveKeyAttr& from = *pSegment.from->mAttribute;
@@ -106,9 +114,8 @@ CubicShape ShapeOf(const Segment& pSegment)
 {
     CubicShape shape;
     if (!FindCommonShape(pSegment, shape)) {
-        shape = {RightSlopeOfKey({pSegment.before, pSegment.from, pSegment.to}, false),
-                 LeftSlopeOfKey({pSegment.from, pSegment.to, pSegment.after}, false, false),
-                 SecondsOf(pSegment)};
+        shape = {RightSlopeOfKey(pSegment.Start(), false),
+                 LeftSlopeOfKey(pSegment.End(), false, false), SecondsOf(pSegment)};
     }
     return shape;
 }
@@ -154,8 +161,6 @@ WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShap
     return CubicValue(p.p3, p.p2, p.p1, p.p0, s);
 }
 
-// The cases that playback seldom needs are tail calls with the keys in registers, so that the
-// common case keeps nothing in memory for them.
 [[gnu::noinline]] float AnyCubicValue(const KPriFCurveKey* pBefore, const KPriFCurveKey* pFrom,
                                       const KPriFCurveKey* pTo, const KPriFCurveKey* pAfter,
                                       double pT)
@@ -189,7 +194,6 @@ WeightedPoints WeightedPointsOf(const Segment& pSegment, const CubicShape& pShap
     return from.GetConstantMode() == eConstantNext ? pTo->mValue : pFrom->mValue;
 }
 
-// A function of its own: a linear segment does not save the registers that a cubic one needs.
 [[gnu::noinline]] float CubicValueAt(const KeyList& pKeys, const KPriFCurveKey* pFrom,
                                      const KPriFCurveKey* pTo, int pIndex, unsigned pSlot,
                                      double pT)
@@ -316,7 +320,7 @@ float Glissa::EvaluateSegment(int pIndex, double pT)
     case eInterpolationLinear:
         return Between(from.mValue, to.mValue, pT);
     case eInterpolationCubic:
-        return CubicSegmentValue(SegmentAt(mKeys, PlaceAt(mKeys, pIndex)), pT);
+        return CubicSegmentValue(SegmentAt(mKeys, pIndex), pT);
     case eInterpolationCustom: {
         if (CustomTangentTypeCount() == 0) {
             return 0.0f;
@@ -381,7 +385,7 @@ float Glissa::SlopeAtIndex(double pIndex, bool pRightSide)
     if (t == 0.0) {
         return pRightSide ? KeyGetRightDerivative(index) : KeyGetLeftDerivative(index);
     }
-    const Segment segment = SegmentAt(mKeys, PlaceAt(mKeys, index));
+    const Segment segment = SegmentAt(mKeys, index);
     switch (segment.from->mAttribute->GetInterpolation()) {
     case eInterpolationLinear:
         return static_cast<float>(Secant(*segment.from, *segment.to));
