@@ -38,7 +38,20 @@ int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
     return index;
 }
 
-// Gives a curve a key at each time, with the value that it had there.
+// Whether a curve has a key at each time.
+bool HasKeys(const Glissa& pCurve, const std::vector<KTime>& pTimes)
+{
+    const int count = pCurve.KeyGetCount();
+    int index = 0;
+    return std::all_of(pTimes.begin(), pTimes.end(), [&](KTime pTime) {
+        while (index < count && pCurve.KeyGetTime(index) < pTime) {
+            ++index;
+        }
+        return index < count && pCurve.KeyGetTime(index) == pTime;
+    });
+}
+
+// Puts the keys of the times that are missing into a curve, with the values that it had there.
 void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
 {
     const int count = pCurve.KeyGetCount();
@@ -67,6 +80,11 @@ void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
         parked.BringAllBack();
     }
     rewrite.Commit();
+}
+
+// A key that is there takes its own value again.
+void PostValues(Glissa& pCurve, const std::vector<KTime>& pTimes)
+{
     int index = 0;
     for (const KTime time : pTimes) {
         while (pCurve.KeyGetTime(index) != time) {
@@ -193,7 +211,10 @@ bool GlissaFilterKeySync::Apply(Glissa** pCurves, int pCount)
     for (int i = 0; i < pCount; ++i) {
         if (!pCurves[i]->IsLocked()) {
             brackets.emplace_back(*pCurves[i]);
-            AddKeys(*pCurves[i], times);
+            if (!HasKeys(*pCurves[i], times)) {
+                AddKeys(*pCurves[i], times);
+            }
+            PostValues(*pCurves[i], times);
         }
     }
     while (!brackets.empty()) {
