@@ -17,6 +17,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -55,29 +56,36 @@ constexpr DoubleDouble ArcTangentOf(DoubleDouble pC)
 
 // The slope 1 / (1 + (c + d)^2) has a series in d whose terms follow from the two before:
 // f(n) (1 + c^2) = -2 c f(n-1) - f(n-2). The terms of the arc tangent are f(n - 1) / n.
-constexpr std::array<Row, kSteps + 1> MakeRows()
+constexpr Row MakeRow(std::size_t pIndex)
 {
-    std::array<Row, kSteps + 1> rows{};
-    for (int i = 0; i <= kSteps; ++i) {
-        const double c = static_cast<double>(i) / kSteps;
-        const DoubleDouble square = {1.0 + c * c, 0.0};  // exact
-        const DoubleDouble value = ArcTangentOf({c, 0.0}) * kDegreesPerRadian;
-        DoubleDouble slopes[kDegree] = {kDegreesPerRadian / square};
-        Row& row = rows[static_cast<std::size_t>(i)];
-        for (int n = 1; n < kDegree; ++n) {
-            const DoubleDouble before = n > 1 ? slopes[n - 2] : DoubleDouble{};
-            slopes[n] = -(DoubleDouble{2.0 * c, 0.0} * slopes[n - 1] + before) / square;
-            row.term[n + 1] = slopes[n].high / (n + 1);
-        }
-        row.value = value.high;
-        row.valueLow = value.low;
-        row.slope = Split(slopes[0].high).high;
-        row.slopeLow = Split(slopes[0].high).low + slopes[0].low;
+    const double c = static_cast<double>(pIndex) / kSteps;
+    const DoubleDouble square = {1.0 + c * c, 0.0};  // exact
+    const DoubleDouble value = ArcTangentOf({c, 0.0}) * kDegreesPerRadian;
+    DoubleDouble slopes[kDegree] = {kDegreesPerRadian / square};
+    Row row{};
+    for (int n = 1; n < kDegree; ++n) {
+        const DoubleDouble before = n > 1 ? slopes[n - 2] : DoubleDouble{};
+        slopes[n] = -(DoubleDouble{2.0 * c, 0.0} * slopes[n - 1] + before) / square;
+        row.term[n + 1] = slopes[n].high / (n + 1);
     }
-    return rows;
+    row.value = value.high;
+    row.valueLow = value.low;
+    row.slope = Split(slopes[0].high).high;
+    row.slopeLow = Split(slopes[0].high).low + slopes[0].low;
+    return row;
 }
 
-constexpr std::array<Row, kSteps + 1> kRows = MakeRows();
+// Each row is an evaluation of its own: compilers limit the steps of one.
+template <std::size_t Index>
+constexpr Row kRow = MakeRow(Index);
+
+template <std::size_t... Indices>
+constexpr std::array<Row, sizeof...(Indices)> RowsOf(std::index_sequence<Indices...>)
+{
+    return {kRow<Indices>...};
+}
+
+constexpr std::array<Row, kSteps + 1> kRows = RowsOf(std::make_index_sequence<kSteps + 1>());
 
 // The angle of an octant: base + sign * atan(smaller / larger), the first for a larger cosine above
 // 0.
