@@ -75,11 +75,13 @@ public:
     }
     /// Euclidean length, as KgeLength.
     double Length() const { return KgeLength(mValue[0], mValue[1], mValue[2]); }
-    /// Brings the length to 1 and gives the one that it had. A vector of length 0, or of one that
-    /// is not finite, stays as it is.
+    /// Brings the length to 1 and gives the one that it had, within 1.5 units in the last place:
+    /// the root of the square, where that is in range. A vector of length 0, or of one that is not
+    /// finite, stays as it is.
     double Normalize()
     {
-        const double length = Length();
+        const double square = SquareLength();
+        const double length = square > 1e-280 && square < 1e280 ? std::sqrt(square) : Length();
         if (!(length > 0.0) || std::isinf(length)) {
             return length;
         }
