@@ -18,6 +18,11 @@
 
 // What the tests of the curve store expect of a curve that was read.
 
+inline constexpr unsigned kAutoKey = eInterpolationCubic | eTangentAuto;
+inline constexpr unsigned kUserKey = eInterpolationCubic | eTangentUser;
+inline constexpr unsigned kBrokenKey = eInterpolationCubic | eTangentUserBreak;
+inline constexpr unsigned kTcbKey = eInterpolationCubic | eTangentTCB;
+
 /// One expected key. Weights as stored, times 9999.
 struct StoredKey
 {

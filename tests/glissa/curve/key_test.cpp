@@ -126,6 +126,10 @@ TEST(Key, AChangeOfInterpolationFollowsItsRules)
         EXPECT_EQ(std::pair(1.5f, -2.5f), std::pair(key.GetDataPtr()[0], key.GetDataPtr()[1]));
         EXPECT_EQ(reset, Numbers(key, 2) == Pair(3333, 3333));
         EXPECT_EQ(reset ? 0.0f : 4.5f, key.GetDataPtr()[3]);
+        // A custom index has to name a type that is registered.
+        GlissaKey custom = KeyWithFlags(0x101);
+        custom.SetCustomIndex(0x200);
+        EXPECT_EQ(types >= 2 ? 0x200u : 0x100u, custom.GetCustomIndex());
         for (const char* name : names) {
             manager.RemoveCustomTangent(name);
         }

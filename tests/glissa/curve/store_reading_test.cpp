@@ -19,10 +19,6 @@
 
 namespace
 {
-constexpr unsigned kAutoKey = eInterpolationCubic | eTangentAuto;
-constexpr unsigned kUserKey = eInterpolationCubic | eTangentUser;
-constexpr unsigned kBrokenKey = eInterpolationCubic | eTangentUserBreak;
-
 TEST_F(CurveStore, WithoutADefaultNothingHappens)
 {
     KTdf tdf = FromText("KeyVer: I4007 KeyCount: I1 Key: T0 D1 'L Color: D0 D0 D0");

@@ -19,11 +19,6 @@
 
 namespace
 {
-constexpr unsigned kAutoKey = eInterpolationCubic | eTangentAuto;
-constexpr unsigned kUserKey = eInterpolationCubic | eTangentUser;
-constexpr unsigned kBrokenKey = eInterpolationCubic | eTangentUserBreak;
-constexpr unsigned kTcbKey = eInterpolationCubic | eTangentTCB;
-
 RefCurve CurveOf(std::initializer_list<StoredKey> pKeys)
 {
     RefCurve curve;
