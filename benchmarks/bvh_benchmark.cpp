@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reading of motion files, in bytes a second on one core; the aim is 50 MB/s. The floors: one pass
-// that only looks at each byte, and one that only converts the numbers, with nothing checked.
+// Reading of motion files, in bytes per second on one core; the aim is 50 MB/s. There are two
+// floors: a pass that only reads the bytes, and one that converts the numbers without checks.
 
 #include "glissa/curve/curve.h"
 #include "io/bvh_reader.h"
@@ -28,7 +28,7 @@ std::string ReadWalk(benchmark::State& pState)
     return std::move(*text);
 }
 
-// The shipped clip with its frames repeated: 20 times is 10 MB, beyond the caches of a core.
+// The clip in data/ with its frames repeated: 20 times are 10 MB, more than the caches of a core.
 std::string RepeatedWalk(benchmark::State& pState)
 {
     const std::string walk = ReadWalk(pState);

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A recorded curve to a file and back. Beside each figure stands its floor: as many bytes summed
-// and written to a file, or read from one and summed, with nothing around them.
+// Storing and reading a recorded curve. The floor computes the checksum of the same number of bytes
+// and writes them to a file, or reads them and computes the checksum.
 
 #include "benchmarks/paired.h"
 #include "corvekit/store/crc32c.h"
@@ -105,7 +105,7 @@ std::uint64_t FloorRead(std::size_t pSize)
     return read;
 }
 
-// What is measured gives the bytes that went through; that they are the right ones is seen first.
+// The measured functions return the number of bytes. The bytes are checked before.
 template <typename Library, typename Floor>
 void ThroughAFile(benchmark::State& pState, Library&& pLibrary, Floor&& pFloor)
 {

@@ -1,10 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Edits beside the bare memory traffic of the same work: pages of 42 dense records that are moved,
-// floats that are written. The floors keep no attributes, no events and no order.
+// Edits, compared with the memory accesses of the same work: pages of 42 records that are moved,
+// floats that are written. The floors have no attributes, events and order.
 
-#include "benchmarks/paired.h"
+#include "benchmarks/curve_check.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 
@@ -24,7 +24,7 @@ struct CurveEnd
 };
 using CurvePointer = std::unique_ptr<Glissa, CurveEnd>;
 
-// pValues  how many values there are before they start anew.
+// pValues  number of different values, which are repeated.
 CurvePointer Record(int pKeys, int pValues = 97)
 {
     CurvePointer curve(GlissaCreate());
@@ -54,16 +54,7 @@ GlissaKey FreshKey(float pValue)
     return key;
 }
 
-std::uint64_t CheckOf(const Glissa& pCurve)
-{
-    Checksum check;
-    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
-        check.Add(pCurve.KeyGetValue(i));
-    }
-    return check.Get();
-}
-
-// Pages of dense records that open and close gaps.
+// Pages of records with insertion and removal.
 class Pages
 {
 public:
@@ -152,8 +143,8 @@ std::unique_ptr<Pages> RecordedPages(int pKeys, int pValues = 97)
     return pages;
 }
 
-// Beside the recording of the same run. Ten times that, or 50 ns a key, is the price of a key with
-// its own attributes, two posts and a call to the custom tangent manager.
+// Compared with recording of the same keys. Ten times that, or 50 ns per key, is the cost of a key
+// with its own attributes, two events and a call of the custom tangent manager.
 void AddAscending(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));
@@ -243,7 +234,7 @@ void RemoveInTheMiddle(benchmark::State& pState)
 }
 BENCHMARK(RemoveInTheMiddle)->Arg(100000)->UseManualTime();
 
-// Between two keys, with the shape kept. All values are equal: the floor evaluates nothing.
+// Inserts keys that keep the shape. All values are equal, as the floor evaluates nothing.
 void InsertInTheMiddle(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));
@@ -274,7 +265,7 @@ void InsertInTheMiddle(benchmark::State& pState)
 }
 BENCHMARK(InsertInTheMiddle)->Arg(1000)->Arg(100000)->UseManualTime();
 
-// Over three keys: taken out and put in again.
+// Past three keys: removed and inserted again.
 void MoveInTheMiddle(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));
@@ -306,7 +297,7 @@ void MoveInTheMiddle(benchmark::State& pState)
 }
 BENCHMARK(MoveInTheMiddle)->Arg(1000)->Arg(100000)->UseManualTime();
 
-// A bracket with a listener: floats written into records, and a post counted for each.
+// A bracket with a listener. The floor writes floats to records and counts an event for each.
 void SetValues(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Evaluation and search beside the same arithmetic on flat arrays. The floor functions hold what
-// the result needs and nothing else: no curve object, no pages, no kinds of keys.
+// Evaluation and search, compared with the same arithmetic on arrays. The floors compute only what
+// the result needs: no curve object, no pages, no kinds of keys.
 
 #include "benchmarks/paired.h"
 #include "glissa/curve/curve.h"
@@ -152,7 +152,7 @@ float FloorLinear(const FlatKey* pKeys, int pIndex, std::int64_t pTime)
     return Between(pKeys[pIndex].value, pKeys[pIndex + 1].value, Fraction(pKeys, pIndex, pTime));
 }
 
-// The secant solve on the time axis, then the value.
+// The secant method on the time axis, then the value.
 float FloorWeighted(const FlatKey* pKeys, int pIndex, std::int64_t pTime, float pRight, float pLeft)
 {
     const FlatKey& from = pKeys[pIndex];
@@ -197,8 +197,8 @@ std::vector<std::int64_t> TimesFor(const FlatCurve& pKeys, Order pOrder)
                                        : RandomTimes(pKeys, 40000);
 }
 
-// Runs a curve over times in order with a hint, or in random order, against a floor that gives the
-// value in a segment.
+// Evaluates a curve at times in order with a hint, or in random order, compared with a floor that
+// returns the value in a segment.
 template <typename FloorValue>
 void RunCurve(benchmark::State& pState, Glissa& pCurve, const FlatCurve& pKeys, Order pOrder,
               FloorValue&& pFloorValue)
@@ -280,7 +280,7 @@ void WeightedCurve(benchmark::State& pState)
              });
 }
 
-// Time outer, curve inner, as a host plays a scene.
+// All curves at each time, like a host that plays a scene.
 void ManyCurves(benchmark::State& pState)
 {
     constexpr int kCurves = 10000;
@@ -326,7 +326,7 @@ void RandomSeek(benchmark::State& pState)
     const FlatCurve keys = MakeKeys(1000000, 4);
     const CurvePointer curve = MakeCurve(keys);
     const std::vector<std::int64_t> times = RandomTimes(keys, 100000);
-    // The floor's pages: records of 24 bytes in blocks of 1024, and the first time of each.
+    // Pages of the floor: records of 24 bytes in blocks of 1024, and the first time of each.
     const int pageCount = static_cast<int>(keys.size()) / kKeysPerPage + 1;
     std::vector<std::int64_t> firsts;
     std::vector<std::unique_ptr<FlatKey[]>> pages;
@@ -403,7 +403,7 @@ void AppendFast(benchmark::State& pState)
     RunPaired(pState, kCount, library, floor, prepare);
 }
 
-// Bytes of the heap, not of the books that the library keeps.
+// Bytes of the heap, not those counted by the library.
 void RecordedMemory(benchmark::State& pState)
 {
     constexpr int kCount = 1000000;

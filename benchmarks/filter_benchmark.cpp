@@ -1,11 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Filters of values and times, and those that put keys on grids, beside the bare loop of the same
-// work.
+// Filters of values and times, and filters that put keys on grids, compared with a plain loop of
+// the same work.
 
-#include "benchmarks/paired.h"
-#include "glissa/curve/curve.h"
+#include "benchmarks/curve_check.h"
 #include "glissa/filter/clamp.h"
 #include "glissa/filter/delete_key.h"
 #include "glissa/filter/inverse.h"
@@ -37,16 +36,7 @@ ScratchCurve Record(int pKeys, KTime pStart = KTime())
     return curve;
 }
 
-std::uint64_t CheckOf(const Glissa& pCurve)
-{
-    Checksum check;
-    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
-        check.Add(pCurve.KeyGetValue(i));
-    }
-    return check.Get();
-}
-
-// The filters as they are measured.
+// The filters with the parameters of the benchmarks.
 struct Offset : GlissaFilterOffset
 {
     Offset() { SetOffset(1.5); }
@@ -96,7 +86,7 @@ struct KeysOnFrame : GlissaFilterKeysOnFrame
     KeysOnFrame() { Reset(); }
 };
 
-// Floats in pages of 42, and an event folded for each.
+// The floor: floats in pages of 42, and an event for each.
 template <typename Filter>
 void Values(benchmark::State& pState)
 {
@@ -135,7 +125,7 @@ BENCHMARK(Values<Offset>)->Arg(1000000)->UseManualTime();
 BENCHMARK(Values<Scale>)->Arg(1000000)->UseManualTime();
 BENCHMARK(Values<Inverse>)->Arg(1000000)->UseManualTime();
 
-// Samples of a curve at given times, appended to an empty one.
+// The floor: samples of a curve at given times, appended to an empty curve.
 std::uint64_t Sampled(Glissa& pSource, int pCount, KTime pStart, KTime pPeriod)
 {
     const ScratchCurve result(GlissaCreate());
@@ -182,7 +172,7 @@ void PutKeysOnFrames(benchmark::State& pState)
 }
 BENCHMARK(PutKeysOnFrames)->Arg(100000)->UseManualTime();
 
-// Three curves, in step and each with times of its own.
+// Three curves, with equal times and with different ones.
 void Synchronise(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));
@@ -237,7 +227,7 @@ void SynchroniseTwo(Glissa& pFirst, Glissa& pSecond)
     GlissaFilterKeySync().Apply(both, 2);
 }
 
-// How the cost grows: nanoseconds a key over a whole curve.
+// Nanoseconds per key, by the number of keys.
 template <typename Filter>
 void Growth(benchmark::State& pState)
 {
@@ -247,22 +237,19 @@ void Growth(benchmark::State& pState)
     const ScratchCurve filtered(GlissaCreate());
     const ScratchCurve second(GlissaCreate());
     Filter filter;
-    std::vector<double> seconds;
-    for (auto unused : pState) {
-        filtered->CopyFrom(*source);
-        second->CopyFrom(*other);
-        const double start = ThreadSeconds();
-        if constexpr (std::is_same_v<Filter, GlissaFilterKeySync>) {
-            SynchroniseTwo(*filtered, *second);
-        } else {
-            filter.Apply(*filtered);
-        }
-        seconds.push_back(ThreadSeconds() - start);
-        pState.SetIterationTime(seconds.back());
-        benchmark::DoNotOptimize(CheckOf(*filtered));
-    }
-    std::nth_element(seconds.begin(), seconds.begin() + seconds.size() / 2, seconds.end());
-    pState.counters["ns_a_key"] = seconds[seconds.size() / 2] / keys * 1e9;
+    RunAlone(
+        pState, keys,
+        [&] {
+            if constexpr (std::is_same_v<Filter, GlissaFilterKeySync>) {
+                SynchroniseTwo(*filtered, *second);
+            } else {
+                filter.Apply(*filtered);
+            }
+        },
+        [&] {
+            filtered->CopyFrom(*source);
+            second->CopyFrom(*other);
+        });
 }
 
 template <typename... Filters>

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What a tree costs beside what it is made of: 10000 curves of 100 keys in a document beside one
-// curve of as many keys, a search by name beside the comparison of as many texts, a clone beside
-// the copy of the same pages.
+// Operations of trees, compared with those of their parts: storing 10000 curves of 100 keys with
+// one curve of as many keys, a search by name with the comparison of as many strings, a clone with
+// a copy of the same pages.
 
 #include "benchmarks/paired.h"
 #include "corvekit/store/tdf.h"
@@ -155,7 +155,7 @@ void CollectNames(GlissaNode& pNode, std::vector<std::string>& pNames)
     }
 }
 
-// A name that is not there, of a length that many have.
+// A name that does not exist, of the length of many others.
 void FindByName(benchmark::State& pState)
 {
     int nodes = 0;

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A thousand channels of a character, played at 30 frames a second: the library beside the curve
-// calls, and the trigonometry, that nobody gets around.
+// Evaluation of a thousand channels of a character at 30 frames per second, compared with the
+// evaluation of the curves and the necessary trigonometry.
 
 #include "benchmarks/paired.h"
 #include "corvekit/math/rotation_order.h"
@@ -41,7 +41,7 @@ private:
     double mWeight;
 };
 
-// Channels of three keyed curves, with as many layers behind each as modes are given.
+// Channels of three curves with keys, and a layer on each for each of the modes.
 class Channels
 {
 public:
@@ -100,7 +100,7 @@ private:
 
 KTime TimeOf(int pFrame)
 {
-    // Off the keys, as most samples are.
+    // Between keys, like most samples.
     return KTime(kKeyDistance * 40 + pFrame * kFrame + 12345);
 }
 
@@ -119,7 +119,7 @@ std::uint64_t EvaluateAll(Channels& pChannels)
     return check.Get();
 }
 
-// The curve calls alone, each node's with one hint as evaluation hands it on.
+// Only the evaluation of the curves, with one hint for each node.
 template <typename Then>
 std::uint64_t CallCurves(Channels& pChannels, Then&& pThen)
 {
@@ -144,7 +144,7 @@ std::uint64_t CallCurves(Channels& pChannels, Then&& pThen)
 
 void Nothing(double*) {}
 
-// A floor that computes other values than the library is held to its own.
+// A floor with other values than the library is compared with itself.
 template <typename Floor>
 void RunBeside(benchmark::State& pState, Channels& pChannels, Floor&& pFloor)
 {
@@ -187,7 +187,7 @@ void AdditiveRotation(benchmark::State& pState)
     RunBeside(pState, channels, [&] { return CallCurves(channels, turn); });
 }
 
-// A base under two layers of half weight: a power of a rotation, and a way between two.
+// A base and two layers of half weight: a power of a rotation, and an interpolation of two.
 void TwoRotationLayers(benchmark::State& pState)
 {
     Channels channels(KDataTypeLclRotation, {eLayerModeAdditive, eLayerModeOverridePassthrough},
@@ -208,7 +208,7 @@ void QuaternionPath(benchmark::State& pState)
     for (GlissaNode* node : channels.Nodes()) {
         node->SetUseQuaternion(true);
     }
-    // Four orientations at keys, and the one that comes out, besides the curve calls at four keys.
+    // Four orientations at keys and the result, and the evaluation of the curves at four keys.
     const auto floor = [&] {
         Checksum check;
         const KVdRotationOrder order;
@@ -285,7 +285,7 @@ void NextKeyTime(benchmark::State& pState)
 }
 }  // namespace
 
-// Each prints "ratio": the library over its floor, both measured in the same run.
+// "ratio" is the time of the library divided by that of its floor, measured in the same run.
 BENCHMARK(NoLayers)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(ThreeLayers)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(AdditiveRotation)->UseManualTime()->Unit(benchmark::kMillisecond);

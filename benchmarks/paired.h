@@ -1,6 +1,6 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
-// Not for hosts: one line of a benchmark, the library beside its floor.
+// Not for hosts: benchmarks of the library and of a floor, the plain arithmetic of the same work.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-/// The values of a run as one number: speed is never bought with a changed answer.
+/// A checksum of the values of a run, which must not change with the speed.
 class Checksum
 {
 public:
@@ -29,7 +29,7 @@ private:
     std::uint64_t mHash = 0xCBF29CE484222325u;
 };
 
-/// Processor time of this thread, which a busy machine does not stretch as it does the clock.
+/// Processor time of this thread, which depends less on the load of the machine than the clock.
 inline double ThreadSeconds()
 {
     timespec now{};
@@ -37,13 +37,19 @@ inline double ThreadSeconds()
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-/// Times the library and the bare arithmetic of the same work in turn, so that both see the same
-/// machine, and prints nanoseconds an item of each and the median ratio of the pairs.
+inline double Median(std::vector<double>& pValues)
+{
+    std::nth_element(pValues.begin(), pValues.begin() + pValues.size() / 2, pValues.end());
+    return pValues[pValues.size() / 2];
+}
+
+/// Measures the library and the floor in turn, so that both have the same load of the machine.
+/// Reports the nanoseconds per item of each and the median ratio of the pairs.
 ///
-/// pItems    items that one call of either function works through.
-/// pLibrary, pFloor  callables without arguments that give a checksum of what they computed.
-/// pPrepare  called before each call of pLibrary, outside the time.
-/// The two checksums must agree.
+/// pItems    number of items of a call of either function.
+/// pLibrary, pFloor  callables without arguments that return a checksum of their results.
+/// pPrepare  called before each call of pLibrary, outside the measured time.
+/// The two checksums must be equal.
 template <typename Library, typename Floor, typename Prepare>
 void RunPaired(benchmark::State& pState, double pItems, Library&& pLibrary, Floor&& pFloor,
                Prepare&& pPrepare)
@@ -72,13 +78,9 @@ void RunPaired(benchmark::State& pState, double pItems, Library&& pLibrary, Floo
         floor.push_back(b);
         ratios.push_back(a / b);
     }
-    const auto median = [](std::vector<double>& pValues) {
-        std::nth_element(pValues.begin(), pValues.begin() + pValues.size() / 2, pValues.end());
-        return pValues[pValues.size() / 2];
-    };
-    pState.counters["ns"] = median(library) / pItems * 1e9;
-    pState.counters["floor_ns"] = median(floor) / pItems * 1e9;
-    pState.counters["ratio"] = median(ratios);
+    pState.counters["ns"] = Median(library) / pItems * 1e9;
+    pState.counters["floor_ns"] = Median(floor) / pItems * 1e9;
+    pState.counters["ratio"] = Median(ratios);
     char check[32];
     std::snprintf(check, sizeof check, "check %016llx",
                   static_cast<unsigned long long>(libraryCheck));
@@ -89,4 +91,21 @@ template <typename Library, typename Floor>
 void RunPaired(benchmark::State& pState, double pItems, Library&& pLibrary, Floor&& pFloor)
 {
     RunPaired(pState, pItems, pLibrary, pFloor, [] {});
+}
+
+/// Measures the library without a floor and reports the median of the nanoseconds per item.
+///
+/// pLibrary  a callable without arguments; the others as for RunPaired.
+template <typename Library, typename Prepare>
+void RunAlone(benchmark::State& pState, double pItems, Library&& pLibrary, Prepare&& pPrepare)
+{
+    std::vector<double> seconds;
+    for (auto unused : pState) {
+        pPrepare();
+        const double start = ThreadSeconds();
+        pLibrary();
+        seconds.push_back(ThreadSeconds() - start);
+        pState.SetIterationTime(seconds.back());
+    }
+    pState.counters["ns_a_key"] = Median(seconds) / pItems * 1e9;
 }

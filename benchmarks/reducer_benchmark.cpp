@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reducing recorded curves. The floor of the key reducer is what its text asks for: each key is
-// evaluated once a level of the subdivision, here on the curve that it makes.
+// Reduction of recorded curves. The floor of the key reducer evaluates each key once in each level
+// of the subdivision, on the resulting curve.
 
 #include "benchmarks/paired.h"
 #include "glissa/curve/curve.h"
@@ -23,7 +23,7 @@ struct DestroyCurve
 };
 using CurvePointer = std::unique_ptr<Glissa, DestroyCurve>;
 
-// A take of 120 frames a second: two waves with some noise, at rest for half a second in two.
+// A recording with 120 frames per second: two waves with noise, at rest for half a second of two.
 CurvePointer Recorded(int pCount)
 {
     CurvePointer curve(GlissaCreate());
@@ -41,8 +41,8 @@ CurvePointer Recorded(int pCount)
     return curve;
 }
 
-// Splits as the filter does and counts the keys that are tested, without any of its code: a fit has
-// the slopes of the source at both ends.
+// Subdivides like the filter, without its code, and counts the keys that are tested. A fit has the
+// slopes of the source at both ends.
 std::int64_t CountTests(Glissa& pSource, double pPrecision)
 {
     const CurvePointer fit(GlissaCreate());
@@ -81,7 +81,7 @@ std::int64_t CountTests(Glissa& pSource, double pPrecision)
     return tests;
 }
 
-// Evaluates a curve at so many keys of another one, from the first to the last and over again.
+// Evaluates a curve at a number of keys of another one, in order and repeatedly.
 std::uint64_t EvaluateKeys(Glissa& pCurve, Glissa& pAt, std::int64_t pTimes)
 {
     const int count = pAt.KeyGetCount();

@@ -1,10 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Filters that treat a curve as a signal, on curves of a key each 120th of a second.
+// Filters of signals, on curves with 120 keys per second.
 
-#include "benchmarks/paired.h"
-#include "glissa/curve/curve.h"
+#include "benchmarks/curve_check.h"
 #include "glissa/filter/butterworth.h"
 #include "glissa/filter/gaussian.h"
 #include "glissa/filter/peak_remover.h"
@@ -28,16 +27,7 @@ ScratchCurve Record(int pKeys)
     return curve;
 }
 
-std::uint64_t CheckOf(const Glissa& pCurve)
-{
-    Checksum check;
-    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
-        check.Add(pCurve.KeyGetValue(i));
-    }
-    return check.Get();
-}
-
-/// A section with nothing around it.
+/// A second order section.
 struct Section
 {
     double a1, a2, gain;
@@ -63,8 +53,8 @@ void Pass(Iterator pBegin, Iterator pEnd, Section pFirst, Section pSecond)
     }
 }
 
-// The floor evaluates 240 samples a second and 250 on straight lines at both ends, runs two
-// sections over them forward and backward, and appends every other one to an empty curve.
+// The floor evaluates 240 samples per second, with 250 on straight lines at both ends, applies two
+// sections forward and backward, and appends every second sample to an empty curve.
 void Butterworth(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));
@@ -84,7 +74,7 @@ void Butterworth(benchmark::State& pState)
     };
     const auto floor = [&] {
         constexpr int kLead = 250;
-        const int body = 2 * (keys - 3);  // sample periods from the second to the last key but one
+        const int body = 2 * (keys - 3);  // periods from the second key to the one before the last
         std::vector<double> samples(static_cast<std::size_t>(body + 2 * kLead + 1));
         const KTime half(kStep.Get() / 2);
         int hint = 0;
@@ -120,7 +110,7 @@ void Butterworth(benchmark::State& pState)
 }
 BENCHMARK(Butterworth)->Arg(100000)->UseManualTime();
 
-// How the cost grows: nanoseconds a key over a whole curve.
+// Nanoseconds per key, by the number of keys.
 template <typename Filter>
 void Growth(benchmark::State& pState)
 {
@@ -128,17 +118,8 @@ void Growth(benchmark::State& pState)
     const ScratchCurve source = Record(keys);
     const ScratchCurve filtered(GlissaCreate());
     Filter filter;
-    std::vector<double> seconds;
-    for (auto unused : pState) {
-        filtered->CopyFrom(*source);
-        const double start = ThreadSeconds();
-        filter.Apply(*filtered);
-        seconds.push_back(ThreadSeconds() - start);
-        pState.SetIterationTime(seconds.back());
-        benchmark::DoNotOptimize(CheckOf(*filtered));
-    }
-    std::nth_element(seconds.begin(), seconds.begin() + seconds.size() / 2, seconds.end());
-    pState.counters["ns_a_key"] = seconds[seconds.size() / 2] / keys * 1e9;
+    RunAlone(
+        pState, keys, [&] { filter.Apply(*filtered); }, [&] { filtered->CopyFrom(*source); });
 }
 BENCHMARK(Growth<GlissaFilterButterworth>)
     ->RangeMultiplier(10)

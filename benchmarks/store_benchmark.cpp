@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The field store on the workload that fills it: the key run of a long curve. Beside each figure
-// stands its floor: the same bytes copied, summed or written with nothing around them.
+// The field store with the keys of a long curve. The floor copies the same bytes, computes their
+// checksum or writes them.
 
 #include "corvekit/store/crc32c.h"
 #include "corvekit/store/tdf.h"
@@ -27,7 +27,7 @@ void WriteKeys(KTdf& pTdf, int pKeys)
 {
     pTdf.FieldWriteBegin("Key");
     for (int i = 0; i < pKeys; ++i) {
-        pTdf.FieldWriteT(KTime(4704000LL * i));  // 30 a second
+        pTdf.FieldWriteT(KTime(4704000LL * i));  // 30 per second
         pTdf.FieldWriteD(static_cast<double>(std::sin(0.1f * static_cast<float>(i))));
         pTdf.FieldWriteCH('U');
         pTdf.FieldWriteCH('a');
@@ -46,7 +46,7 @@ std::string SavedKeys(int pKeys)
     return stream.str();
 }
 
-// A stream that keeps what it is given in memory that is there already.
+// A stream that writes to memory allocated before.
 class Memory : public std::streambuf
 {
 public:
@@ -64,7 +64,7 @@ void CountBytes(benchmark::State& pState, std::size_t pSize, int pKeys)
         benchmark::Counter(static_cast<double>(pSize) / static_cast<double>(pKeys));
 }
 
-// Write every value, then read it back; the sums keep both from being left out.
+// Writes all values and reads them; the sums prevent the removal of both by the compiler.
 void WriteAndReadBack(benchmark::State& pState)
 {
     const int keys = static_cast<int>(pState.range(0));

@@ -1,15 +1,15 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Writes the clip that ships with the project to standard output: ten seconds of a walking figure,
-// 25 joints, 120 frames a second, with the small faults of a recording. `make_clip > data/walk.bvh`
+// Writes the clip in data/ to standard output: ten seconds of a walking figure, 25 joints, 120
+// frames per second, with the small errors of a recording. `make_clip > data/walk.bvh`
 //
 // The output is the same on every machine: the sine, the random generator and the rounding of
-// numbers are spelled out here, in plain double arithmetic without contraction.
+// numbers are computed here, in double arithmetic without contraction.
 //
-// The gait follows the angles that textbooks on normal walking tabulate for hip, knee and ankle in
-// the plane of progress. Height and speed of the hips are computed from these legs so that the foot
-// that carries the body neither sinks nor slides.
+// The gait follows the angles of hip, knee and ankle in the sagittal plane from textbooks on normal
+// walking. Height and speed of the hips are computed from the legs so that the supporting foot does
+// not move.
 
 #include <cmath>
 #include <cstdint>
@@ -31,8 +31,8 @@ constexpr double kAnkleHeight = 8.0;
 constexpr double kHeelBack = 5.0;
 constexpr double kBallAhead = 13.5;
 
-// Sine of a number of whole turns: folded into a quarter turn, then the power series, whose first
-// term left out is below 1e-12.
+// Sine of an angle in turns: reduced to a quarter turn, then the power series, whose first omitted
+// term is below 1e-12.
 double SineOfTurns(double pTurns)
 {
     double turns = pTurns - std::floor(pTurns + 0.5);
@@ -58,7 +58,7 @@ class Generator
 public:
     explicit Generator(std::uint64_t pSeed) : mState(pSeed) {}
 
-    // Even in -1 to 1.
+    // Uniform in -1 to 1.
     double Next()
     {
         mState += 0x9E3779B97F4A7C15u;
@@ -73,8 +73,8 @@ private:
     std::uint64_t mState;
 };
 
-// A smooth random curve between -1 and 1 or a little beyond: random values at even distances,
-// joined by the cubic of Catmull and Rom 1974.
+// A smooth random curve of about -1 to 1: random values at equal distances, connected by the cubic
+// of Catmull and Rom 1974.
 class Drift
 {
 public:
@@ -103,8 +103,8 @@ private:
     std::vector<double> mKnots;
 };
 
-// A function of the gait cycle as a short Fourier series: smooth in all derivatives, and the tables
-// below need not be.
+// A function of the gait cycle as a short Fourier series, which is smooth even if the tables below
+// are not.
 class Cyclic
 {
 public:
@@ -151,7 +151,7 @@ private:
     std::vector<double> mSines;
 };
 
-// Degrees at every twentieth of the cycle, which starts when the heel of that leg meets the ground.
+// Degrees at each twentieth of the cycle, which starts when the heel of the leg touches the ground.
 // Forward and up are positive.
 const Cyclic kHip({30, 29, 27, 23, 18, 13, 8, 3, -2, -6, -9, -9, -4, 5, 15, 24, 30, 33, 33, 31}, 5);
 const Cyclic kKnee({5, 12, 17, 18, 16, 12, 9, 7, 6, 8, 14, 25, 39, 53, 61, 61, 52, 36, 18, 7}, 6);
@@ -183,8 +183,8 @@ Point LowestOfFoot(double pPhase, bool pHeel)
     return {knee.mAhead + ankle.mAhead + sole.mAhead, knee.mUp + ankle.mUp + sole.mUp};
 }
 
-// How the hips have to travel over the foot that carries them: height above the ground, and way
-// ahead for a whole cycle, at each phase.
+// The motion of the hips over the supporting foot at each phase: height above the ground, and
+// distance forward for a whole cycle.
 struct Support
 {
     std::vector<double> mHeight;
@@ -217,8 +217,8 @@ Support FindSupport()
     return support;
 }
 
-// One angle of a joint, degrees: a mean, a wave with the cycle, a wave with the single step, and a
-// share of one of the curves above. A wave is largest at its phase.
+// An angle of a joint in degrees: a mean, a wave with the period of the cycle, a wave with the
+// period of a step, and a part of one of the curves above. A wave has its maximum at its phase.
 struct Angle
 {
     double mMean = 0.0;
@@ -244,12 +244,12 @@ struct Joint
     double mOffset[3];
     const char* mOrder;  // of the rotation channels
     Angle mAngles[3];    // X, Y, Z
-    double mNoise;       // share of the usual noise: extremities shake more
-    double mEnd[3];      // end site; none where all are 0
+    double mNoise;       // factor of the noise, greater for extremities
+    double mEnd[3];      // end site; none if all are 0
 };
 
 // Y is up, the figure walks along Z, its left is X. A positive X turns a hanging limb backwards.
-// A joint is two lines, its place and its motion.
+// A joint has two lines, its position and its motion.
 // clang-format off
 
 // The trunk: phases count from the heel of the left leg.
@@ -271,7 +271,7 @@ const Joint kTrunk[] = {
 };
 
 // The limbs of the left side: phases count from the heel of the leg of the same side. The waves of
-// the thigh about Y and Z undo those of the hips, so that the foot keeps its place.
+// the thigh about Y and Z are the inverse of those of the hips, so that the foot does not move.
 const Joint kArm[] = {
     {"Shoulder", 4, {3.4, 10.6, 1.1}, "XYZ",
      {{1.0, 1.2, 0.55}, {-2.0, 2.4, 0.05}, {1.5, 0.6, 0.3}}, 0.7, {}},
@@ -296,7 +296,7 @@ const Joint kLeg[] = {
 };
 // clang-format on
 
-// A joint of the figure with everything that moves it.
+// A joint of the figure with its motion.
 struct Actor
 {
     Joint mJoint;
@@ -378,8 +378,8 @@ void AppendHierarchy(std::string& pText, const std::vector<Actor>& pFigure)
     }
 }
 
-// Noise of one channel: the unsteadiness of a person, the wobble of markers on skin, and what a
-// camera measures wrong from frame to frame.
+// Noise of one channel: variations of a person, motion of markers on skin, and errors of
+// measurement in each frame.
 class Noise
 {
 public:
@@ -402,8 +402,8 @@ private:
 void AppendFrames(std::string& pText, const std::vector<Actor>& pFigure)
 {
     Generator generator(25);
-    const Drift pace(generator, 1.9);      // nobody keeps time like a clock
-    const Drift strength(generator, 2.3);  // nor takes all strides alike
+    const Drift pace(generator, 1.9);      // steps vary in duration
+    const Drift strength(generator, 2.3);  // and in length
     const Drift heading(generator, 4.0);
     std::vector<Noise> noises;
     for (const Actor& actor : pFigure) {
@@ -430,7 +430,7 @@ void AppendFrames(std::string& pText, const std::vector<Actor>& pFigure)
         lastWay = way;
         ahead += step * CosineOfTurns(turn / 360.0);
         aside += step * SineOfTurns(turn / 360.0);
-        // Over the foot that stands: the left one in the first half of the cycle.
+        // Over the supporting foot: the left one in the first half of the cycle.
         const double sway = 2.2 * CosineOfTurns(phase - 0.3);
         const double place[3] = {aside + sway, height.At(phase) + 1.5, ahead};
         for (int axis = 0; axis < 3; ++axis) {
