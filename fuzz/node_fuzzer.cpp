@@ -1,12 +1,11 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Reads nodes from mutated documents, and edits them. The input is a script of fields, so that each
-// mutation makes another document and none is lost to a checksum; what follows the end of the first
-// block are edits. Whatever is in it, the tree that was read is a tree, each chain has the
-// structure of the node that holds it, it evaluates within the values that it says it has, and it
-// stores into a document that reads back as the same bytes. After any edits ids still ascend along
-// chains, and all of it can be evaluated and destroyed.
+// Reads nodes from random documents and edits them. The input is a script of fields, so that
+// mutations are not rejected by a checksum; edits follow the end of the first block. For any input
+// the result is a tree, each chain has the structure of its base, evaluation writes only the values
+// of a node, and the tree is stored and read back as the same bytes. After edits ids ascend along
+// chains, and all nodes can be evaluated and destroyed.
 
 #include "corvekit/store/tdf.h"
 #include "fuzz/clip_checks.h"
@@ -55,7 +54,7 @@ void WriteInt(KTdf& pTdf, const char* pName, int pValue)
     pTdf.FieldWriteEnd();
 }
 
-// Linear keys, as many as the low bits say; the highest bit says one more than there are.
+// Writes linear keys, their number in the low bits. With the highest bit the count is one too high.
 void WriteKeys(Script& pScript, KTdf& pTdf, int pCode)
 {
     const int count = 1 + pCode % 8;
@@ -71,7 +70,7 @@ void WriteKeys(Script& pScript, KTdf& pTdf, int pCode)
     pTdf.FieldWriteEnd();
 }
 
-// Fields until the byte that ends a block. Gives how many nodes there are.
+// Writes fields up to the byte that ends a block. Returns the number of nodes.
 std::size_t WriteBlock(Script& pScript, KTdf& pTdf, int pDepth)
 {
     std::size_t nodes = 0;
@@ -134,7 +133,8 @@ std::size_t WriteBlock(Script& pScript, KTdf& pTdf, int pDepth)
     return nodes;
 }
 
-// That a layer has the structure of its base, and its channels have those of the base as theirs.
+// Checks that a layer has the structure of its base, and that the bases of its channels are the
+// channels of the base.
 void CheckLayer(GlissaNode& pLayer, GlissaNode& pBase)
 {
     Require(pLayer.ObjectLayerGet() == &pBase);
@@ -155,7 +155,7 @@ void Evaluate(GlissaNode& pNode, std::size_t pRoom, KTime pTime)
     pNode.CandidateClear(0, true);
 }
 
-// What a document leaves. Gives the number of nodes.
+// Checks the tree of a document. Returns the number of nodes.
 std::size_t CheckTree(GlissaNode& pNode, GlissaNode* pParent, bool pIsInLayer)
 {
     std::size_t nodes = 1;
@@ -211,7 +211,7 @@ int CountLeaves(GlissaNode& pNode)
     return leaves;
 }
 
-// One edit of a node, which another one may take part in.
+// An edit of a node, possibly with another node.
 void Edit(GlissaNode& pRoot, GlissaNode& pNode, GlissaNode& pOther, int pCode)
 {
     double values[64] = {1, 2, 3, 4};
@@ -225,13 +225,13 @@ void Edit(GlissaNode& pRoot, GlissaNode& pNode, GlissaNode& pOther, int pCode)
         pNode.CreateLayerAt(GlissaLayerInfo((pCode >> 4) - 2, nullptr));
         break;
     case 2:
-        // A layer that is used as a warp lives on without an owner.
+        // A layer that is used as a warp is not destroyed with its owner.
         if (pOther.ObjectLayerGet() == &pOther) {
             pNode.TimeWarpSet(&pOther);
         }
         break;
     case 3:
-        // Taken from where it is, and put somewhere else if that is no circle.
+        // Moved to another parent, unless that is a cycle.
         if (GlissaNode* const parent = pNode.GetParent(); parent && parent->Find(&pNode) >= 0) {
             parent->Remove(parent->Find(&pNode));
             if (pOther.FCurveGet() || pOther.Add(&pNode) < 0) {
@@ -289,7 +289,7 @@ void Edit(GlissaNode& pRoot, GlissaNode& pNode, GlissaNode& pOther, int pCode)
     }
 }
 
-// Edits that may leave layers of other structures than their base, as a host can.
+// Edits by a host, after which layers may have another structure than their base.
 void EditTree(Script& pScript, GlissaNode& pRoot)
 {
     constexpr int kMostEdits = 24;
@@ -358,9 +358,8 @@ NodeHandle Structure()
     root->Get(0)->CreateLayerAt(GlissaLayerInfo(3, nullptr));
     return root;
 }
-// Layers that stood in the tree have names of their own; read from a document they share those of
-// their base. From then on nothing changes any more, but for warps: those of an axis move to its
-// parent.
+// Layers of the tree have their own names; after reading they share the names of their base.
+// Further reading changes only warps: those of an axis are moved to its parent.
 void CheckRoundTrip(KTdf& pFirst)
 {
     const NodeHandle back = EmptyNode();
@@ -407,7 +406,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t pSi
         std::vector<GlissaStoreFault> faults;
         Require(node->TdfRetrieve(&tdf, (flags & 2) != 0, (flags & 4) != 0, true, &faults));
         const std::size_t made = CheckTree(*node, nullptr, false);
-        // Layers take the structure of their base, which may be wider than what they say.
+        // Layers get the structure of their base, which may have more channels than stored.
         Require(made <= 32 + (written + 16) * (written + 16));
         Require(faults.size() <= 16 + 4 * made + 4 * written);
 
