@@ -1,100 +1,140 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Each thread has one list of deferred calls. An operation that begins within a deferred call, at
-// depth 0, uses the end of that list.
+// An outermost operation has the list of what is deferred to its end. The calls are made at depth
+// 0: an operation that begins within one of them is an outermost one too, with a list of its own.
 
 #include "corvekit/event/operation.h"
 
+#include "corvekit/assert.h"
+
+#include <memory>
 #include <utility>
-#include <vector>
 
 namespace
 {
-struct WaitingCall
+// Without destructors, so that static objects may end at process exit in any order.
+struct ThreadState
 {
-    const void* subject;
-    std::function<void()> call;  // empty if discarded
-    bool isDeletion;
+    int depth = 0;
+    KOperation* outermost = nullptr;
+    KWatch* watches = nullptr;
 };
 
-// Without destructors, so that static objects may end at process exit in any order.
-constinit thread_local int tDepth = 0;
-constinit thread_local std::vector<WaitingCall>* tWaiting = nullptr;
-constinit thread_local KWatch* tWatches = nullptr;
-
-std::size_t WaitingCount()
-{
-    return tWaiting ? tWaiting->size() : 0;
-}
-
-// Makes the calls from pFirst on, including those that are added meanwhile.
-void MakeWaitingCalls(std::size_t pFirst)
-{
-    for (std::size_t i = pFirst; i < WaitingCount(); ++i) {
-        const WaitingCall waiting = std::exchange((*tWaiting)[i], WaitingCall{});
-        if (!waiting.call) {
-            continue;
-        }
-        tDepth += waiting.isDeletion ? 1 : 0;
-        waiting.call();
-        tDepth -= waiting.isDeletion ? 1 : 0;
-    }
-    if (pFirst > 0) {
-        tWaiting->resize(pFirst);
-    } else {
-        delete std::exchange(tWaiting, nullptr);
-    }
-}
+// Accessed without a call, as the parts of KMemoryPool.
+[[gnu::tls_model("initial-exec")]] constinit thread_local ThreadState tState;
 }  // namespace
 
-void KOperation::Begin() noexcept
+void KWaiting::EnterBefore(KWaiting& pOther)
 {
-    mHasBegun = true;
-    mFirst = WaitingCount();
-    ++tDepth;
+    CORVEKIT_ASSERT(mBehind == this);
+    mBefore = pOther.mBefore;
+    mBehind = &pOther;
+    mBefore->mBehind = this;
+    mBehind->mBefore = this;
 }
 
-void KOperation::End() noexcept
+void KWaiting::Leave()
 {
-    if (--tDepth == 0 && WaitingCount() > mFirst) {
-        MakeWaitingCalls(mFirst);
-    }
+    mBefore->mBehind = mBehind;
+    mBehind->mBefore = mBefore;
+    mBefore = this;
+    mBehind = this;
 }
 
-bool KOperation::IsUnderWay()
+KWaitingCall::KWaitingCall(KOperationSubject* pSubject)
 {
-    return tDepth > 0;
-}
-
-void KOperation::Wait(const void* pSubject, std::function<void()> pCall, bool pIsDeletion)
-{
-    if (!tWaiting) {
-        tWaiting = new std::vector<WaitingCall>;
-    }
-    tWaiting->push_back({pSubject, std::move(pCall), pIsDeletion});
-}
-
-void KOperation::Forget(const void* pSubject) noexcept
-{
-    for (std::size_t i = 0; i < WaitingCount(); ++i) {
-        if ((*tWaiting)[i].subject == pSubject) {
-            (*tWaiting)[i] = WaitingCall{};
+    if (pSubject) {
+        mNextOfSubject = std::exchange(pSubject->mCalls, this);
+        mPlace = &pSubject->mCalls;
+        if (mNextOfSubject) {
+            mNextOfSubject->mPlace = &mNextOfSubject;
         }
     }
-    for (KWatch* watch = tWatches; watch; watch = watch->mOuter) {
-        if (watch->mObject == pSubject) {
+}
+
+KWaitingCall::~KWaitingCall()
+{
+    Leave();
+    if (mPlace) {
+        *mPlace = mNextOfSubject;
+    }
+    if (mNextOfSubject) {
+        mNextOfSubject->mPlace = mPlace;
+    }
+}
+
+KOperationSubject::~KOperationSubject()
+{
+    Leave();
+    while (mCalls) {
+        mCalls->End(true);
+    }
+    for (KWatch* watch = tState.watches; watch; watch = watch->mOuter) {
+        if (watch->mObject == this) {
             watch->mObject = nullptr;
         }
     }
 }
 
-KWatch::KWatch(const void* pObject) noexcept : mObject(pObject), mOuter(tWatches)
+// Within an operation, so that what the destructor deletes is deferred.
+void KOperationSubject::Make()
 {
-    tWatches = this;
+    ++tState.depth;
+    DeleteSubject();
+    --tState.depth;
+}
+
+void KOperation::Begin() noexcept
+{
+    mHasBegun = true;
+    if (tState.depth++ == 0) {
+        std::construct_at(&mWaiting);
+        mOuter = std::exchange(tState.outermost, this);
+    }
+}
+
+// Calls that are added meanwhile are made too.
+void KOperation::End() noexcept
+{
+    if (--tState.depth > 0) {
+        return;
+    }
+    CORVEKIT_ASSERT(tState.depth == 0 && tState.outermost == this);
+    while (mWaiting.mBehind != &mWaiting) {
+        KWaiting& waiting = *mWaiting.mBehind;
+        waiting.Leave();
+        waiting.Make();
+    }
+    tState.outermost = mOuter;
+}
+
+bool KOperation::IsUnderWay()
+{
+    return tState.depth > 0;
+}
+
+void KOperation::Keep(KWaiting& pWaiting)
+{
+    CORVEKIT_ASSERT(IsUnderWay());
+    pWaiting.EnterBefore(tState.outermost->mWaiting);
+}
+
+void KOperation::DeleteAtEnd(KOperationSubject& pSubject)
+{
+    if (!IsUnderWay()) {
+        pSubject.DeleteSubject();
+    } else if (pSubject.mBehind == &pSubject) {
+        Keep(pSubject);
+    }
+}
+
+KWatch::KWatch(const KOperationSubject* pObject) noexcept : mObject(pObject), mOuter(tState.watches)
+{
+    tState.watches = this;
 }
 
 KWatch::~KWatch()
 {
-    tWatches = mOuter;
+    tState.watches = mOuter;
 }

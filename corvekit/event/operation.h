@@ -4,9 +4,70 @@
 
 #include "corvekit/export.h"
 
-#include <cstddef>
-#include <functional>
 #include <new>
+
+class KOperation;
+class KOperationSubject;
+
+/// An entry in the circular list of what is deferred to the end of an operation. For KOperation.
+class CORVEKIT_API KWaiting
+{
+protected:
+    KWaiting() = default;
+    KWaiting(const KWaiting&) = delete;
+    KWaiting& operator=(const KWaiting&) = delete;
+    ~KWaiting() = default;
+
+    void EnterBefore(KWaiting& pOther);
+    void Leave();
+
+private:
+    friend class KOperation;
+
+    virtual void Make() {}
+
+    KWaiting* mBefore = this;
+    KWaiting* mBehind = this;
+};
+
+/// A deferred call, also in the list of its subject. For KOperation.
+class CORVEKIT_API KWaitingCall : public KWaiting
+{
+protected:
+    explicit KWaitingCall(KOperationSubject* pSubject);
+    ~KWaitingCall();
+
+private:
+    friend class KOperation;
+    friend class KOperationSubject;
+
+    /// Deletes this call, and makes it unless pIsDropped.
+    virtual void End(bool pIsDropped) = 0;
+    void Make() final { End(false); }
+
+    KWaitingCall* mNextOfSubject = nullptr;
+    KWaitingCall** mPlace = nullptr;  // what points to this call; null without a subject
+};
+
+/// The base of a class whose objects call listeners: the links by which an operation defers calls
+/// and the deletion of the object. The destructor discards the deferred calls of the object, in a
+/// time that does not depend on those of other objects.
+class CORVEKIT_API KOperationSubject : private KWaiting
+{
+protected:
+    KOperationSubject() = default;
+    ~KOperationSubject();
+
+private:
+    friend class KOperation;
+    friend class KWaitingCall;
+
+    /// Deletes the object, for KOperation::DeleteAtEnd.
+    virtual void DeleteSubject() = 0;
+    void Make() final;
+
+    KWaitingCall* mCalls = nullptr;
+};
 
 /// The scope of an operation that changes objects with listeners.
 ///
@@ -41,61 +102,77 @@ public:
     /// Makes a call at the end of the outermost operation; at once if there is none or no memory to
     /// defer it. A call must not throw.
     ///
-    /// pSubject  the object of the call, see Forget.
+    /// pSubject  the object of the call, or null. Its end discards the call.
     template <typename Call>
-    static void CallAtEnd(const void* pSubject, const Call& pCall)
+    static void CallAtEnd(KOperationSubject* pSubject, const Call& pCall)
     {
-        if (!Keep(pSubject, pCall, false)) {
+        KWaitingCall* const waiting =
+            IsUnderWay() ? new (std::nothrow) CallOf<Call>(pSubject, pCall) : nullptr;
+        if (waiting) {
+            Keep(*waiting);
+        } else {
             pCall();
         }
     }
-    /// The same for a call that deletes an object. Objects that its destructor deletes are deleted
-    /// after it and not nested, so that the stack is not deep for a deep tree.
-    template <typename Call>
-    static void DeleteAtEnd(const void* pSubject, const Call& pCall)
-    {
-        if (!Keep(pSubject, pCall, true)) {
-            pCall();
-        }
-    }
-    /// Discards the deferred calls of an object. Called by its destructor.
-    static void Forget(const void* pSubject) noexcept;
+    /// Deletes an object at the end of the outermost operation; at once if there is none. Needs no
+    /// memory. Objects that its destructor deletes are deleted after it and not nested, so that the
+    /// stack is not deep for a deep tree.
+    static void DeleteAtEnd(KOperationSubject& pSubject);
 
 private:
+    friend class KOperationSubject;
+
     template <typename Call>
-    static bool Keep(const void* pSubject, const Call& pCall, bool pIsDeletion)
+    struct CallOf final : KWaitingCall
     {
-        try {
-            return IsUnderWay() && (Wait(pSubject, pCall, pIsDeletion), true);
-        } catch (const std::bad_alloc&) {
-            return false;  // an early call is better than none
+        CallOf(KOperationSubject* pSubject, const Call& pCall)
+            : KWaitingCall(pSubject), mCall(pCall)
+        {}
+        void End(bool pIsDropped) override
+        {
+            const Call call = mCall;
+            delete this;  // first: the call may delete the subject
+            if (!pIsDropped) {
+                call();
+            }
         }
-    }
-    static void Wait(const void* pSubject, std::function<void()> pCall, bool pIsDeletion);
+
+        Call mCall;
+    };
+
+    static void Keep(KWaiting& pWaiting);
     void Begin() noexcept;
     void End() noexcept;
+    void MakeWaitingCalls();
 
     bool mHasBegun = false;
-    std::size_t mFirst = 0;  // calls before this one belong to an outer operation
+    struct Head final : KWaiting
+    {};
+    // Initialised by the beginning of an outermost operation only: most operations are none, in
+    // short functions.
+    union
+    {
+        Head mWaiting;  // what is deferred to its end
+    };
+    KOperation* mOuter;  // the operation that made the call in which this one began
 };
 
-/// Detects whether an object still exists after calls of listeners. The destructor of the object
-/// must call KOperation::Forget.
+/// Detects whether an object still exists after calls of listeners.
 class CORVEKIT_API KWatch
 {
 public:
-    explicit KWatch(const void* pObject = nullptr) noexcept;
+    explicit KWatch(const KOperationSubject* pObject = nullptr) noexcept;
     KWatch(const KWatch&) = delete;
     KWatch& operator=(const KWatch&) = delete;
     ~KWatch();
 
-    void Set(const void* pObject) { mObject = pObject; }
+    void Set(const KOperationSubject* pObject) { mObject = pObject; }
     /// False if the object is destroyed or null.
     bool IsAlive() const { return mObject != nullptr; }
 
 private:
-    friend class KOperation;
+    friend class KOperationSubject;
 
-    const void* mObject;
+    const KOperationSubject* mObject;
     KWatch* mOuter;
 };

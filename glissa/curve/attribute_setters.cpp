@@ -69,10 +69,7 @@ bool Glissa::WriteAndReport(int pIndex, const GlissaKeyAttributes& pAttributes, 
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (pReports) {
-        const unsigned held = mFlags & kIsHeld;
-        mFlags |= kIsHeld;
         CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, true, pType);
-        mFlags = (mFlags & ~kIsHeld) | held;
         if (pIndex >= KeyGetCount()) {
             return false;
         }

@@ -17,7 +17,6 @@ Glissa::Glissa() = default;
 Glissa::~Glissa()
 {
     mFlags |= kIsEnding;
-    KOperation::Forget(this);
     LeaveNode();
     KeyClear();
     CallbackEnable(true);
@@ -36,14 +35,8 @@ void Glissa::Destroy(int)
     if ((mFlags & kIsEnding) != 0) {
         return;  // a listener of the end calls Destroy again
     }
-    // Without listeners nobody is called, and only an operation that continues needs the memory.
-    const bool waits = mListeners.GetCount() > 0 || (mFlags & kIsHeld) != 0;
-    if (waits && KOperation::IsUnderWay()) {
-        KOperation::DeleteAtEnd(this, [this] { delete this; });
-        LeaveNode();
-    } else {
-        delete this;
-    }
+    LeaveNode();
+    KOperation::DeleteAtEnd(*this);
 }
 
 void Glissa::SetValue(float pValue, bool)

@@ -4,6 +4,7 @@
 
 #include "corvekit/array.h"
 #include "corvekit/event/listener_list.h"
+#include "corvekit/event/operation.h"
 #include "corvekit/object/holder.h"
 #include "corvekit/time.h"
 #include "glissa/curve/event.h"
@@ -40,7 +41,7 @@ enum EGlissaContinuity : int
 /// Key indexes run from 0 to KeyGetCount() - 1. Operations on one key do not test their index: one
 /// out of range is a fault of the caller, caught by an assertion in debug builds. Times are ticks
 /// (KTime), slopes value per second.
-class GLISSA_API Glissa final : public IZrObjectHolder
+class GLISSA_API Glissa final : public IZrObjectHolder, public KOperationSubject
 {
 public:
     // Object frame (curve/curve.cpp, node/curve_owner.cpp)
@@ -582,9 +583,9 @@ private:
     static constexpr unsigned kCallbacksEnabled = 1;
     static constexpr unsigned kOptimizeEnabled = 2;
     static constexpr unsigned kIsEnding = 4;  // Destroy was called
-    static constexpr unsigned kIsHeld = 8;    // an operation uses the curve after a call
 
     ~Glissa() override;
+    void DeleteSubject() override { delete this; }
 
     KPriFCurveKey& KeyAt(int pIndex) const
     {

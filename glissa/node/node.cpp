@@ -47,7 +47,6 @@ GlissaNode::GlissaNode(GlissaNode* pTemplate) : mState(new State)
 GlissaNode::~GlissaNode()
 {
     mState->mIsEnding = true;
-    KOperation::Forget(this);
     // Listeners that are turned off are called too.
     CallbackAddEvent(eNodeEventDestroy);
     CallbackEnable(true);
@@ -113,7 +112,7 @@ void GlissaNode::Destroy(int)
 {
     if (!mState->mIsEnding) {
         const KOperation operation;
-        KOperation::DeleteAtEnd(this, [this] { delete this; });
+        KOperation::DeleteAtEnd(*this);
     }
 }
 

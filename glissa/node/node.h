@@ -3,6 +3,7 @@
 #pragma once
 
 #include "corvekit/array.h"
+#include "corvekit/event/operation.h"
 #include "corvekit/object/data_type.h"
 #include "corvekit/object/holder.h"
 #include "corvekit/set.h"
@@ -60,7 +61,7 @@ enum EGlissaLayerType : int
 /// A child is one level below its parent, a layer one level below the node before it in the chain.
 /// A tree has at most kMaxLevels levels. No node holds itself, as child, as layer or through time
 /// warps. Operations that would break this change nothing.
-class GLISSA_API GlissaNode : public IZrObjectHolder
+class GLISSA_API GlissaNode : public IZrObjectHolder, public KOperationSubject
 {
 public:
     /// Most levels of a tree: as many as blocks nest in a document, KTdf::kMaxNesting.
@@ -670,6 +671,8 @@ private:
 
     bool MustCallsWait() const;
     void SendCollected(const GlissaNodeEvent& pEvent);
+
+    void DeleteSubject() override { delete this; }
 
     State* mState;
 };

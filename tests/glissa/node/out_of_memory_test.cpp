@@ -149,6 +149,23 @@ TEST(OutOfMemory, LeavesCurvesWithTheirBooksRight)
     EXPECT_GT(thrown, CountsAllocationsOfC() ? 15 : 3);
 }
 
+TEST(OutOfMemory, WhatIsDestroyedInAnOperationIsThereToItsEnd)
+{
+    Glissa* const curve = FullPage().release();
+    GlissaNode* const node = EmptyNode().release();
+    const KWatch watches[] = {KWatch(curve), KWatch(node)};
+    {
+        const KOperation operation;
+        FailAllocationAfter(0, true);
+        curve->Destroy();
+        node->Destroy();
+        StopFailing();
+        EXPECT_TRUE(watches[0].IsAlive() && watches[1].IsAlive());
+        EXPECT_EQ(42, curve->KeyGetCount());
+    }
+    EXPECT_FALSE(watches[0].IsAlive() || watches[1].IsAlive());
+}
+
 TEST(OutOfMemory, LeavesTreesWholeAndKeepsNothingOfWhatWasNotMade)
 {
     KDataType* const rotation = KDataTypeLclRotation;
