@@ -202,3 +202,18 @@ inline const GlissaNodeState& StateOf(const GlissaNode& pNode)
 {
     return GlissaNodeState::Of(&pNode);
 }
+
+/// The node that an operation returns, or null where a listener that was called at the end of the
+/// operation has destroyed it.
+template <typename Operation>
+GlissaNode* IfAlive(const Operation& pOperation)
+{
+    KWatch watch;
+    GlissaNode* node = nullptr;
+    {
+        const KOperation operation;
+        node = pOperation();
+        watch.Set(node);
+    }
+    return watch.IsAlive() ? node : nullptr;
+}

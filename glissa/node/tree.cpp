@@ -229,18 +229,17 @@ GlissaNode* GlissaNode::GetParent()
 
 GlissaNode* GlissaNode::FindOrCreate(const char* pName, bool pCreateCurve)
 {
-    GlissaNode* child = Get(Find(pName));
-    if (!child) {
-        child = AddNew(
-            *this, new GlissaNode(pName, pName, nullptr, eLayerTypeValue, GlissaLayerInfo::Base));
+    return IfAlive([this, pName, pCreateCurve] {
+        GlissaNode* child = Get(Find(pName));
         if (!child) {
-            return nullptr;
+            child = AddNew(*this, new GlissaNode(pName, pName, nullptr, eLayerTypeValue,
+                                                 GlissaLayerInfo::Base));
         }
-    }
-    if (pCreateCurve && !child->FCurveGet()) {
-        child->FCurveSet(GlissaCreate(), false);
-    }
-    return child;
+        if (child && pCreateCurve && !child->FCurveGet()) {
+            child->FCurveSet(GlissaCreate(), false);
+        }
+        return child;
+    });
 }
 
 GlissaNode* GlissaNode::FindRecursive(KDataType* pType)

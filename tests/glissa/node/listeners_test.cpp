@@ -387,6 +387,36 @@ TEST(Listeners, MayEditAndDestroyTheCurveInEveryOperation)
     }
 }
 
+TEST(Listeners, SeeTheKeyOfAValueThatTheCurveCannotHave)
+{
+    Glissa* const curve = GlissaCreate();
+    curve->SetValue(kBad);
+    ManagerListener manager;
+    int keys = -1;
+    manager.mThen = [&](bool) {
+        if (std::exchange(keys, curve->KeyGetCount()) < 0) {
+            curve->Destroy();
+        }
+    };
+    curve->KeyAdd(Seconds(1));
+    EXPECT_EQ(1, keys);
+}
+
+TEST(Listeners, ThatDestroyAChildLeaveNoPointerToIt)
+{
+    const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    GlissaNode* const child = node->FindOrCreate("W", false);
+    child->CallbackRegister(
+        [](GlissaNode* pNode, GlissaNodeEvent* pEvent, void*) {
+            if ((pEvent->GetType() & eNodeEventDestroy) == 0) {
+                pNode->Destroy();
+            }
+        },
+        nullptr);
+    EXPECT_EQ(nullptr, node->FindOrCreate("W", true));
+    EXPECT_EQ(3, node->GetCount());
+}
+
 TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
 {
     const NodePtr other = MakeChannel(KDataTypeLclRotation, "R");
