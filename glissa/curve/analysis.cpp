@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 namespace
 {
@@ -197,7 +198,15 @@ void Glissa::CopyExternalPriKeyAndAttr(void** pPages, int pCount)
         if (*block == *GlissaDefaultKeyAttr) {
             PointToAttribute(key, GlissaDefaultKeyAttr);
         } else {
-            KeyAttrSeparate(i);
+            try {
+                KeyAttrSeparate(i);
+            } catch (const std::bad_alloc&) {
+                // The records from this one on point to blocks of the caller.
+                mKeys.CloseGap(i, pCount - 1);
+                ReleaseAllAttributes();
+                mKeys.FreeAll();
+                throw;
+            }
             static_cast<GlissaKeyAttributes&>(*key.mAttribute) = *block;
         }
         own = key.mAttribute;

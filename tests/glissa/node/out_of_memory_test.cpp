@@ -107,6 +107,11 @@ TEST(OutOfMemory, LeavesCurvesWithTheirBooksRight)
         {"replace",
          [&] { curve->Replace(other.get(), within, within + within, false, true, KTime(5)); }},
         {"copy", [&] { curve->CopyFrom(*other, true); }},
+        {"take records over",
+         [&] {
+             curve->CopyExternalPriKeyAndAttr(
+                 reinterpret_cast<void**>(other->GetPriFCurveKeysList()), other->KeyGetCount());
+         }},
         {"read", [&] { curve->TdfRetrieve(&tdf, false, true); }},
         {"sync",  // with an end that is put aside
          [&] {
