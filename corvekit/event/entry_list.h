@@ -6,7 +6,7 @@
 #include "corvekit/event/listener_list.h"
 
 /// The listeners of one event in order of priority. See KListenerList for what a listener may do
-/// during a call. Without a lock: only one thread at a time may use it.
+/// during a call, and for threads.
 class CORVEKIT_API RegisterEntryList
 {
 public:

@@ -3,15 +3,34 @@
 #pragma once
 
 #include "corvekit/array.h"
+#include "corvekit/export.h"
 
 #include <cstdint>
+
+/// The progress of a call of a KListenerList, on the stack of its thread. Entries before mPlace
+/// have been called, in reverse order those from mPlace on. For KListenerList.
+class CORVEKIT_API KListenerWalk
+{
+public:
+    KListenerWalk(const void* pList, int pPlace);
+    KListenerWalk(const KListenerWalk&) = delete;
+    KListenerWalk& operator=(const KListenerWalk&) = delete;
+    ~KListenerWalk();  // also if a listener throws
+
+    /// The innermost call of this thread, or null.
+    static KListenerWalk* Innermost();
+
+    const void* mList;  // null if the list is destroyed
+    KListenerWalk* mOuter;
+    int mPlace;
+};
 
 /// A list of listeners in calling order, which listeners may change during a call.
 ///
 /// A listener may add and remove listeners, itself included, start a nested call of the list, and
 /// destroy the list. A removed listener is not called any more, an added one is called from the
-/// next call on, all others are called once. Without a lock: only one thread may use the list at a
-/// time.
+/// next call on, all others are called once. Without a lock: several threads may call the list only
+/// while none changes it.
 ///
 /// Listener  a type that can be copied and compared.
 template <typename Listener>
@@ -23,8 +42,8 @@ public:
     KListenerList& operator=(const KListenerList&) = delete;
     ~KListenerList()
     {
-        for (Walk* walk = mWalks; walk; walk = walk->mOuter) {
-            walk->mList = nullptr;
+        for (KListenerWalk* walk = KListenerWalk::Innermost(); walk; walk = walk->mOuter) {
+            walk->mList = walk->mList == this ? nullptr : walk->mList;
         }
     }
 
@@ -76,7 +95,7 @@ public:
     template <typename Invoke>
     bool Call(bool pLastFirst, const Invoke& pInvoke)
     {
-        Walk walk(*this, pLastFirst ? GetCount() : 0);
+        KListenerWalk walk(this, pLastFirst ? GetCount() : 0);
         const std::uint64_t end = mNextNumber;
         while (walk.mList && (pLastFirst ? walk.mPlace > 0 : walk.mPlace < GetCount())) {
             const Entry entry = mEntries[pLastFirst ? --walk.mPlace : walk.mPlace++];
@@ -96,39 +115,16 @@ private:
         std::uint64_t mNumber;
     };
 
-    // The progress of a call, on the stack. Entries before mPlace have been called, in reverse
-    // order those from mPlace on.
-    struct Walk
-    {
-        Walk(KListenerList& pList, int pPlace) : mList(&pList), mOuter(pList.mWalks), mPlace(pPlace)
-        {
-            pList.mWalks = this;
-        }
-        Walk(const Walk&) = delete;
-        Walk& operator=(const Walk&) = delete;
-        ~Walk()  // also if a listener throws
-        {
-            if (mList) {
-                CORVEKIT_ASSERT(mList->mWalks == this);
-                mList->mWalks = mOuter;
-            }
-        }
-
-        KListenerList* mList;  // null if the list is destroyed
-        Walk* mOuter;
-        int mPlace;
-    };
-
     // Corrects the places of all calls in progress after an insertion or removal.
     void Shift(int pIndex, int pBy)
     {
-        for (Walk* walk = mWalks; walk; walk = walk->mOuter) {
-            walk->mPlace += pIndex < walk->mPlace ? pBy : 0;
-            CORVEKIT_ASSERT(walk->mPlace >= 0 && walk->mPlace <= GetCount());
+        for (KListenerWalk* walk = KListenerWalk::Innermost(); walk; walk = walk->mOuter) {
+            walk->mPlace += walk->mList == this && pIndex < walk->mPlace ? pBy : 0;
+            CORVEKIT_ASSERT(walk->mList != this ||
+                            (walk->mPlace >= 0 && walk->mPlace <= GetCount()));
         }
     }
 
     KArrayTemplate<Entry, 4> mEntries;
     std::uint64_t mNextNumber = 0;
-    Walk* mWalks = nullptr;  // the calls in progress, innermost first
 };

@@ -117,16 +117,15 @@ void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
     const bool isCustom = pKey->mAttribute->GetInterpolation() == eInterpolationCustom;
     const auto report = [this, isCustom](KTime pTime, int pPlace) {
         GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
-        GlissaCustomKeyAddEvent* event = manager.AcquireCustomTangentKeyAddEventObject();
-        event->mIndex = pPlace;
-        event->mTime = pTime;
-        event->mCurve = this;
+        GlissaCustomKeyAddEvent event;  // of this thread: others edit curves of their own
+        event.mIndex = pPlace;
+        event.mTime = pTime;
+        event.mCurve = this;
         if (isCustom) {
-            manager.CallCustomAddCustomKey(event);
+            manager.CallCustomAddCustomKey(&event);
         } else {
-            manager.CallCustomAddKey(event);
+            manager.CallCustomAddKey(&event);
         }
-        manager.ReleaseCustomTangentKeyAddEventObject(event);
     };
     if (!MustCallsWait()) {
         report(pKey->mTime, pIndex);
@@ -160,15 +159,13 @@ void Glissa::CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore
         return;
     }
     const auto report = [this, pIndex, pBefore, pType, time = pKey->mTime] {
-        GlissaCustomTangentManager& manager = GlissaCustomTangentManager::TheOne();
-        GlissaCustomKeyChangeEvent* event = manager.AcquireCustomTangentKeyChangeEventObject();
-        event->mIndex = pIndex;
-        event->mTime = time;
-        event->mCurve = this;
-        event->mBefore = pBefore;
-        event->mChangeType = pType;
-        manager.CallCustomKeyChange(event);
-        manager.ReleaseCustomTangentKeyChangeEventObject(event);
+        GlissaCustomKeyChangeEvent event;
+        event.mIndex = pIndex;
+        event.mTime = time;
+        event.mCurve = this;
+        event.mBefore = pBefore;
+        event.mChangeType = pType;
+        GlissaCustomTangentManager::TheOne().CallCustomKeyChange(&event);
     };
     if (pBefore || !MustCallsWait()) {
         report();

@@ -27,7 +27,8 @@ enum eCustomTangentEventId : int
 /// not know what the type computes. A key names its type by one of three bits, which mean
 /// the first three positions of the list of types; a fourth type can be registered and looked up,
 /// but no key can name it. One instance, from first use to the end of the process. Takes no lock:
-/// custom keys are evaluated and edited on one thread at a time.
+/// custom keys are evaluated and edited on one thread at a time. Listeners for added keys are
+/// called on each thread that edits curves.
 class GLISSA_API GlissaCustomTangentManager
     : public KClassFrame<GlissaCustomTangentManager, KObject>,
       public IRegister

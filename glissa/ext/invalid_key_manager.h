@@ -33,7 +33,8 @@ enum eInvalidKeyEventId : int
 /// While somebody listens, such a value is reported and replaced by 0 wherever a key's value is
 /// written; while nobody does, values are stored as they are. A GlissaKey reports first, an
 /// operation on a curve at its end. One instance, from first use to
-/// the end of the process. Takes no lock: listeners change while no curve is edited.
+/// the end of the process. Takes no lock: listeners change while no curve is edited, and are called
+/// on each thread that edits curves.
 class GLISSA_API GlissaInvalidKeyManager : public KClassFrame<GlissaInvalidKeyManager, KObject>,
                                            public IRegister
 {

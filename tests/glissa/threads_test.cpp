@@ -4,12 +4,16 @@
 // What several threads may do at once. Meant for the thread sanitizer: the preset "thread".
 
 #include "glissa/curve/curve.h"
+#include "glissa/ext/custom_tangent_manager.h"
+#include "glissa/ext/invalid_key_manager.h"
 #include "tests/support/museum.h"
 #include "tests/support/node_stubs.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <limits>
 #include <thread>
 #include <vector>
 
@@ -83,6 +87,42 @@ TEST(Threads, EditDifferentCurvesAtOnce)
         KPriFCurveKeyAttr* const block = source->InternalPriKeyAttrGetPtr(i);
         EXPECT_TRUE(block == GlissaDefaultKeyAttr || block->mReferenceCount <= 200);
     }
+}
+
+// A listener for all threads, which has a lock of its own.
+class SharedListener final : public ICallback
+{
+public:
+    IObject* IQuery(unsigned long, int) override { return nullptr; }
+    void Destroy(int) override {}
+    void Hear(IRegister*, KEventBase* pEvent)
+    {
+        const auto* added = dynamic_cast<GlissaCustomKeyAddEvent*>(pEvent);
+        EXPECT_TRUE(!added || added->mCurve->KeyGetTime(added->mIndex) == added->mTime);
+        ++(added ? mKeys : mValues);
+    }
+
+    std::atomic<int> mKeys = 0;
+    std::atomic<int> mValues = 0;
+};
+
+TEST(Threads, CallTheListenersOfTheManagersAtOnce)
+{
+    SharedListener listener;
+    const auto hear = static_cast<KCallbackMethod>(&SharedListener::Hear);
+    GlissaCustomTangentManager::TheOne().Register(eCustomTangentAddKey, &listener, hear, 0);
+    GlissaInvalidKeyManager::TheOne().Register(eInvalidKeyFound, &listener, hear, 0);
+    RunOnThreads([](int) {
+        const CurveHandle curve(GlissaCreate());
+        for (int i = 0; i < 200; ++i) {
+            const int key = curve->KeyAdd(KTime::FromSeconds(i));
+            curve->KeySetValue(key, std::numeric_limits<float>::infinity());
+        }
+    });
+    GlissaInvalidKeyManager::TheOne().Unregister(eInvalidKeyFound, &listener, hear);
+    GlissaCustomTangentManager::TheOne().Unregister(eCustomTangentAddKey, &listener, hear);
+    EXPECT_EQ(200 * kThreads, listener.mKeys);
+    EXPECT_EQ(200 * kThreads, listener.mValues);
 }
 
 TEST(Threads, EvaluateOneCurveAtOnce)
