@@ -31,6 +31,20 @@ bool FindInOnePage(const KeyList& pKeys, KTime pTime, int& pHint, SegmentPlace& 
     pHint = static_cast<int>(slot) + 1;
     return pPlace.from->mTime <= pTime && pTime <= pPlace.to->mTime;
 }
+
+// The key index of a time. A whole one means a key: where the sum rounds to one without a key at
+// the time, the next number within the segment is taken.
+double IndexOf(const SegmentPlace& pPlace, KTime pTime)
+{
+    const double index = pPlace.KeyIndex();
+    if (index == pPlace.index && pPlace.from->mTime != pTime) [[unlikely]] {
+        return std::nextafter(index, index + 1.0);
+    }
+    if (index == pPlace.index + 1 && pPlace.to->mTime != pTime) [[unlikely]] {
+        return std::nextafter(index, index - 1.0);
+    }
+    return index;
+}
 }  // namespace
 
 double Glissa::KeyFind(KTime pTime, int* pHint)
@@ -46,7 +60,7 @@ double Glissa::KeyFind(KTime pTime, int* pHint)
     SegmentPlace place;
     if (count > 1 &&
         (FindBeside(mKeys, pTime, hint, place) || FindInPages(mKeys, pTime, hint, place))) {
-        return place.KeyIndex();
+        return IndexOf(place, pTime);
     }
     if (pTime < mKeys.FirstTime()) {
         hint = 0;
@@ -60,7 +74,7 @@ double Glissa::KeyFind(KTime pTime, int* pHint)
         hint = 0;
         return 0.0;
     }
-    return FindByWalk(mKeys, pTime, hint).KeyIndex();
+    return IndexOf(FindByWalk(mKeys, pTime, hint), pTime);
 }
 
 // The time of the next key, that time itself where there is none. A walk over the keys of many

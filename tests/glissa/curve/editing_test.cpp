@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 namespace
@@ -80,6 +81,26 @@ TEST_F(CurveEditing, KeyAddAddsOrReplacesAndPostsWhatItDid)
             EXPECT_EQ(each.count, mA->KeyGetCount());
             EXPECT_EQ(each.heard, edit.Heard());
             EXPECT_EQ("", edit.Verify());
+        }
+    }
+}
+
+// The fraction of the long segment rounds to a whole number, and no key is replaced.
+TEST_F(CurveEditing, AKeyIsAddedATickFromAnotherOne)
+{
+    const KTime tick(1);
+    const KTime end = KTime::Infinite();
+    for (const KTime time : {end - tick, KTime::MinusInfinite() + tick + tick}) {
+        for (const bool inserts : {false, true}) {
+            const CurveHandle curve(GlissaCreate());
+            for (const KTime key : {KTime::MinusInfinite() + tick, KTime(), end}) {
+                curve->KeyAppendFast(key, 1.0f);
+            }
+            const double place = curve->KeyFind(time, nullptr);
+            EXPECT_NE(std::floor(place), place);
+            inserts ? curve->KeyInsert(time) : curve->KeyAdd(time);
+            EXPECT_EQ(4, curve->KeyGetCount());
+            EXPECT_EQ(time, curve->KeyGetTime(time < KTime() ? 1 : 2));
         }
     }
 }
