@@ -53,6 +53,13 @@ bool HasStop(const KTimeSpan& pSpan)
     return pSpan.GetStop() < KTime::Infinite();
 }
 
+// Whether an end of a span can be moved to where a span is held, with a key a tick outside it.
+bool CanHoldEnd(KTime pEnd, KTime pOffset, KTime pTick)
+{
+    return CanShift(pEnd, pOffset) && CanShift(pEnd + pOffset, pTick) &&
+           pEnd + pOffset + pTick != KTime::Infinite();
+}
+
 // The host sets the sides of a custom key, where the callback for new keys is enabled.
 bool IsLeftToHost(const Glissa& pCurve, int pIndex)
 {
@@ -308,9 +315,15 @@ void Glissa::ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpa
                                      CanShift(pSource->KeyGetTime(lastAdded), pOffset))) {
         return;
     }
+    const bool holds = isEmpty && pKeyEndsWhenEmpty;
+    const KTime offset = sourceCount > 0 ? pOffset : KTime();
+    if (holds && ((HasStart(pSpan) && !CanHoldEnd(pSpan.GetStart(), offset, KTime(-1))) ||
+                  (HasStop(pSpan) && !CanHoldEnd(pSpan.GetStop(), offset, KTime(1))))) {
+        return;
+    }
 
     const KeyModifyBracket bracket(*this);
-    if (isEmpty && pKeyEndsWhenEmpty) {
+    if (holds) {
         HoldSpan(target, pSpan, pSource->GetValue());
         return;
     }

@@ -124,6 +124,19 @@ TEST_F(Replace, AHeldSpanLeavesTheCurveAroundItAlone)
     }
 }
 
+TEST_F(Replace, AHeldSpanThatLeavesTheRangeOfTimesIsRefused)
+{
+    const CurveHandle source = MakeCurve({{-9.0, 1.0f}});
+    const CurveHandle curve = MakeCurve({{0.0, 0.0f}, {5.0, 1.0f}, {10.0, 2.0f}});
+    EditCheck edit(*curve);
+    for (const std::int64_t room : {0, 1, -1}) {
+        const KTime offset = KTime::Infinite() - Seconds(6.0) - KTime(room);
+        curve->Replace(source.get(), Seconds(4.0), Seconds(6.0), true, true, offset);
+    }
+    EXPECT_EQ("0:0 5:1 10:2 ", KeysOf(*curve));
+    EXPECT_TRUE(edit.Heard().empty());
+}
+
 // Slot 1 holds a slope or a parameter, and only a slope has a sign to turn.
 TEST_F(Replace, InversionMirrorsEveryKind)
 {
