@@ -15,6 +15,7 @@
 #include "glissa/ext/active.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace
 {
@@ -29,14 +30,14 @@ bool CanShiftKeys(const Glissa& pCurve, int pFirst, int pLast, KTime pDelta)
            CanShift(pCurve.KeyGetTime(pLast), pDelta);
 }
 
-// A time on no key: the one given, or the next one in steps of the minimal gap. At the end of time
-// the steps go back.
-KTime FreeTimeNear(Glissa& pCurve, KTime pTime, int* pHint)
+// A time on no other key than the one that moves: the one given, or the next one in steps of the
+// minimal gap. At the end of time the steps are negative.
+KTime FreeTimeNear(Glissa& pCurve, int pMoved, KTime pTime, int* pHint)
 {
     CORVEKIT_ASSERT(pCurve.KeyGetCount() > 0 && pTime != kNoKeyTime);
     KTime time = pTime;
     KTime step = kMinimalKeyGap;
-    while (IsWhole(pCurve.KeyFind(time, pHint))) {
+    while (time != pCurve.KeyGetTime(pMoved) && IsWhole(pCurve.KeyFind(time, pHint))) {
         if (time + step == time || time + step == KTime::Infinite()) {
             step = -kMinimalKeyGap;
         }
@@ -51,7 +52,7 @@ int Reinsert(Glissa& pCurve, int pIndex, KTime pTime, const GlissaKey& pKey)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     int hint = pIndex;
-    const KTime time = FreeTimeNear(pCurve, pTime, &hint);
+    const KTime time = FreeTimeNear(pCurve, pIndex, pTime, &hint);
     const int arrival = Ceil(pCurve.KeyFind(time, &hint));
     const bool hasNext = pIndex + 1 < pCurve.KeyGetCount();
     // Between the neighbours that it had, the key arrives in front of the one it leaves behind.
@@ -126,7 +127,7 @@ int Glissa::KeyMove(int pIndex, KTime pTime)
         if (KeyGetTime(pIndex + 1) - pTime < kMinimalKeyGap) {
             return Reinsert(*this, pIndex, pTime, KeyGet(pIndex));
         }
-    } else if (delta <= KTime() && pIndex > 0) {
+    } else if (delta < KTime() && pIndex > 0) {
         if (pTime - KeyGetTime(pIndex - 1) < kMinimalKeyGap) {
             return Reinsert(*this, pIndex, pTime, KeyGet(pIndex));
         }
@@ -174,18 +175,22 @@ bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
     if (count == 0 && !pSelectedOnly) {
         SetValue(GetValue() + pValue);
     }
-    // No key overtakes one that has not moved yet.
+    // No key overtakes one that has not moved yet, unless it finds a free time only behind that
+    // one: the walk passes over such keys, and looks again at the place that they have left.
+    std::vector<KTime> arrived;
     const bool isUpward = pDelta <= KTime();
     for (int step = 0; step < count; ++step) {
         const int i = isUpward ? step : count - 1 - step;
-        if (pSelectedOnly && !KeyGetSelected(i)) {
+        if ((pSelectedOnly && !KeyGetSelected(i)) ||
+            std::find(arrived.begin(), arrived.end(), KeyGetTime(i)) != arrived.end()) {
             continue;
         }
         const int neighbour = isUpward ? i - 1 : i + 1;
         const KTime target = KeyGetTime(i) + pDelta;
-        const bool isTooNear = pSelectedOnly && neighbour >= 0 && neighbour < count &&
-                               (isUpward ? target - KeyGetTime(neighbour)
-                                         : KeyGetTime(neighbour) - target) < kMinimalKeyGap;
+        const bool isTooNear =
+            pSelectedOnly && pDelta != KTime() && neighbour >= 0 && neighbour < count &&
+            (isUpward ? target - KeyGetTime(neighbour) : KeyGetTime(neighbour) - target) <
+                kMinimalKeyGap;
         if (!isTooNear) {
             KeyIncTime(i, pDelta);
             KeyIncValue(i, pValue);
@@ -193,7 +198,11 @@ bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
         }
         GlissaKey key = KeyGet(i);
         key.IncValue(pValue);
-        Reinsert(*this, i, target, key);
+        const int index = Reinsert(*this, i, target, key);
+        if (isUpward ? index > i : index < i) {
+            arrived.push_back(KeyGetTime(index));
+            --step;
+        }
     }
     return true;
 }

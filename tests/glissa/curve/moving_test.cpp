@@ -65,6 +65,8 @@ TEST(CurveMoving, AKeyMovesToItsTimeAndPassesOthers)
         {"a step past all keys", {0, 1000}, 1, 0, {0, 1}, kGap},
         {"a step past the next key", {0, 1000, 1200, 9000}, 1, 0, {0, 2, 1, 3}, kGap},
         {"two steps", {0, kGap, 9000}, 2, 0, {0, 1, 2}, 2 * kGap},
+        {"where it is", {0, 10, 20}, 1, 10, {0, 1, 2}, 10},
+        {"steps to where it is", {0, 1000, kGap}, 2, 0, {0, 1, 2}, kGap},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);
@@ -93,6 +95,28 @@ TEST(CurveMoving, AKeyThatStaysFarEnoughIsNotTakenOut)
     EXPECT_EQ(1, last->KeyMove(1, end));
     EXPECT_EQ(end - KTime(kGap), last->KeyGetTime(1));
     EXPECT_EQ(0, last->KeyMove(1, KTime::MinusInfinite()));
+}
+
+// Keys too near to each other to keep the gap, some of which find a free time only behind others.
+TEST(CurveMoving, EverySelectedKeyMovesOnce)
+{
+    for (const std::int64_t delta :
+         {std::int64_t{0}, std::int64_t{-5}, std::int64_t{5}, -kGap, kGap}) {
+        const CurveHandle curve = Broken({0, 5, 10, 15, kGap, kGap + 5, kGap + 10});
+        float sum = 0.0f;
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            curve->KeySetSelected(i, i != 0 && i != 4);
+            sum += curve->KeyGetValue(i);
+        }
+        EXPECT_TRUE(curve->KeyMoveOf(true, KTime(delta), 100.0f));
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            sum -= curve->KeyGetValue(i);
+            EXPECT_LT(curve->KeyGetValue(i), 200.0f) << delta;
+            EXPECT_TRUE(i == 0 || curve->KeyGetTime(i - 1) < curve->KeyGetTime(i)) << delta;
+        }
+        EXPECT_EQ(-500.0f, sum) << delta;
+        EXPECT_TRUE(delta != 0 || curve->KeyGetTime(2) == KTime(10));
+    }
 }
 
 TEST(CurveMoving, KeysBehindAKeyMoveTogether)
