@@ -147,8 +147,8 @@ public:
     void KeyAttrSeparate(int pIndex);
     void KeyAttrSeparateCheck(int pIndex);
     /// Replaces the attributes of a key. At or past the count the curve grows: keys in the gap
-    /// take the default block. Posts kGlissaEventAdded for a grown curve, else
-    /// kGlissaEventAllAttributes; nothing when equal.
+    /// take the time 0 and the default block, and the caller gives them their times. Posts
+    /// kGlissaEventAdded for a grown curve, else kGlissaEventAllAttributes; nothing when equal.
     void KeyAttrSet(int pIndex, const KPriFCurveKeyAttr& pAttribute);
     /// Lets equal neighbours among the keys pFirst to pLast + 1 share a block.
     void KeyAttrShrink(int pFirst, int pLast);
@@ -199,13 +199,18 @@ public:
 
     // Adding, replacing and removing keys (curve/editing.cpp)
     //
-    // Keys are in strictly increasing time. An edit leaves the shape elsewhere alone: a key keeps
-    // its slopes on both sides when another one before it is added, removed or moved. Bulk edits
-    // belong into a bracket.
+    // Keys are in strictly increasing time. The left side of a key is stored in the key before it.
+    // KeyRemove, Delete, Insert, Replace and CandidateKey give the key after the edited place its
+    // left side back, and so do KeyMove and KeyMoveOf for a key that passes another one or comes
+    // near it: a user tangent keeps its slopes on both sides, an automatic one its parameters, and
+    // its slopes follow the keys around it. KeyInsert keeps the slopes of automatic keys too.
+    // KeyAdd, KeySet and KeyAppend write the key that they are given and nothing else: the next key
+    // has the left side that this one stores. Bulk edits belong into a bracket.
     //
     // Any time but -2^63, which a store reads as no time, can be that of a key. An edit that would
     // take a key there, or past either end of the range of times, is refused whole: -1 or false,
-    // nothing changed and no event.
+    // nothing changed and no event. Operations of which it is said that they do not test the order
+    // do not test the time either.
 
     /// Adds a key, or replaces the one at that time, and returns its index. Posts
     /// kGlissaEventAllAttributes, and for a new key kGlissaEventAdded.
@@ -250,7 +255,8 @@ public:
     void KeySetValue(int pIndex, float pValue);
     void KeyIncValue(int pIndex, float pValue);
     void KeyMultValue(int pIndex, float pFactor);
-    /// Each posts kGlissaEventTime. The order is not tested.
+    /// Each posts kGlissaEventTime. The order is not tested; a sum beyond the range of times is its
+    /// end.
     void KeySetTime(int pIndex, KTime pTime);
     void KeyIncTime(int pIndex, KTime pTime);
 
