@@ -402,6 +402,18 @@ TEST(Listeners, SeeTheKeyOfAValueThatTheCurveCannotHave)
     EXPECT_EQ(1, keys);
 }
 
+TEST(Listeners, AreNotCalledForAnObjectThatIsGone)
+{
+    Glissa* const gone = GlissaCreate();
+    int calls = 0;
+    {
+        const KOperation operation;
+        KOperation::CallAtEnd(nullptr, [gone] { gone->Destroy(); });
+        KOperation::CallAtEnd(gone, [&calls] { ++calls; });
+    }
+    EXPECT_EQ(0, calls);
+}
+
 TEST(Listeners, ThatDestroyAChildLeaveNoPointerToIt)
 {
     const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
