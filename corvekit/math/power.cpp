@@ -60,7 +60,7 @@ constexpr std::array<LogarithmRow, kParts> MakeLogarithmRows()
         const auto middle = std::bit_cast<double>(kLeastMantissa + (i << kShift) +
                                                   (std::uint64_t{1} << (kShift - 1)));
         constexpr double kRound = RoundingTo(7);
-        LogarithmRow& row = rows[i];
+        LogarithmRow& row = rows[static_cast<std::size_t>(i)];
         row.inverse = (1.0 / middle + kRound) - kRound;
         row.negative = -LogarithmOf(row.inverse);
     }

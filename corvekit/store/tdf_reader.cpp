@@ -317,7 +317,8 @@ std::size_t KTdf::FieldReadSamples(std::span<KTdfSample> pSamples, std::string_v
     if (pLetters.size() > kMaxSampleLetters) {
         return 0;
     }
-    const std::size_t most = std::min<std::uint64_t>(pSamples.size(), mReadRemain / values);
+    const auto most =
+        static_cast<std::size_t>(std::min<std::uint64_t>(pSamples.size(), mReadRemain / values));
     if (most == 0) {
         return 0;
     }

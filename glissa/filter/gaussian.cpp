@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <vector>
 
@@ -66,7 +67,8 @@ public:
         const std::int64_t steps = distance / mPeriod.Get();
         const bool isShared = mIsFilled && distance % mPeriod.Get() == 0 && steps < count;
         if (isShared) {
-            std::move(mValues.begin() + steps, mValues.end(), mValues.begin());
+            std::move(mValues.begin() + static_cast<std::ptrdiff_t>(steps), mValues.end(),
+                      mValues.begin());
         }
         for (std::int64_t i = isShared ? count - steps : 0; i < count; ++i) {
             mValues[static_cast<std::size_t>(i)] =
