@@ -9,6 +9,7 @@
 #include "glissa/curve/curve.h"
 #include "glissa/node/evaluation.h"
 #include "glissa/node/running_rotation.h"
+#include "glissa/node/structure.h"
 #include "glissa/node/values.h"
 
 #include <algorithm>
@@ -124,6 +125,7 @@ void SetKeylessValues(GlissaNode& pNode, KTime pTime, const double* pTotal,
 // and what the passthrough layers above it leave of the values below them.
 double WeightInTotal(const GlissaNode& pLayer, KTime pTime)
 {
+    CORVEKIT_ASSERT(IsChainInOrder(&pLayer));
     auto weight = static_cast<float>(pLayer.GetLayerInfo().GetWeight(pTime));
     for (const GlissaNode* node = pLayer.LayerGet(); node; node = node->LayerGet()) {
         const GlissaLayerInfo& info = node->GetLayerInfo();

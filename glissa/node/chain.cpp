@@ -50,6 +50,7 @@ void DestroyUnmatched(GlissaNode& pLayer)
     while (!unmatched.empty()) {
         GlissaNode* const channel = unmatched.back();
         unmatched.pop_back();
+        CORVEKIT_ASSERT(StateOf(*channel).mHolder == &pLayer);
         StateOf(*channel).mHolder = nullptr;
         channel->SetParent(nullptr);
         channel->Destroy();

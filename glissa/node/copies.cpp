@@ -132,6 +132,7 @@ void CopyLayers(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode)
             TakeOutNextLayer(*before)->Destroy();
         }
     }
+    CORVEKIT_ASSERT(IsChainInOrder(&pNode));
     if (GlissaNode* const layer = before->CreateLayerAt(source->GetLayerInfo())) {
         CopyNode(*layer, *source, pMode);
         CopyLayers(*layer, *source, pMode);

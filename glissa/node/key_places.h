@@ -15,7 +15,11 @@ public:
     explicit ChannelMask(bool* pMask) : mMask(pMask) {}
 
     bool HasCurve() const { return HasChild(0); }
-    bool HasChild(int pIndex) const { return !mMask || mMask[pIndex]; }
+    bool HasChild(int pIndex) const
+    {
+        CORVEKIT_ASSERT(pIndex >= 0);
+        return !mMask || mMask[pIndex];
+    }
     bool* OfChild(int pIndex) const { return mMask ? mMask + pIndex : nullptr; }
 
 private:
@@ -25,6 +29,7 @@ private:
 /// Bit pIndex of a mask of channels to leave out, as bit 0. Channels from 32 on have no bit.
 inline unsigned SkipMaskOfChild(unsigned pSkipMask, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0);
     return pIndex < 32 ? (pSkipMask >> pIndex) & 1u : 0u;
 }
 
@@ -40,6 +45,7 @@ struct KeyPlace
 /// exactly there.
 inline KeyPlace FindKeyPlace(Glissa& pCurve, KTime pTime, int* pHint, double pTolerance)
 {
+    CORVEKIT_ASSERT(pTolerance >= 0.0);
     const double at = pCurve.KeyFind(pTime, pHint);
     const double nearest = at > 0.0 ? std::floor(at + 0.5) : std::ceil(at - 0.5);
     const bool isNear =

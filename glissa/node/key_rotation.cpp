@@ -35,6 +35,7 @@ struct RotationCurves
     // False where the node is no branch of three curves.
     bool TakeFrom(GlissaNode* pNode)
     {
+        CORVEKIT_ASSERT(pNode);
         if (pNode->GetCount() != kAxes) {
             return false;
         }
@@ -76,6 +77,7 @@ double WholeTurns(double pDegrees)
 Turns TurnsBetween(const KVdRotationOrder& pOrder, const KgeRVector& pSource,
                    const KgeRVector& pTarget, bool pMayFlip)
 {
+    CORVEKIT_ASSERT(pOrder.GetAxes()[1] >= 0 && pOrder.GetAxes()[1] < kAxes);
     Turns turns;
     KgeRVector nearest;
     turns.isFlipped = pMayFlip && pOrder.V2VRef(nearest, pSource, pTarget);

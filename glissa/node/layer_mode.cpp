@@ -62,6 +62,7 @@ GlissaNode::LayerModeCase GlissaNode::CheckLayerMode(KTime pTime, int pId) const
 
 bool GlissaNode::CheckLayerMode(double* pValues, KTime pTime, int pId)
 {
+    CORVEKIT_ASSERT(pValues);
     const LayerModeCase mode = CheckLayerMode(pTime, pId);
     if (mode == eModeCaseScale) {
         ApplyWeightedValue(pValues, 1.0 - mState->mLayer.GetWeight(pTime));

@@ -80,6 +80,7 @@ void DeleteAllKeys(GlissaNode* pNode)
 
 void EmptyLayer(GlissaNode& pLayer)
 {
+    CORVEKIT_ASSERT(pLayer.GetLayerID() != 0);
     DeleteAllKeys(&pLayer);
     DestroyUnmatched(pLayer);
     ResetToZeroValues(pLayer, true);

@@ -35,6 +35,7 @@ GlissaNode::GlissaNode(const char* pName, const char* pUserName, KDataType* pTyp
 
 GlissaNode::GlissaNode(GlissaNode* pTemplate) : mState(new State)
 {
+    CORVEKIT_ASSERT(pTemplate && pTemplate != this);
     const State& source = *pTemplate->mState;
     SetNameInfo(source.mNames);
     mState->mTemplate = pTemplate;
@@ -90,6 +91,7 @@ void GlissaNode::Clear()
             Delete(i);
         }
     }
+    CORVEKIT_ASSERT(mState->mChildren.IsEmpty());
     mState->mChildren.Clear();
     DestroyUnmatched(*this);
     NoteStructureChange();

@@ -71,6 +71,7 @@ void GlissaNode::CallbackClear()
 
 void GlissaNode::CallbackAddEvent(int pBit)
 {
+    CORVEKIT_ASSERT(pBit != 0);
     GlissaNodeCallbackList* list = mState->mCallbacks;
     if (!list) {
         return;

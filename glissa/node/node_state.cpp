@@ -125,6 +125,7 @@ void GlissaNodeState::SetTotalCandidateMethod(eCandidateMethod pMethod)
 
 void GlissaNodeState::CopyCandidates(const GlissaNodeState& pSource)
 {
+    CORVEKIT_ASSERT(&pSource != this);
     mCandidateTime = pSource.mCandidateTime;
     mEvaluationFlags = (mEvaluationFlags & ~kNodeCandidateMethods) |
                        (pSource.mEvaluationFlags & kNodeCandidateMethods);

@@ -65,7 +65,11 @@ struct PlainChildren
                nodeStructureChanges.load(std::memory_order_relaxed);
     }
     // Valid only where they are noted.
-    Glissa* Curve(int pIndex) const { return mCurves[pIndex].load(std::memory_order_relaxed); }
+    Glissa* Curve(int pIndex) const
+    {
+        CORVEKIT_ASSERT(pIndex >= 0 && pIndex < 3);
+        return mCurves[pIndex].load(std::memory_order_relaxed);
+    }
     void Note(Glissa* const (&pCurves)[3], std::uint64_t pChanges)
     {
         for (int i = 0; i < 3; ++i) {

@@ -107,6 +107,7 @@ double AngleAt(const Segment& pSegment, KTime pTime, int pKey)
 KgeQuaternion DerivativeOf(const TCB& pKey, const KgeQuaternion& pSlope,
                            const KgeQuaternion& pOther, bool pHasOther, double pSign)
 {
+    CORVEKIT_ASSERT(pSign == 1.0 || pSign == -1.0);
     const double bias = pSign * pKey.bias;
     const KgeQuaternion own = pSlope * ((1.0 - pKey.continuity) * (1.0 - bias));
     const KgeQuaternion other = pHasOther ? pOther * ((1.0 + pKey.continuity) * (1.0 + bias)) : own;
@@ -173,6 +174,7 @@ KgeQuaternion RotationPath::HandleOf(const KgeRVector& pAngles) const
 
 Path RotationPath::FindPath()
 {
+    CORVEKIT_ASSERT(IsBetweenKeys());
     const Glissa& x = *mX.curve;
     const int first = mX.Before();
     const int second = mX.After();
@@ -291,6 +293,7 @@ KgeRVector RotationPath::Evaluate()
 {
     const Path path = FindPath();
     const double ratio = mX.index - std::floor(mX.index);
+    CORVEKIT_ASSERT(ratio > 0.0 && ratio < 1.0);
     KgeQuaternion at;
     if (GetInterpolation() == eInterpolationLinear) {
         at = Between(path.first, path.second, ratio);

@@ -7,6 +7,7 @@
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node_state.h"
+#include "glissa/node/transform_names.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,15 +21,6 @@ void WriteInt(KTdf& pTdf, const char* pName, int pValue)
     pTdf.FieldWriteBegin(pName);
     pTdf.FieldWriteI(pValue);
     pTdf.FieldWriteEnd();
-}
-
-// By its short name a reader finds a local transform, whatever its name in the tree.
-const char* ShortName(KDataType* pType)
-{
-    return pType == KDataTypeLclTranslation ? "T"
-           : pType == KDataTypeLclRotation  ? "R"
-           : pType == KDataTypeLclScaling   ? "S"
-                                            : nullptr;
 }
 
 // Prefetches the names and curves of some nodes from pFirst on, and the keys of short curves.
@@ -66,7 +58,7 @@ bool GlissaNode::TdfStore(KTdf* pTdf, bool pOnlyDefaults, bool pShortNames, bool
 {
     CORVEKIT_ASSERT(pTdf && pFieldName);
     KTdf& tdf = *pTdf;
-    const char* shortName = pShortNames ? ShortName(GetDataType()) : nullptr;
+    const char* shortName = pShortNames ? ShortNameOf(GetDataType()) : nullptr;
     tdf.FieldWriteBegin(pFieldName);
     tdf.FieldWriteC(shortName ? shortName : GetName());
     if (!tdf.FieldWriteBlockBegin()) {

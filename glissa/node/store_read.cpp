@@ -1,15 +1,16 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// From a stored field to a node. Channels are matched by name onto the children that are there, and
-// made where they are missing and that is wanted; the chain of layers is always made anew. Any
-// document is safe to read: the call depth is that of its blocks, each node made is backed by a
-// field, and when a node has been read, its chain is in order, has its structure and belongs to it.
+// From a stored field to a node. Channels are matched with the children by name, and created where
+// they are missing if the caller wants it; the chain of layers is always created anew. Any document
+// is safe to read: the call depth is that of its blocks, each node that is created has a field, and
+// after a node has been read, its chain is in order, has its structure and has it as base.
 
 #include "corvekit/event/operation.h"
 #include "corvekit/store/tdf.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/node/chain.h"
+#include "glissa/node/channel_names.h"
 #include "glissa/node/structure.h"
 #include "glissa/node/tree.h"
 #include "glissa/node/values.h"
@@ -24,106 +25,7 @@
 
 namespace
 {
-struct NoCaseLess
-{
-    using is_transparent = void;
-    bool operator()(std::string_view pLeft, std::string_view pRight) const
-    {
-        return KCompareNoCase(pLeft, pRight) < 0;
-    }
-};
-
-// GlissaNode::Find by name, for as many questions as a document has channels: a node of many
-// children keeps them in order.
-class ChildNames
-{
-public:
-    explicit ChildNames(GlissaNode& pNode) : mNode(pNode) {}
-
-    int FindIndex(const char* pName)
-    {
-        const int count = mNode.GetCount();
-        if (count <= kFew) {
-            return mNode.Find(pName);
-        }
-        if (count < mKnown) {
-            mFirst.clear();
-            mKnown = 0;
-        }
-        for (; mKnown < count; ++mKnown) {
-            mFirst.emplace(mNode.Get(mKnown)->GetName(), mKnown);
-        }
-        const auto found = mFirst.find(std::string_view(pName));
-        return found == mFirst.end() ? -1 : found->second;
-    }
-    GlissaNode* Find(const char* pName) { return mNode.Get(FindIndex(pName)); }
-
-private:
-    static constexpr int kFew = 16;
-
-    GlissaNode& mNode;
-    std::map<std::string, int, NoCaseLess> mFirst;
-    int mKnown = 0;
-};
-
-// The local transform that a short name stands for, or null.
-KDataType* TransformOf(std::string_view pName)
-{
-    return pName == "R"   ? KDataTypeLclRotation
-           : pName == "S" ? KDataTypeLclScaling
-           : pName == "T" ? KDataTypeLclTranslation
-                          : nullptr;
-}
-
-// The child of a colour that a name of one letter stands for, or -1.
-int ColorChannelOf(std::string_view pName)
-{
-    constexpr std::string_view kLetters[] = {"RX", "GY", "BZ", " A"};
-    for (int i = 0; i < 4 && pName.size() == 1; ++i) {
-        if (kLetters[i].find(pName[0]) != std::string_view::npos) {
-            return i;
-        }
-    }
-    return -1;
-}
-
-bool IsColor(const GlissaNode& pNode)
-{
-    KDataType* const type = pNode.GetDataType();
-    return type == KDataTypeColor || type == KDataTypeColorAndAlpha;
-}
-
-// What stands before a bracket, less up to two blanks: "Gain (old)" gives "Gain".
-std::string BeforeBracket(std::string_view pName)
-{
-    std::string_view text = pName.substr(0, pName.find('('));
-    for (int i = 0; i < 2 && text.ends_with(' '); ++i) {
-        text.remove_suffix(1);
-    }
-    return std::string(text);
-}
-
-// pByLetter  a colour's channels go by their letters too.
-GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& pName,
-                        bool pByLetter)
-{
-    GlissaNode* child = nullptr;
-    if (KDataType* const type = TransformOf(pName.GetView())) {
-        child = pParent.Find(type);
-    }
-    if (!child) {
-        child = pNames.Find(pName.GetBuffer());
-    }
-    if (!child && pByLetter && IsColor(pParent)) {
-        child = pParent.Get(ColorChannelOf(pName.GetView()));
-    }
-    if (!child && pName.Find("(") != KString::kNotFound) {
-        child = pNames.Find(BeforeBracket(pName.GetView()).c_str());
-    }
-    return child;
-}
-
-// A layer of a rotation may be stored as one by channel; beyond that the type of data decides.
+// The layer type follows from the data type, except that a rotation may be one by channel.
 void RepairLayerType(GlissaNode& pNode)
 {
     KDataType* const type = pNode.GetDataType();
@@ -166,7 +68,7 @@ private:
     bool ReadNextLayer(GlissaNode& pNode);
     void ReadTimeWarp(GlissaNode& pNode);
     void MatchChain(GlissaNode& pNode, bool pIsNew);
-    void DropLayersThatDoNotFit(GlissaNode& pNode, int pLevels);
+    void DestroyLayersThatDoNotFit(GlissaNode& pNode, int pLevels);
     bool MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero);
     void SetChannels(GlissaNode& pLayer, const std::vector<GlissaNode*>& pChannels,
                      const std::vector<GlissaNode*>& pOthers, std::vector<NodeHolder> pMade = {});
@@ -179,15 +81,15 @@ private:
     const bool mOnlyDefaults;
     std::vector<GlissaStoreFault>* const mFaults;
 
-    // Where faults are: the node outside of all layers, the layer of its chain that is being read,
-    // and the channel below that.
+    // The place of faults: the node outside of all layers, the layer of its chain that is being
+    // read, and the channel below that layer.
     GlissaNode* mNode = nullptr;
     bool mIsInLayer = false;
     int mLayerID = 0;
     std::string mChannel;
 };
 
-// Puts the place back at the end of what was read there.
+// Restores the place of faults at the end of a scope.
 class GlissaNode::StoreReader::PlaceScope
 {
 public:
@@ -203,6 +105,7 @@ public:
         mReader.mNode = mNode;
         mReader.mIsInLayer = mIsInLayer;
         mReader.mLayerID = mLayerID;
+        CORVEKIT_ASSERT(mReader.mChannel.size() >= mChannelLength);
         mReader.mChannel.resize(mChannelLength);
     }
     PlaceScope(const PlaceScope&) = delete;
@@ -227,7 +130,7 @@ void GlissaNode::StoreReader::AddFault(eGlissaStoreFault pKind, std::string_view
     }
 }
 
-// Below a layer. Outside of layers each channel is a node of the tree, which says where it is.
+// Adds a channel to the place, below a layer. Outside of layers the node is the place.
 void GlissaNode::StoreReader::EnterChannel(std::string_view pName)
 {
     if (mIsInLayer) {
@@ -235,7 +138,7 @@ void GlissaNode::StoreReader::EnterChannel(std::string_view pName)
     }
 }
 
-// A chain behind a channel of a layer counts as part of that layer.
+// A chain after a channel of a layer counts as part of that layer.
 void GlissaNode::StoreReader::EnterLayer(int pId)
 {
     mIsInLayer = true;
@@ -254,7 +157,7 @@ void GlissaNode::StoreReader::ReadNode(GlissaNode& pNode, Flags pFlags, bool pIs
     } else if (!mIsInLayer) {
         mNode = &pNode;
     }
-    // A layer shares the names of its base, which is the one to say what users see.
+    // A layer shares the names of its base, so its own user name is not used.
     const char* userName = mTdf.FieldReadC("UserName", "");
     if (*userName != '\0' && !pIsLayer) {
         pNode.SetTimeWarpName(userName);
@@ -287,7 +190,7 @@ void GlissaNode::StoreReader::ReadCurve(GlissaNode& pNode, bool pWithColor)
     }
     int storedKeys = 0;
     if (curve) {
-        curve->KeyClear();  // of which listeners hear, as they do not of what comes
+        curve->KeyClear();  // posts an event; reading does not
         curve->TdfInternalRetrieve(&mTdf, mOnlyDefaults, pWithColor, &storedKeys);
     } else {
         CurveHolder read(GlissaCreate());
@@ -316,7 +219,7 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
     }
     while (mTdf.FieldReadBegin("Channel")) {
         const KString name(mTdf.FieldReadC());
-        // A layer makes its channels as they come, so what stands at a place says nothing yet.
+        // The channels of a layer are not in the order of the base yet, so letters do not apply.
         GlissaNode* child = FindChannel(pNode, names, name, !pIsLayer);
         if (child && child->mState->HasFlag(kNodeWasRead)) {
             if (mIsInLayer) {
@@ -332,7 +235,8 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
         }
         if (!child) {
             AddFault(eStoreFaultChannelUnknown, name.GetView());
-            // What follows one that was left out, up to the next that fits, is read with care.
+            // After a channel that is left out no colours are read, and channels are created only
+            // for a node with a curve, until the next channel that matches.
             flags.color = false;
             flags.create = flags.create && pNode.FCurveGet();
             mTdf.FieldReadEnd();
@@ -364,7 +268,7 @@ void GlissaNode::StoreReader::ReadChannels(GlissaNode& pNode, const Flags& pFlag
     }
 }
 
-// Whether a chain was stored.
+// Reads the chain after a node. False where none was stored.
 bool GlissaNode::StoreReader::ReadNextLayer(GlissaNode& pNode)
 {
     if (!mTdf.FieldReadBegin("LayerChannel")) {
@@ -383,20 +287,21 @@ bool GlissaNode::StoreReader::ReadNextLayer(GlissaNode& pNode)
     return true;
 }
 
-// Brings the chain behind a node that was read into order. pIsNew  the chain was stored with it.
+// Makes the chain after a node that was read a valid one. pIsNew: the chain was stored with the
+// node.
 void GlissaNode::StoreReader::MatchChain(GlissaNode& pNode, bool pIsNew)
 {
     RepairLayerType(pNode);
     if (!pNode.LayerGet()) {
         return;
     }
-    DropLayersThatDoNotFit(pNode, LevelsBelow(&pNode));
+    DestroyLayersThatDoNotFit(pNode, LevelsBelow(&pNode));
     double zero[kNodeZeroValues] = {};
     pNode.GetZeroValues(zero);
     for (GlissaNode* layer = pNode.LayerGet(); layer; layer = layer->LayerGet()) {
         const PlaceScope place(*this);
         EnterLayer(layer->GetLayerID());
-        // What a layer is depends on the structure that it shall have.
+        // The layer type depends on the structure, which comes first.
         const bool hasChanged = MatchLayer(pNode, *layer, zero[0]);
         if (hasChanged || pIsNew) {
             RepairLayerType(*layer);
@@ -407,9 +312,9 @@ void GlissaNode::StoreReader::MatchChain(GlissaNode& pNode, bool pIsNew)
     CORVEKIT_ASSERT(IsChainInOrder(&pNode));
 }
 
-// What is behind a layer that goes stays, as far as its ids rise.
-// pLevels  of each layer when it has its structure.
-void GlissaNode::StoreReader::DropLayersThatDoNotFit(GlissaNode& pNode, int pLevels)
+// Destroys layers whose id does not ascend, and those for which the tree is too deep.
+// pLevels  the levels of each layer after MatchLayer.
+void GlissaNode::StoreReader::DestroyLayersThatDoNotFit(GlissaNode& pNode, int pLevels)
 {
     const int room = kMaxLevels - pLevels - LevelOf(&pNode) + 1;
     int count = 0;
@@ -428,10 +333,12 @@ void GlissaNode::StoreReader::DropLayersThatDoNotFit(GlissaNode& pNode, int pLev
     }
 }
 
-// Gives a layer the structure of its base, on which evaluation relies: the same channels in the
-// same order, below them too. Channels are known by their place and name, else as the base knows
-// stored ones. Those that the layer has not are made with zero values; those that the base has not
-// are kept aside. pZero  what a curve of this node is when nothing moves. Whether anything changed.
+// Gives a layer the structure of its base, which evaluation requires: the same channels in the same
+// order, at all levels. Channels are matched by place and name, else as FindChannel does. Missing
+// channels are created with zero values; those that the base lacks become unmatched channels.
+//
+// pZero  the zero value of a curve of this node.
+// Whether anything changed.
 bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, double pZero)
 {
     CORVEKIT_ASSERT(&pBase != &pLayer);
@@ -455,7 +362,7 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
             matched[i] = std::exchange(stored[i], nullptr);
         }
     }
-    // Elsewhere a channel goes where the base would read it, and is called as it is there.
+    // The others are matched as channels of the base, and get the names of the base.
     ChildNames names(pBase);
     for (GlissaNode*& channel : stored) {
         GlissaNode* const meant =
@@ -483,10 +390,11 @@ bool GlissaNode::StoreReader::MatchLayer(GlissaNode& pBase, GlissaNode& pLayer, 
     }
     stored.erase(std::remove(stored.begin(), stored.end(), nullptr), stored.end());
     SetChannels(pLayer, matched, stored, std::move(made));
+    CORVEKIT_ASSERT(pLayer.GetCount() == count);
     for (int i = 0; i < count; ++i) {
         const PlaceScope place(*this);
         EnterChannel(pBase.Get(i)->GetName());
-        DropLayersThatDoNotFit(*pLayer.Get(i), LevelsBelow(pBase.Get(i)));
+        DestroyLayersThatDoNotFit(*pLayer.Get(i), LevelsBelow(pBase.Get(i)));
         for (GlissaNode* each = pLayer.Get(i); each; each = each->LayerGet()) {
             hasChanged = MatchLayer(*pBase.Get(i), *each, zeroOf(i)) || hasChanged;
         }
@@ -506,8 +414,8 @@ void GlissaNode::StoreReader::SetBaseOfChain(GlissaNode* pFirst, GlissaNode& pBa
     }
 }
 
-// Gives a layer these channels in place of its own. Of the others, those with keys are kept aside;
-// without keys nothing is lost with them. pMade  the channels that are new.
+// Replaces the channels of a layer. Of the others, those with keys become unmatched channels and
+// those without keys are destroyed. pMade  the channels that are new.
 void GlissaNode::StoreReader::SetChannels(GlissaNode& pLayer,
                                           const std::vector<GlissaNode*>& pChannels,
                                           const std::vector<GlissaNode*>& pOthers,
@@ -554,7 +462,7 @@ void GlissaNode::StoreReader::ReadTimeWarp(GlissaNode& pNode)
     if (!warp) {
         return;
     }
-    // A channel of a vector has no time of its own.
+    // The warp of an axis applies to the whole vector.
     const std::string_view name = pNode.GetName();
     const bool isAxis = name == "X" || name == "Y" || name == "Z";
     GlissaNode* const parent = pNode.GetParent();

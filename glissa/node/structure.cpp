@@ -59,6 +59,7 @@ int LevelOf(const GlissaNode* pNode)
 
 int LevelsBelow(const GlissaNode* pNode)
 {
+    CORVEKIT_ASSERT(pNode);
     int below = 0;
     for (const GlissaNode* child : GlissaNodeState::Of(pNode).mChildren) {
         below = std::max(below, LevelsBelow(child));
@@ -129,9 +130,13 @@ bool MayHold(const GlissaNode* pNode, GlissaNode* pTaken)
 bool IsChainInOrder(const GlissaNode* pNode)
 {
     CORVEKIT_ASSERT(pNode);
-    const GlissaNode* node = pNode;
-    while (node->LayerGet() && node->GetLayerID() < node->LayerGet()->GetLayerID()) {
-        node = node->LayerGet();
+    const GlissaNodeState* state = &StateOf(*pNode);
+    while (const GlissaNode* next = state->mNextLayer) {
+        const GlissaNodeState& after = StateOf(*next);
+        if (state->mLayer.GetLayerID() >= after.mLayer.GetLayerID()) {
+            return false;
+        }
+        state = &after;
     }
-    return !node->LayerGet();
+    return true;
 }

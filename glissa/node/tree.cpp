@@ -8,6 +8,7 @@
 #include "corvekit/object/property.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/structure.h"
+#include "glissa/node/transform_names.h"
 
 #include <algorithm>
 #include <string_view>
@@ -50,18 +51,6 @@ GlissaNode* FindBelow(GlissaNode* pNode, const Matches& pMatches)
     return nullptr;
 }
 
-// The local transform of a name of one letter, or null.
-KDataType* TransformOf(std::string_view pName)
-{
-    if (pName == "T") {
-        return KDataTypeLclTranslation;
-    }
-    if (pName == "R") {
-        return KDataTypeLclRotation;
-    }
-    return pName == "S" ? KDataTypeLclScaling : nullptr;
-}
-
 // Compares with GlissaNode::GetName. A text of another length is not read.
 bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
 {
@@ -99,12 +88,14 @@ int Append(GlissaNode& pParent, GlissaNode* pChild)
 
 GlissaNode* AddNew(GlissaNode& pParent, GlissaNode* pChild)
 {
+    CORVEKIT_ASSERT(pChild);
     NodeHolder child(pChild);
     return pParent.Add(pChild) >= 0 ? child.release() : nullptr;
 }
 
 void AppendNew(GlissaNode& pParent, GlissaNode* pChild)
 {
+    CORVEKIT_ASSERT(pChild);
     NodeHolder child(pChild);
     Append(pParent, pChild);
     (void)child.release();

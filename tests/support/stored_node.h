@@ -11,7 +11,7 @@
 
 #include <string>
 
-// Nodes on their way to documents and back, and documents written by hand.
+// Nodes stored in documents and read from them, and documents written as text.
 
 inline std::string Numbered(const char* pText, int pNumber)
 {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // What a node evaluates to: random stacks of layers against a plain evaluation of the blending
-// tables, and by hand what random stacks do not reach.
+// tables, and cases that random stacks do not reach.
 
 #include "corvekit/math/matrix.h"
 #include "tests/support/allocation_count.h"
@@ -255,7 +255,7 @@ TEST(NodeEvaluation, ARotationMayHaveMoreOrFewerThanThreeChildren)
         node->ComputeCandidateForLayer(share.data(), total.data(), kNow, 1);
         EXPECT_NEAR(share[0], 40, 1e-9);
     }
-    // Along a path of quaternions those beyond the third go their own way.
+    // Children after the third are no part of a path of quaternions.
     const NodePtr node = MakeWide(4, eLayerTypeRotation);
     for (int i = 0; i < 4; ++i) {
         AddKeys(node->Get(i), {{0, 0.0f}, {2, 40.0f}});

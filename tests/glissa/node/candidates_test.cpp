@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Pending values: a total becomes keys of a layer so that the node evaluates to that total, for
-// random stacks wherever the layers let it; and the states a node goes through on the way.
+// random stacks wherever the layers allow it; and special cases of candidates.
 
 #include "tests/support/layer_stack.h"
 
@@ -236,7 +236,7 @@ TEST(NodeCandidates, ASumOfAnglesIsNotFlipped)
     EXPECT_NEAR(stack.LastKey(0), 335, 1e-3);
 }
 
-TEST(NodeCandidates, AKeylessChannelShowsItsShareAtOnce)
+TEST(NodeCandidates, AKeylessChannelTakesItsShareAtOnce)
 {
     const NodePtr node = MakeChannel(KDataTypeLclTranslation, "T");
     StubLayer layer;

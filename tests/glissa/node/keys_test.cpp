@@ -192,7 +192,7 @@ TEST_F(ChannelKeys, AreDeletedOneByOneAndInASpan)
     KTime after = Seconds(5.0);
     EXPECT_FALSE(mNode->DeleteKey(after, nullptr, 0.9, 0u));
 
-    // Keys on the ends of a span stay, and with the chain the layers lose theirs too.
+    // Keys at the ends of a span are kept. With the chain the layers are included.
     GlissaNode* layer = mNode->CreateLayerAt({1, &mLayer});
     AddKeys(layer->Get(1), {{1.0, 7.0f}, {1.5, 8.0f}});
     mNode->Delete(Seconds(1.0), Seconds(2.0), false);

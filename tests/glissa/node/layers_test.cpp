@@ -122,7 +122,7 @@ TEST_F(NodeLayers, TakeOverTheEvaluationOverrideOfTheBase)
     int object = 0;
     Glissa* y = mNode->Get(1)->FCurveGet();
     y->CallbackEvaluationRegister(&function, &object);
-    // The first channel decides whether there is anything to hand on.
+    // Only an override of the first channel is looked for.
     EXPECT_FALSE(mNode->CreateLayerAt({1, &mFree})->Get(1)->FCurveGet()->IsEvaluationOverwritten());
     mNode->Get(0)->FCurveGet()->CallbackEvaluationRegister(&function, &object);
     GlissaNode* layer = mNode->CreateLayerAt({2, &mFree});
@@ -144,7 +144,7 @@ TEST_F(NodeLayers, AreTakenOutOrEmptied)
     EXPECT_EQ(ChainOf(mNode.get()), "0:9 2:2 3:3");
     EXPECT_FALSE(mNode->RemoveLayerNode(1));
 
-    // A locked layer stays without keys, values and candidates.
+    // A locked layer remains, without keys, values and candidates.
     Glissa* locked = mNode->LayerGet(2)->Get(0)->FCurveGet();
     locked->CandidateSet(KTime(), 4.0);
     EXPECT_TRUE(mNode->RemoveLayerNode(2));

@@ -58,12 +58,12 @@ TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
     EXPECT_EQ(mChannel->ETIGetScaleFactor(), 2.0);
     EXPECT_EQ(mChannel->ETIGetTrimOffset(), Seconds(6.0));
     EXPECT_EQ(mChannel->ETIGetGlobalOffset(), Seconds(116.0));
-    // X says nothing of a start: that of the model, and no trim in it.
+    // The start of X is 0: that of the model, without trim.
     EXPECT_EQ(mChannel->ETIGetGlobalActiveStart(), Seconds(117.0));
     EXPECT_EQ(mChannel->ETIGlobalTime2NodeTime(Seconds(126.0)), Seconds(5.0));
     EXPECT_EQ(mChannel->ETINodeTime2GlobalTime(Seconds(5.0)), Seconds(126.0));
     EXPECT_EQ(mChannel->ETIGetDuration(), Seconds(20.0));
-    EXPECT_TRUE(mChannel->ETIIsSelectedDuration());  // X says no, the model yes
+    EXPECT_TRUE(mChannel->ETIIsSelectedDuration());  // false on X, true on the model
     EXPECT_TRUE(mChannel->ETIIsGlobalTimeInSpan(Seconds(117.0), false));
     EXPECT_FALSE(mChannel->ETIIsGlobalTimeInSpan(Seconds(117.0) - KTime(1), true));
     EXPECT_FALSE(mChannel->ETIIsGlobalTimeInSpan(Seconds(137.0), false));

@@ -27,7 +27,7 @@ constexpr unsigned kKinds[] = {eInterpolationLinear, eInterpolationCubic | eTang
                                eInterpolationCubic | eTangentUser,
                                eInterpolationCubic | eTangentTCB};
 
-// Angles and slopes up to pLargest; of one axis where pAxis says one.
+// Angles and slopes up to pLargest, of all axes or of pAxis alone.
 std::vector<PathKey> RandomKeys(std::mt19937& pRandom, double pLargest, int pAxis = -1)
 {
     std::uniform_real_distribution<double> angle(-pLargest, pLargest);

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What is read from documents written by hand, such as other writers make and such as none does.
+// Documents written by hand: those of other writers, and such as no writer makes.
 
 #include "glissa/curve/curve.h"
 #include "glissa/node/node.h"
@@ -181,7 +181,7 @@ TEST(NodeStoreReading, TimeWarpsAreThoseOfBranchesAndOfTheirChannelsInLayers)
     Glissa_SetTWSet(nullptr);
 }
 
-// Layers: what the members of a chain take along, and chains that no writer makes.
+// Chains that no writer makes.
 TEST(NodeStoreReading, AChainThatWasReadIsAChain)
 {
     const auto layer = [](int pId, const std::string& pInner, const std::string& pChannels) {
@@ -193,7 +193,7 @@ TEST(NodeStoreReading, AChainThatWasReadIsAChain)
     node->SetUseQuaternion(true);
     node->CreateLayerAt(GlissaLayerInfo(2, nullptr));
     KProperty* const property = node->GetProperty();
-    // 5, 3, 7, 7, 9 behind one another: 3 and the second 7 are no layers there.
+    // 5, 3, 7, 7, 9 in this order: 3 and the second 7 are left out.
     const std::string chain = layer(5, layer(3, layer(7, layer(7, layer(9, "", ""), ""), ""), ""),
                                     Channels({"x", "W", "Z"}, 1, 5));
     node = Retrieved("Channel: S\"S\" {\nUserName: S\"Size\"\n" + chain + "}\n", std::move(node),
@@ -225,7 +225,7 @@ TEST(NodeStoreReading, AChainThatWasReadIsAChain)
     double values[3] = {};
     EXPECT_EQ(values + 3, node->GeneralEvaluate(values, KTime()));
 
-    // Only what is stored replaces a chain; one that is no longer behind its node goes.
+    // Without stored layers the chain remains, but for layers whose id no longer ascends.
     KTdf tdf = FromText("Channel: S\"S\" {\nLayerID: I7\n}\n");
     node->TdfRetrieve(&tdf, false, false, false);
     ASSERT_NE(nullptr, node->LayerGet());

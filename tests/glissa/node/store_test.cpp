@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Random trees come back from documents, and a small one is written as the format says.
+// Random trees are read as they were written, and a small one is written in the documented form.
 
 #include "glissa/curve/curve.h"
 #include "glissa/node/node.h"
@@ -68,7 +68,7 @@ GlissaNode* RandomObject(const std::string& pName, int pDepth, Random& pRandom)
     return object;
 }
 
-// Parents, owners and chains are joined as in a tree that was built by hand.
+// Parents, owners and bases are those of a tree that was built with the library.
 int ExpectJoined(GlissaNode& pNode)
 {
     int layers = 0;
@@ -85,7 +85,7 @@ int ExpectJoined(GlissaNode& pNode)
     return layers;
 }
 
-TEST(NodeStore, RandomTreesComeBack)
+TEST(NodeStore, RandomTreesAreReadAsWritten)
 {
     int layers = 0;
     for (std::uint64_t seed = 0; seed < 60; ++seed) {
@@ -109,7 +109,7 @@ TEST(NodeStore, RandomTreesComeBack)
     EXPECT_GT(layers, 20);
 }
 
-TEST(NodeStore, FieldsStandInTheirOrder)
+TEST(NodeStore, FieldsAreInTheDocumentedOrder)
 {
     NodePtr node = MakeChannel(KDataTypeLclTranslation, "Move");
     node->Delete(2);
@@ -142,7 +142,7 @@ TEST(NodeStore, FieldsStandInTheirOrder)
               "LayerChannel:S\"Move\"{\nUserName:S\"Moves\xE2\x86\x92\"\n"
               "Channel:S\"X\"{\nDefault:D0\nLayerID:I7\n}\nLayerID:I7\nLayerType:I1\n}\n}\n}\n",
               whole);
-    // Of a layer by itself: its id stays, the chain goes.
+    // A layer by itself is written with its id and without its chain.
     EXPECT_EQ("Here:S\"Move\"{\nChannel:S\"X\"{\nDefault:D5\nLayerID:I3\n}\nLayerID:I3\n"
               "LayerType:I1\n}\n",
               text(true, false, true, *layer));

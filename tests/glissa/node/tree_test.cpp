@@ -287,7 +287,7 @@ TEST(NodeTree, KeepsALayerThatOthersHold)
     EXPECT_EQ(layer->GetReferenceCount(), 1);
     EXPECT_EQ(behind->ObjectLayerGet(), layer);
     EXPECT_EQ(behind->Get(2)->ObjectLayerGet(), layer->Get(2));
-    EXPECT_FALSE(layer->Get(2)->IsNodeLocked());  // asks no node that has gone
+    EXPECT_FALSE(layer->Get(2)->IsNodeLocked());  // its base and the property are gone
     layer->Destroy();
 }
 
