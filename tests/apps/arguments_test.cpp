@@ -107,7 +107,9 @@ TEST(SampleGrid, IncludesBothEndsAndDoesNotDrift)
     EXPECT_EQ(exact.to, exact.At(86400));
     EXPECT_EQ(1u, (SampleGrid{hour, hour, 24.0}).Count());
     // 1/11 of a second is not a whole number of ticks.
-    EXPECT_EQ(12u, (SampleGrid{KTime(), KTime(KTime::kTicksPerSecond), 11.0}).Count());
+    const SampleGrid rounded{KTime(), KTime(KTime::kTicksPerSecond), 11.0};
+    EXPECT_EQ(12u, rounded.Count());
+    EXPECT_EQ(rounded.to, rounded.At(11));
     EXPECT_GT((SampleGrid{KTime::MinusInfinite(), KTime::Infinite(), 1000.0}).Count(), 1u << 31);
 }
 

@@ -16,19 +16,22 @@ namespace
 {
 TEST_F(Command, EvalWritesTheValuesAndSlopesOfTheLibrary)
 {
+    // Linear segments, whose left and right slopes differ at the keys.
+    const std::string path = At("linear.glissa");
+    OutputOf({"key", kClip, "-c", "Hips/R/X", "--tangent", "linear@1..2", "-o", path});
     const Csv csv = ParseCsv(
-        OutputOf({"eval", kClip, "--curve", "Hips/R/X", "--from", "-3", "--to", "25", "--rate",
-                  "48", "--pre", "mirror:2", "--post", "relative:4", "--slope"}));
+        OutputOf({"eval", path, "--curve", "Hips/R/X", "--from", "-3", "--to", "25", "--rate",
+                  "120", "--pre", "mirror:2", "--post", "relative:4", "--slope"}));
     EXPECT_EQ((std::vector<std::string>{"time", "Hips/R/X", "Hips/R/X left slope",
                                         "Hips/R/X right slope"}),
               csv.names);
-    ASSERT_EQ(28u * 48u + 1u, csv.rows.size());
-    ClipCurves clip = LoadClip(kClip);
+    ASSERT_EQ(28u * 120u + 1u, csv.rows.size());
+    ClipCurves clip = LoadClip(path);
     const CurveChoice choice{
         {"Hips/R/X"}, false, ParseExtrapolation("mirror:2"), ParseExtrapolation("relative:4")};
     Glissa& curve = *ChooseCurves(clip, choice).front()->curve;
     for (std::size_t i = 0; i < csv.rows.size(); ++i) {
-        const KTime time(-3 * KTime::kTicksPerSecond + static_cast<std::int64_t>(i) * 2940000);
+        const KTime time(-3 * KTime::kTicksPerSecond + static_cast<std::int64_t>(i) * 1176000);
         // The shortest decimals are exact.
         const std::vector<double> expected = {
             time.GetSecondDouble(), static_cast<double>(curve.Evaluate(time, nullptr)),
