@@ -31,9 +31,9 @@ unsigned Flags(const GlissaKey& pKey)
 
 Pair Numbers(const GlissaKey& pKey, int pSlot)
 {
-    std::int16_t pair[2];
-    std::memcpy(pair, pKey.GetDataPtr() + pSlot, sizeof(pair));
-    return {pair[0], pair[1]};
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, pKey.GetDataPtr() + pSlot, sizeof(bits));
+    return {static_cast<std::int16_t>(bits & 0xFFFF), static_cast<std::int16_t>(bits >> 16)};
 }
 
 TEST(Key, WeightsAndVelocitiesAreStoredInSixteenBits)
