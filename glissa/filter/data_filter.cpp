@@ -15,7 +15,7 @@ template class KClassFrame<KDataFilterBase, KObject>;
 namespace
 {
 constexpr std::size_t kTextSize = 256;  // with the zero at its end
-char gPropertyText[kTextSize];
+thread_local char tPropertyText[kTextSize];
 }  // namespace
 
 KDataFilterBase::KDataFilterBase(const char* pName) : KClassFrame(pName)
@@ -101,9 +101,9 @@ const char* KDataFilterBase::GetPropertyString(int pIndex)
     const KProperty* property = GetPropertyAt(pIndex);
     const KString text = property ? property->GetPropertyString() : KString();
     const std::size_t length = std::min(std::strlen(text.c_str()), kTextSize - 1);
-    std::memcpy(gPropertyText, text.c_str(), length);
-    gPropertyText[length] = '\0';
-    return gPropertyText;
+    std::memcpy(tPropertyText, text.c_str(), length);
+    tPropertyText[length] = '\0';
+    return tPropertyText;
 }
 
 bool KDataFilterBase::SetPropertyString(int pIndex, const char* pText)

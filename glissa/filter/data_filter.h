@@ -20,8 +20,8 @@ public:
     virtual int GetPropertyCount() = 0;
     virtual const char* GetPropertyName(int pIndex) = 0;
     virtual KDataType* GetProperty(int pIndex) = 0;
-    /// The value as text, in one buffer of the process that the next call overwrites; what is
-    /// longer than 255 bytes is cut.
+    /// The value as text, in one buffer a thread that the next call for any filter overwrites;
+    /// what is longer than 255 bytes is cut.
     virtual const char* GetPropertyString(int pIndex) = 0;
     virtual bool SetPropertyString(int pIndex, const char* pText) = 0;
     virtual bool SetPropertyConstant(int pIndex, double* pValue) = 0;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// What the keys of a curve have in common, and the error slot of the class.
+// What the keys of a curve have in common, and the last error of the class.
 
 #include "glissa/curve/curve.h"
 #include "glissa/utils/utils.h"
@@ -67,7 +67,12 @@ int CountPlace(const Glissa& pCurve, int pIndex)
 }
 }  // namespace
 
-KError GlissaUtils::smError(kErrors, static_cast<int>(std::size(kErrors)));
+thread_local KError GlissaUtils::smError(kErrors, static_cast<int>(std::size(kErrors)));
+
+KError& GlissaUtils::GetError()
+{
+    return smError;
+}
 
 KTime GlissaUtils::FindTimeOffsetAfter(Glissa& pCurve, const KTime& pTime)
 {

@@ -9,8 +9,8 @@
 class Glissa;
 class GlissaNode;
 
-/// Operations on whole curves that filters, plots and hosts share. There are no objects of it; one
-/// error slot serves the whole library and has no lock.
+/// Operations on whole curves that filters, plots and hosts share. There are no objects of it. The
+/// last error is kept for each thread.
 ///
 /// Kinds of keys are given as an interpolation and a tangent mode (mask 0x7F00, EGlissaKeyFlags).
 /// For constant keys bit 0x100 of the tangent mode is the constant mode: eTangentAuto makes keys
@@ -111,10 +111,10 @@ public:
     /// pCounts  out: eKindCounts numbers.
     static bool GetInterpolationAndTangeantCount(Glissa& pCurve, int* pCounts);
 
-    /// The last error; no success clears it.
-    static KError& GetError() { return smError; }
-    static EError GetLastErrorID() { return static_cast<EError>(smError.GetLastErrorID()); }
-    static const char* GetLastErrorString() { return smError.GetLastErrorString(); }
+    /// The last error of this thread; no success clears it.
+    static KError& GetError();
+    static EError GetLastErrorID() { return static_cast<EError>(GetError().GetLastErrorID()); }
+    static const char* GetLastErrorString() { return GetError().GetLastErrorString(); }
 
     // Index curves (utils/index_curves.cpp)
     //
@@ -129,5 +129,5 @@ public:
     static void ReplaceIndexFromCurve(Glissa& pCurve, int pOldIndex, int pNewIndex, int pLast);
 
 private:
-    static KError smError;
+    static thread_local KError smError;
 };

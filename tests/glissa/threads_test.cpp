@@ -6,6 +6,8 @@
 #include "glissa/curve/curve.h"
 #include "glissa/ext/custom_tangent_manager.h"
 #include "glissa/ext/invalid_key_manager.h"
+#include "glissa/filter/data_filter.h"
+#include "glissa/utils/utils.h"
 #include "tests/support/museum.h"
 #include "tests/support/node_stubs.h"
 
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -169,5 +172,23 @@ TEST(Threads, EvaluateOneTreeAtOnce)
             NodePtr(layer ? (*node)->LayerGet(1)->Clone(false) : (*node)->Copy());
         });
     }
+}
+
+TEST(Threads, KeepErrorsAndTextsOfTheirOwn)
+{
+    KDataFilterBase filter;
+    filter.SetPropertyString(0, "141120000");
+    const char* const text = filter.GetPropertyString(0);
+    RunOnThreads([](int pThread) {
+        const CurveHandle curve(GlissaCreate());
+        Record(*curve, pThread % 2);
+        unsigned kinds = 0;
+        EXPECT_EQ(pThread % 2 == 1, GlissaUtils::GetGlobalInterpolation(kinds, *curve));
+        EXPECT_EQ(pThread % 2 == 1 ? int{KError::kNone} : int{GlissaUtils::eNoKey},
+                  GlissaUtils::GetLastErrorID());
+        EXPECT_NE("141120000", std::string(KDataFilterBase().GetPropertyString(0)));
+    });
+    EXPECT_EQ(int{KError::kNone}, GlissaUtils::GetLastErrorID());
+    EXPECT_STREQ("141120000", text);
 }
 }  // namespace
