@@ -7,6 +7,11 @@
 
 CurveClip::CurveClip(const Clip& pClip, KTime pStart) : CurveClip(pClip, NodeClip(pClip))
 {
+    // Sums of times stop at the ends of the range: frames past it would share one time.
+    if (pClip.mFrameCount == 0 || pStart <= KTime::MinusInfinite() ||
+        pStart + pClip.GetTime(pClip.mFrameCount - 1) >= KTime::Infinite()) {
+        return;
+    }
     for (std::size_t i = 0; i < mCurves.size(); ++i) {
         Glissa& curve = *mCurves[i].mCurve;
         curve.InitBuffers(pClip.mFrameCount, true);

@@ -28,7 +28,8 @@ class CurveClip
 public:
     CurveClip() = default;
     /// Makes a key with default tangents (cubic, auto) for each frame and channel. pStart is the
-    /// time of frame 0.
+    /// time of frame 0. Where that is not above KTime::MinusInfinite(), or the last frame not below
+    /// KTime::Infinite(), no curve has keys.
     explicit CurveClip(const Clip& pClip, KTime pStart = KTime());
     /// Takes a tree that was made from the same clip.
     CurveClip(const Clip& pClip, NodeClip pNodes);

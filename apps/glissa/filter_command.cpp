@@ -13,7 +13,9 @@
 #include "apps/glissa/output.h"
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/progress.h"
+#include "apps/glissa/refusal.h"
 #include "apps/glissa/shared_options.h"
+#include "apps/glissa/temporaries.h"
 
 #include <fmt/format.h>
 
@@ -24,13 +26,14 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <optional>
+#include <system_error>
 #include <thread>
 
 namespace
 {
 namespace fs = std::filesystem;
-
-constexpr int kMostJobs = 256;
 
 struct FilterOptions
 {
@@ -292,46 +295,105 @@ private:
     const FilterRecipe& mRecipe;
 };
 
-// Every job, several at a time, in the order of the jobs. A job that fails has its reason in its
-// report.
+// The jobs of a run, which threads take one by one.
+class JobQueue
+{
+public:
+    JobQueue(const FilterRun& pRun, const std::vector<Job>& pJobs)
+        : mRun(pRun),
+          mJobs(pJobs),
+          mReports(pJobs.size()),
+          mParts(pJobs.size(), 0.0),
+          mIsOutOfMemory(pJobs.size(), 0),
+          mProgress(fmt::format("filtering {} clips", pJobs.size()),
+                    static_cast<std::uint64_t>(kSteps * static_cast<double>(pJobs.size())))
+    {
+        for (std::size_t i = 0; i < pJobs.size(); ++i) {
+            mReports[i].path = pJobs[i].path;
+        }
+    }
+
+    // Does jobs until there is none left. Called on several threads.
+    void Work() noexcept
+    {
+        for (std::size_t i = mNext++; i < mJobs.size(); i = mNext++) {
+            try {
+                Do(i);
+            } catch (...) {  // not even the report had memory
+                mIsOutOfMemory[i] = 1;
+            }
+        }
+    }
+
+    // The reports, in the order of the jobs. A job that failed has its reason in its report.
+    std::vector<ClipReport> TakeReports()
+    {
+        for (std::size_t i = 0; i < mReports.size(); ++i) {
+            if (mIsOutOfMemory[i] != 0) {
+                mReports[i].error = mReports[i].path + ": out of memory";
+            }
+        }
+        return std::move(mReports);
+    }
+
+private:
+    void Do(std::size_t pJob)
+    {
+        const auto advance = [&](double pPart) {
+            const std::lock_guard<std::mutex> lock(mMutex);
+            mParts[pJob] = pPart;
+            double sum = 0.0;
+            for (const double each : mParts) {
+                sum += each;
+            }
+            mProgress.At(static_cast<std::uint64_t>(kSteps * sum));
+        };
+        try {
+            mReports[pJob] = mRun.Do(mJobs[pJob], advance);
+        } catch (const std::bad_alloc&) {
+            mIsOutOfMemory[pJob] = 1;
+        } catch (const OutputClosed&) {
+            mReports[pJob].error =
+                mJobs[pJob].output + ": cannot write: the pipe was closed by its reader";
+        } catch (const std::exception& error) {
+            mReports[pJob].error = error.what();
+        }
+        advance(1.0);
+    }
+
+    static constexpr double kSteps = 1000.0;
+
+    const FilterRun& mRun;
+    const std::vector<Job>& mJobs;
+    std::vector<ClipReport> mReports;
+    std::vector<double> mParts;
+    std::vector<char> mIsOutOfMemory;  // by job
+    Progress mProgress;
+    std::mutex mMutex;
+    std::atomic<std::size_t> mNext = 0;
+};
+
+// Does all jobs, several at a time. Where a thread cannot be started, there are fewer.
 std::vector<ClipReport> DoAll(const FilterRun& pRun, const std::vector<Job>& pJobs, int pThreads)
 {
-    constexpr double kSteps = 1000.0;
-    std::vector<ClipReport> reports(pJobs.size());
-    std::vector<double> parts(pJobs.size(), 0.0);
-    Progress progress(fmt::format("filtering {} clips", pJobs.size()),
-                      static_cast<std::uint64_t>(kSteps * static_cast<double>(pJobs.size())));
-    std::mutex mutex;
-    std::atomic<std::size_t> next = 0;
-    const auto work = [&] {
-        for (std::size_t i = next++; i < pJobs.size(); i = next++) {
-            const auto advance = [&](double pPart) {
-                const std::lock_guard<std::mutex> lock(mutex);
-                parts[i] = pPart;
-                double sum = 0.0;
-                for (const double each : parts) {
-                    sum += each;
-                }
-                progress.At(static_cast<std::uint64_t>(kSteps * sum));
-            };
-            try {
-                reports[i] = pRun.Do(pJobs[i], advance);
-            } catch (const std::exception& error) {
-                reports[i].path = pJobs[i].path;
-                reports[i].error = error.what();
+    JobQueue queue(pRun, pJobs);
+    {
+        std::optional<SignalThread> signals;
+        std::vector<std::jthread> threads;
+        threads.reserve(static_cast<std::size_t>(pThreads));
+        try {
+            if (pThreads > 1) {
+                signals.emplace();
             }
-            advance(1.0);
+            for (int i = 1; i < pThreads; ++i) {
+                threads.emplace_back([&queue] { queue.Work(); });
+            }
+        } catch (const std::system_error&) {
+        } catch (const std::bad_alloc&) {
         }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 1; i < pThreads; ++i) {
-        threads.emplace_back(work);
+        queue.Work();
     }
-    work();
-    for (std::thread& each : threads) {
-        each.join();
-    }
-    return reports;
+    return queue.TakeReports();
 }
 
 void Print(const std::string& pText, const std::string& pInput, bool pToErrors)
@@ -436,7 +498,7 @@ void AddFilterCommand(CLI::App& pApp, Action& pAction)
     command->add_flag("--resume", options->resume,
                       "Skip clips whose output is newer than the clip and the recipe");
     command->add_option("-j,--jobs", options->jobs, "Clips to work on at the same time")
-        ->check(CLI::Range(1, kMostJobs))
+        ->check(CLI::Range(1, kMostGuards))
         ->type_name("N");
     command
         ->add_option("--format", options->format,

@@ -58,7 +58,11 @@ void Add(ClipCurves& pClip, const LayerOptions& pOptions)
     layer.mRotationMode = pOptions.rotation == "channel" ? eRotationByChannel : eRotationByLayer;
     layer.mWeight->SetValue(static_cast<float>(pOptions.weight.value_or(1.0)));
     for (const NamedNode& each : nodes) {
-        each.node->CreateLayerAt(GlissaLayerInfo(layer.mId, &layer));
+        if (!each.node->CreateLayerAt(GlissaLayerInfo(layer.mId, &layer))) {
+            throw Refusal(fmt::format("{}: {} cannot have a further layer: a tree has at most {} "
+                                      "levels",
+                                      pClip.path, each.name, GlissaNode::kMaxLevels));
+        }
     }
 }
 

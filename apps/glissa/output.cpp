@@ -4,10 +4,10 @@
 #include "apps/glissa/output.h"
 
 #include "apps/glissa/refusal.h"
+#include "apps/glissa/temporaries.h"
 
 #include <fmt/format.h>
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -18,84 +18,6 @@
 namespace
 {
 constexpr std::size_t kBufferSize = 1 << 16;
-
-// The temporary files that the signal handler removes, one for each open output: several threads
-// may write at the same time. A handler must not allocate or lock, so this is a plain array.
-struct GuardedFile
-{
-    std::atomic<bool> isTaken = false;
-    std::atomic<bool> isComplete = false;  // path can be read
-    char path[4096] = {};
-};
-constexpr int kMostGuarded = 64;
-GuardedFile sGuarded[kMostGuarded];
-
-extern "C" void RemoveTemporaries(int pSignal)
-{
-    for (const GuardedFile& each : sGuarded) {
-        if (each.isComplete) {
-            unlink(each.path);
-        }
-    }
-    signal(pSignal, SIG_DFL);
-    raise(pSignal);
-}
-
-// Delays the signals that end a program, in this thread.
-class SignalPause
-{
-public:
-    SignalPause()
-    {
-        sigset_t ending;
-        sigemptyset(&ending);
-        for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
-            sigaddset(&ending, each);
-        }
-        pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
-    }
-    ~SignalPause() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
-    SignalPause(const SignalPause&) = delete;
-    SignalPause& operator=(const SignalPause&) = delete;
-
-private:
-    sigset_t mBefore;
-};
-
-void SetSignalHandlers()
-{
-    for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
-        // Signals that are ignored at the start (nohup) are still ignored.
-        if (signal(each, &RemoveTemporaries) == SIG_IGN) {
-            signal(each, SIG_IGN);
-        }
-    }
-}
-
-// Returns an index for ReleaseTemporary, or -1 if all are in use.
-int GuardTemporary(const char* pPath)
-{
-    static const bool isSet = (SetSignalHandlers(), true);
-    static_cast<void>(isSet);
-    const std::size_t size = std::strlen(pPath) + 1;
-    for (int i = 0; i < kMostGuarded && size <= sizeof(GuardedFile::path); ++i) {
-        if (!sGuarded[i].isTaken.exchange(true)) {
-            std::memcpy(sGuarded[i].path, pPath, size);
-            sGuarded[i].isComplete = true;
-            return i;
-        }
-    }
-    return -1;
-}
-
-void ReleaseTemporary(int& pGuard)
-{
-    if (pGuard >= 0) {
-        sGuarded[pGuard].isComplete = false;
-        sGuarded[pGuard].isTaken = false;
-        pGuard = -1;
-    }
-}
 
 bool IsSameFile(const struct stat& pLeft, const struct stat& pRight)
 {
@@ -138,7 +60,7 @@ Output::Output(const std::string& pPath, const std::vector<std::string>& pInputs
         }
         return;
     }
-    const SignalPause pause;
+    const TemporarySection section;
     mFile.emplace(pPath.c_str());
     if (!mFile->IsOpen()) {
         FailFile();
@@ -152,7 +74,7 @@ Output::~Output()
         close(mDescriptor);
     }
     if (mFile) {
-        const SignalPause pause;
+        const TemporarySection section;
         mFile->Discard();
         ReleaseTemporary(mGuard);
     }
@@ -214,7 +136,7 @@ void Output::Commit()
     }
     // No signal between the rename and the release: another process may then have a temporary file
     // of this name.
-    const SignalPause pause;
+    const TemporarySection section;
     const bool isDone = mFile->Commit();
     ReleaseTemporary(mGuard);
     if (!isDone) {

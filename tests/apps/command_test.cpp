@@ -161,27 +161,43 @@ TEST_F(Command, AFailedWriteIsReportedAndAClosedPipeIsNot)
     EXPECT_EQ("", closed.err);
 }
 
-TEST_F(Command, ASignalRemovesTheTemporaryFile)
+TEST_F(Command, ASignalRemovesTheTemporaryFiles)
 {
     WriteFile(At("kept.csv"), "precious");
-    const auto before = Files();
-    const std::string command = std::string(GLISSA_COMMAND) + " eval '" + kClip +
-                                "' -a --rate 200000 --to 12 -o '" + At("kept.csv") + "'";
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        execl("/bin/sh", "sh", "-c", ("exec " + command).c_str(), nullptr);
-        _exit(127);
+    std::string clips;
+    for (int i = 0; i < 9; ++i) {
+        const std::string clip = At(std::to_string(i) + ".bvh");
+        fs::create_symlink(kClip, clip);
+        clips += " '" + clip + "'";
     }
-    // The temporary file shows that the work has begun.
-    while (Files().size() < 2 && waitpid(child, nullptr, WNOHANG) == 0) {
-        std::this_thread::yield();
+    for (const std::string& arguments :
+         {" eval '" + kClip + "' -a --rate 200000 --to 12 -o '" + At("kept.csv") + "'",
+          " filter --apply smooth --jobs 3 --out-dir '" + At("") + "'" + clips}) {
+        SCOPED_TRACE(arguments);
+        const auto countTemporaries = [this] {
+            int count = 0;
+            for (const auto& entry : fs::directory_iterator(mFolder)) {
+                count += entry.path().string().find(".saving-") != std::string::npos ? 1 : 0;
+            }
+            return count;
+        };
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            execl("/bin/sh", "sh", "-c", ("exec " GLISSA_COMMAND + arguments).c_str(), nullptr);
+            _exit(127);
+        }
+        // The temporary file shows that the work has begun.
+        while (countTemporaries() == 0 && waitpid(child, nullptr, WNOHANG) == 0) {
+            std::this_thread::yield();
+        }
+        kill(child, SIGTERM);
+        int status = 0;
+        ASSERT_EQ(child, waitpid(child, &status, 0));
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+        EXPECT_EQ(0, countTemporaries());
+        EXPECT_EQ("precious", ReadFile(At("kept.csv")));
     }
-    kill(child, SIGTERM);
-    int status = 0;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-    EXPECT_TRUE(before == Files());
 }
 
 TEST_F(Command, ClipsAreConvertedToStoresAndBack)

@@ -9,6 +9,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
+#include <thread>
+
 namespace
 {
 using Json = nlohmann::json;
@@ -141,6 +144,19 @@ TEST_F(Command, AFolderOfClipsIsFilteredByARecipe)
     }
     EXPECT_EQ(ReadFile(At("one/a.glissa")), ReadFile(At("two/a.glissa")));
     EXPECT_EQ(ReadFile(At("one/a.glissa")), ReadFile(At("one/b.glissa")));
+
+    // A pipe whose reader leaves fails its own clip only. The file is larger than a pipe holds.
+    fs::remove(At("two/a.glissa"));
+    ASSERT_EQ(0, mkfifo(At("two/a.glissa").c_str(), 0600));
+    std::thread reader([this] { close(open(At("two/a.glissa").c_str(), O_RDONLY)); });
+    const Result closed = Run({"filter", At("a.bvh"), At("b.bvh"), "--apply", "offset:by=1",
+                               "--out-dir", At("two"), "--jobs", "2"});
+    reader.join();
+    EXPECT_EQ(1, closed.status);
+    EXPECT_NE(std::string::npos, closed.err.find("two/a.glissa: cannot write")) << closed.err;
+    EXPECT_NE(std::string::npos, closed.err.find("1 of 2 clips failed")) << closed.err;
+    fs::remove(At("two/a.glissa"));
+    fs::copy_file(At("one/a.glissa"), At("two/a.glissa"));
 
     // An output that is older than its clip is written again, a newer one is not.
     WriteFile(At("one/b.glissa"), "kept");

@@ -37,5 +37,8 @@ TEST(CurveClip, EveryChannelIsACurveWithAKeyForEachFrame)
         }
     }
     EXPECT_EQ(nullptr, curves.Find("Hips/*"));
+    for (const KTime bad : {KTime::MinusInfinite(), KTime::Infinite() - KTime(2 * 1176000)}) {
+        EXPECT_EQ(0, CurveClip(*clip, bad).GetCurves()[0].mCurve->KeyGetCount());
+    }
 }
 }  // namespace

@@ -1,0 +1,129 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "apps/glissa/temporaries.h"
+
+#include <cstddef>
+#include <cstring>
+#include <mutex>
+#include <unistd.h>
+
+namespace
+{
+constexpr int kEnding[] = {SIGINT, SIGTERM, SIGHUP};
+
+// A handler may not allocate or lock, so it reads plain arrays.
+struct GuardedFile
+{
+    std::atomic<bool> isTaken = false;
+    std::atomic<bool> isComplete = false;  // path can be read
+    char path[4096] = {};
+};
+GuardedFile sGuarded[kMostGuards];
+
+// Shared by sections, exclusive for the thread that ends the program.
+std::shared_mutex sSections;
+
+extern "C" void RemoveTemporaries(int pSignal)
+{
+    for (const GuardedFile& each : sGuarded) {
+        if (each.isComplete) {
+            unlink(each.path);
+        }
+    }
+    signal(pSignal, SIG_DFL);
+    raise(pSignal);
+}
+
+void SetSignalHandlers()
+{
+    for (const int each : kEnding) {
+        // What was ignored at the start (nohup) stays ignored.
+        if (signal(each, &RemoveTemporaries) == SIG_IGN) {
+            signal(each, SIG_IGN);
+        }
+    }
+}
+}  // namespace
+
+TemporarySection::TemporarySection()
+{
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int each : kEnding) {
+        sigaddset(&ending, each);
+    }
+    pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
+    mLock = std::shared_lock(sSections);
+}
+
+TemporarySection::~TemporarySection()
+{
+    mLock.unlock();
+    pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
+}
+
+int GuardTemporary(const char* pPath)
+{
+    static const bool isSet = (SetSignalHandlers(), true);
+    static_cast<void>(isSet);
+    const std::size_t size = std::strlen(pPath) + 1;
+    for (int i = 0; i < kMostGuards && size <= sizeof(GuardedFile::path); ++i) {
+        if (!sGuarded[i].isTaken.exchange(true)) {
+            std::memcpy(sGuarded[i].path, pPath, size);
+            sGuarded[i].isComplete = true;
+            return i;
+        }
+    }
+    return -1;
+}
+
+void ReleaseTemporary(int& pGuard)
+{
+    if (pGuard >= 0) {
+        sGuarded[pGuard].isComplete = false;
+        sGuarded[pGuard].isTaken = false;
+        pGuard = -1;
+    }
+}
+
+SignalThread::SignalThread()
+{
+    sigemptyset(&mTaken);
+    sigaddset(&mTaken, SIGUSR1);  // ends the thread
+    for (const int each : kEnding) {
+        struct sigaction action = {};
+        sigaction(each, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) {
+            sigaddset(&mTaken, each);
+        }
+    }
+    pthread_sigmask(SIG_BLOCK, &mTaken, &mBefore);
+    try {
+        mThread = std::thread([this] { Run(); });
+    } catch (...) {
+        pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
+        throw;
+    }
+}
+
+SignalThread::~SignalThread()
+{
+    mIsDone = true;
+    pthread_kill(mThread.native_handle(), SIGUSR1);
+    mThread.join();
+    pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
+}
+
+void SignalThread::Run()
+{
+    int taken = 0;
+    sigwait(&mTaken, &taken);
+    if (taken == SIGUSR1 && mIsDone) {
+        return;
+    }
+    // No file comes or goes any more.
+    const std::unique_lock lock(sSections);
+    pthread_sigmask(SIG_UNBLOCK, &mTaken, nullptr);
+    RemoveTemporaries(taken);
+}
