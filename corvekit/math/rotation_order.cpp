@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The Euler angles of a rotation that lie nearest to others. Both forms of the rotation are placed
-// next to the reference inside the limits and compared; where neither fits, the limits are let go.
+// The Euler angles of a rotation that are nearest to others. Both forms of the rotation are placed
+// next to the reference within the limits and compared. If neither fits, the limits are ignored.
 
 #include "corvekit/math/rotation_order.h"
 
@@ -74,7 +74,7 @@ double NextTo(double pAngle, double pReference)
     return pAngle + 360.0 * turns;
 }
 
-// As NextTo, among the turns that lie inside the limits of an axis, if one does.
+// As NextTo, among the turns within the limits of an axis, if there is one.
 double NextToWithin(double pAngle, double pReference, const Limits& pLimits, int pAxis)
 {
     CORVEKIT_ASSERT(pAxis >= 0 && pAxis < 3);
@@ -141,8 +141,8 @@ void PlaceLocked(KgeRVector& pAngles, const KgeRVector& pReference, const Limits
     }
 }
 
-// One road for one set of limits: the form that lies nearest inside them, 0 the angles as given, 1
-// the other, or -1 where neither does and pOut is left alone.
+// Returns the nearest form within one set of limits: 0 the angles as given, 1 the other form, -1 if
+// neither is within them, and pOut is then unchanged.
 int PlaceNearest(KgeRVector& pOut, const KgeRVector& pIn, const KgeRVector& pReference,
                  const Limits& pLimits, const KVdRotationOrder& pOrder)
 {

@@ -22,7 +22,7 @@ inline constexpr const char* kRotationOrderNames[kRotationOrderCount] = {"XYZ", 
 
 /// A rotation order, and the conversions that need one.
 ///
-/// Angles are degrees; the angles about X, Y and Z stand at 0, 1 and 2 whatever the order. The
+/// Angles are degrees; the angles about X, Y and Z have the indexes 0, 1 and 2 in every order. The
 /// formulas are those of Shoemake (Graphics Gems IV, 1994) for fixed axes. Arguments may be the
 /// same object in and out, nothing is allocated, and values that are not finite give NaN.
 class KVdRotationOrder
@@ -57,13 +57,13 @@ public:
     /// A quaternion of any length to Euler angles, as M2V of its matrix.
     CORVEKIT_API void Q2V(KgeRVector& pVector, const KgeQuaternion& pQuaternion) const;
 
-    /// Writes the Euler angles of the rotation pIn that lie nearest to pReference, by the sum of
+    /// Writes the Euler angles of the rotation pIn that are nearest to pReference, by the sum of
     /// squared differences. pOut may be pIn or pReference.
     ///
     /// A rotation has two forms: the angles as given, and those with 180 added to the first and
     /// third turned angle and the middle one taken from 180. Each is brought by whole turns next to
     /// the reference; the nearer form wins, the one as given on a tie, and true is returned for the
-    /// other. An angle that lies half a turn away from the reference stays on its side. In gimbal
+    /// other. An angle that is half a turn away from the reference is not moved. In gimbal
     /// lock (the middle angle within 1e-6 degrees of a right angle) only the sum or the difference
     /// of the other two matters, and they share the way to the reference equally.
     ///

@@ -4,7 +4,7 @@
 # Builds and runs the project in outside/ against the libraries.
 #   outside_test.sh USE SOURCE BUILD COMPILER
 # USE is subproject_shared, subproject_static, installed_shared or installed_static. BUILD is the
-# build whose shared libraries are installed; the folders made here stand in BUILD/outside.
+# build whose shared libraries are installed; the folders made here are in BUILD/outside.
 set -euo pipefail
 use=$1 source=$2 build=$3 compiler=$4
 outside=$source/tests/build/outside
