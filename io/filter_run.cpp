@@ -4,10 +4,14 @@
 #include "io/filter_run.h"
 
 #include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
+#include "glissa/filter/clamp.h"
 #include "glissa/node/node.h"
 #include "glissa/utils/utils.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace
 {
@@ -58,13 +62,101 @@ void Compare(Glissa& pBefore, Glissa& pAfter, FilterResult& pResult)
     }
 }
 
+bool IsBetweenKeys(Glissa& pCurve, KTime pTime)
+{
+    return pTime > pCurve.KeyGetTime(0) && pTime < pCurve.KeyGetTime(pCurve.KeyGetCount() - 1);
+}
+
 // Keys at the ends of the span, where they are inside the curve.
-void KeepOutside(Glissa& pCurve, const FilterTimes& pTimes)
+void AddEnds(Glissa& pCurve, const FilterTimes& pTimes)
 {
     for (const KTime time : {pTimes.mStart, pTimes.mStop}) {
-        if (time > pCurve.KeyGetTime(0) && time < pCurve.KeyGetTime(pCurve.KeyGetCount() - 1)) {
+        if (IsBetweenKeys(pCurve, time)) {
             pCurve.KeyInsert(time);
         }
+    }
+}
+
+int IndexAt(Glissa& pCurve, KTime pTime)
+{
+    const int index = static_cast<int>(std::lround(pCurve.KeyFind(pTime, nullptr)));
+    return index >= 0 && index < pCurve.KeyGetCount() && pCurve.KeyGetTime(index) == pTime ? index
+                                                                                           : -1;
+}
+
+// Makes the slopes of a key its own, whatever its neighbours become.
+void FixSlopes(Glissa& pCurve, int pIndex)
+{
+    const float left = pCurve.KeyGetLeftDerivative(pIndex);
+    const float right = pCurve.KeyGetRightDerivative(pIndex);
+    if (pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic) {
+        pCurve.KeySetTangeantMode(pIndex, eTangentUserBreak);
+        pCurve.KeySetRightDerivative(pIndex, right);
+    }
+    if (pIndex > 0 && pCurve.KeyGetInterpolation(pIndex - 1) == eInterpolationCubic) {
+        pCurve.KeySetLeftDerivative(pIndex, left);
+    }
+}
+
+// The clamp leaves the key at a start between two keys. Beyond a limit, the curve behind it is held
+// at the limit up to the key where it crosses.
+void LimitStart(Glissa& pCurve, const GlissaFilterClamp& pClamp, KTime pStart)
+{
+    const int index = IsBetweenKeys(pCurve, pStart) ? IndexAt(pCurve, pStart) : -1;
+    if (index < 0) {
+        return;
+    }
+    const double value = double{pCurve.KeyGetValue(index)};
+    double limited = pClamp.GetApplyCeilClamping() ? std::min(value, pClamp.GetCeil()) : value;
+    limited = pClamp.GetApplyFloorClamping() ? std::max(limited, pClamp.GetFloor()) : limited;
+    if (limited != value) {
+        pCurve.KeySetValue(index, static_cast<float>(limited));
+        pCurve.KeySetInterpolation(index, eInterpolationConstant);
+    }
+}
+
+// Puts the curve before a filter back outside the span: the filtered curve, which has keys at the
+// ends of the span, changes to it within a tick.
+void KeepOutside(Glissa& pBefore, Glissa& pCurve, const FilterTimes& pTimes)
+{
+    const KTime tick(1);
+    const OwnedCurve whole = Duplicate(pBefore);
+    const bool hasStart = IsBetweenKeys(pBefore, pTimes.mStart);
+    const bool hasStop = IsBetweenKeys(pBefore, pTimes.mStop);
+    // The outer keys of the two pairs first: the inner ones are replaced.
+    for (const auto& [has, time] :
+         {std::pair(hasStart, pTimes.mStart - tick), std::pair(hasStop, pTimes.mStop + tick)}) {
+        if (has) {
+            whole->KeyInsert(time);
+            FixSlopes(*whole, IndexAt(*whole, time));
+        }
+    }
+    const OwnedCurve inside = Duplicate(pCurve);
+    AddEnds(*inside, pTimes);
+    for (const auto& [has, time] :
+         {std::pair(hasStart, pTimes.mStart), std::pair(hasStop, pTimes.mStop)}) {
+        if (has) {
+            FixSlopes(*inside, IndexAt(*inside, time));
+        }
+    }
+    const KeyModifyBracket bracket(pCurve);
+    pCurve.CopyFrom(*whole, true);
+    pCurve.KeyClear();
+    const auto append = [&pCurve](Glissa& pSource, KTime pFirst, KTime pLast) {
+        for (int i = 0; i < pSource.KeyGetCount(); ++i) {
+            const KTime time = pSource.KeyGetTime(i);
+            if (time >= pFirst && time <= pLast) {
+                pCurve.KeyAppend(time, &pSource, i);
+            }
+        }
+    };
+    if (hasStart) {
+        append(*whole, KTime::MinusInfinite(), pTimes.mStart - tick);
+    }
+    append(*inside, hasStart ? pTimes.mStart : KTime::MinusInfinite(),
+           hasStop ? pTimes.mStop : KTime::Infinite());
+    if (hasStop) {
+        append(*whole, pTimes.mStop + tick, KTime::Infinite());
     }
 }
 
@@ -122,14 +214,26 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
     }
     const OwnedCurve before = Duplicate(curve);
     const bool limited = pTimes.IsLimited() && curve.KeyGetCount() > 0;
-    if (limited && pEntry.mSpan == FilterSpan::outward) {
-        KeepOutside(curve, pTimes);
+    const bool isApart = limited && pEntry.mSpan == FilterSpan::outward;
+    OwnedCurve prepared;
+    if (isApart) {
+        AddEnds(curve, pTimes);
+        prepared = Duplicate(curve);
     }
-    const bool applied = pEntry.mScope == FilterScope::leaf ? pFilter.Apply(*pChannel.mLeaf, false)
-                                                            : pFilter.Apply(curve);
-    if (!applied && curve.KeyGetCount() != before->KeyGetCount()) {
-        curve.CopyFrom(*before, true);
-    } else if (limited && curve.KeyGetCount() > 0) {
+    pEntry.mScope == FilterScope::leaf ? pFilter.Apply(*pChannel.mLeaf, false)
+                                       : pFilter.Apply(curve);
+    if (isApart) {
+        if (const auto* const clamp = dynamic_cast<const GlissaFilterClamp*>(&pFilter)) {
+            LimitStart(curve, *clamp, pTimes.mStart);
+        }
+        // What a filter answers does not include keys that it only made constant.
+        if (GlissaUtils::CompareCurve(prepared.get(), &curve)) {
+            curve.CopyFrom(*before, true);
+        } else {
+            KeepOutside(*before, curve, pTimes);
+        }
+    }
+    if (limited && curve.KeyGetCount() > 0) {
         // No time shows the default value while there are keys, and a span does not reach it.
         curve.SetValue(before->GetValue());
     }

@@ -65,9 +65,11 @@ struct FilterResult
 
 /// Applies a filter to each target and reports each curve.
 ///
-/// The curves outside a limited span stay as they are, also under filters that work on the keys
-/// around it: such a curve gets keys at the ends of the span first. A curve that the filter leaves
-/// alone or refuses is as it was.
+/// The keys outside a limited span stay as they are, also under filters that work on the keys
+/// around it (FilterSpan::outward): a curve that such a filter changes gets two keys, a tick apart,
+/// at each end of the span that is between its keys, and is the old curve outside and the filtered
+/// one inside. A clamp limits all of the span. A curve that the filter leaves alone or refuses is
+/// as it was.
 ///
 /// pTimes     unbounded for a filter without a span
 /// pFrame     how long a frame of the clip is

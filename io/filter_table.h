@@ -54,9 +54,10 @@ enum class FilterScope
 /// How a filter treats a limited span of time.
 enum class FilterSpan
 {
-    /// Works on the keys around the span too: keys at both ends of the span keep what is outside.
+    /// Works on the keys around the span too. RunFilter keeps the curve outside the span as it was.
     outward,
-    /// Leaves what is outside alone.
+    /// Leaves the keys outside alone. The segments that the ends of the span cut follow the keys
+    /// inside, and with automatic tangents the segments next to these do.
     inward,
     /// Always works on whole curves.
     none

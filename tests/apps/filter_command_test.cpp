@@ -66,6 +66,13 @@ TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
                 if (time < KTime::FromSeconds(1.01) || time > KTime::FromSeconds(1.99)) {
                     ASSERT_EQ(old.curve->KeyGetValue(i), now.curve->Evaluate(time, nullptr))
                         << each["name"] << " at " << time.GetSecondDouble();
+                    // Between keys too.
+                    const KTime next = time + KTime::FromSeconds(0.001);
+                    if (entry.mSpan == FilterSpan::outward) {
+                        ASSERT_NEAR(old.curve->Evaluate(next, nullptr),
+                                    now.curve->Evaluate(next, nullptr), 1e-3)
+                            << each["name"] << " at " << next.GetSecondDouble();
+                    }
                 }
             }
         }
