@@ -298,7 +298,8 @@ std::vector<FilterEntry> MakeTable()
         {"smooth",
          "Replaces each key by the mean of a window around it (for results of older scenes)",
          "The rim of the window weighs more than its middle: waves as long as the window come out "
-         "inverted, and each run delays. Take gaussian for new work.",
+         "inverted, and each run delays. The angles of a rotation are smoothed one by one. Take "
+         "gaussian for new work.",
          FilterScope::curve,
          FilterSpan::inward,
          true,
@@ -490,7 +491,11 @@ double FilterEntry::DefaultOf(const FilterParameter& pParameter, KTime pFrame) c
     if (pParameter.mFrames != 0.0 && frame > 0.0) {
         return pParameter.mUnit[0] == 's' ? pParameter.mFrames * frame : pParameter.mFrames / frame;
     }
-    return pParameter.mGet(*mMake({}));
+    const double number = pParameter.mGet(*mMake({}));
+    // An endless time is no value that can be set.
+    return number < pParameter.mLeast || number > pParameter.mGreatest
+               ? std::numeric_limits<double>::quiet_NaN()
+               : number;
 }
 
 const std::vector<FilterEntry>& FilterTable()

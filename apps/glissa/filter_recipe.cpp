@@ -94,8 +94,9 @@ void Set(FilterSetup& pSetup, const std::string& pName, double pNumber)
         return;
     }
     const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
-    throw WrongArguments(
-        parameter ? fmt::format("{}, {}: {}", fault, pNumber, RangeText(*parameter)) : fault);
+    throw WrongArguments(parameter ? fmt::format("{}, {}: {:g} to {:g}", fault, pNumber,
+                                                 parameter->mLeast, parameter->mGreatest)
+                                   : fault);
 }
 
 FilterSetup SetupOf(const Json& pStep)
