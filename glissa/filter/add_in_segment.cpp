@@ -20,6 +20,7 @@ struct Sides
 
 int AddInSegment(Glissa& pCurve, int pIndex, const GlissaKey& pKey)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < pCurve.KeyGetCount());
     const KTime time = pKey.GetTime();
     const Sides before(pCurve, pIndex);
     const Sides behind(pCurve, pIndex + 1);

@@ -48,6 +48,7 @@ KTime PeriodOf(double pRate)
 // The samples as a curve, for keys that lie between them.
 ScratchCurve CurveOf(const std::vector<double>& pSamples, KTime pStart, KTime pPeriod)
 {
+    CORVEKIT_ASSERT(pPeriod > KTime());
     ScratchCurve curve(GlissaCreate());
     const auto lead = static_cast<std::size_t>(kLead);
     // With two samples of the lead-out: the last key of the result may lie behind the last sample

@@ -34,6 +34,7 @@ bool IsBetween(double pValue, double pLow, double pHigh)
 
 bool IsLinear(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return pCurve.KeyGetInterpolation(pIndex) == eInterpolationLinear;
 }
 
@@ -46,6 +47,7 @@ int IndexOf(Glissa& pCurve, KTime pTime)
 // Segments of other tangent modes are left alone.
 bool IsNamedCubic(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     switch (pCurve.KeyGetTangeantMode(pIndex, false)) {
     case eTangentAuto:
     case eTangentAutoBreak:
@@ -83,6 +85,7 @@ Turns::Turns(Glissa& pCurve, int pIndex)
       mFrom(pCurve.KeyGetTime(pIndex)),
       mTo(pCurve.KeyGetTime(pIndex + 1))
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < pCurve.KeyGetCount());
     const double seconds = (mTo - mFrom).GetSecondDouble();
     const double v0 = pCurve.KeyGetValue(pIndex);
     const double v3 = pCurve.KeyGetValue(pIndex + 1);
@@ -120,6 +123,7 @@ void Turns::Add(double pS)
 // Whether the segment behind a key crosses a value where there is time for a key.
 bool HasCrossing(Glissa& pCurve, int pIndex, double pValue)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex + 1 < pCurve.KeyGetCount());
     if (pCurve.KeyGetTime(pIndex + 1) - pCurve.KeyGetTime(pIndex) <= KTime(1)) {
         return false;
     }
@@ -351,6 +355,7 @@ bool GlissaFilterClamp::ApplyClamping(Glissa& pWork, const Limit& pLimit, const 
 // The keys on the limit in the segment behind a key. pLast grows with them.
 bool GlissaFilterClamp::AddCrossings(Glissa& pCurve, int pIndex, int& pLast, const Limit& pLimit)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= pLast && pLast < pCurve.KeyGetCount());
     if (pIndex + 1 >= pCurve.KeyGetCount()) {
         return false;
     }

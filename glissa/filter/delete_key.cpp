@@ -44,6 +44,7 @@ void AddBridge(Glissa& pCurve, KTime pTime)
 // the parameters of an automatic tangent.
 void HoldInFront(Glissa& pCurve, int pIndex, float pSlope)
 {
+    CORVEKIT_ASSERT(pIndex >= -1 && pIndex < pCurve.KeyGetCount());
     if (pIndex > 0 && !IsCubicTcb(pCurve, pIndex) && IsCubic(pCurve, pIndex - 1) &&
         pCurve.KeyGetLeftDerivative(pIndex) != pSlope) {
         // Its kind shapes the seam alone.
@@ -54,6 +55,7 @@ void HoldInFront(Glissa& pCurve, int pIndex, float pSlope)
 
 void HoldBehind(Glissa& pCurve, int pIndex, float pSlope)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= pCurve.KeyGetCount());
     if (pIndex + 1 < pCurve.KeyGetCount() && !IsCubicTcb(pCurve, pIndex) &&
         IsCubic(pCurve, pIndex) && pCurve.KeyGetRightDerivative(pIndex) != pSlope) {
         HoldSlopesByUserTangent(pCurve, pIndex, {pSlope, pSlope});

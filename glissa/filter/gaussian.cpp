@@ -91,6 +91,7 @@ private:
 // The weights of the samples around a key, which sum up to 1.
 std::vector<double> GaussianWeights(double pDeviationInSamples, int pReach)
 {
+    CORVEKIT_ASSERT(pDeviationInSamples > 0.0 && pReach >= 0);
     const auto reach = static_cast<std::size_t>(pReach);
     std::vector<double> weights(2 * reach + 1, 1.0);
     double total = 1.0;
@@ -120,6 +121,7 @@ double WeightedMean(const std::vector<double>& pSamples, const std::vector<doubl
 
 bool IsCubicUser(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic &&
            (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentUser) != 0;
 }
@@ -127,6 +129,7 @@ bool IsCubicUser(const Glissa& pCurve, int pIndex)
 // Whether a key has a slope of its own, stored on its right or in the key before.
 bool HasUserSlope(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return IsCubicUser(pCurve, pIndex) ||
            (pIndex > 0 && pCurve.KeyGetInterpolation(pIndex) != eInterpolationCubic &&
             IsCubicUser(pCurve, pIndex - 1));
@@ -150,6 +153,7 @@ struct Smoothed
 Smoothed SmoothKeys(Glissa& pCurve, int pFirst, int pLast, KTime pPeriod,
                     const std::vector<double>& pWeights)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pCurve.KeyGetCount() && pPeriod > KTime());
     const KTime firstTime = pCurve.KeyGetTime(0);
     const KTime lastTime = pCurve.KeyGetTime(pCurve.KeyGetCount() - 1);
     const int reach = static_cast<int>(pWeights.size() / 2);

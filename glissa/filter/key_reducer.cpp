@@ -73,6 +73,7 @@ private:
 template <typename Evaluate>
 double MaxError(Glissa& pSource, int pFirst, int pLast, int& pWorstKey, Evaluate&& pEvaluate)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pSource.KeyGetCount());
     double largest = 0.0;
     for (int i = pFirst; i < pLast; ++i) {
         const double error = static_cast<double>(pEvaluate(pSource.KeyGetTime(i))) -
@@ -221,6 +222,7 @@ bool GlissaFilterKeyReducer::KeyReducer(Glissa& pSource, Glissa& pResult, KTime 
 double GlissaFilterKeyReducer::FindMaxError(Glissa& pSource, Glissa& pResult, int pFirst, int pLast,
                                             int& pWorstKey)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pSource.KeyGetCount());
     return MaxError(pSource, pFirst, pLast, pWorstKey, [&pResult, hint = 0](KTime pTime) mutable {
         return pResult.Evaluate(pTime, &hint);
     });
@@ -229,6 +231,7 @@ double GlissaFilterKeyReducer::FindMaxError(Glissa& pSource, Glissa& pResult, in
 // With a stack of its own: where each split is next to an end, there are as many levels as keys.
 bool GlissaFilterKeyReducer::Subdivise(Glissa& pSource, Glissa& pResult, int pFirst, int pLast)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pSource.KeyGetCount());
     const int end =
         static_cast<int>(std::floor(pResult.KeyFind(pSource.KeyGetTime(pLast), nullptr)));
     const int behindAll = pResult.KeyGetCount() - end;
@@ -273,6 +276,7 @@ bool GlissaFilterKeyReducer::Subdivise(Glissa& pSource, Glissa& pResult, int pFi
 bool GlissaFilterKeyReducer::Split(Glissa& pSource, Glissa& pResult, int pFirst, int pLast,
                                    int pBehind, int& pSplit)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pSource.KeyGetCount());
     const int next = pResult.KeyGetCount() - pBehind;
     int split = pFirst;
     const FitSegment segment(pResult, next - 1);

@@ -36,6 +36,7 @@ int GlissaFilterKeysOnFrame::LastKey(Glissa& pCurve) const
 // The multiple that a key moves to. False for a key that stays.
 bool GlissaFilterKeysOnFrame::FindFrame(Glissa& pCurve, int pIndex, KTime& pTarget) const
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     const KTime time = pCurve.KeyGetTime(pIndex);
     const KTime rest(time.Get() % mPeriod.Get());
     if (rest == KTime()) {

@@ -11,6 +11,7 @@
 template <typename Map>
 void MapKeyValues(Glissa& pCurve, int pFirst, int pLast, Map&& pMap)
 {
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pCurve.KeyGetCount());
     for (int i = pFirst; i <= pLast; ++i) {
         // Written straight into the key: what KeySetValue does besides, the bracket has done.
         KPriFCurveKey& key = pCurve.Keys()[i];

@@ -20,6 +20,7 @@ constexpr int kMostRounds = 20;
 
 double SecondsBetween(const Glissa& pCurve, int pFrom, int pTo)
 {
+    CORVEKIT_ASSERT(pFrom >= 0 && pTo < pCurve.KeyGetCount());
     return (pCurve.KeyGetTime(pTo) - pCurve.KeyGetTime(pFrom)).GetSecondDouble();
 }
 
@@ -60,6 +61,7 @@ double MeanSquaredGap(const Glissa& pCurve, KeyRange pKeys)
 // pReach  in squared seconds. The first key at that distance is out of reach.
 SlopeRange SlopesAround(const Glissa& pCurve, int pIndex, KeyRange pKeys, double pReach)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     SlopeRange slopes;
     const double value = pCurve.KeyGetValue(pIndex);
     const auto take = [&](int pOther) {

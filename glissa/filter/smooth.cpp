@@ -177,16 +177,24 @@ bool GlissaFilterSmooth::Apply(GlissaNode& pNode, bool pRecursive)
     if (!pNode.GetAnimationInterval(first, last)) {
         return false;
     }
-    if (GetStartTime() == KTime::MinusInfinite()) {
+    const KTime start = GetStartTime();
+    const KTime stop = GetStopTime();
+    if (start == KTime::MinusInfinite()) {
         SetStartTime(first);
     }
-    if (GetStopTime() == KTime::Infinite()) {
+    if (stop == KTime::Infinite()) {
         SetStopTime(last);
     }
     if (IsInfinite(GetStartTime()) || IsInfinite(GetStopTime())) {
         return false;
     }
-    return GetStartTime() < GetStopTime() ? SmoothAsQuaternions(pNode) : true;
+    if (GetStartTime() >= GetStopTime() || SmoothAsQuaternions(pNode)) {
+        return true;
+    }
+    // A refusal changes nothing: the span of this rotation is not that of the next node.
+    SetStartTime(start);
+    SetStopTime(stop);
+    return false;
 }
 
 // Smoothing a copy of the rotation as four curves, and putting its span back, needs the filters

@@ -33,6 +33,7 @@ enum Error
 
 KgeTVector ValuesOfKey(Glissa* const* pCurves, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0);
     return KgeTVector(pCurves[0]->KeyGetValue(pIndex), pCurves[1]->KeyGetValue(pIndex),
                       pCurves[2]->KeyGetValue(pIndex));
 }

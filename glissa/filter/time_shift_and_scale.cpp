@@ -37,6 +37,7 @@ void GlissaFilterTimeShiftAndScale::SetScale(double pScale)
 // With room for as many ticks as there are keys, which may have to be kept apart.
 bool GlissaFilterTimeShiftAndScale::CanMove(KTime pTime, int pKeyCount) const
 {
+    CORVEKIT_ASSERT(pKeyCount >= 0);
     const KTime shifted = pTime + mShift;
     if (shifted - mShift != pTime || shifted - pTime != mShift) {
         return false;

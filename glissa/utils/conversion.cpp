@@ -34,6 +34,7 @@ enum class Treatment
 
 Treatment TreatmentOf(const Glissa& pSource, int pIndex, const Kind& pKind)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pSource.KeyGetCount());
     if (pSource.KeyGetInterpolation(pIndex) != pKind.interpolation) {
         return Treatment::eSample;
     }
@@ -52,6 +53,7 @@ Treatment TreatmentOf(const Glissa& pSource, int pIndex, const Kind& pKind)
 
 KTime EndOfSegment(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     const int next = pIndex + 1;
     return pCurve.KeyGetTime(next < pCurve.KeyGetCount() ? next : pIndex);
 }
@@ -59,6 +61,7 @@ KTime EndOfSegment(const Glissa& pCurve, int pIndex)
 // Samples from a key on, before the next one.
 int SamplesOfSegment(const Glissa& pCurve, int pIndex, KTime pPeriod)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount() && pPeriod > KTime());
     const KTime from = pCurve.KeyGetTime(pIndex);
     const KTime to = EndOfSegment(pCurve, pIndex);
     return from < to && pPeriod >= KTime(1) ? SampleGrid(from, to - KTime(1), pPeriod).count : 1;

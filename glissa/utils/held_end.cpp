@@ -20,6 +20,7 @@ bool HoldsEnd(const Glissa& pCurve, bool pBehind)
 
 void HoldEndUpTo(Glissa& pCurve, int pOuter, bool pBehind, float pInside)
 {
+    CORVEKIT_ASSERT(pOuter >= 0 && pOuter < pCurve.KeyGetCount());
     const int end = pBehind ? pOuter - 1 : pOuter + 1;
     if (pCurve.KeyGetValue(pOuter) != pCurve.KeyGetValue(end)) {
         // The first key of the segment holds the value of the old end key.

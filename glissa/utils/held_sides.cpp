@@ -41,16 +41,19 @@ void HoldSides(Glissa& pCurve, int pIndex, float pLeft, float pRight)
 
 void HoldLeftSlope(Glissa& pCurve, int pIndex, float pSlope)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     HoldSides(pCurve, pIndex, pSlope, pCurve.KeyGetRightDerivative(pIndex));
 }
 
 void HoldRightSlope(Glissa& pCurve, int pIndex, float pSlope)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     HoldSides(pCurve, pIndex, pCurve.KeyGetLeftDerivative(pIndex), pSlope);
 }
 
 void MakeConstant(Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     const float left = pCurve.KeyGetLeftDerivative(pIndex);
     pCurve.KeySetInterpolation(pIndex, eInterpolationConstant);
     pCurve.KeySetConstantMode(pIndex, eConstantStandard);

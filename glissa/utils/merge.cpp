@@ -24,11 +24,13 @@ namespace
 {
 bool IsCubic(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic;
 }
 
 bool IsTCB(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     return IsCubic(pCurve, pIndex) && pCurve.KeyGetTangeantMode(pIndex, false) == eTangentTCB;
 }
 

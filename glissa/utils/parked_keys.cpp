@@ -19,6 +19,7 @@ constexpr int kLong = 512;
 // is not checked, whatever it is.
 void MoveKey(Glissa& pFrom, int pIndex, Glissa& pTo)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pFrom.KeyGetCount());
     const float value = std::exchange(pFrom.InternalPriKeyGetPtr(pIndex)->mValue, 0.0f);
     const int index = pTo.KeyAppend(pFrom.KeyGetTime(pIndex), &pFrom, pIndex);
     pTo.InternalPriKeyGetPtr(index)->mValue = value;
@@ -32,6 +33,7 @@ ParkedKeys::ParkedKeys(Glissa& pCurve) : mCurve(pCurve), mParked(GlissaCreate())
 
 void ParkedKeys::WorkAt(int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0);
     const int behind = mCurve.KeyGetCount() - 1 - pIndex;
     if (behind > kLong) {
         Park(behind - kStep);
@@ -42,6 +44,7 @@ void ParkedKeys::WorkAt(int pIndex)
 
 void ParkedKeys::Park(int pCount)
 {
+    CORVEKIT_ASSERT(pCount >= 0);
     const int last = mCurve.KeyGetCount() - 1;
     for (int i = last; i > last - pCount; --i) {
         MoveKey(mCurve, i, *mParked);
@@ -51,6 +54,7 @@ void ParkedKeys::Park(int pCount)
 
 void ParkedKeys::BringBack(int pCount)
 {
+    CORVEKIT_ASSERT(pCount >= 0);
     if (pCount == 0) {
         return;
     }

@@ -40,6 +40,7 @@ bool UniteKeys(unsigned& pUnion, Glissa& pCurve, KError& pError, const char* pMi
 // The place of a key in the counts, or eKindCounts.
 int CountPlace(const Glissa& pCurve, int pIndex)
 {
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     switch (pCurve.KeyGetInterpolation(pIndex)) {
     case eInterpolationConstant:
         return GlissaUtils::eCountConstant;

@@ -87,8 +87,13 @@ RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime)
     const auto way = static_cast<long double>(pTime - from);
     const auto gap = static_cast<long double>(pCurve.KeyGetTime(above).Get() - from);
     const double index = key + static_cast<double>(way) / static_cast<double>(gap);
-    return index == std::floor(index) ? PlaceAt(static_cast<int>(index))
-                                      : RefPlace{index, key, way / gap};
+    if (index != std::floor(index)) {
+        return {index, key, way / gap};
+    }
+    // A whole index is that of a key only; evaluation takes the key all the same.
+    RefPlace place = PlaceAt(static_cast<int>(index));
+    place.index = std::nextafter(index, index == key ? key + 1.0 : key);
+    return place;
 }
 
 RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime)
