@@ -86,9 +86,10 @@ TEST_F(Smoothing, ARotationNodeIsNotSmoothedAngleByAngleUnlessAskedTo)
     EXPECT_EQ(KError::kNone, filter.GetLastErrorID());
     EXPECT_FALSE(filter.Apply(*node, true));
     EXPECT_EQ(0, filter.GetLastErrorID());
-    EXPECT_EQ(Seconds(0.0), filter.GetStartTime());
-    EXPECT_EQ(Seconds(0.7), filter.GetStopTime());
+    EXPECT_EQ(KTime::MinusInfinite(), filter.GetStartTime());  // a refusal keeps the span
+    EXPECT_EQ(KTime::Infinite(), filter.GetStopTime());
     EXPECT_EQ(1.0f, node->Get(2)->FCurveGet()->KeyGetValue(1));
+    filter.SetStartTime(Seconds(0.1));
     filter.SetStopTime(filter.GetStartTime());
     EXPECT_TRUE(filter.Apply(*node, true));  // an empty span
     filter.Reset();
