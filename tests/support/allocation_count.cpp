@@ -72,12 +72,22 @@ void* operator new(std::size_t pSize)
     return memory;
 }
 
+void* operator new(std::size_t pSize, const std::nothrow_t&) noexcept
+{
+    return Fails() ? nullptr : std::malloc(pSize != 0 ? pSize : 1);
+}
+
 void operator delete(void* pMemory) noexcept
 {
     std::free(pMemory);
 }
 
 void operator delete(void* pMemory, std::size_t) noexcept
+{
+    std::free(pMemory);
+}
+
+void operator delete(void* pMemory, const std::nothrow_t&) noexcept
 {
     std::free(pMemory);
 }

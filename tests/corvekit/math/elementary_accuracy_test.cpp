@@ -39,7 +39,9 @@ double Between(double pLeast, double pGreatest)
 }
 double OfAnySize(int pLeast, int pGreatest)
 {
-    return std::ldexp(Between(-1, 1), static_cast<int>(Between(pLeast, pGreatest)));
+    // In a stated order: compilers evaluate arguments in orders of their own.
+    const double fraction = Between(-1, 1);
+    return std::ldexp(fraction, static_cast<int>(Between(pLeast, pGreatest)));
 }
 
 // Angles of any size, and next to multiples of 45 degrees.
@@ -69,8 +71,8 @@ void CosineOfAngle(double* pX, int pKind)
 void BaseAndExponent(double* pX, int pKind)
 {
     pX[0] = pKind == 2 ? 1.0 + OfAnySize(-50, -1) : std::fabs(OfAnySize(-1070, 1020));
-    pX[1] = pKind == 0 ? Between(-2, 2)
-                       : Between(-745, 710) / std::log(pX[0]) * (pKind == 1 ? Between(0, 1) : 1);
+    const double share = pKind == 1 ? Between(0, 1) : 1.0;
+    pX[1] = pKind == 0 ? Between(-2, 2) : Between(-745, 710) / std::log(pX[0]) * share;
 }
 void Number(double* pX, int pKind)
 {
