@@ -355,7 +355,7 @@ bool GlissaFilterClamp::ApplyClamping(Glissa& pWork, const Limit& pLimit, const 
 // The keys on the limit in the segment behind a key. pLast grows with them.
 bool GlissaFilterClamp::AddCrossings(Glissa& pCurve, int pIndex, int& pLast, const Limit& pLimit)
 {
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= pLast && pLast < pCurve.KeyGetCount());
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= pLast && pIndex < pCurve.KeyGetCount());
     if (pIndex + 1 >= pCurve.KeyGetCount()) {
         return false;
     }
