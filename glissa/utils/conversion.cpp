@@ -61,7 +61,7 @@ KTime EndOfSegment(const Glissa& pCurve, int pIndex)
 // Samples from a key on, before the next one.
 int SamplesOfSegment(const Glissa& pCurve, int pIndex, KTime pPeriod)
 {
-    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount() && pPeriod > KTime());
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
     const KTime from = pCurve.KeyGetTime(pIndex);
     const KTime to = EndOfSegment(pCurve, pIndex);
     return from < to && pPeriod >= KTime(1) ? SampleGrid(from, to - KTime(1), pPeriod).count : 1;

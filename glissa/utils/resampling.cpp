@@ -49,7 +49,6 @@ template <typename AppendKey>
 void FillWithSamples(Glissa& pResult, KTime pStart, KTime pStop, KTime pPeriod, bool pAddStop,
                      AppendKey&& pAppendKey)
 {
-    CORVEKIT_ASSERT(pPeriod > KTime());
     const SampleGrid grid(pStart, pStop, pPeriod);
     if (!(pStart < pStop) || grid.count == 0) {
         return;
