@@ -5,7 +5,6 @@
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
-#include "glissa/filter/clamp.h"
 #include "glissa/node/node.h"
 #include "glissa/utils/utils.h"
 
@@ -34,12 +33,16 @@ KTime TimeOf(Glissa& pCurve, int pIndex)
     return pIndex < pCurve.KeyGetCount() ? pCurve.KeyGetTime(pIndex) : KTime::Infinite();
 }
 
-// Fills in the largest distance of two curves: a walk over the key times of both, in order.
-void Compare(Glissa& pBefore, Glissa& pAfter, FilterResult& pResult)
+// Fills in the largest distance of two curves within a span: a walk over the key times of both, in
+// order.
+void Compare(Glissa& pBefore, Glissa& pAfter, const FilterTimes& pTimes, FilterResult& pResult)
 {
     int hintBefore = 0;
     int hintAfter = 0;
     const auto look = [&](KTime pTime) {
+        if (pTime < pTimes.mStart || pTime > pTimes.mStop) {
+            return;
+        }
         const double change = std::fabs(double{pAfter.Evaluate(pTime, &hintAfter)} -
                                         double{pBefore.Evaluate(pTime, &hintBefore)});
         if (change > pResult.mLargestChange) {
@@ -64,17 +67,8 @@ void Compare(Glissa& pBefore, Glissa& pAfter, FilterResult& pResult)
 
 bool IsBetweenKeys(Glissa& pCurve, KTime pTime)
 {
-    return pTime > pCurve.KeyGetTime(0) && pTime < pCurve.KeyGetTime(pCurve.KeyGetCount() - 1);
-}
-
-// Keys at the ends of the span, where they are inside the curve.
-void AddEnds(Glissa& pCurve, const FilterTimes& pTimes)
-{
-    for (const KTime time : {pTimes.mStart, pTimes.mStop}) {
-        if (IsBetweenKeys(pCurve, time)) {
-            pCurve.KeyInsert(time);
-        }
-    }
+    const int count = pCurve.KeyGetCount();
+    return count > 0 && pTime > pCurve.KeyGetTime(0) && pTime < pCurve.KeyGetTime(count - 1);
 }
 
 int IndexAt(Glissa& pCurve, KTime pTime)
@@ -82,6 +76,21 @@ int IndexAt(Glissa& pCurve, KTime pTime)
     const int index = static_cast<int>(std::lround(pCurve.KeyFind(pTime, nullptr)));
     return index >= 0 && index < pCurve.KeyGetCount() && pCurve.KeyGetTime(index) == pTime ? index
                                                                                            : -1;
+}
+
+// A key at a time, with the value that the curve has there.
+int AddKeyAt(Glissa& pCurve, KTime pTime)
+{
+    if (IsBetweenKeys(pCurve, pTime)) {
+        pCurve.KeyInsert(pTime);
+    } else if (IndexAt(pCurve, pTime) < 0) {
+        // Beyond the keys: a clamp removes those at the ends as well.
+        GlissaKey key;
+        key.SetValue(pCurve.Evaluate(pTime, nullptr));
+        key.SetInterpolation(eInterpolationConstant);
+        return pCurve.KeyAdd(pTime, key);
+    }
+    return IndexAt(pCurve, pTime);
 }
 
 // Makes the slopes of a key its own, whatever its neighbours become.
@@ -98,46 +107,22 @@ void FixSlopes(Glissa& pCurve, int pIndex)
     }
 }
 
-// The clamp leaves the key at a start between two keys. Beyond a limit, the curve behind it is held
-// at the limit up to the key where it crosses.
-void LimitStart(Glissa& pCurve, const GlissaFilterClamp& pClamp, KTime pStart)
-{
-    const int index = IsBetweenKeys(pCurve, pStart) ? IndexAt(pCurve, pStart) : -1;
-    if (index < 0) {
-        return;
-    }
-    const double value = double{pCurve.KeyGetValue(index)};
-    double limited = pClamp.GetApplyCeilClamping() ? std::min(value, pClamp.GetCeil()) : value;
-    limited = pClamp.GetApplyFloorClamping() ? std::max(limited, pClamp.GetFloor()) : limited;
-    if (limited != value) {
-        pCurve.KeySetValue(index, static_cast<float>(limited));
-        pCurve.KeySetInterpolation(index, eInterpolationConstant);
-    }
-}
-
-// Puts the curve before a filter back outside the span: the filtered curve, which has keys at the
-// ends of the span, changes to it within a tick.
+// Puts the curve before a filter back outside the span: the filtered curve gets keys at the ends of
+// the span and changes to the old one within a tick.
 void KeepOutside(Glissa& pBefore, Glissa& pCurve, const FilterTimes& pTimes)
 {
     const KTime tick(1);
     const OwnedCurve whole = Duplicate(pBefore);
     const bool hasStart = IsBetweenKeys(pBefore, pTimes.mStart);
     const bool hasStop = IsBetweenKeys(pBefore, pTimes.mStop);
-    // The outer keys of the two pairs first: the inner ones are replaced.
-    for (const auto& [has, time] :
-         {std::pair(hasStart, pTimes.mStart - tick), std::pair(hasStop, pTimes.mStop + tick)}) {
-        if (has) {
-            whole->KeyInsert(time);
-            FixSlopes(*whole, IndexAt(*whole, time));
-        }
-    }
     const OwnedCurve inside = Duplicate(pCurve);
-    AddEnds(*inside, pTimes);
-    for (const auto& [has, time] :
-         {std::pair(hasStart, pTimes.mStart), std::pair(hasStop, pTimes.mStop)}) {
-        if (has) {
-            FixSlopes(*inside, IndexAt(*inside, time));
-        }
+    if (hasStart) {
+        FixSlopes(*whole, AddKeyAt(*whole, pTimes.mStart - tick));
+        FixSlopes(*inside, AddKeyAt(*inside, pTimes.mStart));
+    }
+    if (hasStop) {
+        FixSlopes(*whole, AddKeyAt(*whole, pTimes.mStop + tick));
+        FixSlopes(*inside, AddKeyAt(*inside, pTimes.mStop));
     }
     const KeyModifyBracket bracket(pCurve);
     pCurve.CopyFrom(*whole, true);
@@ -187,7 +172,7 @@ FilterOutcome OutcomeOf(GlissaFilter& pFilter)
 // What became of a curve that the filter was applied to.
 void Finish(Glissa& pBefore, Glissa& pCurve, GlissaFilter& pFilter, FilterResult& pResult)
 {
-    Compare(pBefore, pCurve, pResult);
+    Compare(pBefore, pCurve, {}, pResult);
     const bool changed =
         pResult.mLargestChange > 0.0 || !GlissaUtils::CompareCurve(&pBefore, &pCurve);
     pResult.mOutcome = changed ? FilterOutcome::changed : OutcomeOf(pFilter);
@@ -214,23 +199,15 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
     }
     const OwnedCurve before = Duplicate(curve);
     const bool limited = pTimes.IsLimited() && curve.KeyGetCount() > 0;
-    const bool isApart = limited && pEntry.mSpan == FilterSpan::outward;
-    OwnedCurve prepared;
-    if (isApart) {
-        AddEnds(curve, pTimes);
-        prepared = Duplicate(curve);
-    }
     pEntry.mScope == FilterScope::leaf ? pFilter.Apply(*pChannel.mLeaf, false)
                                        : pFilter.Apply(curve);
-    if (isApart) {
-        if (const auto* const clamp = dynamic_cast<const GlissaFilterClamp*>(&pFilter)) {
-            LimitStart(curve, *clamp, pTimes.mStart);
-        }
-        // What a filter answers does not include keys that it only made constant.
-        if (GlissaUtils::CompareCurve(prepared.get(), &curve)) {
+    if (limited && pEntry.mSpan == FilterSpan::outward &&
+        !GlissaUtils::CompareCurve(before.get(), &curve)) {
+        FilterResult inside;
+        KeepOutside(*before, curve, pTimes);
+        Compare(*before, curve, pTimes, inside);
+        if (inside.mLargestChange == 0.0) {
             curve.CopyFrom(*before, true);
-        } else {
-            KeepOutside(*before, curve, pTimes);
         }
     }
     if (limited && curve.KeyGetCount() > 0) {
@@ -311,7 +288,9 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
     // would reach the next one.
     const auto make = [&] {
         std::unique_ptr<GlissaFilter> filter = pSetup.Make(pFrame, report);
-        if (entry.mSpan != FilterSpan::none) {
+        // These change values one by one: the whole curve is filtered, so that the tangents at the
+        // ends of the span follow changed keys on both sides, and put back outside the span.
+        if (entry.mSpan == FilterSpan::inward) {
             entry.mSetSpan(*filter, pTimes.mStart, pTimes.mStop);
         }
         return filter;

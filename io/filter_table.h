@@ -54,7 +54,8 @@ enum class FilterScope
 /// How a filter treats a limited span of time.
 enum class FilterSpan
 {
-    /// Works on the keys around the span too. RunFilter keeps the curve outside the span as it was.
+    /// Changes values one by one, and those of keys around the span too. RunFilter filters the
+    /// whole curve and puts the old one back outside the span.
     outward,
     /// Leaves the keys outside alone. The segments that the ends of the span cut follow the keys
     /// inside, and with automatic tangents the segments next to these do.
