@@ -191,7 +191,7 @@ bool IsEulerRotation(const GlissaNode& pNode)
 // by a turn. pIsSum  the angles are a part of a sum, with the weight of the layer in it.
 void MakeNearest(GlissaNode& pLayer, double* pAngles, KTime pTime, int* pHint, bool pIsSum)
 {
-    CORVEKIT_ASSERT(pAngles && pLayer.GetCount() >= 3);
+    CORVEKIT_ASSERT(pAngles);
     double held[kNodeZeroValues] = {};
     EvaluateLayer(pLayer, held, pTime, pHint, !pIsSum);
     if (pIsSum) {
