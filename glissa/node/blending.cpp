@@ -48,12 +48,11 @@ void BlendOlder(double* pResult, double* pValues, double pWeight, eLayerMode pMo
     const KgeRVector angles = OlderEulerAngles(KgeRMatrix(blended), pOrder);
     std::copy_n(angles.Data(), 3, pResult);
 }
-}  // namespace
 
-void BlendLayer(GlissaNode& pLayer, double* pResult, double* pValues, KTime pTime, int pExcludedId,
-                RunningRotation& pRunning)
+// BlendLayer into an array that has room for all values of the layer.
+void BlendOnto(GlissaNode& pLayer, double* pResult, double* pValues, KTime pTime, int pExcludedId,
+               RunningRotation& pRunning)
 {
-    CORVEKIT_ASSERT(pResult && pValues && pResult != pValues);
     const GlissaNodeState& state = StateOf(pLayer);
     const GlissaLayerInfo& info = state.mLayer;
     double weight = info.GetWeight(pTime);
@@ -96,6 +95,28 @@ void BlendLayer(GlissaNode& pLayer, double* pResult, double* pValues, KTime pTim
     default:
         break;
     }
+}
+}  // namespace
+
+void BlendLayer(GlissaNode& pLayer, double* pResult, double* pValues, KTime pTime, int pExcludedId,
+                RunningRotation& pRunning)
+{
+    CORVEKIT_ASSERT(pResult && pValues && pResult != pValues);
+    const GlissaNodeState& state = StateOf(pLayer);
+    const GlissaNode* const base = state.mObjectLayer;
+    const int room = base ? std::max(BlendedCount(StateOf(*base)), 1) : kNodeZeroValues;
+    if (BlendedCount(state) <= room) {
+        BlendOnto(pLayer, pResult, pValues, pTime, pExcludedId, pRunning);
+        return;
+    }
+    // The array has room for the values of the base. Those of further children of the layer have
+    // nothing to be blended with and are left out.
+    double result[kNodeZeroValues] = {};
+    pRunning.WriteAngles(pResult);
+    std::copy_n(pResult, room, result);
+    BlendOnto(pLayer, result, pValues, pTime, pExcludedId, pRunning);
+    pRunning.WriteAngles(result);
+    std::copy_n(result, room, pResult);
 }
 
 void GlissaNode::AccumulateValue(double* pResult, double* pValues, KTime pTime, int pExcludedId,

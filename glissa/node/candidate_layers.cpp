@@ -16,6 +16,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <vector>
 
 namespace
 {
@@ -137,6 +138,29 @@ double WeightInTotal(const GlissaNode& pLayer, KTime pTime)
     return static_cast<double>(weight);
 }
 
+// The values that callers have for a node of a layer: those of its base.
+int GivenCount(const GlissaNodeState& pState)
+{
+    return WidthOf(pState.mObjectLayer ? StateOf(*pState.mObjectLayer) : pState);
+}
+
+// Takes the weight of a layer out of its values, in place.
+void ResolveGiven(GlissaNode& pLayer, double* pValues, KTime pTime)
+{
+    const double weight = WeightInTotal(pLayer, pTime);
+    const int given = GivenCount(StateOf(pLayer));
+    const int count = StateOf(pLayer).ValueCount();
+    if (count <= given) {
+        pLayer.ResolveWeightedValue(pValues, weight);
+        return;
+    }
+    // A layer may have children that its base lacks.
+    std::vector<double> values(static_cast<std::size_t>(count));
+    std::copy_n(pValues, given, values.begin());
+    pLayer.ResolveWeightedValue(values.data(), weight);
+    std::copy_n(values.begin(), given, pValues);
+}
+
 // Sets the pending values of a layer, which is made where it is missing. With pResolve its weight
 // is taken out of them, in place. The time is warped already.
 double* SetInLayer(GlissaNode& pNode, KTime pTime, double* pValues, const GlissaLayerInfo& pInfo,
@@ -156,7 +180,7 @@ double* SetInLayer(GlissaNode& pNode, KTime pTime, double* pValues, const Glissa
         return next ? next->CandidateSetSpecificLayer(pTime, pValues, pInfo, pResolve) : pValues;
     }
     if (pResolve && !isBranch) {
-        pNode.ResolveWeightedValue(pValues, WeightInTotal(pNode, pTime));
+        ResolveGiven(pNode, pValues, pTime);
     }
     if (Glissa* curve = state.mCurve; curve && !curve->IsLocked()) {
         curve->CandidateSet(pTime, pValues[0]);
@@ -168,7 +192,11 @@ double* SetInLayer(GlissaNode& pNode, KTime pTime, double* pValues, const Glissa
         return pValues + 1;
     }
     double* running = pValues;
+    const double* const end = pValues + GivenCount(state);
     for (GlissaNode* child : state.mChildren) {
+        if (GivenCount(StateOf(*child)) > end - running) {
+            break;
+        }
         // The weight of a leaf with a parent has been taken out here.
         const GlissaNodeState& below = StateOf(*child);
         const bool isWeighted = !below.mCurve || !below.mParent;
@@ -191,7 +219,7 @@ bool IsEulerRotation(const GlissaNode& pNode)
 // by a turn. pIsSum  the angles are a part of a sum, with the weight of the layer in it.
 void MakeNearest(GlissaNode& pLayer, double* pAngles, KTime pTime, int* pHint, bool pIsSum)
 {
-    CORVEKIT_ASSERT(pAngles);
+    CORVEKIT_ASSERT(pAngles && WidthOf(StateOf(pLayer)) <= kNodeZeroValues);
     double held[kNodeZeroValues] = {};
     EvaluateLayer(pLayer, held, pTime, pHint, !pIsSum);
     if (pIsSum) {
@@ -330,6 +358,12 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
         CandidateClear(0, true);
         return true;
     }
+    const GlissaNode* const target = LayerGet(id);
+    if (GivenCount(*mState) > kNodeZeroValues ||
+        (target && WidthOf(StateOf(*target)) > kNodeZeroValues)) {
+        // A chain that a host built: its base or this layer has more values than are blended.
+        return true;
+    }
     double wanted[kNodeZeroValues] = {};
     KTime pending = kNoTime;
     if (IsCandidate()) {
@@ -351,7 +385,7 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
             // a weight out of a rotation leaves no turns.
             const bool isSum = layer->GetLayerType() != eLayerTypeRotation && mState->IsBlended();
             if (!isSum && pResolve) {
-                layer->ResolveWeightedValue(pValues, WeightInTotal(*layer, time));
+                ResolveGiven(*layer, pValues, time);
                 resolves = false;
             }
             MakeNearest(*layer, pValues, time, pLast, isSum);

@@ -134,7 +134,10 @@ bool GlissaNode::CandidateKeySpecificLayer(int* pLast, int pId, bool* pMask, int
         }
         return true;
     }
-    for (int i = 0; i < GetCount(); ++i) {
+    // A mask has an entry for each child of the base, a layer may have more.
+    GlissaNode* const base = mState->mObjectLayer;
+    const int count = pMask && base ? std::min(GetCount(), base->GetCount()) : GetCount();
+    for (int i = 0; i < count; ++i) {
         if (!pMask || pMask[i]) {
             Get(i)->CandidateKeySpecificLayer(pLast, id, pMask ? &pMask[i] : nullptr,
                                               pInterpolation, pTangentMode, pContinuity,

@@ -429,7 +429,8 @@ public:
     double* Internal_GeneralEvaluateLayerExcluded(double* pValues, KTime pTime, int pExcludedId,
                                                   int pFirstId, int pLastId);
     /// The values of one layer, weighted; with pForce unweighted, muted or not. Nothing is written
-    /// where the chain lacks the layer. For a rotation the answer is pValues.
+    /// where the chain lacks the layer. For a rotation the answer is pValues. A layer to which a
+    /// host has added children has more values than its base.
     double* EvaluateSpecificLayer(double* pValues, KTime pTime, int pId, int* pHint = nullptr,
                                   bool pForce = false);
     /// The angles of a rotation of three curves. With GetUseQuaternion, between two keys of the X

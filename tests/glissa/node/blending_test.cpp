@@ -269,6 +269,26 @@ TEST(NodeEvaluation, ARotationMayHaveMoreOrFewerThanThreeChildren)
     }
 }
 
+TEST(NodeEvaluation, ALayerMayHaveMoreChildrenThanItsBase)
+{
+    StubLayer layer;
+    layer.mWeight = 0.5;
+    for (const EGlissaLayerType type :
+         {eLayerTypeVector, eLayerTypeScaling, eLayerTypeRotation, eLayerTypeRotationByChannel}) {
+        const NodePtr node = MakeWide(2, type);
+        GlissaNode* const top = node->CreateLayerAt(GlissaLayerInfo(1, &layer));
+        for (const char* name : {"third", "fourth"}) {
+            top->FindOrCreate(name, true)->FCurveGet()->SetValue(7.0f);
+        }
+        // Hosts have room for the values of the base.
+        Values values = {3, 4, 99};
+        node->CandidateSetSpecificLayer(kNow, values.data(), GlissaLayerInfo(1, &layer), true);
+        node->GeneralEvaluate(values.data(), kNow);
+        EXPECT_EQ(values[2], 99);
+        EXPECT_EQ(top->Get(2)->LayerGet(), nullptr);
+    }
+}
+
 TEST(NodeEvaluation, ExtremeTimesWeightsAndValuesRunThrough)
 {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
