@@ -47,6 +47,17 @@ inline CubicPoints PointsOfSlopes(float pFrom, float pTo, float pRightSlope, flo
             static_cast<float>(pTo - pLeftSlope * pSeconds / 3.0), pTo};
 }
 
+/// The slope of such a cubic, in value per second. The parameter is rounded to float.
+inline float SlopeOfCubic(const CubicPoints& pPoints, double pT, float pSeconds)
+{
+    const double t = static_cast<float>(pT);
+    const float d0 = pPoints.p1 - pPoints.p0;
+    const float d1 = pPoints.p2 - pPoints.p1;
+    const float d2 = pPoints.p3 - pPoints.p2;
+    const float slope = Between(Between(d0, d1, t), Between(d1, d2, t), t);
+    return static_cast<float>(slope * 3.0 / pSeconds);
+}
+
 /// Where a weighted segment reaches a time.
 ///
 /// The time axis is the Bézier 0, wr, 1 - wl, 1. The answer s, with 1 at the start of the segment,

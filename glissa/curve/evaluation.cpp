@@ -221,13 +221,7 @@ inline float ValueAt(const KeyList& pKeys, const SegmentPlace& pPlace)
 float CubicSlope(const Segment& pSegment, double pT)
 {
     const CubicShape shape = ShapeOf(pSegment);
-    const CubicPoints p = PointsOf(pSegment, shape);
-    const double t = static_cast<float>(pT);
-    const float d0 = p.p1 - p.p0;
-    const float d1 = p.p2 - p.p1;
-    const float d2 = p.p3 - p.p2;
-    const float slope = Between(Between(d0, d1, t), Between(d1, d2, t), t);
-    return static_cast<float>(slope * 3.0 / shape.seconds);
+    return SlopeOfCubic(PointsOf(pSegment, shape), pT, shape.seconds);
 }
 
 // The difference of the last two points of de Casteljau.

@@ -16,16 +16,6 @@
 
 namespace
 {
-/// A slope is kept when it is met to this share of the steepest slope or secant at its key: some
-/// roundings of float more than the parameters of a well-placed key need.
-constexpr double kKeptShare = 0x1p-20;
-/// Slopes are the same to this share of their own: nothing is written for a rounding.
-constexpr double kSameShare = 0x1p-22;
-/// On an automatic side as well to this much: slopes and differences of secants below 1e-5 count as
-/// zero where a parameter is computed, and the mean of the secants may then replace a slope that
-/// differs by 2.5 of these.
-constexpr double kKeptAutoSlope = 4e-5;
-
 // A kind without a name has slope 0 and no slot for the left slope of the key behind.
 bool HasNoSlopes(const Glissa& pCurve, int pIndex)
 {
@@ -75,20 +65,12 @@ struct Hold
     const Slopes* next;
 };
 
-bool IsNear(double pGot, double pWanted, double pTolerance)
-{
-    return pGot == pWanted || std::fabs(pGot - pWanted) <= pTolerance;
-}
-
 // Whether the slopes are met as nearly as a float parameter can.
 bool HasSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
 {
     const Slopes got = SlopesOf(pCurve, pIndex);
-    const auto isSame = [](double pGot, double pWanted) {
-        return IsNear(pGot, pWanted, kSameShare * std::fabs(pWanted));
-    };
-    return (!LeftCounts(pCurve, pIndex) || isSame(got.left, pSlopes.left)) &&
-           (!RightCounts(pCurve, pIndex) || isSame(got.right, pSlopes.right));
+    return (!LeftCounts(pCurve, pIndex) || IsSameSlope(got.left, pSlopes.left)) &&
+           (!RightCounts(pCurve, pIndex) || IsSameSlope(got.right, pSlopes.right));
 }
 
 bool KeepsSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
@@ -100,8 +82,7 @@ bool KeepsSlopes(Glissa& pCurve, int pIndex, Slopes pSlopes)
     const bool isUser = (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentUser) != 0;
     const Slopes got = SlopesOf(pCurve, pIndex);
     const auto isKept = [&](double pGot, double pWanted) {
-        const double share = kKeptShare * std::max(isUser ? 0.0 : secants, std::fabs(pWanted));
-        return IsNear(pGot, pWanted, share + (isUser ? 0.0 : kKeptAutoSlope));
+        return isUser ? IsKeptSlope(pGot, pWanted) : IsKeptAutoSlope(pGot, pWanted, secants);
     };
     return (!LeftCounts(pCurve, pIndex) || isKept(got.left, pSlopes.left)) &&
            (!RightCounts(pCurve, pIndex) || isKept(got.right, pSlopes.right));

@@ -5,6 +5,37 @@
 
 #include "glissa/curve/curve.h"
 
+#include <algorithm>
+#include <cmath>
+
+// How near a slope has to come to the one wanted.
+
+inline bool IsNear(double pGot, double pWanted, double pTolerance)
+{
+    return pGot == pWanted || std::fabs(pGot - pWanted) <= pTolerance;
+}
+
+/// Whether nothing needs to be written: the difference is a rounding.
+inline bool IsSameSlope(double pGot, double pWanted)
+{
+    return IsNear(pGot, pWanted, 0x1p-22 * std::fabs(pWanted));
+}
+
+/// Whether a slope is kept, to some roundings of float more than the parameters of a well-placed
+/// key need.
+inline bool IsKeptSlope(double pGot, double pWanted)
+{
+    return IsNear(pGot, pWanted, 0x1p-20 * std::fabs(pWanted));
+}
+
+/// The same for a slope that follows from a parameter and the secants of its key, of which pSecant
+/// is the steepest. Slopes and differences of secants below 1e-5 count as zero where a parameter is
+/// computed, and the mean of the secants may then replace a slope that differs by 2.5 of these.
+inline bool IsKeptAutoSlope(double pGot, double pWanted, double pSecant)
+{
+    return IsNear(pGot, pWanted, 0x1p-20 * std::max(pSecant, std::fabs(pWanted)) + 4e-5);
+}
+
 /// Slopes on both sides of a key.
 struct Slopes
 {

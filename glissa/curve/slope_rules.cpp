@@ -14,15 +14,6 @@ namespace
 constexpr double kFlatValueDifference = 0.0001;
 constexpr double kSmallAuto = 0.01;       // a time independent tangent this near 0 is a secant
 constexpr double kSlopeTolerance = 1e-5;  // where two slopes or parameters count as equal
-constexpr double kAutoRange = 500.0;      // beyond, the slope leaves the secants along a parabola
-constexpr double kParabolaScale = 1000.0;
-
-// P(a): how far, squared, a parameter lies beyond the range.
-double Beyond(double pAuto)
-{
-    const double excess = (std::fabs(pAuto) - kAutoRange) / kAutoRange;
-    return excess * excess;
-}
 
 // Kochanek and Bartels, Interpolating splines with local tension, continuity and bias control,
 // 1984. Each factor times its secant is rounded to float before the sum.
@@ -178,28 +169,6 @@ float LeftSlopeOfStep(const KeyWindow& pKey, bool pExtremes)
     return kind == eTangentTCB && isLinear && pKey.next ? RightSlopeOfKey(pKey, false) : 0.0f;
 }
 }  // namespace
-
-double SlopeFromAuto(KeySide pSide, double pAuto, double pToLeft, double pToRight)
-{
-    const bool isLeft = pSide == KeySide::kLeft;
-    const double near = isLeft ? pToLeft : pToRight;
-    const double far = isLeft ? pToRight : pToLeft;
-    // On the left side the secants themselves, which the blend would miss by a rounding.
-    if (isLeft && std::fabs(pAuto - 100.0) < kSlopeTolerance) {
-        return near;
-    }
-    if (isLeft && std::fabs(pAuto + 100.0) < kSlopeTolerance) {
-        return far;
-    }
-    const double blend = AutoBlend(pAuto, near, far);
-    if (!(std::fabs(pAuto) > kAutoRange)) {
-        return blend;
-    }
-    // The parabola continues from the near secant, away from the far one.
-    const bool isNearAbove = near > far || (!isLeft && near - far == 0.0);
-    return blend +
-           Beyond(pAuto) * (isNearAbove == (pAuto > 0.0) ? kParabolaScale : -kParabolaScale);
-}
 
 void SecantsOfKey(const KeyWindow& pKey, double& pToLeft, double& pToRight)
 {

@@ -10,6 +10,8 @@
 #include "glissa/curve/key_weight.h"
 #include "glissa/curve/ticks.h"
 
+#include <cmath>
+
 /// A key between its neighbours; null where there is none.
 struct KeyWindow
 {
@@ -52,7 +54,31 @@ enum class KeySide
 };
 
 /// The slope of one side of a key from its auto parameter and the secants to its neighbours.
-double SlopeFromAuto(KeySide pSide, double pAuto, double pToLeft, double pToRight);
+inline double SlopeFromAuto(KeySide pSide, double pAuto, double pToLeft, double pToRight)
+{
+    constexpr double kTolerance = 1e-5;
+    constexpr double kRange = 500.0;  // beyond, the slope leaves the secants along a parabola
+    constexpr double kParabolaScale = 1000.0;
+    const bool isLeft = pSide == KeySide::kLeft;
+    const double near = isLeft ? pToLeft : pToRight;
+    const double far = isLeft ? pToRight : pToLeft;
+    // On the left side the secants themselves, which the blend would miss by a rounding.
+    if (isLeft && std::fabs(pAuto - 100.0) < kTolerance) {
+        return near;
+    }
+    if (isLeft && std::fabs(pAuto + 100.0) < kTolerance) {
+        return far;
+    }
+    const double blend = AutoBlend(pAuto, near, far);
+    if (!(std::fabs(pAuto) > kRange)) {
+        return blend;
+    }
+    // The parabola continues from the near secant, away from the far one.
+    const double excess = (std::fabs(pAuto) - kRange) / kRange;
+    const bool isNearAbove = near > far || (!isLeft && near - far == 0.0);
+    return blend +
+           excess * excess * (isNearAbove == (pAuto > 0.0) ? kParabolaScale : -kParabolaScale);
+}
 
 /// Secants to the neighbours; at an end both are the one that exists. A lone key leaves
 /// pToRight as it is and copies it to pToLeft.

@@ -10,8 +10,9 @@
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
 #include "glissa/utils/held_end.h"
+#include "glissa/utils/key_feed.h"
 #include "glissa/utils/key_rewrite.h"
-#include "glissa/utils/parked_keys.h"
+#include "glissa/utils/plain_insertion.h"
 
 #include <algorithm>
 #include <deque>
@@ -24,19 +25,6 @@ const char* const kErrors[] = {"No key",         "Left unchanged",  "Multiple ke
                                "Unsynched keys", "Too many curves", nullptr};
 constexpr int kMostChildrenAsked = 19;
 constexpr KTime kTick(1);
-
-// Adds a key outside the keys of a curve that holds its end value there. Gives its index.
-int AddOutside(Glissa& pCurve, KTime pTime, int& pHint)
-{
-    const bool isBehind = pTime > pCurve.KeyGetTime(0);
-    const int end = isBehind ? pCurve.KeyGetCount() - 1 : 0;
-    const float inside =
-        isBehind ? pCurve.KeyGetLeftDerivative(end) : pCurve.KeyGetRightDerivative(end);
-    pCurve.KeyInsert(pTime, &pHint);
-    const int index = isBehind ? end + 1 : 0;
-    HoldEndUpTo(pCurve, index, isBehind, inside);
-    return index;
-}
 
 // Whether a curve has a key at each time.
 bool HasKeys(const Glissa& pCurve, const std::vector<KTime>& pTimes)
@@ -51,34 +39,51 @@ bool HasKeys(const Glissa& pCurve, const std::vector<KTime>& pTimes)
     });
 }
 
+// Adds a key outside the keys of a curve. Where that holds its end value, it does so up to the key.
+void AddOutside(Glissa& pCurve, KTime pTime, float pValue, bool pIsHeld)
+{
+    const int count = pCurve.KeyGetCount();
+    const bool isBehind = count > 0 && pTime > pCurve.KeyGetTime(0);
+    const int end = isBehind ? count - 1 : 0;
+    const float inside =
+        isBehind ? pCurve.KeyGetLeftDerivative(end) : pCurve.KeyGetRightDerivative(end);
+    int hint = end;
+    pCurve.CandidateSet(pTime, pValue);
+    pCurve.KeyInsert(pTime, &hint);
+    const int index = isBehind ? end + 1 : 0;
+    if (pIsHeld) {
+        HoldEndUpTo(pCurve, index, isBehind, inside);
+    }
+    pCurve.KeySetValue(index, pValue);
+}
+
 // Puts the keys of the times that are missing into a curve, with the values that it had there.
 void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
 {
     const int count = pCurve.KeyGetCount();
     const bool holdsFirst = count > 0 && HoldsEnd(pCurve, false);
     const bool holdsLast = count > 0 && HoldsEnd(pCurve, true);
-    KeyRewrite rewrite(pCurve);
-    {
-        Glissa& work = rewrite.Work();
-        ParkedKeys parked(work);
-        int hint = 0;
-        int hintBefore = 0;
-        for (const KTime time : pTimes) {
-            const double place = work.KeyFind(time, &hint);
-            hint = std::clamp(static_cast<int>(place), 0, std::max(work.KeyGetCount() - 1, 0));
-            if (count == 0 || work.KeyGetTime(hint) != time) {
-                parked.WorkAt(hint);
-                if ((holdsFirst && time < work.KeyGetTime(0)) ||
-                    (holdsLast && time > pCurve.KeyGetTime(count - 1))) {
-                    hint = AddOutside(work, time, hint);
-                } else {
-                    work.KeyInsert(time, &hint);
-                }
+    KeyRewrite rewrite = KeyRewrite::WithoutKeys(pCurve);
+    Glissa& work = rewrite.Work();
+    work.InitBuffers(count + static_cast<int>(pTimes.size()), false);
+    KeyFeed feed(pCurve, work);
+    int hintBefore = 0;
+    for (const KTime time : pTimes) {
+        const int index = feed.BringUpTo(time);
+        const float value = pCurve.Evaluate(time, &hintBefore);
+        if (index < work.KeyGetCount() && work.KeyGetTime(index) == time) {
+            work.KeySetValue(index, value);
+        } else if (index == 0 || index == work.KeyGetCount()) {
+            AddOutside(work, time, value, index == 0 ? holdsFirst : holdsLast);
+        } else if (!InsertPlainKey(work, index - 1, time, value)) {
+            int hint = index;
+            work.KeyInsert(time, &hint);
+            if (work.KeyGetTime(hint) == time) {
+                work.KeySetValue(hint, value);
             }
-            work.KeySetValue(hint, pCurve.Evaluate(time, &hintBefore));
         }
-        parked.BringAllBack();
     }
+    feed.BringRest();
     rewrite.Commit();
 }
 

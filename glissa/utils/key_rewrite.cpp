@@ -31,8 +31,9 @@ int DifferenceOf(const GlissaKeyAttributes& pOld, const GlissaKeyAttributes& pNe
 }
 }  // namespace
 
-KeyRewrite::KeyRewrite(Glissa& pCurve) : mCurve(pCurve), mWork(pCurve.Copy())
+KeyRewrite::KeyRewrite(Glissa& pCurve, bool pWithKeys) : mCurve(pCurve), mWork(GlissaCreate())
 {
+    mWork->CopyFrom(pCurve, pWithKeys);
     mWork->SetCallbackForCustomKeyAddEnabled(false);
     mWork->SetCallbackForCustomKeyChangeEnabled(false);
 }

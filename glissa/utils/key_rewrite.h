@@ -11,7 +11,9 @@
 class KeyRewrite
 {
 public:
-    explicit KeyRewrite(Glissa& pCurve);
+    explicit KeyRewrite(Glissa& pCurve) : KeyRewrite(pCurve, true) {}
+    /// The copy has no keys yet, but all else of the curve.
+    static KeyRewrite WithoutKeys(Glissa& pCurve) { return KeyRewrite(pCurve, false); }
 
     Glissa& Work() const { return *mWork; }
     /// Gives the curve the keys and the default value of the copy, which ends the edit. Each key
@@ -20,6 +22,7 @@ public:
     void Commit();
 
 private:
+    KeyRewrite(Glissa& pCurve, bool pWithKeys);
     int PostDifferences();
     void TakeKeys();
 

@@ -12,6 +12,7 @@
 #include "tests/support/held_kinds.h"
 #include "tests/support/host_listener.h"
 #include "tests/support/node_stubs.h"
+#include "tests/support/random_curve.h"
 
 #include <algorithm>
 #include <array>
@@ -198,25 +199,47 @@ TEST_F(Shape, SynchronisedCurvesKeepTheirValuesAndShareTheirTimes)
     });
 }
 
-// Ends of long curves are put aside on the way, wherever the span begins.
-TEST_F(Shape, LongCurvesKeepTheirValues)
+// Each key that is added is the one that KeyInsert adds, bit for bit, whatever keys are around it.
+TEST_F(Shape, SynchronisedKeysAreThoseOfSingleInsertions)
 {
-    RefCurve source = MuseumRecording(3000);
-    const CurveHandle curve = ToGlissa(source);
-    const CurveHandle before(curve->Copy());
-    for (RefKey& key : source.keys) {
-        key.time += 1000003;
-    }
-    const CurveHandle other = ToGlissa(source);
-    Glissa* both[] = {curve.get(), other.get()};
-    GlissaFilterKeySync filter;
-    filter.SetStartTime(Seconds(30));
-    filter.SetStopTime(Seconds(70));
-    EXPECT_TRUE(filter.Apply(both, 2));
-    EXPECT_EQ(4200, curve->KeyGetCount());
-    for (int i = 0; i < 10000; ++i) {
-        const KTime time = Seconds(i / 100.0 + 0.003);
-        ASSERT_NEAR(before->Evaluate(time, nullptr), curve->Evaluate(time, nullptr), 1e-3) << i;
+    constexpr std::uint32_t kKinds[] = {kRefCubic | kRefAuto,
+                                        kRefCubic | kRefUser,
+                                        kRefLinear,
+                                        kRefCubic | kRefAuto | kRefBreak,
+                                        kRefCubic | kRefUser | kRefBreak,
+                                        kRefConstant,
+                                        kRefConstant | kRefConstantNext,
+                                        kRefCubic | kRefTcb,
+                                        kRefCubic | kRefAuto | kRefClamp,
+                                        kRefCubic | kRefAuto | kRefProgressive,
+                                        kRefCubic | kRefUser | kRefWeightRight};
+    for (int seed = 0; seed < 300; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(static_cast<std::uint64_t>(seed));
+        RefCurve source = MuseumRecording(40);
+        for (RefKey& key : source.keys) {
+            // Of one kind, of the frequent ones or of any.
+            key.flags =
+                kKinds[seed % 3 == 0 ? seed / 3 % 11 : random.Below(seed % 3 == 1 ? 6 : 11)];
+            key.slots[0] = static_cast<float>(random.Signed() * random.Scale(-8, 10));
+            key.slots[1] = static_cast<float>(random.Signed() * random.Scale(-8, 10));
+        }
+        const CurveHandle before = ToGlissa(source);
+        const CurveHandle one(before->Copy());
+        const CurveHandle synchronised(before->Copy());
+        const CurveHandle times(GlissaCreate());
+        for (KTime time(2); time < Seconds(1.2); time += Seconds(0.03 + 0.025 * random.Signed())) {
+            times->KeyAdd(time);
+            int hint = 0;
+            one->KeyInsert(time, &hint);
+            one->KeySetValue(hint, before->Evaluate(time, nullptr));
+        }
+        Glissa* both[] = {synchronised.get(), times.get()};
+        EXPECT_TRUE(GlissaFilterKeySync().Apply(both, 2));
+        ASSERT_EQ(one->KeyGetCount(), synchronised->KeyGetCount());
+        for (int i = 0; i < one->KeyGetCount(); ++i) {
+            ASSERT_TRUE(HasSameKey(*one, i, *synchronised, i)) << i;
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 // what they promise: books that are right, objects that can be edited and destroyed, and no
 // document saved with a part missing.
 
+#include "glissa/filter/clamp.h"
 #include "glissa/filter/key_sync.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/edit_check.h"
@@ -113,15 +114,21 @@ TEST(OutOfMemory, LeavesCurvesWithTheirBooksRight)
                  reinterpret_cast<void**>(other->GetPriFCurveKeysList()), other->KeyGetCount());
          }},
         {"read", [&] { curve->TdfRetrieve(&tdf, false, true); }},
-        {"sync",  // with an end that is put aside
+        {"sync",
+         [&] {
+             Glissa* both[] = {curve.get(), other.get()};
+             GlissaFilterKeySync().Apply(both, 2);
+         }},
+        {"clamp",  // with an end that is put aside
          [&] {
              for (int i = curve->KeyGetCount(); i < 17 * 42; ++i) {
                  curve->KeyAppendFast(KTime::FromSeconds(i), 0.0f);
              }
-             Glissa* both[] = {curve.get(), other.get()};
-             GlissaFilterKeySync sync;
-             sync.SetStopTime(within);
-             sync.Apply(both, 2);
+             GlissaFilterClamp clamp;
+             clamp.SetApplyCeilClamping(true);
+             clamp.SetCeil(2.5);
+             clamp.SetStopTime(within);
+             clamp.Apply(*curve);
          }},
     };
     int thrown = 0;
