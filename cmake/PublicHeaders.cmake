@@ -80,4 +80,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/smooth2.h
     glissa/filter/test_template.h
     glissa/filter/time_clamp.h
-    glissa/filter/time_shift_and_scale.h)
+    glissa/filter/time_shift_and_scale.h
+    glissa/filter/unroll.h
+    glissa/filter/unroll_dof.h
+    glissa/filter/unroll_filter.h)

@@ -6,17 +6,21 @@
 #include "glissa/curve/curve.h"
 #include "glissa/ext/active.h"
 
-/// Replaces the values of the keys pFirst to pLast by pMap of them, float to float. Checks each and
-/// posts 0x2010 for it. Lives inside a bracket.
+/// Writes the value of a key, checked, and posts 0x2010. Lives inside a bracket.
+inline void WriteKeyValue(Glissa& pCurve, int pIndex, float pValue)
+{
+    // Written straight into the key: what KeySetValue does besides, the bracket does.
+    pCurve.Keys()[pIndex].mValue = CheckedKeyValue(pValue);
+    pCurve.CallbackAddEvent(kGlissaEventValue, pIndex);
+}
+
+/// WriteKeyValue of pMap of the values of the keys pFirst to pLast, float to float.
 template <typename Map>
 void MapKeyValues(Glissa& pCurve, int pFirst, int pLast, Map&& pMap)
 {
     CORVEKIT_ASSERT(pFirst >= 0 && pLast < pCurve.KeyGetCount());
     for (int i = pFirst; i <= pLast; ++i) {
-        // Written straight into the key: what KeySetValue does besides, the bracket has done.
-        KPriFCurveKey& key = pCurve.Keys()[i];
-        key.mValue = CheckedKeyValue(pMap(key.mValue));
-        pCurve.CallbackAddEvent(kGlissaEventValue, i);
+        WriteKeyValue(pCurve, i, pMap(pCurve.KeyGetValue(i)));
     }
 }
 

@@ -3,16 +3,70 @@
 
 #include "glissa/filter/rotation_curves.h"
 
-#include "glissa/curve/curve.h"
+#include "glissa/curve/key_kind.h"
+#include "glissa/filter/key_sync.h"
+#include "glissa/filter/map_values.h"
 #include "glissa/node/tree.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace
 {
 constexpr const char* kAxisNames[kRotationAxes] = {"X", "Y", "Z"};
+
+// Locks a node without a property.
+class LockedLayer final : public GlissaLayer
+{
+public:
+    double GetWeight(KTime) const override { return 1.0; }
+    bool IsMuted() const override { return false; }
+    bool IsLocked() const override { return true; }
+    eLayerMode GetLayerMode() const override { return eLayerModeAdditive; }
+    bool GetLayerModeBypass(KDataType*) const override { return false; }
+    eWeightRotationAccumulationMode GetLayerRotationMode() const override
+    {
+        return eRotationByLayer;
+    }
+    eAnimLayerScaleAccumulationMode GetLayerScalingMode() const override { return eScaleMultiply; }
+};
+
+const LockedLayer kLockedLayer;
+
+// Inserts keys at the times of another curve, with the values that the curve has there.
+void InsertMissing(Glissa& pCurve, const Glissa& pTimes, KTime pStart, KTime pStop)
+{
+    int hint = 0;
+    for (int i = 0; i < pTimes.KeyGetCount(); ++i) {
+        const KTime time = pTimes.KeyGetTime(i);
+        const double place = pCurve.KeyFind(time, &hint);
+        if (time >= pStart && time <= pStop && place != std::floor(place)) {
+            const float value = pCurve.Evaluate(time, &hint);
+            pCurve.KeyInsert(time, &hint);
+            WriteKeyValue(pCurve, hint, value);
+        }
+    }
 }
+
+void Negate(Glissa& pCurve, int pIndex, EGlissaDataIndex pSlope)
+{
+    pCurve.KeySetDataDouble(pIndex, pSlope, -pCurve.KeyGetDataDouble(pIndex, pSlope));
+}
+
+// Automatic and TCB tangents follow the values of the keys.
+void MirrorSlopes(Glissa& pCurve, int pIndex)
+{
+    if (IsCubicUser(pCurve, pIndex)) {
+        Negate(pCurve, pIndex, eDataRightSlope);
+    }
+    // The left slope of a cubic key is stored in the key before it.
+    if (pIndex > 0 && IsCubic(pCurve, pIndex - 1) &&
+        IsCubicUser(pCurve, IsCubic(pCurve, pIndex) ? pIndex : pIndex - 1)) {
+        Negate(pCurve, pIndex - 1, eDataNextLeftSlope);
+    }
+}
+}  // namespace
 
 Glissa* FindCurveBelow(GlissaNode& pNode, const char* pName)
 {
@@ -43,6 +97,56 @@ bool IsNodeOrChildLocked(GlissaNode& pNode)
     return isLocked;
 }
 
+bool FindRotationSpan(Glissa* const* pCurves, KTime& pFirst, KTime& pLast)
+{
+    pFirst = KTime::Infinite();
+    pLast = KTime::MinusInfinite();
+    for (int i = 0; i < kRotationAxes; ++i) {
+        if (const int count = pCurves[i]->KeyGetCount(); count > 0) {
+            pFirst = std::min(pFirst, pCurves[i]->KeyGetTime(0));
+            pLast = std::max(pLast, pCurves[i]->KeyGetTime(count - 1));
+        }
+    }
+    return pFirst <= pLast;
+}
+
+bool SyncRotation(Glissa** pCurves, KTime pStart, KTime pStop)
+{
+    GlissaFilterKeySync sync;
+    sync.SetStartTime(pStart);
+    sync.SetStopTime(pStop);
+    if (!sync.NeedApply(pCurves, kRotationAxes)) {
+        return false;
+    }
+    sync.Apply(pCurves, kRotationAxes);
+    for (int i = 0; i < kRotationAxes && sync.NeedApply(pCurves, kRotationAxes); ++i) {
+        for (int j = 1; j < kRotationAxes && !pCurves[i]->IsLocked(); ++j) {
+            InsertMissing(*pCurves[i], *pCurves[(i + j) % kRotationAxes], pStart, pStop);
+        }
+    }
+    return true;
+}
+
+KgeRVector RotationOfKey(Glissa* const* pCurves, int pIndex)
+{
+    CORVEKIT_ASSERT(pIndex >= 0);
+    return KgeRVector(pCurves[0]->KeyGetValue(pIndex), pCurves[1]->KeyGetValue(pIndex),
+                      pCurves[2]->KeyGetValue(pIndex));
+}
+
+void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues, int pMirrored)
+{
+    CORVEKIT_ASSERT(pIndex >= 0 && pMirrored < kRotationAxes);
+    for (int i = 0; i < kRotationAxes; ++i) {
+        if (pCurves[i]) {
+            WriteKeyValue(*pCurves[i], pIndex, static_cast<float>(pValues[i]));
+        }
+    }
+    if (pMirrored >= 0 && pCurves[pMirrored]) {
+        MirrorSlopes(*pCurves[pMirrored], pIndex);
+    }
+}
+
 RotationTree::RotationTree(Glissa* const* pCurves, int pOrder)
     : mNode(GlissaNodeCreate("R", static_cast<KDataType*>(nullptr), eLayerTypeRotation,
                              GlissaLayerInfo::Base))
@@ -54,13 +158,10 @@ RotationTree::RotationTree(Glissa* const* pCurves, int pOrder)
     try {
         mNode->SetRotationOrder(pOrder);
         for (int i = 0; i < kRotationAxes; ++i) {
-            GlissaNode* const child =
-                AddNew(*mNode, GlissaNodeCreate(kAxisNames[i], KDataTypeNumber, eLayerTypeValue,
-                                                GlissaLayerInfo::Base));
-            if (pCurves[i]->IsLocked()) {
-                child->FCurveSet(pCurves[i]->Copy(), false);
-                continue;
-            }
+            const GlissaLayerInfo layer =
+                pCurves[i]->IsLocked() ? GlissaLayerInfo(0, &kLockedLayer) : GlissaLayerInfo::Base;
+            GlissaNode* const child = AddNew(
+                *mNode, GlissaNodeCreate(kAxisNames[i], KDataTypeNumber, eLayerTypeValue, layer));
             mCurves[i] = pCurves[i];
             child->FCurveSet(pCurves[i], false);
         }

@@ -5,6 +5,7 @@
 
 #include "corvekit/event/operation.h"
 #include "corvekit/math/vector.h"
+#include "corvekit/time.h"
 
 class Glissa;
 class GlissaNode;
@@ -20,9 +21,27 @@ bool IsNamedRotation(const GlissaNode& pNode);
 /// Whether the node or one of its children is locked.
 bool IsNodeOrChildLocked(GlissaNode& pNode);
 
+/// The first and the last time of the keys of three curves. Curves without keys do not count; false
+/// if none has any.
+bool FindRotationSpan(Glissa* const* pCurves, KTime& pFirst, KTime& pLast);
+/// Gives three curves keys at the same times within a span, as GlissaFilterKeySync does, and also
+/// the keys a tick behind another one, which that filter leaves out. Locked curves are read. Lives
+/// inside a bracket of each curve that is not locked. Whether key times differed.
+bool SyncRotation(Glissa** pCurves, KTime pStart, KTime pStop);
+
+/// The values of the keys of one index.
+KgeRVector RotationOfKey(Glissa* const* pCurves, int pIndex);
+/// Writes them, checked, and posts 0x2010 for each. Lives inside brackets.
+///
+/// pCurves    null for one that is not written.
+/// pMirrored  the axis whose angle takes the opposite direction, as the middle one of the order
+///            does in the other form of the same rotation, or -1: its user tangents take the
+///            opposite slopes.
+void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues, int pMirrored);
+
 /// A rotation node "R" with the children "X", "Y" and "Z" that holds three curves for as long as it
-/// exists. Then the curves are given back to the nodes that had them. A locked curve is replaced by
-/// a copy, so that it is read and not written.
+/// exists. Then the curves are given back to the nodes that had them. The child of a locked curve
+/// is locked too.
 class RotationTree
 {
 public:

@@ -1,0 +1,196 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// Three curves with the same key times are unrolled in place, where the span holds all keys. Else a
+// copy gets keys at the same times and is unrolled; the rotation then takes the span of the copy,
+// which joins it to the keys outside by whole turns.
+
+#include "glissa/filter/unroll_filter.h"
+
+#include "corvekit/math/rotation_order.h"
+#include "glissa/curve/modify_bracket.h"
+#include "glissa/filter/key_sync.h"
+#include "glissa/filter/rotation_curves.h"
+#include "glissa/filter/rotation_helpers.h"
+#include "glissa/node/node_state.h"
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+
+namespace
+{
+const char* const kErrors[] = {"No key", "Left unchanged", "Need rotation curvenode",
+                               "Unexepected"};
+constexpr const char* kNoKeyText = "Unroll Filter, No key to be filtered.";
+
+bool FindChildCurves(GlissaNode& pNode, Glissa* (&pCurves)[kRotationAxes])
+{
+    for (int i = 0; i < kRotationAxes; ++i) {
+        pCurves[i] = pNode.Get(i)->FCurveGet();
+    }
+    return pCurves[0] && pCurves[1] && pCurves[2];
+}
+
+// What a key has to move by to be written, in degrees. Less is what sharing an angle in gimbal lock
+// leaves to round in floats, at every application.
+constexpr double kLeastMove = 1e-4;
+
+bool IsMoved(const KgeRVector& pFrom, const KgeRVector& pTo)
+{
+    const KgeRVector way = pTo - pFrom;
+    return std::fabs(way[0]) >= kLeastMove || std::fabs(way[1]) >= kLeastMove ||
+           std::fabs(way[2]) >= kLeastMove;
+}
+}  // namespace
+
+GlissaUnrollFilter::GlissaUnrollFilter(const char* pName) : GlissaFilter(pName, kErrors, 4) {}
+
+void GlissaUnrollFilter::Reset()
+{
+    mQualityTolerance = GLISSA_GetRotationFilterUnrollQuality();
+    mTestForPath = GLISSA_GetRotationFilterUnrollTestForPath();
+    mRotationOrder = 0;
+    GlissaFilter::Reset();
+}
+
+double GlissaUnrollFilter::InterpolationQualityFactor(const KgeRVector& pFrom,
+                                                      const KgeRVector& pTo) const
+{
+    return RotationInterpolationQuality(pFrom, pTo);
+}
+
+const char* GlissaUnrollFilter::FindFault() const
+{
+    return std::isfinite(mQualityTolerance) ? nullptr
+                                            : "Unroll Filter, The quality tolerance is not finite.";
+}
+
+bool GlissaUnrollFilter::RefuseNode()
+{
+    return Refuse(kNotRotation, "Unroll Filter, Works only on rotation CurveNodes.");
+}
+
+bool GlissaUnrollFilter::Apply(Glissa&)
+{
+    return RefuseNode();
+}
+
+bool GlissaUnrollFilter::Apply(Glissa** pCurves, int pCount)
+{
+    if (pCount != kRotationAxes) {
+        return RefuseNode();
+    }
+    RotationTree tree(pCurves, mRotationOrder);
+    return Apply(tree.GetNode(), true);
+}
+
+bool GlissaUnrollFilter::Apply(GlissaNode& pNode, bool)
+{
+    Glissa* curves[kRotationAxes];
+    if (!pNode.IsRotationLayerType() || !FindRotationCurves(pNode, curves)) {
+        return RefuseNode();
+    }
+    mRotationOrder = pNode.GetRotationOrder();
+    return DoUnroll(&pNode);
+}
+
+bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
+{
+    Glissa* curves[kRotationAxes];
+    if (!pNode || pNode->GetCount() != kRotationAxes || !pNode->IsRotationLayerType() ||
+        !FindChildCurves(*pNode, curves)) {
+        return RefuseNode();
+    }
+    KTime start;
+    KTime stop;
+    if (!FindRotationSpan(curves, start, stop)) {
+        return Refuse(eFilterNoKey, kNoKeyText);
+    }
+    if (const char* const fault = FindFault()) {
+        return Refuse(eFilterUnchanged, fault);
+    }
+    const KOperation operation;
+    bool isLocked[kRotationAxes];
+    for (int i = 0; i < kRotationAxes; ++i) {
+        isLocked[i] = pNode->Get(i)->IsNodeLocked();
+    }
+    if (GetStartTime() <= start && GetStopTime() >= stop &&
+        !GlissaFilterKeySync().NeedApply(curves, kRotationAxes)) {
+        UnrollKeys(curves, 0, curves[0]->KeyGetCount() - 1, isLocked);
+        return true;
+    }
+    start = std::max(start, GetStartTime());
+    stop = std::min(stop, GetStopTime());
+
+    const NodeHolder clone(pNode->Clone(false));
+    FindChildCurves(*clone, curves);
+    bool isChanged = false;
+    {
+        std::deque<KeyModifyBracket> brackets;
+        for (int i = 0; i < kRotationAxes; ++i) {
+            clone->Get(i)->SetLayerInfo(GlissaLayerInfo::Base);  // that of the node may be locked
+            brackets.emplace_back(*curves[i]);
+        }
+        isChanged = SyncRotation(curves, KTime::MinusInfinite(), KTime::Infinite());
+        const int first = static_cast<int>(curves[0]->KeyFind(start, nullptr));
+        const int last = static_cast<int>(curves[0]->KeyFind(stop, nullptr));
+        if (first >= last) {
+            return true;  // a span outside the keys
+        }
+        isChanged = UnrollKeys(curves, first, last, isLocked) || isChanged;
+    }
+    if (isChanged) {
+        pNode->Replace(clone.get(), GetStartTime(), GetStopTime(), false, true, KTime());
+    }
+    return true;
+}
+
+// Whether a value changed.
+bool GlissaUnrollFilter::UnrollKeys(Glissa** pCurves, int pFirst, int pLast,
+                                    const bool (&pIsLocked)[kRotationAxes]) const
+{
+    CORVEKIT_ASSERT(pFirst >= 0);
+    if (pFirst == pLast) {
+        return false;  // a single key stays where it is
+    }
+    const bool takesTurnsOnly = pIsLocked[0] || pIsLocked[1] || pIsLocked[2];
+    const int middle = KVdRotationOrder(mRotationOrder).GetAxes()[1];
+    Glissa* written[kRotationAxes];
+    for (int axis = 0; axis < kRotationAxes; ++axis) {
+        written[axis] = pIsLocked[axis] ? nullptr : pCurves[axis];
+    }
+    std::deque<KeyModifyBracket> brackets;  // from the first change on
+    bool isChanged = false;
+    KgeRVector reference;
+    if (pFirst > 0) {
+        reference = RotationOfKey(pCurves, pFirst);
+    }
+    for (int i = pFirst; i <= pLast; ++i) {
+        const KgeRVector in = RotationOfKey(pCurves, i);
+        KgeRVector out = in;
+        bool isMirrored = false;
+        if (takesTurnsOnly) {
+            for (int axis = 0; axis < kRotationAxes; ++axis) {
+                out[axis] = pIsLocked[axis] ? in[axis] : NearestTurn(in[axis], reference[axis]);
+            }
+        } else {
+            isMirrored = FindNearest(out, in, reference, mRotationOrder);
+        }
+        if (IsMoved(in, out)) {
+            for (int axis = 0; !isChanged && axis < kRotationAxes; ++axis) {
+                if (written[axis]) {
+                    brackets.emplace_back(*written[axis]);
+                }
+            }
+            isChanged = true;
+            WriteRotation(written, i, out, isMirrored ? middle : -1);
+        } else {
+            out = in;
+        }
+        if (!mTestForPath || InterpolationQualityFactor(reference, out) >= mQualityTolerance) {
+            reference = out;
+        }
+    }
+    return isChanged;
+}
