@@ -160,6 +160,10 @@ FilterRecipe ParseRecipe(const std::string& pText, const std::string& pFileName)
         const std::string_view before = std::string_view(pText).substr(0, error.byte);
         throw Refusal(fmt::format("{}:{}: is not JSON", pFileName,
                                   1 + std::count(before.begin(), before.end(), '\n')));
+    } catch (const Json::out_of_range& error) {
+        // A number beyond the range of a double: the text names it behind the number of the error.
+        const std::string_view text = error.what();
+        throw Refusal(fmt::format("{}: {}", pFileName, text.substr(text.find(' ') + 1)));
     }
     if (!json.is_object() || !json.contains("filters") || !json["filters"].is_array() ||
         json["filters"].empty()) {

@@ -85,6 +85,7 @@ TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
 
 TEST_F(Command, FiltersThatCannotRunWriteNothing)
 {
+    WriteFile(At("large.json"), "{\"filters\": [1e999]}");
     WriteFile(At("bad.json"), "{\"filters\": [\n{\"filter\": \"offset\", \"by\": }]}");
     WriteFile(At("unknown.json"), "{\"filters\": [{\"filter\": \"offset\", \"to\": 1}]}");
     const auto files = Files();
@@ -108,6 +109,7 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "--apply or from --recipe", {}},
         {1, "every curve is refused", {"--apply", "butterworth:cutoff=200"}},
         {1, "bad.json:2: is not JSON", {"--recipe", At("bad.json")}},
+        {1, "large.json: number overflow parsing '1e999'", {"--recipe", At("large.json")}},
         {1,
          "unknown.json: filter 1 of 1: offset has no parameter",
          {"--recipe", At("unknown.json")}},
