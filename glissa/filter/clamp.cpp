@@ -148,17 +148,33 @@ bool HasCrossing(Glissa& pCurve, int pIndex, double pValue)
 /// come and go.
 struct GlissaFilterClamp::Range
 {
-    Range(const GlissaFilterClamp& pFilter, Glissa& pCurve)
+    /// pWithin  keys outside are left out, whatever the span.
+    Range(const GlissaFilterClamp& pFilter, Glissa& pCurve,
+          KTimeSpan pWithin = {KTime::MinusInfinite(), KTime::Infinite()})
     {
         const int count = pCurve.KeyGetCount();
         if (count > 0) {
+            int last = pFilter.GetStopKey(pCurve);
             first = pFilter.GetStartKey(pCurve);
-            behind = count - 1 - pFilter.GetStopKey(pCurve);
             // A span that starts inside the curve leaves the key before it.
             firstToTake = first + (pFilter.GetStartTime() > pCurve.KeyGetTime(0) ? 1 : 0);
+            while (first < count && pCurve.KeyGetTime(first) < pWithin.GetStart()) {
+                ++first;
+            }
+            while (last >= 0 && pCurve.KeyGetTime(last) > pWithin.GetStop()) {
+                --last;
+            }
+            behind = count - 1 - last;
+            firstToTake = std::max(firstToTake, first);
         }
     }
     int Last(const Glissa& pCurve) const { return pCurve.KeyGetCount() - 1 - behind; }
+    KTimeSpan Times(const Glissa& pCurve) const
+    {
+        return pCurve.KeyGetCount() > 0
+                   ? KTimeSpan(pCurve.KeyGetTime(first), pCurve.KeyGetTime(Last(pCurve)))
+                   : KTimeSpan();
+    }
 
     int first = 0;
     int firstToTake = 0;
@@ -175,9 +191,12 @@ struct GlissaFilterClamp::Held
 /// One limit, as the float that a key can hold, and the side that is beyond it.
 struct GlissaFilterClamp::Limit
 {
-    Limit(double pValue, bool pIsCeil) : value(static_cast<float>(pValue)), isCeil(pIsCeil) {}
+    Limit(double pValue, bool pIsCeil) : value(static_cast<float>(pValue)), isCeil(pIsCeil)
+    {
+        // Beyond the floats no key is beyond a limit, or every key is.
+        isUsable = std::isfinite(pValue) && (std::isfinite(value) || (value > 0.0) == pIsCeil);
+    }
 
-    bool IsFinite() const { return std::isfinite(value); }
     bool IsBeyond(double pValue) const { return isCeil ? pValue > value : pValue < value; }
     // Whether the clamp takes a key out.
     bool Takes(const Glissa& pCurve, int pIndex) const
@@ -204,6 +223,7 @@ struct GlissaFilterClamp::Limit
 
     double value;
     bool isCeil;
+    bool isUsable;
 };
 
 GlissaFilterClamp::GlissaFilterClamp() : KClassFrame("ClampFilter", kErrors, 3)
@@ -233,16 +253,15 @@ GlissaFilterClamp::Limit GlissaFilterClamp::Floor() const
 
 EGlissaFilterAnswer GlissaFilterClamp::Examine(Glissa& pCurve)
 {
-    const bool isFinite =
-        (!mApplyCeil || Ceil().IsFinite()) && (!mApplyFloor || Floor().IsFinite());
-    if (isFinite && mApplyCeil && mApplyFloor && mFloor > mCeil) {
+    const bool isUsable = (!mApplyCeil || Ceil().isUsable) && (!mApplyFloor || Floor().isUsable);
+    if (isUsable && mApplyCeil && mApplyFloor && mFloor > mCeil) {
         std::swap(mFloor, mCeil);
         Refuse(
             kSwapped,
             "ClampFilter, Ceiling and Floor were swapped because Floor was greater than Ceiling");
     }
     const Range range(*this, pCurve);
-    if (!isFinite || !((mApplyCeil && HasWork(pCurve, Ceil(), range)) ||
+    if (!isUsable || !((mApplyCeil && HasWork(pCurve, Ceil(), range)) ||
                        (mApplyFloor && HasWork(pCurve, Floor(), range)))) {
         return RefuseCurve(eFilterUnchanged, kUnchangedText);
     }
@@ -271,7 +290,7 @@ bool GlissaFilterClamp::ApplyOne(Glissa& pCurve, bool pIsCeil)
     if (pCurve.IsLocked()) {
         return false;
     }
-    if (!limit.IsFinite()) {
+    if (!limit.isUsable) {
         return Refuse(eFilterUnchanged, kUnchangedText);
     }
     return HasWork(pCurve, limit, Range(*this, pCurve)) && ApplyLimits(pCurve, pIsCeil, !pIsCeil);
@@ -280,12 +299,14 @@ bool GlissaFilterClamp::ApplyOne(Glissa& pCurve, bool pIsCeil)
 bool GlissaFilterClamp::ApplyLimits(Glissa& pCurve, bool pCeil, bool pFloor)
 {
     const KeyModifyBracket bracket(pCurve);
-    const Range range(*this, pCurve);
     KeyRewrite rewrite(pCurve);
     Glissa& work = rewrite.Work();
     std::vector<Held> held;
+    const Range range(*this, work);
+    const KTimeSpan within = range.Times(work);
     bool changed = pCeil && ApplyClamping(work, Ceil(), range, held);
-    changed = (pFloor && ApplyClamping(work, Floor(), range, held)) || changed;
+    // The keys that now bracket the span, but none that did not do so before.
+    changed = (pFloor && ApplyClamping(work, Floor(), Range(*this, work, within), held)) || changed;
     // A change of the interpolation is reported to the host, before and after, with its own curve.
     for (Held& each : held) {
         const int index = IndexOf(work, each.time);
@@ -327,18 +348,25 @@ bool GlissaFilterClamp::ApplyClamping(Glissa& pWork, const Limit& pLimit, const 
     int last = pRange.Last(pWork);
     {
         ParkedKeys parked(pWork);
+        // Asked before a key is taken out: automatic slopes follow the keys that are left.
+        std::vector<int> toHold;
         for (int i = pRange.first; i <= last; ++i) {
             parked.WorkAt(i);
             const int before = last;
             changed = AddCrossings(pWork, i, last, pLimit) || changed;
-            i += last - before;
+            for (const int end = i + last - before; i <= end; ++i) {
+                if (pLimit.Holds(pWork, i)) {
+                    toHold.push_back(i);
+                }
+            }
+            --i;
         }
         for (int i = last; i >= pRange.firstToTake; --i) {
             parked.WorkAt(i);
             if (pLimit.Takes(pWork, i)) {
                 RemoveKeys(pWork, {i, i});
                 changed = true;
-            } else if (pLimit.Holds(pWork, i)) {
+            } else if (std::binary_search(toHold.begin(), toHold.end(), i)) {
                 pHeld.push_back({pWork.KeyGetTime(i), pWork.KeyGet(i).GetKeyAttr()});
                 MakeConstant(pWork, i);
             }

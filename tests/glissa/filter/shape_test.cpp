@@ -61,6 +61,13 @@ TEST_F(Shape, AClampedCurveIsTheCurveCutOffAtTheLimits)
     });
     // Both extremes of a segment are beyond a limit.
     ExpectClamped(*MakeCurve({{0.0, 0.0f, 12.0f, 12.0f}, {3.0, 0.5f}}), -1.0f, 1.0f);
+    // Automatic slopes follow when the key between two on the limit is taken out.
+    RefCurve humps;
+    for (int i = 0; i < 4; ++i) {
+        const std::int64_t time = Seconds(0.5 + i).Get();
+        humps.keys.push_back({time, i % 2 == 0 ? 0.0f : 1.0f, kRefCubic | kRefAuto});
+    }
+    ExpectClamped(*ToGlissa(humps), -1.0f, 0.0f);
 }
 
 // The end of a long curve is put aside on the way: the beginning knows nothing of it, and its
