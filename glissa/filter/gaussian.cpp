@@ -20,6 +20,9 @@ template class KClassFrame<GlissaFilterGaussian, GlissaCurveFilter>;
 
 namespace
 {
+const char* const kErrors[] = {"No key", "Left unchanged", "Parameter is out of range"};
+constexpr int kParameter = 2;
+
 // Where the weights end: beyond, they sum up to 6e-7 of the whole.
 constexpr double kReachInDeviations = 5.0;
 constexpr double kGreatestDeviation = 10000.0;  // in samples, all of which each key weighs
@@ -198,8 +201,7 @@ KeyRange KeysWithin(Glissa& pCurve, KTime pStart, KTime pStop)
 }
 }  // namespace
 
-GlissaFilterGaussian::GlissaFilterGaussian()
-    : KClassFrame("Gaussian Filter", kUsualErrors, kUsualErrorCount)
+GlissaFilterGaussian::GlissaFilterGaussian() : KClassFrame("Gaussian Filter", kErrors, 3)
 {
     GlissaFilterGaussian::Reset();
 }
@@ -225,14 +227,13 @@ double GlissaFilterGaussian::DeviationInSamples() const
 EGlissaFilterAnswer GlissaFilterGaussian::Examine(Glissa& pCurve)
 {
     if (!(mStandardDeviation > 0.0) || !std::isfinite(mStandardDeviation)) {
-        return RefuseCurve(eFilterUnchanged,
-                           "Gaussian Filter, The standard deviation is not above 0.");
+        return RefuseCurve(kParameter, "Gaussian Filter, The standard deviation is not above 0.");
     }
     if (!(mSamplingRate > 0.0) || SamplePeriod() < KTime(1)) {
-        return RefuseCurve(eFilterUnchanged, "Gaussian Filter, The sampling rate is out of range.");
+        return RefuseCurve(kParameter, "Gaussian Filter, The sampling rate is out of range.");
     }
     if (DeviationInSamples() > kGreatestDeviation) {
-        return RefuseCurve(eFilterUnchanged, "Gaussian Filter, Too many samples in a deviation.");
+        return RefuseCurve(kParameter, "Gaussian Filter, Too many samples in a deviation.");
     }
     const KeyRange keys = KeysWithin(pCurve, GetStartTime(), GetStopTime());
     if (pCurve.KeyGetCount() == 0 || keys.first > keys.last) {

@@ -31,7 +31,8 @@ public:
     GlissaFilterGaussian();
     void Reset() override;
 
-    /// In seconds, above 0; one frame of the default time mode by default.
+    /// In seconds, above 0; one frame of the default time mode by default. Values out of range, or
+    /// more than 10000 samples a deviation, are refused with the third error.
     double GetStandardDeviation() const { return mStandardDeviation; }
     void SetStandardDeviation(double pSeconds) { mStandardDeviation = pSeconds; }
     /// Samples of the curve a second; four a frame of the default time mode by default. Fewer than

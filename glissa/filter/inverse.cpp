@@ -22,7 +22,7 @@ void GlissaFilterInverse::Reset()
 
 EGlissaFilterAnswer GlissaFilterInverse::Examine(Glissa& pCurve)
 {
-    if (!std::isfinite(static_cast<float>(mTopRange))) {
+    if (!std::isfinite(mTopRange)) {
         return eFilterRefused;
     }
     return pCurve.KeyGetCount() == 0 ? eFilterNothingToDo : eFilterChanges;

@@ -73,7 +73,7 @@ private:
 template <typename Evaluate>
 double MaxError(Glissa& pSource, int pFirst, int pLast, int& pWorstKey, Evaluate&& pEvaluate)
 {
-    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pSource.KeyGetCount());
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pSource.KeyGetCount());
     double largest = 0.0;
     for (int i = pFirst; i < pLast; ++i) {
         const double error = static_cast<double>(pEvaluate(pSource.KeyGetTime(i))) -
@@ -200,8 +200,10 @@ bool GlissaFilterKeyReducer::Change(Glissa& pCurve)
 bool GlissaFilterKeyReducer::KeyReducer(Glissa& pSource, Glissa& pResult, KTime pStart, KTime pStop)
 {
     mDepth = 0;
-    const int first = static_cast<int>(std::floor(pSource.KeyFind(pStart, nullptr)));
-    const int last = static_cast<int>(std::ceil(pSource.KeyFind(pStop, nullptr)));
+    // Times before the keys and behind them have indexes half a key away.
+    const int first = std::max(0, static_cast<int>(std::floor(pSource.KeyFind(pStart, nullptr))));
+    const int last = std::min(pSource.KeyGetCount() - 1,
+                              static_cast<int>(std::ceil(pSource.KeyFind(pStop, nullptr))));
     if (first >= last) {
         return false;
     }
@@ -222,7 +224,7 @@ bool GlissaFilterKeyReducer::KeyReducer(Glissa& pSource, Glissa& pResult, KTime 
 double GlissaFilterKeyReducer::FindMaxError(Glissa& pSource, Glissa& pResult, int pFirst, int pLast,
                                             int& pWorstKey)
 {
-    CORVEKIT_ASSERT(pFirst >= 0 && pFirst <= pLast && pLast < pSource.KeyGetCount());
+    CORVEKIT_ASSERT(pFirst >= 0 && pLast < pSource.KeyGetCount());
     return MaxError(pSource, pFirst, pLast, pWorstKey, [&pResult, hint = 0](KTime pTime) mutable {
         return pResult.Evaluate(pTime, &hint);
     });

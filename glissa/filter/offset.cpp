@@ -23,7 +23,7 @@ void GlissaFilterOffset::Reset()
 
 EGlissaFilterAnswer GlissaFilterOffset::Examine(Glissa& pCurve)
 {
-    if (mOffset == 0.0 || !std::isfinite(static_cast<float>(mOffset))) {
+    if (mOffset == 0.0 || !std::isfinite(mOffset)) {
         return RefuseCurve(eFilterUnchanged, "FilterOffset, No key were changed by filter.");
     }
     return pCurve.KeyGetCount() == 0 ? eFilterNothingToDo : eFilterChanges;

@@ -24,7 +24,7 @@ void GlissaFilterScale::Reset()
 
 EGlissaFilterAnswer GlissaFilterScale::Examine(Glissa& pCurve)
 {
-    if (mScale == 0.0 || mScale == 1.0 || !std::isfinite(static_cast<float>(mScale))) {
+    if (mScale == 0.0 || mScale == 1.0 || !std::isfinite(mScale)) {
         return RefuseCurve(eFilterUnchanged, "FilterScale, No key were changed by filter.");
     }
     return pCurve.KeyGetCount() == 0 ? eFilterNothingToDo : eFilterChanges;

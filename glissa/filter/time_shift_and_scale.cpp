@@ -10,8 +10,14 @@
 
 template class KClassFrame<GlissaFilterTimeShiftAndScale, GlissaCurveFilter>;
 
+namespace
+{
+const char* const kErrors[] = {"No key", "Left unchanged", "Time is out of range"};
+constexpr int kOutOfRange = 2;
+}  // namespace
+
 GlissaFilterTimeShiftAndScale::GlissaFilterTimeShiftAndScale()
-    : KClassFrame("TimeShiftAndScaleFilter", kUsualErrors, kUsualErrorCount)
+    : KClassFrame("TimeShiftAndScaleFilter", kErrors, 3)
 {}
 
 KTime& GlissaFilterTimeShiftAndScale::GetShift()
@@ -55,17 +61,18 @@ KTime GlissaFilterTimeShiftAndScale::Moved(KTime pTime) const
 
 EGlissaFilterAnswer GlissaFilterTimeShiftAndScale::Examine(Glissa& pCurve)
 {
-    constexpr char kUnchanged[] = "TimeShiftAndScaleFilter, No key were changed by filter.";
     const bool isInfinite = mShift == KTime::Infinite() || mShift <= KTime::MinusInfinite();
     if ((mShift == KTime() && !HasScale()) || isInfinite || !std::isfinite(mScale)) {
-        return RefuseCurve(eFilterUnchanged, kUnchanged);
+        return RefuseCurve(eFilterUnchanged,
+                           "TimeShiftAndScaleFilter, No key were changed by filter.");
     }
     const int count = pCurve.KeyGetCount();
     if (count == 0) {
         return RefuseCurve(eFilterNoKey, "TimeShiftAndScaleFilter, No key to be filtered.");
     }
     if (!CanMove(pCurve.KeyGetTime(0), count) || !CanMove(pCurve.KeyGetTime(count - 1), count)) {
-        return RefuseCurve(eFilterUnchanged, kUnchanged);
+        return RefuseCurve(kOutOfRange,
+                           "TimeShiftAndScaleFilter, A key would leave the range of times.");
     }
     return eFilterChanges;
 }

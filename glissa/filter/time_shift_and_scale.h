@@ -16,7 +16,8 @@ public:
     /// Reset leaves shift and scale alone.
     GlissaFilterTimeShiftAndScale();
 
-    /// Ticks, 0 by default. A shift that would move a key out of the range of times is refused.
+    /// Ticks, 0 by default. A shift that would move a key out of the range of times is refused with
+    /// the third error.
     virtual KTime& GetShift();
     virtual void SetShift(const KTime& pShift);
     /// The factor, 1 by default. One at or below 0 has no effect; one that would move a key out of

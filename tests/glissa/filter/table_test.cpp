@@ -116,7 +116,7 @@ TEST_F(FilterTables, SmallCurves)
     constexpr char kZigZag[] = "@.1 3 -1 4 1 -5 9 2 -6";
     constexpr char kNoise[] = "@.033333333333333333 3 -1 4 1 -5 9 2 -6 5 3 5 -8";
     constexpr char kNotClamped[] = "!ClampFilter, No key were changed by filter.";
-    constexpr char kNotMoved[] = "!TimeShiftAndScaleFilter, No key were changed by filter.";
+    constexpr char kTooFar[] = "!TimeShiftAndScaleFilter, A key would leave the range of times.";
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
     const auto at = [](auto pSetter, const auto& pValue) { return std::pair(pSetter, pValue); };
     const auto limits = [&](double pMin, double pMax) {
@@ -165,6 +165,10 @@ TEST_F(FilterTables, SmallCurves)
         // A span that starts behind the first key leaves the key before it.
         {clamp(0.5, 2.0), "0.25:-4 1:2 =1", "0.25:-4 0.8125:0.5 1:2 =1", 0.5},
         {clamp(0.5, 2.0), "=3", "=2"},
+        // The floor takes the keys around the span as the ceiling left them.
+        {clamp(2.0, 4.0), "0:10 10:0 20:0.5 =3", "6:4 8:2 10:0 20:0.5 =3", -1e99, 5.0},
+        {clamp(-9.0, 1e300), "0 2 =1", kNotClamped},
+        {clamp(0.5, 1e300), "0 2 =1", "0.25:0.5 1:2 =1"},
         // Times
         {With<Limits>(), "", "!FilterTimeClamp. No key to be filtered."},
         {With<Limits>(), kTens, "!FilterTimeClamp. Either Min or Max are not valid."},
@@ -184,9 +188,9 @@ TEST_F(FilterTables, SmallCurves)
         {move(Seconds(1), -1.0), "-2:1 3:2", "-1:1 4:2"},
         {move(Seconds(1), 2.0), "", "!TimeShiftAndScaleFilter, No key to be filtered."},
         // No key leaves the range of times, and none meets another.
-        {move(KTime::Infinite() - Seconds(5), 1.0), "-2:1 8:2", kNotMoved},
-        {move(Seconds(1), 1e30), "-2:1 8:2", kNotMoved},
-        {move(KTime(), 9e9), "-2:1 8:2", kNotMoved},
+        {move(KTime::Infinite() - Seconds(5), 1.0), "-2:1 8:2", kTooFar},
+        {move(Seconds(1), 1e30), "-2:1 8:2", kTooFar},
+        {move(KTime(), 9e9), "-2:1 8:2", kTooFar},
         {move(KTime(), 1e-12), "-1:1 0:2", "0:1 0+:2"},
         // Sampling. A last key moves down to a frame and not up.
         {onFrame, "", "!KeysOnFrame, No key to be filtered."},
