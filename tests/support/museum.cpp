@@ -177,6 +177,14 @@ std::int64_t Clamped(RefWide pTime)
 {
     return static_cast<std::int64_t>(std::clamp<RefWide>(pTime, -kInfinity, kInfinity));
 }
+
+// A share of the span between two times, rounded down: exact below 2^64.
+RefWide ShareOf(std::int64_t pFrom, std::int64_t pTo, unsigned pParts, unsigned pAll)
+{
+    const std::uint64_t span = static_cast<std::uint64_t>(pTo) - static_cast<std::uint64_t>(pFrom);
+    return static_cast<RefWide>(span / pAll) * pParts +
+           static_cast<RefWide>(span % pAll * pParts / pAll);
+}
 }  // namespace
 
 const std::vector<MuseumPiece>& Museum()
@@ -265,18 +273,18 @@ std::vector<std::int64_t> MuseumTimes(const RefCurve& pCurve)
             times.push_back(Clamped(RefWide(key.time) + away));
         }
         if (i + 1 < count) {
-            const RefWide gap =
-                RefWide(pCurve.keys[static_cast<std::size_t>(i) + 1].time) - key.time;
-            for (const int seventh : {1, 2, 3, 4, 6}) {
-                times.push_back(Clamped(key.time + gap * seventh / 7));
+            const std::int64_t next = pCurve.keys[static_cast<std::size_t>(i) + 1].time;
+            for (const unsigned sevenths : {1u, 2u, 3u, 4u, 6u}) {
+                times.push_back(Clamped(key.time + ShareOf(key.time, next, sevenths, 7)));
             }
         }
     }
-    const RefWide first = pCurve.keys.front().time;
-    const RefWide last = pCurve.keys.back().time;
-    for (const int quarter : {1, 3, 4, 5, 8, 9, 14, 4001}) {
-        times.push_back(Clamped(first - (last - first) * quarter / 4));
-        times.push_back(Clamped(last + (last - first) * quarter / 4));
+    const std::int64_t first = pCurve.keys.front().time;
+    const std::int64_t last = pCurve.keys.back().time;
+    for (const unsigned quarters : {1u, 3u, 4u, 5u, 8u, 9u, 14u, 4001u}) {
+        const RefWide share = ShareOf(first, last, quarters, 4);
+        times.push_back(Clamped(first - share));
+        times.push_back(Clamped(last + share));
     }
     return times;
 }

@@ -83,9 +83,8 @@ RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime)
     if (above == count) {
         return {count - 0.5, key, 0.5L};
     }
-    // Differences of 64-bit times have 65 bits with their sign and fit the 64-bit mantissa.
-    const auto way = static_cast<long double>(pTime - from);
-    const auto gap = static_cast<long double>(pCurve.KeyGetTime(above).Get() - from);
+    const RefWide way = pTime - from;
+    const RefWide gap = pCurve.KeyGetTime(above).Get() - from;
     const double index = key + static_cast<double>(way) / static_cast<double>(gap);
     if (index != std::floor(index)) {
         return {index, key, way / gap};
@@ -111,13 +110,15 @@ RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime)
         held = std::min(held, kGreatest - last);
     } else if (first - held < kLeast) {
         // A repetition that the range of times cuts off is not begun.
-        held = outside.span * ((first - kLeast) / outside.span - 1);
+        held = RefMultiple(first - kLeast, outside.span) - outside.span;
     }
     if (outside.mode == kRefHold || outside.ticks >= held) {
         return PlaceAt(outside.isBefore ? 0 : count - 1);
     }
-    const RefWide rest = outside.ticks % outside.span;
-    const bool isMirrored = outside.mode == kRefMirror && outside.ticks / outside.span % 2 == 0;
+    const RefWide whole = RefMultiple(outside.ticks, outside.span);
+    const RefWide rest = outside.ticks - whole;
+    const bool isMirrored =
+        outside.mode == kRefMirror && std::fmod(whole / outside.span, 2.0L) == 0.0L;
     switch (outside.mode) {
     case kRefRepeat:
     case kRefRelativeRepeat:
@@ -132,8 +133,7 @@ RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime)
 RefSegment RefSegmentAt(Glissa& pCurve, int pIndex)
 {
     const RefWide from = pCurve.KeyGetTime(pIndex).Get();
-    const long double seconds =
-        static_cast<long double>(pCurve.KeyGetTime(pIndex + 1).Get() - from) / kTicksPerSecond;
+    const long double seconds = (pCurve.KeyGetTime(pIndex + 1).Get() - from) / kTicksPerSecond;
     const bool weighted = pCurve.KeyGetTangeantWeightMode(pIndex) != eWeightNone;
     const long double third = 1.0L / 3.0L;
     const long double wr = weighted ? pCurve.KeyGetRightTangeantWeight(pIndex) : third;
@@ -226,7 +226,7 @@ RefNumber RefEvaluate(Glissa& pCurve, std::int64_t pTime)
         const long double slope =
             outside.isBefore ? pCurve.KeyGetRightDerivative(end) : pCurve.KeyGetLeftDerivative(end);
         const RefNumber value = ValueOf(pCurve, end);
-        const long double rise = static_cast<long double>(run) / kTicksPerSecond * slope;
+        const long double rise = run / kTicksPerSecond * slope;
         return {value.value + sign * rise, std::max(value.largest, std::fabs(rise))};
     }
     RefNumber value = ValueOf(pCurve, std::max(place.key, 0));
@@ -251,9 +251,9 @@ RefNumber RefEvaluate(Glissa& pCurve, std::int64_t pTime)
     }
     if (isExtrapolated(kRefRelativeRepeat)) {
         // Each repetition continues where the one before ended.
-        const auto spans = std::min<RefWide>(outside.ticks / outside.span + 1, outside.count);
+        const RefWide begun = RefMultiple(outside.ticks, outside.span) / outside.span + 1;
         const long double rise = ValueOf(pCurve, count - 1).value - ValueOf(pCurve, 0).value;
-        const long double shift = static_cast<long double>(spans) * rise;
+        const long double shift = std::min<RefWide>(begun, outside.count) * rise;
         value = {value.value + sign * shift, std::max(value.largest, std::fabs(shift))};
     }
     return value;

@@ -5,7 +5,9 @@
 
 #include "glissa/curve/curve.h"
 
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 // Curves as plain data, and their evaluation in long double: what the library rounds to float is
@@ -13,8 +15,16 @@
 // The evaluation starts from the slopes and weights that the library returns for the keys, so it
 // judges everything after them. The rules for the slopes have tests of their own.
 
-/// Differences of 64-bit times and whole multiples of them.
-__extension__ typedef __int128 RefWide;
+/// Whole numbers: exact up to 2^64, which is the largest difference of 64-bit times. Greater ones
+/// are rounded, and are compared with times only, which all are smaller.
+using RefWide = long double;
+static_assert(std::numeric_limits<RefWide>::digits >= 64);
+
+/// pNumber rounded down to a multiple of pSpan; of numbers not below 0.
+inline RefWide RefMultiple(RefWide pNumber, RefWide pSpan)
+{
+    return pNumber - std::fmod(pNumber, pSpan);
+}
 
 // Bits of the flag word, as numbers: this side names nothing from the library.
 constexpr std::uint32_t kRefCustom = 0x1, kRefConstant = 0x2, kRefLinear = 0x4, kRefCubic = 0x8;

@@ -252,7 +252,7 @@ TEST(CurveExtrapolation, TheEndsOfTimeAreMappedIntoTheKeys)
                 // The last repetition inside the range of times begins one span before its end.
                 const RefWide least = kLeast;
                 const RefWide room = curve.keys[0].time - least;
-                const RefWide edge = curve.keys[0].time - (room / span - 1) * span;
+                const RefWide edge = curve.keys[0].time - (RefMultiple(room, span) - span);
                 const auto inRange = [](RefWide pTime) {
                     return static_cast<std::int64_t>(std::clamp<RefWide>(pTime, kLeast, kGreatest));
                 };
