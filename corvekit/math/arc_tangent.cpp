@@ -17,7 +17,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 namespace
 {
@@ -56,7 +55,7 @@ constexpr DoubleDouble ArcTangentOf(DoubleDouble pC)
 
 // The slope 1 / (1 + (c + d)^2) has a series in d whose terms follow from the two before:
 // f(n) (1 + c^2) = -2 c f(n-1) - f(n-2). The terms of the arc tangent are f(n - 1) / n.
-constexpr Row MakeRow(std::size_t pIndex)
+constexpr Row MakeRow(int pIndex)
 {
     const double c = static_cast<double>(pIndex) / kSteps;
     const DoubleDouble square = {1.0 + c * c, 0.0};  // exact
@@ -75,17 +74,16 @@ constexpr Row MakeRow(std::size_t pIndex)
     return row;
 }
 
-// Each row is an evaluation of its own: compilers limit the steps of one.
-template <std::size_t Index>
-constexpr Row kRow = MakeRow(Index);
-
-template <std::size_t... Indices>
-constexpr std::array<Row, sizeof...(Indices)> RowsOf(std::index_sequence<Indices...>)
+constexpr std::array<Row, kSteps + 1> MakeRows()
 {
-    return {kRow<Indices>...};
+    std::array<Row, kSteps + 1> rows{};
+    for (int i = 0; i <= kSteps; ++i) {
+        rows[static_cast<std::size_t>(i)] = MakeRow(i);
+    }
+    return rows;
 }
 
-constexpr std::array<Row, kSteps + 1> kRows = RowsOf(std::make_index_sequence<kSteps + 1>());
+constexpr std::array<Row, kSteps + 1> kRows = MakeRows();
 
 // The angle of an octant: base + sign * atan(smaller / larger), the first for a larger cosine above
 // 0.
