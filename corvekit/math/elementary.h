@@ -33,7 +33,7 @@ CORVEKIT_API double KgeArcTangent(double pSine, double pCosine);
 /// The angle in degrees, 0 to 180, that has this cosine. Within 0.51 units. NaN beyond -1 to 1.
 CORVEKIT_API double KgeArcCosine(double pCosine);
 
-/// pBase to the power pExponent: pow. Within 0.52 units.
+/// pBase to the power pExponent: pow. Within 0.52 units; the powers 1 and 0.5 within 0.5.
 CORVEKIT_API double KgePower(double pBase, double pExponent);
 
 /// e to the power pExponent: exp. Within 0.52 units.

@@ -31,7 +31,7 @@ constexpr int kMantissaBits = 52;
 struct LogarithmRow
 {
     double inverse = 1.0;   // c
-    DoubleDouble negative;  // -log c
+    DoubleDouble negative;  // -log c, the high part a multiple of 2^-42
 };
 
 // m is from 0.6875 to 1.375, in parts of 2^-8 below 1 and 2^-7 above.
@@ -62,7 +62,10 @@ constexpr std::array<LogarithmRow, kParts> MakeLogarithmRows()
         constexpr double kRound = RoundingTo(7);
         LogarithmRow& row = rows[static_cast<std::size_t>(i)];
         row.inverse = (1.0 / middle + kRound) - kRound;
-        row.negative = -LogarithmOf(row.inverse);
+        const DoubleDouble negative = -LogarithmOf(row.inverse);
+        constexpr double kRoundPart = RoundingTo(42);
+        const double high = (negative.high + kRoundPart) - kRoundPart;
+        row.negative = {high, (negative.high - high) + negative.low};
     }
     return rows;
 }
@@ -87,46 +90,58 @@ constexpr std::array<DoubleDouble, kParts> MakePowers()
 constexpr std::array<LogarithmRow, kParts> kLogarithms = MakeLogarithmRows();
 constexpr std::array<DoubleDouble, kParts> kPowers = MakePowers();
 
-// Of a finite number above 0.
-DoubleDouble Logarithm(double pX)
+// A number rounded to 26 bits, and the rest: Split in less time. Rounded, not cut: so the head of
+// a number next to 1 is 1, and the squares of small logarithms need no head.
+DoubleDouble Halves(double pX)
 {
-    const bool isSubnormal = pX < std::numeric_limits<double>::min();
-    const auto bits = std::bit_cast<std::uint64_t>(isSubnormal ? pX * 0x1p54 : pX);
-    const std::uint64_t above = bits - kLeastMantissa;
-    const auto exponent = static_cast<std::int64_t>(above) >> kMantissaBits;
-    const auto m = std::bit_cast<double>(bits - (above >> kMantissaBits << kMantissaBits));
-    const LogarithmRow& row = kLogarithms[above >> (kMantissaBits - kPartBits) & (kParts - 1)];
-
-    // Both parts are exact, and the first is a multiple of the last place of the second.
-    const DoubleDouble parts = Split(m);
-    const DoubleDouble r = FastTwoSum(parts.high * row.inverse - 1.0, parts.low * row.inverse);
-    const double x = r.high;
-    const double head = Split(x).high;
-    const double z = x * x;
-    const double series =
-        (1.0 / 3.0 - x * (1.0 / 4.0)) +
-        z * ((1.0 / 5.0 - x * (1.0 / 6.0)) +
-             z * ((1.0 / 7.0 - x * (1.0 / 8.0)) + z * (1.0 / 9.0 - x * (1.0 / 10.0))));
-    const DoubleDouble near = FastTwoSum(x, -0.5 * (head * head));  // log(1 + r) but for the lows
-    const double nearLow = r.low - 0.5 * ((x + head) * (x - head)) - x * r.low + x * z * series;
-
-    // Each sum adds something smaller, unless what is there is 0.
-    const auto e = static_cast<double>(exponent - (isSubnormal ? 54 : 0));
-    const DoubleDouble first = FastTwoSum(e * kLogarithmOf2Head, row.negative.high);
-    const DoubleDouble sum = FastTwoSum(first.high, near.high);
-    return FastTwoSum(sum.high, sum.low + (first.low + (near.low + (nearLow + row.negative.low +
-                                                                    e * kLogarithmOf2Tail))));
+    constexpr std::uint64_t kLow = 0x7FFFFFF;
+    const double head =
+        std::bit_cast<double>((std::bit_cast<std::uint64_t>(pX) + (kLow / 2 + 1)) & ~kLow);
+    return {head, pX - head};
 }
 
-// e to the power of a sum of two doubles, the low one below 2^-14.
-double Exponential(double pHigh, double pLow)
+// The logarithm of a normal number above 0, given by its bits. The low part is below 2^-15 of the
+// high one.
+DoubleDouble LogarithmOfBits(std::uint64_t pBits)
 {
-    if (!(pHigh < 710.0)) {
-        return pHigh + std::numeric_limits<double>::infinity();  // NaN remains
-    }
-    if (pHigh < -746.0) {
-        return 0.0;
-    }
+    const std::uint64_t above = pBits - kLeastMantissa;
+    const auto exponent = static_cast<std::int64_t>(above) >> kMantissaBits;
+    const auto m = std::bit_cast<double>(pBits - (above >> kMantissaBits << kMantissaBits));
+    const LogarithmRow& row = kLogarithms[above >> (kMantissaBits - kPartBits) & (kParts - 1)];
+
+    // All exact: r is a multiple of 2^-60 below 2^-7, and its head a multiple of 2^-33.
+    const DoubleDouble parts = Halves(m);
+    const double head = parts.high * row.inverse - 1.0;
+    const double rest = parts.low * row.inverse;
+    const double r = head + rest;
+    const double square = r * r;
+    const double series =
+        (1.0 / 3.0 - r * (1.0 / 4.0)) +
+        square *
+            ((1.0 / 5.0 - r * (1.0 / 6.0)) +
+             square * ((1.0 / 7.0 - r * (1.0 / 8.0)) + square * (1.0 / 9.0 - r * (1.0 / 10.0))));
+
+    // The first sum is exact: a multiple of 2^-42 below 2^10. It is 0 or above the size of r, and
+    // the sum with r is above that of the square.
+    const auto e = static_cast<double>(exponent);
+    const double whole = e * kLogarithmOf2Head + row.negative.high;
+    const DoubleDouble sum = FastTwoSum(whole, r);
+    const DoubleDouble near = FastTwoSum(sum.high, -0.5 * (head * head));
+    const double lows = (sum.low + near.low) + (row.negative.low + e * kLogarithmOf2Tail) +
+                        (square * r * series - 0.5 * (rest * (r + head)));
+    return {near.high, lows};
+}
+
+struct Scaled
+{
+    DoubleDouble number;  // near 1
+    int exponent;         // of the power of two
+};
+
+// e to the power of a sum of two doubles, the high one below 1000 in size and the low one below
+// 2^-9.
+Scaled ScaledExponential(double pHigh, double pLow)
+{
     // high = n log 2 / 128 + r.
     constexpr double kWhole = RoundingTo(0);
     const double sum = pHigh * (kParts / kLogarithmOf2.high) + kWhole;
@@ -139,19 +154,47 @@ double Exponential(double pHigh, double pLow)
                       square * ((1.0 / 24.0 + r * (1.0 / 120.0)) + square * (1.0 / 720.0)));
 
     const std::int32_t steps = RoundedNumber(sum);
-    const DoubleDouble power = kPowers[static_cast<std::size_t>(steps & (kParts - 1))];
-    const DoubleDouble result = {power.high, power.low + power.high * series};
-    const int exponent = steps >> kPartBits;
-    if (exponent > -1000 && exponent < 1000) {
-        return (result.high + result.low) *
-               std::bit_cast<double>(static_cast<std::uint64_t>(1023 + exponent) << kMantissaBits);
+    const DoubleDouble& power = kPowers[static_cast<std::size_t>(steps & (kParts - 1))];
+    return {{power.high, power.low + power.high * series}, steps >> kPartBits};
+}
+
+// The exponential of a number below this in size, and its power of two, are normal numbers.
+constexpr double kOrdinaryLogarithm = 690.0;
+
+double OrdinaryExponential(double pHigh, double pLow)
+{
+    const Scaled scaled = ScaledExponential(pHigh, pLow);
+    return (scaled.number.high + scaled.number.low) *
+           std::bit_cast<double>(static_cast<std::uint64_t>(1023 + scaled.exponent)
+                                 << kMantissaBits);
+}
+
+double Exponential(double pHigh, double pLow)
+{
+    if (std::fabs(pHigh) < kOrdinaryLogarithm) {
+        return OrdinaryExponential(pHigh, pLow);
     }
-    return ScaledOnce(result, exponent);
+    if (!(pHigh < 710.0)) {
+        return pHigh + std::numeric_limits<double>::infinity();  // NaN remains
+    }
+    if (pHigh < -746.0) {
+        return 0.0;
+    }
+    const Scaled scaled = ScaledExponential(pHigh, pLow);
+    return ScaledOnce(scaled.number, scaled.exponent);
 }
 
 bool IsOdd(double pNumber)
 {
     return std::fabs(std::fmod(pNumber, 2.0)) == 1.0;
+}
+
+// A product of two numbers as the sum of two, the first of which is exact.
+DoubleDouble ProductOf(double pExponent, DoubleDouble pLogarithm)
+{
+    const DoubleDouble x = Halves(pExponent);
+    const DoubleDouble y = Halves(pLogarithm.high);
+    return {x.high * y.high, x.low * y.high + pExponent * (y.low + pLogarithm.low)};
 }
 
 // The power of the size of a base.
@@ -166,23 +209,23 @@ double PowerOfSize(double pSize, double pExponent)
     if (std::isinf(pExponent)) {
         return (pSize < 1.0) == (pExponent < 0.0) ? std::numeric_limits<double>::infinity() : 0.0;
     }
-    const DoubleDouble logarithm = Logarithm(pSize);
+    const bool isSubnormal = pSize < std::numeric_limits<double>::min();
+    DoubleDouble logarithm =
+        LogarithmOfBits(std::bit_cast<std::uint64_t>(isSubnormal ? pSize * 0x1p54 : pSize));
+    logarithm = FastTwoSum(logarithm.high, logarithm.low);
+    if (isSubnormal) {
+        logarithm = logarithm + -(kLogarithmOf2 * DoubleDouble{54.0, 0.0});
+    }
     const double product = pExponent * logarithm.high;
     if (!(std::fabs(product) < 1000.0 && std::fabs(product) > 0x1p-60)) {
         return Exponential(product, 0.0);
     }
-    // The product of the leading 26 bits of each is exact.
-    const DoubleDouble x = Split(pExponent);
-    const DoubleDouble y = Split(logarithm.high);
-    return Exponential(x.high * y.high, x.low * y.high + pExponent * (y.low + logarithm.low));
+    const DoubleDouble sum = ProductOf(pExponent, logarithm);
+    return Exponential(sum.high, sum.low);
 }
-}  // namespace
 
-double KgePower(double pBase, double pExponent)
+double UnusualPower(double pBase, double pExponent)
 {
-    if (pExponent == 0.0 || pBase == 1.0) {
-        return 1.0;  // of NaN too
-    }
     if (std::isnan(pBase) || std::isnan(pExponent)) {
         return pBase + pExponent;
     }
@@ -197,6 +240,33 @@ double KgePower(double pBase, double pExponent)
     const bool isWhole = pExponent == std::floor(pExponent);
     return isWhole || pBase == 0.0 || std::isinf(pBase) ? power
                                                         : std::numeric_limits<double>::quiet_NaN();
+}
+}  // namespace
+
+double KgePower(double pBase, double pExponent)
+{
+    if (pExponent == 0.0 || pBase == 1.0) {
+        return 1.0;  // of NaN too
+    }
+    if (pExponent == 1.0) {
+        return pBase;
+    }
+    if (pExponent == 0.5 && pBase > 0.0) {
+        return std::sqrt(pBase);
+    }
+    constexpr auto kLeast = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::min());
+    constexpr auto kEnd = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::infinity());
+    const auto bits = std::bit_cast<std::uint64_t>(pBase);
+    if (bits - kLeast < kEnd - kLeast) {  // normal numbers above 0
+        const DoubleDouble logarithm = LogarithmOfBits(bits);
+        const double product = std::fabs(pExponent * logarithm.high);
+        // A greater product has too large a low part, and a smaller one needs none.
+        if (product < 64.0 && product > 0x1p-60) {
+            const DoubleDouble sum = ProductOf(pExponent, logarithm);
+            return OrdinaryExponential(sum.high, sum.low);
+        }
+    }
+    return UnusualPower(pBase, pExponent);
 }
 
 double KgeExponential(double pExponent)

@@ -112,7 +112,13 @@ const Function kFunctions[] = {
      }},
     {"exponential", 0.52, Number, [](const double* x) { return KgeExponential(x[0]); },
      [](mpfr_t y, const double* x) { mpfr_exp(y, Exact(x[0]).value, MPFR_RNDN); }},
-    {"length", 0.51, ThreeNumbers, [](const double* x) { return KgeLength(x[0], x[1], x[2]); },
+    {"length of two numbers", 0.51, ThreeNumbers,
+     [](const double* x) { return KgeLength(x[0], x[1]); },
+     [](mpfr_t y, const double* x) {
+         mpfr_hypot(y, Exact(x[0]).value, Exact(x[1]).value, MPFR_RNDN);
+     }},
+    {"length of three", 0.51, ThreeNumbers,
+     [](const double* x) { return KgeLength(x[0], x[1], x[2]); },
      [](mpfr_t y, const double* x) {
          mpfr_hypot(y, Exact(x[0]).value, Exact(x[1]).value, MPFR_RNDN);
          mpfr_hypot(y, y, Exact(x[2]).value, MPFR_RNDN);

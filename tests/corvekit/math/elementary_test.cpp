@@ -77,6 +77,8 @@ TEST(Elementary, SpecialValuesAreThoseOfTheStandard)
         {KgePower, -0.0, 2.5, 0.0},
         {KgePower, -2.0, 3.0, -8.0},
         {KgePower, -2.0, 0.5, kNaN},
+        {KgePower, -0.0, 0.5, 0.0},
+        {KgePower, kInf, 0.5, kInf},
         {KgePower, -1.0, kInf, 1.0},
         {KgePower, 0.5, -kInf, kInf},
         {KgePower, -kInf, -1.0, -0.0},
