@@ -68,6 +68,8 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/delete_key.h
     glissa/filter/filter.h
     glissa/filter/gaussian.h
+    glissa/filter/gimble_killer.h
+    glissa/filter/gimble_killer2.h
     glissa/filter/inverse.h
     glissa/filter/key_reducer.h
     glissa/filter/key_sync.h
@@ -75,6 +77,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/offset.h
     glissa/filter/peak_remover.h
     glissa/filter/resample.h
+    glissa/filter/roll.h
     glissa/filter/scale.h
     glissa/filter/smooth.h
     glissa/filter/smooth2.h

@@ -82,6 +82,16 @@ bool FindRotationCurves(GlissaNode& pNode, Glissa* (&pCurves)[kRotationAxes])
     return pCurves[0] && pCurves[1] && pCurves[2];
 }
 
+bool AreChildCurves(GlissaNode& pNode, Glissa* const* pCurves)
+{
+    CORVEKIT_ASSERT(pNode.GetCount() >= kRotationAxes);
+    bool areChildren = true;
+    for (int i = 0; i < kRotationAxes; ++i) {
+        areChildren = areChildren && pNode.Get(i)->FCurveGet() == pCurves[i];
+    }
+    return areChildren;
+}
+
 bool IsNamedRotation(const GlissaNode& pNode)
 {
     const char* const name = pNode.GetName();
@@ -125,6 +135,20 @@ bool SyncRotation(Glissa** pCurves, KTime pStart, KTime pStop)
         }
     }
     return true;
+}
+
+int FindKey(Glissa& pCurve, KTime pTime)
+{
+    const double place = pCurve.KeyFind(pTime, nullptr);
+    return place >= 0.0 && place == std::floor(place) ? static_cast<int>(place) : -1;
+}
+
+KgeRVector RotationAtKey(Glissa* const* pCurves, int pIndex)
+{
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurves[0]->KeyGetCount());
+    const KTime time = pCurves[0]->KeyGetTime(pIndex);
+    return KgeRVector(pCurves[0]->KeyGetValue(pIndex), pCurves[1]->Evaluate(time, nullptr),
+                      pCurves[2]->Evaluate(time, nullptr));
 }
 
 KgeRVector RotationOfKey(Glissa* const* pCurves, int pIndex)

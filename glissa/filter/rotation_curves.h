@@ -16,6 +16,8 @@ inline constexpr int kRotationAxes = 3;
 Glissa* FindCurveBelow(GlissaNode& pNode, const char* pName);
 /// The curves of "X", "Y" and "Z" below a node. False where one is missing.
 bool FindRotationCurves(GlissaNode& pNode, Glissa* (&pCurves)[kRotationAxes]);
+/// Whether three curves are those of the first three children, in this order.
+bool AreChildCurves(GlissaNode& pNode, Glissa* const* pCurves);
 /// Whether the node is named "R" or "Lcl Rotation".
 bool IsNamedRotation(const GlissaNode& pNode);
 /// Whether the node or one of its children is locked.
@@ -29,9 +31,13 @@ bool FindRotationSpan(Glissa* const* pCurves, KTime& pFirst, KTime& pLast);
 /// inside a bracket of each curve that is not locked. Whether key times differed.
 bool SyncRotation(Glissa** pCurves, KTime pStart, KTime pStop);
 
+/// The key at a time, or -1.
+int FindKey(Glissa& pCurve, KTime pTime);
 /// The values of the keys of one index.
 KgeRVector RotationOfKey(Glissa* const* pCurves, int pIndex);
-/// Writes them, checked, and posts 0x2010 for each. Lives inside brackets.
+/// The values at the time of a key of the first curve, also where the others have none there.
+KgeRVector RotationAtKey(Glissa* const* pCurves, int pIndex);
+/// Writes the keys of one index, checked, and posts 0x2010 for each. Lives inside brackets.
 ///
 /// pCurves    null for one that is not written.
 /// pMirrored  the axis whose angle takes the opposite direction, as the middle one of the order

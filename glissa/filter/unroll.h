@@ -13,10 +13,6 @@ public:
     static constexpr char kClassName[] = "GlissaFilterUnroll";
 
     GlissaFilterUnroll();
-
-private:
-    bool FindNearest(KgeRVector& pOut, const KgeRVector& pIn, const KgeRVector& pReference,
-                     int pOrder) const override;
 };
 
 extern template class KClassFrame<GlissaFilterUnroll, GlissaUnrollFilter>;

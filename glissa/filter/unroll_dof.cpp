@@ -3,7 +3,7 @@
 
 #include "glissa/filter/unroll_dof.h"
 
-#include "corvekit/math/rotation_order.h"
+#include "glissa/filter/unroll_keys.h"
 
 #include <algorithm>
 #include <cmath>
@@ -59,9 +59,10 @@ const char* GlissaFilterUnrollDof::FindFault() const
     return GlissaUnrollFilter::FindFault();
 }
 
-bool GlissaFilterUnrollDof::FindNearest(KgeRVector& pOut, const KgeRVector& pIn,
-                                        const KgeRVector& pReference, int pOrder) const
+void GlissaFilterUnrollDof::AddLimits(UnrollRules& pRules) const
 {
-    return KVdRotationOrder(pOrder).V2VRef(pOut, pIn, pReference, mEnableMin, mMin.Data(),
-                                           mEnableMax, mMax.Data());
+    pRules.enableMin = mEnableMin;
+    pRules.min = mMin.Data();
+    pRules.enableMax = mEnableMax;
+    pRules.max = mMax.Data();
 }

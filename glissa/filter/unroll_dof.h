@@ -40,8 +40,7 @@ public:
 
 private:
     const char* FindFault() const override;
-    bool FindNearest(KgeRVector& pOut, const KgeRVector& pIn, const KgeRVector& pReference,
-                     int pOrder) const override;
+    void AddLimits(UnrollRules& pRules) const override;
 
     bool mEnableMin[3];
     KgeRVector mMin;

@@ -7,11 +7,11 @@
 
 #include "glissa/filter/unroll_filter.h"
 
-#include "corvekit/math/rotation_order.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/key_sync.h"
 #include "glissa/filter/rotation_curves.h"
 #include "glissa/filter/rotation_helpers.h"
+#include "glissa/filter/unroll_keys.h"
 #include "glissa/node/node_state.h"
 
 #include <algorithm>
@@ -30,17 +30,6 @@ bool FindChildCurves(GlissaNode& pNode, Glissa* (&pCurves)[kRotationAxes])
         pCurves[i] = pNode.Get(i)->FCurveGet();
     }
     return pCurves[0] && pCurves[1] && pCurves[2];
-}
-
-// What a key has to move by to be written, in degrees. Less is what sharing an angle in gimbal lock
-// leaves to round in floats, at every application.
-constexpr double kLeastMove = 1e-4;
-
-bool IsMoved(const KgeRVector& pFrom, const KgeRVector& pTo)
-{
-    const KgeRVector way = pTo - pFrom;
-    return std::fabs(way[0]) >= kLeastMove || std::fabs(way[1]) >= kLeastMove ||
-           std::fabs(way[2]) >= kLeastMove;
 }
 }  // namespace
 
@@ -65,6 +54,8 @@ const char* GlissaUnrollFilter::FindFault() const
     return std::isfinite(mQualityTolerance) ? nullptr
                                             : "Unroll Filter, The quality tolerance is not finite.";
 }
+
+void GlissaUnrollFilter::AddLimits(UnrollRules&) const {}
 
 bool GlissaUnrollFilter::RefuseNode()
 {
@@ -111,13 +102,17 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         return Refuse(eFilterUnchanged, fault);
     }
     const KOperation operation;
-    bool isLocked[kRotationAxes];
+    UnrollRules rules;
+    rules.order = KVdRotationOrder(mRotationOrder);
+    rules.testForPath = mTestForPath;
+    rules.qualityTolerance = mQualityTolerance;
     for (int i = 0; i < kRotationAxes; ++i) {
-        isLocked[i] = pNode->Get(i)->IsNodeLocked();
+        rules.isLocked[i] = pNode->Get(i)->IsNodeLocked();
     }
+    AddLimits(rules);
     if (GetStartTime() <= start && GetStopTime() >= stop &&
         !GlissaFilterKeySync().NeedApply(curves, kRotationAxes)) {
-        UnrollKeys(curves, 0, curves[0]->KeyGetCount() - 1, isLocked);
+        UnrollKeys(curves, 0, curves[0]->KeyGetCount() - 1, rules);
         return true;
     }
     start = std::max(start, GetStartTime());
@@ -138,59 +133,10 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         if (first >= last) {
             return true;  // a span outside the keys
         }
-        isChanged = UnrollKeys(curves, first, last, isLocked) || isChanged;
+        isChanged = UnrollKeys(curves, first, last, rules) || isChanged;
     }
     if (isChanged) {
         pNode->Replace(clone.get(), GetStartTime(), GetStopTime(), false, true, KTime());
     }
     return true;
-}
-
-// Whether a value changed.
-bool GlissaUnrollFilter::UnrollKeys(Glissa** pCurves, int pFirst, int pLast,
-                                    const bool (&pIsLocked)[kRotationAxes]) const
-{
-    CORVEKIT_ASSERT(pFirst >= 0);
-    if (pFirst == pLast) {
-        return false;  // a single key stays where it is
-    }
-    const bool takesTurnsOnly = pIsLocked[0] || pIsLocked[1] || pIsLocked[2];
-    const int middle = KVdRotationOrder(mRotationOrder).GetAxes()[1];
-    Glissa* written[kRotationAxes];
-    for (int axis = 0; axis < kRotationAxes; ++axis) {
-        written[axis] = pIsLocked[axis] ? nullptr : pCurves[axis];
-    }
-    std::deque<KeyModifyBracket> brackets;  // from the first change on
-    bool isChanged = false;
-    KgeRVector reference;
-    if (pFirst > 0) {
-        reference = RotationOfKey(pCurves, pFirst);
-    }
-    for (int i = pFirst; i <= pLast; ++i) {
-        const KgeRVector in = RotationOfKey(pCurves, i);
-        KgeRVector out = in;
-        bool isMirrored = false;
-        if (takesTurnsOnly) {
-            for (int axis = 0; axis < kRotationAxes; ++axis) {
-                out[axis] = pIsLocked[axis] ? in[axis] : NearestTurn(in[axis], reference[axis]);
-            }
-        } else {
-            isMirrored = FindNearest(out, in, reference, mRotationOrder);
-        }
-        if (IsMoved(in, out)) {
-            for (int axis = 0; !isChanged && axis < kRotationAxes; ++axis) {
-                if (written[axis]) {
-                    brackets.emplace_back(*written[axis]);
-                }
-            }
-            isChanged = true;
-            WriteRotation(written, i, out, isMirrored ? middle : -1);
-        } else {
-            out = in;
-        }
-        if (!mTestForPath || InterpolationQualityFactor(reference, out) >= mQualityTolerance) {
-            reference = out;
-        }
-    }
-    return isChanged;
 }

@@ -5,9 +5,11 @@
 #include "corvekit/math/vector.h"
 #include "glissa/filter/filter.h"
 
+struct UnrollRules;
+
 /// Writes each key of a rotation as the Euler angles of the same orientation that are nearest to
-/// those of the key before, so that curves run on where they jumped by whole turns. A class of it
-/// has a rule for the nearest angles.
+/// those of the key before, so that curves run on where they jumped by whole turns. The base of the
+/// filters that do so without limits and within limits.
 ///
 /// The first key is brought next to 0, 0, 0, or stays where it is not the first one of the curves:
 /// a curve that starts at 400 starts at 40. Whole turns between two keys are lost, as a wheel keyed
@@ -58,12 +60,8 @@ protected:
     virtual const char* FindFault() const;
 
 private:
-    /// The angles of a rotation that are nearest to others. Whether the middle one is mirrored.
-    virtual bool FindNearest(KgeRVector& pOut, const KgeRVector& pIn, const KgeRVector& pReference,
-                             int pOrder) const = 0;
+    virtual void AddLimits(UnrollRules& pRules) const;
     bool RefuseNode();
-    /// Whether a value changed.
-    bool UnrollKeys(Glissa** pCurves, int pFirst, int pLast, const bool (&pIsLocked)[3]) const;
 
     double mQualityTolerance;
     bool mTestForPath;

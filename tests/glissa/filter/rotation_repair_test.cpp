@@ -3,6 +3,10 @@
 
 // Filters that repair rotations. Orientations are compared as matrices in long double.
 
+#include "corvekit/math/rotation_order.h"
+#include "glissa/filter/gimble_killer.h"
+#include "glissa/filter/gimble_killer2.h"
+#include "glissa/filter/roll.h"
 #include "glissa/filter/unroll.h"
 #include "glissa/filter/unroll_dof.h"
 #include "tests/support/curve_test.h"
@@ -13,6 +17,7 @@
 
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <set>
 
@@ -217,5 +222,245 @@ TEST_F(RotationRepair, LimitsChooseAmongTheFormsOfARotation)
     EXPECT_EQ("0:0 0.1:-160 0.2:-10 ", KeysOf(*limited, 0));
     EXPECT_EQ("0:0 0.1:80 0.2:0 ", KeysOf(*limited, 1));
     EXPECT_LT(DistanceAtKeys(*plain, *limited), 1e-4);
+}
+/// The largest distance in degrees of the rotations between two times from the shortest turn
+/// between them.
+double StrayOf(GlissaNode& pNode, KTime pFrom, KTime pTo)
+{
+    const int order = pNode.GetRotationOrder();
+    const auto at = [&](KTime pTime) {
+        return RefRotation::OfAngles(AnglesAt(pNode, pTime).data(), order);
+    };
+    const RefRotation from = at(pFrom);
+    const RefRotation turn = at(pTo) * from.Inverse();
+    std::vector<RefRotation> arc;
+    for (int i = 0; i <= 32; ++i) {
+        arc.push_back(turn.Part(i / 32.0) * from);
+    }
+    double stray = 0.0;
+    for (int i = 1; i < 16; ++i) {
+        const RefRotation sample = at(pFrom + (pTo - pFrom) * i / 16);
+        double nearest = 180.0;
+        for (const RefRotation& each : arc) {
+            nearest = std::min(nearest, RefDistance(each, sample));
+        }
+        stray = std::max(stray, nearest);
+    }
+    return stray;
+}
+
+TEST_F(RotationRepair, GimbalKillersKeepTheKeysAndFollowTheShortestTurn)
+{
+    for (int seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(static_cast<std::uint64_t>(seed));
+        const NodePtr before = MakeRotation(RandomKeys(random, 8), seed % 6);
+        const NodePtr unrolled(before->Clone(false));
+        ASSERT_TRUE(GlissaFilterUnroll().Apply(*unrolled, false));
+        const NodePtr node(before->Clone(false));
+        ASSERT_TRUE(GlissaFilterGimbleKiller().Apply(*node, false));
+        EXPECT_LT(DistanceAtKeys(*before, *node), 1e-4);
+        for (int i = 0; i + 1 < 8; ++i) {
+            const double was = StrayOf(*unrolled, Seconds(0.1 * i), Seconds(0.1 * (i + 1)));
+            const double is = StrayOf(*node, Seconds(0.1 * i), Seconds(0.1 * (i + 1)));
+            EXPECT_LT(is, was + 0.5) << "key " << i;
+        }
+        const NodePtr zoned(before->Clone(false));
+        ASSERT_TRUE(GlissaFilterGimbleKiller2().Apply(*zoned, false));
+        EXPECT_LT(DistanceAtKeys(*before, *zoned), 1e-4);
+    }
+}
+// A key between two from 8.66 degrees on, where they are 1/1200 of a second apart or more.
+TEST_F(RotationRepair, GimbalKillerPutsKeysWhereAnglesAreFarApart)
+{
+    const struct
+    {
+        double degrees;
+        double seconds;
+        int keys;
+    } rows[] = {
+        {6, 1, 2},          {8.66, 1, 2},        {8.661, 1, 3}, {9, 1 / 1201.0, 2},
+        {9, 1 / 1199.0, 3}, {170, 1 / 2000., 2}, {90, 1, 16},   {170, 1e9, 28},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.degrees * row.seconds);
+        const CurveHandle x = MakeCurve({{0, 0}, {row.seconds, static_cast<float>(row.degrees)}});
+        const CurveHandle y = MakeCurve({});
+        const CurveHandle z = MakeCurve({});
+        Glissa* curves[] = {x.get(), y.get(), z.get()};
+        EXPECT_TRUE(GlissaFilterGimbleKiller().Apply(curves, 3));
+        EXPECT_EQ(row.keys, x->KeyGetCount());
+        EXPECT_EQ(row.keys, z->KeyGetCount());
+        if (row.keys == 3) {
+            EXPECT_NEAR(row.seconds / 2, x->KeyGetTime(1).GetSecondDouble(), 1e-8);
+            EXPECT_NEAR(row.degrees / 2, x->KeyGetValue(1), 1e-5);
+        }
+    }
+}
+
+TEST_F(RotationRepair, NoValueOfAKeyMakesKeysWithoutEnd)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const double value : {1e30, -3e38, 4e9, inf, -inf, kNaN}) {
+        for (const bool syncs : {true, false}) {
+            const NodePtr node = MakeRotation({{0, 0, 0}, {1, value, 3}, {value, 170, 170}});
+            node->Get(2)->FCurveGet()->KeyRemove(1);
+            node->Get(0)->FCurveGet()->KeyAppendFast(Seconds(1e10), 20.0f);
+            GlissaFilterGimbleKiller killer;
+            killer.SetApplyKeySyncFilter(syncs);
+            EXPECT_TRUE(killer.Apply(*node, false));
+            EXPECT_LT(node->Get(0)->FCurveGet()->KeyGetCount(), 300);
+            EXPECT_EQ(node->Get(0)->FCurveGet()->KeyGetCount(),
+                      node->Get(2)->FCurveGet()->KeyGetCount());
+            EXPECT_TRUE(GlissaFilterGimbleKiller2().Apply(*node, false));
+            EXPECT_TRUE(GlissaFilterUnroll().Apply(*node, false));
+            GlissaFilterRoll().Apply(*node, false);
+        }
+    }
+}
+
+// Keys 2 and 3 are a zone; key 4 is brought next to key 1, and key 5 follows, also beyond a span.
+TEST_F(RotationRepair, TheKeyAfterAZoneIsBroughtNextToTheOneBeforeIt)
+{
+    const std::vector<Angles> keys = {{0, 80, 0},     {0, 85, 0},     {60, 85, 60},
+                                      {120, 85, 120}, {120, 80, 120}, {125, 75, 120}};
+    const struct
+    {
+        double tolerance;
+        KTime stop;
+        const char* expected;
+    } rows[] = {
+        {0.25, kToEnd, "0:80 0.1:85 0.2:85 0.3:85 0.4:100 0.5:105 "},
+        {0.25, Seconds(0.3), "0:80 0.1:85 0.2:85 0.3:85 0.4:100 0.5:105 "},
+        {0.0, kToEnd, "0:80 0.1:85 0.2:85 0.3:85 0.4:80 0.5:75 "},
+    };
+    for (const auto& row : rows) {
+        const NodePtr node = MakeRotation(keys);
+        const NodePtr before(node->Clone(false));
+        GlissaFilterGimbleKiller2 filter;
+        filter.SetInterpolationQualityTolerance(row.tolerance);
+        filter.SetStopTime(row.stop);
+        EXPECT_TRUE(filter.Apply(*node, false));
+        EXPECT_EQ(row.expected, KeysOf(*node, 1));
+        EXPECT_LT(DistanceAtKeys(*before, *node), 1e-4);
+    }
+}
+
+TEST_F(RotationRepair, RollFoldsEachKeyAndHoldsTheStep)
+{
+    const NodePtr node = MakeRotation({{150, 0, 0}, {170, 0, 0}, {190, 0, 0}, {210, 0, 0}});
+    EXPECT_TRUE(GlissaFilterRoll().Apply(*node, false));
+    EXPECT_EQ("0:150 0.1:170 0.2:-170 0.3:-150 ", KeysOf(*node, 0));
+    const unsigned kinds[] = {eInterpolationLinear, eInterpolationConstant, eInterpolationLinear,
+                              eInterpolationCubic};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(kinds[i], node->Get(0)->FCurveGet()->KeyGetInterpolation(i)) << i;
+        EXPECT_EQ(eInterpolationCubic, node->Get(1)->FCurveGet()->KeyGetInterpolation(i)) << i;
+    }
+    for (int seed = 0; seed < 100; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(static_cast<std::uint64_t>(seed));
+        const NodePtr rolled = MakeRotation(RandomKeys(random, 20), seed % 6);
+        rolled->Get(0)->FCurveGet()->KeySetValue(5, 200.0f);
+        const NodePtr before(rolled->Clone(false));
+        GlissaFilterRoll filter;
+        ASSERT_TRUE(filter.Apply(*rolled, false));
+        EXPECT_LT(DistanceAtKeys(*before, *rolled), 1e-4);
+        const int middle = KmEulerAxis[seed % 6][1];
+        for (int i = 0; i < 20; ++i) {
+            for (int axis = 0; axis < 3; ++axis) {
+                EXPECT_LE(std::fabs(rolled->Get(axis)->FCurveGet()->KeyGetValue(i)),
+                          axis == middle ? 90.0f : 180.0f);
+            }
+        }
+        EXPECT_FALSE(filter.Apply(*rolled, false));
+        EXPECT_EQ(eFilterUnchanged, filter.GetLastErrorID());
+    }
+}
+
+// The slopes of user tangents run the other way where the middle angle does.
+TEST_F(RotationRepair, AMirroredAngleTakesItsSlopesAlong)
+{
+    const NodePtr node = MakeRotation({{0, 80, 0}, {180, 85, 180}, {180, 80, 180}});
+    Glissa& y = *node->Get(1)->FCurveGet();
+    for (int i = 0; i < 3; ++i) {
+        y.KeySetTangeantMode(i, eTangentUser);
+        node->Get(0)->FCurveGet()->KeySetInterpolation(i, eInterpolationLinear);
+        node->Get(2)->FCurveGet()->KeySetInterpolation(i, eInterpolationLinear);
+    }
+    y.KeySetRightDerivative(1, 7.0f);
+    y.KeySetLeftDerivative(2, -3.0f);
+    const NodePtr before(node->Clone(false));
+    EXPECT_TRUE(GlissaFilterUnroll().Apply(*node, false));
+    EXPECT_EQ("0:80 0.1:95 0.2:100 ", KeysOf(*node, 1));
+    EXPECT_EQ(-7.0f, y.KeyGetRightDerivative(1));
+    EXPECT_EQ(3.0f, y.KeyGetLeftDerivative(2));
+    EXPECT_LT(DistanceAt(*before, *node, Seconds(0.16)), 1e-3);
+}
+
+TEST_F(RotationRepair, WhatIsNoRotationOrHasNoKeysIsRefusedWithAText)
+{
+    using Form = std::function<bool(GlissaFilter&)>;
+    const NodePtr empty = MakeRotation({});
+    const NodePtr single = MakeRotation({{400, 0, 0}});
+    const NodePtr vector = MakeChannel(KDataTypeLclTranslation, "T");
+    const NodePtr wide = MakeWide(4, eLayerTypeRotation);
+    const NodePtr nameless = MakeWide(3, eLayerTypeRotation);
+    const CurveHandle curve = PlainCurve(2);
+    Glissa* two[] = {curve.get(), curve.get()};
+    const Form alone = [&](GlissaFilter& pFilter) { return pFilter.Apply(*curve); };
+    const Form pair = [&](GlissaFilter& pFilter) { return pFilter.Apply(two, 2); };
+    const auto to = [](const NodePtr& pNode) -> Form {
+        return [&pNode](GlissaFilter& pFilter) { return pFilter.Apply(*pNode, true); };
+    };
+    using Unroll = GlissaFilterUnroll;
+    using Dof = GlissaFilterUnrollDof;
+    using Killer = GlissaFilterGimbleKiller;
+    using Killer2 = GlissaFilterGimbleKiller2;
+    using Roll = GlissaFilterRoll;
+    const char* const need = "Unroll Filter, Works only on rotation CurveNodes.";
+    const char* const three = "FilterRoll, You need 3 rotation curves.";
+    const struct
+    {
+        FilterPtr filter;
+        Form form;
+        int id;
+        const char* text;
+    } rows[] = {
+        {With<Unroll>(), alone, 2, need},
+        {With<Dof>(), pair, 2, need},
+        {With<Unroll>(), to(vector), 2, need},
+        {With<Dof>(), to(nameless), 2, need},
+        {With<Unroll>(), to(empty), 0, "Unroll Filter, No key to be filtered."},
+        {With<Unroll>(std::pair(&Unroll::SetQualityTolerance, kNaN)), to(single), 1,
+         "Unroll Filter, The quality tolerance is not finite."},
+        {With<Killer>(), alone, 2, "Not 3 curve"},
+        {With<Killer>(), pair, 2, "Need 3 Glissa to apply a gimble killer filter."},
+        {With<Killer>(), to(wide), 2, "Gimble Killer. ioCurveNode does not have 3 childs."},
+        {With<Killer>(), to(vector), 3, "Gimble Killer. Not a Rotation node!"},
+        {With<Killer>(), to(nameless), 2, "Not 3 curve"},
+        {With<Killer>(), to(empty), 0, "No key"},
+        {With<Killer2>(), alone, 2,
+         "GimbleKiller2. One curve cannot be filtered, you need 3 curves!."},
+        {With<Killer2>(), pair, 2, "GimbleKiller2. Curve count is not 3."},
+        {With<Killer2>(), to(vector), 3, "Gimble Killer2. Not a Rotation node!"},
+        {With<Killer2>(), to(empty), 0, "GimbleKiller2, No key to be filtered."},
+        {With<Killer2>(), to(single), 1, "GimbleKiller2, No key were changed by filter."},
+        {With<Roll>(), alone, 2, three},
+        {With<Roll>(), pair, 2, three},
+        {With<Roll>(), to(vector), 2, three},
+        {With<Roll>(), to(empty), 0, "FilterRoll, No key to be filtered."},
+        {With<Roll>(std::pair(&Roll::SetStartTime, kToEnd)), to(single), 4,
+         "FilterRoll. StartTime is after StopTime."},
+        {With<Roll>(std::pair(&Roll::SetKeyRateMode, EKeyRateMode(2))), to(single), 3,
+         "FilterRoll, Unexpected Key Rate Mode"},
+    };
+    EXPECT_TRUE(Unroll().Apply(*single, false) && Killer().Apply(*single, false));
+    for (const auto& row : rows) {
+        EXPECT_FALSE(row.form(*row.filter)) << row.text;
+        EXPECT_EQ(row.id, row.filter->GetLastErrorID()) << row.text;
+        EXPECT_STREQ(row.text, row.filter->GetLastErrorString());
+    }
+    EXPECT_EQ("0:400 ", KeysOf(*single, 0));
 }
 }  // namespace
