@@ -27,10 +27,7 @@ TEST(ColorManager, TheDefaultTableHasTheColoursOfNodeTypes)
     IFCurveColorManager& manager = *GlissaColor_GetManager();
     for (const Row& row : std::vector<Row>{{"fog", 0, {0.82f, 0.38f, 0.1f}},
                                            {"Fog", 1, {-1.0f, -1.0f, -1.0f}},
-                                           {"Shape 07", 0, {0.47f, 0.0f, 0.0f}},
                                            {"Shape 40", 0, {0.58f, 0.69f, 0.08f}},
-                                           {"RootSpeed", 0, {1.0f, 0.0f, 0.0f}},
-                                           {"CustomEnum", 0, {0.75f, 0.0f, 0.0f}},
                                            {"CustomColorAndAlpha", 3, {1.0f, 1.0f, 1.0f}}}) {
         Entry* const entry = manager.FindColor("KDefaultColor", row.name);
         ASSERT_TRUE(entry) << row.name;
@@ -39,8 +36,6 @@ TEST(ColorManager, TheDefaultTableHasTheColoursOfNodeTypes)
     }
     EXPECT_EQ(nullptr, manager.FindColor("KDefaultColor", "Shape 41"));
     EXPECT_EQ(nullptr, manager.FindColor("kdefaultcolor", "Fog"));
-    EXPECT_EQ(&manager, manager.IQuery(0x3512EFB0, 0));
-    EXPECT_EQ(nullptr, manager.IQuery(3, 0));
 }
 
 TEST(ColorManager, RandomEditsLeaveATableThatFindsItsEntries)

