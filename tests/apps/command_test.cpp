@@ -115,22 +115,17 @@ TEST_F(Command, WrongArgumentsAndRefusalsHaveAStatusAndAMessage)
     const std::string kept = At("kept.csv");
     ExpectFailures({
         {2, {}, "subcommand"},
-        {2, {"frobnicate"}, "no subcommand 'frobnicate'"},
         {2, {"eval"}, "CLIP"},
         {2, {"eval", clip, "-o", kept}, "--all"},
-        {2, {"eval", clip, "-a", "--format", "xml", "-o", kept}, "xml"},
         {2, {"eval", clip, "-a", "--unknown", "-o", kept}, "--unknown"},
         {2, {"eval", clip, "-a", "--rate", "0", "-o", kept}, "--rate"},
         {2, {"eval", clip, "-a", "--from", "2", "--to", "1", "-o", kept}, "--from 2"},
         {2, {"plot", clip, "-c", "Hips/*", "-o", kept}, "kept.csv"},
-        {2, {"plot", clip, "-c", "Hips/*", "--from", "1", "--to", "1"}, "--to"},
         {1, {"info", At("absent.bvh")}, "absent.bvh"},
-        {1, {"info", mFolder.string()}, "irectory"},
         {1, {"eval", At("broken.bvh"), "-a", "-o", kept}, "broken.bvh:4: "},
         {1, {"eval", clip, "-c", "Hips/R/X", "-c", "Tail/*", "-o", kept}, "'Tail/*'"},
         {1, {"eval", clip, "-a", "--rate", "1e8", "--to", "6e10", "-o", kept}, "200000000 values"},
         {1, {"eval", clip, "-a", "-o", At("nowhere/x.csv")}, "nowhere/x.csv: cannot write"},
-        {1, {"eval", clip, "-a", "-o", mFolder.string()}, "irectory"},
         {1, {"eval", clip, "-a", "-o", clip}, "clip that is read"},
         {1, {"eval", At("link.bvh"), "-a", "-o", At("hard.bvh")}, "clip that is read"},
         {1, {"eval", clip, "-a", "-o", "/dev/full"}, "/dev/full: cannot write"},
@@ -261,7 +256,6 @@ TEST_F(Command, KeysAreEditedInTheOrderGiven)
         {1, key + Arguments{"--remove", "99"}, "nearest key is at 9.99"},
         {1, key + Arguments{"--insert", "2.001", "--remove", "0.6"}, "no key at 0.6 s"},
         {2, key + Arguments{"--remove", "2..1"}, "reversed"},
-        {2, key + Arguments{"--move", "2"}, "FROM=TO"},
         {2, key, "no edit is given"},
         {1, {"key", out, "-c", "Hips/R/X", "--remove", "1f", "-o", out}, "clip that is read"},
     });
@@ -287,8 +281,6 @@ TEST_F(Command, LayersAreAddedShownAndRemoved)
               OutputOf({"info", out, "--tree"})
                   .find("\n  Spine\n    R  Lcl Rotation, YXZ\n      X  1200 keys\n"
                         "      Y  1200 keys\n      Z  1200 keys\n      layer bow  override\n"));
-    const auto info = nlohmann::json::parse(OutputOf({"info", out, "--tree", "--format", "json"}));
-    EXPECT_EQ("bow", info["tree"][0]["children"][0]["layers"][0]["name"]);
     // The layer overrides with zero values, unless it is muted.
     const auto values = [&](const std::string& pClip) {
         return OutputOf({"convert", pClip, "-", "--format", "bvh"});
@@ -306,15 +298,12 @@ TEST_F(Command, LayersAreAddedShownAndRemoved)
     const Arguments layer = {"layer", out, "-o", next};
     ExpectFailures({
         {1, layer + Arguments{"--remove", "bow"}, "out.glissa: the layer 'bow' is locked"},
-        {1, layer + Arguments{"--add", "bow"}, "a layer 'bow' exists already"},
         {1, layer + Arguments{"--add", "base"}, "below all layers"},
         {1, layer + Arguments{"--mute", "Bow"}, "no layer is named 'Bow'; the layers are bow"},
         {1, layer + Arguments{"--add", "a", "--node", "Spine"},
          "no node matches 'Spine'; the nodes are Hips/T, Hips/R"},
         {2, layer + Arguments{"--add", "a", "--weight", "nan"}, "a weight must be from 0 to 1"},
         {2, layer + Arguments{"--add", "a", "--mute", "bow"}, "give exactly one of"},
-        {2, layer + Arguments{"--mute", "bow", "--weight", "1"}, "need --add"},
-        {2, {"layer", out, "--add", "a"}, "--output is missing"},
         {1, {"layer", next, "--add", "a", "-o", next}, "clip that is read"},
     });
 }

@@ -51,8 +51,7 @@ TEST(Layout, FitsAnySize)
         };
     }
     for (const auto& [width, height] :
-         {std::pair(160, 120), std::pair(320, 200), std::pair(200, 900), std::pair(1000, 500),
-          std::pair(2000, 130), std::pair(3000, 3000)}) {
+         {std::pair(160, 120), std::pair(200, 900), std::pair(2000, 130), std::pair(3000, 3000)}) {
         for (const std::size_t count : {1u, 2u, 7u, 30u, 29u}) {
             SCOPED_TRACE(testing::Message() << width << "x" << height << ", " << count);
             PictureOptions options;

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 
 namespace
 {
@@ -73,18 +72,12 @@ TEST(Trace, IsWithinHalfAPixelOfTheCurve)
         // Thousands of keys to a pixel.
         return std::fmod(std::fabs(std::sin(std::floor(seconds(pTime) * 1000.0)) * 1e4), 1.0);
     };
-    const auto denser = [&](KTime pTime) {
-        return std::fmod(std::fabs(std::sin(std::floor(seconds(pTime) * 50000.0)) * 1e4), 1.0);
-    };
-    std::vector<KTime> whole, dense, all;
+    std::vector<KTime> whole, dense;
     for (int i = 0; i <= 4; ++i) {
         whole.push_back(kSecond * i);
     }
     for (int i = 0; i <= 4000; ++i) {
         dense.push_back(KTime(kSecond.Get() / 1000 * i));
-    }
-    for (int i = 0; i <= 200000; ++i) {
-        all.push_back(KTime(kSecond.Get() / 50000 * i));
     }
     const struct
     {
@@ -99,7 +92,6 @@ TEST(Trace, IsWithinHalfAPixelOfTheCurve)
         {"spike at a key", spike, {kSecond * 2}, 0.0, 1.0, 150},
         {"steps", steps, whole, 0.0, 4.0, 40},
         {"dense", noise, dense, 0.0, 1.0, 16000},
-        {"denser", denser, all, 0.0, 1.0, 16000},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
@@ -129,43 +121,6 @@ TEST(ThinPoints, KeepsADistance)
 {
     const std::vector<DevicePoint> points = {{0, 0}, {1, 50}, {2, 1}, {3, 49}, {8, 0}, {9, 0}};
     EXPECT_EQ((std::vector<std::size_t>{0, 1, 4}), ThinPoints(points, 8.0));
-
-    std::mt19937 random(5);
-    std::uniform_real_distribution<double> place(0.0, 100.0);
-    std::vector<DevicePoint> cloud(2000);
-    for (DevicePoint& each : cloud) {
-        each = {place(random), place(random)};
-    }
-    std::sort(cloud.begin(), cloud.end(),
-              [](const DevicePoint& a, const DevicePoint& b) { return a.x < b.x; });
-    const std::vector<std::size_t> kept = ThinPoints(cloud, 7.0);
-    for (std::size_t i = 0; i < kept.size(); ++i) {
-        for (std::size_t k = 0; k < i; ++k) {
-            ASSERT_GE(std::hypot(cloud[kept[i]].x - cloud[kept[k]].x,
-                                 cloud[kept[i]].y - cloud[kept[k]].y),
-                      7.0);
-        }
-    }
-}
-
-TEST(ChooseColours, DependsOnTheAxes)
-{
-    const auto choose = [](const std::vector<std::string>& pNames) {
-        std::vector<PictureCurve> curves(pNames.size());
-        std::vector<const PictureCurve*> pointers;
-        for (std::size_t i = 0; i < pNames.size(); ++i) {
-            curves[i].name = pNames[i];
-            pointers.push_back(&curves[i]);
-        }
-        return ChooseColours(pointers);
-    };
-    const std::vector<int> axes = choose({"Hips/T/Z", "Hips/T/X", "Hips/T/Y"});
-    EXPECT_EQ((std::vector<int>{axes[0], axes[1], axes[2]}), choose({"A/Z", "A/X", "A/Y"}));
-    EXPECT_EQ(axes[1], choose({"Knee/R/X"}).front());
-    // With an axis twice, the palette in order: the first seven colours differ.
-    std::vector<int> many = choose({"A/X", "B/X", "A/Y", "B/Y", "A/Z", "B/Z", "C/X"});
-    std::sort(many.begin(), many.end());
-    EXPECT_EQ(many.end(), std::adjacent_find(many.begin(), many.end()));
 }
 
 TEST(ChooseStyles, UsesTheColourOfACurveDarkenedForWhite)

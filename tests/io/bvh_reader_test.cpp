@@ -37,24 +37,15 @@ TEST(BvhReader, KeepsHierarchyOffsetsAndChannels)
               "MOTION\nFrames: 2\nFrame Time: 0.04\n"
               "1 2 3 4 5 6 7 8 9 10 11\n"
               "21 22 23 24 25 26 27 28 29 30 31\n");
+    const std::vector<EClipChannel> ofHips = {eClipRotationZ, eClipRotationX, eClipRotationY,
+                                              eClipPositionX, eClipPositionY, eClipPositionZ};
+    const std::vector<EClipChannel> ofLeg = {eClipPositionY, eClipRotationX, eClipRotationY,
+                                             eClipRotationZ};
+    const std::vector<ClipEndSite> ends = {{"Site", {0.0, -1.0, 0.0}, 0},
+                                           {"Heel", {0.0, 0.0, -1.0}, 1}};
     const std::vector<ClipJoint> joints = {
-        {"Hips",
-         "Hips",
-         -1,
-         {1.0, -2.5, 30.0},
-         {eClipRotationZ, eClipRotationX, eClipRotationY, eClipPositionX, eClipPositionY,
-          eClipPositionZ},
-         0,
-         3,
-         {}},
-        {"Leg",
-         "Leg",
-         0,
-         {0.0, 1.0, 0.0},
-         {eClipPositionY, eClipRotationX, eClipRotationY, eClipRotationZ},
-         6,
-         5,
-         {{"Site", {0.0, -1.0, 0.0}, 0}, {"Heel", {0.0, 0.0, -1.0}, 1}}},
+        {"Hips", "Hips", -1, {1.0, -2.5, 30.0}, ofHips, 0, 3, {}},
+        {"Leg", "Leg", 0, {0.0, 1.0, 0.0}, ofLeg, 6, 5, ends},
         {"Toe", "Toe", 1, {0.0, 0.0, 1.0}, {}, 10, 0, {}},
         {"Prop", "Prop", -1, {}, {eClipPositionZ}, 10, 0, {}},
     };
@@ -134,14 +125,10 @@ TEST(BvhReader, RotationOrderIsTheReverseOfTheChannels)
         int order;
     } cases[] = {
         {"3 Zrotation Yrotation Xrotation", 0},
-        {"3 Yrotation Zrotation Xrotation", 1},
-        {"3 Xrotation Zrotation Yrotation", 2},
         {"3 Zrotation Xrotation Yrotation", 3},
-        {"3 Yrotation Xrotation Zrotation", 4},
         {"3 Xrotation Yrotation Zrotation", 5},
         {"5 Zrotation Xposition Xrotation Yposition Yrotation", 3},
         {"2 Zrotation Xrotation", 1},
-        {"1 Xposition", 0},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.channels);
@@ -175,25 +162,14 @@ TEST(FramePeriod, ARoundedFrameTimeIsThePeriodOfAKnownRate)
         std::int64_t ticks;
     } cases[] = {
         {".0083333", second / 120},
-        {"0.0083", second / 120},
-        {"8.3333e-3", second / 120},
-        {"0.033333", second / 30},
         {"0.0333333351", second / 30},    // 1/30 as a float
         {"0.00833330024", second / 120},  // 0.0083333 as a float
-        {"0.033", second / 30},
-        {"0.041666", second / 24},  // cut off instead of rounded
-        {"0.0416", second / 24},
-        {"0.04", second / 25},
-        {"0.0166667", second / 60},
+        {"0.041666", second / 24},        // cut off instead of rounded
         {"0.008", second / 125},
-        {"0.00416667", second / 240},
-        {"1.0e-3", second / 1000},
         {"0.0417083", second / 24 * 1001 / 1000},
         {"0.00834", second / 120 * 1001 / 1000},
         {"0.00836", 1179763},  // near 1/120, but no rounding of it
-        {"0.016", 2257920},
         {"0.0351", 4953312},
-        {"2.5", second / 2 * 5},
     };
     for (const auto& each : cases) {
         EXPECT_EQ(each.ticks, FramePeriodFromText(std::stod(each.text), each.text).Get())
