@@ -2,16 +2,12 @@
 // SPDX-License-Identifier: MIT
 
 #include "apps/glissa/arguments.h"
-#include "apps/glissa/json_report.h"
 #include "apps/glissa/progress.h"
 #include "apps/glissa/refusal.h"
 #include "apps/glissa/sample_grid.h"
-#include "apps/glissa/text_table.h"
 #include "glissa/curve/curve.h"
 
 #include <gtest/gtest.h>
-
-#include <limits>
 
 namespace
 {
@@ -103,30 +99,6 @@ TEST(SampleGrid, IncludesBothEndsAndDoesNotDrift)
     EXPECT_EQ(12u, rounded.Count());
     EXPECT_EQ(rounded.to, rounded.At(11));
     EXPECT_GT((SampleGrid{KTime::MinusInfinite(), KTime::Infinite(), 1000.0}).Count(), 1u << 31);
-}
-
-TEST(Report, TableColumnsAreAsWideAsTheirWidestCell)
-{
-    using enum TextTable::Align;
-    TextTable table({{"curve", left}, {"keys", right, 6}, {"unit", left}});
-    table.AddRow({"H\u00FCfte/R/X", "12", "degrees"});
-    table.AddRow({"a\n\xFF", "1234567"});
-    EXPECT_EQ("curve         keys  unit\n"
-              "H\u00FCfte/R/X       12  degrees\n"
-              "a\uFFFD\uFFFD        1234567\n",
-              table.GetText());
-    EXPECT_EQ("0.00000 -0.12346 1.5e+09",
-              RoundedText(-1e-9) + ' ' + RoundedText(-0.123456) + ' ' + RoundedText(1.5e9));
-}
-
-TEST(Report, JsonHasTheShortestDigitsOfFloats)
-{
-    const Json report = {{"a", JsonNumber(static_cast<double>(0.1f), true)},
-                         {"b", JsonNumber(0.1, false)},
-                         {"c", JsonNumber(std::numeric_limits<double>::infinity(), true)},
-                         {"d", "\xFF"}};
-    EXPECT_EQ("{\n  \"a\": 0.1,\n  \"b\": 0.1,\n  \"c\": null,\n  \"d\": \"\uFFFD\"\n}\n",
-              JsonReportText(report));
 }
 
 TEST(Report, ProgressHasTheWorkAndTheTimeLeft)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <utility>
 
 namespace
 {
@@ -13,19 +14,14 @@ TEST(KError, AnIdWithoutATextTakesTheOneOfTheTable)
 {
     const char* const table[] = {"No key", nullptr, "Unchanged", "outside the count of the table"};
     KError error(table, 3);
-    const struct
-    {
-        int id;
-        const char* text;
-        const char* expected;
-    } cases[] = {
-        {0, nullptr, "No key"}, {2, "Own text", "Own text"}, {1, nullptr, ""},
-        {3, nullptr, ""},       {INT_MIN, nullptr, ""},      {2, nullptr, "Unchanged"},
-    };
-    for (const auto& each : cases) {
-        error.SetLastError(each.id, each.text);
-        EXPECT_EQ(each.id, error.GetLastErrorID());
-        EXPECT_STREQ(each.expected, error.GetLastErrorString());
+    const std::pair<int, const char*> cases[] = {
+        {0, "No key"}, {1, ""}, {3, ""}, {INT_MIN, ""}, {2, "Unchanged"}};
+    for (const auto& [id, expected] : cases) {
+        error.SetLastError(2, "Own text");
+        EXPECT_STREQ("Own text", error.GetLastErrorString());
+        error.SetLastError(id, nullptr);
+        EXPECT_EQ(id, error.GetLastErrorID());
+        EXPECT_STREQ(expected, error.GetLastErrorString());
     }
     error.SetLastError(1, error.GetLastErrorString(), 40);  // its own text is a valid argument
     EXPECT_STREQ("Unchanged", error.GetLastErrorString());

@@ -78,6 +78,7 @@ TEST_F(NodeLinks, ConvertTimesByAllETIsOnTheWay)
     // From the model one looks at the first child, not deeper.
     mModel->SetETI(nullptr);
     EXPECT_EQ(mModel->ETIGetGlobalOffset(), Seconds(1.0));
+    mChannel->SetETI(nullptr);
 
     mOnX.mScale = 0.0;  // a standstill
     mOnX.mTrim = KTime();
