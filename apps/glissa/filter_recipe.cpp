@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <string_view>
 
 namespace
 {
@@ -74,17 +75,14 @@ std::string DefaultText(const FilterEntry& pEntry, const FilterParameter& pParam
                                                   : fmt::format("{:.4g}", number);
 }
 
-double ParseValue(const std::string& pName, const std::string& pText)
+const char* FormText(const FilterParameter& pParameter)
 {
-    if (pText == "on" || pText == "off") {
-        return pText == "on" ? 1.0 : 0.0;
+    if (pParameter.mValue == FilterValue::flag) {
+        return "on or off";
     }
-    const std::optional<double> number = ParseFraction(pText);
-    if (!number) {
-        throw WrongArguments(fmt::format(
-            "'{}' is no value for {}: write a number, a fraction (1/60), on or off", pText, pName));
-    }
-    return *number;
+    return pParameter.mUnit == std::string_view("s")
+               ? "seconds, as a number or a fraction (4/30 for 4 frames of 30 a second)"
+               : "a number or a fraction (1/60)";
 }
 
 void Set(FilterSetup& pSetup, const std::string& pName, double pNumber)
@@ -99,6 +97,21 @@ void Set(FilterSetup& pSetup, const std::string& pName, double pNumber)
                                    : fault);
 }
 
+// A value as users write it. On and off are values of flags alone.
+void SetText(FilterSetup& pSetup, const std::string& pName, const std::string& pText)
+{
+    const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
+    const bool isFlag = parameter && parameter->mValue == FilterValue::flag;
+    const std::optional<double> number = isFlag && (pText == "on" || pText == "off")
+                                             ? std::optional(pText == "on" ? 1.0 : 0.0)
+                                             : ParseFraction(pText);
+    if (parameter && !number) {
+        throw WrongArguments(
+            fmt::format("'{}' is no value for {}: write {}", pText, pName, FormText(*parameter)));
+    }
+    Set(pSetup, pName, number.value_or(0.0));
+}
+
 FilterSetup SetupOf(const Json& pStep)
 {
     if (!pStep.is_object() || !pStep.contains("filter") || !pStep["filter"].is_string()) {
@@ -110,11 +123,11 @@ FilterSetup SetupOf(const Json& pStep)
             continue;
         }
         if (value.is_boolean()) {
-            Set(setup, name, value.get<bool>() ? 1.0 : 0.0);
+            SetText(setup, name, value.get<bool>() ? "on" : "off");
         } else if (value.is_number()) {
             Set(setup, name, value.get<double>());
         } else if (value.is_string()) {
-            Set(setup, name, ParseValue(name, value.get<std::string>()));
+            SetText(setup, name, value.get<std::string>());
         } else {
             throw WrongArguments(fmt::format("{} is no number, true or false", name));
         }
@@ -143,8 +156,7 @@ FilterSetup ParseFilter(const std::string& pText)
         if (equals == std::string::npos) {
             throw WrongArguments(fmt::format("'{}' has no value: write NAME=VALUE", pair));
         }
-        const std::string name = pair.substr(0, equals);
-        Set(setup, name, ParseValue(name, pair.substr(equals + 1)));
+        SetText(setup, pair.substr(0, equals), pair.substr(equals + 1));
         start = end + 1;
     }
     CheckComplete(setup);

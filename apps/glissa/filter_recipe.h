@@ -10,8 +10,8 @@
 /// Filters in the order in which they run.
 using FilterRecipe = std::vector<FilterSetup>;
 
-/// A filter as --apply has it: "butterworth:cutoff=6,order=4". A value is a number, a fraction
-/// (1/60), or on or off. Throws WrongArguments.
+/// A filter as --apply has it: "butterworth:cutoff=6,order=4". A value is a number or a fraction
+/// (1/60), times are in seconds; that of a flag is also on or off. Throws WrongArguments.
 FilterSetup ParseFilter(const std::string& pText);
 
 /// The text of a recipe, {"filters":[{"filter":"butterworth","cutoff":6}, ...]}. Throws Refusal

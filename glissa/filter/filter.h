@@ -22,8 +22,9 @@ enum EGlissaFilterError : int
 /// synchronous operation; a filter holds no curve between calls.
 ///
 /// A refusal is false, leaves the curve as it was and keeps an error, the last one of the filter,
-/// which no success clears. A locked curve is refused without an error. A change is posted to the
-/// curve's listeners once. They are called when all curves are done, and may edit or destroy the
+/// which no success clears. A locked curve is refused without an error. All changes of a curve are
+/// one event; a filter that runs another one on its result, such as the key reducer with key sync,
+/// sends one for each. Listeners are called when all curves are done, and may edit or destroy the
 /// curves and the filter. One thread at a time uses a filter.
 ///
 /// Copies take over name, span, error and parameters. A filter with a rule for single curves

@@ -38,6 +38,22 @@ KgeTVector ValuesOfKey(Glissa* const* pCurves, int pIndex)
                       pCurves[2]->KeyGetValue(pIndex));
 }
 
+// Puts the smoothed keys into the curves that are not locked.
+void ReplaceSpans(Glissa* const* pCurves, Glissa* const* pResults)
+{
+    if (!pResults[0] || pResults[0]->KeyGetCount() == 0) {
+        return;
+    }
+    const KTime first = pResults[0]->KeyGetTime(0);
+    const KTime last = pResults[0]->KeyGetTime(pResults[0]->KeyGetCount() - 1);
+    for (int i = 0; i < kAxes; ++i) {
+        if (!pCurves[i]->IsLocked()) {
+            const KeyModifyBracket bracket(*pCurves[i]);
+            ReplaceSpan(*pCurves[i], *pResults[i], first, last, false);
+        }
+    }
+}
+
 /// Three curves sampled together.
 class Sampler
 {
@@ -67,27 +83,6 @@ GlissaFilterSmooth2::GlissaFilterSmooth2() : KClassFrame("FCurve Smooth2", kErro
     GlissaFilterSmooth2::Reset();
 }
 
-GlissaFilterSmooth2::GlissaFilterSmooth2(const GlissaFilterSmooth2& pOther)
-    : KClassFrame(pOther),
-      mFactor(pOther.mFactor),
-      mWidth(pOther.mWidth),
-      mSampleCount(pOther.mSampleCount)
-{}
-
-GlissaFilterSmooth2& GlissaFilterSmooth2::operator=(const GlissaFilterSmooth2& pOther)
-{
-    KClassFrame::operator=(pOther);
-    mFactor = pOther.mFactor;
-    mWidth = pOther.mWidth;
-    mSampleCount = pOther.mSampleCount;
-    return *this;
-}
-
-GlissaFilterSmooth2::~GlissaFilterSmooth2()
-{
-    ReleaseWorkCurves();
-}
-
 void GlissaFilterSmooth2::Reset()
 {
     mFactor = 1.5;
@@ -108,7 +103,18 @@ void GlissaFilterSmooth2::SetSampleCount(int pCount)
 
 void GlissaFilterSmooth2::PrepareForFiltering(Glissa** pCurves, KTime& pStart, KTime& pStop)
 {
-    ReleaseWorkCurves();
+    Prepare(mPrepared, pCurves, pStart, pStop);
+}
+
+void GlissaFilterSmooth2::CleanUpAfterFiltering(Glissa** pCurves)
+{
+    ReplaceSpans(pCurves, mPrepared.mResults);
+    mPrepared.Release();
+}
+
+void GlissaFilterSmooth2::Prepare(WorkCurves& pWork, Glissa** pCurves, KTime& pStart, KTime& pStop)
+{
+    pWork.Release();
     KTime first = KTime::Infinite();
     KTime last = KTime::MinusInfinite();
     for (int i = 0; i < kAxes; ++i) {
@@ -117,39 +123,24 @@ void GlissaFilterSmooth2::PrepareForFiltering(Glissa** pCurves, KTime& pStart, K
             first = std::min(first, pCurves[i]->KeyGetTime(0));
             last = std::max(last, pCurves[i]->KeyGetTime(count - 1));
         }
-        mCopies[i] = pCurves[i]->Copy();
-        mResults[i] = GlissaCreate();
+        pWork.mCopies[i] = pCurves[i]->Copy();
+        pWork.mResults[i] = GlissaCreate();
     }
     const bool hasKeys = first <= last;
     pStart = hasKeys ? std::max(first, GetStartTime()) : GetStartTime();
     pStop = hasKeys ? std::min(last, GetStopTime()) : GetStopTime();
 
     GlissaFilterKeySync sync;
-    if (sync.NeedApply(mCopies, kAxes)) {
-        sync.Apply(mCopies, kAxes);
+    if (sync.NeedApply(pWork.mCopies, kAxes)) {
+        sync.Apply(pWork.mCopies, kAxes);
     }
-    for (Glissa* result : mResults) {
-        result->ResizeKeyBuffer(mCopies[0]->KeyGetCount(), false);
+    for (Glissa* result : pWork.mResults) {
+        result->ResizeKeyBuffer(pWork.mCopies[0]->KeyGetCount(), false);
         result->KeyModifyBegin();
     }
 }
 
-void GlissaFilterSmooth2::CleanUpAfterFiltering(Glissa** pCurves)
-{
-    if (mResults[0] && mResults[0]->KeyGetCount() > 0) {
-        const KTime first = mResults[0]->KeyGetTime(0);
-        const KTime last = mResults[0]->KeyGetTime(mResults[0]->KeyGetCount() - 1);
-        for (int i = 0; i < kAxes; ++i) {
-            if (!pCurves[i]->IsLocked()) {
-                const KeyModifyBracket bracket(*pCurves[i]);
-                ReplaceSpan(*pCurves[i], *mResults[i], first, last, false);
-            }
-        }
-    }
-    ReleaseWorkCurves();
-}
-
-void GlissaFilterSmooth2::ReleaseWorkCurves()
+void GlissaFilterSmooth2::WorkCurves::Release()
 {
     for (int i = 0; i < kAxes; ++i) {
         for (Glissa** curve : {&mCopies[i], &mResults[i]}) {
@@ -210,38 +201,38 @@ bool GlissaFilterSmooth2::Apply(Glissa** pCurves, int pCount)
     const KOperation operation;
     KTime start;
     KTime stop;
-    PrepareForFiltering(pCurves, start, stop);
-    const char* refusal = !(start < stop)                  ? "FCurveSmooth2, Invalid Time Span."
-                          : mCopies[0]->KeyGetCount() == 0 ? "FCurveSmooth2, No keys."
-                                                           : nullptr;
-    if (refusal) {
-        ReleaseWorkCurves();
-        return Refuse(eFilterNoKey, refusal);
+    WorkCurves work;
+    Prepare(work, pCurves, start, stop);
+    if (!(start < stop)) {
+        return Refuse(eFilterNoKey, "FCurveSmooth2, Invalid Time Span.");
+    }
+    if (work.mCopies[0]->KeyGetCount() == 0) {
+        return Refuse(eFilterNoKey, "FCurveSmooth2, No keys.");
     }
     if (mWidth / 2 > KTime()) {
-        SmoothKeys(start, stop);
+        SmoothKeys(work, start, stop);
     }
-    CleanUpAfterFiltering(pCurves);
+    ReplaceSpans(pCurves, work.mResults);
     return true;
 }
 
 // The first key of the span is taken over; it is where the smoothed point starts.
-void GlissaFilterSmooth2::SmoothKeys(KTime pStart, KTime pStop)
+void GlissaFilterSmooth2::SmoothKeys(const WorkCurves& pWork, KTime pStart, KTime pStop)
 {
-    const Glissa& times = *mCopies[0];
+    const Glissa& times = *pWork.mCopies[0];
     const KTime halfWidth = mWidth / 2;
     const int half = std::max(mSampleCount / 2, 1);
-    const int first = static_cast<int>(mCopies[0]->KeyFind(pStart, nullptr));
-    const int last = static_cast<int>(std::floor(mCopies[0]->KeyFind(pStop, nullptr)));
+    const int first = static_cast<int>(pWork.mCopies[0]->KeyFind(pStart, nullptr));
+    const int last = static_cast<int>(std::floor(pWork.mCopies[0]->KeyFind(pStop, nullptr)));
     const bool fadesIn = pStart > times.KeyGetTime(0);
     const bool fadesOut = pStop < times.KeyGetTime(times.KeyGetCount() - 1);
-    Sampler past(mResults);
-    Sampler future(mCopies);
+    Sampler past(pWork.mResults);
+    Sampler future(pWork.mCopies);
 
-    KgeTVector smoothed = ValuesOfKey(mCopies, first);
+    KgeTVector smoothed = ValuesOfKey(pWork.mCopies, first);
     for (int i = first; i <= last; ++i) {
         const KTime time = times.KeyGetTime(i);
-        KgeTVector position = ValuesOfKey(mCopies, i);
+        KgeTVector position = ValuesOfKey(pWork.mCopies, i);
         if (i > first) {
             const KgeTVector raw = position;
             const KTime from = std::max(time - halfWidth, pStart);
@@ -253,7 +244,7 @@ void GlissaFilterSmooth2::SmoothKeys(KTime pStart, KTime pStop)
             KgeTVector velocity =
                 rise * (2.0 / (to - from).GetSecondDouble()) * (1.0 / (2.0 * half));
             const double elapsed = (time - times.KeyGetTime(i - 1)).GetSecondDouble();
-            smoothed = ValuesOfKey(mResults, i - 1 - first);
+            smoothed = ValuesOfKey(pWork.mResults, i - 1 - first);
             DampGT(position, smoothed, velocity, elapsed, mFactor);
             const auto fade = [&](KTime pDistance) {
                 const double share = pDistance.GetSecondDouble() / halfWidth.GetSecondDouble();
@@ -267,9 +258,10 @@ void GlissaFilterSmooth2::SmoothKeys(KTime pStart, KTime pStop)
             }
         }
         for (int axis = 0; axis < kAxes; ++axis) {
-            const int key = mResults[axis]->KeyAppendFast(time, static_cast<float>(position[axis]));
-            if (mCopies[axis]->KeyGetSelected(i)) {
-                mResults[axis]->KeySetSelected(key, true);
+            const int key =
+                pWork.mResults[axis]->KeyAppendFast(time, static_cast<float>(position[axis]));
+            if (pWork.mCopies[axis]->KeyGetSelected(i)) {
+                pWork.mResults[axis]->KeySetSelected(key, true);
             }
         }
     }

@@ -22,10 +22,6 @@ public:
     static constexpr int kMostSamples = 100000;
 
     GlissaFilterSmooth2();
-    /// A copy takes the parameters, and none of the curves of a preparation.
-    GlissaFilterSmooth2(const GlissaFilterSmooth2& pOther);
-    GlissaFilterSmooth2& operator=(const GlissaFilterSmooth2& pOther);
-    ~GlissaFilterSmooth2() override;
     void Reset() override;
 
     /// False with error 3: a single curve is no motion in space.
@@ -49,10 +45,10 @@ public:
     /// Stores the absolute value, and 2 for 0.
     void SetSampleCount(int pCount);
 
-    // The steps of an application.
+    // The steps of an application. Apply has work curves of its own.
 
-    /// Makes synchronised copies of three curves, and three empty curves for the result. Curves
-    /// without keys do not count for the span.
+    /// Makes synchronised copies of three curves, and three empty curves for the result, which a
+    /// copy of the filter does not take over. Curves without keys do not count for the span.
     ///
     /// pStart, pStop  out: the times of all keys, within the span of the filter.
     void PrepareForFiltering(Glissa** pCurves, KTime& pStart, KTime& pStop);
@@ -68,11 +64,23 @@ public:
                 double pFactor);
 
 private:
-    void ReleaseWorkCurves();
-    void SmoothKeys(KTime pStart, KTime pStop);
+    /// The copies of three curves and the curves for the result, ended with the object. A copy of
+    /// it has none.
+    struct WorkCurves
+    {
+        WorkCurves() = default;
+        WorkCurves(const WorkCurves&) {}
+        WorkCurves& operator=(const WorkCurves&) { return *this; }
+        ~WorkCurves() { Release(); }
+        void Release();
 
-    Glissa* mCopies[3] = {};
-    Glissa* mResults[3] = {};
+        Glissa* mCopies[3] = {};
+        Glissa* mResults[3] = {};
+    };
+    void Prepare(WorkCurves& pWork, Glissa** pCurves, KTime& pStart, KTime& pStop);
+    void SmoothKeys(const WorkCurves& pWork, KTime pStart, KTime pStop);
+
+    WorkCurves mPrepared;
     double mFactor;
     KTime mWidth;
     int mSampleCount;
