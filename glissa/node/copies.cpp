@@ -89,8 +89,7 @@ void CopyNode(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode)
 
     if (Glissa* curve = source.mCurve) {
         if (pMode.transfers) {
-            pNode.FCurveSet(curve, true);
-            pSource.FCurveSet(nullptr, false);
+            pNode.FCurveSet(curve, true);  // which takes it from the source
         } else if (state.mCurve) {
             state.mCurve->CopyFrom(*curve, true);
         } else {
