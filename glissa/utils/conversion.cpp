@@ -150,7 +150,10 @@ GlissaNode& GlissaUtils::ConvertCurveInterpolationRecursive(unsigned pInterpolat
         const KeyModifyBracket bracket(*curve);
         for (int i = 0; i < curve->KeyGetCount(); ++i) {
             curve->KeySetInterpolation(i, pInterpolation);
-            curve->KeySetTangeantMode(i, pTangentMode);
+            // The listener of the report before a change may have removed the key.
+            if (i < curve->KeyGetCount()) {
+                curve->KeySetTangeantMode(i, pTangentMode);
+            }
         }
     }
     return pNode;

@@ -58,65 +58,6 @@ void ExpectWhole(const Glissa& pCurve)
     }
 }
 
-using CurveOperation = std::function<void(Glissa&)>;
-
-// pOther  a curve like the one that is edited.
-std::vector<CurveOperation> CurveOperations(Glissa& pOther)
-{
-    Glissa* const other = &pOther;
-    return {
-        [](Glissa& c) { c.SetValue(3.0f); },
-        [](Glissa& c) { c.SetPostExtrapolation(2); },
-        [](Glissa& c) { c.KeyClear(); },
-        [](Glissa& c) { c.KeyAppendFast(Seconds(9), kBad); },
-        [](Glissa& c) { c.KeyAttrSet(3, *GlissaDefaultKeyAttr); },
-        [](Glissa& c) { c.KeyAdd(Seconds(2.5), MakeKey(eInterpolationCustom, 1.0f)); },
-        [](Glissa& c) { c.KeyAdd(Seconds(2), MakeKey(eInterpolationCubic, kBad)); },
-        [](Glissa& c) { c.KeyAdd(Seconds(4.5)); },
-        [](Glissa& c) {
-            c.InternalPriKeyGetPtr(6)->mValue = kBad;  // the curve ends with it
-            c.KeyAdd(Seconds(9));
-        },
-        [=](Glissa& c) { c.KeyAdd(Seconds(1.5), other, 3); },
-        [=](Glissa& c) { c.KeyAppend(Seconds(8), other, 3); },
-        [=](Glissa& c) { c.KeySet(2, MakeKey(eInterpolationLinear, kBad)); },
-        [=](Glissa& c) { c.KeySet(2, other, 2); },
-        [](Glissa& c) { c.KeySet(2, Seconds(2.2), kBad, eInterpolationCubic, eTangentUser); },
-        [](Glissa& c) { c.KeyRemove(3); },
-        [](Glissa& c) { c.Delete(2, 4); },
-        [](Glissa& c) { c.Delete(Seconds(-1), Seconds(9), true); },
-        [](Glissa& c) { c.KeyMultValue(3, kBad); },
-        [](Glissa& c) { c.KeySetTime(3, Seconds(3.5)); },
-        [](Glissa& c) { c.KeyMove(1, Seconds(4.5)); },
-        [](Glissa& c) { c.KeyMoveOf(2, KTime(), kBad); },
-        [](Glissa& c) { c.KeyMoveOf(true, Seconds(-1), 1.0f); },
-        [](Glissa& c) { c.KeyMoveOf(Seconds(1.5), 1, 2); },
-        [](Glissa& c) { c.KeyMoveValueTo(false, kBad); },
-        [](Glissa& c) { c.KeyScaleValueAndTangeant(false, 2.0f); },
-        [](Glissa& c) { c.KeyMultDerivative(0, 2.0f); },
-        [](Glissa& c) { c.KeyTangeantSetInterpolation(false, eInterpolationCubic); },
-        [](Glissa& c) { c.KeyTangeantSetMode(false, eTangentUser); },
-        [](Glissa& c) { c.KeySelectAll(); },
-        [](Glissa& c) { c.KeyInsert(Seconds(0.5)); },
-        [](Glissa& c) {
-            c.CandidateSet(Seconds(2.5), 9.0);
-            c.CandidateKey(nullptr, eInterpolationCustom, 0x400, eContinuityInsert, true);
-        },
-        [=](Glissa& c) { c.CopyFrom(*other); },
-        [=](Glissa& c) { c.Insert(other, Seconds(2.25), GlissaTangeantInfo()); },
-        [=](Glissa& c) { c.Replace(other, Seconds(1), Seconds(4), true, false, Seconds(0.5)); },
-        [](Glissa& c) { c.KeySetInterpolation(3, eInterpolationLinear); },
-        [](Glissa& c) { c.KeySetTangeantMode(3, 0x200); },
-        [](Glissa& c) { c.KeySetDataDouble(1, eDataRightWeight, 0.5f); },
-        [](Glissa& c) { c.KeySetLeftDerivative(6, 4.0f); },
-        [](Glissa& c) { c.KeySetRightTangeantVelocity(1, 2.0f); },
-        [=](Glissa& c) {
-            c.CopyExternalPriKeyAndAttr(reinterpret_cast<void**>(other->GetPriFCurveKeysList()),
-                                        other->KeyGetCount());
-        },
-    };
-}
-
 // Calls back for keys of a custom type and for values that are not finite.
 class ManagerListener
 {
@@ -161,6 +102,7 @@ struct WatchedTree
                                     GlissaLayerInfo::Base)};
     GlissaNode* node = MakeChannel(KDataTypeLclRotation, "R").release();  // null when destroyed
     std::function<void(WatchedTree&)> then;
+    std::function<void(WatchedTree&)> thenOfManager = [](WatchedTree&) {};
     int calls = 0;
 
     explicit WatchedTree(std::function<void(WatchedTree&)> pThen) : then(std::move(pThen))
@@ -190,10 +132,10 @@ struct WatchedTree
         GlissaNode* const x = node ? node->Get(0) : nullptr;
         return x ? x->FCurveGet() : nullptr;
     }
-    void React()
+    void React(const std::function<void(WatchedTree&)>& pThen)
     {
         if (++calls < 40 && node) {
-            then(*this);
+            pThen(*this);
         }
     }
     void End(GlissaNode* pNode)
@@ -208,14 +150,16 @@ struct WatchedTree
     static void HearNode(GlissaNode*, GlissaNodeEvent* pEvent, void* pData)
     {
         EXPECT_GT(pEvent->GetEventCount(), 0);
-        static_cast<WatchedTree*>(pData)->React();
+        auto* const self = static_cast<WatchedTree*>(pData);
+        self->React(self->then);
     }
     static void HearCurve(Glissa* pCurve, GlissaEvent* pEvent, void* pData)
     {
         EXPECT_GT(pEvent->GetEventCount(), 0);
         EXPECT_NE(pEvent->GetType(), 0);
         ExpectWhole(*pCurve);
-        static_cast<WatchedTree*>(pData)->React();
+        auto* const self = static_cast<WatchedTree*>(pData);
+        self->React(self->then);
     }
 };
 
@@ -232,10 +176,71 @@ void SmoothTogether(GlissaNode& pNode, GlissaFilterSmooth2& pSmooth)
     }
 }
 
-// Filters and utilities that walk over the curves of a node.
-std::vector<NodeOperation> Walks(GlissaFilterSmooth2& pSmooth)
+// The operations under test, and what they take from elsewhere.
+struct Operations
 {
-    return {
+    CurveHandle curve{GlissaCreate()};  // like those that are edited
+    NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    NodePtr warp = MakeChannel(KDataTypeTimeWarp, "W");
+    double values[4] = {400.0, 50.0, 60.0, 0.0};
+    KTime one = Seconds(1);
+    GlissaFilterSmooth2 smooth;
+
+    const std::vector<std::function<void(Glissa&)>> ofCurves = {
+        [](Glissa& c) { c.SetValue(3.0f); },
+        [](Glissa& c) { c.SetPostExtrapolation(2); },
+        [](Glissa& c) { c.KeyClear(); },
+        [](Glissa& c) { c.KeyAppendFast(Seconds(9), kBad); },
+        [](Glissa& c) { c.KeyAttrSet(3, *GlissaDefaultKeyAttr); },
+        [](Glissa& c) { c.KeyAdd(Seconds(2.5), MakeKey(eInterpolationCustom, 1.0f)); },
+        [](Glissa& c) { c.KeyAdd(Seconds(2), MakeKey(eInterpolationCubic, kBad)); },
+        [](Glissa& c) { c.KeyAdd(Seconds(4.5)); },
+        [](Glissa& c) {
+            c.InternalPriKeyGetPtr(6)->mValue = kBad;  // the curve ends with it
+            c.KeyAdd(Seconds(9));
+        },
+        [this](Glissa& c) { c.KeyAdd(Seconds(1.5), curve.get(), 3); },
+        [this](Glissa& c) { c.KeyAppend(Seconds(8), curve.get(), 3); },
+        [this](Glissa& c) { c.KeySet(2, MakeKey(eInterpolationLinear, kBad)); },
+        [this](Glissa& c) { c.KeySet(2, curve.get(), 2); },
+        [](Glissa& c) { c.KeySet(2, Seconds(2.2), kBad, eInterpolationCubic, eTangentUser); },
+        [](Glissa& c) { c.KeyRemove(3); },
+        [](Glissa& c) { c.Delete(2, 4); },
+        [](Glissa& c) { c.Delete(Seconds(-1), Seconds(9), true); },
+        [](Glissa& c) { c.KeyMultValue(3, kBad); },
+        [](Glissa& c) { c.KeySetTime(3, Seconds(3.5)); },
+        [](Glissa& c) { c.KeyMove(1, Seconds(4.5)); },
+        [](Glissa& c) { c.KeyMoveOf(2, KTime(), kBad); },
+        [](Glissa& c) { c.KeyMoveOf(true, Seconds(-1), 1.0f); },
+        [](Glissa& c) { c.KeyMoveOf(Seconds(1.5), 1, 2); },
+        [](Glissa& c) { c.KeyMoveValueTo(false, kBad); },
+        [](Glissa& c) { c.KeyScaleValueAndTangeant(false, 2.0f); },
+        [](Glissa& c) { c.KeyMultDerivative(0, 2.0f); },
+        [](Glissa& c) { c.KeyTangeantSetInterpolation(false, eInterpolationCubic); },
+        [](Glissa& c) { c.KeyTangeantSetMode(false, eTangentUser); },
+        [](Glissa& c) { c.KeySelectAll(); },
+        [](Glissa& c) { c.KeyInsert(Seconds(0.5)); },
+        [](Glissa& c) {
+            c.CandidateSet(Seconds(2.5), 9.0);
+            c.CandidateKey(nullptr, eInterpolationCustom, 0x400, eContinuityInsert, true);
+        },
+        [this](Glissa& c) { c.CopyFrom(*curve); },
+        [this](Glissa& c) { c.Insert(curve.get(), Seconds(2.25), GlissaTangeantInfo()); },
+        [this](Glissa& c) {
+            c.Replace(curve.get(), Seconds(1), Seconds(4), true, false, Seconds(0.5));
+        },
+        [](Glissa& c) { c.KeySetInterpolation(3, eInterpolationLinear); },
+        [](Glissa& c) { c.KeySetTangeantMode(3, 0x200); },
+        [](Glissa& c) { c.KeySetDataDouble(1, eDataRightWeight, 0.5f); },
+        [](Glissa& c) { c.KeySetLeftDerivative(6, 4.0f); },
+        [](Glissa& c) { c.KeySetRightTangeantVelocity(1, 2.0f); },
+        [this](Glissa& c) {
+            c.CopyExternalPriKeyAndAttr(reinterpret_cast<void**>(curve->GetPriFCurveKeysList()),
+                                        curve->KeyGetCount());
+        },
+    };
+    // Filters and utilities that walk over the curves of a node.
+    const std::vector<NodeOperation> walks = {
         [](GlissaNode& n) {
             GlissaFilterOffset offset;
             offset.SetOffset(1.0);
@@ -247,40 +252,63 @@ std::vector<NodeOperation> Walks(GlissaFilterSmooth2& pSmooth)
             reducer.Apply(n, true);
         },
         [](GlissaNode& n) { GlissaFilterKeySync().Apply(n, true); },
-        [&](GlissaNode& n) { SmoothTogether(n, pSmooth); },
+        [this](GlissaNode& n) { SmoothTogether(n, smooth); },
         [](GlissaNode& n) {
             GlissaUtils::ConvertCurveInterpolationRecursive(eInterpolationLinear, 0, n);
         },
     };
-}
+    const std::vector<NodeOperation> ofTrees = {
+        [](GlissaNode& n) { n.Get(0)->FCurveReplace(GlissaCreate()); },
+        [](GlissaNode& n) { n.Delete(1); },
+        [](GlissaNode& n) { n.SetVisibility(true, true, true, -1); },
+        [this](GlissaNode& n) { n.TimeWarpSet(warp.get()); },
+        [](GlissaNode& n) { n.Clear(); },
+        [](GlissaNode& n) { n.CreateLayerAt(GlissaLayerInfo(2, nullptr)); },
+        [](GlissaNode& n) { n.GetCorrectLayerAndCreateIfMissing(GlissaLayerInfo(7, nullptr)); },
+        [](GlissaNode& n) { n.LayerCreate(GlissaLayerInfo(2, nullptr), true); },
+        [](GlissaNode& n) { n.LayerSet(nullptr, true); },
+        [](GlissaNode& n) { n.RemoveLayer(1, true); },
+        [](GlissaNode& n) { n.RemoveLayerNode(3); },
+        [this](GlissaNode& n) { n.InsertOrCopyLayer(GlissaLayerInfo(2, nullptr), node.get()); },
+        [this](GlissaNode& n) { n.CopyFrom(node.get(), false); },
+        [](GlissaNode& n) { n.SetUseQuaternion(true); },
+        [this](GlissaNode& n) { n.SetValue(values, true); },
+        [this](GlissaNode& n) { n.KeyAdd(one, values, 0, 8, 0x100); },
+        [this](GlissaNode& n) { n.KeyRecord(one, values); },
+        [this](GlissaNode& n) { n.DeleteKey(one, nullptr, 0.0, 0); },
+        [](GlissaNode& n) { n.Delete(KTime(), Seconds(2), true); },
+        [this](GlissaNode& n) { n.Replace(node.get(), KTime(), one, true, true, KTime()); },
+        [this](GlissaNode& n) {
+            n.CandidateSet(one, values, {2, nullptr});
+            n.CandidateKey(nullptr, {2, nullptr}, nullptr, false, 8, 0x400, 0, true);
+        },
+        [this](GlissaNode& n) {
+            GlissaNodeCandidateState state;
+            node->GetCandidateState(state);
+            n.SetCandidateState(state, true);
+        },
+    };
+    // All of them on a tree: those of curves, the walks, those of trees.
+    std::vector<NodeOperation> all;
 
-TEST(Listeners, SeeACurveWhenTheOperationHasDoneItsWork)
-{
-    ManagerListener manager;
-    const CurveHandle other(GlissaCreate());
-    Fill(*other);
-    const std::vector<CurveOperation> operations = CurveOperations(*other);
-    for (std::size_t i = 0; i < operations.size(); ++i) {
-        SCOPED_TRACE(i);
-        const CurveHandle finished(GlissaCreate());
-        Fill(*finished);
-        operations[i](*finished);
-        const std::string expected = StoredText(*finished);
-        WatchedTree tree(
-            [&](WatchedTree& self) { EXPECT_EQ(expected, StoredText(*self.Curve())); });
-        manager.mThen = [&](bool pIsBefore) {
-            if (!pIsBefore) {
-                tree.then(tree);
-            }
-        };
-        operations[i](*tree.Curve());
-        EXPECT_TRUE(tree.calls > 0 || i == 3 || i + 1 == operations.size());
-        EXPECT_EQ(expected, StoredText(*tree.Curve()));
-        manager.mThen = [](bool) {};
+    Operations()
+    {
+        node->CreateLayerAt(GlissaLayerInfo(2, nullptr));
+        for (const auto& each : ofCurves) {
+            all.push_back([each](GlissaNode& n) { each(*n.Get(0)->FCurveGet()); });
+        }
+        all.insert(all.end(), walks.begin(), walks.end());
+        all.insert(all.end(), ofTrees.begin(), ofTrees.end());
     }
-}
+    void Run(std::size_t pOperation, GlissaNode& pNode)
+    {
+        curve->KeyClear();
+        Fill(*curve);
+        all[pOperation](pNode);
+    }
+};
 
-TEST(Listeners, SeeAllCurvesWhenAWalkHasDoneItsWork)
+TEST(Listeners, SeeAllCurvesWhenTheOperationHasDoneItsWork)
 {
     const auto describe = [](GlissaNode& node) {
         std::string text;
@@ -289,65 +317,89 @@ TEST(Listeners, SeeAllCurvesWhenAWalkHasDoneItsWork)
         }
         return text;
     };
-    GlissaFilterSmooth2 smooth;
-    for (const NodeOperation& walk : Walks(smooth)) {
+    ManagerListener manager;
+    Operations operations;
+    const std::size_t curveCount = operations.ofCurves.size();
+    for (std::size_t i = 0; i < curveCount + operations.walks.size(); ++i) {
+        SCOPED_TRACE(i);
         WatchedTree finished([](WatchedTree&) {});
-        walk(*finished.node);
+        operations.Run(i, *finished.node);
         const std::string expected = describe(*finished.node);
         WatchedTree tree([&](WatchedTree& self) { EXPECT_EQ(expected, describe(*self.node)); });
-        walk(*tree.node);
-        EXPECT_GE(tree.calls, 3);
+        manager.mThen = [&](bool pIsBefore) {
+            if (!pIsBefore) {
+                tree.then(tree);
+            }
+        };
+        operations.Run(i, *tree.node);
+        EXPECT_TRUE(tree.calls > (i < curveCount ? 0 : 2) || i == 3 || i + 1 == curveCount);
+        EXPECT_EQ(expected, describe(*tree.node));
+        manager.mThen = [](bool) {};
     }
 }
 
-TEST(Listeners, MayEditAndDestroyTheCurveInEveryOperation)
+TEST(Listeners, MayEditAndDestroyTheTreeInEveryOperation)
 {
-    const std::vector<std::function<void(WatchedTree&, Glissa&)>> reactions = {
-        [](WatchedTree&, Glissa& curve) { curve.KeyClear(); },
-        [](WatchedTree& self, Glissa& curve) { curve.KeyAdd(Seconds(self.calls * 0.3)); },
-        [](WatchedTree&, Glissa& curve) { curve.KeyMoveOf(false, Seconds(1), 1.0f); },
-        [](WatchedTree&, Glissa& curve) {
+    const auto onCurve = [](std::function<void(WatchedTree&, Glissa&)> pReact) {
+        return [pReact](WatchedTree& self) {
+            if (Glissa* const curve = self.Curve()) {
+                pReact(self, *curve);
+            }
+        };
+    };
+    Operations operations;
+    const std::vector<std::function<void(WatchedTree&)>> reactions = {
+        onCurve([](WatchedTree&, Glissa& curve) { curve.KeyClear(); }),
+        onCurve([](WatchedTree& self, Glissa& curve) { curve.KeyAdd(Seconds(self.calls * 0.3)); }),
+        onCurve([](WatchedTree&, Glissa& curve) { curve.KeyMoveOf(false, Seconds(1), 1.0f); }),
+        onCurve([](WatchedTree&, Glissa& curve) {
             curve.KeyModifyBegin();
             curve.Delete(0, 2);
             curve.KeyModifyEnd();
-        },
-        [](WatchedTree& self, Glissa& curve) {
+        }),
+        onCurve([](WatchedTree& self, Glissa& curve) {
             curve.CallbackUnregister(WatchedTree::HearCurve, &self);
             curve.KeySelectAll();
+        }),
+        onCurve([](WatchedTree&, Glissa& curve) { curve.Destroy(); }),
+        [&](WatchedTree& self) { SmoothTogether(*self.node, operations.smooth); },
+        [](WatchedTree& self) { self.node->Delete(KTime::MinusInfinite(), Seconds(9), true); },
+        [](WatchedTree& self) { self.node->RemoveLayer(self.calls % 4, true); },
+        [](WatchedTree& self) { self.node->Clear(); },
+        [](WatchedTree& self) {
+            self.node->CreateLayerAt(GlissaLayerInfo(self.calls % 4, nullptr));
         },
-        [](WatchedTree&, Glissa& curve) { curve.Destroy(); },
-        [](WatchedTree& self, Glissa&) { self.End(self.node); },
+        [](WatchedTree& self) {
+            if (self.node->GetCount() > 0) {
+                self.node->Delete(0);
+            }
+        },
+        [](WatchedTree& self) { self.End(self.node); },
+        [](WatchedTree& self) { self.End(self.parent.get()); },
     };
-    const CurveHandle other(GlissaCreate());
-    for (const bool byManager : {false, true}) {
+    for (std::size_t i = 0; i < 2 * operations.all.size(); ++i) {
         for (std::size_t r = 0; r < reactions.size(); ++r) {
-            for (std::size_t i = 0; i < CurveOperations(*other).size(); ++i) {
-                SCOPED_TRACE(testing::Message() << r << " in " << i << (byManager ? " m" : ""));
-                other->KeyClear();
-                Fill(*other);
-                const auto react = [&](WatchedTree& self) {
-                    if (Glissa* const curve = self.Curve()) {
-                        reactions[r](self, *curve);
-                    }
-                };
-                ManagerListener manager;
-                WatchedTree tree([](WatchedTree&) {});
-                if (byManager) {
-                    manager.mThen = [&](bool) { ++tree.calls < 40 ? react(tree) : void(); };
-                } else {
-                    tree.then = react;
-                }
-                CurveOperations(*other)[i](*tree.Curve());
-                manager.mThen = [](bool) {};
-                tree.then = [](WatchedTree&) {};
-                if (Glissa* const curve = tree.Curve()) {
-                    ExpectWhole(*curve);
-                    // The next post reaches its listeners.
-                    const int before = tree.calls;
-                    curve->CallbackRegister(WatchedTree::HearCurve, &tree);
-                    curve->SetValue(1.0f);
-                    EXPECT_GT(tree.calls, before);
-                }
+            // By the listeners of nodes and curves, and by that of the managers.
+            const bool byManager = i % 2 == 1;
+            SCOPED_TRACE(testing::Message() << r << " in " << i / 2 << (byManager ? " m" : ""));
+            ManagerListener manager;
+            WatchedTree tree([](WatchedTree&) {});
+            (byManager ? tree.thenOfManager : tree.then) = reactions[r];
+            manager.mThen = [&](bool) { tree.React(tree.thenOfManager); };
+            operations.Run(i / 2, *tree.node);
+            tree.then = tree.thenOfManager = [](WatchedTree&) {};
+            for (GlissaNode* layer = tree.node; layer && layer->LayerGet();
+                 layer = layer->LayerGet()) {
+                EXPECT_LT(layer->GetLayerID(), layer->LayerGet()->GetLayerID());
+                EXPECT_EQ(tree.node, layer->LayerGet()->ObjectLayerGet());
+            }
+            if (Glissa* const curve = tree.Curve()) {
+                ExpectWhole(*curve);
+                // The next post reaches its listeners.
+                const int before = tree.calls;
+                curve->CallbackRegister(WatchedTree::HearCurve, &tree);
+                curve->SetValue(1.0f);
+                EXPECT_GT(tree.calls, before);
             }
         }
     }
@@ -393,87 +445,6 @@ TEST(Listeners, ThatDestroyAChildLeaveNoPointerToIt)
         nullptr);
     EXPECT_EQ(nullptr, node->FindOrCreate("W", true));
     EXPECT_EQ(3, node->GetCount());
-}
-
-TEST(Listeners, MayEditAndDestroyATreeInEveryOperation)
-{
-    const NodePtr other = MakeChannel(KDataTypeLclRotation, "R");
-    other->CreateLayerAt({2, nullptr});
-    const NodePtr warp = MakeChannel(KDataTypeTimeWarp, "W");
-    double values[] = {400.0, 50.0, 60.0, 0.0};
-    KTime one = Seconds(1);
-    std::vector<NodeOperation> operations = {
-        [](GlissaNode& n) { n.Get(0)->FCurveReplace(GlissaCreate()); },
-        [](GlissaNode& n) { n.Delete(1); },
-        [](GlissaNode& n) { n.SetVisibility(true, true, true, -1); },
-        [&](GlissaNode& n) { n.TimeWarpSet(warp.get()); },
-        [](GlissaNode& n) { n.Clear(); },
-        [](GlissaNode& n) {
-            n.CreateLayerAt({2, nullptr});
-        },
-        [](GlissaNode& n) {
-            n.GetCorrectLayerAndCreateIfMissing({7, nullptr});
-        },
-        [](GlissaNode& n) {
-            n.LayerCreate({2, nullptr}, true);
-        },
-        [](GlissaNode& n) { n.LayerSet(nullptr, true); },
-        [](GlissaNode& n) { n.RemoveLayer(1, true); },
-        [](GlissaNode& n) { n.RemoveLayerNode(3); },
-        [&](GlissaNode& n) {
-            n.InsertOrCopyLayer({2, nullptr}, other.get());
-        },
-        [&](GlissaNode& n) { n.CopyFrom(other.get(), false); },
-        [](GlissaNode& n) { n.SetUseQuaternion(true); },
-        [&](GlissaNode& n) { n.SetValue(values, true); },
-        [&](GlissaNode& n) { n.KeyAdd(one, values, 0, 8, 0x100); },
-        [&](GlissaNode& n) { n.KeyRecord(one, values); },
-        [&](GlissaNode& n) { n.DeleteKey(one, nullptr, 0.0, 0); },
-        [](GlissaNode& n) { n.Delete(KTime(), Seconds(2), true); },
-        [&](GlissaNode& n) { n.Replace(other.get(), KTime(), one, true, true, KTime()); },
-        [&](GlissaNode& n) {
-            n.CandidateSet(one, values, {2, nullptr});
-            n.CandidateKey(nullptr, {2, nullptr}, nullptr, false, 8, 0x400, 0, true);
-        },
-        [&](GlissaNode& n) {
-            GlissaNodeCandidateState state;
-            other->GetCandidateState(state);
-            n.SetCandidateState(state, true);
-        },
-    };
-    GlissaFilterSmooth2 smooth;
-    for (const NodeOperation& walk : Walks(smooth)) {
-        operations.push_back(walk);
-    }
-    const std::vector<std::function<void(WatchedTree&)>> reactions = {
-        [&](WatchedTree& self) { SmoothTogether(*self.node, smooth); },
-        [](WatchedTree& self) { self.node->Delete(KTime::MinusInfinite(), Seconds(9), true); },
-        [](WatchedTree& self) { self.node->RemoveLayer(self.calls % 4, true); },
-        [](WatchedTree& self) { self.node->Clear(); },
-        [](WatchedTree& self) {
-            self.node->CreateLayerAt({self.calls % 4, nullptr});
-        },
-        [](WatchedTree& self) {
-            if (self.node->GetCount() > 0) {
-                self.node->Delete(0);
-            }
-        },
-        [](WatchedTree& self) { self.End(self.node); },
-        [](WatchedTree& self) { self.End(self.parent.get()); },
-    };
-    for (std::size_t r = 0; r < reactions.size(); ++r) {
-        for (std::size_t i = 0; i < operations.size(); ++i) {
-            SCOPED_TRACE(testing::Message() << r << " in " << i);
-            WatchedTree tree(reactions[r]);
-            operations[i](*tree.node);
-            tree.then = [](WatchedTree&) {};
-            for (GlissaNode* layer = tree.node; layer && layer->LayerGet();
-                 layer = layer->LayerGet()) {
-                EXPECT_LT(layer->GetLayerID(), layer->LayerGet()->GetLayerID());
-                EXPECT_EQ(tree.node, layer->LayerGet()->ObjectLayerGet());
-            }
-        }
-    }
 }
 
 TEST(Listeners, AMadeNodeThatIsRemovedAtOnceIsNotGiven)
