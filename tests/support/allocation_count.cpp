@@ -32,7 +32,9 @@ std::atomic<std::size_t> sLastToFail{0};
 bool Fails()
 {
     const std::size_t number = sAllocations++;
-    return number >= sFirstToFail && number <= sLastToFail;
+    const bool fails = number >= sFirstToFail && number <= sLastToFail;
+    errno = fails ? ENOMEM : errno;
+    return fails;
 }
 }  // namespace
 
@@ -102,29 +104,17 @@ void* __libc_realloc(void* pMemory, std::size_t pSize);
 
 void* malloc(std::size_t pSize) noexcept
 {
-    if (Fails()) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return __libc_malloc(pSize);
+    return Fails() ? nullptr : __libc_malloc(pSize);
 }
 
 void* calloc(std::size_t pCount, std::size_t pSize) noexcept
 {
-    if (Fails()) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return __libc_calloc(pCount, pSize);
+    return Fails() ? nullptr : __libc_calloc(pCount, pSize);
 }
 
 void* realloc(void* pMemory, std::size_t pSize) noexcept
 {
-    if (Fails()) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return __libc_realloc(pMemory, pSize);
+    return Fails() ? nullptr : __libc_realloc(pMemory, pSize);
 }
 }
 
