@@ -134,11 +134,7 @@ TEST_F(CurveStore, ABadKeyGoesAndTheOthersStay)
                          " Color: D0 D0 D0");
             tdf.SetCheckedReading(checked);
             const CurveHandle curve = Retrieved(tdf, false, true);
-            std::vector<RefKey> expected;
-            for (const StoredKey& each : checked ? row.checked : row.unchecked) {
-                expected.push_back(ToRefKey(each));
-            }
-            ExpectKeys(*curve, expected, false);
+            ExpectKeys(*curve, checked ? row.checked : row.unchecked, false);
             EXPECT_EQ(0.0f, curve->GetColor()[0]);  // what follows the keys is read
         }
     }

@@ -142,11 +142,7 @@ void ExpectRead(KTdf& pTdf, const std::vector<StoredKey>& pKeys)
         pTdf.SetCheckedReading(checked);
         const CurveHandle curve(GlissaCreate());
         EXPECT_TRUE(curve->TdfRetrieve(&pTdf, false, false));
-        std::vector<RefKey> expected;
-        for (const StoredKey& each : pKeys) {
-            expected.push_back(ToRefKey(each));
-        }
-        ExpectKeys(*curve, expected);
+        ExpectKeys(*curve, pKeys);
     }
 }
 
