@@ -97,26 +97,50 @@ TEST(CurveMoving, AKeyThatStaysFarEnoughIsNotTakenOut)
     EXPECT_EQ(0, last->KeyMove(1, KTime::MinusInfinite()));
 }
 
-// Keys too near to each other to keep the gap, some of which find a free time only behind others.
-TEST(CurveMoving, EverySelectedKeyMovesOnce)
+// Alone, past others, and too near to each other to keep the gap, where some find a free time only
+// behind others.
+TEST(CurveMoving, SelectedKeysMoveOnce)
 {
-    for (const std::int64_t delta :
-         {std::int64_t{0}, std::int64_t{-5}, std::int64_t{5}, -kGap, kGap}) {
-        const CurveHandle curve = Broken({0, 5, 10, 15, kGap, kGap + 5, kGap + 10});
-        float sum = 0.0f;
-        for (int i = 0; i < curve->KeyGetCount(); ++i) {
-            curve->KeySetSelected(i, i != 0 && i != 4);
-            sum += curve->KeyGetValue(i);
+    const struct
+    {
+        std::vector<std::int64_t> times;
+        std::vector<int> selected;
+        std::int64_t delta;
+        std::vector<int> names;
+    } cases[] = {
+        {{0, 10000, 20000, 30000, 40000}, {}, 25000, {0, 1, 2, 3, 4}},
+        {{0, 10000, 20000, 30000, 40000}, {1, 2}, 25000, {0, 3, 1, 4, 2}},
+        {{0, 10000, 20000, 30000, 40000}, {2, 3}, -25000, {2, 0, 3, 1, 4}},
+        {{0, 10000, 20000, 30000, 40000}, {0, 1, 2, 3, 4}, 500, {0, 1, 2, 3, 4}},
+        {{0, 5, 10, 15, kGap, kGap + 5}, {1, 2, 3, 5}, 5, {}},
+        {{0, 5, 10, 15, kGap, kGap + 5}, {1, 2, 3, 5}, -kGap, {}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.delta);
+        const CurveHandle curve = Broken(each.times);
+        for (const int i : each.selected) {
+            curve->KeySetSelected(i, true);
         }
-        EXPECT_TRUE(curve->KeyMoveOf(true, KTime(delta), 100.0f));
+        EditCheck edit(*curve);
+        EXPECT_TRUE(curve->KeyMoveOf(true, KTime(each.delta), 100.0f));
+        EXPECT_EQ("", edit.Verify(6));
+        EXPECT_EQ(each.selected.empty() ? 0u : 1u, edit.Heard().size());
+        std::vector<int> moved;
         for (int i = 0; i < curve->KeyGetCount(); ++i) {
-            sum -= curve->KeyGetValue(i);
-            EXPECT_LT(curve->KeyGetValue(i), 200.0f) << delta;
-            EXPECT_TRUE(i == 0 || curve->KeyGetTime(i - 1) < curve->KeyGetTime(i)) << delta;
+            const float value = curve->KeyGetValue(i);
+            const float name = value < 100.0f ? value : value - 100.0f;
+            EXPECT_EQ(curve->KeyGetSelected(i), value >= 100.0f);
+            EXPECT_LT(name, 100.0f);
+            EXPECT_TRUE(i == 0 || curve->KeyGetTime(i - 1) < curve->KeyGetTime(i));
+            EXPECT_TRUE(i == 0 || name == 0.0f || curve->KeyGetLeftDerivative(i) == 20.0f + name);
+            moved.push_back(static_cast<int>(name));
         }
-        EXPECT_EQ(-500.0f, sum) << delta;
-        EXPECT_TRUE(delta != 0 || curve->KeyGetTime(2) == KTime(10));
+        EXPECT_TRUE(each.names.empty() || each.names == moved);
     }
+    const CurveHandle curve = Broken({});
+    curve->KeyMoveOf(true, KTime(5), 2.0f);
+    curve->KeyMoveOf(false, KTime(5), 2.0f);
+    EXPECT_EQ(2.0f, curve->GetValue());
 }
 
 TEST(CurveMoving, KeysBehindAKeyMoveTogether)
@@ -126,63 +150,20 @@ TEST(CurveMoving, KeysBehindAKeyMoveTogether)
         int key;
         std::int64_t delta;
         float value;
-        bool expected;
+        const char* keys;
         HeardEvent heard;
     } cases[] = {
-        {1, 7, 0.5f, true, {0x6010, 1, 2, 4}},
-        {1, 7, 0.0f, true, {0x4010, 1, 2, 2}},
-        {1, -10, 0.5f, false, {}},
-        {1, -9, 0.0f, true, {0x4010, 1, 2, 2}},
-        {0, -99, 0.0f, true, {0x4010, 0, 2, 3}},
+        {1, 7, 0.5f, "0:0 17:1.5 27:2.5 ", {0x6010, 1, 2, 4}},
+        {1, -10, 0.5f, "0:0 10:1 20:2 ", {}},
+        {0, -99, 0.0f, "-99:0 -89:1 -79:2 ", {0x4010, 0, 2, 3}},
     };
     for (const auto& each : cases) {
-        const CurveHandle curve = Broken({0, 10, 20});
+        const CurveHandle curve = MakeCurve({{0.0, 0.0f}, {10.0, 1.0f}, {20.0, 2.0f}});
         EditCheck edit(*curve);
-        EXPECT_EQ(each.expected, curve->KeyMoveOf(each.key, KTime(each.delta), each.value));
+        curve->KeyMoveOf(each.key, Seconds(static_cast<double>(each.delta)), each.value);
         EXPECT_EQ(each.heard, edit.Folded());
-        EXPECT_EQ("", edit.Verify());
-        for (int i = 0; i < 3; ++i) {
-            const bool moves = each.expected && i >= each.key;
-            EXPECT_EQ(10 * i + (moves ? each.delta : 0), curve->KeyGetTime(i).Get());
-        }
+        EXPECT_EQ(each.keys, KeysOf(*curve));
     }
-}
-
-TEST(CurveMoving, SelectedKeysPassTheOthers)
-{
-    const struct
-    {
-        std::vector<int> selected;
-        std::int64_t delta;
-        std::vector<int> names;
-    } cases[] = {
-        {{}, 25000, {0, 1, 2, 3, 4}},
-        {{1, 2}, 25000, {0, 3, 1, 4, 2}},
-        {{2, 3}, -25000, {2, 0, 3, 1, 4}},
-        {{0, 1, 2, 3, 4}, 500, {0, 1, 2, 3, 4}},
-    };
-    for (const auto& each : cases) {
-        const CurveHandle curve = Broken({0, 10000, 20000, 30000, 40000});
-        for (const int i : each.selected) {
-            curve->KeySetSelected(i, true);
-        }
-        EditCheck edit(*curve);
-        EXPECT_TRUE(curve->KeyMoveOf(true, KTime(each.delta), 0.0f));
-        EXPECT_EQ(each.names, NamesOf(*curve));
-        EXPECT_EQ(each.selected.empty() ? 0u : 1u, edit.Heard().size());
-        EXPECT_EQ("", edit.Verify(5));
-        for (int i = 0; i < 5; ++i) {
-            const int name = each.names[static_cast<std::size_t>(i)];
-            const bool moved = curve->KeyGetSelected(i);
-            EXPECT_EQ(10000 * name + (moved ? each.delta : 0), curve->KeyGetTime(i).Get());
-        }
-    }
-    const CurveHandle curve = Broken({});
-    EditCheck edit(*curve);
-    curve->KeyMoveOf(true, KTime(5), 2.0f);
-    curve->KeyMoveOf(false, KTime(5), 2.0f);
-    EXPECT_EQ(2.0f, curve->GetValue());
-    EXPECT_EQ((std::vector<HeardEvent>{{0x1, -1, -1, 1}}), edit.Heard());
 }
 
 TEST(CurveMoving, ARangeTakesThePlaceOfWhatItLandsOn)
@@ -238,41 +219,31 @@ TEST(CurveMoving, ValuesAndSlopesOfAllOrTheSelectedScale)
     {
         bool (Glissa::*scale)(bool, float);
         bool selectedOnly;
-        float defaultValue;       // of 3
-        float defaultAlone;       // of 3 in a curve without keys
-        std::vector<float> both;  // values, then right slopes of three keys
+        float alone;  // the default value of 3 of a curve without keys
+        const char* keys;
+        float slope;  // 11 at the selected key
         HeardEvent heard;
     } cases[] = {
-        {&Glissa::KeyScaleValue, false, 6, 6, {0, 2, 4, 10, 11, 12}, {0x2011, 0, 2, 4}},
-        {&Glissa::KeyScaleValue, true, 3, 3, {0, 2, 2, 10, 11, 12}, {0x2010, 1, 1, 1}},
-        {&Glissa::KeyScaleTangeant, false, 6, 3, {0, 1, 2, 20, 22, 24}, {0x28011, 0, 2, 4}},
-        {&Glissa::KeyScaleValueAndTangeant, true, 3, 3, {0, 2, 2, 10, 22, 12}, {0x2A010, 1, 1, 2}},
-        {&Glissa::KeyMoveValueTo, false, 3, 2, {2, 2, 2, 10, 11, 12}, {0x2010, 0, 2, 3}},
+        {&Glissa::KeyScaleValue, false, 6, "0:0 1:2 2:4 ", 11, {0x2011, 0, 2, 4}},
+        {&Glissa::KeyScaleValue, true, 3, "0:0 1:2 2:2 ", 11, {0x2010, 1, 1, 1}},
+        {&Glissa::KeyScaleTangeant, false, 3, "0:0 1:1 2:2 ", 22, {0x28011, 0, 2, 4}},
+        {&Glissa::KeyScaleValueAndTangeant, true, 3, "0:0 1:2 2:2 ", 22, {0x2A010, 1, 1, 2}},
+        {&Glissa::KeyMoveValueTo, false, 2, "0:2 1:2 2:2 ", 11, {0x2010, 0, 2, 3}},
     };
     for (const auto& each : cases) {
-        const CurveHandle curve = Broken({0, 100, 200});
+        const CurveHandle curve = Broken({0, KTime::kTicksPerSecond, 2 * KTime::kTicksPerSecond});
+        const CurveHandle empty(GlissaCreate());
         curve->SetValue(3.0f);
+        empty->SetValue(3.0f);
         curve->KeySetSelected(1, true);
         EditCheck edit(*curve);
         EXPECT_TRUE((curve.get()->*each.scale)(each.selectedOnly, 2.0f));
-        EXPECT_EQ(each.defaultValue, curve->GetValue());
-        for (int i = 0; i < 3; ++i) {
-            EXPECT_EQ(each.both[static_cast<std::size_t>(i)], curve->KeyGetValue(i));
-            EXPECT_EQ(each.both[static_cast<std::size_t>(i) + 3],
-                      curve->KeyGetDataDouble(i, eDataRightSlope));
-        }
+        EXPECT_EQ(each.keys, KeysOf(*curve));
+        EXPECT_EQ(each.slope, curve->KeyGetRightDerivative(1));
         EXPECT_EQ(each.heard, edit.Folded());
         EXPECT_EQ("", edit.Verify());
-
-        const CurveHandle empty(GlissaCreate());
-        empty->SetValue(3.0f);
         (empty.get()->*each.scale)(each.selectedOnly, 2.0f);
-        EXPECT_EQ(each.defaultAlone, empty->GetValue());
+        EXPECT_EQ(each.alone, empty->GetValue());
     }
-    const CurveHandle curve = Broken({0, 100});
-    EditCheck edit(*curve);
-    curve->KeyScaleTangeant(true, 1.0f);
-    curve->KeyMultTangeant(0, 1.0f);
-    EXPECT_TRUE(edit.Heard().empty());
 }
 }  // namespace
