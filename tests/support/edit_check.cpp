@@ -16,11 +16,6 @@ namespace
 constexpr unsigned kShown = 0x370000;
 constexpr unsigned kSilent = 0x80000;
 
-bool IsSame(float pLeft, float pRight)
-{
-    return pLeft == pRight || (std::isnan(pLeft) && std::isnan(pRight));
-}
-
 bool HasSameBits(float pLeft, float pRight)
 {
     return std::bit_cast<std::uint32_t>(pLeft) == std::bit_cast<std::uint32_t>(pRight);
@@ -43,6 +38,11 @@ int Difference(const GlissaKey& pBefore, const GlissaKey& pAfter)
     return type;
 }
 }  // namespace
+
+bool IsSame(float pLeft, float pRight)
+{
+    return pLeft == pRight || (std::isnan(pLeft) && std::isnan(pRight));
+}
 
 std::ostream& operator<<(std::ostream& pStream, const HeardEvent& pEvent)
 {

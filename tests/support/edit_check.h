@@ -21,6 +21,9 @@ struct HeardEvent
 };
 std::ostream& operator<<(std::ostream& pStream, const HeardEvent& pEvent);
 
+/// Equal numbers, or two that are none.
+bool IsSame(float pLeft, float pRight);
+
 /// Records the events of a curve, one entry a call, while it lives.
 class EventRecorder
 {

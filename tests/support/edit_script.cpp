@@ -3,8 +3,6 @@
 
 #include "tests/support/edit_script.h"
 
-#include "glissa/ext/custom_tangent_manager.h"
-
 #include <cmath>
 #include <sstream>
 
@@ -12,12 +10,6 @@ namespace
 {
 constexpr std::int64_t kSecond = KTime::kTicksPerSecond;
 constexpr int kMostKeys = 300;
-constexpr const char* kTypeNames[] = {"edit script 1", "edit script 2"};
-
-bool IsSame(float pLeft, float pRight)
-{
-    return pLeft == pRight || (std::isnan(pLeft) && std::isnan(pRight));
-}
 
 // Slots count as floats: merging equal blocks may change the sign of a zero.
 bool IsSameKey(const GlissaKey& pLeft, const GlissaKey& pRight)
@@ -245,29 +237,6 @@ int Move(Edit& e)
     }
 }
 
-// An edit and the one that undoes it.
-int ThereAndBack(Edit& e)
-{
-    const CurveHandle before = Unshared(e.curve);
-    const KTime delta = e.Delta();
-    switch (e.choose.Below(3)) {
-    case 0:
-        e.curve.KeyMoveOf(false, delta, 0.0f);
-        e.curve.KeyMoveOf(false, -delta, 0.0f);
-        break;
-    case 1:
-        e.curve.KeyScaleValueAndTangeant(false, 4.0f);
-        e.curve.KeyScaleValueAndTangeant(false, 0.25f);
-        break;
-    default:
-        e.curve.KeyAdd(e.curve.KeyGetTime(e.Count() - 1) + KTime(kSecond), e.Key(KTime()));
-        e.curve.KeyRemove(e.Count() - 1);
-        break;
-    }
-    e.Expect(HasSameKeys(*before, e.curve), "an edit undone");
-    return 0;
-}
-
 int Scale(Edit& e)
 {
     using Scaling = bool (Glissa::*)(bool, float);
@@ -407,13 +376,9 @@ constexpr EditKind kKinds[] = {
          return e.Count();
      },
      false, false, true},
-    {"KeyShrink",
+    {"shrinking",
      [](Edit& e) {
          e.curve.KeyShrink();
-         return 0;
-     }},
-    {"KeyAttrShrink",
-     [](Edit& e) {
          e.curve.KeyAttrShrink(e.IndexOrBeyond(), e.IndexOrBeyond());
          e.curve.KeySetOptimizeEnable(e.choose.Flip());
          e.curve.KeySetOptimizeThreshold(e.choose.Below(40));
@@ -421,8 +386,6 @@ constexpr EditKind kKinds[] = {
      }},
     {"CandidateKey", Candidate},
     {"KeyMove", Move},
-    {"KeyMove again", Move},
-    {"an edit and its inverse", ThereAndBack, true},
     {"scaling", Scale},
     {"kinds", ChangeKinds},
     {"KeySetTime",
@@ -436,9 +399,7 @@ constexpr EditKind kKinds[] = {
      },
      true},
     {"numbers", SetNumber, true},
-    {"more numbers", SetNumber, true},
     {"flags", SetFlags, true},
-    {"more flags", SetFlags, true},
     {"sides", SetSide, true},
     {"SetValue",
      [](Edit& e) {
@@ -448,11 +409,6 @@ constexpr EditKind kKinds[] = {
 };
 constexpr int kDeleteKind = 7;
 
-void Fold(HeardEvent& pAll, const HeardEvent& pEvent)
-{
-    pAll.type |= pEvent.type;
-    pAll.count += pEvent.count;
-}
 }  // namespace
 
 std::uint32_t EditChoices::Bits(int pBytes)
@@ -487,35 +443,9 @@ float EditChoices::Number(std::initializer_list<float> pSome, int pLeast, int pG
 
 EditScript::EditScript(EditChoices pChoices) : mChoices(pChoices)
 {
-    const int types = mChoices.Below(3);
-    for (int i = 0; i < types; ++i) {
-        GlissaCustomTangentManager::TheOne().AddNewCustomTangent(kTypeNames[i], kTypeNames[i]);
-    }
     for (Edited& each : mCurves) {
         each.curve.reset(GlissaCreate());
     }
-}
-
-EditScript::~EditScript()
-{
-    for (Edited& each : mCurves) {
-        for (; each.nesting > 0; --each.nesting) {
-            each.curve->KeyModifyEnd();
-        }
-    }
-    for (const char* name : kTypeNames) {
-        GlissaCustomTangentManager::TheOne().RemoveCustomTangent(name);
-    }
-}
-
-int EditScript::KindCount()
-{
-    return static_cast<int>(std::size(kKinds));
-}
-
-const char* EditScript::KindName(int pKind)
-{
-    return kKinds[pKind].name;
 }
 
 std::string EditScript::Step()
@@ -525,7 +455,7 @@ std::string EditScript::Step()
     const auto from = static_cast<std::size_t>(mChoices.Below(3));
     Edited& edited = mCurves[at];
     Glissa& curve = *edited.curve;
-    int kind = mChoices.Below(KindCount());
+    int kind = mChoices.Below(static_cast<int>(std::size(kKinds)));
     if (curve.KeyGetCount() > kMostKeys) {
         kind = kDeleteKind;
     }
@@ -534,7 +464,6 @@ std::string EditScript::Step()
         (step.needsSource && mCurves[from].curve->KeyGetCount() == 0)) {
         return "";
     }
-    ++mRuns[static_cast<std::size_t>(kind)];
 
     // Brackets open and close between the steps.
     if (edited.nesting < 3 && mChoices.Below(12) == 0) {
@@ -574,7 +503,8 @@ std::string EditScript::Step()
         mFaults += step.isSilent ? "" : check.Verify(kMostKeys);
     } else {
         mFaults += check.Heard().empty() ? "" : "a bracket posts before its end\n";
-        Fold(edited.posted, copyCheck.Folded());
+        edited.posted.type |= copyCheck.Folded().type;
+        edited.posted.count += copyCheck.Folded().count;
     }
     if (ends) {
         curve.KeyModifyEnd();

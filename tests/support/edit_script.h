@@ -49,15 +49,10 @@ public:
     explicit EditScript(EditChoices pChoices);
     EditScript(const EditScript&) = delete;
     EditScript& operator=(const EditScript&) = delete;
-    ~EditScript();
 
     /// Runs a step. What was wrong, or nothing.
     std::string Step();
     bool IsAtEnd() const { return mChoices.IsAtEnd(); }
-    /// How many kinds of steps there are, and the name of one and how often it ran.
-    static int KindCount();
-    static const char* KindName(int pKind);
-    long Runs(int pKind) const { return mRuns[static_cast<std::size_t>(pKind)]; }
 
 private:
     struct Edited
@@ -71,5 +66,4 @@ private:
     EditChoices mChoices;
     std::array<Edited, 3> mCurves;
     std::string mFaults;
-    std::array<long, 64> mRuns{};
 };

@@ -74,25 +74,6 @@ TEST(CandidateKey, FindsTheKeyWithinTheTolerance)
     EXPECT_EQ(-1.0f, empty->KeyGetDataDouble(0, eDataTCBContinuity));
 }
 
-TEST(CandidateKey, ReplacedKeysKeepTheSlopesBesideThem)
-{
-    for (const unsigned kind : {unsigned{eTangentUserBreak}, unsigned{eTangentAutoBreak}}) {
-        const CurveHandle curve = ThreeKeys(kRefCubic | kRefUser | kRefBreak);
-        curve->KeySetLeftTangeantWeight(2, 0.5f);
-        const float left = curve->KeyGetLeftDerivative(1);
-        const float right = curve->KeyGetRightDerivative(1);
-        curve->CandidateSet(Seconds(1.0), 4.0);
-        curve->CandidateKey(nullptr, eInterpolationCubic, static_cast<int>(kind),
-                            eContinuityDefault, true);
-        EXPECT_EQ(kind, curve->KeyGetTangeantMode(1, true));
-        EXPECT_NEAR(left, curve->KeyGetLeftDerivative(1), 1e-5);
-        EXPECT_NEAR(right, curve->KeyGetRightDerivative(1), 1e-5);
-        // What follows is stored in the key that was replaced.
-        EXPECT_EQ(0.5f, curve->KeyGetLeftDerivative(2));
-        EXPECT_TRUE(curve->KeyIsLeftTangeantWeighted(2));
-    }
-}
-
 TEST(CandidateKey, CornersAreFlatAsTheGettersMeasure)
 {
     for (const std::uint32_t flags : MuseumKinds()) {

@@ -72,12 +72,6 @@ TEST_F(CurveEvents, ABracketSendsTheUnionOnce)
     mCurve->KeyModifyEnd();
     mCurve->CallbackEnable(true);
     EXPECT_EQ((Heard{{0x6110, 3, 7, 3}, {0x2010, 4, 4, 1}}), mEvents.Heard());
-
-    GlissaEvent event;
-    for (const int key : {4, -1, 6}) {
-        event.Add(0x10, key);
-    }
-    EXPECT_EQ(6, event.GetFirstKey());  // the next key replaces -1
 }
 
 TEST_F(CurveEvents, TheEndOfACurveIsHeardAndLeavesNothingBehind)
@@ -181,12 +175,6 @@ protected:
         Manager().RemoveCustomTangent("host");
     }
     static GlissaCustomTangentManager& Manager() { return GlissaCustomTangentManager::TheOne(); }
-    void AnswerWith(double pResult)
-    {
-        mListener.mThen = [pResult](KEventBase* pEvent) {
-            static_cast<GlissaEvaluationEvent*>(pEvent)->mResult = pResult;
-        };
-    }
 
     CurveHandle mCurve = PlainCurve(4);
     HostListener mListener;
@@ -195,81 +183,55 @@ protected:
 TEST_F(CustomSegments, TheHostIsAskedBesideACustomKeyOnly)
 {
     // The value, or -1 for the host's, by time and by index.
-    const KEventBase* pooled = nullptr;
     using Row = std::tuple<double, bool, float>;
     for (const auto& [place, byIndex, expected] :
          {Row{0.5, false, 0.5f}, Row{1.25, false, -1.0f}, Row{2.0, false, -1.0f},
           Row{2.5, false, -1.0f}, Row{3.0, false, 3.0f}, Row{9.0, false, 3.0f},
           Row{1.25, true, 1.25f}, Row{2.25, true, -1.0f}}) {
         SCOPED_TRACE(place);
-        const KTime time = KTime::FromSeconds(place);
+        const KTime time = Seconds(place);
         int asked = 0;
         mListener.mThen = [&, index = place](KEventBase* pEvent) {
             auto* event = static_cast<GlissaEvaluationEvent*>(pEvent);
             ++asked;
-            EXPECT_TRUE(!pooled || pooled == pEvent);  // it was given back
-            pooled = pEvent;
-            EXPECT_EQ(index, event->mKeyIndex);
-            EXPECT_EQ(time, event->mTime);
-            EXPECT_EQ(mCurve.get(), event->mCurve);
-            EXPECT_EQ(0.0, event->mResult);
+            EXPECT_EQ(std::tuple(index, time, mCurve.get(), 0.0),
+                      std::tuple(event->mKeyIndex, event->mTime, event->mCurve, event->mResult));
             event->mResult = -1.0;
         };
         EXPECT_EQ(expected,
                   byIndex ? mCurve->EvaluateIndex(place) : mCurve->Evaluate(time, nullptr));
         EXPECT_EQ(expected < 0.0f ? 1 : 0, asked);
     }
-}
-
-TEST_F(CustomSegments, AnswersAreNarrowedAndMayUseTheCurve)
-{
-    const KTime time = KTime::FromSeconds(2.5);
-    const float infinity = std::numeric_limits<float>::infinity();
-    for (const auto& [answer, expected] : {std::pair{0.1, 0.1f}, {1e300, infinity}}) {
-        AnswerWith(answer);
-        EXPECT_EQ(expected, mCurve->Evaluate(time, nullptr));
-    }
+    // The listener may evaluate the curve, and take its keys away.
     mListener.mThen = [this](KEventBase* pEvent) {
         auto* event = static_cast<GlissaEvaluationEvent*>(pEvent);
         event->mResult = 1.0;
         if (event->mKeyIndex == 2.5) {
-            EXPECT_EQ(1.0f, mCurve->Evaluate(KTime::FromSeconds(2.25), nullptr));
+            EXPECT_EQ(1.0f, mCurve->Evaluate(Seconds(2.25), nullptr));
             EXPECT_EQ(2.5, event->mKeyIndex);
-            event->mResult += 1.0;
+            event->mResult = 1e300;
         }
     };
-    EXPECT_EQ(2.0f, mCurve->Evaluate(time, nullptr));
-
+    EXPECT_EQ(std::numeric_limits<float>::infinity(), mCurve->Evaluate(Seconds(2.5), nullptr));
     mListener.mThen = [this](KEventBase*) { mCurve->KeyClear(); };
-    EXPECT_EQ(0.0f, mCurve->Evaluate(time, nullptr));
-    mCurve->KeyAttrSet(0, {{eInterpolationCustom | 0x100u, {}}, 0});
-    AnswerWith(5.0);
-    EXPECT_EQ(5.0f, mCurve->Evaluate(time, nullptr));  // a single key is asked for too
-    Manager().RemoveCustomTangent("host");
-    EXPECT_EQ(0.0f, mCurve->Evaluate(time, nullptr));
+    EXPECT_EQ(0.0f, mCurve->Evaluate(Seconds(2.5), nullptr));
 }
 
 TEST_F(CustomSegments, HooksTellTheManagerOfKeys)
 {
-    int added = 0;
-    int changed = 0;
+    std::string heard;
     mListener.mThen = [&](KEventBase* pEvent) {
-        if (const auto* add = dynamic_cast<GlissaCustomKeyAddEvent*>(pEvent)) {
-            EXPECT_EQ(std::tuple(7, KTime::FromSeconds(2), mCurve.get()),
-                      std::tuple(add->mIndex, add->mTime, add->mCurve));
-            ++added;
-            return;
-        }
-        const auto& change = dynamic_cast<GlissaCustomKeyChangeEvent&>(*pEvent);
-        EXPECT_EQ(std::tuple(7, KTime::FromSeconds(2), mCurve.get(), true, 2),
-                  std::tuple(change.mIndex, change.mTime, change.mCurve, change.mBefore,
-                             int{change.mChangeType}));
-        ++changed;
+        const auto* add = dynamic_cast<GlissaCustomKeyAddEvent*>(pEvent);
+        const auto* change = dynamic_cast<GlissaCustomKeyChangeEvent*>(pEvent);
+        EXPECT_EQ(std::tuple(7, Seconds(2)), add ? std::tuple(add->mIndex, add->mTime)
+                                                 : std::tuple(change->mIndex, change->mTime));
+        EXPECT_TRUE(add || (change->mBefore && change->mChangeType == eCustomKeyChangeTangentMode));
+        heard += add ? "add " : "change ";
     };
     KPriFCurveKey* key = mCurve->InternalPriKeyGetPtr(2);
     Manager().Register(0xFF31F, &mListener, kHear, 0);
     mCurve->CallKeyAddCallback(key, 7);  // a custom key has listeners of its own
-    EXPECT_EQ(0, added);
+    EXPECT_EQ("", heard);
     Manager().Register(0xFF34F, &mListener, kHear, 0);
     Manager().Register(0xFF32F, &mListener, kHear, 0);
     for (const bool enabled : {false, true}) {
@@ -277,13 +239,12 @@ TEST_F(CustomSegments, HooksTellTheManagerOfKeys)
         mCurve->SetCallbackForCustomKeyChangeEnabled(enabled);
         mCurve->CallKeyAddCallback(key, 7);
         mCurve->CallKeyChangeCallback(key, 7, true, eCustomKeyChangeTangentMode);
-        EXPECT_EQ(enabled ? 1 : 0, added);
-        EXPECT_EQ(enabled ? 1 : 0, changed);
+        EXPECT_EQ(enabled ? "add change " : "", heard);
     }
     mCurve->KeyAttrSet(2, *GlissaDefaultKeyAttr);
     Manager().Unregister(0xFF34F, &mListener, kHear);
     mCurve->CallKeyAddCallback(key, 7);
-    EXPECT_EQ(2, added);
+    EXPECT_EQ("add change add ", heard);
 }
 
 // Every place that writes a value: a listener is called once, and the value becomes 0.
@@ -308,8 +269,6 @@ TEST(CurveValueCheck, AValueThatIsNotFiniteIsReportedOnceAndReplaced)
         [&] { return curve->KeySetValue(1, bad), curve->KeyGetValue(1); },
         [&] { return curve->KeyIncValue(1, bad), curve->KeyGetValue(1); },
         [&] { return curve->KeyMultValue(0, bad), curve->KeyGetValue(0); },
-        [&] { return key.SetTCB(KTime(), -bad, 0.0f, 0.0f, 0.0f), key.GetValue(); },
-        [&] { return key.IncValue(bad), key.GetValue(); },
         [&] { return key.MultValue(bad), key.GetValue(); },
     };
     int calls = 0;

@@ -23,19 +23,12 @@ TEST(CurveModel, RandomEditsEqualThoseOfAPlainCopyAndAreDescribedByTheirEvents)
     constexpr long kStepsOfScript = 2000;
     const long steps = FromEnvironment("GLISSA_EDIT_STEPS", 40000);
     const long firstSeed = FromEnvironment("GLISSA_EDIT_SEED", 1);
-    std::vector<long> runs(static_cast<std::size_t>(EditScript::KindCount()));
     for (long done = 0; done < steps; done += kStepsOfScript) {
         const long seed = firstSeed + done / kStepsOfScript;
         EditScript script{EditChoices(static_cast<std::uint64_t>(seed))};
         for (long step = 0; step < kStepsOfScript; ++step) {
             ASSERT_EQ("", script.Step()) << "seed " << seed << ", step " << step;
         }
-        for (std::size_t kind = 0; kind < runs.size(); ++kind) {
-            runs[kind] += script.Runs(static_cast<int>(kind));
-        }
-    }
-    for (std::size_t kind = 0; kind < runs.size(); ++kind) {
-        EXPECT_GT(runs[kind], steps / 1000) << EditScript::KindName(static_cast<int>(kind));
     }
 }
 }  // namespace

@@ -101,6 +101,8 @@ TEST(CurveMoving, AKeyThatStaysFarEnoughIsNotTakenOut)
 // behind others.
 TEST(CurveMoving, SelectedKeysMoveOnce)
 {
+    const std::vector<std::int64_t> even = {0, 10000, 20000, 30000, 40000};
+    const std::vector<std::int64_t> near = {0, 5, 10, 15, kGap, kGap + 5, kGap + 10};
     const struct
     {
         std::vector<std::int64_t> times;
@@ -108,12 +110,11 @@ TEST(CurveMoving, SelectedKeysMoveOnce)
         std::int64_t delta;
         std::vector<int> names;
     } cases[] = {
-        {{0, 10000, 20000, 30000, 40000}, {}, 25000, {0, 1, 2, 3, 4}},
-        {{0, 10000, 20000, 30000, 40000}, {1, 2}, 25000, {0, 3, 1, 4, 2}},
-        {{0, 10000, 20000, 30000, 40000}, {2, 3}, -25000, {2, 0, 3, 1, 4}},
-        {{0, 10000, 20000, 30000, 40000}, {0, 1, 2, 3, 4}, 500, {0, 1, 2, 3, 4}},
-        {{0, 5, 10, 15, kGap, kGap + 5}, {1, 2, 3, 5}, 5, {}},
-        {{0, 5, 10, 15, kGap, kGap + 5}, {1, 2, 3, 5}, -kGap, {}},
+        {even, {}, 25000, {0, 1, 2, 3, 4}},      {even, {1, 2}, 25000, {0, 3, 1, 4, 2}},
+        {even, {2, 3}, -25000, {2, 0, 3, 1, 4}}, {even, {0, 1, 2, 3, 4}, 500, {0, 1, 2, 3, 4}},
+        {near, {1, 2, 3, 5, 6}, 0, {}},          {near, {1, 2, 3, 5, 6}, 5, {}},
+        {near, {1, 2, 3, 5, 6}, -5, {}},         {near, {1, 2, 3, 5, 6}, kGap, {}},
+        {near, {1, 2, 3, 5, 6}, -kGap, {}},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.delta);
@@ -123,7 +124,7 @@ TEST(CurveMoving, SelectedKeysMoveOnce)
         }
         EditCheck edit(*curve);
         EXPECT_TRUE(curve->KeyMoveOf(true, KTime(each.delta), 100.0f));
-        EXPECT_EQ("", edit.Verify(6));
+        EXPECT_EQ("", edit.Verify(7));
         EXPECT_EQ(each.selected.empty() ? 0u : 1u, edit.Heard().size());
         std::vector<int> moved;
         for (int i = 0; i < curve->KeyGetCount(); ++i) {

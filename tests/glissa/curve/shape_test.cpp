@@ -221,23 +221,4 @@ TEST_F(Shape, AKeyBehindTheLastOneLeavesAStoredParameterItsSlope)
         }
     }
 }
-
-TEST_F(Shape, WhatAnEditDoesNotNameStays)
-{
-    // A corner without override leaves the kind of the key that is there.
-    const CurveHandle curve = MakeCurve({{1.0, 1.0f}, {2.0, 2.0f, 3.0f, 4.0f}, {3.0, 3.0f}});
-    const GlissaKey old = curve->KeyGet(1);
-    curve->CandidateSet(Seconds(2.0), 7.0);
-    EXPECT_TRUE(curve->CandidateKey(nullptr, 8, eTangentAuto, eContinuityFlat, false));
-    EXPECT_EQ(7.0f, curve->KeyGetValue(1));
-    EXPECT_TRUE(old.GetAttributes() == curve->KeyGet(1).GetAttributes());
-    // A span that holds the default value of an empty source leaves the curve its own.
-    curve->SetValue(5.0f);
-    curve->Replace(MakeCurve({}).get(), kFromStart, kToEnd, true, true, KTime());
-    EXPECT_EQ(5.0f, curve->GetValue());
-    // A key made by its setters alone has no slot that was never written.
-    GlissaKey key;
-    key.SetTangeantMode(eTangentUser);
-    EXPECT_TRUE(key.GetAttributes() == (GlissaKeyAttributes{eTangentUser, {}}));
-}
 }  // namespace
