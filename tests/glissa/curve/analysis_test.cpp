@@ -141,26 +141,6 @@ TEST(CurveAnalysis, PeriodsAreTheGapsOfNeighbours)
     }
 }
 
-TEST(CurveAnalysis, StorageIsSoundUntilAPageIsMissingOrTooMany)
-{
-    const CurveHandle curve(GlissaCreate());
-    EXPECT_TRUE(curve->CheckCurve());
-    for (int i = 0; i < 1400; ++i) {
-        curve->KeyAppendFast(KTime(i), 0.0f);
-    }
-    curve->Delete(100, 1300);
-    curve->InitBuffers(3000, false);
-    EXPECT_TRUE(curve->CheckCurve());
-    KPriFCurveKey** table = curve->GetPriFCurveKeysList();
-    const int last = curve->Keys().LastPage();
-    for (const int page : {0, last, last + 1}) {
-        KPriFCurveKey* const right = table[page];
-        table[page] = page > last ? table[0] : nullptr;
-        EXPECT_FALSE(curve->CheckCurve()) << page;
-        table[page] = right;
-    }
-}
-
 // A table as a host makes it: pages of 1024 bytes, blocks of its own, junk after the last key.
 TEST(ExternalKeys, ARunOfEqualBlocksBecomesOne)
 {

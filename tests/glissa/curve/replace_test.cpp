@@ -82,14 +82,6 @@ TEST_F(Replace, SetsTheSeamsAndNothingElse)
             EXPECT_EQ(source->InternalPriKeyAttrGetPtr(1), curve->InternalPriKeyAttrGetPtr(2));
         }
     }
-    // A source that has a key behind the span only.
-    const CurveHandle old = MakeCurve(keys);
-    const CurveHandle curve = MakeCurve(keys);
-    const CurveHandle late = MakeCurve({{20.0, 5.0f}});
-    curve->Replace(late.get(), Seconds(5.0), Seconds(6.0), true, true, KTime());
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_TRUE(HasSameKey(*old, i, *curve, i));
-    }
 }
 
 // Keys of every kind around the span, inside it, and a tick outside it.
