@@ -108,3 +108,16 @@ RefCurve RandomWeightedCurve(Rule pRule, int pLeastWeight, int pGreatestWeight, 
     }
     return curve;
 }
+
+RefCurve RandomMixedCurve(Random& pRandom)
+{
+    RefCurve curve = RandomCurve(kUser, pRandom);
+    for (RefKey& key : curve.keys) {
+        const RefKey other = RandomCurve(static_cast<Rule>(pRandom.Below(7)), pRandom).keys.front();
+        key = {key.time, key.value, other.flags, {other.slots[0], other.slots[1]}, other.slot2};
+        if (pRandom.Below(8) == 0) {
+            key.flags = kRefConstant | (pRandom.Below(2) == 0 ? kRefConstantNext : 0);
+        }
+    }
+    return curve;
+}

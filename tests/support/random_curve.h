@@ -50,7 +50,10 @@ enum Rule
 /// Two to eight keys of one rule. Values and gaps (a tick to a minute) spread over many orders of
 /// magnitude, some neighbours are equal, and slopes are in proportion to both.
 RefCurve RandomCurve(Rule pRule, Random& pRandom);
-/// The same with stored weights (times 9999) in a range, on one or both sides of each segment.
+/// Keys of all rules next to each other, constant ones among them.
+RefCurve RandomMixedCurve(Random& pRandom);
+/// Keys of one rule with stored weights (times 9999) in a range, on one or both sides of each
+/// segment.
 RefCurve RandomWeightedCurve(Rule pRule, int pLeastWeight, int pGreatestWeight, Random& pRandom);
 /// In the segment behind a key: one time in four on the key, just after it or just before the next.
 std::int64_t RandomTime(const RefCurve& pCurve, int pKey, Random& pRandom);

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <limits>
 #include <tuple>
@@ -92,29 +91,16 @@ TEST(CurveAnalysis, KeysAreExtractedByIndexAndValue)
 TEST(CurveAnalysis, SampledDataIsGuessedByDistancesAndKinds)
 {
     const std::uint32_t plain = kRefCubic | kRefAuto;
-    const struct
-    {
-        const char* name;
-        CurveHandle curve;
-        int expected;
-    } cases[] = {
-        {"none", KeysAt({}), 1},
-        {"one", KeysAt({5}), 1},
-        {"a tick more", KeysAt({5, 1005, 2006, 3006}), 2},
-        {"two ticks more", KeysAt({5, 1005, 2007}), 1},
-        {"broken", KeysAt({5, 1005, 2005}, plain | kRefBreak), 2},
-        {"user", KeysAt({5, 1005, 2005}, kRefCubic | kRefUser), 0},
-        {"TCB", KeysAt({5, 1005}, kRefCubic | kRefTcb), 0},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.name);
+    using Row = std::tuple<std::vector<std::int64_t>, std::uint32_t, int>;
+    for (const auto& [times, flags, expected] :
+         {Row{{}, plain, 1}, Row{{5}, plain, 1}, Row{{5, 1005, 2006, 3006}, plain, 2},
+          Row{{5, 1005, 2007}, plain, 1}, Row{{5, 1005, 2005}, plain | kRefBreak, 2},
+          Row{{5, 1005, 2005}, kRefCubic | kRefUser, 0}, Row{{5, 1005}, kRefCubic | kRefTcb, 0}}) {
         KTime first(-1);
         KTime period(-1);
-        EXPECT_EQ(each.expected, each.curve->GuessWasData(&first, &period));
-        EXPECT_EQ(each.expected, each.curve->GuessWasData(nullptr, nullptr));
-        const int count = each.curve->KeyGetCount();
-        EXPECT_EQ(KTime(count > 0 ? 5 : -1), first);
-        EXPECT_EQ(KTime(count > 1 ? 1000 : -1), period);
+        EXPECT_EQ(expected, KeysAt(times, flags)->GuessWasData(&first, &period));
+        EXPECT_EQ(KTime(times.empty() ? -1 : 5), first);
+        EXPECT_EQ(KTime(times.size() > 1 ? 1000 : -1), period);
     }
     // The kind of the first key is not asked, that of the others may not add a bit.
     const CurveHandle curve = KeysAt({0, 1000, 2000});
@@ -141,47 +127,29 @@ TEST(CurveAnalysis, PeriodsAreTheGapsOfNeighbours)
     }
 }
 
-// A table as a host makes it: pages of 1024 bytes, blocks of its own, junk after the last key.
+// The table of another curve, in which every key has a block of its own.
 TEST(ExternalKeys, ARunOfEqualBlocksBecomesOne)
 {
     constexpr int kKeys = 1000;
-    const auto junk = reinterpret_cast<KPriFCurveKeyAttr*>(std::uintptr_t{0xBAD});
-    // Keys in a run of equal blocks, blocks of the curve's own.
-    for (const auto& [run, blocks] : {std::pair{1000, 1}, {100, 10}, {1, 1000}}) {
-        SCOPED_TRACE(run);
-        using Page = std::array<KPriFCurveKey, KeyList::kKeysPerPage>;
-        std::vector<Page> pages(kKeys / KeyList::kKeysPerPage + 1);
-        std::vector<KPriFCurveKeyAttr> attributes(kKeys, {*GlissaDefaultKeyAttr, 12345});
-        std::vector<void*> table;
-        for (Page& page : pages) {
-            page.fill({KTime(), junk, 0.0f});
-            table.push_back(page.data());
-        }
-        for (std::size_t i = 0; i < kKeys; ++i) {
-            const auto time = static_cast<int>(i);
-            attributes[i].mFlags =
-                time / run % 2 == 1 ? eInterpolationLinear : kRefCubic | kRefUser;
-            pages[i / KeyList::kKeysPerPage][i % KeyList::kKeysPerPage] = {
-                KTime(time), &attributes[i], static_cast<float>(time)};
-        }
-        const CurveHandle curve = PlainCurve(50);
-        curve->CandidateSet(KTime(3), 1.0);
-        const int id = curve->GetUpdateId();
-        curve->CopyExternalPriKeyAndAttr(table.data(), kKeys);
-        EXPECT_NE(id, curve->GetUpdateId());
-        EXPECT_FALSE(curve->IsCandidate());
-        EXPECT_EQ("", CheckBooks({curve.get()}));
-        ASSERT_EQ(kKeys, curve->KeyGetCount());
-        EXPECT_EQ(static_cast<std::size_t>(blocks) + 1, GlissaKeyAttrPool.GetUsedCount());
-        for (int i = 0; i < kKeys; ++i) {
-            const KPriFCurveKeyAttr& block = attributes[static_cast<std::size_t>(i)];
-            ASSERT_EQ(KTime(i), curve->KeyGetTime(i));
-            ASSERT_EQ(static_cast<float>(i), curve->KeyGetValue(i));
-            ASSERT_EQ(block.mFlags, curve->KeyGet(i).GetAttributes().mFlags);
-            ASSERT_EQ(12345u, block.mReferenceCount);
-        }
-        curve->CopyExternalPriKeyAndAttr(nullptr, 0);
-        EXPECT_EQ(0, curve->KeyGetCount());
+    const CurveHandle source = PlainCurve(kKeys);
+    for (int i = 0; i < kKeys; ++i) {
+        source->KeyAttrSet(i, {{i / 100 % 2 == 1 ? kRefLinear : kRefCubic | kRefUser, {}}, 0});
+        source->KeyAttrSeparate(i);
     }
+    const CurveHandle curve = PlainCurve(50);
+    curve->CandidateSet(KTime(3), 1.0);
+    const int id = curve->GetUpdateId();
+    curve->CopyExternalPriKeyAndAttr(reinterpret_cast<void**>(source->GetPriFCurveKeysList()),
+                                     kKeys);
+    EXPECT_NE(id, curve->GetUpdateId());
+    EXPECT_FALSE(curve->IsCandidate());
+    EXPECT_EQ("", CheckBooks({curve.get(), source.get()}));
+    ASSERT_EQ(kKeys, curve->KeyGetCount());
+    EXPECT_EQ(1u + kKeys + 10u, GlissaKeyAttrPool.GetUsedCount());
+    for (int i = 0; i < kKeys; ++i) {
+        ASSERT_TRUE(HasSameKey(*source, i, *curve, i));
+    }
+    curve->CopyExternalPriKeyAndAttr(nullptr, 0);
+    EXPECT_EQ(0, curve->KeyGetCount());
 }
 }  // namespace

@@ -112,20 +112,6 @@ std::optional<std::int64_t> RandomPlace(const RefCurve& pCurve, int pSegment,
                : std::nullopt;
 }
 
-// Keys of all rules next to each other, constant ones among them.
-RefCurve MixedCurve(Random& pRandom)
-{
-    RefCurve curve = RandomCurve(kUser, pRandom);
-    for (RefKey& key : curve.keys) {
-        const RefKey other = RandomCurve(static_cast<Rule>(pRandom.Below(7)), pRandom).keys.front();
-        key = {key.time, key.value, other.flags, {other.slots[0], other.slots[1]}, other.slot2};
-        if (pRandom.Below(8) == 0) {
-            key.flags = kRefConstant | (pRandom.Below(2) == 0 ? kRefConstantNext : 0);
-        }
-    }
-    return curve;
-}
-
 // Curves of each rule by itself, where no other key and no kind may change, and mixed ones.
 TEST(KeyInsert, KeepsTheShapeOfEveryKind)
 {
@@ -136,8 +122,8 @@ TEST(KeyInsert, KeepsTheShapeOfEveryKind)
         int changedFarAway = 0;
         const int wanted = rule == kMixed ? 12000 : 1500;
         for (int inserted = 0; inserted < wanted;) {
-            const RefCurve data =
-                rule == kMixed ? MixedCurve(random) : RandomCurve(static_cast<Rule>(rule), random);
+            const RefCurve data = rule == kMixed ? RandomMixedCurve(random)
+                                                 : RandomCurve(static_cast<Rule>(rule), random);
             const int segment = random.Below(data.Count() - 1);
             const auto time = RandomPlace(data, segment, 2, random);
             if (!time) {
