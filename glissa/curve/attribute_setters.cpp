@@ -62,19 +62,25 @@ void Glissa::WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, in
     }
 }
 
-// With pReports the custom tangent manager is called before the change, in the middle of the
-// operation, and after it. False, and nothing written, where its listener has removed the key.
-bool Glissa::WriteAndReport(int pIndex, const GlissaKeyAttributes& pAttributes, bool pReports,
-                            eCustomKeyChangeType pType)
+// Sets one attribute. With pReports the custom tangent manager is called before the change, in the
+// middle of the operation, and after it. Its listener may edit the curve: pIndex follows the key,
+// whose other attributes are those that the listener left. False, and nothing written, where it has
+// removed the key.
+bool Glissa::SetAndReport(int& pIndex, void (GlissaKeyAttributes::*pSet)(unsigned), unsigned pValue,
+                          bool pReports, eCustomKeyChangeType pType)
 {
     CORVEKIT_ASSERT(pIndex >= 0 && pIndex < KeyGetCount());
     if (pReports) {
+        const KTime time = KeyGetTime(pIndex);
         CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, true, pType);
-        if (pIndex >= KeyGetCount()) {
+        pIndex = PlaceOfKey(time, pIndex);
+        if (pIndex < 0) {
             return false;
         }
     }
-    const bool changed = WriteAttributes(pIndex, pAttributes);
+    GlissaKeyAttributes attributes = Attr(pIndex);
+    (attributes.*pSet)(pValue);
+    const bool changed = WriteAttributes(pIndex, attributes);
     if (pReports) {
         CallKeyChangeCallback(InternalPriKeyGetPtr(pIndex), pIndex, false, pType);
     }
@@ -90,8 +96,10 @@ void Glissa::KeySetInterpolation(int pIndex, unsigned pInterpolation)
     }
     const KOperation operation(IsObserved());
     const bool isCustom = IsCustom(attributes) || IsCustom(Attr(pIndex));
-    if (WriteAndReport(pIndex, attributes, isCustom, eCustomKeyChangeInterpolation)) {
-        CallbackAddEvent(kGlissaEventOther | eEventEditInterpolation, pIndex);
+    int index = pIndex;
+    if (SetAndReport(index, &GlissaKeyAttributes::SetInterpolation, pInterpolation, isCustom,
+                     eCustomKeyChangeInterpolation)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditInterpolation, index);
     }
 }
 
@@ -110,8 +118,10 @@ void Glissa::KeySetTangeantMode(int pIndex, unsigned pMode)
     const bool reports =
         IsCustom(attributes) &&
         KeyGetTangeantMode(pIndex, false) != (pMode & GlissaKeyAttributes::kTangentKindMask);
-    if (WriteAndReport(pIndex, attributes, reports, eCustomKeyChangeTangentMode)) {
-        CallbackAddEvent(kGlissaEventOther | eEventEditTangentMode, pIndex);
+    int index = pIndex;
+    if (SetAndReport(index, &GlissaKeyAttributes::SetTangeantMode, pMode, reports,
+                     eCustomKeyChangeTangentMode)) {
+        CallbackAddEvent(kGlissaEventOther | eEventEditTangentMode, index);
     }
 }
 
@@ -123,8 +133,10 @@ void Glissa::KeySetCustomIndex(int pIndex, unsigned pCustomIndex)
         return;
     }
     const KOperation operation(IsObserved());
-    if (WriteAndReport(pIndex, attributes, IsCustom(attributes), eCustomKeyChangeTangentMode)) {
-        CallbackAddEvent(kGlissaEventOther, pIndex);
+    int index = pIndex;
+    if (SetAndReport(index, &GlissaKeyAttributes::SetCustomIndex, pCustomIndex,
+                     IsCustom(attributes), eCustomKeyChangeTangentMode)) {
+        CallbackAddEvent(kGlissaEventOther, index);
     }
 }
 

@@ -82,9 +82,9 @@ public:
     // Extrapolation (curve/extrapolation.cpp)
 
     /// EGlissaExtrapolation. Setting posts kGlissaEventOther with eEventEditPreExtrapolation or
-    /// eEventEditPostExtrapolation for index -1. A
-    /// count is how many times the curve is repeated, or for keep slope for how many spans the line
-    /// continues; 0 holds the end key's value at once, 0xFFFFFFFF is without end for keep slope.
+    /// eEventEditPostExtrapolation for index -1. A count is how many times the curve is repeated,
+    /// or for keep slope for how many spans the line continues; 0 holds the end key's value at
+    /// once, 0xFFFFFFFF is without end for keep slope.
     unsigned GetPreExtrapolation() const { return mPreExtrapolation; }
     void SetPreExtrapolation(unsigned pMode);
     unsigned long GetPreExtrapolationCount() const { return mPreExtrapolationCount; }
@@ -322,8 +322,8 @@ public:
     /// pTangentMode      of the key, mask 0x7F00; a custom index for a custom key.
     /// pContinuity       EGlissaContinuity. A corner on an automatic key with a TCB key before it
     ///                   takes a user tangent: behind TCB no parameter would make it flat.
-    /// pTangentOverride  false: a key that is there takes time and value only, whatever
-    /// pContinuity. pTime             the time of the candidate, Infinite() for the one it has.
+    /// pTangentOverride  false: a key that is there takes time and value only.
+    /// pTime             the time of the candidate, Infinite() for the one it has.
     /// pTolerance        how far from a key, in index steps, the key still counts as being there.
     bool CandidateKey(int* pLast, int pInterpolation, int pTangentMode, int pContinuity,
                       bool pTangentOverride, KTime pTime = KTime::Infinite(),
@@ -604,8 +604,8 @@ private:
     void WriteRecord(int pIndex, KTime pTime, float pValue);
     bool WriteAttributes(int pIndex, const GlissaKeyAttributes& pAttributes);
     void WriteAndPost(int pIndex, const GlissaKeyAttributes& pAttributes, int pEvent);
-    bool WriteAndReport(int pIndex, const GlissaKeyAttributes& pAttributes, bool pReports,
-                        eCustomKeyChangeType pType);
+    bool SetAndReport(int& pIndex, void (GlissaKeyAttributes::*pSet)(unsigned), unsigned pValue,
+                      bool pReports, eCustomKeyChangeType pType);
     void SetData(int pIndex, EGlissaDataIndex pData, const GlissaKeyAttributes& pAttributes);
     void IncSlope(int pIndex, EGlissaDataIndex pData, float pSlope);
     void ChangeKind(int pIndex, GlissaKeyAttributes pAttributes, int pEvent);
@@ -656,6 +656,8 @@ private:
     GlissaEvent TakePendingEvent();
     void SendCollected(const GlissaEvent& pEvent, bool pEnableAfter);
     void SetFlag(unsigned pFlag, bool pSet) { mFlags = pSet ? mFlags | pFlag : mFlags & ~pFlag; }
+    template <typename Report>
+    void ReportAtEnd(KTime pTime, int pIndex, Report pReport);
     int PlaceOfKey(KTime pTime, int pIndex);
     void LeaveNode();
 

@@ -108,6 +108,18 @@ void Glissa::SendCollected(const GlissaEvent& pEvent, bool pEnableAfter)
     }
 }
 
+// Reports a key when the operation is done, with the index that it has then. Not one that is gone.
+template <typename Report>
+void Glissa::ReportAtEnd(KTime pTime, int pIndex, Report pReport)
+{
+    KOperation::CallAtEnd(this, [this, pReport, pTime, pIndex] {
+        const int place = PlaceOfKey(pTime, pIndex);
+        if (place >= 0) {
+            pReport(pTime, place);
+        }
+    });
+}
+
 void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
 {
     CORVEKIT_ASSERT(pKey && pKey->mAttribute && pIndex >= 0);
@@ -129,14 +141,9 @@ void Glissa::CallKeyAddCallback(KPriFCurveKey* pKey, int pIndex)
     };
     if (!MustCallsWait()) {
         report(pKey->mTime, pIndex);
-        return;
+    } else {
+        ReportAtEnd(pKey->mTime, pIndex, report);
     }
-    KOperation::CallAtEnd(this, [this, report, time = pKey->mTime, pIndex] {
-        const int place = PlaceOfKey(time, pIndex);
-        if (place >= 0) {
-            report(time, place);
-        }
-    });
 }
 
 // Where a key of this time is now, which was at an index; -1 when it is gone.
@@ -158,18 +165,18 @@ void Glissa::CallKeyChangeCallback(KPriFCurveKey* pKey, int pIndex, bool pBefore
     if (!mCustomKeyChangeEnabled || !IsKeyChangeListened()) {
         return;
     }
-    const auto report = [this, pIndex, pBefore, pType, time = pKey->mTime] {
+    const auto report = [this, pBefore, pType](KTime pTime, int pPlace) {
         GlissaCustomKeyChangeEvent event;
-        event.mIndex = pIndex;
-        event.mTime = time;
+        event.mIndex = pPlace;
+        event.mTime = pTime;
         event.mCurve = this;
         event.mBefore = pBefore;
         event.mChangeType = pType;
         GlissaCustomTangentManager::TheOne().CallCustomKeyChange(&event);
     };
     if (pBefore || !MustCallsWait()) {
-        report();
+        report(pKey->mTime, pIndex);
     } else {
-        KOperation::CallAtEnd(this, report);
+        ReportAtEnd(pKey->mTime, pIndex, report);
     }
 }

@@ -15,7 +15,7 @@
 #include "glissa/ext/active.h"
 
 #include <algorithm>
-#include <vector>
+#include <set>
 
 namespace
 {
@@ -73,6 +73,30 @@ int Reinsert(Glissa& pCurve, int pIndex, KTime pTime, const GlissaKey& pKey)
         KeepLeftSide(pCurve, index > pIndex ? pIndex : pIndex + 1, nextLeft);
     }
     return index;
+}
+
+// Takes a key out and puts it in at the time of another one, which it replaces. It keeps both its
+// sides, the key behind that place its left side.
+void ReplaceKey(Glissa& pCurve, int pIndex, int pReplaced)
+{
+    CORVEKIT_ASSERT(pIndex >= 0 && pIndex < pCurve.KeyGetCount());
+    CORVEKIT_ASSERT(pReplaced >= 0 && pReplaced < pCurve.KeyGetCount());
+    const GlissaKey key = pCurve.KeyGet(pIndex);
+    const KTime time = pCurve.KeyGetTime(pReplaced);
+    const int behind = pReplaced + 1 == pIndex ? pIndex + 1 : pReplaced + 1;
+    const bool hasBehind = behind < pCurve.KeyGetCount();
+    const GlissaTangeantInfo left = pCurve.KeyGetLeftDerivativeInfo(pIndex);
+    const GlissaTangeantInfo right = pCurve.KeyGetRightDerivativeInfo(pIndex);
+    const GlissaTangeantInfo behindLeft =
+        hasBehind ? pCurve.KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
+    int hint = pReplaced;
+    pCurve.KeyRemove(pIndex);
+    const int index = pCurve.KeyAdd(time, key, &hint);
+    KeepLeftSide(pCurve, index, left);
+    pCurve.KeySetRightDerivativeInfo(index, right, false);
+    if (hasBehind) {
+        KeepLeftSide(pCurve, index + 1, behindLeft);
+    }
 }
 }  // namespace
 
@@ -177,12 +201,11 @@ bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
     }
     // No key overtakes one that has not moved yet, unless it finds a free time only behind that
     // one: the walk passes over such keys, and looks again at the place that they have left.
-    std::vector<KTime> arrived;
+    std::set<KTime> arrived;
     const bool isUpward = pDelta <= KTime();
     for (int step = 0; step < count; ++step) {
         const int i = isUpward ? step : count - 1 - step;
-        if ((pSelectedOnly && !KeyGetSelected(i)) ||
-            std::find(arrived.begin(), arrived.end(), KeyGetTime(i)) != arrived.end()) {
+        if ((pSelectedOnly && !KeyGetSelected(i)) || arrived.contains(KeyGetTime(i))) {
             continue;
         }
         const int neighbour = isUpward ? i - 1 : i + 1;
@@ -200,7 +223,7 @@ bool Glissa::KeyMoveOf(bool pSelectedOnly, KTime pDelta, float pValue)
         key.IncValue(pValue);
         const int index = Reinsert(*this, i, target, key);
         if (isUpward ? index > i : index < i) {
-            arrived.push_back(KeyGetTime(index));
+            arrived.insert(KeyGetTime(index));
             --step;
         }
     }
@@ -221,19 +244,27 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
     const bool isUpward = pDelta < KTime();
     int first = pFirst;
     int last = pLast;
+    KTime behindTime = kNoKeyTime;
+    GlissaTangeantInfo behindLeft;
     if (first != last) {
-        // The keys that the range will land on go.
+        // The keys that the range will land on are removed. The key behind them may then be the
+        // first one, which has no left side, until the range lands in front of it.
         const KTime firstTime = KeyGetTime(first);
         const KTime lastTime = KeyGetTime(last);
         KTime from = firstTime + pDelta;
         KTime to = lastTime + pDelta;
+        int hint = first;
         if (isUpward) {
             to = std::min(to, firstTime);
+            const int behind = Floor(KeyFind(to, &hint)) + 1;
+            if (behind > 0 && behind < first && KeyGetTime(0) >= from) {
+                behindTime = KeyGetTime(behind);
+                behindLeft = KeyGetLeftDerivativeInfo(behind);
+            }
         } else {
             from = std::max(from, lastTime);
         }
         if (Delete(from, to, false) && isUpward) {
-            int hint = first;
             first = Ceil(KeyFind(firstTime, &hint));
             last = Floor(KeyFind(lastTime, &hint));
         }
@@ -250,24 +281,10 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
             c += isUpward ? 1 : -1;
             continue;
         }
-        const GlissaKey key = KeyGet(c);
         int hint = isUpward ? KeyGetCount() : 0;
         const double place = KeyFind(target, &hint);
         if (IsWhole(place)) {
-            const int landed = static_cast<int>(place);
-            const int behind = landed + 1 == c ? c + 1 : landed + 1;
-            const bool hasBehind = behind < KeyGetCount();
-            const GlissaTangeantInfo left = KeyGetLeftDerivativeInfo(c);
-            const GlissaTangeantInfo right = KeyGetRightDerivativeInfo(c);
-            const GlissaTangeantInfo behindLeft =
-                hasBehind ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
-            KeyRemove(c);
-            const int index = KeyAdd(target, key, &hint);
-            KeepLeftSide(*this, index, left);
-            KeySetRightDerivativeInfo(index, right, false);
-            if (hasBehind) {
-                KeepLeftSide(*this, index + 1, behindLeft);
-            }
+            ReplaceKey(*this, c, static_cast<int>(place));
             if (isUpward) {
                 --last;
             } else {
@@ -275,8 +292,12 @@ bool Glissa::KeyMoveOf(KTime pDelta, int pFirst, int pLast)
             }
             continue;
         }
-        Reinsert(*this, c, target, key);
+        Reinsert(*this, c, target, KeyGet(c));
         c += isUpward ? 1 : -1;
+    }
+    if (behindTime != kNoKeyTime) {
+        int hint = 0;
+        KeepLeftSide(*this, Ceil(KeyFind(behindTime, &hint)), behindLeft);
     }
     return true;
 }

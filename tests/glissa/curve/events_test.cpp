@@ -247,6 +247,29 @@ TEST_F(CustomSegments, HooksTellTheManagerOfKeys)
     EXPECT_EQ("add change add ", heard);
 }
 
+TEST_F(CustomSegments, AnEditByTheListenerOfAReportDoesNotMoveTheChangeToAnotherKey)
+{
+    std::vector<std::pair<bool, int>> reports;
+    mListener.mThen = [&](KEventBase* pEvent) {
+        const auto& change = dynamic_cast<GlissaCustomKeyChangeEvent&>(*pEvent);
+        reports.emplace_back(change.mBefore, change.mIndex);
+        if (change.mBefore) {
+            mCurve->KeySetSelected(2, true);
+            mCurve->KeyRemove(1);
+        }
+    };
+    Manager().Register(0xFF32F, &mListener, kHear, 0);
+    {
+        const KOperation operation;
+        mCurve->KeySetInterpolation(2, eInterpolationConstant);
+        mCurve->KeyRemove(0);
+    }
+    EXPECT_EQ((std::vector<std::pair<bool, int>>{{true, 2}, {false, 0}}), reports);
+    EXPECT_EQ(eInterpolationConstant, mCurve->KeyGetInterpolation(0));
+    EXPECT_TRUE(mCurve->KeyGetSelected(0));
+    EXPECT_EQ(eInterpolationLinear, mCurve->KeyGetInterpolation(1));
+}
+
 // Every place that writes a value: a listener is called once, and the value becomes 0.
 TEST(CurveValueCheck, AValueThatIsNotFiniteIsReportedOnceAndReplaced)
 {
