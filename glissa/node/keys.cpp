@@ -29,9 +29,8 @@ void AppendInOrder(Glissa& pCurve, KTime pTime, float pValue)
         pCurve.KeyAppendFast(pTime, pValue);
         return;
     }
-    GlissaKey key;
-    key.SetValue(pValue);
-    pCurve.KeyAdd(pTime, key);
+    // The shape of an appended key.
+    pCurve.KeyAdd(pTime, GlissaKey({pTime, nullptr, pValue}, *GlissaDefaultKeyAttr));
 }
 }  // namespace
 

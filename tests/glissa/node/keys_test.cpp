@@ -131,6 +131,15 @@ TEST_F(ChannelKeys, RecordAConstantStretchAsThree)
     mX->KeyRecord(Seconds(10.0), &other);
     mX->KeyAppend(Seconds(4.0), &other);
     EXPECT_EQ(KeysOf(mX), "0:5 4:7 8:5 9:5 10:7 11:6 ");
+    // Its keys have the shape of those that are recorded in order.
+    for (int i = 0; i < 6; ++i) {
+        other = static_cast<double>(mX->FCurveGet()->KeyGetValue(i));
+        mY->KeyAppend(mX->FCurveGet()->KeyGetTime(i), &other);
+    }
+    for (double seconds = 0.0; seconds < 11.0; seconds += 0.25) {
+        EXPECT_EQ(mX->FCurveGet()->Evaluate(Seconds(seconds), nullptr),
+                  mY->FCurveGet()->Evaluate(Seconds(seconds), nullptr));
+    }
 }
 
 TEST_F(ChannelKeys, AreFoundWithinAToleranceAndARangeOfValues)
