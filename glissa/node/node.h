@@ -671,7 +671,7 @@ private:
     class StoreReader;
 
     bool MustCallsWait() const;
-    void SendCollected(const GlissaNodeEvent& pEvent);
+    void SendCollected(const GlissaNodeEvent& pEvent, bool pEnableAfter);
 
     void DeleteSubject() override { delete this; }
 

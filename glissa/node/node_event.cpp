@@ -102,21 +102,23 @@ bool GlissaNode::CallbackEnable(bool pEnable)
         list->SetEnabled(pEnable);
     } else if (MustCallsWait()) {
         list->SetEnabled(true);
-        KOperation::CallAtEnd(this, [this, event = list->TakePending()] { SendCollected(event); });
+        KOperation::CallAtEnd(this, [this, event = list->TakePending()] {
+            SendCollected(event, CallbackIsEnable());
+        });
     } else {
-        SendCollected(list->TakePending());
+        SendCollected(list->TakePending(), true);
     }
     return true;
 }
 
 // Events are collected while the listeners run: what they post is sent with the next one.
-void GlissaNode::SendCollected(const GlissaNodeEvent& pEvent)
+void GlissaNode::SendCollected(const GlissaNodeEvent& pEvent, bool pEnableAfter)
 {
     GlissaNodeCallbackList* list = mState->mCallbacks;
     if (list) {
         list->SetEnabled(false);
         if (list->Call(this, pEvent, false)) {
-            list->SetEnabled(true);
+            list->SetEnabled(pEnableAfter);
         }
     }
 }

@@ -71,6 +71,15 @@ TEST_F(NodeEvents, AreSentAtOnceOrCollected)
     mNode->CallbackClear();
     mNode->CallbackEnable(true);
     EXPECT_EQ(Take(), "");
+    {
+        const KOperation operation;
+        mNode->CallbackEnable(false);
+        mNode->CallbackAddEvent(1);
+        mNode->CallbackEnable(true);
+        mNode->CallbackEnable(false);
+    }
+    EXPECT_EQ(Take(), "a1x1 b1x1 ");
+    EXPECT_FALSE(mNode->CallbackIsEnable());  // the last call decides
 }
 
 TEST_F(NodeEvents, ReachEachListenerThatIsStillRegistered)
