@@ -13,12 +13,12 @@
 GlissaNode* ExchangeNextLayer(GlissaNode& pNode, GlissaNode* pNext)
 {
     CORVEKIT_ASSERT(pNext != &pNode);
-    GlissaNode* const old = std::exchange(StateOf(pNode).mNextLayer, pNext);
-    if (old && StateOf(*old).mHolder == &pNode) {
-        StateOf(*old).mHolder = nullptr;
-    }
     if (pNext) {
-        StateOf(*pNext).mHolder = &pNode;
+        EnterHolder(*pNext, pNode);
+    }
+    GlissaNode* const old = std::exchange(StateOf(pNode).mNextLayer, pNext);
+    if (old) {
+        LeaveHolder(*old, pNode);
     }
     NoteStructureChange();
     return old;

@@ -11,6 +11,20 @@
 
 #include <utility>
 
+namespace
+{
+// Takes a node that ends out of one that holds it, whatever it is there.
+void TakeOutOf(GlissaNode& pHolder, GlissaNode& pNode)
+{
+    GlissaNodeState& holder = StateOf(pHolder);
+    holder.mChildren.RemoveIt(&pNode);
+    if (holder.mNextLayer == &pNode) {
+        ExchangeNextLayer(pHolder, nullptr);
+    }
+    std::erase(holder.mUnmatched, &pNode);
+}
+}  // namespace
+
 GlissaNode::GlissaNode(const char* pName, const char* pUserName, KDataType* pType, int pLayerType,
                        const GlissaLayerInfo& pInfo)
 {
@@ -57,16 +71,17 @@ GlissaNode::~GlissaNode()
     if (mState->mParent) {
         mState->mParent->mState->mChildren.RemoveIt(this);
     }
+    while (!mState->mOtherHolders.empty()) {
+        GlissaNode* const holder = mState->mOtherHolders.back();
+        mState->mOtherHolders.pop_back();
+        TakeOutOf(*holder, *this);
+    }
     if (GlissaNode* const holder = mState->mHolder) {
         // A child of SortedAdd has a holder and no parent.
-        holder->mState->mChildren.RemoveIt(this);
-        if (holder->mState->mNextLayer == this) {
-            ExchangeNextLayer(*holder, nullptr);
-        }
-        std::erase(holder->mState->mUnmatched, this);
+        TakeOutOf(*holder, *this);
     }
     while (mState->mWarpUsers) {
-        mState->mWarpUsers->mOwner->TimeWarpSet(nullptr);
+        mState->mWarpUsers->mOwner.load()->TimeWarpSet(nullptr);
     }
     // A layer without its base is its own base.
     NodeLink::LeaveAll(mState->mBaseUsers,

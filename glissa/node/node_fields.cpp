@@ -92,16 +92,21 @@ Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
     if (pCurve == old) {
         return nullptr;
     }
-    // Another node may own the old curve by now.
-    if (old && old->mPlace == &mState->mCurve) {
+    if (old) {
+        CORVEKIT_ASSERT(old->mPlace == &mState->mCurve);
         old->mPlace = nullptr;
+        if (old->GetOwner() == this) {
+            old->SetOwner(nullptr);
+        }
     }
-    if (old && old->GetOwner() == this) {
-        old->SetOwner(nullptr);
-    }
-    GlissaNode* const giver = pCurve ? pCurve->GetOwner() : nullptr;
+    GlissaNode* const owner = pCurve ? pCurve->GetOwner() : nullptr;
+    GlissaNode* const giver = owner && owner->mState->mCurve == pCurve ? owner : nullptr;
     mState->mCurve = pCurve;
     if (pCurve) {
+        // The node that has it, which a host may have replaced as its owner.
+        if (pCurve->mPlace) {
+            *pCurve->mPlace = nullptr;
+        }
         pCurve->mPlace = &mState->mCurve;
         pCurve->SetOwner(this);
     }
@@ -111,8 +116,8 @@ Glissa* GlissaNode::FCurveSet(Glissa* pCurve, bool pDestroyOld)
         old = nullptr;
     }
     CallbackAddEvent(eNodeEventCurve);
-    if (giver && giver != this && giver->mState->mCurve == pCurve) {
-        giver->FCurveSet(nullptr, false);
+    if (giver) {
+        giver->CallbackAddEvent(eNodeEventCurve);
     }
     return old;
 }

@@ -44,9 +44,9 @@ std::mutex linkLock;  // guards the lists of all nodes
 
 void NodeLink::Enter(GlissaNode* pOwner, NodeLink*& pFirst)
 {
-    CORVEKIT_ASSERT(pOwner && !mOwner);
+    CORVEKIT_ASSERT(pOwner && !mOwner.load());
     const std::lock_guard lock(linkLock);
-    mOwner = pOwner;
+    mOwner.store(pOwner);
     mNext = pFirst;
     mPlace = &pFirst;
     pFirst = this;
@@ -57,11 +57,14 @@ void NodeLink::Enter(GlissaNode* pOwner, NodeLink*& pFirst)
 
 void NodeLink::Leave()
 {
-    if (!mOwner) {
+    if (!mOwner.load()) {
         return;
     }
     const std::lock_guard lock(linkLock);
-    mOwner = nullptr;
+    // LeaveAll on another thread may have had the lock meanwhile, and the list may be gone.
+    if (!mOwner.exchange(nullptr)) {
+        return;
+    }
     *mPlace = mNext;
     if (mNext) {
         mNext->mPlace = mPlace;
@@ -71,9 +74,10 @@ void NodeLink::Leave()
 void NodeLink::LeaveAll(NodeLink*& pFirst, void (*pEnd)(GlissaNode*))
 {
     const std::lock_guard lock(linkLock);
-    while (pFirst) {
-        pEnd(std::exchange(pFirst->mOwner, nullptr));
-        pFirst = pFirst->mNext;
+    while (NodeLink* const link = pFirst) {
+        pFirst = link->mNext;
+        pEnd(link->mOwner.load());
+        link->mOwner.store(nullptr);
     }
 }
 

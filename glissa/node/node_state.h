@@ -88,7 +88,9 @@ private:
 // destroyed on another thread: one lock guards all lists.
 struct NodeLink
 {
-    GlissaNode* mOwner = nullptr;  // null outside of any list
+    // Null outside of any list. When a thread that ends the list sets it to null, that thread no
+    // longer accesses the entry or its owner.
+    std::atomic<GlissaNode*> mOwner = nullptr;
     NodeLink* mNext = nullptr;
     NodeLink** mPlace = nullptr;  // what points to this entry
 
@@ -113,8 +115,11 @@ struct GlissaNodeState
 
     KArrayTemplate<GlissaNode*, 16> mChildren;
     // The last node that took this one as child, unmatched channel or layer. Containers and
-    // SortedAdd set it, though they set no parent.
+    // SortedAdd set it, though they set no parent. Written by EnterHolder and LeaveHolder.
     GlissaNode* mHolder = nullptr;
+    // The other nodes that have this one as child, once for each place: containers, or nodes that
+    // were containers when they or the holder took it.
+    std::vector<GlissaNode*> mOtherHolders;
     GlissaNode* mParent = nullptr;
     GlissaNode* mObjectLayer = nullptr;
     NameInfo* mNames = nullptr;

@@ -28,14 +28,39 @@ bool IsAlone(const GlissaNodeState& pState)
     return pState.mChildren.IsEmpty() && pState.mUnmatched.empty() && !pState.mNextLayer &&
            !pState.mTimeWarp;
 }
-
 }  // namespace
 
 bool IsOwned(const GlissaNode* pNode)
 {
     CORVEKIT_ASSERT(pNode);
     const GlissaNode* const holder = GlissaNodeState::Of(pNode).mHolder;
-    return holder && !GlissaNodeState::Of(holder).IsContainer();
+    return holder && (!GlissaNodeState::Of(holder).IsContainer() ||
+                      GlissaNodeState::Of(holder).mNextLayer == pNode);
+}
+
+void EnterHolder(GlissaNode& pNode, GlissaNode& pHolder)
+{
+    GlissaNodeState& state = StateOf(pNode);
+    if (IsOwned(&pNode)) {
+        CORVEKIT_ASSERT(StateOf(pHolder).IsContainer());
+        state.mOtherHolders.push_back(&pHolder);
+        return;
+    }
+    if (state.mHolder) {
+        state.mOtherHolders.push_back(state.mHolder);
+    }
+    state.mHolder = &pHolder;
+}
+
+void LeaveHolder(GlissaNode& pNode, const GlissaNode& pHolder)
+{
+    GlissaNodeState& state = StateOf(pNode);
+    const auto place = std::ranges::find(state.mOtherHolders, &pHolder);
+    if (place != state.mOtherHolders.end()) {
+        state.mOtherHolders.erase(place);
+    } else if (state.mHolder == &pHolder) {
+        state.mHolder = nullptr;
+    }
 }
 
 bool IsWithin(const GlissaNode* pNode, const GlissaNode* pHolder)

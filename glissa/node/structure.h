@@ -16,6 +16,10 @@ struct NodeReach
 /// Whether another node destroys this one when it ends: its parent, or the one before it in a
 /// chain.
 bool IsOwned(const GlissaNode* pNode);
+/// Notes that pHolder has, or no longer has, a node as child or layer: the end of the node takes it
+/// out of all its holders. Only EnterHolder needs memory, and only for a node with a holder.
+void EnterHolder(GlissaNode& pNode, GlissaNode& pHolder);
+void LeaveHolder(GlissaNode& pNode, const GlissaNode& pHolder);
 /// Whether a node is pHolder, or below or behind it.
 bool IsWithin(const GlissaNode* pNode, const GlissaNode* pHolder);
 /// Levels from the top of the tree to a node, that node included.

@@ -63,25 +63,28 @@ bool IsNamed(const GlissaNode::NameInfo* pNames, std::string_view pName)
            KCompareNoCase(std::string_view(text, pName.size()), pName) == 0;
 }
 
-// A container refers to children that other nodes own.
-void SetHolder(GlissaNode& pParent, GlissaNode* pChild)
+// Inserts a child that MayHold has accepted. Without memory nothing changes.
+void Insert(GlissaNode& pParent, int pIndex, GlissaNode* pChild)
 {
-    if (!IsOwned(pChild)) {
-        StateOf(*pChild).mHolder = &pParent;
+    CORVEKIT_ASSERT(MayHold(&pParent, pChild));
+    EnterHolder(*pChild, pParent);
+    try {
+        StateOf(pParent).mChildren.InsertAt(pIndex, pChild);
+    } catch (...) {
+        LeaveHolder(*pChild, pParent);
+        throw;
     }
+    NoteStructureChange();
 }
 
 // Adds a child that MayHold has accepted.
 int Append(GlissaNode& pParent, GlissaNode* pChild)
 {
-    CORVEKIT_ASSERT(MayHold(&pParent, pChild));
-    GlissaNodeState& parent = StateOf(pParent);
-    const int index = parent.mChildren.Add(pChild);
-    SetHolder(pParent, pChild);
-    if (!parent.IsContainer()) {
+    const int index = pParent.GetCount();
+    Insert(pParent, index, pChild);
+    if (!StateOf(pParent).IsContainer()) {
         pChild->SetParent(&pParent);
     }
-    NoteStructureChange();
     return index;
 }
 }  // namespace
@@ -117,9 +120,7 @@ int GlissaNode::SortedAdd(GlissaNode* pChild)
     while (place < GetCount() && KCompareNoCase(pChild->GetName(), Get(place)->GetName()) > 0) {
         ++place;
     }
-    mState->mChildren.InsertAt(place, pChild);
-    SetHolder(*this, pChild);
-    NoteStructureChange();
+    Insert(*this, place, pChild);
     return place;
 }
 
@@ -128,9 +129,7 @@ void GlissaNode::Remove(int pIndex)
     GlissaNode* child = Get(pIndex);
     CORVEKIT_ASSERT(child);
     if (child) {
-        if (child->mState->mHolder == this) {
-            child->mState->mHolder = nullptr;
-        }
+        LeaveHolder(*child, *this);
         // The node may have become a container after it took the child.
         if (!mState->IsContainer() || child->GetParent() == this) {
             child->SetParent(nullptr);

@@ -174,6 +174,18 @@ TEST(Threads, EvaluateOneTreeAtOnce)
     }
 }
 
+TEST(Threads, DestroyClonesOfALayerWhileItsBaseEnds)
+{
+    for (int round = 0; round < 100; ++round) {
+        NodePtr nodes[kThreads] = {MakeChannel(KDataTypeLclRotation, "R")};
+        GlissaNode* const layer = nodes[0]->CreateLayerAt({1, nullptr});
+        for (int i = 1; i < kThreads; ++i) {
+            nodes[i].reset(layer->Clone(false));
+        }
+        RunOnThreads([&nodes](int pThread) { nodes[pThread].reset(); });
+    }
+}
+
 TEST(Threads, KeepErrorsAndTextsOfTheirOwn)
 {
     KDataFilterBase filter;

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -140,6 +142,10 @@ TEST(NodeTree, HasOneOwnerForEachNodeAndCurve)
     taker->FCurveSet(curve, false);
     EXPECT_EQ(nullptr, child->FCurveGet());
     EXPECT_EQ(taker, curve->GetOwner());
+    // Whatever owner a host has set.
+    curve->SetOwner(nullptr);
+    child->FCurveSet(curve, false);
+    EXPECT_EQ(nullptr, taker->FCurveGet());
 }
 
 TEST(NodeTree, TakesOverCopiesOfWhatItHoldsItself)
@@ -220,6 +226,22 @@ TEST(NodeTree, LetsTheChildrenOfAContainerLive)
     ASSERT_TRUE(watch.IsAlive());
     EXPECT_EQ(child->GetParent(), nullptr);
     child->Destroy();
+
+    // A child that ends leaves all that hold it, in whatever order they took it.
+    const NodePtr taker = MakeNode("Taker");
+    const NodePtr other = MakeNode("Other");
+    other->SetContainerType(8);
+    std::vector<GlissaNode*> holders = {container.get(), other.get(), taker.get()};
+    do {
+        child = MakeNode("Y").release();
+        for (GlissaNode* const holder : holders) {
+            EXPECT_EQ(0, holder->Add(child));
+        }
+        child->Destroy();
+        for (GlissaNode* const holder : holders) {
+            EXPECT_EQ(0, holder->GetCount());
+        }
+    } while (std::ranges::next_permutation(holders).found);
 }
 
 TEST(NodeTree, KeepsALayerThatOthersHold)
