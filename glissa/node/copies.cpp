@@ -36,24 +36,26 @@ int LayerTypeOf(KDataType* pType)
     return eLayerTypeVector;
 }
 
-// Replaces the unmatched channels of a layer by those of another one, or by copies of these.
+// Replaces the unmatched channels of a layer by those of another one, or by copies of these. A base
+// gets none: its channels are those of the chain, and a reader would make children of the stored
+// ones.
 void ReplaceUnmatched(GlissaNode& pNode, GlissaNode& pSource, bool pTransfer)
 {
     CORVEKIT_ASSERT(&pSource != &pNode);
+    if (pNode.GetLayerID() == 0) {
+        return;
+    }
     DestroyUnmatched(pNode);
     std::vector<GlissaNode*>& unmatched = StateOf(pNode).mUnmatched;
     std::vector<GlissaNode*>& source = StateOf(pSource).mUnmatched;
-    if (pTransfer) {
-        unmatched.swap(source);
-    } else {
-        unmatched.reserve(source.size());
-        for (GlissaNode* const channel : source) {
-            unmatched.push_back(channel->Copy());
-        }
+    unmatched.reserve(source.size());
+    for (GlissaNode* const channel : source) {
+        unmatched.push_back(pTransfer ? channel : channel->Copy());
+        StateOf(*unmatched.back()).mParent = &pNode;
+        StateOf(*unmatched.back()).mHolder = &pNode;
     }
-    for (GlissaNode* const channel : unmatched) {
-        StateOf(*channel).mParent = &pNode;
-        StateOf(*channel).mHolder = &pNode;
+    if (pTransfer) {
+        source.clear();
     }
 }
 
@@ -80,8 +82,9 @@ void CopyNode(GlissaNode& pNode, GlissaNode& pSource, CopyMode pMode)
     }
     float total[kNodeLayeredValues] = {};
     for (int i = 0; i < kNodeLayeredValues; ++i) {
-        const GlissaNode* child = pNode.Get(i);
-        const bool isCopied = child && (pMode.includesLocked || !child->IsNodeLocked());
+        // A leaf has its own value in the first place.
+        const GlissaNode* const of = i == 0 && state.mChildren.IsEmpty() ? &pNode : pNode.Get(i);
+        const bool isCopied = of && (pMode.includesLocked || !of->IsNodeLocked());
         total[i] = isCopied ? source.mTotalCandidate[i] : state.mTotalCandidate[i];
     }
     state.CopyCandidates(source);

@@ -140,6 +140,10 @@ TEST(NodeCandidates, ChannelsOfManyValues)
             EXPECT_EQ(node->CandidateSet(kNow, wanted.data(), info), wanted.data() + count);
             node->CandidateEvaluate(got.data(), kNow);
             EXPECT_EQ(got, total);
+            const NodePtr copy = MakeWide(count);
+            copy->CopyFrom(node.get(), false);
+            copy->CandidateEvaluate(got.data(), kNow);
+            EXPECT_EQ(got, total);
             Key(*node, info);
             // What is evaluated becomes the pending total, which is returned the second time.
             for (int round = 0; round < 2; ++round) {

@@ -212,7 +212,15 @@ TEST(OutOfMemory, LeavesTreesWholeAndKeepsNothingOfWhatWasNotMade)
     for (std::size_t i = 0; i < std::size(steps); ++i) {
         SCOPED_TRACE(i);
         const auto prepare = [&] {
+            // With channels in the layer that the base lacks.
             tree = make();
+            for (const char* const name : {"V", "W"}) {
+                GlissaNode* const channel = tree->LayerGet(2)->FindOrCreate(name, true);
+                channel->FCurveGet()->KeyAppendFast(KTime(5), 1.0f);
+            }
+            tdf = Stored(*tree);
+            tree = EmptyNode();
+            tree->TdfRetrieve(&tdf, false, true, true);
             made.reset();
             tdf = Stored(*tree);
         };

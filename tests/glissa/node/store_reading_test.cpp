@@ -317,6 +317,10 @@ TEST(NodeStoreReading, ALayerKeepsChannelsWithKeysThatItsBaseLacks)
         EXPECT_EQ(5.0f, node->GetUnmatched(0)->FCurveGet()->KeyGetValue(0));
         EXPECT_EQ(2, node->GetUnmatched(1)->KeyGetCount(false));
     }
+    // Only layers have them.
+    read->SingleLayerCopyFrom(read->LayerGet(3), false);
+    EXPECT_EQ(0, read->GetUnmatchedCount());
+    EXPECT_EQ(2, read->LayerGet(3)->GetUnmatchedCount());
     // Emptied with a layer that may not be removed.
     StubLayer locked;
     locked.mLocked = true;
