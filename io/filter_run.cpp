@@ -3,6 +3,8 @@
 
 #include "io/filter_run.h"
 
+#include "corvekit/math/elementary.h"
+#include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
@@ -14,6 +16,8 @@
 
 namespace
 {
+constexpr int kAxes = 3;
+
 struct DestroyCurve
 {
     void operator()(Glissa* pCurve) const { pCurve->Destroy(0); }
@@ -28,41 +32,90 @@ OwnedCurve Duplicate(const Glissa& pCurve)
     return copy;
 }
 
-KTime TimeOf(Glissa& pCurve, int pIndex)
+// Calls pLook(time) for the key times of some curves and halfway between them, in order.
+template <typename Look>
+void ForEachKeyTime(const std::vector<Glissa*>& pCurves, const Look& pLook)
 {
-    return pIndex < pCurve.KeyGetCount() ? pCurve.KeyGetTime(pIndex) : KTime::Infinite();
+    std::vector<int> next(pCurves.size(), 0);
+    KTime last = KTime::Infinite();
+    for (;;) {
+        KTime time = KTime::Infinite();
+        for (std::size_t i = 0; i < next.size(); ++i) {
+            if (next[i] < pCurves[i]->KeyGetCount()) {
+                time = std::min(time, pCurves[i]->KeyGetTime(next[i]));
+            }
+        }
+        bool hasKey = false;
+        for (std::size_t i = 0; i < next.size(); ++i) {
+            if (next[i] < pCurves[i]->KeyGetCount() && pCurves[i]->KeyGetTime(next[i]) == time) {
+                ++next[i];
+                hasKey = true;
+            }
+        }
+        if (!hasKey) {
+            return;
+        }
+        if (last != KTime::Infinite()) {
+            pLook(last + (time - last) / 2);
+        }
+        pLook(time);
+        last = time;
+    }
 }
 
-// Fills in the largest distance of two curves within a span: a walk over the key times of both, in
-// order.
+void NoteChange(double pChange, KTime pTime, FilterResult& pResult)
+{
+    if (pChange > pResult.mLargestChange) {
+        pResult.mLargestChange = pChange;
+        pResult.mWhen = pTime;
+    }
+}
+
+// Fills in the largest distance of two curves within a span.
 void Compare(Glissa& pBefore, Glissa& pAfter, const FilterTimes& pTimes, FilterResult& pResult)
 {
     int hintBefore = 0;
     int hintAfter = 0;
-    const auto look = [&](KTime pTime) {
-        if (pTime < pTimes.mStart || pTime > pTimes.mStop) {
-            return;
+    ForEachKeyTime({&pBefore, &pAfter}, [&](KTime pTime) {
+        if (pTime >= pTimes.mStart && pTime <= pTimes.mStop) {
+            NoteChange(std::fabs(double{pAfter.Evaluate(pTime, &hintAfter)} -
+                                 double{pBefore.Evaluate(pTime, &hintBefore)}),
+                       pTime, pResult);
         }
-        const double change = std::fabs(double{pAfter.Evaluate(pTime, &hintAfter)} -
-                                        double{pBefore.Evaluate(pTime, &hintBefore)});
-        if (change > pResult.mLargestChange) {
-            pResult.mLargestChange = change;
-            pResult.mWhen = pTime;
+    });
+}
+
+/// The curves X, Y and Z of a rotation.
+struct Rotation
+{
+    std::vector<Glissa*> mCurves;
+    KVdRotationOrder mOrder;
+    int mHints[kAxes] = {};
+
+    KgeRMatrix At(KTime pTime)
+    {
+        KgeRVector angles;
+        for (int axis = 0; axis < kAxes; ++axis) {
+            angles[axis] = mCurves[static_cast<std::size_t>(axis)]->Evaluate(pTime, &mHints[axis]);
         }
-    };
-    KTime last = KTime::Infinite();
-    for (int i = 0, j = 0; i < pBefore.KeyGetCount() || j < pAfter.KeyGetCount();) {
-        const KTime before = TimeOf(pBefore, i);
-        const KTime after = TimeOf(pAfter, j);
-        const KTime time = before < after ? before : after;
-        i += before == time ? 1 : 0;
-        j += after == time ? 1 : 0;
-        if (last != KTime::Infinite()) {
-            look(last + (time - last) / 2);
-        }
-        look(time);
-        last = time;
+        KgeRMatrix matrix;
+        mOrder.V2M(matrix, angles);
+        return matrix;
     }
+};
+
+// Fills in the largest turn between two rotations.
+void Compare(Rotation& pBefore, Rotation& pAfter, FilterResult& pResult)
+{
+    constexpr double kRounding = 1e-9;  // degrees, of the matrices
+    std::vector<Glissa*> curves = pBefore.mCurves;
+    curves.insert(curves.end(), pAfter.mCurves.begin(), pAfter.mCurves.end());
+    ForEachKeyTime(curves, [&](KTime pTime) {
+        const KgeQuaternion turn(pAfter.At(pTime) * pBefore.At(pTime).Transpose());
+        const double sine = KgeLength(turn[0], turn[1], turn[2]);
+        const double angle = 2.0 * KgeArcTangent(sine, std::fabs(turn[3]));
+        NoteChange(angle > kRounding ? angle : 0.0, pTime, pResult);
+    });
 }
 
 bool IsBetweenKeys(Glissa& pCurve, KTime pTime)
@@ -218,7 +271,8 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
     return result;
 }
 
-std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterTarget& pTarget)
+std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pEntry,
+                                    const FilterTarget& pTarget)
 {
     std::vector<FilterResult> results;
     std::vector<OwnedCurve> before;
@@ -235,9 +289,31 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterTarget& p
             Finish(*before[i], curve, pFilter, results[i]);
         }
     }
+    if (pEntry.mScope == FilterScope::rotation) {
+        const KVdRotationOrder order(pTarget.mNode->GetRotationOrder());
+        Rotation from{{}, order};
+        Rotation to{{}, order};
+        for (std::size_t i = 0; i < results.size(); ++i) {
+            from.mCurves.push_back(before[i].get());
+            to.mCurves.push_back(pTarget.mChannels[i].mCurve);
+        }
+        FilterResult turn;
+        Compare(from, to, turn);
+        for (FilterResult& each : results) {
+            const bool isChanged = each.mOutcome == FilterOutcome::changed;
+            each.mLargestChange = isChanged ? turn.mLargestChange : 0.0;
+            each.mWhen = turn.mWhen;
+        }
+    }
     return results;
 }
 }  // namespace
+
+bool IsRotation(const FilterTarget& pTarget)
+{
+    return pTarget.mNode && pTarget.mNode->IsRotationLayerType() &&
+           pTarget.mChannels.size() == kAxes;
+}
 
 std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets)
 {
@@ -297,8 +373,11 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
     };
     std::vector<FilterResult> results;
     for (const FilterTarget& target : pTargets) {
-        if (entry.mScope == FilterScope::vector) {
-            std::vector<FilterResult> found = RunOnNode(*make(), target);
+        if (entry.mScope == FilterScope::rotation && !IsRotation(target)) {
+            continue;
+        }
+        if (entry.NeedsNode()) {
+            std::vector<FilterResult> found = RunOnNode(*make(), entry, target);
             for (FilterResult& each : found) {
                 done += each.mKeysBefore;
                 results.push_back(std::move(each));

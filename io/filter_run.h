@@ -58,12 +58,17 @@ struct FilterResult
     std::int64_t mKeysBefore = 0;
     std::int64_t mKeysAfter = 0;
     /// The largest distance between the curve before and after, in its unit, at the key times of
-    /// both and halfway between them, and the first time where it is.
+    /// both and halfway between them, and the first time where it is. Of a filter of rotations the
+    /// largest turn in degrees between the orientations, the same for its three curves.
     double mLargestChange = 0.0;
     KTime mWhen;
 };
 
-/// Applies a filter to each target and reports each curve.
+/// Whether the curves of a target are the angles of a rotation, which FilterScope::rotation takes.
+bool IsRotation(const FilterTarget& pTarget);
+
+/// Applies a filter to each target and reports each curve. A filter of rotations passes over the
+/// other targets: no result is theirs.
 ///
 /// The keys outside a limited span stay as they are, also under filters that work on the keys
 /// around it (FilterSpan::outward): a curve that such a filter changes gets two keys, a tick apart,

@@ -46,9 +46,10 @@ struct FilterParameter
 /// What a filter is applied to.
 enum class FilterScope
 {
-    curve,   ///< each curve by itself
-    leaf,    ///< each curve through its node, whose name and parent set the thresholds
-    vector,  ///< the channels of a node together
+    curve,    ///< each curve by itself
+    leaf,     ///< each curve through its node, whose name and parent set the thresholds
+    vector,   ///< the channels of a node together
+    rotation  ///< the three angles of a rotation node together; other nodes are passed over
 };
 
 /// How a filter treats a limited span of time.
@@ -86,6 +87,11 @@ struct FilterEntry
 
     /// Null where there is no such parameter.
     const FilterParameter* Find(std::string_view pName) const;
+    /// Whether it takes curves of a node together.
+    bool NeedsNode() const
+    {
+        return mScope == FilterScope::vector || mScope == FilterScope::rotation;
+    }
     /// The default of a parameter for a clip whose frames last pFrame.
     double DefaultOf(const FilterParameter& pParameter, KTime pFrame) const;
 };

@@ -88,7 +88,7 @@ void CheckRecipe(const FilterRecipe& pRecipe, const FilterOptions& pOptions)
                 "{} works on whole curves: leave --from and --to out, or run it by itself",
                 entry.mName));
         }
-        if (entry.mScope == FilterScope::vector && !pOptions.curves.empty()) {
+        if (entry.NeedsNode() && !pOptions.curves.empty()) {
             throw WrongArguments(fmt::format(
                 "{} takes the curves of a node together: choose nodes with --node", entry.mName));
         }
@@ -214,8 +214,13 @@ FilterTimes TimesOf(const FilterOptions& pOptions, double pClipRate)
 }
 
 // A filter that every curve refused is a mistake of the caller, not a result.
-void CheckStep(const StepReport& pStep, const std::string& pPath)
+void CheckStep(const StepReport& pStep, const FilterEntry& pEntry, const std::string& pPath)
 {
+    if (pStep.results.empty() && pEntry.mScope == FilterScope::rotation) {
+        throw Refusal(
+            fmt::format("{}: {} works on rotations, and none is chosen: take --node '*/R'", pPath,
+                        pEntry.mName));
+    }
     const bool all =
         !pStep.results.empty() &&
         std::all_of(pStep.results.begin(), pStep.results.end(), [](const FilterResult& pEach) {
@@ -238,7 +243,7 @@ void WarnOfJumps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTa
     if (!jumps.empty()) {
         pReport.warnings.push_back(fmt::format(
             "{}: {} treats jumps of whole turns as motion: {} rotation curve(s) step by more than "
-            "180 degrees, the first is {} at {:.3f} s",
+            "180 degrees, the first is {} at {:.3f} s; unroll removes such jumps",
             pReport.path, pEntry.mName, jumps.size(), jumps.front().mName,
             jumps.front().mTime.GetSecondDouble()));
     }
@@ -280,7 +285,7 @@ public:
                 });
             step.seconds =
                 std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-            CheckStep(step, pJob.path);
+            CheckStep(step, mRecipe[i].GetEntry(), pJob.path);
             report.steps.push_back(std::move(step));
         }
         if (!pJob.output.empty()) {

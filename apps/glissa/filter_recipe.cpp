@@ -213,6 +213,9 @@ std::string DescribeFilters()
         if (entry.mScope == FilterScope::vector) {
             fmt::format_to(out, "    Takes the channels of a node together: choose with --node.\n");
         }
+        if (entry.mScope == FilterScope::rotation) {
+            fmt::format_to(out, "    Works on rotations, all or those chosen with --node '*/R'.\n");
+        }
         if (entry.mSpan == FilterSpan::none) {
             fmt::format_to(out, "    Works on whole curves: --from and --to do not apply.\n");
         }
@@ -236,7 +239,7 @@ std::string FilterTemplate()
         about["meaning"] = entry.mMeaning;
         about["note"] = entry.mNote;
         about["span"] = entry.mSpan != FilterSpan::none;
-        about["needs_node"] = entry.mScope == FilterScope::vector;
+        about["needs_node"] = entry.NeedsNode();
         about["parameters"] = Json::array();
         for (const FilterParameter& each : entry.mParameters) {
             Json parameter;

@@ -6,6 +6,7 @@
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/rotation_curves.h"
+#include "glissa/filter/rotation_helpers.h"
 #include "glissa/filter/value_scope.h"
 #include "glissa/node/node.h"
 
@@ -30,10 +31,14 @@ struct Folded
         KgeRMatrix matrix;
         pOrder.V2M(matrix, pAngles);
         pOrder.M2V(angles, matrix);
-        const KgeRVector way = angles - pAngles;
-        // NaN is left alone.
-        isInRange = !(std::fabs(way[0]) > kTolerance || std::fabs(way[1]) > kTolerance ||
-                      std::fabs(way[2]) > kTolerance);
+        for (int i = 0; i < kRotationAxes; ++i) {
+            // Half a turn back is in range like half a turn.
+            if (std::fabs(pAngles[i] + 180.0) <= kTolerance) {
+                angles[i] = NearestTurn(angles[i], pAngles[i]);
+            }
+            // NaN is left alone.
+            isInRange = isInRange && !(std::fabs(angles[i] - pAngles[i]) > kTolerance);
+        }
         const int axis = pOrder.GetAxes()[1];
         if (std::fabs(std::remainder(pAngles[axis], 360.0)) > 90.0) {
             mirrored = axis;
@@ -41,7 +46,7 @@ struct Folded
     }
 
     KgeRVector angles;
-    bool isInRange;
+    bool isInRange = true;
     int mirrored = -1;  // the middle axis where its angle takes the opposite direction
 };
 

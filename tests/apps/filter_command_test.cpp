@@ -40,9 +40,12 @@ TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
     ClipCurves before = LoadClip(kClip);
     for (const FilterEntry& entry : FilterTable()) {
         SCOPED_TRACE(entry.mName);
-        std::vector<std::string> arguments = {"filter",   kClip,  "--apply", Sample(entry),
-                                              "--format", "json", "-o",      At("out.glissa"),
-                                              "--node",   "*/T"};
+        std::vector<std::string> arguments = {
+            "filter",   kClip,
+            "--apply",  Sample(entry),
+            "--format", "json",
+            "-o",       At("out.glissa"),
+            "--node",   entry.mScope == FilterScope::rotation ? "*/R" : "*/T"};
         const bool spans = entry.mSpan != FilterSpan::none;
         if (spans) {
             // Between two frames at both ends.
@@ -78,8 +81,37 @@ TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
         }
         EXPECT_EQ(report["filters"][0]["keys_after"], keys);
         EXPECT_EQ(report["filters"][0]["curves_changed"], changed);
-        EXPECT_EQ(entry.mName != std::string("sync") && entry.mName != std::string("frames"),
+        // Of the clip the keys are on frames, and its rotations have no jump.
+        const std::string name = entry.mName;
+        const bool isRotation = entry.mScope == FilterScope::rotation;
+        EXPECT_EQ(name != "sync" && name != "frames" && (!isRotation || name == "gimbal"),
                   changed > 0);
+    }
+}
+
+// A second of the clip is a whole turn off. All keys keep their orientations: what changes is the
+// spin within the tick between the two keys at an end of that second.
+TEST_F(Command, UnrollReportsTheTurnAndGivesTheClipBack)
+{
+    ASSERT_EQ(0, Run({"filter", kClip, "--apply", "offset:by=360", "--node", "*/R", "--from",
+                      "1.01", "--to", "1.99", "-o", At("jump.glissa")})
+                     .status);
+    const Result run = Run({"filter", At("jump.glissa"), "--apply", "unroll", "--format", "json",
+                            "-o", At("out.glissa")});
+    ASSERT_EQ(0, run.status) << run.err;
+    ClipCurves before = LoadClip(kClip);
+    ClipCurves after = LoadClip(At("out.glissa"));
+    const Json report = Json::parse(run.out)["filters"][0];
+    EXPECT_EQ(report["curves"].size(), report["curves_changed"]);
+    for (const Json& each : report["curves"]) {
+        EXPECT_LT(each["largest_change"], 1e-3);
+        const NamedCurve& old = *ChooseCurves(before, {{each["name"]}, false, {}, {}}).front();
+        const NamedCurve& now = *ChooseCurves(after, {{each["name"]}, false, {}, {}}).front();
+        EXPECT_EQ(Unit::degrees, now.unit);
+        for (int i = 0; i < old.curve->KeyGetCount(); ++i) {
+            EXPECT_NEAR(old.curve->KeyGetValue(i),
+                        now.curve->Evaluate(old.curve->KeyGetTime(i), nullptr), 1e-4);
+        }
     }
 }
 
@@ -103,6 +135,8 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "offset needs by", {"--apply", "offset"}},
         {2, "leave --from and --to out", {"--apply", "retime:scale=2", "--from", "1"}},
         {2, "choose nodes with --node", {"--apply", "sync", "--curve", "Hips/R/X"}},
+        {2, "choose nodes with --node", {"--apply", "unroll", "--curve", "Hips/R/X"}},
+        {1, "works on rotations, and none is chosen", {"--apply", "roll", "--node", "*/T"}},
         {1, "every curve is refused", {"--apply", "butterworth:cutoff=200"}},
         {1, "bad.json:2: is not JSON", {"--recipe", At("bad.json")}},
         {1, "large.json: number overflow parsing '1e999'", {"--recipe", At("large.json")}},

@@ -348,9 +348,10 @@ TEST_F(RotationRepair, TheKeyAfterAZoneIsBroughtNextToTheOneBeforeIt)
 
 TEST_F(RotationRepair, RollFoldsEachKeyAndHoldsTheStep)
 {
-    const NodePtr node = MakeRotation({{150, 0, 0}, {170, 0, 0}, {190, 0, 0}, {210, 0, 0}});
+    const NodePtr node = MakeRotation({{150, 0, 0}, {170, 0, -180}, {190, 0, 180}, {210, 0, 0}});
     EXPECT_TRUE(GlissaFilterRoll().Apply(*node, false));
     EXPECT_EQ("0:150 0.1:170 0.2:-170 0.3:-150 ", KeysOf(*node, 0));
+    EXPECT_EQ("0:0 0.1:-180 0.2:180 0.3:0 ", KeysOf(*node, 2));
     const unsigned kinds[] = {eInterpolationLinear, eInterpolationConstant, eInterpolationLinear,
                               eInterpolationCubic};
     for (int i = 0; i < 4; ++i) {
