@@ -387,7 +387,9 @@ std::vector<FilterEntry> MakeTable()
         {"butterworth",
          "A low-pass without delay; the span gets new keys at a rate",
          "The cut-off is where half of the amplitude is left (-6 dB). Keys become automatic. "
-         "Angles with jumps of 360 degrees are smoothed across the jump.",
+         "Angles with jumps of 360 degrees are smoothed across the jump. A span inside a curve "
+         "ends "
+         "in a step; gaussian has none.",
          FilterScope::curve,
          FilterSpan::inward,
          true,
@@ -477,7 +479,7 @@ std::vector<FilterEntry> MakeTable()
         {"frames",
          "Moves keys to the nearest whole period",
          "A key that would reach another one stays where it is, and so does a last key that would "
-         "move up.",
+         "move up. No key is taken away: resample has fewer keys.",
          FilterScope::curve,
          FilterSpan::inward,
          false,

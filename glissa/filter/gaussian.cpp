@@ -25,6 +25,8 @@ constexpr int kParameter = 2;
 
 // Where the weights end: beyond, they sum up to 6e-7 of the whole.
 constexpr double kReachInDeviations = 5.0;
+/// Over how many the change fades at an end of the span.
+constexpr double kFadeInDeviations = 3.0;
 constexpr double kGreatestDeviation = 10000.0;  // in samples, all of which each key weighs
 
 /// A time mirrored into the keys, and whether an odd number of mirrors was passed.
@@ -147,6 +149,54 @@ struct KeySlopes
 };
 
 /// What becomes of the keys of a span.
+/// A share of the change, and its own change a second.
+struct Share
+{
+    double share;
+    double slope;
+};
+
+// The change begins and ends gently where an end of the span is inside the curve, with the cubic
+// 3 u^2 - 2 u^3 along the way.
+class Fade
+{
+public:
+    Fade(Glissa& pCurve, KTime pStart, KTime pStop, double pSeconds)
+        : mStart(pStart),
+          mStop(pStop),
+          mSeconds(pSeconds),
+          mFadesIn(pStart > pCurve.KeyGetTime(0)),
+          mFadesOut(pStop < pCurve.KeyGetTime(pCurve.KeyGetCount() - 1))
+    {}
+
+    Share At(KTime pTime) const
+    {
+        const Share in = mFadesIn ? Along(pTime - mStart) : Share{1.0, 0.0};
+        const Share out = mFadesOut ? Along(mStop - pTime) : Share{1.0, 0.0};
+        return {in.share * out.share, in.slope * out.share - in.share * out.slope};
+    }
+
+private:
+    Share Along(KTime pFromEnd) const
+    {
+        CORVEKIT_ASSERT(pFromEnd >= KTime() && mSeconds > 0.0);
+        const double u = std::min(pFromEnd.GetSecondDouble() / mSeconds, 1.0);
+        return {u * u * (3.0 - 2.0 * u), 6.0 * u * (1.0 - u) / mSeconds};
+    }
+
+    KTime mStart;
+    KTime mStop;
+    double mSeconds;
+    bool mFadesIn;
+    bool mFadesOut;
+};
+
+// Exact at both ends.
+double Blend(double pOld, double pNew, double pShare)
+{
+    return pShare == 1.0 ? pNew : pOld + pShare * (pNew - pOld);
+}
+
 struct Smoothed
 {
     std::vector<float> values;
@@ -154,7 +204,7 @@ struct Smoothed
 };
 
 Smoothed SmoothKeys(Glissa& pCurve, int pFirst, int pLast, KTime pPeriod,
-                    const std::vector<double>& pWeights)
+                    const std::vector<double>& pWeights, const Fade& pFade)
 {
     CORVEKIT_ASSERT(pFirst >= 0 && pLast < pCurve.KeyGetCount() && pPeriod > KTime());
     const KTime firstTime = pCurve.KeyGetTime(0);
@@ -179,15 +229,19 @@ Smoothed SmoothKeys(Glissa& pCurve, int pFirst, int pLast, KTime pPeriod,
     smoothed.values.reserve(static_cast<std::size_t>(pLast - pFirst + 1));
     for (int i = pFirst; i <= pLast; ++i) {
         const KTime time = pCurve.KeyGetTime(i);
-        const double value = WeightedMean(values.MoveTo(time), pWeights, pCurve.KeyGetValue(i));
-        smoothed.values.push_back(static_cast<float>(value));
+        const double old = pCurve.KeyGetValue(i);
+        const double mean = WeightedMean(values.MoveTo(time), pWeights, old);
+        const Share fade = pFade.At(time);
+        smoothed.values.push_back(static_cast<float>(Blend(old, mean, fade.share)));
         if (HasUserSlope(pCurve, i)) {
             // Each side has its own slope in the middle: a narrow Gaussian keeps a corner.
             const std::vector<double>& samples = slopes.MoveTo(time);
-            const double left = pCurve.EvaluateLeftDerivative(time, &hint);
-            const double right = pCurve.EvaluateRightDerivative(time, &hint);
-            smoothed.slopes.push_back({i, static_cast<float>(WeightedMean(samples, pWeights, left)),
-                                       static_cast<float>(WeightedMean(samples, pWeights, right))});
+            const auto slope = [&](double pOld) {
+                const double own = Blend(pOld, WeightedMean(samples, pWeights, pOld), fade.share);
+                return static_cast<float>(own + fade.slope * (mean - old));
+            };
+            smoothed.slopes.push_back({i, slope(pCurve.EvaluateLeftDerivative(time, &hint)),
+                                       slope(pCurve.EvaluateRightDerivative(time, &hint))});
         }
     }
     return smoothed;
@@ -247,8 +301,9 @@ bool GlissaFilterGaussian::Change(Glissa& pCurve)
     const double deviation = DeviationInSamples();
     const int reach = static_cast<int>(std::ceil(kReachInDeviations * deviation));
     const KeyRange keys = KeysWithin(pCurve, GetStartTime(), GetStopTime());
+    const Fade fade(pCurve, GetStartTime(), GetStopTime(), kFadeInDeviations * mStandardDeviation);
     const Smoothed smoothed = SmoothKeys(pCurve, keys.first, keys.last, SamplePeriod(),
-                                         GaussianWeights(deviation, reach));
+                                         GaussianWeights(deviation, reach), fade);
 
     for (int i = keys.first; i <= keys.last; ++i) {
         pCurve.KeySetValue(i, smoothed.values[static_cast<std::size_t>(i - keys.first)]);

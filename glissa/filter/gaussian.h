@@ -16,6 +16,9 @@
 /// 0.8 s d towards its inside. A span that ends five deviations before leaves such an end alone.
 /// Extrapolation is not looked at.
 ///
+/// Where an end of the span is inside the curve, the change grows from nothing to all over three
+/// deviations, so that the curve has no step there.
+///
 /// Slopes of user tangents become the same weighted mean of the slopes around the key, which is the
 /// slope of the smoothed curve; weights stay. Automatic and TCB tangents follow the new values,
 /// also those of the keys next to the span.

@@ -11,6 +11,7 @@
 #include "tests/support/node_stubs.h"
 #include "tests/support/random_curve.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
@@ -27,7 +28,8 @@ GlissaFilterGaussian WithDeviation(double pSeconds, double pRate)
 }
 
 // Keys at odd times, so that each has samples of its own. A wave of frequency f keeps the share
-// exp(-2 (pi f d)^2), in its values and in the slopes of user tangents.
+// exp(-2 (pi f d)^2), in its values and in the slopes of user tangents. Behind the start of the
+// span the change grows over three deviations.
 TEST_F(Smoothing, AWaveKeepsItsPhaseAndALineStaysStraight)
 {
     constexpr double kDeviation = 0.04;
@@ -43,13 +45,18 @@ TEST_F(Smoothing, AWaveKeepsItsPhaseAndALineStaysStraight)
         keys[i].nextLeft = keys[i + 1].right;
     }
     const CurveHandle curve = MakeCurve(keys);
-    ASSERT_TRUE(WithDeviation(kDeviation, 300.0).Apply(*curve));
-    const double share = std::exp(-0.5 * kTurn * kTurn * kDeviation * kDeviation);
+    GlissaFilterGaussian filter = WithDeviation(kDeviation, 300.0);
+    filter.SetStartTime(Seconds(-0.5));
+    ASSERT_TRUE(filter.Apply(*curve));
+    const double loss = 1.0 - std::exp(-0.5 * kTurn * kTurn * kDeviation * kDeviation);
     for (int i = 0; i < curve->KeyGetCount(); ++i) {
         const double time = curve->KeyGetTime(i).GetSecondDouble();
         if (std::fabs(time) < 0.75) {
+            const double u = std::clamp((time + 0.5) / (3.0 * kDeviation), 0.0, 1.0);
+            const double share = 1.0 - loss * u * u * (3.0 - 2.0 * u);
             EXPECT_NEAR(share * std::sin(kTurn * time) + 5.0 * time, curve->KeyGetValue(i), 2e-5);
-            const double slope = share * kTurn * std::cos(kTurn * time) + 5.0;
+            const double slope = share * kTurn * std::cos(kTurn * time) + 5.0 -
+                                 loss * 2.0 * u * (1.0 - u) / kDeviation * std::sin(kTurn * time);
             EXPECT_NEAR(slope, curve->KeyGetRightDerivative(i), 2e-3);
             EXPECT_NEAR(slope, curve->KeyGetLeftDerivative(i), 2e-3);
         }
