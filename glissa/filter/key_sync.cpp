@@ -76,7 +76,10 @@ void AddKeys(Glissa& pCurve, const std::vector<KTime>& pTimes)
         } else if (index == 0 || index == work.KeyGetCount()) {
             AddOutside(work, time, value, index == 0 ? holdsFirst : holdsLast);
         } else if (!InsertPlainKey(work, index - 1, time, value)) {
+            // Slopes are held for the value that the key gets: between secants that differ by a
+            // rounding, another rounding would turn the curve.
             int hint = index;
+            work.CandidateSet(time, value);
             work.KeyInsert(time, &hint);
             if (work.KeyGetTime(hint) == time) {
                 work.KeySetValue(hint, value);

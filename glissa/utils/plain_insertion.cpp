@@ -262,16 +262,14 @@ bool InsertPlainKey(Glissa& pCurve, int pLo, KTime pTime, float pValue)
     const Slopes atHi =
         hiKind == Kind::kAuto ? hiSides.SlopesFor(secants.OldHi()) : Slopes{addedLeft, hiRight};
     int hint = pLo;
-    KPriFCurveKey added{pTime, nullptr, 0.0f};
+    const KPriFCurveKey added{pTime, nullptr, pValue};
     float slope = 0.0f;
     if (isCubicLo) {
         const float seconds = static_cast<float>(SecondsBetween(*keys.lo, *keys.hi));
         const CubicPoints p =
             PointsOfSlopes(keys.lo->mValue, keys.hi->mValue, atLo.right, atHi.left, seconds);
-        added.mValue = CubicValue(p.p0, p.p1, p.p2, p.p3, place - pLo);
         slope = SlopeOfCubic(p, place - pLo, seconds);
     } else {
-        added.mValue = pCurve.Evaluate(pTime, &hint);
         slope = pCurve.EvaluateLeftDerivative(pTime, &hint);
     }
     secants.Add(added);
