@@ -66,6 +66,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/curve_filter.h
     glissa/filter/data_filter.h
     glissa/filter/delete_key.h
+    glissa/filter/euler_to_quat.h
     glissa/filter/filter.h
     glissa/filter/gaussian.h
     glissa/filter/gimble_killer.h
@@ -74,8 +75,10 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/key_reducer.h
     glissa/filter/key_sync.h
     glissa/filter/keys_on_frame.h
+    glissa/filter/matrix_converter.h
     glissa/filter/offset.h
     glissa/filter/peak_remover.h
+    glissa/filter/quat_to_euler.h
     glissa/filter/resample.h
     glissa/filter/roll.h
     glissa/filter/scale.h
@@ -84,6 +87,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/test_template.h
     glissa/filter/time_clamp.h
     glissa/filter/time_shift_and_scale.h
+    glissa/filter/trs.h
     glissa/filter/unroll.h
     glissa/filter/unroll_dof.h
     glissa/filter/unroll_filter.h)

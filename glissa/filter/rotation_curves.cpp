@@ -92,6 +92,15 @@ bool AreChildCurves(GlissaNode& pNode, Glissa* const* pCurves)
     return areChildren;
 }
 
+bool FindQuaternionCurves(GlissaNode& pNode, Glissa* (&pCurves)[kQuaternionParts])
+{
+    Glissa* angles[kRotationAxes];
+    const bool hasAngles = FindRotationCurves(pNode, angles);
+    std::copy_n(angles, kRotationAxes, pCurves);
+    pCurves[kRotationAxes] = FindCurveBelow(pNode, kRealPartName);
+    return hasAngles && pCurves[kRotationAxes];
+}
+
 bool IsNamedRotation(const GlissaNode& pNode)
 {
     const char* const name = pNode.GetName();
@@ -168,6 +177,23 @@ void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues
     }
     if (pMirrored >= 0 && pCurves[pMirrored]) {
         MirrorSlopes(*pCurves[pMirrored], pIndex);
+    }
+}
+
+KeptDefaults::KeptDefaults(Glissa* const* pCurves)
+{
+    for (int i = 0; i < kRotationAxes; ++i) {
+        mCurves[i] = pCurves[i];
+        mValues[i] = pCurves[i]->GetValue();
+    }
+}
+
+KeptDefaults::~KeptDefaults()
+{
+    for (int i = 0; i < kRotationAxes; ++i) {
+        if (mCurves[i]->GetValue() != mValues[i]) {
+            mCurves[i]->SetValue(mValues[i]);
+        }
     }
 }
 

@@ -11,11 +11,15 @@ class Glissa;
 class GlissaNode;
 
 inline constexpr int kRotationAxes = 3;
+inline constexpr int kQuaternionParts = 4;
+inline constexpr char kRealPartName[] = "W";
 
 /// The curve of the first node of that name below a node, as GlissaNode::FindRecursive; or null.
 Glissa* FindCurveBelow(GlissaNode& pNode, const char* pName);
 /// The curves of "X", "Y" and "Z" below a node. False where one is missing.
 bool FindRotationCurves(GlissaNode& pNode, Glissa* (&pCurves)[kRotationAxes]);
+/// The same with "W", the real part of a quaternion.
+bool FindQuaternionCurves(GlissaNode& pNode, Glissa* (&pCurves)[kQuaternionParts]);
 /// Whether three curves are those of the first three children, in this order.
 bool AreChildCurves(GlissaNode& pNode, Glissa* const* pCurves);
 /// Whether the node is named "R" or "Lcl Rotation".
@@ -44,6 +48,21 @@ KgeRVector RotationAtKey(Glissa* const* pCurves, int pIndex);
 ///            does in the other form of the same rotation, or -1: its user tangents take the
 ///            opposite slopes.
 void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues, int pMirrored);
+
+/// Keeps the default values of three curves, which change where all keys of a curve are replaced.
+/// Lives inside an operation.
+class KeptDefaults
+{
+public:
+    explicit KeptDefaults(Glissa* const* pCurves);
+    ~KeptDefaults();
+    KeptDefaults(const KeptDefaults&) = delete;
+    KeptDefaults& operator=(const KeptDefaults&) = delete;
+
+private:
+    Glissa* mCurves[kRotationAxes];
+    float mValues[kRotationAxes];
+};
 
 /// A rotation node "R" with the children "X", "Y" and "Z" that holds three curves for as long as it
 /// exists. Then the curves are given back to the nodes that had them. The child of a locked curve

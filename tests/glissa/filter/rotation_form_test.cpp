@@ -1,0 +1,152 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "glissa/filter/euler_to_quat.h"
+#include "glissa/filter/quat_to_euler.h"
+#include "tests/support/curve_test.h"
+#include "tests/support/node_stubs.h"
+#include "tests/support/ref_rotation.h"
+
+#include <cmath>
+#include <random>
+
+namespace
+{
+using RotationForm = CurveTest;
+
+const KTime kFrame = KTime::GetOneFrameValue(eTimeMode30);
+
+// A rotation of cubic curves from 0 to 2 s, which passes gimbal lock now and then.
+NodePtr MakeRotation(std::mt19937_64& pRandom)
+{
+    NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    for (int axis = 0; axis < 3; ++axis) {
+        float value = 0.0f;
+        for (int key = 0; key <= 8; ++key) {
+            value += std::uniform_real_distribution<float>(-90.0f, 90.0f)(pRandom);
+            node->Get(axis)->FCurveGet()->KeyAppendFast(Seconds(0.25 * key), value);
+        }
+        node->Get(axis)->FCurveGet()->SetValue(40.0f);
+    }
+    return node;
+}
+
+RefRotation AnglesAt(GlissaNode& pNode, KTime pTime)
+{
+    double angles[3];
+    pNode.Evaluate(angles, pTime);
+    return RefRotation::OfAngles(angles, 0);
+}
+
+// By the turn about its axis.
+RefRotation OfQuaternion(const double* pParts)
+{
+    const long double length = std::hypot(pParts[0], pParts[1], pParts[2]);
+    const long double turn = 2 * std::atan2(length, static_cast<long double>(pParts[3]));
+    if (length == 0) {
+        return {};
+    }
+    return RefRotation::OfTurn({pParts[0] / length, pParts[1] / length, pParts[2] / length},
+                               turn * RefRotation::kDegrees);
+}
+
+TEST_F(RotationForm, ARotationIsTheSameAsQuaternionsAndAsAnglesAgain)
+{
+    std::mt19937_64 random(20260104);
+    for (int i = 0; i < 40; ++i) {
+        SCOPED_TRACE(i);
+        const NodePtr node = MakeRotation(random);
+        const NodePtr before(node->Clone(false));
+        GlissaFilterEulerToQuat there;
+        there.SetFramePeriod(kFrame);
+        ASSERT_TRUE(there.Apply(*node, true));
+        ASSERT_EQ(4, node->GetCount());
+        EXPECT_STREQ("W", node->Get(3)->GetName());
+        ASSERT_EQ(61, node->Get(3)->FCurveGet()->KeyGetCount());
+        double last[4] = {0.0, 0.0, 0.0, 1.0};
+        for (int frame = 0; frame <= 60; ++frame) {
+            double parts[4];
+            double dot = 0.0;
+            for (int part = 0; part < 4; ++part) {
+                parts[part] = node->Get(part)->FCurveGet()->KeyGetValue(frame);
+                dot += parts[part] * last[part];
+                last[part] = parts[part];
+            }
+            EXPECT_LE(0.0, dot) << frame;
+            EXPECT_GT(2e-5, RefDistance(AnglesAt(*before, kFrame * frame), OfQuaternion(parts)));
+        }
+        // A quaternion of another length is the same rotation.
+        for (int part = 0; part < 4; ++part) {
+            node->Get(part)->FCurveGet()->KeyScaleValue(false, 0.25f);
+        }
+        GlissaFilterQuatToEuler back;
+        back.SetFramePeriod(kFrame);
+        ASSERT_TRUE(back.Apply(*node, true));
+        ASSERT_EQ(3, node->GetCount());
+        EXPECT_EQ(eLayerTypeRotation, node->GetLayerType());
+        for (int frame = 0; frame <= 60; ++frame) {
+            const KTime time = kFrame * frame;
+            EXPECT_GT(1e-3, RefDistance(AnglesAt(*before, time), AnglesAt(*node, time))) << frame;
+        }
+        for (int axis = 0; axis < 3; ++axis) {
+            EXPECT_NEAR(40.0f, node->Get(axis)->FCurveGet()->GetValue(), 1e-4);
+        }
+    }
+}
+
+TEST_F(RotationForm, WhatIsRefusedAndWhatStays)
+{
+    std::mt19937_64 random(20260105);
+    GlissaFilterEulerToQuat there;
+    GlissaFilterQuatToEuler back;
+    const auto refuses = [](GlissaFilter& pFilter, bool pAnswer, const char* pText) {
+        EXPECT_FALSE(pAnswer);
+        EXPECT_STREQ(pText, pFilter.GetLastErrorString());
+    };
+    const NodePtr node = MakeRotation(random);
+    Glissa& x = *node->Get(0)->FCurveGet();
+    const std::string keys = KeysOf(x);
+    refuses(there, there.Apply(x), "EulerToQuat, This filters works only on FCurveNodes.");
+    refuses(back, back.Apply(x), "QuatToEuler, No key were changed by filter.");
+    refuses(back, back.Apply(*node, true), "QuatToEuler, Not a quaternion node.");
+    refuses(there, there.Apply(*MakeChannel(KDataTypeLclTranslation, "T"), true),
+            "EulerToQuat, Node is not a Euler node.");
+    EXPECT_EQ(KTime(5880000), there.GetFramePeriod());
+    there.SetFramePeriod(KTime());
+    refuses(there, there.Apply(*node, true), "EulerToQuat, The frame period is out of range.");
+    EXPECT_EQ(3, node->GetCount());
+
+    // An instant: nothing is sampled, but the node gets its fourth child.
+    there.SetStopTime(x.KeyGetTime(0));
+    EXPECT_TRUE(there.Apply(*node, true));
+    back.SetStopTime(x.KeyGetTime(0));
+    EXPECT_TRUE(back.Apply(*node, true));
+    EXPECT_EQ(4, node->GetCount());
+    EXPECT_EQ(keys, KeysOf(x));
+
+    // A second W does not hide the first one.
+    there.Reset();
+    EXPECT_TRUE(there.Apply(*node, true));
+    EXPECT_EQ(5, node->GetCount());
+    EXPECT_LT(0, node->Get(3)->FCurveGet()->KeyGetCount());
+    EXPECT_EQ(0, node->Get(4)->FCurveGet()->KeyGetCount());
+}
+
+TEST_F(RotationForm, LayersFollowWhateverTheyAnswer)
+{
+    std::mt19937_64 random(20260106);
+    StubLayer first;
+    StubLayer second;
+    first.mLocked = true;
+    const NodePtr node = MakeRotation(random);
+    node->SetMultiLayer(true);
+    GlissaNode* const locked = node->CreateLayerAt(GlissaLayerInfo(1, &first));
+    GlissaNode* const open = node->CreateLayerAt(GlissaLayerInfo(2, &second));
+    AddKeys(open->Get(0), {{0.0, 10.0f}, {1.0, 20.0f}});
+    GlissaFilterEulerToQuat there;
+    EXPECT_TRUE(there.Apply(*node, false));
+    EXPECT_EQ(4, node->GetCount());
+    EXPECT_EQ(3, locked->GetCount());
+    EXPECT_EQ(3, open->GetCount()) << "a locked layer ends the walk";
+}
+}  // namespace
