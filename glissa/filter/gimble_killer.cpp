@@ -176,6 +176,7 @@ bool GlissaFilterGimbleKiller::Apply(GlissaNode& pNode, bool)
         GetError().SetLastErrorID(eFilterNoKey);
         return false;
     }
+    const KOperation operation;  // brackets of a deque do not end in reverse order
     std::deque<KeyModifyBracket> brackets;
     for (Glissa* const curve : curves) {
         brackets.emplace_back(*curve);

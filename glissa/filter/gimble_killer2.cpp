@@ -211,6 +211,7 @@ bool GlissaFilterGimbleKiller2::Apply(Glissa** pCurves, int pCount)
     if (!std::isfinite(mQualityTolerance)) {
         return Refuse(eFilterUnchanged, "GimbleKiller2, The quality tolerance is not finite.");
     }
+    const KOperation operation;  // brackets of a deque do not end in reverse order
     std::deque<KeyModifyBracket> brackets;
     for (int i = 0; i < kRotationAxes; ++i) {
         brackets.emplace_back(*pCurves[i]);

@@ -140,6 +140,7 @@ bool GlissaFilterRoll::ApplyFixed(Glissa** pCurves)
     if (!HasKeyToFold(pCurves)) {
         return Refuse(eFilterUnchanged, "FilterRoll, No key were changed by filter.");
     }
+    const KOperation operation;  // brackets of a deque do not end in reverse order
     std::deque<KeyModifyBracket> brackets;
     for (int i = 0; i < kRotationAxes; ++i) {
         brackets.emplace_back(*pCurves[i]);

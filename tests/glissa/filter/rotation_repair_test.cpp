@@ -17,9 +17,9 @@
 
 #include <array>
 #include <cmath>
+#include <deque>
 #include <functional>
 #include <limits>
-#include <set>
 
 namespace
 {
@@ -397,6 +397,38 @@ TEST_F(RotationRepair, AMirroredAngleTakesItsSlopesAlong)
     EXPECT_EQ(-7.0f, y.KeyGetRightDerivative(1));
     EXPECT_EQ(3.0f, y.KeyGetLeftDerivative(2));
     EXPECT_LT(DistanceAt(*before, *node, Seconds(0.16)), 1e-3);
+}
+
+TEST_F(RotationRepair, AnApplicationIsOneEventACurveAndNoneOnALockedOne)
+{
+    StubLayer locked;
+    locked.mLocked = true;
+    const Filters filters = {With<GlissaFilterUnroll>(), With<GlissaFilterUnrollDof>(),
+                             With<GlissaFilterGimbleKiller>(), With<GlissaFilterGimbleKiller2>(),
+                             With<GlissaFilterRoll>()};
+    for (std::size_t i = 0; i < 4 * filters.size(); ++i) {
+        SCOPED_TRACE(i);
+        GlissaFilter& filter = *filters[i / 4];
+        const bool isLocked = i % 4 > 1;
+        const NodePtr node = MakeRotation({{0, 0, 0}, {200, 170, 200}, {10, 10, 400}});
+        node->Get(2)->FCurveGet()->KeyRemove(1);
+        node->Get(1)->SetLayerInfo(GlissaLayerInfo(0, isLocked ? &locked : nullptr));
+        const NodePtr before(node->Clone(false));
+        Glissa* curves[3];
+        std::deque<EditCheck> checks;
+        for (int axis = 0; axis < 3; ++axis) {
+            curves[axis] = node->Get(axis)->FCurveGet();
+            checks.emplace_back(*curves[axis]);
+        }
+        const bool refuses = isLocked && i / 4 > 1;
+        EXPECT_EQ(!refuses, i % 2 == 0 ? filter.Apply(*node, true) : filter.Apply(curves, 3));
+        EXPECT_EQ(KError::kNone, filter.GetLastErrorID());
+        for (int axis = 0; axis < 3; ++axis) {
+            const bool stays = refuses || (isLocked && axis == 1);
+            EXPECT_EQ(stays ? 0u : 1u, checks[static_cast<std::size_t>(axis)].Heard().size());
+            EXPECT_EQ(stays, KeysOf(*before, axis) == KeysOf(*node, axis)) << axis;
+        }
+    }
 }
 
 TEST_F(RotationRepair, WhatIsNoRotationOrHasNoKeysIsRefusedWithAText)
