@@ -6,13 +6,10 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <limits>
 
 namespace
 {
 constexpr long double kTicksPerSecond = KTime::kTicksPerSecond;
-constexpr RefWide kLeast = std::numeric_limits<std::int64_t>::min();
-constexpr RefWide kGreatest = std::numeric_limits<std::int64_t>::max();
 
 RefPlace PlaceAt(int pKey)
 {
@@ -25,27 +22,6 @@ RefNumber ValueOf(const Glissa& pCurve, int pKey)
     return {value, std::fabs(value)};
 }
 
-// A time outside the keys of a curve of two keys or more, counted away from the nearest key.
-struct Outside
-{
-    bool isBefore;
-    RefWide ticks;
-    RefWide span;
-    unsigned mode;
-    unsigned long count;  // of repetitions
-};
-
-Outside OutsideOf(const Glissa& pCurve, std::int64_t pTime)
-{
-    const RefWide first = pCurve.KeyGetTime(0).Get();
-    const RefWide last = pCurve.KeyGetTime(pCurve.KeyGetCount() - 1).Get();
-    if (pTime < first) {
-        return {true, first - pTime, last - first, pCurve.GetPreExtrapolation(),
-                pCurve.GetPreExtrapolationCount()};
-    }
-    return {false, pTime - last, last - first, pCurve.GetPostExtrapolation(),
-            pCurve.GetPostExtrapolationCount()};
-}
 }  // namespace
 
 void RefKey::SetWeights(int pRight, int pNextLeft)
@@ -93,41 +69,6 @@ RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime)
     RefPlace place = PlaceAt(static_cast<int>(index));
     place.index = std::nextafter(index, index == key ? key + 1.0 : key);
     return place;
-}
-
-RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime)
-{
-    const int count = pCurve.KeyGetCount();
-    if (count == 0 ||
-        (pTime >= pCurve.KeyGetTime(0).Get() && pTime <= pCurve.KeyGetTime(count - 1).Get())) {
-        return RefKeyFind(pCurve, pTime);
-    }
-    const Outside outside = OutsideOf(pCurve, pTime);
-    const RefWide first = pCurve.KeyGetTime(0).Get();
-    const RefWide last = first + outside.span;
-    RefWide held = outside.span * outside.count;  // from here on the end key holds
-    if (!outside.isBefore) {
-        held = std::min(held, kGreatest - last);
-    } else if (first - held < kLeast) {
-        // A repetition that the range of times cuts off is not begun.
-        held = RefMultiple(first - kLeast, outside.span) - outside.span;
-    }
-    if (outside.mode == kRefHold || outside.ticks >= held) {
-        return PlaceAt(outside.isBefore ? 0 : count - 1);
-    }
-    const RefWide whole = RefMultiple(outside.ticks, outside.span);
-    const RefWide rest = outside.ticks - whole;
-    const bool isMirrored =
-        outside.mode == kRefMirror && std::fmod(whole / outside.span, 2.0L) == 0.0L;
-    switch (outside.mode) {
-    case kRefRepeat:
-    case kRefRelativeRepeat:
-    case kRefMirror:
-        return RefKeyFind(pCurve, static_cast<std::int64_t>(
-                                      outside.isBefore == isMirrored ? first + rest : last - rest));
-    default:
-        return RefKeyFind(pCurve, pTime);
-    }
 }
 
 RefSegment RefSegmentAt(Glissa& pCurve, int pIndex)
@@ -208,53 +149,20 @@ long double RefSlopeOf(const RefSegment& pSegment, long double pParameter)
 
 RefNumber RefEvaluate(Glissa& pCurve, std::int64_t pTime)
 {
-    const int count = pCurve.KeyGetCount();
-    const RefPlace place = RefKeyFindAll(pCurve, pTime);
-    if (count == 0) {
-        return {pCurve.GetValue(), std::fabs(pCurve.GetValue())};
+    const RefPlace place = RefKeyFind(pCurve, pTime);
+    const RefNumber value = ValueOf(pCurve, place.key);
+    if (place.fraction == 0.0L) {
+        return value;
     }
-    const Outside outside = OutsideOf(pCurve, pTime);
-    const auto isExtrapolated = [&](unsigned pMode) {
-        return count > 1 && outside.ticks > 0 && outside.mode == pMode;
-    };
-    const long double sign = outside.isBefore ? -1.0L : 1.0L;
-    const int end = outside.isBefore ? 0 : count - 1;
-    if (isExtrapolated(kRefKeepSlope)) {
-        const RefWide run = outside.count == 0xFFFFFFFFu
-                                ? outside.ticks
-                                : std::min(outside.ticks, outside.span * outside.count);
-        const long double slope =
-            outside.isBefore ? pCurve.KeyGetRightDerivative(end) : pCurve.KeyGetLeftDerivative(end);
-        const RefNumber value = ValueOf(pCurve, end);
-        const long double rise = run / kTicksPerSecond * slope;
-        return {value.value + sign * rise, std::max(value.largest, std::fabs(rise))};
+    const RefNumber next = ValueOf(pCurve, place.key + 1);
+    switch (pCurve.KeyGetInterpolation(place.key)) {
+    case eInterpolationConstant:
+        return pCurve.KeyGetConstantMode(place.key) == eConstantNext ? next : value;
+    case eInterpolationLinear:
+        return {value.value + (next.value - value.value) * place.fraction,
+                std::max(value.largest, next.largest)};
+    default:
+        const RefSegment segment = RefSegmentAt(pCurve, place.key);
+        return {RefValueOf(segment, RefSolve(segment, place.fraction)), segment.largest};
     }
-    RefNumber value = ValueOf(pCurve, std::max(place.key, 0));
-    if (place.key >= 0 && place.fraction != 0.0L && place.key + 1 < count) {
-        const RefNumber next = ValueOf(pCurve, place.key + 1);
-        switch (pCurve.KeyGetInterpolation(place.key)) {
-        case eInterpolationConstant:
-            value = pCurve.KeyGetConstantMode(place.key) == eConstantNext ? next : value;
-            break;
-        case eInterpolationLinear:
-            value = {value.value + (next.value - value.value) * place.fraction,
-                     std::max(value.largest, next.largest)};
-            break;
-        case eInterpolationCubic: {
-            const RefSegment segment = RefSegmentAt(pCurve, place.key);
-            value = {RefValueOf(segment, RefSolve(segment, place.fraction)), segment.largest};
-            break;
-        }
-        default:
-            value = {};
-        }
-    }
-    if (isExtrapolated(kRefRelativeRepeat)) {
-        // Each repetition continues where the one before ended.
-        const RefWide begun = RefMultiple(outside.ticks, outside.span) / outside.span + 1;
-        const long double rise = ValueOf(pCurve, count - 1).value - ValueOf(pCurve, 0).value;
-        const long double shift = std::min<RefWide>(begun, outside.count) * rise;
-        value = {value.value + sign * shift, std::max(value.largest, std::fabs(shift))};
-    }
-    return value;
 }

@@ -5,7 +5,6 @@
 
 #include "glissa/curve/curve.h"
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -15,16 +14,9 @@
 // The evaluation starts from the slopes and weights that the library returns for the keys, so it
 // judges everything after them. The rules for the slopes have tests of their own.
 
-/// Whole numbers: exact up to 2^64, which is the largest difference of 64-bit times. Greater ones
-/// are rounded, and are compared with times only, which all are smaller.
+/// Whole numbers: exact up to 2^64, which is the largest difference of 64-bit times.
 using RefWide = long double;
 static_assert(std::numeric_limits<RefWide>::digits >= 64);
-
-/// pNumber rounded down to a multiple of pSpan; of numbers not below 0.
-inline RefWide RefMultiple(RefWide pNumber, RefWide pSpan)
-{
-    return pNumber - std::fmod(pNumber, pSpan);
-}
 
 // Bits of the flag word, as numbers: this side names nothing from the library.
 constexpr std::uint32_t kRefCustom = 0x1, kRefConstant = 0x2, kRefLinear = 0x4, kRefCubic = 0x8;
@@ -98,9 +90,9 @@ struct RefSegment
     bool weighted;
 };
 
-/// The place of a time among the keys, and that of a time that extrapolation maps into them.
+/// The place of a time among the keys.
 RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime);
-RefPlace RefKeyFindAll(const Glissa& pCurve, std::int64_t pTime);
+/// The value at a time from the first key on and before the last one.
 RefNumber RefEvaluate(Glissa& pCurve, std::int64_t pTime);
 
 /// The segment from key pIndex to the next, which has to be cubic.

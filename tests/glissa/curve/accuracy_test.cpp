@@ -16,8 +16,6 @@
 //   cubic   11.25  three stages with 2 for the difference and 1 for the result; a handle has
 //                  seconds, product and sum rounded, and the two handles weigh 3/4 at most
 //   weighted   12  one product more in each handle
-//   keep slope  3  product, and the sum of at most 2 M
-//   repetition  as the segment; relative: 4 more for delta, product and a sum of at most 2 M
 //
 // Slopes inside a cubic segment, in u of 3 M / seconds: the middle difference has twice the error
 // of a handle and its own rounding of 2 M, together 8; two stages with 4 for the difference and 2
@@ -46,7 +44,6 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <functional>
 #include <sstream>
 #include <string>
 
@@ -74,7 +71,7 @@ struct Row
     }
 };
 
-using MakeCurve = std::function<RefCurve(Random&)>;
+using MakeCurve = RefCurve (*)(Random&);
 using Measure = void (*)(Row&, Glissa&, std::int64_t);
 using Formula = long double (*)(const RefSegment&, long double);
 
@@ -97,30 +94,6 @@ RefCurve ConstantKeys(Random& pRandom)
         key.flags = kRefConstant | (pRandom.Below(2) == 0 ? kRefConstantNext : 0);
     }
     return curve;
-}
-
-MakeCurve Extrapolated(std::uint32_t pMode, Rule pRule)
-{
-    return [pMode, pRule](Random& pRandom) {
-        constexpr std::uint32_t kCounts[] = {0, 1, 2, 7, 1000, 0xFFFFFFFFu};
-        RefCurve curve = RandomCurve(pRule, pRandom);
-        curve.pre = curve.post = pMode;
-        curve.preCount = kCounts[pRandom.Below(6)];
-        curve.postCount = kCounts[pRandom.Below(6)];
-        return curve;
-    };
-}
-
-// Near the keys, on whole spans and a tick off them, and some thousand spans away.
-std::int64_t TimeOutside(const RefCurve& pCurve, Random& pRandom)
-{
-    const std::int64_t first = pCurve.keys.front().time;
-    const std::int64_t last = pCurve.keys.back().time;
-    const double spans = pRandom.Scale(-3, 12);
-    const double part = pRandom.Below(2) == 0 ? spans : std::floor(spans);
-    const auto ticks = static_cast<std::int64_t>(part * static_cast<double>(last - first));
-    const std::int64_t away = std::max<std::int64_t>(ticks + pRandom.Below(3) - 1, 1);
-    return pRandom.Below(2) == 0 ? first - away : last + away;
 }
 
 void Value(Row& pRow, Glissa& pCurve, std::int64_t pTime)
@@ -172,7 +145,6 @@ struct Kind
     long double roundings;
     MakeCurve make;
     Measure measure;
-    bool isOutside = false;
 };
 
 const Kind kKinds[] = {
@@ -182,13 +154,6 @@ const Kind kKinds[] = {
     {"slope, cubic", 32.0L, AnyCubic, SlopeInSegment},
     {"value, weighted", 12.0L, Weighted, ValueInSegment},
     {"slope, weighted", 22.0L, Weighted, SlopeInSegment},
-    {"extrapolated, constant", 0.0L, Extrapolated(kRefHold, kLine), Value, true},
-    {"extrapolated, repetition of linear", 3.0L, Extrapolated(kRefRepeat, kLine), Value, true},
-    {"extrapolated, mirror of linear", 3.0L, Extrapolated(kRefMirror, kLine), Value, true},
-    {"extrapolated, keep slope", 3.0L, Extrapolated(kRefKeepSlope, kTensionContinuityBias), Value,
-     true},
-    {"extrapolated, relative repetition of linear", 7.0L, Extrapolated(kRefRelativeRepeat, kLine),
-     Value, true},
 };
 
 Row MeasureKind(const Kind& pKind, std::uint64_t pSeed)
@@ -199,9 +164,7 @@ Row MeasureKind(const Kind& pKind, std::uint64_t pSeed)
         const RefCurve curve = pKind.make(random);
         const CurveHandle glissa = ToGlissa(curve);
         for (int i = 0; i + 1 < curve.Count(); ++i) {
-            pKind.measure(row, *glissa,
-                          pKind.isOutside ? TimeOutside(curve, random)
-                                          : RandomTime(curve, i, random));
+            pKind.measure(row, *glissa, RandomTime(curve, i, random));
         }
     }
     return row;
