@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -158,19 +156,6 @@ TEST_F(CurveStoreVersions, EveryVersionReadsAsItWasMeant)
     }
 }
 
-TEST_F(CurveStoreVersions, EveryFileHasItsRow)
-{
-    std::set<std::string> rows;
-    for (const Version& version : kVersions) {
-        rows.insert(version.file);
-    }
-    std::set<std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(kFolder)) {
-        files.insert(entry.path().stem().string());
-    }
-    EXPECT_EQ(rows, files);
-}
-
 // What one key says of the key before must not reach others that share its block.
 TEST_F(CurveStoreVersions, WhatIsSaidOfTheKeyBeforeReachesNoOther)
 {
@@ -188,17 +173,5 @@ TEST_F(CurveStoreVersions, WhatIsSaidOfTheKeyBeforeReachesNoOther)
     ExpectRead(tdf, {{0, 1, kUserKey | eWeightNextLeft, {1, 2}, 3333, 4999},
                      {1, 1, kUserKey, {1, 2}},
                      {2, 1, kAutoKey}});
-}
-
-// Damage in a run of handles: no slope comes of a key that does not lie behind.
-TEST_F(CurveStoreVersions, AHandleBeforeABadTimeBecomesAFlatTangent)
-{
-    KTdf tdf = FromText("Default: D0 KeyCount: I3 Key: T1s D1 'B 'B D0 D9 T1s D1 'B 'B D5 D9 "
-                        "T2s D1 'U 't D0 D0 D0");
-    const CurveHandle curve(GlissaCreate());
-    EXPECT_TRUE(curve->TdfRetrieve(&tdf, false, false));
-    ASSERT_EQ(2, curve->KeyGetCount());
-    EXPECT_EQ(0.0f, curve->KeyGetDataFloat(0, eDataRightSlope));
-    EXPECT_EQ("", CheckBooks({curve.get()}));
 }
 }  // namespace

@@ -94,6 +94,11 @@ TEST(CurveTangents, SettersPostTheirChangeOnce)
         {0x208, [](Glissa& c, int i) { c.KeySetRightTangeantWeight(i, 0.5f); }, 0x2408010},
         {0x108, [](Glissa& c, int i) { c.KeySetRightTangeantVelocity(i, 2.0f); }, 0x208010},
         {0x4, [](Glissa& c, int i) { c.KeySetRightTangeantVelocity(i, 2.0f); }, 0},
+        {0x108,
+         [](Glissa& c, int i) {
+             c.KeyAttrSet(i, {{0x408, {1.0f}}, 0});
+         },
+         0xE010},
     };
     const auto expect = [](std::uint32_t pKind, const auto& pSet, int pType) {
         const CurveHandle curve = MakeCurve({0x104, pKind, 0x308, pKind, 0x108});
