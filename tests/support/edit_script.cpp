@@ -169,18 +169,15 @@ int SetAny(Edit& e)
     const int i = e.choose.Below(e.Count() + 1);
     const KTime time = e.TimeOf(i);
     const GlissaKey key = e.Key(time);
-    if (e.choose.Flip()) {
-        return e.curve.KeySet(i, e.choose.Flip() ? key : e.Key(e.Time()));
+    switch (e.choose.Below(3)) {
+    case 0:
+        e.curve.KeySetTCB(i, time, key.GetValue(), e.Share(), e.Share(), e.Share());
+        return 0;
+    case 1:
+        return e.curve.KeySet(i, e.Key(e.Time()));
+    default:
+        return e.curve.KeySet(i, key);
     }
-    const float* data = key.GetDataPtr();
-    if (e.choose.Flip()) {
-        e.curve.KeySetTCB(i, time, key.GetValue(), data[0], data[1], e.Share());
-    } else {
-        e.curve.KeySet(i, time, key.GetValue(), key.GetAttributes().mFlags & 0xF,
-                       key.GetAttributes().mFlags, data[0], data[1], key.GetAttributes().mFlags,
-                       e.Share(), e.Share(), 3.0f * e.Share(), 3.0f * e.Share());
-    }
-    return 0;
 }
 
 int DeleteSome(Edit& e)
@@ -248,23 +245,16 @@ int Scale(Edit& e)
 
 int ChangeKinds(Edit& e)
 {
+    using Change = void (Glissa::*)();
+    constexpr Change kChanges[] = {&Glissa::KeyTangeantHide, &Glissa::KeySelectAll,
+                                   &Glissa::KeyUnselectAll};
     const bool selected = e.choose.Below(4) != 0;
-    switch (e.choose.Below(5)) {
-    case 0:
+    if (e.choose.Flip()) {
+        (e.curve.*kChanges[e.choose.Below(3)])();
+    } else if (e.choose.Flip()) {
         e.curve.KeyTangeantSetInterpolation(selected, 1u << e.choose.Below(4));
-        break;
-    case 1:
+    } else {
         e.curve.KeyTangeantSetMode(selected, e.TangentMode());
-        break;
-    case 2:
-        e.curve.KeyTangeantHide();
-        break;
-    case 3:
-        e.curve.KeySelectAll();
-        break;
-    default:
-        e.curve.KeyUnselectAll();
-        break;
     }
     return e.curve.KeyGetSelectionCount();
 }

@@ -1,9 +1,9 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// Search, slopes at keys, segments and extrapolation, against numbers worked out by hand, and what
-// evaluation promises apart from its numbers. How exact values are is measured in
-// accuracy_test.cpp, and hash_test.cpp compares the bits of all pairs of kinds.
+// Search, slopes at keys and extrapolation, against numbers worked out by hand, and what evaluation
+// promises apart from its numbers. How exact values are is measured in accuracy_test.cpp, and
+// hash_test.cpp compares the bits of all pairs of kinds.
 
 #include "glissa/settings/settings.h"
 #include "tests/support/allocation_count.h"

@@ -162,32 +162,27 @@ TEST_F(Replace, InversionMirrorsEveryKind)
 
 TEST_F(Replace, EulerShiftsTheSpanAndWhatIsBehindIt)
 {
-    const std::vector<UserKey> keys = {{0.0, 0.0f}, {4.0, 8.0f}, {8.0, 4.0f}, {9.0, 2.0f}};
     const CurveHandle source = MakeCurve({{3.0, 30.0f, 7.0f, -7.0f}, {5.0, 20.0f, 9.0f}});
     const CurveHandle none(GlissaCreate());
     struct Row
     {
         const CurveHandle& source;
         float fromStart, afterStop;
-        bool invertFrom, invertAfter;
+        bool inverts;
         const char* keys;
     };
-    for (const Row& row :
-         {Row{source, 0.0f, 0.0f, false, false, "0:0 3:30 5:20 8:4 9:2 "},
-          Row{source, 1e-7f, -1e-7f, true, true, "0:0 3:30 5:20 8:4 9:2 "},
-          Row{source, 360.0f, -360.0f, false, false, "0:0 3:390 5:380 8:-356 9:-358 "},
-          Row{source, 180.0f, 540.0f, true, true, "0:0 3:150 5:160 8:536 9:538 "},
-          // A source without keys in the span: what is behind it stays.
-          Row{none, 360.0f, 360.0f, false, false, "0:0 8:4 9:2 "}}) {
-        const CurveHandle curve = MakeCurve(keys);
-        const EventRecorder events(*curve);
+    for (const Row& row : {Row{source, 1e-7f, -1e-7f, true, "0:0 3:30 5:20 8:4 9:2 "},
+                           Row{source, 360.0f, -360.0f, false, "0:0 3:390 5:380 8:-356 9:-358 "},
+                           Row{source, 180.0f, 540.0f, true, "0:0 3:150 5:160 8:536 9:538 "},
+                           // A source without keys in the span: what is behind it stays.
+                           Row{none, 360.0f, 360.0f, false, "0:0 8:4 9:2 "}}) {
+        const CurveHandle curve = MakeCurve({{0.0, 0.0f}, {4.0, 8.0f}, {8.0, 4.0f}, {9.0, 2.0f}});
+        EditCheck edit(*curve);
         curve->ReplaceForEulerXYZ(row.source.get(), Seconds(3.0), Seconds(5.0), row.fromStart,
-                                  row.afterStop, row.invertFrom, row.invertAfter, true, false,
-                                  KTime());
+                                  row.afterStop, row.inverts, row.inverts, true, false, KTime());
         EXPECT_EQ(row.keys, KeysOf(*curve));
-        EXPECT_EQ(1u, events.Heard().size());
-        EXPECT_EQ(row.fromStart > 1.0f && curve->KeyGetCount() == 5,
-                  (events.Folded().type & kGlissaEventValue) == kGlissaEventValue);
+        EXPECT_EQ("", edit.Verify());
+        EXPECT_EQ(1u, edit.Heard().size());
     }
     // The source's own keys are not negated with their copies.
     EXPECT_EQ(7.0f, source->KeyGetRightDerivative(0));

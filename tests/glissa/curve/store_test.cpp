@@ -113,7 +113,6 @@ TEST_F(CurveStore, WhatStandsAroundTheKeysDependsOnTheCurve)
     CurveHandle empty = ToGlissa(curve);
     const float color[] = {0.25f, 0.5f, 0.75f};
     empty->SetColor(color);
-    EXPECT_EQ("Default: D0.5\n", StoredText(*empty));
     EXPECT_EQ("Default: D0.5\nColor: D0.25 D0.5 D0.75\n", StoredText(*empty, false, true));
     EXPECT_EQ("Default: D0.5\n", StoredText(*empty, true, true));
 
@@ -152,14 +151,6 @@ TEST_F(CurveStore, WhatStandsAroundTheKeysDependsOnTheCurve)
             EXPECT_EQ(isPre ? 1u : row.readMode, back->GetPostExtrapolation());
             EXPECT_EQ(isPre ? 0u : row.readCount, back->GetPostExtrapolationCount());
         }
-    }
-    for (const char* field : {"", " {\n}", " {\nType: 'X\nRepetition: D5\n}"}) {
-        KTdf tdf = FromText("Default: D0 KeyVer: I4007 KeyCount: I1 Key: T0 D1 'L "
-                            "Post-Extrapolation:" +
-                            std::string(field));
-        const CurveHandle back = Retrieved(tdf);
-        EXPECT_EQ(0u, back->GetPostExtrapolation());
-        EXPECT_EQ(0u, back->GetPostExtrapolationCount());
     }
 }
 
