@@ -6,6 +6,9 @@
 #include "benchmarks/paired.h"
 #include "corvekit/math/vector.h"
 #include "glissa/curve/curve.h"
+#include "glissa/filter/gimble_killer.h"
+#include "glissa/filter/gimble_killer2.h"
+#include "glissa/filter/roll.h"
 #include "glissa/filter/unroll.h"
 #include "glissa/node/node.h"
 
@@ -105,4 +108,26 @@ void Unroll(benchmark::State& pState)
               [&] { filtered->SingleLayerCopyFrom(source.get(), false); });
 }
 BENCHMARK(Unroll)->RangeMultiplier(10)->Range(1000, 100000)->UseManualTime();
+
+// Nanoseconds per key of a rotation, by the number of keys.
+template <typename Filter>
+void Growth(benchmark::State& pState)
+{
+    const int keys = static_cast<int>(pState.range(0));
+    const OwnedNode source = Record(keys);
+    const OwnedNode filtered(source->Clone(false));
+    Filter filter;
+    RunAlone(
+        pState, keys, [&] { filter.Apply(*filtered, false); },
+        [&] { filtered->SingleLayerCopyFrom(source.get(), false); });
+}
+BENCHMARK(Growth<GlissaFilterGimbleKiller>)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->UseManualTime();
+BENCHMARK(Growth<GlissaFilterGimbleKiller2>)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100000)
+    ->UseManualTime();
+BENCHMARK(Growth<GlissaFilterRoll>)->RangeMultiplier(10)->Range(1000, 100000)->UseManualTime();
 }  // namespace
