@@ -17,22 +17,13 @@ namespace
 using Json = nlohmann::json;
 
 // A filter of the table with parameters that change the clip.
-std::string Sample(const FilterEntry& pEntry)
+std::string Sample(const std::string& pName)
 {
-    const std::string name = pEntry.mName;
-    if (name == "offset" || name == "scale") {
-        return name + ":by=1.5";
-    }
-    if (name == "clamp") {
-        return name + ":ceil=3,floor=-2";
-    }
-    if (name == "timeclamp") {
-        return name + ":min=2,max=3";
-    }
-    if (name == "constant") {
-        return name + ":value=5";
-    }
-    return name == "retime" ? name + ":shift=1/4" : name;
+    const std::map<std::string, std::string> parameters = {
+        {"offset", ":by=1.5"},         {"scale", ":by=1.5"},     {"clamp", ":ceil=3,floor=-2"},
+        {"timeclamp", ":min=2,max=3"}, {"constant", ":value=5"}, {"retime", ":shift=1/4"}};
+    const auto found = parameters.find(pName);
+    return found == parameters.end() ? pName : pName + found->second;
 }
 
 TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
@@ -42,7 +33,7 @@ TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
         SCOPED_TRACE(entry.mName);
         std::vector<std::string> arguments = {
             "filter",   kClip,
-            "--apply",  Sample(entry),
+            "--apply",  Sample(entry.mName),
             "--format", "json",
             "-o",       At("out.glissa"),
             "--node",   entry.mScope == FilterScope::rotation ? "*/R" : "*/T"};

@@ -33,9 +33,8 @@ TEST(Picture, CurveBreaksIncludeRepeatedKeys)
 
     // A hundred million repetitions: evenly spaced times of a limited number.
     curve->SetPostExtrapolationCount(0xFFFFFFFFul);
-    const std::vector<KTime> many = CurveBreaks(*curve, {KTime(), second * 400000000});
-    EXPECT_GT(many.size(), 8192u);
-    EXPECT_LT(many.size(), 1000000u);
+    const std::size_t many = CurveBreaks(*curve, {KTime(), second * 400000000}).size();
+    EXPECT_TRUE(many > 8192u && many < 1000000u);
 }
 
 // Texts and panels are inside the page and do not overlap.

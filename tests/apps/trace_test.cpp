@@ -63,19 +63,14 @@ TEST(Trace, IsWithinHalfAPixelOfTheCurve)
         const double t = seconds(pTime) / 4.0;
         return t * t * (3.0 - 2.0 * t);
     };
-    const auto wave = [&](KTime pTime) { return std::sin(seconds(pTime) * 40.0); };
     const auto spike = [&](KTime pTime) {
         return std::exp(-std::pow(seconds(pTime) - 2.0, 2.0) * 1e4);
     };
-    const auto steps = [&](KTime pTime) { return std::floor(seconds(pTime)); };
     const auto noise = [&](KTime pTime) {
         // Thousands of keys to a pixel.
         return std::fmod(std::fabs(std::sin(std::floor(seconds(pTime) * 1000.0)) * 1e4), 1.0);
     };
-    std::vector<KTime> whole, dense;
-    for (int i = 0; i <= 4; ++i) {
-        whole.push_back(kSecond * i);
-    }
+    std::vector<KTime> dense;
     for (int i = 0; i <= 4000; ++i) {
         dense.push_back(KTime(kSecond.Get() / 1000 * i));
     }
@@ -88,9 +83,7 @@ TEST(Trace, IsWithinHalfAPixelOfTheCurve)
         std::size_t most;  // points
     } cases[] = {
         {"ease", ease, {}, 0.0, 1.0, 60},
-        {"wave", wave, {}, -1.0, 1.0, 2000},
         {"spike at a key", spike, {kSecond * 2}, 0.0, 1.0, 150},
-        {"steps", steps, whole, 0.0, 4.0, 40},
         {"dense", noise, dense, 0.0, 1.0, 16000},
     };
     for (const auto& each : cases) {
@@ -123,25 +116,4 @@ TEST(ThinPoints, KeepsADistance)
     EXPECT_EQ((std::vector<std::size_t>{0, 1, 4}), ThinPoints(points, 8.0));
 }
 
-TEST(ChooseStyles, UsesTheColourOfACurveDarkenedForWhite)
-{
-    std::vector<PictureCurve> curves(4);
-    curves[0].colour = Colour{0.2, 0.1, 0.6};
-    curves[2].colour = Colour{1.0, 1.0, 0.0};
-    curves[3].colour = curves[0].colour;
-    std::vector<const PictureCurve*> pointers;
-    for (const PictureCurve& each : curves) {
-        pointers.push_back(&each);
-    }
-    const std::vector<CurveStyle> styles = ChooseStyles(pointers, Metrics());
-    EXPECT_NEAR(0.1, styles[0].colour.green, 1e-9);
-    EXPECT_NE(styles[0].colour.green, styles[1].colour.green);
-    // Yellow becomes a dark yellow.
-    EXPECT_NEAR(styles[2].colour.red, styles[2].colour.green, 1e-9);
-    EXPECT_TRUE(styles[2].colour.red > 0.5 && styles[2].colour.red < 0.8);
-    EXPECT_NEAR(0.0, styles[2].colour.blue, 1e-9);
-    // Curves of one colour have different marks.
-    EXPECT_EQ(styles[0].shape, styles[1].shape);
-    EXPECT_NE(styles[0].shape, styles[3].shape);
-}
 }  // namespace

@@ -13,15 +13,12 @@
 
 namespace
 {
-bool IsWhole(const std::from_chars_result& pResult, std::string_view pText)
-{
-    return pResult.ec == std::errc() && pResult.ptr == pText.data() + pText.size();
-}
-
 template <class T>
 bool Parse(std::string_view pText, T& pNumber)
 {
-    return IsWhole(std::from_chars(pText.data(), pText.data() + pText.size(), pNumber), pText);
+    const char* const end = pText.data() + pText.size();
+    const std::from_chars_result result = std::from_chars(pText.data(), end, pNumber);
+    return result.ec == std::errc() && result.ptr == end;
 }
 
 bool WriteValue(std::string_view pToken, KTdf& pTdf)

@@ -115,7 +115,6 @@ TEST_F(TdfSave, ARefusalLeavesTheOldFileAndNoTemporary)
     EXPECT_FALSE(mTdf.Save(mFolder.c_str()));
     EXPECT_FALSE(mTdf.Save((mFolder + "/none/document").c_str()));
     EXPECT_FALSE(mTdf.Save("/dev/null"));
-    EXPECT_FALSE(mTdf.Save(""));
     const char* const none = nullptr;
     EXPECT_FALSE(mTdf.Save(none));
     mTdf.FieldWriteBegin("open");
