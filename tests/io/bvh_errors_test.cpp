@@ -82,6 +82,7 @@ TEST(BvhErrors, RefusesABrokenMotion)
         {kHead + "MOTION\n" + time + "0.01\n" + kFrames, 8, "\"Frames:\" expected, found 'Frame'"},
         {counted("-2"), 8, "frame count expected, found '-2'"},
         {counted("2147483647"), 8, "the rest of the file is too short for '2147483647' frames"},
+        {counted("20"), 8, "too short for '20' frames"},
         {counted("3"), 12, "the frame count is 3, the file has 2 frames"},
         {counted("1"), 11, "more frames than the frame count, 1"},
         {"HIERARCHY\nROOT a{OFFSET 0 0 0}\nMOTION\nFrames: 2\nFrame Time: 1\n\n\n", 4,

@@ -127,11 +127,13 @@ TEST(Tdf, SamplesAreWrittenAsSingleValuesAndReadWhileTheyHaveTheSameForm)
                 single.FieldWriteCH(letter);
             }
         }
-        // A value of the same types with other letters.
         for (KTdf* const tdf : {&batch, &single}) {
             tdf->FieldWriteT(KTime(9));
             tdf->FieldWriteF(0.5f);
             tdf->FieldWriteS(KString(std::string(letters.size(), '?')));
+            for (std::size_t i = 1; i < letters.size(); ++i) {
+                tdf->FieldWriteCH('?');
+            }
             tdf->FieldWriteEnd();
         }
         EXPECT_EQ(Saved(single), Saved(batch));
