@@ -6,12 +6,12 @@
 #include "corvekit/math/elementary.h"
 #include "glissa/curve/curve.h"
 #include "glissa/filter/magnitude.h"
+#include "glissa/filter/rotation_curves.h"
 #include "glissa/node/node.h"
 #include "glissa/settings/settings.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 template class KClassFrame<GlissaFilterSmooth, GlissaCurveFilter>;
@@ -159,16 +159,10 @@ bool GlissaFilterSmooth::Change(Glissa& pCurve)
 
 bool GlissaFilterSmooth::Apply(GlissaNode& pNode, bool pRecursive)
 {
-    bool isLocked = pNode.IsNodeLocked();
-    for (int i = 0; i < pNode.GetCount(); ++i) {
-        isLocked = isLocked || pNode.Get(i)->IsNodeLocked();
-    }
-    if (isLocked) {
+    if (IsNodeOrChildLocked(pNode)) {
         return false;
     }
-    const bool isRotation =
-        pNode.GetCount() == 3 && (std::strcmp(pNode.GetName(), "R") == 0 ||
-                                  std::strcmp(pNode.GetName(), "Lcl Rotation") == 0);
+    const bool isRotation = pNode.GetCount() == kRotationAxes && IsNamedRotation(pNode);
     if (!isRotation || !mUseQuaternion) {
         return GlissaFilter::Apply(pNode, pRecursive);
     }
@@ -195,12 +189,4 @@ bool GlissaFilterSmooth::Apply(GlissaNode& pNode, bool pRecursive)
     SetStartTime(start);
     SetStopTime(stop);
     return false;
-}
-
-// Smoothing a copy of the rotation as four curves, and putting its span back, needs the filters
-// that turn a node into quaternions and into angles again. Until they are there, an honest refusal:
-// three angles smoothed one by one would be another result.
-bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode&)
-{
-    return Refuse(0, "FCurve Smooth, A rotation cannot be smoothed as quaternions yet.");
 }

@@ -32,8 +32,11 @@ public:
     /// rotation, and stays so after the call: in a tree, later nodes are smoothed within it. A
     /// rotation is left alone, with true, where the start does not lie before the stop.
     ///
-    /// Smoothing as quaternions is not implemented yet: a rotation gives false with error 0.
-    /// Without GetUseQuaternion the three angles are smoothed one by one.
+    /// A rotation smoothed as quaternions gets keys at the plot period in the span, and more where
+    /// the angles change much faster than the rotation; those at the ends of the span keep their
+    /// orientation. Its layers stay. Error 0 for a node without three curves of a rotation and for
+    /// a plot period below a tick. Without GetUseQuaternion the three angles are smoothed one by
+    /// one.
     bool Apply(GlissaNode& pNode, bool pRecursive) override;
 
     /// The window, 4 plot periods by default. Up to one tick changes nothing.

@@ -1,8 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+#include "corvekit/math/rotation_order.h"
 #include "glissa/filter/euler_to_quat.h"
 #include "glissa/filter/quat_to_euler.h"
+#include "glissa/filter/smooth.h"
 #include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
 #include "tests/support/ref_rotation.h"
@@ -35,7 +37,7 @@ RefRotation AnglesAt(GlissaNode& pNode, KTime pTime)
 {
     double angles[3];
     pNode.Evaluate(angles, pTime);
-    return RefRotation::OfAngles(angles, 0);
+    return RefRotation::OfAngles(angles, pNode.GetRotationOrder());
 }
 
 // By the turn about its axis.
@@ -148,5 +150,49 @@ TEST_F(RotationForm, LayersFollowWhateverTheyAnswer)
     EXPECT_EQ(4, node->GetCount());
     EXPECT_EQ(3, locked->GetCount());
     EXPECT_EQ(3, open->GetCount()) << "a locked layer ends the walk";
+}
+
+// A motion with a key at each frame is smoothed to the same orientations whatever order its angles
+// are in, and keeps what it was at the ends of the span and outside.
+TEST_F(RotationForm, SmoothingARotationDoesNotDependOnItsOrder)
+{
+    std::mt19937_64 random(20260107);
+    for (int order = 0; order < 6; ++order) {
+        SCOPED_TRACE(order);
+        const NodePtr motion = MakeRotation(random);
+        const NodePtr nodes[] = {MakeChannel(KDataTypeLclRotation, "R"),
+                                 MakeChannel(KDataTypeLclRotation, "R")};
+        nodes[1]->SetRotationOrder(order);
+        for (int frame = 0; frame <= 60; ++frame) {
+            double angles[3];
+            motion->Evaluate(angles, kFrame * frame);
+            nodes[0]->KeyAppendWithCheckForContinuousRotation(kFrame * frame, angles);
+            KgeRMatrix matrix;
+            KVdRotationOrder().V2M(matrix, KgeRVector(angles));
+            KgeRVector converted;
+            KVdRotationOrder(order).M2V(converted, matrix);
+            nodes[1]->KeyAppendWithCheckForContinuousRotation(kFrame * frame, converted.Data());
+        }
+        GlissaFilterSmooth filter;
+        filter.SetStartTime(kFrame * 10);
+        const KTime stop = kFrame * 50 + kFrame / 2;
+        filter.SetStopTime(stop);
+        const RefRotation atStop = AnglesAt(*nodes[1], stop);
+        EXPECT_TRUE(filter.Apply(*nodes[0], true));
+        EXPECT_TRUE(filter.Apply(*nodes[1], true));
+        double change = 0.0;
+        for (int frame = 0; frame <= 60; ++frame) {
+            const RefRotation was = AnglesAt(*motion, kFrame * frame);
+            const RefRotation is = AnglesAt(*nodes[1], kFrame * frame);
+            EXPECT_GT(1e-3, RefDistance(AnglesAt(*nodes[0], kFrame * frame), is)) << frame;
+            change = std::fmax(change, RefDistance(was, is));
+            if (frame <= 10 || frame > 50) {
+                EXPECT_GT(1e-3, RefDistance(was, is)) << frame;
+            }
+        }
+        EXPECT_LT(0.1, change);
+        EXPECT_GT(1e-3, RefDistance(atStop, AnglesAt(*nodes[1], stop)));
+        EXPECT_EQ(order, nodes[1]->GetRotationOrder());
+    }
 }
 }  // namespace
