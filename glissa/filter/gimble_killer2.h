@@ -41,9 +41,9 @@ public:
     /// reached, whatever pRecursive.
     bool Apply(GlissaNode& pNode, bool pRecursive) override;
 
-    /// Whether curves of which the first one has no keys, or one, are looked at with the keys of
-    /// the others; true by default. Curves with different key times are synchronised in any case,
-    /// which unrolling needs.
+    /// True by default. Without it the keys of the first curve alone decide whether there are keys
+    /// to work on. Unrolling needs the same key times on all curves, so that curves with different
+    /// ones are synchronised in any case.
     bool GetApplyKeySyncFilter() const { return mApplyKeySyncFilter; }
     void SetApplyKeySyncFilter(bool pApply) { mApplyKeySyncFilter = pApply; }
     /// A key is in a zone if the quality from the key before is below this, 0.25 by default. 0
