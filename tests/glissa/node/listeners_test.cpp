@@ -201,7 +201,7 @@ struct Operations
         },
         [this](Glissa& c) { c.KeyAdd(Seconds(1.5), curve.get(), 3); },
         [this](Glissa& c) { c.KeyAppend(Seconds(8), curve.get(), 3); },
-        [this](Glissa& c) { c.KeySet(2, MakeKey(eInterpolationLinear, kBad)); },
+        [](Glissa& c) { c.KeySet(2, MakeKey(eInterpolationLinear, kBad)); },
         [this](Glissa& c) { c.KeySet(2, curve.get(), 2); },
         [](Glissa& c) { c.KeySet(2, Seconds(2.2), kBad, eInterpolationCubic, eTangentUser); },
         [](Glissa& c) { c.KeyRemove(3); },
