@@ -30,11 +30,13 @@ constexpr double kMatrixTolerance = 1e-6;
 // A sample so near to the last key is left out, as a part of the period.
 constexpr double kLeastLastStep = 0.025;
 
+constexpr char kMissingCurveText[] =
+    "Missing at least a transform Glissa.  pCurveNode must possess T(x, y, z), R(x, y, z), S(x, y, "
+    "z) Glissas";
 const char* const kErrors[] = {
     "No key", "Left unchanged",
     "Invalid Apply method.  Use GlissaFilterMatrixConverter::Apply(GlissaNode&, bool)",
-    "Missing at least a transform Glissa.  pCurveNode must possess T(x, y, z), R(x, y, z), S(x, y, "
-    "z) Glissas"};
+    kMissingCurveText};
 
 // NaN is near to nothing.
 bool AreNear(const KgeAMatrix& pLeft, const KgeAMatrix& pRight)
@@ -397,8 +399,15 @@ void GlissaFilterMatrixConverter::SetDestFCurve(Glissa* const* pCurves, int pInd
 {
     for (int i = 0; i < kAxes; ++i) {
         CORVEKIT_ASSERT(pIndex >= 0 && pIndex <= pCurves[i]->KeyGetCount());
-        pCurves[i]->KeySet(pIndex, pTime, static_cast<float>(pValues[i]), pInterpolation[i],
-                           pTangentMode[i] & GlissaKeyAttributes::kTangentModeMask);
+        const float value = static_cast<float>(pValues[i]);
+        const unsigned mode = pTangentMode[i] & GlissaKeyAttributes::kTangentModeMask;
+        // What most samples are, without an attribute block of their own.
+        if (pIndex == pCurves[i]->KeyGetCount() && pInterpolation[i] == eInterpolationCubic &&
+            mode == eTangentAuto) {
+            pCurves[i]->KeyAppendFast(pTime, value);
+        } else {
+            pCurves[i]->KeySet(pIndex, pTime, value, pInterpolation[i], mode);
+        }
     }
 }
 
