@@ -106,35 +106,6 @@ TEST(CandidateKey, CornersAreFlatAsTheGettersMeasure)
     }
 }
 
-TEST(CandidateKey, EndTangentsRunOnIntoANewEndSegment)
-{
-    // Of the old end key: flags, whether it lies before, and whether its slope then stays.
-    using Row = std::tuple<std::uint32_t, float, bool>;
-    for (const auto& [flags, slot, stays] :
-         {Row{kRefCubic | kRefUser, 0.75f, true}, Row{kRefCubic | kRefAuto, 0.0f, false},
-          Row{kRefCubic | kRefAuto, 40.0f, true}}) {
-        for (const double seconds : {3.0, -1.0}) {
-            SCOPED_TRACE(testing::Message() << std::hex << flags << ' ' << slot << ' ' << seconds);
-            const CurveHandle curve = ThreeKeys(flags);
-            const bool isBehind = seconds > 0.0;
-            if (flags == (kRefCubic | kRefAuto)) {
-                curve->KeySetLeftAuto(2, slot);
-                curve->KeySetRightAuto(0, slot);
-            }
-            const float slope =
-                isBehind ? curve->KeyGetLeftDerivative(2) : curve->KeyGetRightDerivative(0);
-            curve->CandidateSet(Seconds(seconds), 8.0);
-            curve->CandidateKey(nullptr, eInterpolationCubic, eTangentUser, eContinuityDefault,
-                                true);
-            const int end = isBehind ? 2 : 1;
-            const float left = curve->KeyGetLeftDerivative(end);
-            const float right = curve->KeyGetRightDerivative(end);
-            EXPECT_NEAR(left, right, 1e-5);
-            EXPECT_EQ(stays, std::fabs(left - slope) < 1e-5) << left << " of " << slope;
-        }
-    }
-}
-
 TEST(CandidateKey, CustomKeysTakeTheSlopesAroundThem)
 {
     const auto request = [](Glissa& pCurve, double pSeconds) {

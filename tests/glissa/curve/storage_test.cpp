@@ -3,9 +3,6 @@
 
 #include "tests/support/curve_test.h"
 
-#include <cmath>
-#include <map>
-#include <string>
 #include <tuple>
 
 namespace
@@ -114,37 +111,13 @@ TEST_F(Storage, OnlyTheOutermostEndOfALargeEnoughChangeMerges)
     }
 }
 
-TEST_F(Storage, EqualNeighboursMerge)
+TEST_F(Storage, ABlockThatEqualsTheDefaultOneIsGivenBack)
 {
-    // Kinds of block: d the default one; e equal to it, a and b linear, n with a NaN, each a block
-    // of the key's own. Afterwards the same digit is the same block, - the default one.
-    using Row = std::tuple<std::string, int, int, std::string>;
-    for (const auto& [kinds, first, last, expected] :
-         {Row{"aaaa", 0, 2, "0000"}, Row{"aaaa", -9, 99, "0000"}, Row{"aaaa", 1, 1, "0113"},
-          Row{"aaaa", 2, 1, "0123"}, Row{"aabaa", 0, 9, "00233"}, Row{"eeee", 0, 9, "0000"},
-          Row{"aeae", 0, 9, "0-2-"}, Row{"deed", 0, 9, "----"}, Row{"edee", 0, 9, "0---"},
-          Row{"nnnn", 0, 9, "0123"}, Row{"a", 0, 9, "0"}, Row{"ab", 0, 9, "01"}}) {
-        SCOPED_TRACE(kinds);
-        const CurveHandle curve = PlainCurve(static_cast<int>(kinds.size()));
-        std::map<const KPriFCurveKeyAttr*, char> names = {{GlissaDefaultKeyAttr, '-'}};
-        for (int i = 0; i < curve->KeyGetCount(); ++i) {
-            const char kind = kinds[static_cast<std::size_t>(i)];
-            if (kind == 'e') {
-                curve->KeyAttrSeparate(i);
-            } else if (kind != 'd') {
-                curve->KeyAttrSet(
-                    i, {{eInterpolationLinear, {kind == 'n' ? NAN : static_cast<float>(kind)}}, 0});
-            }
-            names.emplace(curve->InternalPriKeyAttrGetPtr(i), static_cast<char>('0' + i));
-        }
-        const int id = curve->GetUpdateId();
-        curve->KeyAttrShrink(first, last);
-        std::string merged;
-        for (int i = 0; i < curve->KeyGetCount(); ++i) {
-            merged += names[curve->InternalPriKeyAttrGetPtr(i)];
-        }
-        EXPECT_EQ(expected, merged);
-        EXPECT_EQ(id, curve->GetUpdateId());
-    }
+    const CurveHandle curve = PlainCurve(3);
+    curve->KeyAttrSet(0, {{eInterpolationLinear, {}}, 0});
+    curve->KeyAttrSeparate(1);
+    curve->KeyAttrShrink(0, 9);
+    EXPECT_EQ(GlissaDefaultKeyAttr, curve->InternalPriKeyAttrGetPtr(1));
+    EXPECT_EQ(2u, GlissaKeyAttrPool.GetUsedCount());
 }
 }  // namespace

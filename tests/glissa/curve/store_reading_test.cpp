@@ -158,24 +158,6 @@ TEST_F(CurveStore, ACountIsBelievedAsFarAsTheFieldReaches)
     }
 }
 
-// Removing them one by one would take minutes.
-TEST_F(CurveStore, ManyBadKeysTakeNoLongerThanGoodOnes)
-{
-    constexpr int kKeys = 400000;
-    KTdf tdf = FromText("Default: D0 KeyVer: I4007 KeyCount: I400000");
-    tdf.FieldWriteBegin("Key");
-    for (int i = 0; i < kKeys; ++i) {
-        tdf.FieldWriteT(KTime(i / 2));
-        tdf.FieldWriteD(i);
-        tdf.FieldWriteCH('L');
-    }
-    tdf.FieldWriteEnd();
-    const CurveHandle curve = Retrieved(tdf);
-    EXPECT_EQ(kKeys / 2, curve->KeyGetCount());
-    EXPECT_EQ(KTime(kKeys / 2 - 1), curve->KeyGetTime(kKeys / 2 - 1));
-    EXPECT_EQ(kKeys / 4 * 2.0f, curve->Evaluate(KTime(kKeys / 4), nullptr));
-}
-
 TEST_F(CurveStore, EveryKeyValueIsCheckedAndTheListenerMayDoAnything)
 {
     const std::string text = "Default: Dinf KeyVer: I4007 KeyCount: I7 Key: T0 D1 'L T0 Dnan 'L "
