@@ -362,6 +362,9 @@ bool GlissaNode::CandidateKey(int* pLast, const GlissaLayerInfo& pInfo, bool* pM
     if (GivenCount(*mState) > kNodeZeroValues ||
         (target && WidthOf(StateOf(*target)) > kNodeZeroValues)) {
         // A chain that a host built: its base or this layer has more values than are blended.
+        if (base) {
+            base->CandidateClear(0, true);
+        }
         return true;
     }
     double wanted[kNodeZeroValues] = {};

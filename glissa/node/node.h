@@ -607,8 +607,8 @@ public:
     /// Drops the candidates of a layer, with pSubLayers of those after it too. Always returns true.
     bool CandidateClear(int pId, bool pSubLayers);
     void CandidateClearSubLayers();
-    /// Keys the candidate in a layer, so that the blended values become the total. Always returns
-    /// true.
+    /// Keys the candidate in a layer, so that the blended values become the total, and drops the
+    /// candidates. A channel or a layer of more than 16 values gets no keys. Always returns true.
     ///
     /// pZeroKey  keys of zero values.
     /// The other arguments as in Glissa::CandidateKey.

@@ -151,6 +151,17 @@ TEST(NodeCandidates, ChannelsOfManyValues)
             EXPECT_EQ(node->Get(count - 1)->FCurveGet()->KeyGetCount(), id == 0 ? 2 : 1);
         }
     }
+    // A layer of more values than are blended gets no keys, and nothing remains pending.
+    const NodePtr node = MakeWide(4);
+    GlissaNode* const wide = node->CreateLayerAt({3, &layer});
+    while (wide->GetCount() <= 16) {
+        wide->Add(GlissaNodeCreate("n", static_cast<KDataType*>(nullptr), 0, {3, &layer}));
+    }
+    double total[] = {1, 2, 3, 4};
+    node->CandidateSet(kNow, total, {3, &layer});
+    Key(*node, {3, &layer});
+    EXPECT_EQ(0, wide->KeyGetCount(false));
+    EXPECT_FALSE(node->IsCandidate());
 }
 
 TEST(NodeCandidates, ABranchOfChannelsHasLayersOnItsChannels)
