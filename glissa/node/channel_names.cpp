@@ -37,7 +37,6 @@ std::string BeforeBracket(std::string_view pName)
     }
     return std::string(text);
 }
-
 }  // namespace
 
 GlissaNode* FindChannel(GlissaNode& pParent, ChildNames& pNames, const KString& pName,

@@ -32,6 +32,18 @@ void AppendInOrder(Glissa& pCurve, KTime pTime, float pValue)
     // The shape of an appended key.
     pCurve.KeyAdd(pTime, GlissaKey({pTime, nullptr, pValue}, *GlissaDefaultKeyAttr));
 }
+
+// Sets a field of the curve of a leaf. False where there is none or it is locked.
+template <typename Field>
+bool SetOfCurve(GlissaNode& pNode, void (Glissa::*pSet)(Field), unsigned pValue)
+{
+    Glissa* const curve = pNode.FCurveGet();
+    if (!curve || pNode.IsNodeLocked()) {
+        return false;
+    }
+    (curve->*pSet)(pValue);
+    return true;
+}
 }  // namespace
 
 double* GlissaNode::KeyAdd(KTime pTime, double* pValues, unsigned int pSkipMask, int pInterpolation,
@@ -146,36 +158,20 @@ void GlissaNode::Delete(KTime pStart, KTime pStop, bool pChain)
 
 bool GlissaNode::SetPreExtrapolation(unsigned int pMode)
 {
-    const bool may = mState->mCurve && !IsNodeLocked();
-    if (may) {
-        mState->mCurve->SetPreExtrapolation(pMode);
-    }
-    return may;
+    return SetOfCurve(*this, &Glissa::SetPreExtrapolation, pMode);
 }
 
 bool GlissaNode::SetPostExtrapolation(unsigned int pMode)
 {
-    const bool may = mState->mCurve && !IsNodeLocked();
-    if (may) {
-        mState->mCurve->SetPostExtrapolation(pMode);
-    }
-    return may;
+    return SetOfCurve(*this, &Glissa::SetPostExtrapolation, pMode);
 }
 
 bool GlissaNode::SetPreExtrapolationCount(unsigned int pCount)
 {
-    const bool may = mState->mCurve && !IsNodeLocked();
-    if (may) {
-        mState->mCurve->SetPreExtrapolationCount(pCount);
-    }
-    return may;
+    return SetOfCurve(*this, &Glissa::SetPreExtrapolationCount, pCount);
 }
 
 bool GlissaNode::SetPostExtrapolationCount(unsigned int pCount)
 {
-    const bool may = mState->mCurve && !IsNodeLocked();
-    if (may) {
-        mState->mCurve->SetPostExtrapolationCount(pCount);
-    }
-    return may;
+    return SetOfCurve(*this, &Glissa::SetPostExtrapolationCount, pCount);
 }

@@ -16,15 +16,12 @@ namespace
 {
 constexpr int kAllNodes = std::numeric_limits<int>::max();
 
-// Sets the first value and the colour of a curve of a new layer, without events of its node.
+// Sets the default value and the colour of a curve of a new layer.
 void PrepareCurve(Glissa* pCurve, double pValue, const float* pColor)
 {
     CORVEKIT_ASSERT(pCurve && pColor);
-    GlissaNode* owner = pCurve->GetOwner();
-    pCurve->SetOwner(nullptr);
     pCurve->SetValue(static_cast<float>(pValue));
     pCurve->SetColor(pColor);
-    pCurve->SetOwner(owner);
 }
 
 // The curve of a node, else that of its first child.
@@ -36,6 +33,7 @@ Glissa* FirstCurve(GlissaNode* pNode)
     GlissaNode* first = pNode->Get(0);
     return first ? first->FCurveGet() : nullptr;
 }
+
 // A layer right after pNode, with empty curves that hold the zero values.
 GlissaNode* MakeLayer(GlissaNode& pNode, const GlissaLayerInfo& pInfo, bool pDeleteOld)
 {
@@ -67,6 +65,7 @@ GlissaNode* MakeLayer(GlissaNode& pNode, const GlissaLayerInfo& pInfo, bool pDel
     layer->RegisterEvalutationOverwrite();
     return layer;
 }
+
 void DeleteAllKeys(GlissaNode* pNode)
 {
     if (Glissa* curve = pNode->FCurveGet()) {

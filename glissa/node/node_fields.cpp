@@ -145,37 +145,37 @@ bool GlissaNode::FCurveCreated()
 
 int GlissaNode::GetIOType() const
 {
-    return static_cast<int>(mState->mFlags & kNodeIOType);
+    return mState->FlagNumber(kNodeIOType);
 }
 
 void GlissaNode::SetIOType(int pType)
 {
-    mState->SetFlag(kNodeIOType, (static_cast<unsigned>(pType) & kNodeIOType) != 0);
+    mState->SetFlagNumber(kNodeIOType, pType);
 }
 
 int GlissaNode::GetContainerType() const
 {
-    return static_cast<int>(mState->mFlags & kNodeContainer);
+    return mState->FlagNumber(kNodeContainer);
 }
 
 void GlissaNode::SetContainerType(int pType)
 {
-    mState->SetFlag(kNodeContainer, (static_cast<unsigned>(pType) & kNodeContainer) != 0);
+    mState->SetFlagNumber(kNodeContainer, pType);
 }
 
 int GlissaNode::GetTakeType() const
 {
-    return static_cast<int>(mState->mFlags & kNodeTakeType);
+    return mState->FlagNumber(kNodeTakeType);
 }
 
 void GlissaNode::SetTakeType(int pType)
 {
-    mState->SetFlag(kNodeTakeType, (static_cast<unsigned>(pType) & kNodeTakeType) != 0);
+    mState->SetFlagNumber(kNodeTakeType, pType);
 }
 
 int GlissaNode::IsExpended() const
 {
-    return static_cast<int>(mState->mFlags & kNodeExpanded);
+    return mState->FlagNumber(kNodeExpanded);
 }
 
 void GlissaNode::SetExpended(bool pExpanded)
@@ -185,7 +185,7 @@ void GlissaNode::SetExpended(bool pExpanded)
 
 int GlissaNode::IsMultiLayer() const
 {
-    return static_cast<int>(mState->mFlags & kNodeMultiLayer);
+    return mState->FlagNumber(kNodeMultiLayer);
 }
 
 void GlissaNode::SetMultiLayer(bool pMultiLayer)

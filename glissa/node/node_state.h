@@ -182,6 +182,12 @@ struct GlissaNodeState
 
     bool HasFlag(unsigned pFlag) const { return (mFlags & pFlag) != 0; }
     void SetFlag(unsigned pFlag, bool pSet) { mFlags = (mFlags & ~pFlag) | (pSet ? pFlag : 0u); }
+    // A flag as the number of a public getter and setter: its bit or 0.
+    int FlagNumber(unsigned pFlag) const { return static_cast<int>(mFlags & pFlag); }
+    void SetFlagNumber(unsigned pFlag, int pNumber)
+    {
+        SetFlag(pFlag, (static_cast<unsigned>(pNumber) & pFlag) != 0);
+    }
     // Children of a container do not have it as parent.
     bool IsContainer() const { return HasFlag(kNodeContainer); }
 
