@@ -32,7 +32,7 @@ enum ETimeMode : int
 ///
 /// A plain 8-byte value, trivially copyable, compared as the integer that it is. Arithmetic never
 /// overflows: it stops at the two ends of the 64-bit range, so that an infinite time widened by a
-/// tick stays infinite.
+/// tick remains infinite.
 class KTime
 {
 public:
@@ -77,7 +77,7 @@ public:
 
     /// Length of one frame. An unknown mode counts as the default mode.
     CORVEKIT_API static KTime GetOneFrameValue(ETimeMode pMode = eTimeModeDefault);
-    /// The rate that eTimeModeDefault stands for. eTimeModeDefault and unknown values are ignored.
+    /// The rate of eTimeModeDefault. eTimeModeDefault and unknown values are ignored.
     CORVEKIT_API static void SetDefaultTimeMode(ETimeMode pMode);
     CORVEKIT_API static ETimeMode GetDefaultTimeMode();
 

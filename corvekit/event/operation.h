@@ -148,8 +148,8 @@ private:
     bool mHasBegun = false;
     struct Head final : KWaiting
     {};
-    // Initialised by the beginning of an outermost operation only: most operations are none, in
-    // short functions.
+    // Initialised by the beginning of an outermost operation only: most KOperation objects are
+    // created with pNeeded false.
     union
     {
         Head mWaiting;  // what is deferred to its end

@@ -51,7 +51,7 @@ KgeRMatrix::KgeRMatrix(const KgeAMatrix& pMatrix)
         axes[i] = pMatrix.GetAxis(i);
         if (axes[i].Normalize() == 0.0) {
             if (lost >= 0) {
-                return;  // a line or a point has no rotation to tell
+                return;  // a line or a point has no defined rotation
             }
             lost = i;
         }

@@ -36,7 +36,7 @@ public:
     /// divided by the squared length.
     CORVEKIT_API explicit KgeRMatrix(const KgeQuaternion& pQuaternion);
     /// The axes of an affine matrix brought to length 1, all turned round if its determinant is
-    /// negative; what is left when KgeSVector has taken the scale. A shear stays.
+    /// negative; what is left when KgeSVector has taken the scale. A shear remains.
     CORVEKIT_API explicit KgeRMatrix(const KgeAMatrix& pMatrix);
 
     constexpr void Init() { *this = KgeRMatrix(); }
@@ -80,7 +80,7 @@ public:
     CORVEKIT_API void Orthonormalize();
     /// The same axis turned by pExponent times the angle, the short way round (at most 180
     /// degrees). A rotation by less than some 0.5 degrees (1 - cos of half the angle at most 1e-5)
-    /// stays whole instead, and is the identity for an exponent within 1e-6 of 0.
+    /// is unchanged instead, and is the identity for an exponent within 1e-6 of 0.
     CORVEKIT_API KgeRMatrix Power(double pExponent) const;
 
     friend constexpr bool operator==(const KgeRMatrix&, const KgeRMatrix&) = default;
@@ -135,7 +135,7 @@ public:
 
     constexpr void Init() { *this = KgeSMatrix(); }
     constexpr const KgeSVector& GetScale() const { return mScale; }
-    /// The reciprocals; 0 where the scale is 0, so that a flattened axis stays flat.
+    /// The reciprocals; 0 where the scale is 0, so that a flattened axis remains flat.
     constexpr KgeSMatrix Inverse() const
     {
         KgeSVector inverse;

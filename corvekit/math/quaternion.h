@@ -46,7 +46,7 @@ public:
     /// Euclidean length of the four components. Squares that leave the range do no harm.
     CORVEKIT_API double Length() const;
     /// Brings the length to 1 and gives the one that it had. A quaternion of length 0, or of one
-    /// that is not finite, stays as it is.
+    /// that is not finite, is unchanged.
     CORVEKIT_API double Normalize();
     /// (-x, -y, -z, w): of a unit quaternion the opposite rotation.
     constexpr KgeQuaternion Conjugate() const

@@ -15,7 +15,7 @@ class KgeQuaternion;
 class KgeRMatrix;
 
 /// An index that the caller keeps at 0 or above and below pCount. Checked in debug builds, where 0
-/// stands in for a wrong one if the assertion handler returns.
+/// replaces a wrong one if the assertion handler returns.
 constexpr int KgeIndex(int pIndex, [[maybe_unused]] int pCount)
 {
 #if !defined(NDEBUG)
@@ -32,7 +32,7 @@ constexpr int KgeIndex(int pIndex, [[maybe_unused]] int pCount)
 inline constexpr double kGimbalTolerance = 1.6e-9;
 
 /// What the vectors of three doubles share. Each kind is a type of its own, so that a rotation is
-/// not handed in where a scale is asked for; plain values, 24 bytes, trivially copyable.
+/// not passed where a scale is expected; plain values, 24 bytes, trivially copyable.
 ///
 /// Arithmetic is that of IEEE doubles, component by component: nothing is refused, infinities and
 /// NaN run through.
@@ -77,7 +77,7 @@ public:
     double Length() const { return KgeLength(mValue[0], mValue[1], mValue[2]); }
     /// Brings the length to 1 and gives the one that it had, within 1.5 units in the last place:
     /// the root of the square, where that is in range. A vector of length 0, or of one that is not
-    /// finite, stays as it is.
+    /// finite, is unchanged.
     double Normalize()
     {
         const double square = SquareLength();
@@ -87,8 +87,8 @@ public:
         }
         double divisor = length;
         if (length < 1e-280) {
-            // The largest component goes first: a length near the least double is itself rounded
-            // too coarsely to divide by.
+            // The largest component is divided out first: a length near the least double is
+            // itself rounded too coarsely to divide by.
             const double largest =
                 std::max({std::fabs(mValue[0]), std::fabs(mValue[1]), std::fabs(mValue[2])});
             for (double& each : mValue) {
@@ -161,7 +161,7 @@ public:
     constexpr void Init() { *this = KgeTVector(); }
 };
 
-/// Euler angles in degrees: the angles about X, Y and Z stand in that place whatever the order of
+/// Euler angles in degrees about X, Y and Z, in this order of components whatever the order of
 /// turning. Where a function does not name an order, it is X first, then Y, then Z.
 class KgeRVector : public KgeVector3<KgeRVector>
 {

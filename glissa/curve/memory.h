@@ -26,9 +26,9 @@ GLISSA_API void GLISSA_ClearMemoryBlockQueue();
 
 /// Recycles memory blocks of one size, so that recording takes its pages without going to the heap.
 ///
-/// Free blocks are zero-filled and are handed out first in, first out. A new file refills the free
-/// list to its threshold. Any thread may take and return blocks at any time: the list has a
-/// lock, paid once a page of keys at most and never held across an allocation, and the counts are
+/// Free blocks are zero-filled and are taken first in, first out. A new file refills the free list
+/// to its threshold. Any thread may take and return blocks at any time: the list has a lock, which
+/// is taken at most once for a page of keys and never held across an allocation, and the counts are
 /// atomic.
 class GLISSA_API KMemoryBlockQueue final : public ICallback
 {
@@ -36,7 +36,7 @@ public:
     KMemoryBlockQueue(int pBlockSize, int pListThreshold);
     KMemoryBlockQueue(const KMemoryBlockQueue&) = delete;
     KMemoryBlockQueue& operator=(const KMemoryBlockQueue&) = delete;
-    /// Frees all memory unless a block is still out: then all of it stays.
+    /// Frees all memory, or none of it while a block is in use.
     ~KMemoryBlockQueue() override;
 
     IObject* IQuery(unsigned long pId, int pArgument) override;

@@ -216,7 +216,7 @@ void WriteKeys(KTdf& pTdf, Glissa& pCurve, bool pOlderKeyForm)
             WriteKey(pTdf, pCurve, i++, pOlderKeyForm);
             continue;
         }
-        // A recording shares one block: its keys go in runs.
+        // A recording shares one block: its keys are written in runs.
         std::size_t count = 0;
         while (count < samples.size() && i < keys.Count() && keys[i].mAttribute == block) {
             samples[count++] = {keys[i].mTime, keys[i].mValue};
@@ -329,7 +329,7 @@ bool Glissa::TdfInternalRetrieve(KTdf* pTdf, bool pOnlyDefaults, bool pWithColor
     return true;
 }
 
-// How many keys are stored, by the count or by what lies behind it.
+// How many keys are stored, by the count or by what follows it.
 int Glissa::RetrieveKeys(KTdf& pTdf)
 {
     const int version = pTdf.FieldReadI("KeyVer", 0);

@@ -6,6 +6,6 @@
 #include "glissa/node/node_state.h"
 #include "glissa/node/running_rotation.h"
 
-/// GlissaNode::AccumulateValue for one layer of a chain, whose rotation may stay a matrix.
+/// GlissaNode::AccumulateValue for one layer of a chain, whose rotation can remain a matrix.
 void BlendLayer(GlissaNode& pLayer, double* pResult, double* pValues, KTime pTime, int pExcludedId,
                 RunningRotation& pRunning);

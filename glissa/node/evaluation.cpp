@@ -151,7 +151,7 @@ void EvaluateRotation(GlissaNodeState& pState, double* pValues, int pRoom, KTime
     }
 }
 
-// The node's own values, without its layers. The array holds the zero values, which stay where
+// The node's own values, without its layers. The array holds the zero values, which remain where
 // there is no curve.
 double* EvaluateOwn(GlissaNodeState& pState, double* pValues, int pRoom, KTime pTime, int* pHint,
                     EvaluationMode pMode)

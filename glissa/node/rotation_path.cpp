@@ -16,7 +16,7 @@
 
 namespace
 {
-// The segment of a curve in which a time lies.
+// The segment of a curve that contains a time.
 struct Segment
 {
     Segment(Glissa* pCurve, KTime pTime, int* pHint)

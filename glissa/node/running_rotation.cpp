@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// A rotation stays a matrix along the chain of layers and becomes angles at its end.
+// A rotation remains a matrix along the chain of layers and becomes angles at its end.
 
 #include "glissa/node/running_rotation.h"
 
