@@ -31,7 +31,7 @@ void RunCheck(const std::string& pPath)
         text = fmt::format("{}: no faults, {} curves, {} keys\n", PrintableText(pPath),
                            stored.mCurves.GetCurves().size(), keys);
     }
-    WriteOutput("-", pPath, text);
+    WriteReport(pPath, text, !stored.mFaults.empty());
     if (!stored.mFaults.empty()) {
         throw Refusal(fmt::format("{}: {} fault(s)", pPath, stored.mFaults.size()));
     }

@@ -11,7 +11,6 @@
 #include "apps/glissa/filter_recipe.h"
 #include "apps/glissa/filter_report.h"
 #include "apps/glissa/output.h"
-#include "apps/glissa/printable_text.h"
 #include "apps/glissa/progress.h"
 #include "apps/glissa/refusal.h"
 #include "apps/glissa/shared_options.h"
@@ -401,20 +400,27 @@ std::vector<ClipReport> DoAll(const FilterRun& pRun, const std::vector<Job>& pJo
     return queue.TakeReports();
 }
 
-void Print(const std::string& pText, const std::string& pInput, bool pToErrors)
+// The warnings, and the reasons of the clips that failed. Returns the number of these.
+int PrintProblems(const std::vector<ClipReport>& pReports)
 {
-    if (pToErrors) {
-        std::fputs(pText.c_str(), stderr);
-        return;
+    int failures = 0;
+    for (const ClipReport& each : pReports) {
+        for (const std::string& warning : each.warnings) {
+            PrintMessage(warning);
+        }
+        if (!each.error.empty()) {
+            PrintMessage(each.error);
+            failures += 1;
+        }
     }
-    WriteOutput("-", pInput, pText);
+    return failures;
 }
 
 void RunFilters(const FilterOptions& pOptions)
 {
     const bool json = pOptions.format == "json";
     if (pOptions.list) {
-        Print(json ? FilterTemplate() : DescribeFilters(), "", false);
+        WriteOutput("-", "", json ? FilterTemplate() : DescribeFilters());
         return;
     }
     // Arguments that are wrong for every clip end the run before anything is read.
@@ -433,25 +439,22 @@ void RunFilters(const FilterOptions& pOptions)
     } else {
         reports = DoAll(run, jobs, std::min<int>(pOptions.jobs, static_cast<int>(jobs.size())));
     }
+    // Before the report, which may not be written: its reader may have left.
+    const int failures = PrintProblems(reports);
     std::string text;
     for (const ClipReport& each : reports) {
         text += jobs.size() == 1 ? ReportText(each) : SummaryLine(each);
     }
-    Print(json ? ReportJson(reports) : text, jobs.front().path, pOptions.output == "-");
-    std::string failed;
-    int failures = 0;
-    for (const ClipReport& each : reports) {
-        for (const std::string& warning : each.warnings) {
-            std::fputs(("glissa: " + PrintableText(warning) + '\n').c_str(), stderr);
-        }
-        if (!each.error.empty()) {
-            failed += (failed.empty() ? "" : "\nglissa: ") + each.error;
-            failures += 1;
-        }
+    if (json) {
+        text = ReportJson(reports);
+    }
+    if (pOptions.output == "-") {
+        std::fputs(text.c_str(), stderr);
+    } else {
+        WriteReport(jobs.front().path, text, failures > 0);
     }
     if (failures > 0) {
-        throw Refusal(
-            fmt::format("{}\nglissa: {} of {} clips failed", failed, failures, reports.size()));
+        throw Refusal(fmt::format("{} of {} clips failed", failures, reports.size()));
     }
 }
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "apps/glissa/output.h"
 
+#include "apps/glissa/printable_text.h"
 #include "apps/glissa/refusal.h"
 #include "apps/glissa/temporaries.h"
 
@@ -10,6 +11,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -149,6 +151,27 @@ void WriteOutput(const std::string& pPath, const std::string& pInput, std::strin
     Output output(pPath, pInput);
     output.Write(pText);
     output.Commit();
+}
+
+void WriteReport(const std::string& pInput, std::string_view pText, bool pHasFailed)
+{
+    try {
+        WriteOutput("-", pInput, pText);
+    } catch (const OutputClosed&) {
+        if (!pHasFailed) {
+            throw;
+        }
+    }
+}
+
+void PrintMessage(std::string_view pText)
+{
+    std::fputs("glissa: ", stderr);
+    while (!pText.empty()) {
+        const std::string_view character = TakePrintable(pText);
+        std::fwrite(character.data(), 1, character.size(), stderr);
+    }
+    std::fputc('\n', stderr);
 }
 
 void PrepareStandardStreams()

@@ -49,6 +49,13 @@ private:
 /// Writes a text to an Output and commits it.
 void WriteOutput(const std::string& pPath, const std::string& pInput, std::string_view pText);
 
+/// Writes a report to standard output. A reader that has left ends the command with status 0, but
+/// not where pHasFailed: the command then goes on to its Refusal.
+void WriteReport(const std::string& pInput, std::string_view pText, bool pHasFailed);
+
+/// Writes one line to standard error: "glissa: " and the text as PrintableText. Allocates nothing.
+void PrintMessage(std::string_view pText);
+
 /// Called first in main. Makes a write to a pipe without a reader, or beyond the limit on file
 /// sizes, an error instead of a signal, and opens the standard descriptors that are closed, so that
 /// no other file gets their numbers.

@@ -44,16 +44,17 @@ std::string PrintableText(std::string_view pText)
 {
     std::string text;
     while (!pText.empty()) {
-        const std::size_t length = SequenceLength(pText);
-        if (length == 0) {
-            text += "\uFFFD";
-            pText.remove_prefix(1);
-        } else {
-            text += pText.substr(0, length);
-            pText.remove_prefix(length);
-        }
+        text += TakePrintable(pText);
     }
     return text;
+}
+
+std::string_view TakePrintable(std::string_view& pText)
+{
+    const std::size_t length = SequenceLength(pText);
+    const std::string_view character = length == 0 ? "\uFFFD" : pText.substr(0, length);
+    pText.remove_prefix(std::max<std::size_t>(length, 1));
+    return character;
 }
 
 std::size_t CharacterCount(std::string_view pText)

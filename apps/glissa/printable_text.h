@@ -10,5 +10,9 @@
 /// replaced by U+FFFD.
 std::string PrintableText(std::string_view pText);
 
+/// Takes the first character off a text that is not empty, and returns it as in PrintableText.
+/// Allocates nothing.
+std::string_view TakePrintable(std::string_view& pText);
+
 /// Number of characters (code points) of a printable text.
 std::size_t CharacterCount(std::string_view pText);

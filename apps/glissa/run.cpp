@@ -8,7 +8,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <exception>
 #include <new>
 #include <string_view>
@@ -22,9 +21,7 @@ constexpr int kWrongArguments = 2;
 // Allocates nothing, as it also reports that memory has run out.
 int Fail(int pStatus, std::string_view pReason)
 {
-    std::fputs("glissa: ", stderr);
-    std::fwrite(pReason.data(), 1, pReason.size(), stderr);
-    std::fputc('\n', stderr);
+    PrintMessage(pReason);
     return pStatus;
 }
 

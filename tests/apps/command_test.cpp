@@ -154,6 +154,17 @@ TEST_F(Command, AFailedWriteIsReportedAndAClosedPipeIsNot)
     closing.join();
     EXPECT_EQ(0, closed.status);
     EXPECT_EQ("", closed.err);
+
+    // A failure is a failure all the same, and is reported before.
+    const Arguments filter = {"filter",  At("no\x1b\n.bvh"), At("no.bvh"),
+                              "--apply", "smooth",           "--dry-run"};
+    std::thread leaving([&pipe] { close(open(pipe.c_str(), O_RDONLY)); });
+    for (const std::string& out : {pipe, std::string("/dev/full")}) {
+        const Result failed = Run(filter, out);
+        EXPECT_EQ(1, failed.status);
+        EXPECT_NE(std::string::npos, failed.err.find("no\uFFFD\uFFFD.bvh: cannot")) << failed.err;
+    }
+    leaving.join();
 }
 
 TEST_F(Command, ASignalRemovesTheTemporaryFiles)
