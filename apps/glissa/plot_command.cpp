@@ -6,9 +6,9 @@
 #include "apps/glissa/curve_options.h"
 #include "apps/glissa/curve_picture.h"
 #include "apps/glissa/file_name.h"
+#include "apps/glissa/name_choice.h"
 #include "apps/glissa/node_picture.h"
 #include "apps/glissa/output.h"
-#include "apps/glissa/printable_text.h"
 
 #include <fmt/format.h>
 
@@ -193,9 +193,8 @@ Chosen ChooseIn(ClipCurves& pClip, const CurveOptions& pOptions)
 
 void ReportLeftOut(const std::vector<std::string>& pNames, const std::string& pPath)
 {
-    for (const std::string& each : pNames) {
-        fmt::print(stderr, "glissa: {}: is only in {} and is left out\n", PrintableText(each),
-                   pPath);
+    if (!pNames.empty()) {
+        PrintMessage(fmt::format("only in {} and left out: {}", pPath, NamesText(pNames)));
     }
 }
 

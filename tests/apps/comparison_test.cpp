@@ -72,8 +72,8 @@ TEST_F(Command, PlotDrawsAClipAgainstAnother)
         Arguments patterns;
         std::string message;
     } cases[] = {
-        {0, {"-c", "Hips/R/?", "-c", "Extra/*"}, "Hips/R/Z: is only in " + kClip},
-        {0, {"-c", "Hips/R/X", "-c", "Extra/*"}, "Extra/R/X: is only in " + other},
+        {0, {"-c", "Hips/R/?", "-c", "Extra/*"}, "only in " + kClip + " and left out: Hips/R/"},
+        {0, {"-c", "Hips/R/X", "-c", "Extra/*"}, "only in " + other + " and left out: Extra/R/X"},
         {1, {"-c", "Extra/*"}, "none of the chosen curves is in both"},
     };
     for (const auto& each : cases) {
