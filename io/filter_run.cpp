@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -205,21 +207,24 @@ bool IsOutside(Glissa& pCurve, const FilterTimes& pTimes)
            (pCurve.KeyGetTime(count - 1) < pTimes.mStart || pCurve.KeyGetTime(0) > pTimes.mStop);
 }
 
-// Whether the last error says no more than that there was nothing to do.
-bool IsHarmless(const KError& pError)
+// The text of the last error without the name of the class before it.
+std::string_view ReasonOf(const GlissaFilter& pFilter)
 {
-    KError general = pError;
-    general.SetLastErrorID(pError.GetLastErrorID());
-    const std::string text = general.GetLastErrorString();
-    return text == "No key" || text == "Left unchanged";
+    const std::string_view text = pFilter.GetLastErrorString();
+    const std::size_t end = std::min(text.find(", "), text.find(". "));
+    return end < text.size() ? text.substr(end + 2) : text;
 }
 
-// The error of a filter that did not say yes.
-FilterOutcome OutcomeOf(GlissaFilter& pFilter)
+// The error of a filter that changed nothing. It is judged by its text: some classes refuse their
+// parameters under the id that others have for "nothing changed".
+FilterOutcome OutcomeOf(const GlissaFilter& pFilter)
 {
-    return pFilter.GetLastErrorID() == KError::kNone || IsHarmless(pFilter.GetError())
-               ? FilterOutcome::unchanged
-               : FilterOutcome::refused;
+    constexpr std::string_view kNothingToDo[] = {"No key to be filtered.", "No keys.",
+                                                 "No key were changed by filter."};
+    const bool isRefused = pFilter.GetLastErrorID() != KError::kNone &&
+                           std::find(std::begin(kNothingToDo), std::end(kNothingToDo),
+                                     ReasonOf(pFilter)) == std::end(kNothingToDo);
+    return isRefused ? FilterOutcome::refused : FilterOutcome::unchanged;
 }
 
 // What became of a curve that the filter was applied to.
@@ -229,7 +234,9 @@ void Finish(Glissa& pBefore, Glissa& pCurve, GlissaFilter& pFilter, FilterResult
     const bool changed =
         pResult.mLargestChange > 0.0 || !GlissaUtils::CompareCurve(&pBefore, &pCurve);
     pResult.mOutcome = changed ? FilterOutcome::changed : OutcomeOf(pFilter);
-    pResult.mMessage = pFilter.GetLastErrorString();
+    if (pResult.mOutcome != FilterOutcome::unchanged) {
+        pResult.mMessage = ReasonOf(pFilter);
+    }
     pResult.mKeysAfter = pCurve.KeyGetCount();
 }
 
@@ -272,13 +279,21 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
 }
 
 std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pEntry,
-                                    const FilterTarget& pTarget)
+                                    const FilterTarget& pTarget, const FilterTimes& pTimes)
 {
     std::vector<FilterResult> results;
     std::vector<OwnedCurve> before;
+    bool isOutside = true;
     for (const FilterChannel& each : pTarget.mChannels) {
         results.push_back(ResultFor(each));
         before.push_back(Duplicate(*each.mCurve));
+        isOutside = isOutside && IsOutside(*each.mCurve, pTimes);
+    }
+    if (isOutside) {
+        for (FilterResult& each : results) {
+            each.mOutcome = FilterOutcome::outside;
+        }
+        return results;
     }
     pFilter.Apply(*pTarget.mNode, false);
     for (std::size_t i = 0; i < results.size(); ++i) {
@@ -377,7 +392,7 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
             continue;
         }
         if (entry.NeedsNode()) {
-            std::vector<FilterResult> found = RunOnNode(*make(), entry, target);
+            std::vector<FilterResult> found = RunOnNode(*make(), entry, target, pTimes);
             for (FilterResult& each : found) {
                 done += each.mKeysBefore;
                 results.push_back(std::move(each));

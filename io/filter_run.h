@@ -54,7 +54,7 @@ struct FilterResult
 {
     std::string mName;
     FilterOutcome mOutcome = FilterOutcome::unchanged;
-    std::string mMessage;  ///< the filter's last error, empty without one
+    std::string mMessage;  ///< why it is refused, or what to know of the change; may be empty
     std::int64_t mKeysBefore = 0;
     std::int64_t mKeysAfter = 0;
     /// The largest distance between the curve before and after, in its unit, at the key times of

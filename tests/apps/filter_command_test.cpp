@@ -129,6 +129,12 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "choose nodes with --node", {"--apply", "unroll", "--curve", "Hips/R/X"}},
         {1, "works on rotations, and none is chosen", {"--apply", "roll", "--node", "*/T"}},
         {1, "every curve is refused", {"--apply", "butterworth:cutoff=200"}},
+        {1, "refused: Too many samples", {"--apply", "gaussian:width=100,rate=1e6"}},
+        {1, "refused: Either Min or Max", {"--apply", "timeclamp"}},
+        {1, "refused: Invalid Time Span", {"--apply", "reduce", "--from", "1", "--to", "1"}},
+        {1,
+         "refused: Invalid Time Span",
+         {"--apply", "damp", "--from", "1", "--to", "1", "-n", "*/T"}},
         {1, "bad.json:2: is not JSON", {"--recipe", At("bad.json")}},
         {1, "large.json: number overflow parsing '1e999'", {"--recipe", At("large.json")}},
         {1,
@@ -143,6 +149,21 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         EXPECT_EQ(row.status, run.status) << run.err;
         EXPECT_NE(std::string::npos, run.err.find(row.text)) << run.err;
         EXPECT_EQ(files, Files());
+    }
+}
+
+TEST_F(Command, AFilterWithNothingToDoIsNotRefused)
+{
+    for (const Arguments& each : {Arguments{"offset:by=1", "--from", "100"},
+                                  {"damp", "--from", "100", "--node", "*/T"},
+                                  {"reduce", "--to", "-1"},
+                                  {"timeclamp:min=5,max=5"},
+                                  {"sync"}}) {
+        SCOPED_TRACE(each.front());
+        const std::string report =
+            OutputOf(Arguments{"filter", kClip, "--dry-run", "--apply"} + each);
+        EXPECT_NE(std::string::npos, report.find("nothing changed")) << report;
+        EXPECT_EQ(std::string::npos, report.find("refused")) << report;
     }
 }
 
