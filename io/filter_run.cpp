@@ -257,6 +257,10 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
         result.mOutcome = curve.IsLocked() ? FilterOutcome::locked : FilterOutcome::outside;
         return result;
     }
+    if (pEntry.MakesKeys() && curve.KeyGetCount() < 2) {
+        result.mMessage = "fewer than two keys";
+        return result;
+    }
     const OwnedCurve before = Duplicate(curve);
     const bool limited = pTimes.IsLimited() && curve.KeyGetCount() > 0;
     pEntry.mScope == FilterScope::leaf ? pFilter.Apply(*pChannel.mLeaf, false)
@@ -350,6 +354,36 @@ std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets)
         }
     }
     return jumps;
+}
+
+double CountSamples(const FilterSetup& pSetup, const std::vector<FilterTarget>& pTargets,
+                    const FilterTimes& pTimes, KTime pFrame)
+{
+    double longest = 0.0;
+    double sum = 0.0;
+    for (const FilterTarget& target : pTargets) {
+        for (const FilterChannel& each : target.mChannels) {
+            Glissa& curve = *each.mCurve;
+            if (const int count = curve.KeyGetCount(); count > 1) {
+                const KTime first = std::max(pTimes.mStart, curve.KeyGetTime(0));
+                const KTime last = std::min(pTimes.mStop, curve.KeyGetTime(count - 1));
+                const double seconds = std::max((last - first).GetSecondDouble(), 0.0);
+                longest = std::max(longest, seconds);
+                sum += seconds;
+            }
+        }
+    }
+    const FilterEntry& entry = pSetup.GetEntry();
+    double samples = 0.0;
+    for (const FilterParameter& each : entry.mParameters) {
+        if (each.mDensity != FilterDensity::none) {
+            const double number = pSetup.Get(each).value_or(entry.DefaultOf(each, pFrame));
+            const double rate = each.mUnit[0] == 's' ? 1.0 / number : number;
+            samples =
+                std::max(samples, rate * (each.mDensity == FilterDensity::keys ? sum : longest));
+        }
+    }
+    return samples;
 }
 
 std::int64_t CountKeys(const std::vector<FilterTarget>& pTargets)

@@ -94,5 +94,10 @@ struct AngleJump
 /// The first jump of each curve that has one. Curves in other units than degrees are passed over.
 std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets);
 
+/// The most keys that a filter at even distances would make of all targets together, or the most
+/// samples that it would take of one curve, whichever is greater; about, and 0 for other filters.
+double CountSamples(const FilterSetup& pSetup, const std::vector<FilterTarget>& pTargets,
+                    const FilterTimes& pTimes, KTime pFrame);
+
 /// The keys of all targets, which RunFilter counts as work.
 std::int64_t CountKeys(const std::vector<FilterTarget>& pTargets);

@@ -100,6 +100,12 @@ FilterParameter InFrames(FilterParameter pParameter, double pFrames)
     return pParameter;
 }
 
+FilterParameter Dense(FilterDensity pDensity, FilterParameter pParameter)
+{
+    pParameter.mDensity = pDensity;
+    return pParameter;
+}
+
 // The properties of the low-pass. They are found by name, as its class has no accessors.
 
 constexpr char kCutOff[] = "CutOffFreq";
@@ -379,9 +385,11 @@ std::vector<FilterEntry> MakeTable()
               Parameter<Gaussian, &Gaussian::GetStandardDeviation, &Gaussian::SetStandardDeviation>(
                   "width", "s", kPeriods, "the standard deviation of the Gaussian"),
               1.0),
-          InFrames(Parameter<Gaussian, &Gaussian::GetSamplingRate, &Gaussian::SetSamplingRate>(
-                       "rate", "Hz", kRates, "samples of the curve a second"),
-                   4.0)},
+          Dense(
+              FilterDensity::samples,
+              InFrames(Parameter<Gaussian, &Gaussian::GetSamplingRate, &Gaussian::SetSamplingRate>(
+                           "rate", "Hz", kRates, "samples of the curve a second"),
+                       4.0))},
          &Make<Gaussian>,
          &SetSpan},
         {"butterworth",
@@ -396,11 +404,14 @@ std::vector<FilterEntry> MakeTable()
          {Property<kCutOff>("cutoff", FilterValue::number, "Hz", kRates,
                             "frequency that keeps half of its amplitude"),
           Property<kOrder>("order", FilterValue::whole, "", orders, "the steepness"),
-          InFrames(Property<kKeyRate>("rate", FilterValue::number, "Hz", kRates,
-                                      "keys a second of the result"),
-                   1.0),
-          Property<kInternalRate>("internal", FilterValue::number, "Hz", kRates,
-                                  "samples a second that are filtered; above twice the cut-off"),
+          Dense(FilterDensity::keys,
+                InFrames(Property<kKeyRate>("rate", FilterValue::number, "Hz", kRates,
+                                            "keys a second of the result"),
+                         1.0)),
+          Dense(FilterDensity::samples,
+                Property<kInternalRate>(
+                    "internal", FilterValue::number, "Hz", kRates,
+                    "samples a second that are filtered; above twice the cut-off")),
           Property<kOnFrames>("onframe", FilterValue::flag, "", kFlag,
                               "whether the first new key moves to a whole period")},
          &Make<Butterworth>,
@@ -467,9 +478,10 @@ std::vector<FilterEntry> MakeTable()
          FilterScope::curve,
          FilterSpan::inward,
          false,
-         {InFrames(Parameter<Resample, &Resample::GetPeriodTime, &Resample::SetPeriodTime>(
-                       "period", "s", kPeriods, "the distance of the new keys"),
-                   1.0),
+         {Dense(FilterDensity::keys,
+                InFrames(Parameter<Resample, &Resample::GetPeriodTime, &Resample::SetPeriodTime>(
+                             "period", "s", kPeriods, "the distance of the new keys"),
+                         1.0)),
           Parameter<Resample, &Resample::GetKeysOnFrame, &Resample::SetKeysOnFrame>(
               "onframe", "", kFlag, "whether the first new key moves to a whole period"),
           Parameter<Resample, &Resample::GetIntelligentMode, &Resample::SetIntelligentMode>(
@@ -586,6 +598,13 @@ std::vector<FilterEntry> MakeTable()
     };
 }
 }  // namespace
+
+bool FilterEntry::MakesKeys() const
+{
+    return std::any_of(mParameters.begin(), mParameters.end(), [](const FilterParameter& pEach) {
+        return pEach.mDensity == FilterDensity::keys;
+    });
+}
 
 const FilterParameter* FilterEntry::Find(std::string_view pName) const
 {

@@ -22,6 +22,14 @@ enum class FilterValue
     flag      ///< 0 is off, everything else is on
 };
 
+/// What a filter has at even distances, by a parameter in seconds or hertz.
+enum class FilterDensity
+{
+    none,
+    samples,  ///< samples of one curve at a time
+    keys      ///< keys of the result, which the clip keeps
+};
+
 /// A parameter of a filter, as users name it.
 struct FilterParameter
 {
@@ -41,6 +49,7 @@ struct FilterParameter
 
     double (*mGet)(GlissaFilter& pFilter);
     void (*mSet)(GlissaFilter& pFilter, double pValue);
+    FilterDensity mDensity = FilterDensity::none;
 };
 
 /// What a filter is applied to.
@@ -85,6 +94,8 @@ struct FilterEntry
     std::unique_ptr<GlissaFilter> (*mMake)(const FilterProgress& pProgress);
     void (*mSetSpan)(GlissaFilter& pFilter, KTime pStart, KTime pStop);
 
+    /// Whether the result has its keys at even distances.
+    bool MakesKeys() const;
     /// Null where there is no such parameter.
     const FilterParameter* Find(std::string_view pName) const;
     /// Whether it takes curves of a node together.

@@ -15,9 +15,6 @@
 
 namespace
 {
-// A greater frame count is more likely an error in the file.
-constexpr std::int64_t kMostValues = 200000000;
-
 std::string AsBvh(const ClipCurves& pClip, const std::string& pPath)
 {
     const Clip& clip = pClip.clip;

@@ -12,9 +12,6 @@
 
 namespace
 {
-// About two gigabytes of text. More is more likely a typing error.
-constexpr std::uint64_t kMostValues = 200000000;
-
 struct EvalOptions
 {
     CurveOptions curves;
@@ -27,7 +24,7 @@ void CheckSize(const Table& pTable)
 {
     const std::uint64_t columns = pTable.CountColumns();
     const std::uint64_t samples = pTable.grid.Count();
-    if (samples > kMostValues / (columns + 1)) {
+    if (samples > static_cast<std::uint64_t>(kMostValues) / (columns + 1)) {
         throw Refusal(fmt::format(
             "{}: {} times and {} column(s) exceed {} values, the limit of a run; choose fewer "
             "curves, a lower --rate, or a shorter span",

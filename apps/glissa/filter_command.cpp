@@ -231,6 +231,17 @@ void CheckStep(const StepReport& pStep, const FilterEntry& pEntry, const std::st
     }
 }
 
+// A rate of keys that would fill the memory.
+void CheckSamples(const FilterSetup& pSetup, double pSamples, const std::string& pPath)
+{
+    if (pSamples > static_cast<double>(kMostValues)) {
+        throw Refusal(
+            fmt::format("{}: {} would make {:.0f} keys or samples, more than {}, the limit of a "
+                        "run; choose a longer period or a lower rate",
+                        pPath, SetupText(pSetup), pSamples, kMostValues));
+    }
+}
+
 // Recorded angles that pass half a turn jump by a whole one, and smoothing rounds the jump off.
 void WarnOfJumps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTargets,
                  ClipReport& pReport)
@@ -273,6 +284,9 @@ public:
         const FilterTimes times = TimesOf(mOptions, clip.framesASecond);
         for (std::size_t i = 0; i < mRecipe.size(); ++i) {
             const double keys = static_cast<double>(std::max<std::int64_t>(CountKeys(targets), 1));
+            CheckSamples(mRecipe[i],
+                         CountSamples(mRecipe[i], targets, times, clip.clip.mFramePeriod),
+                         pJob.path);
             WarnOfJumps(mRecipe[i].GetEntry(), targets, report);
             const auto start = std::chrono::steady_clock::now();
             StepReport step;

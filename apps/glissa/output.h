@@ -4,10 +4,15 @@
 
 #include "corvekit/store/atomic_file.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+/// The most values that one run makes: about two gigabytes of text, or five of keys. More is more
+/// likely a typing error.
+inline constexpr std::int64_t kMostValues = 200000000;
 
 /// The output of a command: standard output, or a file that is replaced completely or not at all.
 ///

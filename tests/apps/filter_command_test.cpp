@@ -129,6 +129,8 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "choose nodes with --node", {"--apply", "unroll", "--curve", "Hips/R/X"}},
         {1, "works on rotations, and none is chosen", {"--apply", "roll", "--node", "*/T"}},
         {1, "every curve is refused", {"--apply", "butterworth:cutoff=200"}},
+        {1, "would make 7793500000 keys", {"--apply", "resample:period=1e-7"}},
+        {1, "the limit of a run", {"--apply", "butterworth:rate=1e6"}},
         {1, "refused: Too many samples", {"--apply", "gaussian:width=100,rate=1e6"}},
         {1, "refused: Either Min or Max", {"--apply", "timeclamp"}},
         {1, "refused: Invalid Time Span", {"--apply", "reduce", "--from", "1", "--to", "1"}},
@@ -150,6 +152,13 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         EXPECT_NE(std::string::npos, run.err.find(row.text)) << run.err;
         EXPECT_EQ(files, Files());
     }
+}
+
+TEST_F(Command, AFineGridIsAllowedInAShortSpan)
+{
+    const std::string report = OutputOf({"filter", kClip, "--dry-run", "--apply",
+                                         "resample:period=1e-7", "--from", "1", "--to", "1.0001"});
+    EXPECT_NE(std::string::npos, report.find("78 of 78 curves changed")) << report;
 }
 
 TEST_F(Command, AFilterWithNothingToDoIsNotRefused)
