@@ -17,6 +17,11 @@ struct TimeArgument
 
     /// The time to the nearest tick, at a frame rate.
     KTime At(double pFramesASecond) const;
+    /// Whether this time is after another one at every frame rate: false in different units.
+    bool IsAfter(const TimeArgument& pOther) const
+    {
+        return isFrames == pOther.isFrames && number > pOther.number;
+    }
 };
 
 /// Frames per second, as a number or a fraction. "23.976", "29.97" and "59.94" are the broadcast

@@ -4,9 +4,6 @@
 #include "apps/glissa/curve_options.h"
 
 #include "apps/glissa/command.h"
-#include "apps/glissa/shared_options.h"
-
-#include <fmt/format.h>
 
 void CurveOptions::AddTo(CLI::App& pCommand)
 {
@@ -18,12 +15,7 @@ void CurveOptions::AddTo(CLI::App& pCommand)
     pCommand.add_flag(
         "--layers", layers,
         "Add the contribution of each layer to the blend: its values times its weight");
-    pCommand
-        .add_option("--from", from,
-                    "First time, in seconds (1.25) or frames (37f); default: the first key")
-        ->type_name("TIME");
-    pCommand.add_option("--to", to, "Last time; default: the last key")->type_name("TIME");
-    AddFrameRateOption(pCommand, framesASecond);
+    span.AddTo(pCommand);
     pCommand
         .add_option("--pre", before,
                     "Extrapolation before the first key: none, constant, repeat, mirror, slope or "
@@ -54,35 +46,8 @@ CurveChoice CurveOptions::Choice() const
     return choice;
 }
 
-std::optional<double> CurveOptions::FramesASecond() const
-{
-    return FrameRateOf(framesASecond);
-}
-
-TimeSpan CurveOptions::Span(const TimeSpan& pDefault, double pClipRate) const
-{
-    const double rate = FramesASecond().value_or(pClipRate);
-    TimeSpan span = pDefault;
-    if (!from.empty()) {
-        span.from = ParseOption("--from", &ParseTime, from).At(rate);
-    }
-    if (!to.empty()) {
-        span.to = ParseOption("--to", &ParseTime, to).At(rate);
-    }
-    if (span.from > span.to) {
-        throw WrongArguments(fmt::format("--from {} is after --to {} (seconds)",
-                                         span.from.GetSecondDouble(), span.to.GetSecondDouble()));
-    }
-    return span;
-}
-
 void CurveOptions::Check() const
 {
     Choice();
-    FramesASecond();
-    for (const auto& [name, text] : {std::pair("--from", &from), std::pair("--to", &to)}) {
-        if (!text->empty()) {
-            ParseOption(name, &ParseTime, *text);
-        }
-    }
+    span.Check();
 }

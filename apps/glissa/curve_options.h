@@ -3,6 +3,7 @@
 #pragma once
 
 #include "apps/glissa/clip_curves.h"
+#include "apps/glissa/shared_options.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,9 +21,7 @@ struct CurveOptions
     bool layers = false;
     std::string before;
     std::string after;
-    std::string from;
-    std::string to;
-    std::string framesASecond;
+    SpanOptions span;
     std::string output;
 
     void AddTo(CLI::App& pCommand);
@@ -32,11 +31,6 @@ struct CurveOptions
 
     /// Throw WrongArguments.
     CurveChoice Choice() const;
-    /// The rate of --fps, or nullopt.
-    std::optional<double> FramesASecond() const;
-    /// The span from --from to --to; the default of each is the end of pDefault. --from must not be
-    /// after --to.
-    TimeSpan Span(const TimeSpan& pDefault, double pClipRate) const;
     /// Checks all options, before a clip is read.
     void Check() const;
 };

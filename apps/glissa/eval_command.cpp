@@ -63,7 +63,7 @@ void RunEval(const EvalOptions& pOptions)
         keys = KeySpan(table.curves);
     }
     const TimeSpan span =
-        curves.Span(keys.value_or(TimeSpan{KTime(), KTime()}), clip.framesASecond);
+        curves.span.At(keys.value_or(TimeSpan{KTime(), KTime()}), clip.framesASecond);
     table.grid = {span.from, span.to, rate.value_or(clip.framesASecond)};
     CheckSize(table);
 

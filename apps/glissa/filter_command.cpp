@@ -41,9 +41,7 @@ struct FilterOptions
     std::string recipe;
     std::vector<std::string> curves;
     std::vector<std::string> nodes;
-    std::string from;
-    std::string to;
-    std::string framesASecond;
+    SpanOptions span;
     std::string output;
     std::string folder;
     std::string clipFormat;
@@ -82,7 +80,7 @@ void CheckRecipe(const FilterRecipe& pRecipe, const FilterOptions& pOptions)
 {
     for (const FilterSetup& each : pRecipe) {
         const FilterEntry& entry = each.GetEntry();
-        if (entry.mSpan == FilterSpan::none && !(pOptions.from.empty() && pOptions.to.empty())) {
+        if (entry.mSpan == FilterSpan::none && pOptions.span.IsGiven()) {
             throw WrongArguments(fmt::format(
                 "{} works on whole curves: leave --from and --to out, or run it by itself",
                 entry.mName));
@@ -195,23 +193,6 @@ std::vector<FilterTarget> TargetsOf(ClipCurves& pClip, const FilterOptions& pOpt
     return targets;
 }
 
-FilterTimes TimesOf(const FilterOptions& pOptions, double pClipRate)
-{
-    const double rate = FrameRateOf(pOptions.framesASecond).value_or(pClipRate);
-    FilterTimes times;
-    if (!pOptions.from.empty()) {
-        times.mStart = ParseOption("--from", &ParseTime, pOptions.from).At(rate);
-    }
-    if (!pOptions.to.empty()) {
-        times.mStop = ParseOption("--to", &ParseTime, pOptions.to).At(rate);
-    }
-    if (times.mStart > times.mStop) {
-        throw WrongArguments(
-            fmt::format("--from {} lies after --to {}", pOptions.from, pOptions.to));
-    }
-    return times;
-}
-
 // A filter that every curve refused is a mistake of the caller, not a result.
 void CheckStep(const StepReport& pStep, const FilterEntry& pEntry, const std::string& pPath)
 {
@@ -281,7 +262,9 @@ public:
             report.units[each.name] = UnitName(each.unit);
         }
         const std::vector<FilterTarget> targets = TargetsOf(clip, mOptions);
-        const FilterTimes times = TimesOf(mOptions, clip.framesASecond);
+        const TimeSpan span =
+            mOptions.span.At({KTime::MinusInfinite(), KTime::Infinite()}, clip.framesASecond);
+        const FilterTimes times{span.from, span.to};
         for (std::size_t i = 0; i < mRecipe.size(); ++i) {
             const double keys = static_cast<double>(std::max<std::int64_t>(CountKeys(targets), 1));
             CheckSamples(mRecipe[i],
@@ -441,7 +424,7 @@ void RunFilters(const FilterOptions& pOptions)
     const FilterRecipe recipe = RecipeOf(pOptions);
     CheckRecipe(recipe, pOptions);
     const std::vector<Job> jobs = JobsOf(pOptions);
-    TimesOf(pOptions, 1.0);
+    pOptions.span.Check();
 
     const FilterRun run(pOptions, recipe);
     std::vector<ClipReport> reports;
@@ -492,14 +475,7 @@ void AddFilterCommand(CLI::App& pApp, Action& pAction)
     AddPatternOption(*command, "-c,--curve", options->curves,
                      "Curve to filter: Hips/R/X; all curves without it");
     AddPatternOption(*command, "-n,--node", options->nodes, "Node whose curves to filter: Hips/R");
-    command
-        ->add_option("--from", options->from,
-                     "Start of the span to filter, in seconds (1.25) or frames (37f); without it "
-                     "the first key")
-        ->type_name("TIME");
-    command->add_option("--to", options->to, "End of the span; without it the last key")
-        ->type_name("TIME");
-    AddFrameRateOption(*command, options->framesASecond);
+    options->span.AddTo(*command);
     command
         ->add_option("-o,--output", options->output,
                      "File to write, complete or not at all; - for standard output, the report "

@@ -37,6 +37,9 @@ struct KeyOptions
 /// Edits one curve. Throws Refusal.
 using Edit = std::function<void(Glissa& pCurve)>;
 
+/// The edit at a frame rate. Throws WrongArguments.
+using ParsedEdit = std::function<Edit(double pRate)>;
+
 std::string TimeText(KTime pTime)
 {
     return fmt::format("{} s", pTime.GetSecondDouble());
@@ -176,8 +179,7 @@ struct SpanArgument
     {
         const TimeSpan span{from.At(pRate), to.At(pRate)};
         if (span.from > span.to) {
-            throw WrongArguments(fmt::format("the span from {} to {} is reversed",
-                                             TimeText(span.from), TimeText(span.to)));
+            throw WrongArguments("the span is reversed");
         }
         return span;
     }
@@ -187,55 +189,74 @@ SpanArgument ParseSpan(const std::string& pText)
 {
     const std::size_t dots = pText.find("..");
     const TimeArgument from = ParseTime(pText.substr(0, dots));
-    return {from, dots == std::string::npos ? from : ParseTime(pText.substr(dots + 2))};
+    const TimeArgument to = dots == std::string::npos ? from : ParseTime(pText.substr(dots + 2));
+    if (from.IsAfter(to)) {
+        throw WrongArguments("the span is reversed");
+    }
+    return {from, to};
 }
 
-Edit MakeInsert(const std::string& pText, double pRate)
+ParsedEdit ParseInsert(const std::string& pText)
 {
-    const KTime time = ParseTime(pText).At(pRate);
-    return [time](Glissa& pCurve) { Insert(pCurve, time); };
+    return [argument = ParseTime(pText)](double pRate) {
+        return [time = argument.At(pRate)](Glissa& pCurve) { Insert(pCurve, time); };
+    };
 }
 
-Edit MakeRemove(const std::string& pText, double pRate)
+ParsedEdit ParseRemove(const std::string& pText)
 {
-    const TimeSpan span = ParseSpan(pText).At(pRate);
-    return [span](Glissa& pCurve) { Remove(pCurve, span); };
+    return [argument = ParseSpan(pText)](double pRate) {
+        return [span = argument.At(pRate)](Glissa& pCurve) { Remove(pCurve, span); };
+    };
 }
 
-Edit MakeMove(const std::string& pText, double pRate)
+ParsedEdit ParseMove(const std::string& pText)
 {
     const std::size_t equals = pText.find('=');
     if (equals == std::string::npos) {
         throw WrongArguments(fmt::format("'{}' is not a move: use FROM=TO (2=2.1)", pText));
     }
-    const KTime from = ParseTime(pText.substr(0, equals)).At(pRate);
-    const KTime to = ParseTime(pText.substr(equals + 1)).At(pRate);
-    return [from, to](Glissa& pCurve) { Move(pCurve, from, to); };
+    const TimeArgument from = ParseTime(pText.substr(0, equals));
+    const TimeArgument to = ParseTime(pText.substr(equals + 1));
+    return [from, to](double pRate) {
+        return
+            [from = from.At(pRate), to = to.At(pRate)](Glissa& pCurve) { Move(pCurve, from, to); };
+    };
 }
 
-Edit MakeTangent(const std::string& pText, double pRate)
+ParsedEdit ParseTangentEdit(const std::string& pText)
 {
     const std::size_t at = pText.find('@');
     const TangentArgument kind = ParseTangent(pText.substr(0, at));
-    std::optional<TimeSpan> span;
+    std::optional<SpanArgument> argument;
     if (at != std::string::npos) {
-        span = ParseSpan(pText.substr(at + 1)).At(pRate);
+        argument = ParseSpan(pText.substr(at + 1));
     }
-    return [kind, span](Glissa& pCurve) { SetTangent(pCurve, kind, span); };
+    return [kind, argument](double pRate) {
+        std::optional<TimeSpan> span;
+        if (argument) {
+            span = argument->At(pRate);
+        }
+        return [kind, span](Glissa& pCurve) { SetTangent(pCurve, kind, span); };
+    };
 }
 
-std::vector<Edit> MakeEdits(const KeyOptions& pOptions, double pRate)
+// The edits of the command line. Without a rate only their texts are checked, and none is returned.
+std::vector<Edit> MakeEdits(const KeyOptions& pOptions, std::optional<double> pRate)
 {
-    const std::map<std::string, Edit (*)(const std::string&, double)> makers = {
-        {"--insert", &MakeInsert},
-        {"--remove", &MakeRemove},
-        {"--move", &MakeMove},
-        {"--tangent", &MakeTangent},
+    const std::map<std::string, ParsedEdit (*)(const std::string&)> parsers = {
+        {"--insert", &ParseInsert},
+        {"--remove", &ParseRemove},
+        {"--move", &ParseMove},
+        {"--tangent", &ParseTangentEdit},
     };
     std::vector<Edit> edits;
     for (const auto& [name, text] : pOptions.edits) {
         try {
-            edits.push_back(makers.at(name)(text, pRate));
+            const ParsedEdit parsed = parsers.at(name)(text);
+            if (pRate) {
+                edits.push_back(parsed(*pRate));
+            }
         } catch (const WrongArguments& error) {
             throw WrongArguments(fmt::format("{} {}: {}", name, text, error.what()));
         }
@@ -296,7 +317,7 @@ void RunKey(const KeyOptions& pOptions)
     const CurveChoice choice{pOptions.patterns, pOptions.all, std::nullopt, std::nullopt};
     choice.RequireCurves();
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
-    MakeEdits(pOptions, rate.value_or(30.0));  // reports wrong arguments before the clip is read
+    MakeEdits(pOptions, rate);  // reports wrong arguments before the clip is read
 
     ClipCurves clip = LoadClip(pOptions.path);
     const std::vector<NamedCurve*> curves = ChooseCurves(clip, choice);

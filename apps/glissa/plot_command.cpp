@@ -94,7 +94,7 @@ void CheckPanels(const std::vector<Unit>& pUnits, const PlotOptions& pOptions)
 
 double TimeAxisRate(const PlotOptions& pOptions, const ClipCurves& pClip)
 {
-    const std::optional<double> rate = pOptions.curves.FramesASecond();
+    const std::optional<double> rate = pOptions.curves.span.FramesASecond();
     return pOptions.frames || rate ? rate.value_or(pClip.framesASecond) : 0.0;
 }
 
@@ -109,7 +109,7 @@ TimeSpan ChooseSpan(const PlotOptions& pOptions, const std::optional<TimeSpan>& 
                     const ClipCurves& pClip)
 {
     const TimeSpan span =
-        pOptions.curves.Span(DefaultSpan(pKeys, pOptions.curves.Choice()), pClip.framesASecond);
+        pOptions.curves.span.At(DefaultSpan(pKeys, pOptions.curves.Choice()), pClip.framesASecond);
     if (span.from == span.to) {
         throw WrongArguments("a picture needs a span of time: --to must be after --from");
     }

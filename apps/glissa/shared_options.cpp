@@ -5,6 +5,9 @@
 
 #include "apps/glissa/arguments.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/refusal.h"
+
+#include <fmt/format.h>
 
 void AddClipArgument(CLI::App& pCommand, std::string& pPath)
 {
@@ -49,6 +52,54 @@ CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                         ". * matches any characters, ? one character. May be repeated")
         ->allow_extra_args(false)
         ->type_name("NAME");
+}
+
+void SpanOptions::AddTo(CLI::App& pCommand)
+{
+    pCommand
+        .add_option("--from", from,
+                    "First time, in seconds (1.25) or frames (37f); default: the first key")
+        ->type_name("TIME");
+    pCommand.add_option("--to", to, "Last time; default: the last key")->type_name("TIME");
+    AddFrameRateOption(pCommand, framesASecond);
+}
+
+std::optional<double> SpanOptions::FramesASecond() const
+{
+    return FrameRateOf(framesASecond);
+}
+
+void SpanOptions::Check() const
+{
+    const std::optional<double> rate = FramesASecond();
+    const TimeArgument first =
+        from.empty() ? TimeArgument() : ParseOption("--from", &ParseTime, from);
+    const TimeArgument last = to.empty() ? TimeArgument() : ParseOption("--to", &ParseTime, to);
+    if (rate) {
+        At({KTime::MinusInfinite(), KTime::Infinite()}, *rate);
+    } else if (!from.empty() && !to.empty() && first.IsAfter(last)) {
+        throw WrongArguments(fmt::format("--from {} is after --to {}", from, to));
+    }
+}
+
+TimeSpan SpanOptions::At(const TimeSpan& pDefault, double pClipRate) const
+{
+    const double rate = FramesASecond().value_or(pClipRate);
+    TimeSpan span = pDefault;
+    if (!from.empty()) {
+        span.from = ParseOption("--from", &ParseTime, from).At(rate);
+    }
+    if (!to.empty()) {
+        span.to = ParseOption("--to", &ParseTime, to).At(rate);
+    }
+    if (span.from > span.to) {
+        const auto text = [](const std::string& pGiven, KTime pTime) {
+            return pGiven.empty() ? fmt::format("{} s", pTime.GetSecondDouble()) : pGiven;
+        };
+        throw WrongArguments(
+            fmt::format("--from {} is after --to {}", text(from, span.from), text(to, span.to)));
+    }
+    return span;
 }
 
 void AddFrameRateOption(CLI::App& pCommand, std::string& pText)

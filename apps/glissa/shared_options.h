@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "apps/glissa/clip_curves.h"
+
 #include <CLI/CLI.hpp>
 
 #include <optional>
@@ -25,6 +27,25 @@ void AddClipFormatOption(CLI::App& pCommand, std::string& pFormat);
 /// An option that takes a pattern and may be repeated: "-n,--node".
 CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                               std::vector<std::string>& pPatterns, const char* pHelp);
+
+/// --from, --to and --fps: a span of time, both ends included.
+struct SpanOptions
+{
+    std::string from;
+    std::string to;
+    std::string framesASecond;
+
+    void AddTo(CLI::App& pCommand);
+
+    bool IsGiven() const { return !from.empty() || !to.empty(); }
+    /// The rate of --fps, or nullopt. Throws WrongArguments.
+    std::optional<double> FramesASecond() const;
+    /// Before a clip is read: whether the texts are times, and in order as far as that is known
+    /// without its rate. Throws WrongArguments.
+    void Check() const;
+    /// The default of each end is that of pDefault. Throws WrongArguments if --from is after --to.
+    TimeSpan At(const TimeSpan& pDefault, double pClipRate) const;
+};
 
 /// --fps, the frame rate for times in frames.
 void AddFrameRateOption(CLI::App& pCommand, std::string& pText);

@@ -242,7 +242,7 @@ TEST_F(Command, KeysAreEditedInTheOrderGiven)
     const std::string out = At("out.glissa");
     // The second edit needs the first one, the third one the second; a frame lasts 1/120 s.
     OutputOf({"key", kClip, "-c", "Hips/R/X", "--insert", "1.254", "--move", "1.254=1.255",
-              "--remove", "1.2545..1.2555", "--remove", "0.5..0.75", "--tangent", "user",
+              "--remove", "1.2545..1.2555", "--remove", "60f..0.75", "--tangent", "user",
               "--tangent", "progressive@2f..3f", "-o", out});
     const ClipCurves before = LoadClip(kClip);
     const ClipCurves after = LoadClip(out);

@@ -128,6 +128,7 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "choose nodes with --node", {"--apply", "sync", "--curve", "Hips/R/X"}},
         {2, "choose nodes with --node", {"--apply", "unroll", "--curve", "Hips/R/X"}},
         {1, "works on rotations, and none is chosen", {"--apply", "roll", "--node", "*/T"}},
+        {2, "is after", {"--apply", "smooth", "--from", "9f", "--to", "0.1", "--fps", "30"}},
         {1, "every curve is refused", {"--apply", "butterworth:cutoff=200"}},
         {1, "would make 7793500000 keys", {"--apply", "resample:period=1e-7"}},
         {1, "the limit of a run", {"--apply", "butterworth:rate=1e6"}},
@@ -167,6 +168,7 @@ TEST_F(Command, AFilterWithNothingToDoIsNotRefused)
                                   {"damp", "--from", "100", "--node", "*/T"},
                                   {"reduce", "--to", "-1"},
                                   {"timeclamp:min=5,max=5"},
+                                  {"sync", "--from", "37f", "--to", "1"},
                                   {"sync"}}) {
         SCOPED_TRACE(each.front());
         const std::string report =
