@@ -100,6 +100,12 @@ FilterParameter InFrames(FilterParameter pParameter, double pFrames)
     return pParameter;
 }
 
+FilterParameter MovesTime(FilterParameter pParameter)
+{
+    pParameter.mMovesTime = true;
+    return pParameter;
+}
+
 FilterParameter Dense(FilterDensity pDensity, FilterParameter pParameter)
 {
     pParameter.mDensity = pDensity;
@@ -565,8 +571,8 @@ std::vector<FilterEntry> MakeTable()
          FilterSpan::inward,
          false,
          // Off, unlike in the class: a clip whose channels fall apart is the worse surprise.
-         {Parameter<Delete, &Delete::GetCutTimeInterval, &Delete::SetCutTimeInterval>(
-             "cut", "", kFlag, "whether the time of the span is removed as well")},
+         {MovesTime(Parameter<Delete, &Delete::GetCutTimeInterval, &Delete::SetCutTimeInterval>(
+             "cut", "", kFlag, "whether the time of the span is removed as well"))},
          &MakeDelete,
          &SetSpan},
         {"timeclamp",
@@ -589,10 +595,10 @@ std::vector<FilterEntry> MakeTable()
          FilterScope::curve,
          FilterSpan::none,
          false,
-         {Parameter<Retime, &Retime::GetShift, &Retime::SetShift>("shift", "s", kTimes,
-                                                                  "added to the times"),
-          Parameter<Retime, &Retime::GetScale, &Retime::SetScale>("scale", "", {kTick, 1e9},
-                                                                  "the factor of the times")},
+         {MovesTime(Parameter<Retime, &Retime::GetShift, &Retime::SetShift>("shift", "s", kTimes,
+                                                                            "added to the times")),
+          MovesTime(Parameter<Retime, &Retime::GetScale, &Retime::SetScale>(
+              "scale", "", {kTick, 1e9}, "the factor of the times"))},
          &Make<Retime>,
          &SetSpan},
     };
@@ -676,6 +682,13 @@ std::string FilterSetup::GetFault() const
         }
     }
     return {};
+}
+
+bool FilterSetup::MovesTime() const
+{
+    return std::any_of(mValues.begin(), mValues.end(), [](const Value& pEach) {
+        return pEach.mParameter->mMovesTime && pEach.mNumber != 0.0;
+    });
 }
 
 std::optional<double> FilterSetup::Get(const FilterParameter& pParameter) const

@@ -50,6 +50,8 @@ struct FilterParameter
     double (*mGet)(GlissaFilter& pFilter);
     void (*mSet)(GlissaFilter& pFilter, double pValue);
     FilterDensity mDensity = FilterDensity::none;
+    /// Moves keys in time, unless it is 0: the clip becomes longer or shorter.
+    bool mMovesTime = false;
 };
 
 /// What a filter is applied to.
@@ -124,6 +126,8 @@ public:
     std::string Set(std::string_view pName, double pValue);
     /// Why the setup cannot run: the required parameters that are missing; empty where it can.
     std::string GetFault() const;
+    /// Whether keys behind the span, or all keys, move in time.
+    bool MovesTime() const;
     /// The value that was set.
     std::optional<double> Get(const FilterParameter& pParameter) const;
 

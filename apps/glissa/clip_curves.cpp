@@ -11,6 +11,28 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
+
+void ClipCurves::FitFrameCount()
+{
+    KTime last = KTime::MinusInfinite();
+    for (const NamedCurve& each : curves) {
+        if (each.HasKeys()) {
+            last = std::max(last, each.Last());
+        }
+    }
+    if (last == KTime::MinusInfinite()) {
+        return;
+    }
+    // A key less than a hundredth of a frame behind a frame, as rounded times are, is on it.
+    const double frames = std::ceil(last.GetSecondDouble() * framesASecond - 0.01);
+    if (frames >= static_cast<double>(std::numeric_limits<int>::max())) {
+        throw Refusal(fmt::format("{}: the last key would be at {:g} s, which is too many frames",
+                                  path, last.GetSecondDouble()));
+    }
+    clip.mFrameCount = std::max(static_cast<int>(frames), 0) + 1;
+}
 
 StoredClip LoadAnyClip(const std::string& pPath)
 {

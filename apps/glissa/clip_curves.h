@@ -37,6 +37,10 @@ struct ClipCurves
 
     /// After an edit: the curves no longer have the values of the file.
     void DropRecordedValues() { clip.mValues.clear(); }
+
+    /// After keys moved in time: the clip gets as many frames as it takes to reach the last key.
+    /// Throws Refusal if these are too many.
+    void FitFrameCount();
 };
 
 /// The curves that a command works on, and their extrapolation.

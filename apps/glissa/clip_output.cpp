@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace
@@ -37,9 +38,32 @@ std::string AsStore(const ClipCurves& pClip, const std::string& pPath)
     }
     return std::move(stream).str();
 }
+
+// The keys of the base that no frame reaches.
+std::string MissingKeys(const ClipCurves& pClip, const std::string& pPath)
+{
+    const KTime last = pClip.clip.GetTime(std::max(pClip.clip.mFrameCount, 1) - 1);
+    const KTime slack = pClip.clip.mFramePeriod / 100;  // as ClipCurves::FitFrameCount
+    std::int64_t missing = 0;
+    for (const NamedCurve& each : pClip.curves) {
+        for (int i = 0;
+             i < each.curve->KeyGetCount() && each.curve->KeyGetTime(i) < KTime() - slack; ++i) {
+            ++missing;
+        }
+        for (int i = each.curve->KeyGetCount();
+             i > 0 && each.curve->KeyGetTime(i - 1) > last + slack; --i) {
+            ++missing;
+        }
+    }
+    return missing == 0
+               ? std::string()
+               : fmt::format("{}: {} keys outside the frames, 0 s to {:.3f} s, are not in {}",
+                             pClip.path, missing, last.GetSecondDouble(), pPath);
+}
 }  // namespace
 
-ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat)
+ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat,
+                            const char* pOption)
 {
     const std::string name = pFormat.empty() ? FileSuffix(pPath) : pFormat;
     if (name == "bvh") {
@@ -48,11 +72,12 @@ ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat
     if (name == "glissa") {
         return ClipFormat::glissa;
     }
-    throw WrongArguments(fmt::format(
-        "'{}' does not have the suffix of a clip: use .glissa or .bvh, or give --format", pPath));
+    throw WrongArguments(
+        fmt::format("'{}' does not have the suffix of a clip: use .glissa or .bvh, or give {}",
+                    pPath, pOption));
 }
 
-void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)
+std::string WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)
 {
     Output output(pPath, pClip.path);
     if (pFormat == ClipFormat::glissa && output.IsTerminal()) {
@@ -60,4 +85,13 @@ void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& p
     }
     output.Write(pFormat == ClipFormat::bvh ? AsBvh(pClip, pPath) : AsStore(pClip, pPath));
     output.Commit();
+    return pFormat == ClipFormat::bvh ? MissingKeys(pClip, pPath) : std::string();
+}
+
+void SaveClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)
+{
+    const std::string warning = WriteClip(pClip, pFormat, pPath);
+    if (!warning.empty()) {
+        PrintMessage(warning);
+    }
 }

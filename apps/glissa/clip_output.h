@@ -15,10 +15,18 @@ enum class ClipFormat
 };
 
 /// The format of --format ("bvh", "glissa"), or without it the one of the suffix of the file.
-/// Throws WrongArguments.
-ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat);
+/// pOption  the name of the option, for the message. Throws WrongArguments.
+ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat,
+                            const char* pOption = "--format");
+
+/// Writes a clip, and prints the warning of WriteClip.
+void SaveClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath);
 
 /// Writes a clip to a file, completely or not at all. The clip that was read is refused as target.
 /// A BVH file has the recorded values if pClip.clip has them, otherwise those of the curves. Throws
 /// Refusal, and WrongArguments for a .glissa file to a terminal.
-void WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath);
+///
+/// Returns what the file lacks, for a warning: keys before the first frame or after the last one;
+/// otherwise empty.
+[[nodiscard]] std::string WriteClip(const ClipCurves& pClip, ClipFormat pFormat,
+                                    const std::string& pPath);

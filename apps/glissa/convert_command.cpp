@@ -19,7 +19,7 @@ struct ConvertOptions
 void RunConvert(const ConvertOptions& pOptions)
 {
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
-    WriteClip(LoadClip(pOptions.path), format, pOptions.output);
+    SaveClip(LoadClip(pOptions.path), format, pOptions.output);
 }
 }  // namespace
 

@@ -113,7 +113,7 @@ std::vector<Job> JobsOf(const FilterOptions& pOptions)
             throw WrongArguments("several clips are written to a folder: --out-dir");
         }
         return {{pOptions.clips.front(), pOptions.output,
-                 ChooseClipFormat(pOptions.output, pOptions.clipFormat)}};
+                 ChooseClipFormat(pOptions.output, pOptions.clipFormat, "--write")}};
     }
     std::vector<Job> jobs;
     const std::string suffix = pOptions.clipFormat.empty() ? "glissa" : pOptions.clipFormat;
@@ -282,11 +282,17 @@ public:
             step.seconds =
                 std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
             CheckStep(step, mRecipe[i].GetEntry(), pJob.path);
+            if (mRecipe[i].MovesTime()) {
+                clip.FitFrameCount();
+            }
             report.steps.push_back(std::move(step));
         }
         if (!pJob.output.empty()) {
             clip.DropRecordedValues();
-            WriteClip(clip, pJob.format, pJob.output);
+            const std::string missing = WriteClip(clip, pJob.format, pJob.output);
+            if (!missing.empty()) {
+                report.warnings.push_back(missing);
+            }
         }
         return report;
     }

@@ -298,7 +298,7 @@ void RunNodeKey(const KeyOptions& pOptions, std::optional<double> pRate)
     ClipCurves clip = LoadClip(pOptions.path);
     KeyNodes(clip, request, request.at.At(pRate ? *pRate : clip.framesASecond));
     clip.DropRecordedValues();
-    WriteClip(clip, format, pOptions.output);
+    SaveClip(clip, format, pOptions.output);
 }
 
 void RunKey(const KeyOptions& pOptions)
@@ -334,7 +334,7 @@ void RunKey(const KeyOptions& pOptions)
         }
     }
     clip.DropRecordedValues();
-    WriteClip(clip, format, pOptions.output);
+    SaveClip(clip, format, pOptions.output);
 }
 
 // The parser lists each option once for each of its values, in the order of the command line.

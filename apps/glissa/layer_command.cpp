@@ -178,7 +178,7 @@ void RunLayer(const LayerOptions& pOptions)
         FindLayer(clip, pOptions.lock + pOptions.unlock).mLocked = !pOptions.lock.empty();
     }
     clip.DropRecordedValues();
-    WriteClip(clip, format, pOptions.output);
+    SaveClip(clip, format, pOptions.output);
 }
 }  // namespace
 

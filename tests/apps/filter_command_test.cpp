@@ -155,6 +155,31 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
     }
 }
 
+TEST_F(Command, AFilterThatMovesTimeSetsTheFrames)
+{
+    const struct
+    {
+        Arguments filter;
+        int frames;
+        const char* warning;
+    } rows[] = {
+        {{"retime:scale=2"}, 2399, ""},
+        {{"retime:scale=1/2"}, 601, ""},
+        {{"retime:shift=-5", "--node", "Hips/R"}, 1200, "1800 keys outside the frames"},
+        {{"delete:cut=on", "--from", "120f", "--to", "239f"}, 1081, ""},
+        {{"delete", "--from", "600f"}, 1200, ""},
+    };
+    for (const auto& each : rows) {
+        SCOPED_TRACE(each.filter.front());
+        const Result run =
+            Run(Arguments{"filter", kClip, "-o", At("a.bvh"), "--apply"} + each.filter);
+        EXPECT_EQ(0, run.status);
+        EXPECT_EQ(each.frames, LoadClip(At("a.bvh")).clip.mFrameCount);
+        EXPECT_EQ(*each.warning == '\0', run.err.empty()) << run.err;
+        EXPECT_NE(std::string::npos, run.err.find(each.warning)) << run.err;
+    }
+}
+
 TEST_F(Command, AFineGridIsAllowedInAShortSpan)
 {
     const std::string report = OutputOf({"filter", kClip, "--dry-run", "--apply",
