@@ -334,10 +334,11 @@ bool IsRotation(const FilterTarget& pTarget)
            pTarget.mChannels.size() == kAxes;
 }
 
-std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets)
+std::vector<std::string> FindAngleJumps(const std::vector<FilterTarget>& pTargets,
+                                        const FilterTimes& pTimes)
 {
     constexpr float kHalfTurn = 180.0f;
-    std::vector<AngleJump> jumps;
+    std::vector<std::string> jumps;
     for (const FilterTarget& target : pTargets) {
         for (const FilterChannel& each : target.mChannels) {
             const GlissaNode* const parent = each.mLeaf->GetParent();
@@ -346,8 +347,9 @@ std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets)
             }
             for (int i = 1; i < each.mCurve->KeyGetCount(); ++i) {
                 const float step = each.mCurve->KeyGetValue(i) - each.mCurve->KeyGetValue(i - 1);
-                if (std::fabs(step) > kHalfTurn) {
-                    jumps.push_back({each.mName, each.mCurve->KeyGetTime(i)});
+                if (std::fabs(step) > kHalfTurn && each.mCurve->KeyGetTime(i) >= pTimes.mStart &&
+                    each.mCurve->KeyGetTime(i - 1) <= pTimes.mStop) {
+                    jumps.push_back(each.mName);
                     break;
                 }
             }

@@ -84,15 +84,10 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
                                     const FilterTimes& pTimes, KTime pFrame,
                                     const FilterProgress& pProgress);
 
-/// A step of more than half a turn from one key of a rotation to the next one.
-struct AngleJump
-{
-    std::string mName;
-    KTime mTime;  ///< of the key behind the step
-};
-
-/// The first jump of each curve that has one. Curves in other units than degrees are passed over.
-std::vector<AngleJump> FindAngleJumps(const std::vector<FilterTarget>& pTargets);
+/// The curves of rotations that have a step of more than half a turn from one key to the next one,
+/// within a span or into or out of it. By name, in the order of the targets.
+std::vector<std::string> FindAngleJumps(const std::vector<FilterTarget>& pTargets,
+                                        const FilterTimes& pTimes);
 
 /// The most keys that a filter at even distances would make of all targets together, or the most
 /// samples that it would take of one curve, whichever is greater; about, and 0 for other filters.

@@ -483,7 +483,7 @@ std::vector<FilterEntry> MakeTable()
          "Keys become automatic unless smart is on, which keeps kinds but drops weights.",
          FilterScope::curve,
          FilterSpan::inward,
-         false,
+         true,
          {Dense(FilterDensity::keys,
                 InFrames(Parameter<Resample, &Resample::GetPeriodTime, &Resample::SetPeriodTime>(
                              "period", "s", kPeriods, "the distance of the new keys"),

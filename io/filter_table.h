@@ -88,7 +88,7 @@ struct FilterEntry
     const char* mNote;
     FilterScope mScope;
     FilterSpan mSpan;
-    /// Takes the curve for a signal: angles that jump by whole turns come out wrong.
+    /// Samples or averages values: a curve of angles must have no jumps of whole turns.
     bool mSignal;
     std::vector<FilterParameter> mParameters;
 

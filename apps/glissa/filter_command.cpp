@@ -10,6 +10,7 @@
 #include "apps/glissa/command.h"
 #include "apps/glissa/filter_recipe.h"
 #include "apps/glissa/filter_report.h"
+#include "apps/glissa/name_choice.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/progress.h"
 #include "apps/glissa/refusal.h"
@@ -225,18 +226,16 @@ void CheckSamples(const FilterSetup& pSetup, double pSamples, const std::string&
 
 // Recorded angles that pass half a turn jump by a whole one, and smoothing rounds the jump off.
 void WarnOfJumps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTargets,
-                 ClipReport& pReport)
+                 const FilterTimes& pTimes, ClipReport& pReport)
 {
     if (!pEntry.mSignal) {
         return;
     }
-    const std::vector<AngleJump> jumps = FindAngleJumps(pTargets);
+    const std::vector<std::string> jumps = FindAngleJumps(pTargets, pTimes);
     if (!jumps.empty()) {
         pReport.warnings.push_back(fmt::format(
-            "{}: {} treats jumps of whole turns as motion: {} rotation curve(s) step by more than "
-            "180 degrees, the first is {} at {:.3f} s; unroll removes such jumps",
-            pReport.path, pEntry.mName, jumps.size(), jumps.front().mName,
-            jumps.front().mTime.GetSecondDouble()));
+            "{}: {} takes steps of more than 180 degrees for motion; run unroll first: {}",
+            pReport.path, pEntry.mName, NamesText(jumps)));
     }
 }
 
@@ -270,7 +269,7 @@ public:
             CheckSamples(mRecipe[i],
                          CountSamples(mRecipe[i], targets, times, clip.clip.mFramePeriod),
                          pJob.path);
-            WarnOfJumps(mRecipe[i].GetEntry(), targets, report);
+            WarnOfJumps(mRecipe[i].GetEntry(), targets, times, report);
             const auto start = std::chrono::steady_clock::now();
             StepReport step;
             step.filter = SetupText(mRecipe[i]);

@@ -180,6 +180,19 @@ TEST_F(Command, AFilterThatMovesTimeSetsTheFrames)
     }
 }
 
+TEST_F(Command, JumpsOfWholeTurnsInTheSpanAreNamed)
+{
+    WriteFile(At("jump.bvh"),
+              "HIERARCHY\nROOT A\n{\n OFFSET 0 0 0\n CHANNELS 2 Yposition Xrotation\n}\n"
+              "MOTION\nFrames: 5\nFrame Time: 1\n0 170\n900 175\n0 178\n0 -179\n0 -170\n");
+    const Arguments resample = {"filter", At("jump.bvh"), "--dry-run", "--apply", "resample"};
+    EXPECT_EQ("glissa: " + At("jump.bvh") +
+                  ": resample takes steps of more than 180 degrees for motion; run unroll first: "
+                  "A/R/X\n",
+              Run(resample + Arguments{"--from", "2.5"}).err);
+    OutputOf(resample + Arguments{"--to", "1.5"});
+}
+
 TEST_F(Command, AFineGridIsAllowedInAShortSpan)
 {
     const std::string report = OutputOf({"filter", kClip, "--dry-run", "--apply",
