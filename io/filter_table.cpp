@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <type_traits>
 
@@ -663,9 +664,14 @@ std::string FilterSetup::Set(std::string_view pName, double pValue)
     if (Get(*parameter)) {
         return name + " is given twice";
     }
+    if (parameter->mValue == FilterValue::flag && pValue != 0.0 && pValue != 1.0) {
+        return name + " is on or off";
+    }
     // Written so that a NaN is refused.
     if (!(pValue >= parameter->mLeast && pValue <= parameter->mGreatest)) {
-        return name + " is out of range";
+        char range[64];
+        std::snprintf(range, sizeof range, "%g to %g", parameter->mLeast, parameter->mGreatest);
+        return name + " is out of range: " + range;
     }
     if (parameter->mValue == FilterValue::whole && pValue != std::floor(pValue)) {
         return name + " is a whole number";

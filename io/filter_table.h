@@ -19,7 +19,7 @@ enum class FilterValue
     number,
     whole,    ///< cut to a whole number
     seconds,  ///< a time, rounded to the nearest tick
-    flag      ///< 0 is off, everything else is on
+    flag      ///< 0 is off, 1 is on
 };
 
 /// What a filter has at even distances, by a parameter in seconds or hertz.
@@ -121,8 +121,8 @@ public:
     explicit FilterSetup(const FilterEntry& pEntry) : mEntry(&pEntry) {}
 
     const FilterEntry& GetEntry() const { return *mEntry; }
-    /// Keeps a value. Returns why it is refused: an unknown name, a name set twice, a value out of
-    /// range or not finite; empty where it is kept.
+    /// Keeps a value. Returns why it is refused: an unknown name, a name set twice, a value of the
+    /// wrong kind, out of range or not finite; empty where it is kept.
     std::string Set(std::string_view pName, double pValue);
     /// Why the setup cannot run: the required parameters that are missing; empty where it can.
     std::string GetFault() const;

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <set>
 #include <string_view>
 
 namespace
@@ -88,13 +89,9 @@ const char* FormText(const FilterParameter& pParameter)
 void Set(FilterSetup& pSetup, const std::string& pName, double pNumber)
 {
     const std::string fault = pSetup.Set(pName, pNumber);
-    if (fault.empty()) {
-        return;
+    if (!fault.empty()) {
+        throw WrongArguments(fault);
     }
-    const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
-    throw WrongArguments(parameter ? fmt::format("{}, {}: {:g} to {:g}", fault, pNumber,
-                                                 parameter->mLeast, parameter->mGreatest)
-                                   : fault);
 }
 
 // A value as users write it. On and off are values of flags alone.
@@ -102,9 +99,10 @@ void SetText(FilterSetup& pSetup, const std::string& pName, const std::string& p
 {
     const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
     const bool isFlag = parameter && parameter->mValue == FilterValue::flag;
-    const std::optional<double> number = isFlag && (pText == "on" || pText == "off")
-                                             ? std::optional(pText == "on" ? 1.0 : 0.0)
-                                             : ParseFraction(pText);
+    const bool isOn = pText == "on" || pText == "true";
+    const bool isSwitch = isOn || pText == "off" || pText == "false";
+    const std::optional<double> number =
+        isFlag && isSwitch ? std::optional(isOn ? 1.0 : 0.0) : ParseFraction(pText);
     if (parameter && !number) {
         throw WrongArguments(
             fmt::format("'{}' is no value for {}: write {}", pText, pName, FormText(*parameter)));
@@ -133,6 +131,26 @@ FilterSetup SetupOf(const Json& pStep)
         }
     }
     return setup;
+}
+
+// Finds a key that an object has twice; the parser keeps the last one without a word.
+Json ParseJson(const std::string& pText, std::string& pRepeated)
+{
+    using Event = Json::parse_event_t;
+    std::vector<std::set<std::string>> keys;  // of the objects that are open
+    return Json::parse(pText, [&](int, Event pEvent, Json& pParsed) {
+        if (pEvent == Event::object_start) {
+            keys.emplace_back();
+        } else if (pEvent == Event::object_end) {
+            keys.pop_back();
+        } else if (pEvent == Event::key) {
+            const std::string key = pParsed.get<std::string>();
+            if (!keys.back().insert(key).second) {
+                pRepeated = key;
+            }
+        }
+        return true;
+    });
 }
 
 void CheckComplete(const FilterSetup& pSetup)
@@ -166,12 +184,21 @@ FilterSetup ParseFilter(const std::string& pText)
 FilterRecipe ParseRecipe(const std::string& pText, const std::string& pFileName)
 {
     Json json;
+    std::string repeated;
     try {
-        json = Json::parse(pText);
+        json = ParseJson(pText, repeated);
     } catch (const Json::parse_error& error) {
-        const std::string_view before = std::string_view(pText).substr(0, error.byte);
-        throw Refusal(fmt::format("{}:{}: is not JSON", pFileName,
-                                  1 + std::count(before.begin(), before.end(), '\n')));
+        // The byte is that of the last character read, from 1.
+        const std::string_view before =
+            std::string_view(pText).substr(0, error.byte > 0 ? error.byte - 1 : 0);
+        const std::size_t line = before.rfind('\n') + 1;
+        // The text of the library has the place too, and then the reason.
+        const std::string_view text = error.what();
+        const std::size_t reason = text.find(": ", std::min(text.find("column"), text.size()));
+        throw Refusal(fmt::format("{}:{}: column {}: is not JSON: {}", pFileName,
+                                  1 + std::count(before.begin(), before.end(), '\n'),
+                                  before.size() - line + 1,
+                                  reason < text.size() ? text.substr(reason + 2) : text));
     } catch (const Json::out_of_range& error) {
         // A number beyond the range of a double: the text names it behind the number of the error.
         const std::string_view text = error.what();
@@ -183,11 +210,21 @@ FilterRecipe ParseRecipe(const std::string& pText, const std::string& pFileName)
                                   "filter --list --format json' writes one",
                                   pFileName));
     }
+    if (!repeated.empty()) {
+        throw Refusal(fmt::format("{}: {} is given twice in one object", pFileName, repeated));
+    }
+    for (const auto& [name, value] : json.items()) {
+        if (name != "filters" && name != "about") {
+            throw Refusal(fmt::format("{}: a recipe has no field '{}'; it has filters and about",
+                                      pFileName, name));
+        }
+    }
     FilterRecipe recipe;
     for (const Json& each : json["filters"]) {
         try {
-            recipe.push_back(SetupOf(each));
-            CheckComplete(recipe.back());
+            const FilterSetup setup = SetupOf(each);
+            CheckComplete(setup);
+            recipe.push_back(setup);
         } catch (const WrongArguments& error) {
             throw Refusal(fmt::format("{}: filter {} of {}: {}", pFileName, recipe.size() + 1,
                                       json["filters"].size(), error.what()));
@@ -250,7 +287,7 @@ std::string FilterTemplate()
             parameter["default"] = DefaultText(entry, each);
             about["parameters"].push_back(parameter);
             const double number = entry.DefaultOf(each, KTime());
-            if (each.mFrames == 0.0 && std::isfinite(number)) {
+            if (each.mFrames == 0.0 && !each.mRequired && std::isfinite(number)) {
                 filter[each.mName] =
                     each.mValue == FilterValue::flag ? Json(number != 0.0) : Json(number);
             }

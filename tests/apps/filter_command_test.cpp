@@ -110,6 +110,9 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
 {
     WriteFile(At("large.json"), "{\"filters\": [1e999]}");
     WriteFile(At("bad.json"), "{\"filters\": [\n{\"filter\": \"offset\", \"by\": }]}");
+    WriteFile(At("twice.json"), R"({"filters": [{"filter": "offset", "by": 1, "by": 2}]})");
+    WriteFile(At("from.json"), R"({"filters": [{"filter": "offset", "by": 1}], "from": 1})");
+    WriteFile(At("true.json"), R"({"filters": [{"filter": "offset", "by": true}]})");
     WriteFile(At("unknown.json"), "{\"filters\": [{\"filter\": \"offset\", \"to\": 1}]}");
     const auto files = Files();
     const struct
@@ -138,7 +141,12 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {1,
          "refused: Invalid Time Span",
          {"--apply", "damp", "--from", "1", "--to", "1", "-n", "*/T"}},
-        {1, "bad.json:2: is not JSON", {"--recipe", At("bad.json")}},
+        {1, "bad.json:2: column 28: is not JSON: syntax error", {"--recipe", At("bad.json")}},
+        {1, "by is given twice in one object", {"--recipe", At("twice.json")}},
+        {1, "a recipe has no field 'from'", {"--recipe", At("from.json")}},
+        {1, "filter 1 of 1: 'on' is no value for by", {"--recipe", At("true.json")}},
+        {2, "'on' is no value for by", {"--apply", "offset:by=on"}},
+        {2, "cut is on or off", {"--apply", "delete:cut=0.5"}},
         {1, "large.json: number overflow parsing '1e999'", {"--recipe", At("large.json")}},
         {1,
          "unknown.json: filter 1 of 1: offset has no parameter",
