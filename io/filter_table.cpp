@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 namespace
 {
@@ -89,9 +90,10 @@ FilterParameter Parameter(const char* pName, const char* pUnit, Range pRange, co
             &Pair::Read,   &Pair::Write};
 }
 
-FilterParameter Required(FilterParameter pParameter)
+FilterParameter Required(FilterParameter pParameter, std::vector<double> pIdle = {})
 {
     pParameter.mRequired = true;
+    pParameter.mIdle = std::move(pIdle);
     return pParameter;
 }
 
@@ -527,7 +529,8 @@ std::vector<FilterEntry> MakeTable()
          FilterSpan::outward,
          false,
          {Required(Parameter<Offset, &Offset::GetOffset, &Offset::SetOffset>("by", "value", kAny,
-                                                                             "the number, not 0"))},
+                                                                             "the number, not 0"),
+                   {0.0})},
          &Make<Offset>,
          &SetSpan},
         {"scale",
@@ -537,19 +540,20 @@ std::vector<FilterEntry> MakeTable()
          FilterSpan::outward,
          false,
          {Required(Parameter<Scale, &Scale::GetScale, &Scale::SetScale>("by", "", kAny,
-                                                                        "the factor, not 0 or 1")),
+                                                                        "the factor, not 0 or 1"),
+                   {0.0, 1.0}),
           Parameter<Scale, &Scale::GetApplyTangent, &Scale::SetApplyTangent>(
               "tangents", "", kFlag, "whether slopes are multiplied too")},
          &Make<Scale>,
          &SetSpan},
         {"inverse",
          "Mirrors the values: a top less the value",
-         "Slopes of user tangents stay, so such a curve swings the wrong way.",
+         "Slopes of user tangents stay: in the mirrored curve they have the wrong sign.",
          FilterScope::curve,
          FilterSpan::outward,
          false,
-         {Parameter<Inverse, &Inverse::GetTopRange, &Inverse::SetTopRange>(
-             "top", "value", kAny, "the value that 0 becomes")},
+         {Required(Parameter<Inverse, &Inverse::GetTopRange, &Inverse::SetTopRange>(
+             "top", "value", kAny, "the value that 0 becomes"))},
          &Make<Inverse>,
          &SetSpan},
         {"clamp",
@@ -563,19 +567,22 @@ std::vector<FilterEntry> MakeTable()
           {"floor", FilterValue::number, "value", "the least value; no limit without it",
            -kGreatestFloat, kGreatestFloat, 0.0, false, &NoDefault, &SetFloor}},
          &Make<Clamp>,
-         &SetSpan},
+         &SetSpan,
+         true},
         {"delete",
          "Removes the keys of the span",
-         "With cut the keys behind the span move to its start: take the same span for all "
-         "channels, or they fall apart.",
+         "With cut the keys behind the span move to its start: filter all channels of a joint "
+         "with the same span.",
          FilterScope::curve,
          FilterSpan::inward,
          false,
-         // Off, unlike in the class: a clip whose channels fall apart is the worse surprise.
+         // Off, unlike in the class: it shifts the curves that are filtered against the others.
          {MovesTime(Parameter<Delete, &Delete::GetCutTimeInterval, &Delete::SetCutTimeInterval>(
              "cut", "", kFlag, "whether the time of the span is removed as well"))},
          &MakeDelete,
-         &SetSpan},
+         &SetSpan,
+         false,
+         true},
         {"timeclamp",
          "Removes the keys strictly between two times",
          "It removes what lies between them, not what lies outside. Without one of the two, from "
@@ -588,7 +595,8 @@ std::vector<FilterEntry> MakeTable()
           Parameter<TimeClamp, &TimeClamp::GetMax, &TimeClamp::SetMax>("max", "s", kTimes,
                                                                        "the last time")},
          &Make<TimeClamp>,
-         &SetSpan},
+         &SetSpan,
+         true},
         {"retime",
          "Shifts all keys in time, then scales their times around 0 seconds",
          "Slopes stay units a second, so curves with user tangents change their shape when they "
@@ -601,7 +609,8 @@ std::vector<FilterEntry> MakeTable()
           MovesTime(Parameter<Retime, &Retime::GetScale, &Retime::SetScale>(
               "scale", "", {kTick, 1e9}, "the factor of the times"))},
          &Make<Retime>,
-         &SetSpan},
+         &SetSpan,
+         true},
     };
 }
 }  // namespace
@@ -676,6 +685,10 @@ std::string FilterSetup::Set(std::string_view pName, double pValue)
     if (parameter->mValue == FilterValue::whole && pValue != std::floor(pValue)) {
         return name + " is a whole number";
     }
+    if (std::find(parameter->mIdle.begin(), parameter->mIdle.end(), pValue) !=
+        parameter->mIdle.end()) {
+        return name + " is " + parameter->mMeaning;
+    }
     mValues.push_back({parameter, pValue});
     return {};
 }
@@ -684,8 +697,16 @@ std::string FilterSetup::GetFault() const
 {
     for (const FilterParameter& each : mEntry->mParameters) {
         if (each.mRequired && !Get(each)) {
-            return std::string(mEntry->mName) + " needs " + each.mName + ", " + each.mMeaning;
+            return std::string(mEntry->mName) + " needs " + each.mName + "=NUMBER, " +
+                   each.mMeaning;
         }
+    }
+    if (mEntry->mNeedsParameter && mValues.empty()) {
+        std::string names;
+        for (const FilterParameter& each : mEntry->mParameters) {
+            names += (names.empty() ? "" : " or ") + std::string(each.mName) + "=NUMBER";
+        }
+        return std::string(mEntry->mName) + " needs " + names;
     }
     return {};
 }

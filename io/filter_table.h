@@ -52,6 +52,8 @@ struct FilterParameter
     FilterDensity mDensity = FilterDensity::none;
     /// Moves keys in time, unless it is 0: the clip becomes longer or shorter.
     bool mMovesTime = false;
+    /// Values that would change nothing. They are refused.
+    std::vector<double> mIdle = {};
 };
 
 /// What a filter is applied to.
@@ -95,6 +97,10 @@ struct FilterEntry
     /// With the defaults of its class and an unbounded span. pProgress may be empty.
     std::unique_ptr<GlissaFilter> (*mMake)(const FilterProgress& pProgress);
     void (*mSetSpan)(GlissaFilter& pFilter, KTime pStart, KTime pStop);
+    /// Does nothing without any of its parameters.
+    bool mNeedsParameter = false;
+    /// Without a span it would leave no key.
+    bool mNeedsSpan = false;
 
     /// Whether the result has its keys at even distances.
     bool MakesKeys() const;
@@ -124,7 +130,7 @@ public:
     /// Keeps a value. Returns why it is refused: an unknown name, a name set twice, a value of the
     /// wrong kind, out of range or not finite; empty where it is kept.
     std::string Set(std::string_view pName, double pValue);
-    /// Why the setup cannot run: the required parameters that are missing; empty where it can.
+    /// Why the setup cannot run: a required parameter that is missing; empty where it can.
     std::string GetFault() const;
     /// Whether keys behind the span, or all keys, move in time.
     bool MovesTime() const;

@@ -86,6 +86,10 @@ void CheckRecipe(const FilterRecipe& pRecipe, const FilterOptions& pOptions)
                 "{} works on whole curves: leave --from and --to out, or run it by itself",
                 entry.mName));
         }
+        if (entry.mNeedsSpan && !pOptions.span.IsGiven()) {
+            throw WrongArguments(
+                fmt::format("{} would remove all keys: give --from or --to", entry.mName));
+        }
         if (entry.NeedsNode() && !pOptions.curves.empty()) {
             throw WrongArguments(fmt::format(
                 "{} takes the curves of a node together: choose nodes with --node", entry.mName));
@@ -104,10 +108,10 @@ std::vector<Job> JobsOf(const FilterOptions& pOptions)
     const int targets = (pOptions.output.empty() ? 0 : 1) + (pOptions.folder.empty() ? 0 : 1) +
                         (pOptions.dryRun ? 1 : 0);
     if (targets != 1) {
-        throw WrongArguments("one of --output, --out-dir and --dry-run says where clips go");
+        throw WrongArguments("give one of --output, --out-dir and --dry-run");
     }
     if (pOptions.resume && pOptions.folder.empty()) {
-        throw WrongArguments("--resume goes with --out-dir");
+        throw WrongArguments("--resume needs --out-dir");
     }
     if (!pOptions.output.empty()) {
         if (pOptions.clips.size() > 1) {
@@ -422,7 +426,10 @@ void RunFilters(const FilterOptions& pOptions)
 {
     const bool json = pOptions.format == "json";
     if (pOptions.list) {
-        WriteOutput("-", "", json ? FilterTemplate() : DescribeFilters());
+        if (!pOptions.clips.empty() || !pOptions.filters.empty() || !pOptions.recipe.empty()) {
+            throw WrongArguments("--list takes no clips and no filters");
+        }
+        WriteOutput(pOptions.output, "", json ? FilterTemplate() : DescribeFilters());
         return;
     }
     // Arguments that are wrong for every clip end the run before anything is read.

@@ -10,7 +10,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace
@@ -41,10 +43,24 @@ struct Sums
     std::int64_t keysBefore = 0;
     std::int64_t keysAfter = 0;
     double seconds = 0.0;
-    const FilterResult* largest = nullptr;
+    std::map<std::string_view, const FilterResult*> largest;  // by unit
 };
 
-Sums SumsOf(const StepReport& pStep)
+const char* UnitOf(const ClipReport& pReport, const FilterResult& pResult)
+{
+    const auto found = pReport.units.find(pResult.mName);
+    return found == pReport.units.end() ? "" : found->second;
+}
+
+// Takes the larger change of two.
+void KeepLargest(const FilterResult*& pLargest, const FilterResult& pResult)
+{
+    if (!pLargest || pResult.mLargestChange > pLargest->mLargestChange) {
+        pLargest = &pResult;
+    }
+}
+
+Sums SumsOf(const ClipReport& pReport, const StepReport& pStep)
 {
     Sums sums;
     sums.seconds = pStep.seconds;
@@ -54,20 +70,14 @@ Sums SumsOf(const StepReport& pStep)
         sums.refused += each.mOutcome == FilterOutcome::refused ? 1 : 0;
         sums.keysBefore += each.mKeysBefore;
         sums.keysAfter += each.mKeysAfter;
-        if (each.mLargestChange > (sums.largest ? sums.largest->mLargestChange : 0.0)) {
-            sums.largest = &each;
+        if (each.mLargestChange > 0.0) {
+            KeepLargest(sums.largest[UnitOf(pReport, each)], each);
         }
     }
     return sums;
 }
 
-const char* UnitOf(const ClipReport& pReport, const FilterResult& pResult)
-{
-    const auto found = pReport.units.find(pResult.mName);
-    return found == pReport.units.end() ? "" : found->second;
-}
-
-std::string SumsText(const ClipReport& pReport, const Sums& pSums)
+std::string SumsText(const Sums& pSums, const char* pLargest)
 {
     std::string text = pSums.changed == 0
                            ? fmt::format("{} curves, nothing changed", pSums.curves)
@@ -76,11 +86,10 @@ std::string SumsText(const ClipReport& pReport, const Sums& pSums)
     if (pSums.refused > 0) {
         text += fmt::format(", {} refused", pSums.refused);
     }
-    if (pSums.largest) {
-        text += fmt::format(", largest change {:.4g} {} ({} at {:.3f} s)",
-                            pSums.largest->mLargestChange, UnitOf(pReport, *pSums.largest),
-                            PrintableText(pSums.largest->mName),
-                            pSums.largest->mWhen.GetSecondDouble());
+    for (const auto& [unit, result] : pSums.largest) {
+        text += fmt::format(", {} {:.4g} {} ({} at {:.3f} s)", pLargest, result->mLargestChange,
+                            unit, PrintableText(result->mName), result->mWhen.GetSecondDouble());
+        pLargest = "and";
     }
     return text + fmt::format(", {:.2f} s", pSums.seconds);
 }
@@ -95,7 +104,7 @@ Json AsJson(const ClipReport& pReport)
     json["warnings"] = pReport.warnings;
     json["filters"] = Json::array();
     for (const StepReport& step : pReport.steps) {
-        const Sums sums = SumsOf(step);
+        const Sums sums = SumsOf(pReport, step);
         Json filter;
         filter["filter"] = step.filter;
         filter["seconds"] = step.seconds;
@@ -125,6 +134,9 @@ Json AsJson(const ClipReport& pReport)
 std::string ReportText(const ClipReport& pReport)
 {
     using enum TextTable::Align;
+    if (pReport.skipped) {
+        return SummaryLine(pReport);
+    }
     std::string text;
     for (const StepReport& step : pReport.steps) {
         TextTable table({{"curve", left},
@@ -150,7 +162,7 @@ std::string ReportText(const ClipReport& pReport)
         }
         text += fmt::format("{}: {}\n", PrintableText(pReport.path), step.filter);
         text += table.GetText(2);
-        text += fmt::format("  {}\n", SumsText(pReport, SumsOf(step)));
+        text += fmt::format("  {}\n", SumsText(SumsOf(pReport, step), "largest change"));
     }
     return text;
 }
@@ -167,19 +179,18 @@ std::string SummaryLine(const ClipReport& pReport)
     // The keys of the clip before the first filter and after the last one.
     Sums sums;
     for (const StepReport& step : pReport.steps) {
-        const Sums each = SumsOf(step);
+        const Sums each = SumsOf(pReport, step);
         sums.curves = std::max(sums.curves, each.curves);
         sums.changed = std::max(sums.changed, each.changed);
         sums.refused += each.refused;
         sums.seconds += each.seconds;
         sums.keysBefore = &step == &pReport.steps.front() ? each.keysBefore : sums.keysBefore;
         sums.keysAfter = each.keysAfter;
-        if (each.largest &&
-            (!sums.largest || each.largest->mLargestChange > sums.largest->mLargestChange)) {
-            sums.largest = each.largest;
+        for (const auto& [unit, result] : each.largest) {
+            KeepLargest(sums.largest[unit], *result);
         }
     }
-    return text + SumsText(pReport, sums) + '\n';
+    return text + SumsText(sums, "largest change in one filter") + '\n';
 }
 
 std::string ReportJson(const std::vector<ClipReport>& pReports)

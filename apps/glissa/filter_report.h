@@ -29,10 +29,10 @@ struct ClipReport
     std::vector<StepReport> steps;
 };
 
-/// A table for each filter with a line for each curve, and the sums. A clip that was skipped or not
-/// finished has a line with the reason.
+/// A table for each filter with a line for each curve, and the sums. A clip that was skipped has its
+/// SummaryLine.
 std::string ReportText(const ClipReport& pReport);
-/// One line: what changed in the whole clip.
+/// One line: what changed in the whole clip, or that it failed or was skipped.
 std::string SummaryLine(const ClipReport& pReport);
 
 /// One object for one clip, an object with an array "clips" for any other number.

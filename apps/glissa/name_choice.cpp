@@ -34,8 +34,10 @@ std::vector<std::size_t> ChooseNames(const std::vector<std::string>& pNames,
         if (found.empty() && pMissing) {
             pMissing->push_back(pattern);
         } else if (found.empty()) {
-            throw Refusal(fmt::format("{}: no {} matches '{}'; the {}s are {}", pPath, pKind,
-                                      pattern, pKind, NamesText(pNames)));
+            throw Refusal(fmt::format("{}: no {} matches '{}'; the {}", pPath, pKind, pattern,
+                                      pNames.empty()
+                                          ? fmt::format("clip has no {}s", pKind)
+                                          : fmt::format("{}s are {}", pKind, NamesText(pNames))));
         }
     }
     return chosen;

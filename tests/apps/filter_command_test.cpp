@@ -21,7 +21,8 @@ std::string Sample(const std::string& pName)
 {
     const std::map<std::string, std::string> parameters = {
         {"offset", ":by=1.5"},         {"scale", ":by=1.5"},     {"clamp", ":ceil=3,floor=-2"},
-        {"timeclamp", ":min=2,max=3"}, {"constant", ":value=5"}, {"retime", ":shift=1/4"}};
+        {"timeclamp", ":min=2,max=3"}, {"constant", ":value=5"}, {"retime", ":shift=1/4"},
+        {"inverse", ":top=7"}};
     const auto found = parameters.find(pName);
     return found == parameters.end() ? pName : pName + found->second;
 }
@@ -125,8 +126,6 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "out of range", {"--apply", "gaussian:width=-1"}},
         {2, "a whole number", {"--apply", "butterworth:order=2.5"}},
         {2, "no value for width: write seconds", {"--apply", "gaussian:width=4f"}},
-        {2, "no value for by: write a number", {"--apply", "offset:by=on"}},
-        {2, "offset needs by", {"--apply", "offset"}},
         {2, "leave --from and --to out", {"--apply", "retime:scale=2", "--from", "1"}},
         {2, "choose nodes with --node", {"--apply", "sync", "--curve", "Hips/R/X"}},
         {2, "choose nodes with --node", {"--apply", "unroll", "--curve", "Hips/R/X"}},
@@ -136,7 +135,13 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {1, "would make 7793500000 keys", {"--apply", "resample:period=1e-7"}},
         {1, "the limit of a run", {"--apply", "butterworth:rate=1e6"}},
         {1, "refused: Too many samples", {"--apply", "gaussian:width=100,rate=1e6"}},
-        {1, "refused: Either Min or Max", {"--apply", "timeclamp"}},
+        {1, "refused: A key would leave", {"--apply", "retime:shift=1e9,scale=1e9"}},
+        {2, "offset needs by=NUMBER, the number, not 0", {"--apply", "offset"}},
+        {2, "by is the factor, not 0 or 1", {"--apply", "scale:by=1"}},
+        {2, "clamp needs ceil=NUMBER or floor=NUMBER", {"--apply", "clamp"}},
+        {2, "inverse needs top=NUMBER", {"--apply", "inverse"}},
+        {2, "delete would remove all keys", {"--apply", "delete"}},
+        {2, "--list takes no clips", {"--list"}},
         {1, "refused: Invalid Time Span", {"--apply", "reduce", "--from", "1", "--to", "1"}},
         {1,
          "refused: Invalid Time Span",
@@ -227,7 +232,8 @@ TEST_F(Command, AFilterWithNothingToDoIsNotRefused)
 TEST_F(Command, AFolderOfClipsIsFilteredByARecipe)
 {
     // What is left of the template is a recipe.
-    Json recipe = Json::parse(Run({"filter", "--list", "--format", "json"}).out);
+    OutputOf({"filter", "--list", "--format", "json", "-o", At("template.json")});
+    Json recipe = Json::parse(ReadFile(At("template.json")));
     ASSERT_EQ(FilterTable().size(), recipe["filters"].size());
     Json kept = Json::array();
     for (const Json& each : recipe["filters"]) {
@@ -277,6 +283,9 @@ TEST_F(Command, AFolderOfClipsIsFilteredByARecipe)
                             "--out-dir", At("one"), "--resume"});
     EXPECT_EQ(0, run.status) << run.err;
     EXPECT_EQ("kept", ReadFile(At("one/b.glissa")));
+    EXPECT_EQ(At("b.bvh") + ": skipped, " + At("one/b.glissa") + " is newer\n",
+              OutputOf({"filter", At("b.bvh"), "--recipe", At("recipe.json"), "--out-dir",
+                        At("one"), "--resume"}));
     EXPECT_EQ(ReadFile(At("two/a.glissa")), ReadFile(At("one/a.glissa")));
     EXPECT_EQ(2, Run({"filter", At("a.bvh"), At("one/a.glissa"), "--apply", "smooth", "--out-dir",
                       At("two")})
