@@ -29,8 +29,8 @@ struct ClipReport
     std::vector<StepReport> steps;
 };
 
-/// A table for each filter with a line for each curve, and the sums. A clip that was skipped has its
-/// SummaryLine.
+/// A table for each filter with a line for each curve, and the sums. A clip that was skipped has
+/// its SummaryLine.
 std::string ReportText(const ClipReport& pReport);
 /// One line: what changed in the whole clip, or that it failed or was skipped.
 std::string SummaryLine(const ClipReport& pReport);
