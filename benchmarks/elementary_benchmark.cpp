@@ -1,8 +1,8 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// The elementary functions beside those of the C library on the same arguments: "floor" is the C
-// library.
+// The elementary functions compared with those of the C library on the same arguments: "floor" is
+// the C library.
 
 #include "benchmarks/paired.h"
 #include "corvekit/math/elementary.h"

@@ -310,7 +310,7 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
         ->type_name("FORMAT");
     command->footer("Examples:\n"
                     "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
-                    "  glissa plot clip.bvh --curve '*Knee/R/X' --frames --from 24f --to 48f -o "
+                    "  glissa plot clip.bvh --curve '*Leg/R/X' --frames --from 24f --to 48f -o "
                     "knees.png\n"
                     "  glissa plot walk.bvh --against clean.glissa --curve 'Hips/R/X' -o "
                     "before-after.svg\n"

@@ -38,7 +38,7 @@ extern "C" void RemoveTemporaries(int pSignal)
 void SetSignalHandlers()
 {
     for (const int each : kEnding) {
-        // What was ignored at the start (nohup) stays ignored.
+        // A signal that was ignored at the start (nohup) is ignored.
         if (signal(each, &RemoveTemporaries) == SIG_IGN) {
             signal(each, SIG_IGN);
         }
@@ -122,7 +122,7 @@ void SignalThread::Run()
     if (taken == SIGUSR1 && mIsDone) {
         return;
     }
-    // No file comes or goes any more.
+    // From here no thread makes, renames or removes a file.
     const std::unique_lock lock(sSections);
     pthread_sigmask(SIG_UNBLOCK, &mTaken, nullptr);
     RemoveTemporaries(taken);

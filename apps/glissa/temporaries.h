@@ -13,7 +13,7 @@
 /// Files that can be guarded at a time, and so the most jobs that write files.
 inline constexpr int kMostGuards = 256;
 
-/// Makes the signals wait while a temporary file and its guard come and go together.
+/// Makes the signals wait while a temporary file is made or removed together with its guard.
 class TemporarySection
 {
 public:
