@@ -35,6 +35,31 @@ extern "C" void RemoveTemporaries(int pSignal)
     raise(pSignal);
 }
 
+sigset_t EndingSignals()
+{
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int each : kEnding) {
+        sigaddset(&ending, each);
+    }
+    return ending;
+}
+
+// Those that a SignalThread waits for.
+sigset_t TakenSignals()
+{
+    sigset_t taken = EndingSignals();
+    sigaddset(&taken, SIGUSR1);  // ends the thread
+    for (const int each : kEnding) {
+        struct sigaction action = {};
+        sigaction(each, nullptr, &action);
+        if (action.sa_handler == SIG_IGN) {
+            sigdelset(&taken, each);
+        }
+    }
+    return taken;
+}
+
 void SetSignalHandlers()
 {
     for (const int each : kEnding) {
@@ -46,22 +71,7 @@ void SetSignalHandlers()
 }
 }  // namespace
 
-TemporarySection::TemporarySection()
-{
-    sigset_t ending;
-    sigemptyset(&ending);
-    for (const int each : kEnding) {
-        sigaddset(&ending, each);
-    }
-    pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
-    mLock = std::shared_lock(sSections);
-}
-
-TemporarySection::~TemporarySection()
-{
-    mLock.unlock();
-    pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
-}
+TemporarySection::TemporarySection() : mBlocked(EndingSignals()), mLock(sSections) {}
 
 int GuardTemporary(const char* pPath)
 {
@@ -87,32 +97,15 @@ void ReleaseTemporary(int& pGuard)
     }
 }
 
-SignalThread::SignalThread()
-{
-    sigemptyset(&mTaken);
-    sigaddset(&mTaken, SIGUSR1);  // ends the thread
-    for (const int each : kEnding) {
-        struct sigaction action = {};
-        sigaction(each, nullptr, &action);
-        if (action.sa_handler != SIG_IGN) {
-            sigaddset(&mTaken, each);
-        }
-    }
-    pthread_sigmask(SIG_BLOCK, &mTaken, &mBefore);
-    try {
-        mThread = std::thread([this] { Run(); });
-    } catch (...) {
-        pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
-        throw;
-    }
-}
+// The thread is started last: it uses the other fields.
+SignalThread::SignalThread() : mTaken(TakenSignals()), mBlocked(mTaken), mThread([this] { Run(); })
+{}
 
 SignalThread::~SignalThread()
 {
     mIsDone = true;
     pthread_kill(mThread.native_handle(), SIGUSR1);
     mThread.join();
-    pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
 }
 
 void SignalThread::Run()

@@ -10,6 +10,22 @@
 
 // Temporary files that are removed when SIGINT, SIGTERM or SIGHUP ends the program.
 
+/// Blocks signals for the thread, and restores those that were blocked before.
+class BlockedSignals
+{
+public:
+    explicit BlockedSignals(const sigset_t& pSignals)
+    {
+        pthread_sigmask(SIG_BLOCK, &pSignals, &mBefore);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t mBefore;
+};
+
 /// Files that can be guarded at a time, and so the most jobs that write files.
 inline constexpr int kMostGuards = 256;
 
@@ -18,13 +34,12 @@ class TemporarySection
 {
 public:
     TemporarySection();
-    ~TemporarySection();
     TemporarySection(const TemporarySection&) = delete;
     TemporarySection& operator=(const TemporarySection&) = delete;
 
 private:
-    sigset_t mBefore;
-    std::shared_lock<std::shared_mutex> mLock;
+    BlockedSignals mBlocked;
+    std::shared_lock<std::shared_mutex> mLock;  // released before the signals
 };
 
 /// Within a TemporarySection. The index of the guard, for ReleaseTemporary; -1 where there is none
@@ -50,7 +65,7 @@ private:
     void Run();
 
     sigset_t mTaken;
-    sigset_t mBefore;
+    BlockedSignals mBlocked;
     std::atomic<bool> mIsDone = false;
     std::thread mThread;
 };
