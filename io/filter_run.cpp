@@ -326,6 +326,27 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pE
     }
     return results;
 }
+
+float StepBefore(Glissa& pCurve, int pIndex)
+{
+    return std::fabs(pCurve.KeyGetValue(pIndex) - pCurve.KeyGetValue(pIndex - 1));
+}
+
+// The names of the curves of rotations that a test chooses.
+template <typename Test>
+std::vector<std::string> ChooseRotations(const std::vector<FilterTarget>& pTargets, Test pTest)
+{
+    std::vector<std::string> names;
+    for (const FilterTarget& target : pTargets) {
+        for (const FilterChannel& each : target.mChannels) {
+            const GlissaNode* const parent = each.mLeaf->GetParent();
+            if (parent && parent->GetDataType() == KDataTypeLclRotation && pTest(*each.mCurve)) {
+                names.push_back(each.mName);
+            }
+        }
+    }
+    return names;
+}
 }  // namespace
 
 bool IsRotation(const FilterTarget& pTarget)
@@ -338,24 +359,33 @@ std::vector<std::string> FindAngleJumps(const std::vector<FilterTarget>& pTarget
                                         const FilterTimes& pTimes)
 {
     constexpr float kHalfTurn = 180.0f;
-    std::vector<std::string> jumps;
-    for (const FilterTarget& target : pTargets) {
-        for (const FilterChannel& each : target.mChannels) {
-            const GlissaNode* const parent = each.mLeaf->GetParent();
-            if (!parent || parent->GetDataType() != KDataTypeLclRotation) {
-                continue;
-            }
-            for (int i = 1; i < each.mCurve->KeyGetCount(); ++i) {
-                const float step = each.mCurve->KeyGetValue(i) - each.mCurve->KeyGetValue(i - 1);
-                if (std::fabs(step) > kHalfTurn && each.mCurve->KeyGetTime(i) >= pTimes.mStart &&
-                    each.mCurve->KeyGetTime(i - 1) <= pTimes.mStop) {
-                    jumps.push_back(each.mName);
-                    break;
-                }
+    return ChooseRotations(pTargets, [&](Glissa& pCurve) {
+        for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
+            if (StepBefore(pCurve, i) > kHalfTurn && pCurve.KeyGetTime(i) >= pTimes.mStart &&
+                pCurve.KeyGetTime(i - 1) <= pTimes.mStop) {
+                return true;
             }
         }
-    }
-    return jumps;
+        return false;
+    });
+}
+
+std::vector<std::string> FindReferencePose(const std::vector<FilterTarget>& pTargets,
+                                           const FilterTimes& pTimes)
+{
+    constexpr float kLeastStep = 5.0f;
+    constexpr float kTimesOthers = 3.0f;
+    return ChooseRotations(pTargets, [&](Glissa& pCurve) {
+        if (pCurve.KeyGetCount() < 3 || pCurve.KeyGetTime(0) < pTimes.mStart ||
+            pCurve.KeyGetTime(1) > pTimes.mStop) {
+            return false;
+        }
+        float others = 0.0f;
+        for (int i = 2; i < pCurve.KeyGetCount(); ++i) {
+            others = std::max(others, StepBefore(pCurve, i));
+        }
+        return StepBefore(pCurve, 1) > std::max(kTimesOthers * others, kLeastStep);
+    });
 }
 
 double CountSamples(const FilterSetup& pSetup, const std::vector<FilterTarget>& pTargets,

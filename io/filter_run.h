@@ -89,6 +89,12 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
 std::vector<std::string> FindAngleJumps(const std::vector<FilterTarget>& pTargets,
                                         const FilterTimes& pTimes);
 
+/// The curves of rotations whose first step, within a span, is more than three times any other one
+/// and above five degrees: clips often begin with a reference pose. By name, in the order of the
+/// targets.
+std::vector<std::string> FindReferencePose(const std::vector<FilterTarget>& pTargets,
+                                           const FilterTimes& pTimes);
+
 /// The most keys that a filter at even distances would make of all targets together, or the most
 /// samples that it would take of one curve, whichever is greater; about, and 0 for other filters.
 double CountSamples(const FilterSetup& pSetup, const std::vector<FilterTarget>& pTargets,

@@ -228,8 +228,9 @@ void CheckSamples(const FilterSetup& pSetup, double pSamples, const std::string&
     }
 }
 
-// Recorded angles that pass half a turn jump by a whole one, and smoothing rounds the jump off.
-void WarnOfJumps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTargets,
+// Steps that are no motion, and that smoothing rounds off: recorded angles that pass half a turn
+// jump by a whole one, and many clips begin with a reference pose.
+void WarnOfSteps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTargets,
                  const FilterTimes& pTimes, ClipReport& pReport)
 {
     if (!pEntry.mSignal) {
@@ -240,6 +241,13 @@ void WarnOfJumps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTa
         pReport.warnings.push_back(fmt::format(
             "{}: {} takes steps of more than 180 degrees for motion; run unroll first: {}",
             pReport.path, pEntry.mName, NamesText(jumps)));
+    }
+    const std::vector<std::string> poses = FindReferencePose(pTargets, pTimes);
+    if (!poses.empty()) {
+        pReport.warnings.push_back(fmt::format(
+            "{}: the first frame looks like a reference pose, which {} spreads over the motion; "
+            "leave it out with --from 1f: {}",
+            pReport.path, pEntry.mName, NamesText(poses)));
     }
 }
 
@@ -273,7 +281,7 @@ public:
             CheckSamples(mRecipe[i],
                          CountSamples(mRecipe[i], targets, times, clip.clip.mFramePeriod),
                          pJob.path);
-            WarnOfJumps(mRecipe[i].GetEntry(), targets, times, report);
+            WarnOfSteps(mRecipe[i].GetEntry(), targets, times, report);
             const auto start = std::chrono::steady_clock::now();
             StepReport step;
             step.filter = SetupText(mRecipe[i]);

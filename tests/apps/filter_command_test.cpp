@@ -204,6 +204,16 @@ TEST_F(Command, JumpsOfWholeTurnsInTheSpanAreNamed)
                   "A/R/X\n",
               Run(resample + Arguments{"--from", "2.5"}).err);
     OutputOf(resample + Arguments{"--to", "1.5"});
+    // Without the jump, and then with a reference pose.
+    std::string pose = ReadFile(At("jump.bvh"));
+    pose.replace(pose.find("-179"), 4, "179.");
+    pose.replace(pose.find("-170"), 4, "180.");
+    WriteFile(At("jump.bvh"), pose);
+    OutputOf(resample);
+    pose.replace(pose.find("0 170"), 5, "0 70.");
+    WriteFile(At("jump.bvh"), pose);
+    EXPECT_NE(std::string::npos, Run(resample).err.find("--from 1f: A/R/X\n"));
+    OutputOf(resample + Arguments{"--from", "1f"});
 }
 
 TEST_F(Command, AFineGridIsAllowedInAShortSpan)
