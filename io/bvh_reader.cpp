@@ -7,6 +7,7 @@
 
 #include "io/bvh_reader.h"
 
+#include "io/bvh_words.h"
 #include "io/frame_period.h"
 #include "io/text_file.h"
 #include "io/text_scanner.h"
@@ -19,22 +20,11 @@ namespace
 {
 constexpr int kMostChannels = 6;
 
-struct ChannelWord
-{
-    std::string_view mWord;
-    EClipChannel mChannel;
-};
-
-constexpr ChannelWord kChannelWords[] = {
-    {"Xposition", eClipPositionX}, {"Yposition", eClipPositionY}, {"Zposition", eClipPositionZ},
-    {"Xrotation", eClipRotationX}, {"Yrotation", eClipRotationY}, {"Zrotation", eClipRotationZ},
-};
-
 std::optional<EClipChannel> ChannelFromWord(std::string_view pWord)
 {
-    for (const ChannelWord& each : kChannelWords) {
-        if (TextScanner::SameText(each.mWord, pWord)) {
-            return each.mChannel;
+    for (int i = 0; i < kClipChannelKinds; ++i) {
+        if (TextScanner::SameText(kBvhChannelWords[i], pWord)) {
+            return static_cast<EClipChannel>(i);
         }
     }
     return std::nullopt;

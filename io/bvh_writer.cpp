@@ -6,6 +6,7 @@
 
 #include "io/bvh_writer.h"
 
+#include "io/bvh_words.h"
 #include "io/text_scanner.h"
 
 #include <charconv>
@@ -14,9 +15,6 @@
 
 namespace
 {
-constexpr const char* kChannelWords[kClipChannelKinds] = {"Xposition", "Yposition", "Zposition",
-                                                          "Xrotation", "Yrotation", "Zrotation"};
-
 bool IsLabel(const std::string& pText)
 {
     return pText.find_first_of("{\r\n") == std::string::npos &&
@@ -121,7 +119,7 @@ bool BvhFormatter::OpenJoint(int pJoint)
     mText += "CHANNELS " + std::to_string(joint.mChannels.size());
     for (const EClipChannel channel : joint.mChannels) {
         mText += ' ';
-        mText += kChannelWords[channel];
+        mText += kBvhChannelWords[channel];
     }
     mText += '\n';
     return true;
