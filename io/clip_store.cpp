@@ -88,26 +88,42 @@ double ShortestDouble(float pValue)
 Clip SampleClip(const Clip& pClip, const CurveClip& pCurves)
 {
     Clip sampled = pClip;
+    const std::vector<ClipCurve>& curves = pCurves.GetCurves();
     const auto channels = static_cast<std::size_t>(pClip.mChannelCount);
     sampled.mValues.assign(static_cast<std::size_t>(pClip.mFrameCount) * channels, 0.0);
+    std::vector<bool> isDone(channels, false);
     for (std::size_t channel = 0; channel < channels; ++channel) {
-        const ClipCurve& each = pCurves.GetCurves()[channel];
+        if (isDone[channel]) {
+            continue;
+        }
+        const ClipCurve& first = curves[channel];
         GlissaNode* const node = pCurves.GetNodes().GetTransform(
-            static_cast<std::size_t>(each.mJoint),
-            IsRotation(each.mChannel) ? KDataTypeLclRotation : KDataTypeLclTranslation);
+            static_cast<std::size_t>(first.mJoint),
+            IsRotation(first.mChannel) ? KDataTypeLclRotation : KDataTypeLclTranslation);
+        std::vector<std::size_t> together = {channel};
+        // A node with layers is blended as a whole: once for all its channels.
+        for (std::size_t i = channel + 1; node->LayerGet() && i < channels; ++i) {
+            if (curves[i].mJoint == first.mJoint &&
+                IsRotation(curves[i].mChannel) == IsRotation(first.mChannel)) {
+                together.push_back(i);
+                isDone[i] = true;
+            }
+        }
         int hint = 0;
         for (int frame = 0; frame < pClip.mFrameCount; ++frame) {
             const KTime time = pClip.GetTime(frame);
-            float value = 0.0f;
+            double blended[3] = {};
             if (node->LayerGet()) {
-                double blended[3] = {};
                 node->GeneralEvaluate(blended, time, &hint);
-                value = static_cast<float>(blended[ClipChannelAxis(each.mChannel)]);
             } else {
-                value = each.mCurve->Evaluate(time, &hint);
+                const float value = first.mCurve->Evaluate(time, &hint);
+                blended[ClipChannelAxis(first.mChannel)] = static_cast<double>(value);
             }
-            sampled.mValues[static_cast<std::size_t>(frame) * channels + channel] =
-                ShortestDouble(value);
+            for (const std::size_t i : together) {
+                const double value = blended[ClipChannelAxis(curves[i].mChannel)];
+                sampled.mValues[static_cast<std::size_t>(frame) * channels + i] =
+                    ShortestDouble(static_cast<float>(value));
+            }
         }
     }
     return sampled;
