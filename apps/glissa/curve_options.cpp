@@ -16,13 +16,12 @@ void CurveOptions::AddTo(CLI::App& pCommand)
         "--layers", layers,
         "Add the contribution of each layer to the blend: its values times its weight");
     span.AddTo(pCommand);
-    pCommand
-        .add_option("--pre", before,
-                    "Extrapolation before the first key: none, constant, repeat, mirror, slope or "
-                    "relative, with :COUNT repetitions (mirror:2); default: without end")
-        ->type_name("MODE[:COUNT]");
-    pCommand.add_option("--post", after, "Extrapolation after the last key, in the same form")
-        ->type_name("MODE[:COUNT]");
+    AddTextOption(pCommand, "--pre", before,
+                  "Extrapolation before the first key: none, constant, repeat, mirror, slope or "
+                  "relative, with :COUNT repetitions (mirror:2); default: without end",
+                  "MODE[:COUNT]");
+    AddTextOption(pCommand, "--post", after, "Extrapolation after the last key, in the same form",
+                  "MODE[:COUNT]");
     AddOutputOption(pCommand, output);
 }
 

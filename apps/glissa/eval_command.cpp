@@ -83,13 +83,11 @@ void AddEvalCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("eval", "Evaluate curves or nodes at a constant rate, as CSV or JSON");
     options->curves.AddTo(*command);
-    command
-        ->add_option("--rate", options->rate,
-                     "Samples per second (240, 29.97, 30000/1001); default: the rate of the clip")
-        ->type_name("RATE");
-    command->add_option("--format", options->format, "csv (default) or json")
-        ->check(CLI::IsMember({"csv", "json"}))
-        ->type_name("FORMAT");
+    AddTextOption(*command, "--rate", options->rate,
+                  "Samples per second (240, 29.97, 30000/1001); default: the rate of the clip",
+                  "RATE");
+    AddChoiceOption(*command, "--format", options->format, "csv (default) or json", "FORMAT",
+                    {"csv", "json"});
     command->add_flag("--slope", options->slopes,
                       "Add the left and right slope at each time, in units per second");
     command->footer(

@@ -482,47 +482,37 @@ void AddFilterCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("filter", "Clean, smooth, reduce and resample the curves of clips");
     command->add_option("CLIP", options->clips, "Clips to read (BVH or .glissa)");
-    command
-        ->add_option("-f,--apply", options->filters,
-                     "Filter to run, with its parameters; several run in the order given")
-        ->allow_extra_args(false)
-        ->type_name("FILTER[:NAME=VALUE,...]");
-    command
-        ->add_option("--recipe", options->recipe,
-                     "JSON file with the filters to run; --list --format json writes a template")
-        ->type_name("FILE");
+    AddTextOption(*command, "-f,--apply", options->filters,
+                  "Filter to run, with its parameters; several run in the order given",
+                  "FILTER[:NAME=VALUE,...]");
+    AddTextOption(*command, "--recipe", options->recipe,
+                  "JSON file with the filters to run; --list --format json writes a template",
+                  "FILE");
     command->add_flag("--list", options->list, "Describe every filter and its parameters");
     AddPatternOption(*command, "-c,--curve", options->curves,
                      "Curve to filter: Hips/R/X; all curves without it");
     AddPatternOption(*command, "-n,--node", options->nodes, "Node whose curves to filter: Hips/R");
     options->span.AddTo(*command);
-    command
-        ->add_option("-o,--output", options->output,
-                     "File to write, complete or not at all; - for standard output, the report "
-                     "then goes to standard error")
-        ->type_name("FILE");
-    command
-        ->add_option("--out-dir", options->folder,
-                     "Folder for the filtered clips, each under its own name")
-        ->check(CLI::ExistingDirectory)
-        ->type_name("FOLDER");
-    command
-        ->add_option("--write", options->clipFormat,
-                     "Kind of clip to write, glissa or bvh (sampled at the frames); without it "
-                     "the suffix of --output decides, and --out-dir gets glissa")
-        ->check(CLI::IsMember({"bvh", "glissa"}))
-        ->type_name("KIND");
+    AddTextOption(*command, "-o,--output", options->output,
+                  "File to write, complete or not at all; - for standard output, the report "
+                  "then goes to standard error",
+                  "FILE");
+    AddTextOption(*command, "--out-dir", options->folder,
+                  "Folder for the filtered clips, each under its own name", "FOLDER")
+        ->check(CLI::ExistingDirectory);
+    AddChoiceOption(*command, "--write", options->clipFormat,
+                    "Kind of clip to write, glissa or bvh (sampled at the frames); without it "
+                    "the suffix of --output decides, and --out-dir gets glissa",
+                    "KIND", {"bvh", "glissa"});
     command->add_flag("--dry-run", options->dryRun, "Report only, write nothing");
     command->add_flag("--resume", options->resume,
                       "Skip clips whose output is newer than the clip and the recipe");
     command->add_option("-j,--jobs", options->jobs, "Clips to work on at the same time")
         ->check(CLI::Range(1, kMostGuards))
         ->type_name("N");
-    command
-        ->add_option("--format", options->format,
-                     "Form of the report and of --list: text (the default) or json")
-        ->check(CLI::IsMember({"text", "json"}))
-        ->type_name("FORMAT");
+    AddChoiceOption(*command, "--format", options->format,
+                    "Form of the report and of --list: text (the default) or json", "FORMAT",
+                    {"text", "json"});
     command->footer(
         "Exit status 1 if a filter is refused by every curve, or a clip fails; the other clips are "
         "written.\n"

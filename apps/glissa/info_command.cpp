@@ -222,9 +222,8 @@ void AddInfoCommand(CLI::App& pApp, Action& pAction)
     command->add_flag("--list", options->list, "Add a line for each curve");
     command->add_flag("--tree", options->tree, "Add the nodes with their curves and layers");
     command->add_flag("--bench", options->bench, "Measure the evaluation of all curves");
-    command->add_option("--format", options->format, "text (default) or json")
-        ->check(CLI::IsMember({"text", "json"}))
-        ->type_name("FORMAT");
+    AddChoiceOption(*command, "--format", options->format, "text (default) or json", "FORMAT",
+                    {"text", "json"});
     AddOutputOption(*command, options->output);
     command->footer("Examples:\n"
                     "  glissa info clip.bvh\n"

@@ -361,26 +361,23 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
     command->add_flag("-a,--all", options->all, "Edit all curves");
     AddPatternOption(*command, "-n,--node", options->nodes,
                      "Node whose channels get a key: Spine/R");
-    command->add_option("--at", options->at, "Time of the key of the node")->type_name("TIME");
-    command
-        ->add_option("--total", options->total,
-                     "Values of the node at this time, all layers blended: 10,0,5; default: its "
-                     "present values")
-        ->type_name("NUMBERS");
-    command->add_option("--layer", options->layer, "Layer of the key: its name, or base (default)")
-        ->type_name("LAYER");
-    const auto list = [&](const char* pName, std::vector<std::string>& pValues, const char* pHelp,
-                          const char* pType) {
-        command->add_option(pName, pValues, pHelp)->allow_extra_args(false)->type_name(pType);
-    };
-    list("--insert", options->inserts, "Add a key without changing the shape of the curve", "TIME");
-    list("--remove", options->removes, "Remove a key, or all keys of a span, ends included",
-         "TIME[..TIME]");
-    list("--move", options->moves, "Move a key in time", "FROM=TO");
-    list("--tangent", options->tangents,
-         "Set the shape of all keys, or of those in a span: auto, clamp, progressive, user, tcb, "
-         "linear, constant",
-         "KIND[@TIME[..TIME]]");
+    AddTextOption(*command, "--at", options->at, "Time of the key of the node", "TIME");
+    AddTextOption(*command, "--total", options->total,
+                  "Values of the node at this time, all layers blended: 10,0,5; default: its "
+                  "present values",
+                  "NUMBERS");
+    AddTextOption(*command, "--layer", options->layer,
+                  "Layer of the key: its name, or base (default)", "LAYER");
+    AddTextOption(*command, "--insert", options->inserts,
+                  "Add a key without changing the shape of the curve", "TIME");
+    AddTextOption(*command, "--remove", options->removes,
+                  "Remove a key, or all keys of a span, ends included", "TIME[..TIME]");
+    AddTextOption(*command, "--move", options->moves, "Move a key in time", "FROM=TO");
+    AddTextOption(
+        *command, "--tangent", options->tangents,
+        "Set the shape of all keys, or of those in a span: auto, clamp, progressive, user, tcb, "
+        "linear, constant",
+        "KIND[@TIME[..TIME]]");
     AddFrameRateOption(*command, options->framesASecond);
     AddClipOutputOptions(*command, options->output, options->format, true);
     command->footer("Examples:\n"

@@ -189,31 +189,25 @@ void AddLayerCommand(CLI::App& pApp, Action& pAction)
         pApp.add_subcommand("layer", "Add, remove, mute, lock and list the layers of a clip");
     AddClipArgument(*command, options->path);
     command->add_flag("--list", options->list, "List the layers");
-    command->add_option("--add", options->add, "Add a layer without keys above the others")
-        ->type_name("NAME");
-    command
-        ->add_option("--mode", options->mode,
-                     "Blending of the new layer: additive (default), override or passthrough")
-        ->check(CLI::IsMember({"additive", "override", "passthrough"}))
-        ->type_name("MODE");
+    AddTextOption(*command, "--add", options->add, "Add a layer without keys above the others",
+                  "NAME");
+    AddChoiceOption(*command, "--mode", options->mode,
+                    "Blending of the new layer: additive (default), override or passthrough",
+                    "MODE", {"additive", "override", "passthrough"});
     command->add_option("--weight", options->weight, "Weight of the new layer, 0 to 1; default: 1")
         ->type_name("W");
-    command
-        ->add_option("--rotation", options->rotation,
-                     "Blend rotations as rotations (layer, default) or each angle as a number "
-                     "(channel)")
-        ->check(CLI::IsMember({"layer", "channel"}))
-        ->type_name("HOW");
+    AddChoiceOption(*command, "--rotation", options->rotation,
+                    "Blend rotations as rotations (layer, default) or each angle as a number "
+                    "(channel)",
+                    "HOW", {"layer", "channel"});
     AddPatternOption(*command, "-n,--node", options->nodes,
                      "Node of the new layer: Hips/R, */T; default: all nodes");
-    const auto named = [&](const char* pName, std::string& pText, const char* pHelp) {
-        command->add_option(pName, pText, pHelp)->type_name("NAME");
-    };
-    named("--remove", options->remove, "Remove a layer with its keys; a locked one is refused");
-    named("--mute", options->mute, "Exclude a layer from the blend");
-    named("--unmute", options->unmute, "Undo --mute");
-    named("--lock", options->lock, "Protect a layer from edits");
-    named("--unlock", options->unlock, "Undo --lock");
+    AddTextOption(*command, "--remove", options->remove,
+                  "Remove a layer with its keys; a locked one is refused", "NAME");
+    AddTextOption(*command, "--mute", options->mute, "Exclude a layer from the blend", "NAME");
+    AddTextOption(*command, "--unmute", options->unmute, "Undo --mute", "NAME");
+    AddTextOption(*command, "--lock", options->lock, "Protect a layer from edits", "NAME");
+    AddTextOption(*command, "--unlock", options->unlock, "Undo --lock", "NAME");
     AddClipOutputOptions(*command, options->output, options->format, false);
     command->footer("Examples:\n"
                     "  glissa layer clip.glissa --add bow --mode additive --weight 0.5 --node "

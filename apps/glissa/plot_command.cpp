@@ -291,23 +291,18 @@ void AddPlotCommand(CLI::App& pApp, Action& pAction)
         pApp.add_subcommand("plot", "Draw curves or nodes over time, as PNG, SVG or PDF");
     options->curves.AddTo(*command);
     command->add_flag("--tangents", options->tangents, "Draw the handles of the tangents");
-    command
-        ->add_option("--against", options->against,
-                     "A second clip: draws both, the first one pale, and the differences below")
-        ->type_name("CLIP");
-    command
-        ->add_option("--size", options->size,
-                     "Size in pixels; default: 1000x500, with --against 1000x700")
-        ->type_name("WxH");
-    command->add_option("--title", options->title, "Title; default: the file name of the clip")
-        ->type_name("TEXT");
+    AddTextOption(*command, "--against", options->against,
+                  "A second clip: draws both, the first one pale, and the differences below",
+                  "CLIP");
+    AddTextOption(*command, "--size", options->size,
+                  "Size in pixels; default: 1000x500, with --against 1000x700", "WxH");
+    AddTextOption(*command, "--title", options->title, "Title; default: the file name of the clip",
+                  "TEXT");
     command->add_flag("--frames", options->frames,
                       "Time axis in frames, at the rate of the clip or of --fps");
-    command
-        ->add_option("--format", options->format,
-                     "png, svg or pdf; default: the suffix of the file, svg for standard output")
-        ->check(CLI::IsMember({"png", "svg", "pdf"}))
-        ->type_name("FORMAT");
+    AddChoiceOption(*command, "--format", options->format,
+                    "png, svg or pdf; default: the suffix of the file, svg for standard output",
+                    "FORMAT", {"png", "svg", "pdf"});
     command->footer("Examples:\n"
                     "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
                     "  glissa plot clip.bvh --curve '*Leg/R/X' --frames --from 24f --to 48f -o "

@@ -94,9 +94,8 @@ void AddPoseCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("pose", "Show the values of all nodes at one time, layers blended");
     AddClipArgument(*command, options->path);
-    command->add_option("--at", options->at, "Time, in seconds (1.25) or frames (37f)")
-        ->required()
-        ->type_name("TIME");
+    AddTextOption(*command, "--at", options->at, "Time, in seconds (1.25) or frames (37f)", "TIME")
+        ->required();
     AddPatternOption(*command, "-n,--node", options->nodes, "Node: Hips/R; default: all nodes");
     command->add_flag("--json", options->json, "Write JSON, with all digits");
     AddFrameRateOption(*command, options->framesASecond);

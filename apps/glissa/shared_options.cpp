@@ -16,51 +16,59 @@ void AddClipArgument(CLI::App& pCommand, std::string& pPath)
 
 void AddOutputOption(CLI::App& pCommand, std::string& pPath)
 {
-    pCommand
-        .add_option("-o,--output", pPath,
-                    "File to write, completely or not at all; default: standard output")
-        ->type_name("FILE");
+    AddTextOption(pCommand, "-o,--output", pPath,
+                  "File to write, completely or not at all; default: standard output", "FILE");
 }
 
 void AddClipOutputOptions(CLI::App& pCommand, std::string& pPath, std::string& pFormat,
                           bool pIsRequired)
 {
-    pCommand
-        .add_option("-o,--output", pPath,
-                    "File to write, not the one that is read; - for standard output")
-        ->required(pIsRequired)
-        ->type_name("FILE");
+    AddTextOption(pCommand, "-o,--output", pPath,
+                  "File to write, not the one that is read; - for standard output", "FILE")
+        ->required(pIsRequired);
     AddClipFormatOption(pCommand, pFormat);
 }
 
 void AddClipFormatOption(CLI::App& pCommand, std::string& pFormat)
 {
-    pCommand
-        .add_option(
-            "--format", pFormat,
-            "glissa, or bvh (values with all layers blended); default: the suffix of the file")
-        ->check(CLI::IsMember({"bvh", "glissa"}))
-        ->type_name("FORMAT");
+    AddChoiceOption(
+        pCommand, "--format", pFormat,
+        "glissa, or bvh (values with all layers blended); default: the suffix of the file",
+        "FORMAT", {"bvh", "glissa"});
+}
+
+CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::string& pText,
+                           const char* pHelp, const char* pType)
+{
+    return pCommand.add_option(pName, pText, pHelp)->type_name(pType);
+}
+
+CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::vector<std::string>& pTexts,
+                           const char* pHelp, const char* pType)
+{
+    return pCommand.add_option(pName, pTexts, pHelp)->allow_extra_args(false)->type_name(pType);
+}
+
+CLI::Option* AddChoiceOption(CLI::App& pCommand, const char* pName, std::string& pText,
+                             const char* pHelp, const char* pType,
+                             const std::vector<std::string>& pWords)
+{
+    return AddTextOption(pCommand, pName, pText, pHelp, pType)->check(CLI::IsMember(pWords));
 }
 
 CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                               std::vector<std::string>& pPatterns, const char* pHelp)
 {
-    return pCommand
-        .add_option(pName, pPatterns,
-                    std::string(pHelp) +
-                        ". * matches any characters, ? one character. May be repeated")
-        ->allow_extra_args(false)
-        ->type_name("NAME");
+    const std::string help =
+        std::string(pHelp) + ". * matches any characters, ? one character. May be repeated";
+    return AddTextOption(pCommand, pName, pPatterns, help.c_str(), "NAME");
 }
 
 void SpanOptions::AddTo(CLI::App& pCommand)
 {
-    pCommand
-        .add_option("--from", from,
-                    "First time, in seconds (1.25) or frames (37f); default: the first key")
-        ->type_name("TIME");
-    pCommand.add_option("--to", to, "Last time; default: the last key")->type_name("TIME");
+    AddTextOption(pCommand, "--from", from,
+                  "First time, in seconds (1.25) or frames (37f); default: the first key", "TIME");
+    AddTextOption(pCommand, "--to", to, "Last time; default: the last key", "TIME");
     AddFrameRateOption(pCommand, framesASecond);
 }
 
@@ -104,10 +112,8 @@ TimeSpan SpanOptions::At(const TimeSpan& pDefault, double pClipRate) const
 
 void AddFrameRateOption(CLI::App& pCommand, std::string& pText)
 {
-    pCommand
-        .add_option("--fps", pText,
-                    "Frames per second, for times in frames; default: the rate of the clip")
-        ->type_name("RATE");
+    AddTextOption(pCommand, "--fps", pText,
+                  "Frames per second, for times in frames; default: the rate of the clip", "RATE");
 }
 
 std::optional<double> FrameRateOf(const std::string& pText)

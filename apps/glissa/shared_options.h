@@ -24,6 +24,17 @@ void AddClipOutputOptions(CLI::App& pCommand, std::string& pPath, std::string& p
 /// --format alone, for a clip: bvh or glissa.
 void AddClipFormatOption(CLI::App& pCommand, std::string& pFormat);
 
+/// An option with a text. pType  what stands for the text in the help: "TIME".
+CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::string& pText,
+                           const char* pHelp, const char* pType);
+/// The same for an option that may be repeated.
+CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::vector<std::string>& pTexts,
+                           const char* pHelp, const char* pType);
+/// An option with one of some words.
+CLI::Option* AddChoiceOption(CLI::App& pCommand, const char* pName, std::string& pText,
+                             const char* pHelp, const char* pType,
+                             const std::vector<std::string>& pWords);
+
 /// An option that takes a pattern and may be repeated: "-n,--node".
 CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                               std::vector<std::string>& pPatterns, const char* pHelp);
