@@ -25,7 +25,7 @@ struct DumpOptions
 {
     std::string path;
     std::string output;
-    bool json = false;
+    std::string format;
 };
 
 std::string QuotedText(std::string_view pText)
@@ -190,7 +190,7 @@ void RunDump(const DumpOptions& pOptions)
     KTdf tdf;
     LoadDocument(pOptions.path, tdf);
     Output output(pOptions.output, pOptions.path);
-    Dump(tdf, output, pOptions.json).Write();
+    Dump(tdf, output, pOptions.format == "json").Write();
     output.Commit();
 }
 }  // namespace
@@ -201,7 +201,7 @@ void AddDumpCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("dump", "Show all fields and values of a .glissa file");
     AddClipArgument(*command, options->path);
-    command->add_flag("--json", options->json, "As JSON");
+    AddJsonOptions(*command, options->format);
     AddOutputOption(*command, options->output);
     command->footer("Examples:\n"
                     "  glissa dump clip.glissa\n"

@@ -21,7 +21,7 @@ struct PoseOptions
     std::vector<std::string> nodes;
     std::string framesASecond;
     std::string output;
-    bool json = false;
+    std::string format;
 };
 
 struct PoseRow
@@ -84,7 +84,8 @@ void RunPose(const PoseOptions& pOptions)
         rows.push_back(std::move(row));
     }
     WriteOutput(pOptions.output, pOptions.path,
-                pOptions.json ? JsonReportText(Describe(clip.path, time, rows)) : AsText(rows));
+                pOptions.format == "json" ? JsonReportText(Describe(clip.path, time, rows))
+                                          : AsText(rows));
 }
 }  // namespace
 
@@ -97,7 +98,7 @@ void AddPoseCommand(CLI::App& pApp, Action& pAction)
     AddTextOption(*command, "--at", options->at, "Time, in seconds (1.25) or frames (37f)", "TIME")
         ->required();
     AddPatternOption(*command, "-n,--node", options->nodes, "Node: Hips/R; default: all nodes");
-    command->add_flag("--json", options->json, "Write JSON, with all digits");
+    AddJsonOptions(*command, options->format);
     AddFrameRateOption(*command, options->framesASecond);
     AddOutputOption(*command, options->output);
     command->footer("Examples:\n"

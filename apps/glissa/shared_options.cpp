@@ -56,6 +56,17 @@ CLI::Option* AddChoiceOption(CLI::App& pCommand, const char* pName, std::string&
     return AddTextOption(pCommand, pName, pText, pHelp, pType)->check(CLI::IsMember(pWords));
 }
 
+void AddJsonOptions(CLI::App& pCommand, std::string& pFormat)
+{
+    CLI::Option* const format =
+        AddChoiceOption(pCommand, "--format", pFormat, "text (default) or json, with all digits",
+                        "FORMAT", {"text", "json"});
+    pCommand
+        .add_flag_callback(
+            "--json", [&pFormat] { pFormat = "json"; }, "The same as --format json")
+        ->excludes(format);
+}
+
 CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                               std::vector<std::string>& pPatterns, const char* pHelp)
 {

@@ -35,6 +35,9 @@ CLI::Option* AddChoiceOption(CLI::App& pCommand, const char* pName, std::string&
                              const char* pHelp, const char* pType,
                              const std::vector<std::string>& pWords);
 
+/// --format text or json, and --json, which is the same as --format json.
+void AddJsonOptions(CLI::App& pCommand, std::string& pFormat);
+
 /// An option that takes a pattern and may be repeated: "-n,--node".
 CLI::Option* AddPatternOption(CLI::App& pCommand, const char* pName,
                               std::vector<std::string>& pPatterns, const char* pHelp);

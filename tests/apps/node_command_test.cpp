@@ -100,8 +100,8 @@ TEST_F(NodeCommand, APoseHasTheValuesOfEachNode)
               OutputOf({"pose", mClip, "--at", "0.25"}));
     Edit({"layer", "--add", "Shift", "--node", "*/T"});
     Edit({"key", "--node", "Hips/T", "--at", "0.5", "--total", "10.1,20,30", "--layer", "Shift"});
-    const auto pose = nlohmann::json::parse(
-        OutputOf({"pose", mClip, "--at", "1f", "--node", "*/T", "--node", "Hips/R", "--json"}));
+    const auto pose = nlohmann::json::parse(OutputOf(
+        {"pose", mClip, "--at", "1f", "--node", "*/T", "--node", "Hips/R", "--format", "json"}));
     EXPECT_EQ(0.5, pose["time"]);
     const nlohmann::json expected = {{"name", "Hips/R"},
                                      {"type", "Lcl Rotation"},
