@@ -377,7 +377,8 @@ std::vector<FilterEntry> MakeTable()
          true,
          {Parameter<Peak, &Peak::GetValueTolerance, &Peak::SetValueTolerance>(
               "value", "", kNotNegative,
-              "how many times the mean squared spread of slopes a spike exceeds"),
+              "how many times the mean squared spread of slopes a spike exceeds; lower finds more, "
+              "start at 4"),
           Parameter<Peak, &Peak::GetTimeTolerance, &Peak::SetTimeTolerance>(
               "time", "", {0.0, 1e6},
               "how far a key looks: the square root of this, in mean distances of keys")},
