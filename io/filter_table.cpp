@@ -371,7 +371,7 @@ std::vector<FilterEntry> MakeTable()
          &SetSpan},
         {"unspike",
          "Puts keys that stick out on the line between their neighbours",
-         "Every key of the span becomes automatic. A peak at the first or last key stays.",
+         "Every key of the span becomes automatic. A peak at the first or last key is kept.",
          FilterScope::curve,
          FilterSpan::inward,
          true,
@@ -466,7 +466,7 @@ std::vector<FilterEntry> MakeTable()
          &MakeReducer,
          &SetSpan},
         {"constant",
-         "Removes keys where the curve stays the same",
+         "Removes keys where the curve has the same value",
          "A flat beginning or end is removed too, and so is the only key of a curve (unless "
          "keepone is on).",
          FilterScope::leaf,
@@ -500,7 +500,7 @@ std::vector<FilterEntry> MakeTable()
          &SetSpan},
         {"frames",
          "Moves keys to the nearest whole period",
-         "A key that would reach another one stays where it is, and so does a last key that would "
+         "A key that would reach another one is not moved, and neither is a last key that would "
          "move up. No key is taken away: resample has fewer keys.",
          FilterScope::curve,
          FilterSpan::inward,
@@ -536,7 +536,7 @@ std::vector<FilterEntry> MakeTable()
          &SetSpan},
         {"scale",
          "Multiplies the values by a factor",
-         "Slopes of user tangents stay unless tangents is on.",
+         "Slopes of user tangents are not multiplied unless tangents is on.",
          FilterScope::curve,
          FilterSpan::outward,
          false,
@@ -549,7 +549,7 @@ std::vector<FilterEntry> MakeTable()
          &SetSpan},
         {"inverse",
          "Mirrors the values: a top less the value",
-         "Slopes of user tangents stay: in the mirrored curve they have the wrong sign.",
+         "Slopes of user tangents are kept: in the mirrored curve they have the wrong sign.",
          FilterScope::curve,
          FilterSpan::outward,
          false,
@@ -586,7 +586,7 @@ std::vector<FilterEntry> MakeTable()
          true},
         {"timeclamp",
          "Removes the keys strictly between two times",
-         "It removes what lies between them, not what lies outside. Without one of the two, from "
+         "It removes the keys between them, not those outside. Without one of the two, from "
          "the first or up to the last key.",
          FilterScope::curve,
          FilterSpan::none,
@@ -600,7 +600,8 @@ std::vector<FilterEntry> MakeTable()
          true},
         {"retime",
          "Shifts all keys in time, then scales their times around 0 seconds",
-         "Slopes stay units a second, so curves with user tangents change their shape when they "
+         "Slopes are units a second and are kept, so curves with user tangents change their shape "
+         "when they "
          "are scaled.",
          FilterScope::curve,
          FilterSpan::none,
