@@ -232,6 +232,7 @@ TEST(NodeTree, LetsTheChildrenOfAContainerLive)
     const NodePtr other = MakeNode("Other");
     other->SetContainerType(8);
     std::vector<GlissaNode*> holders = {container.get(), other.get(), taker.get()};
+    std::ranges::sort(holders);  // the first permutation
     do {
         child = MakeNode("Y").release();
         for (GlissaNode* const holder : holders) {
