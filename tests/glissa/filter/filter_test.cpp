@@ -5,7 +5,6 @@
 
 #include "glissa/filter/curve_filter.h"
 #include "glissa/filter/data_filter.h"
-#include "glissa/filter/offset.h"
 #include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
 
@@ -55,27 +54,6 @@ TEST_F(FilterFrame, TheWalkVisitsUnlockedCurvesAndTheNodeItselfLast)
     EXPECT_TRUE(probe.Apply(mixed, -1));
     EXPECT_EQ(7u, probe.mSeen.size());
     EXPECT_EQ(7, probe.GetLastErrorID());
-}
-
-TEST_F(FilterFrame, ACopyTakesNameSpanErrorAndParameters)
-{
-    GlissaFilterOffset filter;
-    filter.SetObjectName("mine");
-    filter.SetOffset(2.5);
-    filter.SetStartTime(KTime(3));
-    filter.GetError().SetLastErrorID(eFilterNoKey);
-    GlissaFilterOffset copy(filter);
-    GlissaFilterOffset assigned;
-    assigned = copy;
-    EXPECT_STREQ("Filter Offset", assigned.GetName());
-    EXPECT_STREQ("mine", assigned.GetObjectName());
-    EXPECT_EQ(2.5, assigned.GetOffset());
-    EXPECT_EQ(KTime(3), assigned.GetStartTime());
-    EXPECT_STREQ("No key", assigned.GetLastErrorString());
-    EXPECT_TRUE(copy.Is(GlissaFilterOffset::ClassId) && copy.Is(GlissaFilter::ClassId) &&
-                copy.Is(KObject::ClassId) && !copy.Is(KDataFilterBase::ClassId));
-    EXPECT_STREQ("GlissaFilterOffset", copy.GetClassIdName());
-    EXPECT_EQ(&GlissaFilter::ClassDefinition, copy.GetClassDefinition()->GetParent());
 }
 
 struct RatedFilter : KDataFilterBase
