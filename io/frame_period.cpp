@@ -3,6 +3,8 @@
 
 #include "io/frame_period.h"
 
+#include "corvekit/math/elementary.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -65,7 +67,7 @@ Digits ReadDigits(std::string_view pText)
             break;
         }
     }
-    digits.mUnit = std::pow(10.0, static_cast<double>(lastPlace) + exponent);
+    digits.mUnit = KgePower(10.0, static_cast<double>(lastPlace) + exponent);
     return digits;
 }
 
