@@ -184,6 +184,12 @@ bool GlissaFilterGimbleKiller::Apply(GlissaNode& pNode, bool)
     if (mApplyKeySyncFilter) {
         SyncRotation(curves, GetStartTime(), GetStopTime());
     }
+    const KTimeSpan keys(curves[0]->KeyGetTime(0),
+                         curves[0]->KeyGetTime(curves[0]->KeyGetCount() - 1));
+    if (GetStartTime() >= GetStopTime() || keys.GetStop() < GetStartTime() ||
+        keys.GetStart() > GetStopTime()) {
+        return true;  // a span outside the keys
+    }
     const int first = GetStartKey(*curves[0]);
     const int last = GetStopKey(*curves[0]);
     Repaired repaired(curves, first, last - first + 1, KVdRotationOrder(pNode.GetRotationOrder()));
@@ -192,6 +198,7 @@ bool GlissaFilterGimbleKiller::Apply(GlissaNode& pNode, bool)
     }
     const NodeHolder result(pNode.CloneTemplate(false, false, false, GlissaLayerInfo::Invalid));
     repaired.MoveTo(*result);
+    const KeptDefaults kept(curves);
     pNode.Replace(result.get(), GetStartTime(), GetStopTime(), false, true, KTime());
     return true;
 }

@@ -6,6 +6,7 @@
 
 #include "glissa/filter/gimble_killer2.h"
 
+#include "corvekit/event/operation.h"
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/rotation_curves.h"
@@ -184,6 +185,8 @@ bool GlissaFilterGimbleKiller2::Apply(GlissaNode& pNode, bool)
         GetError().SetLastErrorID(kNotThreeCurves);
         return false;
     }
+    const KOperation
+        operation;  // listeners may destroy the filter: they are called after the scope
     const ValueScope<int> order(mRotationOrder, pNode.GetRotationOrder());
     return Apply(curves, kRotationAxes);
 }

@@ -3,6 +3,7 @@
 
 #include "glissa/filter/roll.h"
 
+#include "corvekit/event/operation.h"
 #include "corvekit/math/rotation_order.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/rotation_curves.h"
@@ -110,6 +111,8 @@ bool GlissaFilterRoll::Apply(GlissaNode& pNode, bool)
     if (!IsNamedRotation(pNode) || !FindRotationCurves(pNode, curves)) {
         return RefuseCurves();
     }
+    const KOperation
+        operation;  // listeners may destroy the filter: they are called after the scope
     const ValueScope<int> order(mRotationOrder, pNode.GetRotationOrder());
     return Apply(curves, kRotationAxes);
 }

@@ -181,12 +181,11 @@ void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues
 }
 
 KeptDefaults::KeptDefaults(Glissa* const* pCurves)
-{
-    for (int i = 0; i < kRotationAxes; ++i) {
-        mCurves[i] = pCurves[i];
-        mValues[i] = pCurves[i]->GetValue();
-    }
-}
+    : mCurves{pCurves[0], pCurves[1], pCurves[2]},
+      mValues{pCurves[0]->GetValue(), pCurves[1]->GetValue(), pCurves[2]->GetValue()},
+      mBrackets{KeyModifyBracket(*pCurves[0]), KeyModifyBracket(*pCurves[1]),
+                KeyModifyBracket(*pCurves[2])}
+{}
 
 KeptDefaults::~KeptDefaults()
 {

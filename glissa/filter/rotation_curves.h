@@ -6,6 +6,7 @@
 #include "corvekit/event/operation.h"
 #include "corvekit/math/vector.h"
 #include "corvekit/time.h"
+#include "glissa/curve/modify_bracket.h"
 
 class Glissa;
 class GlissaNode;
@@ -62,6 +63,7 @@ public:
 private:
     Glissa* mCurves[kRotationAxes];
     float mValues[kRotationAxes];
+    KeyModifyBracket mBrackets[kRotationAxes];  // what is put back is part of the one event
 };
 
 /// A rotation node "R" with the children "X", "Y" and "Z" that holds three curves for as long as it

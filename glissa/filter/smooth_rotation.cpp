@@ -69,10 +69,10 @@ void AddKeyAtStop(Glissa* const* pCurves, KTime pStop, const KgeRVector& pAngles
     }
 }
 
-void SetSpan(GlissaFilter& pFilter, const GlissaFilter& pSource)
+void SetSpan(GlissaFilter& pFilter, const KTimeSpan& pSpan)
 {
-    pFilter.SetStartTime(pSource.GetStartTime());
-    pFilter.SetStopTime(pSource.GetStopTime());
+    pFilter.SetStartTime(pSpan.GetStart());
+    pFilter.SetStopTime(pSpan.GetStop());
 }
 }  // namespace
 
@@ -87,11 +87,12 @@ bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode& pNode)
         return Refuse(0, "FCurve Smooth, The window has more than 100000 samples.");
     }
     const KTime period = GLISSA_GetPlotPeriod();
+    // What is smoothed lies between keys of the node itself: the span may be that of a longer one.
     const KTimeSpan span = SpanOfKeys(curves, kRotationAxes, GetStartTime(), GetStopTime());
     if (!(span.GetStart() < span.GetStop())) {
         return true;
     }
-    if (SampleGrid(GetStartTime(), GetStopTime(), period).count == 0) {
+    if (SampleGrid(span.GetStart(), span.GetStop(), period).count == 0) {
         return Refuse(0, "FCurve Smooth, The plot period is out of range.");
     }
     const KOperation operation;
@@ -106,7 +107,7 @@ bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode& pNode)
     Glissa* copies[kRotationAxes];
     FindRotationCurves(*copy, copies);
     GlissaFilterResample resample;
-    SetSpan(resample, *this);
+    SetSpan(resample, span);
     resample.SetPeriodTime(period);
     resample.SetKeysOnFrame(true);
     resample.Apply(*copy, true);
@@ -115,7 +116,7 @@ bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode& pNode)
     }
     copy->SetRotationOrder(0);
     GlissaFilterEulerToQuat toQuaternion;
-    SetSpan(toQuaternion, *this);
+    SetSpan(toQuaternion, span);
     toQuaternion.SetFramePeriod(period);
     // Otherwise the copy would still be a rotation of three curves, which comes here again.
     if (!toQuaternion.Apply(*copy, true)) {
@@ -123,7 +124,7 @@ bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode& pNode)
     }
     Apply(*copy, true);
     GlissaFilterQuatToEuler toEuler;
-    SetSpan(toEuler, *this);
+    SetSpan(toEuler, span);
     toEuler.SetFramePeriod(period);
     toEuler.Apply(*copy, true);
     if (order != 0) {
@@ -132,6 +133,6 @@ bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode& pNode)
     copy->SetRotationOrder(order);
     AddKeyAtStop(copies, span.GetStop(), atStop, order);
     const KeptDefaults kept(curves);
-    pNode.Replace(copy.get(), GetStartTime(), GetStopTime(), false, true, KTime());
+    pNode.Replace(copy.get(), span.GetStart(), span.GetStop(), false, true, KTime());
     return true;
 }

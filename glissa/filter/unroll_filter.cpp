@@ -136,6 +136,9 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         isChanged = UnrollKeys(curves, first, last, rules) || isChanged;
     }
     if (isChanged) {
+        Glissa* own[kRotationAxes];
+        FindRotationCurves(*pNode, own);
+        const KeptDefaults kept(own);
         pNode->Replace(clone.get(), GetStartTime(), GetStopTime(), false, true, KTime());
     }
     return true;

@@ -298,6 +298,19 @@ TEST_F(RotationRepair, GimbalKillerPutsKeysWhereAnglesAreFarApart)
     }
 }
 
+TEST_F(RotationRepair, ASpanWithoutKeysStaysAsItIs)
+{
+    for (const auto& [start, stop] : {std::pair(5.0, 6.0), {-2.0, -1.0}, {0.15, 0.05}}) {
+        const NodePtr node = MakeRotation({{0, 0, 0}, {90, 30, 10}, {100, 0, 20}});
+        const std::string before = KeysOf(*node, 0);
+        GlissaFilterGimbleKiller filter;
+        filter.SetStartTime(Seconds(start));
+        filter.SetStopTime(Seconds(stop));
+        EXPECT_TRUE(filter.Apply(*node, true));
+        EXPECT_EQ(before, KeysOf(*node, 0)) << start;
+    }
+}
+
 TEST_F(RotationRepair, NoValueOfAKeyMakesKeysWithoutEnd)
 {
     const double inf = std::numeric_limits<double>::infinity();
@@ -412,6 +425,7 @@ TEST_F(RotationRepair, AnApplicationIsOneEventACurveAndNoneOnALockedOne)
         const bool isLocked = i % 4 > 1;
         const NodePtr node = MakeRotation({{0, 0, 0}, {200, 170, 200}, {10, 10, 400}});
         node->Get(2)->FCurveGet()->KeyRemove(1);
+        node->Get(0)->FCurveGet()->SetValue(40.0f);
         node->Get(1)->SetLayerInfo(GlissaLayerInfo(0, isLocked ? &locked : nullptr));
         const NodePtr before(node->Clone(false));
         Glissa* curves[3];
@@ -427,6 +441,7 @@ TEST_F(RotationRepair, AnApplicationIsOneEventACurveAndNoneOnALockedOne)
             const bool stays = refuses || (isLocked && axis == 1);
             EXPECT_EQ(stays ? 0u : 1u, checks[static_cast<std::size_t>(axis)].Heard().size());
             EXPECT_EQ(stays, KeysOf(*before, axis) == KeysOf(*node, axis)) << axis;
+            EXPECT_EQ(axis == 0 ? 40.0f : 0.0f, curves[axis]->GetValue());
         }
     }
 }
