@@ -14,9 +14,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <functional>
-#include <iterator>
 #include <limits>
 #include <sstream>
 

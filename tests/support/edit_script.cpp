@@ -4,7 +4,6 @@
 #include "tests/support/edit_script.h"
 
 #include <cmath>
-#include <sstream>
 
 namespace
 {

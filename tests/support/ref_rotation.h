@@ -3,7 +3,6 @@
 // For tests only, not installed.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>

@@ -35,11 +35,6 @@ void RefKey::SetBias(float pBias)
     slot2 = std::bit_cast<std::uint32_t>(pBias);
 }
 
-float RefKey::Bias() const
-{
-    return std::bit_cast<float>(slot2);
-}
-
 RefPlace RefKeyFind(const Glissa& pCurve, std::int64_t pTime)
 {
     const int count = pCurve.KeyGetCount();

@@ -40,7 +40,6 @@ struct RefKey
 
     void SetWeights(int pRight, int pNextLeft);  ///< as stored, times 9999
     void SetBias(float pBias);
-    float Bias() const;
 };
 
 enum RefExtrapolation : std::uint32_t

@@ -9,7 +9,6 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <vector>
 
 namespace
 {

@@ -15,7 +15,6 @@
 #include <span>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace

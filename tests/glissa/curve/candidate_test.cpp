@@ -8,9 +8,7 @@
 #include "glissa/ext/custom_tangent_manager.h"
 #include "tests/support/curve_test.h"
 
-#include <cmath>
 #include <tuple>
-#include <utility>
 
 namespace
 {

@@ -32,7 +32,6 @@
 #include <cmath>
 #include <optional>
 #include <tuple>
-#include <utility>
 
 namespace
 {

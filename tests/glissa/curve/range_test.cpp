@@ -3,9 +3,7 @@
 
 #include "tests/support/curve_test.h"
 
-#include <cmath>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 namespace

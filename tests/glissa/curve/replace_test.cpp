@@ -3,9 +3,6 @@
 
 #include "tests/support/curve_test.h"
 
-#include <cmath>
-#include <tuple>
-#include <utility>
 #include <vector>
 
 namespace

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace
 {

@@ -11,7 +11,6 @@
 #include "tests/support/ref_rotation.h"
 
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <random>
 

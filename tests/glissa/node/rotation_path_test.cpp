@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 namespace
 {
 using Values = std::array<double, 3>;

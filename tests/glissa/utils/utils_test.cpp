@@ -5,7 +5,6 @@
 #include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
 
-#include <cmath>
 #include <limits>
 
 namespace
