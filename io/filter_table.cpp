@@ -206,17 +206,17 @@ void SetLimit(GlissaFilter& pFilter, double pNumber)
 {
     using Dof = GlissaFilterUnrollDof;
     auto& unroll = static_cast<Dof&>(pFilter);
-    constexpr bool isMin = Side == Bound::min;
+    constexpr bool kIsMin = Side == Bound::min;
     double limits[3];
-    isMin ? unroll.GetMinFreedom(limits[0], limits[1], limits[2])
-          : unroll.GetMaxFreedom(limits[0], limits[1], limits[2]);
+    kIsMin ? unroll.GetMinFreedom(limits[0], limits[1], limits[2])
+           : unroll.GetMaxFreedom(limits[0], limits[1], limits[2]);
     limits[Axis] = pNumber;
-    isMin ? unroll.SetMinFreedom(limits[0], limits[1], limits[2])
-          : unroll.SetMaxFreedom(limits[0], limits[1], limits[2]);
-    constexpr void (Dof::*enable[2][3])(bool) = {
+    kIsMin ? unroll.SetMinFreedom(limits[0], limits[1], limits[2])
+           : unroll.SetMaxFreedom(limits[0], limits[1], limits[2]);
+    constexpr void (Dof::*kEnable[2][3])(bool) = {
         {&Dof::SetEnableMinX, &Dof::SetEnableMinY, &Dof::SetEnableMinZ},
         {&Dof::SetEnableMaxX, &Dof::SetEnableMaxY, &Dof::SetEnableMaxZ}};
-    (unroll.*enable[isMin ? 0 : 1][Axis])(true);
+    (unroll.*kEnable[kIsMin ? 0 : 1][Axis])(true);
 }
 
 double NoDefault(GlissaFilter&)
