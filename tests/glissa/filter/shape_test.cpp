@@ -213,9 +213,9 @@ TEST_F(Shape, SynchronisedKeysAreThoseOfSingleInsertions)
         SCOPED_TRACE(seed);
         Random random(static_cast<std::uint64_t>(seed));
         RefCurve source = MuseumRecording(40);
-        const auto kind = [&random] {
-            return MuseumKinds()[random.Below(static_cast<int>(MuseumKinds().size()))] &
-                   ~kRefCustom;
+        const auto kind = [&random, kinds = MuseumKinds()] {
+            const int index = random.Below(static_cast<int>(kinds.size()));
+            return kinds[static_cast<std::size_t>(index)] & ~kRefCustom;
         };
         const std::uint32_t flags = kind();
         for (RefKey& key : source.keys) {
