@@ -413,6 +413,7 @@ void GlissaFilterMatrixConverter::SetDestFCurve(Glissa* const* pCurves, int pInd
 
 bool GlissaFilterMatrixConverter::DoConvert(GlissaNode& pNode)
 {
+    const KOperation operation;
     TransformCurves old{};
     if (!old.FindBelow(pNode)) {
         return Refuse(kMissingCurve, "MatrixConverter, Missing curve.");

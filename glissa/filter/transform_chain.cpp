@@ -181,8 +181,11 @@ void TransformChain::Extract(KgeSVector& pS, KgeRVector& pR, KgeTVector& pT,
     const KgeAMatrix rotation = EulerToMatrix(pR);
     for (int i = 0; i < 3; ++i) {
         if (pWhole || isLost[i]) {
+            // With a shear the axis has not quite the direction that the rotation gives it.
             const KgeTVector axis = rotation.TransformDirection(mMiddle.GetAxis(i));
-            pS[i] = product.GetAxis(i).Dot(axis) / axis.SquareLength();
+            const double part = product.GetAxis(i).Dot(axis) / axis.SquareLength();
+            const double length = product.GetAxis(i).Length() / mMiddleLength[i];
+            pS[i] = isLost[i] ? part : std::copysign(length, part);
         }
     }
     const KgeAMatrix rest = AfterTranslation(rotation, KgeSMatrix(pS));

@@ -90,6 +90,21 @@ struct NewValue
     float value;
 };
 
+// The channel whose key times count: the first unlocked one with keys, else the first unlocked one.
+// Null where all are locked.
+Glissa* FindWalked(Glissa* const* pCurves)
+{
+    Glissa* found = nullptr;
+    for (int axis = 0; axis < kAxes; ++axis) {
+        Glissa* const curve = pCurves[axis];
+        if (!curve->IsLocked() && (!found || found->KeyGetCount() == 0) &&
+            (!found || curve->KeyGetCount() > 0)) {
+            found = curve;
+        }
+    }
+    return found;
+}
+
 // The new values of the keys of three channels, all computed from the old ones.
 void FindNewValues(Glissa* const* pCurves, const Glissa& pWalked, int pFirst, int pLast,
                    const NodeTransform& pTransform, std::vector<NewValue> (&pResult)[kAxes])
@@ -177,11 +192,10 @@ bool GlissaFilterTRS::Apply(GlissaNode& pNode, bool)
         return false;
     }
     if (!IsFinite()) {
-        return Refuse(kUnexpected, "TRS Filter. A parameter is not finite.");
+        return Refuse(kNotFinite, "TRS Filter. A parameter is not finite.");
     }
-    Glissa* const* const walked =
-        std::find_if(curves, curves + kAxes, [](Glissa* pCurve) { return !pCurve->IsLocked(); });
-    if (ChangesNothing() || walked == curves + kAxes) {
+    Glissa* const walked = FindWalked(curves);
+    if (ChangesNothing() || !walked) {
         return false;
     }
     KTime first;
@@ -214,13 +228,13 @@ bool GlissaFilterTRS::Apply(GlissaNode& pNode, bool)
         resample.SetKeysOnFrame(true);
         resample.Apply(pNode, true);
 
-        const int firstKey = static_cast<int>((*walked)->KeyFind(start, nullptr));
-        const int lastKey = static_cast<int>((*walked)->KeyFind(stop, nullptr));
+        const int firstKey = static_cast<int>(walked->KeyFind(start, nullptr));
+        const int lastKey = static_cast<int>(walked->KeyFind(stop, nullptr));
         const NodeTransform transform{kind, KgeAMatrix(mTranslation, mRotation, mScaling),
                                       EulerToMatrix(mRotation),
                                       KVdRotationOrder(pNode.GetRotationOrder()), mScaling};
         std::vector<NewValue> values[kAxes];
-        FindNewValues(curves, **walked, firstKey, lastKey, transform, values);
+        FindNewValues(curves, *walked, firstKey, lastKey, transform, values);
         const double* const withoutKeys = kind == Kind::translation ? mTranslation.Data()
                                           : kind == Kind::rotation  ? mRotation.Data()
                                                                     : mScaling.Data();

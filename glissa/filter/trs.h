@@ -19,8 +19,9 @@ class GLISSA_API GlissaFilterTRS : public KClassFrame<GlissaFilterTRS, GlissaFil
 {
 public:
     static constexpr char kClassName[] = "GlissaFilterTRS";
-    /// The error of a curve, of an array and of parameters that are not finite.
+    /// The error of a curve and of an array.
     static constexpr int kUnexpected = 0;
+    static constexpr int kNotFinite = 1;
 
     GlissaFilterTRS();
     void Reset() override;
@@ -30,9 +31,10 @@ public:
     bool Apply(Glissa** pCurves, int pCount) override;
     /// False without an error for a locked node, one of another name or without the curves "X", "Y"
     /// and "Z", one whose three curves are locked, a transform that changes nothing, and where the
-    /// span holds no time. With kUnexpected where a parameter is not finite or the plot period is
-    /// out of range. An unbounded start or stop becomes that of the first node with keys, and stays
-    /// so: set the span for each node.
+    /// span holds no time. With kNotFinite where a parameter is not finite, with kUnexpected where
+    /// the plot period is out of range. Keys are transformed at the times of the first unlocked
+    /// channel that has any. An unbounded start or stop becomes that of the first node with keys,
+    /// and stays so: set the span for each node.
     ///
     /// A rotation whose three angles are odd multiples of 180 degrees is none. Nodes below are not
     /// visited, whatever pRecursive.

@@ -357,6 +357,16 @@ TEST_F(MatrixConversion, DefaultsAreConvertedAndFlatObjectsKeepTheirRotation)
     EXPECT_EQ(0.0f, object.Curve(2, 1).GetValue());
     EXPECT_EQ(0, object.Curve(1, 2).KeyGetCount());
 
+    // The lengths of the axes do not jump where one of them becomes 0.
+    Converter sheared = Plain(0.0);
+    sheared.SetSourceMatrix(eMatrixPreRotate, KgeAMatrix());
+    sheared.SetSourceMatrix(eMatrixPostScale, Rotation(std::vector{0.0, 0.0, 45.0}.data(), 0));
+    Object flat;
+    flat.Curve(2, 1).SetValue(2.0f);
+    flat.Curve(2, 2).SetValue(0.0f);
+    ASSERT_TRUE(sheared.Apply(*flat.node, true));
+    EXPECT_FLOAT_EQ(std::sqrt(2.5f), flat.Curve(2, 1).GetValue());
+
     struct Row
     {
         EMatrixID id;
@@ -420,11 +430,11 @@ TEST_F(MatrixConversion, AConstantTransformReachesEachChannelInItsOwnWay)
 TEST_F(MatrixConversion, AConstantTransformOfOneKey)
 {
     Object object;
-    AddKeys(object.channels[0]->Get(0), {{1.0, 5.0f}});
+    AddKeys(object.channels[0]->Get(1), {{1.0, 5.0f}});
     GlissaFilterTRS filter;
     filter.SetT(1.0, 2.0, 3.0);
     EXPECT_TRUE(filter.Apply(*object.channels[0], false));
-    EXPECT_EQ("1:6 ", KeysOf(object.Curve(0, 0)));
+    EXPECT_EQ("1:7 ", KeysOf(object.Curve(0, 1)));
     EXPECT_EQ(1.0f, object.Curve(0, 0).GetValue());
     EXPECT_EQ(2.0f, object.Curve(0, 1).GetValue());
     EXPECT_EQ(Seconds(1.0), filter.GetStartTime());
@@ -432,8 +442,9 @@ TEST_F(MatrixConversion, AConstantTransformOfOneKey)
     filter.SetS(1.0, std::numeric_limits<double>::infinity(), 1.0);
     EXPECT_FALSE(filter.Apply(*object.channels[0], false));
     EXPECT_STREQ("TRS Filter. A parameter is not finite.", filter.GetLastErrorString());
+    EXPECT_EQ(GlissaFilterTRS::kNotFinite, filter.GetLastErrorID());
     EXPECT_FALSE(filter.Apply(object.Curve(0, 0)));
     EXPECT_STREQ("TRS Filter. Unexpected", filter.GetLastErrorString());
-    EXPECT_EQ("1:6 ", KeysOf(object.Curve(0, 0)));
+    EXPECT_EQ("1:7 ", KeysOf(object.Curve(0, 1)));
 }
 }  // namespace
