@@ -3,7 +3,7 @@
 // Host side, not installed.
 #pragma once
 
-#include "io/filter_table.h"
+#include "io/filter_setup.h"
 
 #include <cstdint>
 #include <string>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "io/filter_table.h"
+#include "io/filter_setup.h"
 
 #include <string>
 #include <vector>
