@@ -185,8 +185,8 @@ bool GlissaFilterGimbleKiller2::Apply(GlissaNode& pNode, bool)
         GetError().SetLastErrorID(kNotThreeCurves);
         return false;
     }
-    const KOperation
-        operation;  // listeners may destroy the filter: they are called after the scope
+    // Listeners may destroy the filter: they are called after the scope.
+    const KOperation operation;
     const ValueScope<int> order(mRotationOrder, pNode.GetRotationOrder());
     return Apply(curves, kRotationAxes);
 }

@@ -111,8 +111,8 @@ bool GlissaFilterRoll::Apply(GlissaNode& pNode, bool)
     if (!IsNamedRotation(pNode) || !FindRotationCurves(pNode, curves)) {
         return RefuseCurves();
     }
-    const KOperation
-        operation;  // listeners may destroy the filter: they are called after the scope
+    // Listeners may destroy the filter: they are called after the scope.
+    const KOperation operation;
     const ValueScope<int> order(mRotationOrder, pNode.GetRotationOrder());
     return Apply(curves, kRotationAxes);
 }

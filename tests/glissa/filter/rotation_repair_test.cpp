@@ -446,6 +446,21 @@ TEST_F(RotationRepair, AnApplicationIsOneEventACurveAndNoneOnALockedOne)
     }
 }
 
+// Written to afterwards, the filter would be found by the address sanitizer.
+TEST_F(RotationRepair, AListenerMayDestroyTheFilter)
+{
+    Filters filters = {With<GlissaFilterUnroll>(), With<GlissaFilterGimbleKiller>(),
+                       With<GlissaFilterGimbleKiller2>(), With<GlissaFilterRoll>()};
+    for (FilterPtr& filter : filters) {
+        const NodePtr node = MakeRotation({{0, 0, 0}, {200, 170, 200}, {10, 10, 400}}, 3);
+        node->Get(0)->FCurveGet()->CallbackRegister(
+            [](Glissa*, GlissaEvent*, void* pFilter) { static_cast<FilterPtr*>(pFilter)->reset(); },
+            &filter);
+        EXPECT_TRUE(filter->Apply(*node, true));
+        EXPECT_EQ(nullptr, filter);
+    }
+}
+
 TEST_F(RotationRepair, WhatIsNoRotationOrHasNoKeysIsRefusedWithAText)
 {
     using Form = std::function<bool(GlissaFilter&)>;
