@@ -6,14 +6,13 @@
 
 #include "glissa/node/eti.h"
 
+#include "glissa/node/eti_timeline.h"
 #include "glissa/node/node_state.h"
 
 #include <utility>
 
 namespace
 {
-constexpr double kLeastScale = 1e-6;  // in place of a scale factor of 0, which has no inverse
-
 // The node's own ETI, else, on a branch, that of its first child.
 IGlissaETI* NearestETI(GlissaNode* pNode)
 {
@@ -102,21 +101,18 @@ KTime GlissaNode::ETIGetGlobalActiveStart()
            ETIGetTrimOffset();
 }
 
+ETITimeline::ETITimeline(GlissaNode& pNode)
+    : mScale(pNode.ETIGetScaleFactor()), mOffset(pNode.ETIGetGlobalOffset())
+{}
+
 KTime GlissaNode::ETIGlobalTime2NodeTime(const KTime& pTime)
 {
-    const KTime time = pTime - ETIGetGlobalOffset();
-    const double scale = ETIGetScaleFactor();
-    if (scale == 1.0) {
-        return time;
-    }
-    return KTime::FromSeconds(time.GetSecondDouble() / (scale == 0.0 ? kLeastScale : scale));
+    return ETITimeline(*this).ToNode(pTime);
 }
 
 KTime GlissaNode::ETINodeTime2GlobalTime(const KTime& pTime)
 {
-    const double scale = ETIGetScaleFactor();
-    const KTime time = scale == 1.0 ? pTime : KTime::FromSeconds(pTime.GetSecondDouble() * scale);
-    return time + ETIGetGlobalOffset();
+    return ETITimeline(*this).ToGlobal(pTime);
 }
 
 bool GlissaNode::ETIIsGlobalTimeInSpan(const KTime& pTime, bool pInclusive)
