@@ -59,6 +59,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/node/node.h
     glissa/node/node_event.h
     glissa/node/store_fault.h
+    glissa/manip/manipulator.h
     glissa/utils/utils.h
     glissa/filter/butterworth.h
     glissa/filter/clamp.h

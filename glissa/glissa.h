@@ -49,6 +49,7 @@
 #include "glissa/filter/unroll.h"
 #include "glissa/filter/unroll_dof.h"
 #include "glissa/filter/unroll_filter.h"
+#include "glissa/manip/manipulator.h"
 #include "glissa/node/candidate_state.h"
 #include "glissa/node/eti.h"
 #include "glissa/node/layer.h"
