@@ -9,6 +9,7 @@
 #include "apps/glissa/name_choice.h"
 #include "apps/glissa/node_picture.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/picture_output.h"
 
 #include <fmt/format.h>
 
@@ -28,32 +29,6 @@ struct PlotOptions
     bool tangents = false;
     bool frames = false;
 };
-
-// By --format, else by the suffix of the file; SVG on standard output.
-PictureFormat ChooseFormat(const PlotOptions& pOptions)
-{
-    std::string name = pOptions.format;
-    const std::string& path = pOptions.curves.output;
-    if (name.empty() && (path.empty() || path == "-")) {
-        return PictureFormat::svg;
-    }
-    if (name.empty()) {
-        name = FileSuffix(path);
-    }
-    if (name == "png") {
-        return PictureFormat::png;
-    }
-    if (name == "svg") {
-        return PictureFormat::svg;
-    }
-    if (name == "pdf") {
-        return PictureFormat::pdf;
-    }
-    throw WrongArguments(fmt::format(
-        "--output: '{}' does not have the suffix of a picture: use .png, .svg or .pdf, or give "
-        "--format",
-        path));
-}
 
 // Whether the picture includes the extrapolation.
 bool ShowsExtrapolation(const std::optional<ExtrapolationArgument>& pArgument)
@@ -237,7 +212,7 @@ void RunPlot(const PlotOptions& pOptions)
         ParseOption("--size", &ParseSize,
                     !pOptions.size.empty() ? pOptions.size
                                            : std::string(isComparison ? "1000x700" : "1000x500"));
-    const PictureFormat format = ChooseFormat(pOptions);
+    const PictureFormat format = ChoosePictureFormat(pOptions.curves.output, pOptions.format);
     if (pOptions.tangents && pOptions.curves.TakesNodes()) {
         throw WrongArguments("--tangents needs --curve: a blend has no handles");
     }
@@ -272,15 +247,8 @@ void RunPlot(const PlotOptions& pOptions)
     picture.tangents = pOptions.tangents;
     picture.framesASecond = TimeAxisRate(pOptions, clip);
 
-    Output output(pOptions.curves.output, inputs);
-    if (output.IsTerminal() && format != PictureFormat::svg) {
-        throw WrongArguments("a picture cannot be written to a terminal: give --output FILE");
-    }
-    Canvas canvas(format, size.width, size.height, picture.title,
-                  [&output](std::string_view pBytes) { output.Write(pBytes); });
-    DrawPicture(canvas, choice.curves, picture);
-    canvas.Finish();
-    output.Commit();
+    WritePicture(pOptions.curves.output, inputs, format, size, picture.title,
+                 [&](Canvas& pCanvas) { DrawPicture(pCanvas, choice.curves, picture); });
 }
 }  // namespace
 

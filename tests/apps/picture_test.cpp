@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: MIT
 
 #include "apps/glissa/curve_picture.h"
-#include "apps/glissa/picture/layout.h"
+#include "apps/glissa/picture/film.h"
+#include "apps/glissa/picture/legend.h"
 #include "tests/support/museum.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -136,6 +139,39 @@ TEST(Picture, HandlesHaveTheWeightAndTheSlopeOfTheirTangent)
             EXPECT_NEAR(static_cast<double>(curve.KeyGetLeftDerivative(i + 1)) * nextLength,
                         next.value - next.left.value, 1e-4);
         }
+    }
+}
+
+// The curve of each stage has a red of its own.
+TEST(Film, HasOnePictureForEachStage)
+{
+    for (const int count : {1, 2, 5, 8, 24}) {
+        SCOPED_TRACE(count);
+        const FilmGrid grid = FilmGrid::For(count);
+        EXPECT_GE(grid.columns * grid.rows, count);
+        EXPECT_GT(count, (grid.columns - 1) * grid.rows);
+        EXPECT_GT(count, grid.columns * (grid.rows - 1));
+        std::vector<FilmStage> stages(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i) {
+            PictureCurve& curve = stages[static_cast<std::size_t>(i)].curves.emplace_back();
+            curve.value = [](KTime) { return 1.0; };
+            curve.hasKeys = true;
+            curve.last = KTime::FromSeconds(1.0);
+            curve.colour = Colour{(i + 1) / 25.0, 0.0, 0.0};
+        }
+        PictureOptions options;
+        options.to = KTime::FromSeconds(1.0);
+        std::string svg;
+        Canvas canvas(PictureFormat::svg, 900, 600, "",
+                      [&svg](std::string_view pBytes) { svg += pBytes; });
+        DrawFilm(canvas, stages, options);
+        canvas.Finish();
+        const std::regex red("rgb\\([0-9.]+%, ?0%, ?0%\\)");
+        std::set<std::string> found;
+        for (std::sregex_iterator at(svg.begin(), svg.end(), red), end; at != end; ++at) {
+            found.insert(at->str());
+        }
+        EXPECT_EQ(stages.size(), found.size());
     }
 }
 }  // namespace

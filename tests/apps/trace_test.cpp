@@ -1,6 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+#include "apps/glissa/picture/key_marks.h"
 #include "apps/glissa/picture/style.h"
 #include "apps/glissa/picture/trace.h"
 

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <numbers>
+#include <tuple>
 
 namespace
 {
@@ -270,4 +271,20 @@ void Canvas::PushClip(double pX, double pY, double pWidth, double pHeight)
 void Canvas::PopClip()
 {
     cairo_restore(mCairo);
+}
+
+void Canvas::PushPart(double pX, double pY, int pWidth, int pHeight)
+{
+    mPages.emplace_back(mWidth, mHeight);
+    mWidth = pWidth;
+    mHeight = pHeight;
+    cairo_save(mCairo);
+    cairo_translate(mCairo, pX, pY);
+}
+
+void Canvas::PopPart()
+{
+    cairo_restore(mCairo);
+    std::tie(mWidth, mHeight) = mPages.back();
+    mPages.pop_back();
 }

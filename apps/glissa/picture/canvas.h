@@ -10,6 +10,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 enum class PictureFormat : int
@@ -77,6 +78,10 @@ public:
     void PushClip(double pX, double pY, double pWidth, double pHeight);
     void PopClip();
 
+    /// Until PopPart, the page is this rectangle of it: origin, width and height are its own.
+    void PushPart(double pX, double pY, int pWidth, int pHeight);
+    void PopPart();
+
 private:
     static cairo_status_t Write(void* pCanvas, const unsigned char* pData, unsigned int pLength);
     void SelectFont(double pSize, bool pBold);
@@ -85,6 +90,7 @@ private:
     PictureFormat mFormat;
     int mWidth;
     int mHeight;
+    std::vector<std::pair<int, int>> mPages;  ///< sizes of the pages that a part is of
     Writer mWriter;
     std::exception_ptr mWriteError;
     cairo_surface_t* mSurface = nullptr;

@@ -7,9 +7,8 @@
 
 #include "apps/glissa/picture/layout.h"
 
+#include "apps/glissa/picture/legend.h"
 #include "apps/glissa/printable_text.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +18,6 @@ namespace
 {
 // A relative range below this is due to the rounding of floats.
 constexpr double kFlatRange = 1e-6;
-constexpr double kLegendRow = 1.5;  // height of a row, in sizes of its text
 // Height of a panel of differences, relative to a panel of curves.
 constexpr double kDifferenceShare = 0.6;
 
@@ -32,22 +30,12 @@ double ShareOf(const Panel& pPanel)
 ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int pSteps,
                         double pReach)
 {
-    ValueRange range;
+    ValueRange range = pOptions.values;
     if (pPanel.isDifference) {
         range.Add(0.0);
     }
     for (const PictureCurve* curve : pPanel.curves) {
-        AddCurveRange(range, curve->value, curve->breaks, pOptions.from, pOptions.to, pSteps);
-        for (const PictureKey& key : curve->keys) {
-            if (!pOptions.tangents || key.time < pOptions.from || key.time > pOptions.to) {
-                continue;
-            }
-            for (const Handle* handle : {&key.left, &key.right}) {
-                if (handle->shown) {
-                    range.Add(handle->value);
-                }
-            }
-        }
+        AddShownValues(range, *curve, pOptions, pSteps);
     }
     const double reach = std::max({std::fabs(range.low), std::fabs(range.high), pReach});
     if (range.high - range.low <= reach * kFlatRange) {
@@ -98,78 +86,6 @@ Ticks ChooseTimeTicks(Canvas& pCanvas, double pLow, double pHigh, double pWidth,
     }
     return ticks;
 }
-
-std::string MoreText(std::size_t pCount)
-{
-    return fmt::format("+{} more", pCount);
-}
-
-// The entries of the legend of a panel. In a comparison of two clips there is one entry for both
-// curves of a name, and one for each clip.
-std::vector<LegendEntry> LegendOf(const Panel& pPanel, const PictureOptions& pOptions)
-{
-    const bool isComparison = !pOptions.firstClip.empty();
-    std::vector<LegendEntry> entries;
-    if (pPanel.isDifference) {
-        entries.push_back({"greatest difference:", LegendEntry::kNote});
-    }
-    for (std::size_t i = 0; i < pPanel.curves.size(); ++i) {
-        const PictureCurve& curve = *pPanel.curves[i];
-        if (!isComparison || curve.part == 0) {
-            entries.push_back(
-                {curve.label.empty() ? curve.name : curve.label, static_cast<int>(i)});
-        }
-    }
-    if (isComparison && !pPanel.isDifference) {
-        entries.push_back({pOptions.firstClip, LegendEntry::kFirstClip});
-        entries.push_back({pOptions.secondClip, LegendEntry::kSecondClip});
-    }
-    return entries;
-}
-
-// Places entries from left to right in rows of the width of the panel; y starts at the first
-// baseline. Returns the number of rows. The last entry has the number of those that do not fit in
-// pMostRows.
-int FlowLegend(Canvas& pCanvas, Panel& pPanel, const Layout& pLayout, int pMostRows,
-               const PictureOptions& pOptions)
-{
-    const std::vector<LegendEntry> entries = LegendOf(pPanel, pOptions);
-    const double font = pLayout.metrics.font;
-    const double withSample = LegendSampleWidth(pLayout.metrics) + pLayout.metrics.gap;
-    const double between = pLayout.metrics.gap * 3.0;
-    double x = pLayout.left;
-    int row = 0;
-    const auto add = [&](const std::string& pText, int pCurve) {
-        pPanel.legend.push_back({pText, pCurve, x, row * font * kLegendRow});
-    };
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const std::string name = PrintableText(entries[i].text);
-        const double sample = entries[i].curve == LegendEntry::kNote ? 0.0 : withSample;
-        const double room = pLayout.right - pLayout.left - sample;
-        std::string text = pCanvas.FitText(name, font, room);
-        if (x > pLayout.left && row + 1 < pMostRows &&
-            x + sample + pCanvas.TextWidth(text, font) > pLayout.right) {
-            ++row;
-            x = pLayout.left;
-        }
-        // In the last row each entry leaves room for the count of the following ones.
-        const std::size_t after = entries.size() - i - 1;
-        const double reserve = row + 1 == pMostRows && after > 0
-                                   ? between + pCanvas.TextWidth(MoreText(after), font)
-                                   : 0.0;
-        if (x == pLayout.left) {
-            text = pCanvas.FitText(name, font, room - reserve);
-        }
-        const double width = sample + pCanvas.TextWidth(text, font);
-        if (text.empty() || x + width + reserve > pLayout.right + 0.01) {
-            add(MoreText(after + 1), LegendEntry::kNote);
-            break;
-        }
-        add(text, entries[i].curve);
-        x += width + between;
-    }
-    return row + 1;
-}
 }  // namespace
 
 Metrics Metrics::For(int pWidth, int pHeight)
@@ -184,17 +100,28 @@ Metrics Metrics::For(int pWidth, int pHeight)
     return metrics;
 }
 
-double LegendSampleWidth(const Metrics& pMetrics)
-{
-    return pMetrics.font * 2.0;
-}
-
 double TimeTickX(const Layout& pLayout, const PictureOptions& pOptions, double pTick)
 {
     const DeviceScale& scale = pLayout.panels.front().scale;
     const double low = pOptions.from.GetSecondDouble() * pLayout.unitsASecond;
     const double high = pOptions.to.GetSecondDouble() * pLayout.unitsASecond;
     return scale.left + (scale.right - scale.left) * ((pTick - low) / (high - low));
+}
+
+void AddShownValues(ValueRange& pRange, const PictureCurve& pCurve, const PictureOptions& pOptions,
+                    int pSteps)
+{
+    AddCurveRange(pRange, pCurve.value, pCurve.breaks, pOptions.from, pOptions.to, pSteps);
+    for (const PictureKey& key : pCurve.keys) {
+        if (!pOptions.tangents || key.time < pOptions.from || key.time > pOptions.to) {
+            continue;
+        }
+        for (const Handle* handle : {&key.left, &key.right}) {
+            if (handle->shown) {
+                pRange.Add(handle->value);
+            }
+        }
+    }
 }
 
 Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
@@ -283,7 +210,7 @@ Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
     double legendHeight = 0.0;
     for (Panel& panel : layout.panels) {
         const double share = (bottom - top) * ShareOf(panel) / shares;
-        const int mostRows = static_cast<int>(share * 0.4 / rowHeight);
+        const int mostRows = pOptions.legend ? static_cast<int>(share * 0.4 / rowHeight) : 0;
         const int rows = mostRows > 0 ? FlowLegend(pCanvas, panel, layout, mostRows, pOptions) : 0;
         legendHeight += rows * rowHeight + metrics.gap;
     }

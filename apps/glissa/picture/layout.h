@@ -63,8 +63,10 @@ struct Layout
     double valueTitleBaseline = 0.0;
 };
 
-/// Width of the sample of line and mark of a legend entry.
-double LegendSampleWidth(const Metrics& pMetrics);
+/// Adds the values that a panel shows of a curve: those of the curve at its breaks and at pSteps
+/// evenly spaced times, and the handles of its keys.
+void AddShownValues(ValueRange& pRange, const PictureCurve& pCurve, const PictureOptions& pOptions,
+                    int pSteps);
 
 Layout MakeLayout(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                   const PictureOptions& pOptions);

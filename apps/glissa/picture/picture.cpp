@@ -3,8 +3,8 @@
 
 #include "apps/glissa/picture/picture.h"
 
-#include "apps/glissa/picture/layout.h"
-#include "apps/glissa/picture/style.h"
+#include "apps/glissa/picture/key_marks.h"
+#include "apps/glissa/picture/legend.h"
 
 #include <fmt/format.h>
 
@@ -13,12 +13,12 @@
 
 namespace
 {
-constexpr Colour kInk{0.13, 0.13, 0.13};
-constexpr Colour kLabelInk{0.30, 0.30, 0.30};
 constexpr Colour kGrid{0.905, 0.905, 0.905};
 constexpr Colour kZeroLine{0.68, 0.68, 0.68};
 constexpr Colour kBorder{0.78, 0.78, 0.78};
 constexpr Colour kWhite{1.0, 1.0, 1.0};
+constexpr Colour kBoxInk{0.35, 0.35, 0.35};
+constexpr Colour kBoxFill{0.35, 0.45, 0.60, 0.12};
 
 // Length of a line that looks like an area, relative to width plus height of its panel.
 constexpr double kAreaLength = 40.0;
@@ -28,34 +28,6 @@ constexpr double kAreaAlpha = 0.5;
 double PixelCentre(double pPosition)
 {
     return std::floor(pPosition) + 0.5;
-}
-
-void DrawMark(Canvas& pCanvas, const DevicePoint& pAt, const CurveStyle& pStyle,
-              const Metrics& pMetrics)
-{
-    const double r = pMetrics.mark;
-    const double outline = 0.9 * pMetrics.scale;
-    const auto [x, y] = pAt;
-    switch (pStyle.shape) {
-    case 1:
-        pCanvas.Polygon({{x - r * 0.9, y - r * 0.9},
-                         {x + r * 0.9, y - r * 0.9},
-                         {x + r * 0.9, y + r * 0.9},
-                         {x - r * 0.9, y + r * 0.9}},
-                        pStyle.colour, kWhite, outline);
-        break;
-    case 2:
-        pCanvas.Polygon(
-            {{x, y - r * 1.2}, {x + r * 1.15, y + r * 0.85}, {x - r * 1.15, y + r * 0.85}},
-            pStyle.colour, kWhite, outline);
-        break;
-    case 3:
-        pCanvas.Polygon({{x, y - r * 1.3}, {x + r * 1.3, y}, {x, y + r * 1.3}, {x - r * 1.3, y}},
-                        pStyle.colour, kWhite, outline);
-        break;
-    default:
-        pCanvas.Circle(pAt, r, pStyle.colour, kWhite, outline);
-    }
 }
 
 void DrawGrid(Canvas& pCanvas, const Layout& pLayout, const Panel& pPanel,
@@ -85,6 +57,43 @@ void DrawGrid(Canvas& pCanvas, const Layout& pLayout, const Panel& pPanel,
             pLayout.valueTitleBaseline, (pPanel.top + pPanel.bottom) / 2,
             pCanvas.FitText(UnitName(pPanel.unit), metrics.font, pPanel.bottom - pPanel.top),
             metrics.font, kInk, Align::centre, false, true);
+    }
+}
+
+// The box of selected keys, with squares to drag it by. A side too short for three of them has one
+// at each end.
+void DrawSelection(Canvas& pCanvas, const SelectionBox& pBox, const Panel& pPanel,
+                   const Metrics& pMetrics)
+{
+    const double margin = pMetrics.mark * 2.0;
+    const double left = pPanel.scale.X(pBox.from) - margin;
+    const double right = pPanel.scale.X(pBox.to) + margin;
+    const double top = pPanel.scale.Y(pBox.high) - margin;
+    const double bottom = pPanel.scale.Y(pBox.low) + margin;
+    pCanvas.Polygon({{left, top}, {right, top}, {right, bottom}, {left, bottom}}, kBoxFill, kBoxInk,
+                    pMetrics.scale);
+    const double half = pMetrics.mark * 0.8;
+    const auto places = [half](double pFirst, double pLast) {
+        std::vector<double> at = {pFirst, pLast};
+        if (pLast - pFirst > half * 12.0) {
+            at.push_back((pFirst + pLast) / 2);
+        }
+        return at;
+    };
+    const std::vector<double> columns = places(left, right);
+    const std::vector<double> rows = places(top, bottom);
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        for (std::size_t column = 0; column < columns.size(); ++column) {
+            if (row == 2 && column == 2) {
+                continue;  // the middle of the box
+            }
+            const auto [x, y] = std::pair(columns[column], rows[row]);
+            pCanvas.Polygon({{x - half, y - half},
+                             {x + half, y - half},
+                             {x + half, y + half},
+                             {x - half, y + half}},
+                            kWhite, kBoxInk, pMetrics.scale);
+        }
     }
 }
 
@@ -130,104 +139,6 @@ bool DrawCurve(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pS
     DrawTrace(pCanvas, pCurve, pPanel.scale, first, last, pStyle.width, pStyle.colour,
               pStyle.dashes);
     return first > from || last < to;
-}
-
-void DrawHandle(Canvas& pCanvas, const DevicePoint& pKey, const Handle& pHandle,
-                const CurveStyle& pStyle, const Panel& pPanel, const Metrics& pMetrics)
-{
-    if (!pHandle.shown) {
-        return;
-    }
-    const DevicePoint end{pPanel.scale.X(pHandle.time), pPanel.scale.Y(pHandle.value)};
-    if (!std::isfinite(end.y)) {
-        return;
-    }
-    pCanvas.Line({pKey, end}, pMetrics.scale, Lighter(pStyle.colour));
-    pCanvas.Circle(end, pMetrics.mark * 0.55, kWhite, pStyle.colour, pMetrics.scale);
-}
-
-// Which keys of a curve have marks.
-enum class Marks : int
-{
-    all,
-    some,
-    none
-};
-
-// Marks and tangents.
-Marks DrawKeys(Canvas& pCanvas, const PictureCurve& pCurve, const CurveStyle& pStyle,
-               bool pShapesDiffer, const Panel& pPanel, const Metrics& pMetrics,
-               const PictureOptions& pOptions)
-{
-    std::vector<const PictureKey*> keys;
-    std::vector<DevicePoint> points;
-    for (const PictureKey& key : pCurve.keys) {
-        const double y = pPanel.scale.Y(key.value);
-        if (key.time >= pOptions.from && key.time <= pOptions.to && std::isfinite(y)) {
-            keys.push_back(&key);
-            points.push_back({pPanel.scale.X(key.time), y});
-        }
-    }
-    // With more keys than pixels marks are useful only if their shapes differ between curves.
-    const double width = pPanel.scale.right - pPanel.scale.left;
-    if (static_cast<double>(keys.size()) > width && !pShapesDiffer) {
-        return Marks::none;
-    }
-    // Marks that almost touch would hide the line, so once some are left out, the others are
-    // farther apart.
-    const double apart = pMetrics.mark * 2.0 + pMetrics.scale;
-    std::vector<std::size_t> kept = ThinPoints(points, apart);
-    const bool isThinned = kept.size() < points.size();
-    // The line of a part is often the same as that of its whole, whose marks would hide it. In a
-    // comparison marks show which keys are left, so a selection of them would be misleading.
-    const bool isComparison = !pOptions.firstClip.empty();
-    if (isThinned && (pCurve.part > 0 || (isComparison && kept.size() * 2 < points.size()))) {
-        return Marks::none;
-    }
-    if (isThinned && !isComparison) {
-        kept = ThinPoints(points, apart * 4.0);
-    }
-    if (pOptions.tangents) {
-        for (const std::size_t index : kept) {
-            DrawHandle(pCanvas, points[index], keys[index]->left, pStyle, pPanel, pMetrics);
-            DrawHandle(pCanvas, points[index], keys[index]->right, pStyle, pPanel, pMetrics);
-        }
-    }
-    for (const std::size_t index : kept) {
-        DrawMark(pCanvas, points[index], pStyle, pMetrics);
-    }
-    return isThinned ? Marks::some : Marks::all;
-}
-
-bool HasMarks(const PictureCurve& pCurve)
-{
-    return !pCurve.strong && !pCurve.isDifference;
-}
-
-void DrawLegend(Canvas& pCanvas, const Panel& pPanel, const std::vector<CurveStyle>& pStyles,
-                const Metrics& pMetrics)
-{
-    const double sample = LegendSampleWidth(pMetrics);
-    for (const LegendEntry& entry : pPanel.legend) {
-        if (entry.curve == LegendEntry::kNote) {
-            pCanvas.Text(entry.x, entry.y, entry.text, pMetrics.font, kLabelInk, Align::start);
-            continue;
-        }
-        const bool isClip = entry.curve < 0;
-        CurveStyle clip{kLabelInk, 0, pMetrics.line, {}};
-        if (entry.curve == LegendEntry::kFirstClip) {
-            clip.colour = Lighter(Lighter(kLabelInk));
-        }
-        const CurveStyle& style = isClip ? clip : pStyles[static_cast<std::size_t>(entry.curve)];
-        const double y = entry.y - pMetrics.font * 0.33;
-        pCanvas.Line({{entry.x, y}, {entry.x + sample, y}}, style.width, style.colour,
-                     style.dashes);
-        if (!isClip && HasMarks(*pPanel.curves[static_cast<std::size_t>(entry.curve)])) {
-            DrawMark(pCanvas, {entry.x + sample / 2, y}, style, pMetrics);
-        }
-        pCanvas.Text(entry.x + sample + pMetrics.gap, entry.y, entry.text, pMetrics.font, kInk,
-                     Align::start);
-    }
 }
 
 // Labels and title of the time axis, and notes at its right.
@@ -279,30 +190,6 @@ const char* UnitName(Unit pUnit)
     return "factor";
 }
 
-std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance)
-{
-    std::vector<std::size_t> kept;
-    for (std::size_t i = 0; i < pPoints.size(); ++i) {
-        // Points are in order of x, so only the last kept ones can be too near.
-        const bool isFar = [&] {
-            for (auto at = kept.rbegin(); at != kept.rend(); ++at) {
-                const double dx = pPoints[i].x - pPoints[*at].x;
-                if (dx >= pDistance) {
-                    break;
-                }
-                if (std::hypot(dx, pPoints[i].y - pPoints[*at].y) < pDistance) {
-                    return false;
-                }
-            }
-            return true;
-        }();
-        if (isFar) {
-            kept.push_back(i);
-        }
-    }
-    return kept;
-}
-
 void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                  const PictureOptions& pOptions)
 {
@@ -324,6 +211,9 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
         DrawGrid(pCanvas, layout, panel, pOptions);
         pCanvas.PushClip(layout.left, panel.top, layout.right - layout.left,
                          panel.bottom - panel.top);
+        if (pOptions.selection) {
+            DrawSelection(pCanvas, *pOptions.selection, panel, metrics);
+        }
         for (const bool strong : {false, true}) {
             for (std::size_t i = 0; i < panel.curves.size(); ++i) {
                 if (panel.curves[i]->strong == strong) {

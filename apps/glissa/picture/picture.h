@@ -34,6 +34,7 @@ struct PictureKey
     double value = 0.0;
     Handle left;
     Handle right;
+    bool hollow = false;  ///< a small white mark: of a film, a key that is not selected
 };
 
 struct PictureCurve
@@ -58,6 +59,15 @@ struct PictureCurve
     std::string label;  ///< in the legend; the name if empty
 };
 
+/// The box around selected keys, as an editor of curves shows it.
+struct SelectionBox
+{
+    KTime from;
+    KTime to;
+    double low = 0.0;
+    double high = 0.0;
+};
+
 struct PictureOptions
 {
     std::string title;
@@ -69,6 +79,10 @@ struct PictureOptions
     /// those of the second clip.
     std::string firstClip;
     std::string secondClip;
+    bool legend = true;
+    /// Values that each panel shows at least, so that several pictures have one scale.
+    ValueRange values;
+    std::optional<SelectionBox> selection;
 };
 
 /// Greatest number of curves of one unit in a picture: seven colours times four shapes of marks.
@@ -85,6 +99,3 @@ constexpr int kMostPictureSide = 8192;
 /// are left out, with a note.
 void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
                  const PictureOptions& pOptions);
-
-/// Indexes of points with at least pDistance between them, chosen in order.
-std::vector<std::size_t> ThinPoints(const std::vector<DevicePoint>& pPoints, double pDistance);

@@ -7,6 +7,10 @@
 
 #include <vector>
 
+/// The colour of titles, and the one of labels.
+inline constexpr Colour kInk{0.13, 0.13, 0.13};
+inline constexpr Colour kLabelInk{0.30, 0.30, 0.30};
+
 /// Style of the line and the marks of a curve.
 struct CurveStyle
 {
