@@ -3,16 +3,7 @@
 // Not for hosts: values of a curve changed by a function.
 #pragma once
 
-#include "glissa/curve/curve.h"
-#include "glissa/ext/active.h"
-
-/// Writes the value of a key, checked, and posts 0x2010. Lives inside a bracket.
-inline void WriteKeyValue(Glissa& pCurve, int pIndex, float pValue)
-{
-    // Written straight into the key: what KeySetValue does besides, the bracket does.
-    pCurve.Keys()[pIndex].mValue = CheckedKeyValue(pValue);
-    pCurve.CallbackAddEvent(kGlissaEventValue, pIndex);
-}
+#include "glissa/curve/write_value.h"
 
 /// WriteKeyValue of pMap of the values of the keys pFirst to pLast, float to float.
 template <typename Map>

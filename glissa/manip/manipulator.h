@@ -260,6 +260,10 @@ private:
         double mMaxValue = std::numeric_limits<double>::lowest();
         KTime mMinValueTime = KTime::Infinite();
         KTime mMaxValueTime = KTime::MinusInfinite();
+
+        void Include(KTime pTime, double pValue);
+        void Get(KTime& pStart, KTime& pStop, double& pMinValue, double& pMaxValue) const;
+        void Get(KTime& pStart, KTime& pStop, KTime& pMinValue, KTime& pMaxValue) const;
     };
 
     // Nodes
@@ -284,6 +288,7 @@ private:
     void FallOff(Glissa* pCurve, double pValue, double pRadius, Glissa* pOriginal);
 
     // Selection
+    void Frame(bool pMarkedOnly);
     void SetTangentVisibility(bool pOn, bool pOnlyNodesForManip);
     void SetTangentVisibility(bool pOn, Glissa* pCurve, int pIndex);
 
