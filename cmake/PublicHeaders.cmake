@@ -91,4 +91,5 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/trs.h
     glissa/filter/unroll.h
     glissa/filter/unroll_dof.h
-    glissa/filter/unroll_filter.h)
+    glissa/filter/unroll_filter.h
+    glissa/retime/retime.h)

@@ -57,5 +57,6 @@
 #include "glissa/node/node.h"
 #include "glissa/node/node_event.h"
 #include "glissa/node/store_fault.h"
+#include "glissa/retime/retime.h"
 #include "glissa/settings/settings.h"
 #include "glissa/utils/utils.h"
