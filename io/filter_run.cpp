@@ -3,12 +3,13 @@
 
 #include "io/filter_run.h"
 
-#include "corvekit/math/elementary.h"
-#include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
+#include "glissa/settings/settings.h"
 #include "glissa/utils/utils.h"
+#include "io/filter_compare.h"
+#include "io/owned_curve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,106 +20,6 @@
 namespace
 {
 constexpr int kAxes = 3;
-
-struct DestroyCurve
-{
-    void operator()(Glissa* pCurve) const { pCurve->Destroy(0); }
-};
-using OwnedCurve = std::unique_ptr<Glissa, DestroyCurve>;
-
-// A curve before the filter, to compare it with and to put it back.
-OwnedCurve Duplicate(const Glissa& pCurve)
-{
-    OwnedCurve copy(GlissaCreate());
-    copy->CopyFrom(pCurve, true);
-    return copy;
-}
-
-// Calls pLook(time) for the key times of some curves and halfway between them, in order.
-template <typename Look>
-void ForEachKeyTime(const std::vector<Glissa*>& pCurves, const Look& pLook)
-{
-    std::vector<int> next(pCurves.size(), 0);
-    KTime last = KTime::Infinite();
-    for (;;) {
-        KTime time = KTime::Infinite();
-        for (std::size_t i = 0; i < next.size(); ++i) {
-            if (next[i] < pCurves[i]->KeyGetCount()) {
-                time = std::min(time, pCurves[i]->KeyGetTime(next[i]));
-            }
-        }
-        bool hasKey = false;
-        for (std::size_t i = 0; i < next.size(); ++i) {
-            if (next[i] < pCurves[i]->KeyGetCount() && pCurves[i]->KeyGetTime(next[i]) == time) {
-                ++next[i];
-                hasKey = true;
-            }
-        }
-        if (!hasKey) {
-            return;
-        }
-        if (last != KTime::Infinite()) {
-            pLook(last + (time - last) / 2);
-        }
-        pLook(time);
-        last = time;
-    }
-}
-
-void NoteChange(double pChange, KTime pTime, FilterResult& pResult)
-{
-    if (pChange > pResult.mLargestChange) {
-        pResult.mLargestChange = pChange;
-        pResult.mWhen = pTime;
-    }
-}
-
-// Fills in the largest distance of two curves within a span.
-void Compare(Glissa& pBefore, Glissa& pAfter, const FilterTimes& pTimes, FilterResult& pResult)
-{
-    int hintBefore = 0;
-    int hintAfter = 0;
-    ForEachKeyTime({&pBefore, &pAfter}, [&](KTime pTime) {
-        if (pTime >= pTimes.mStart && pTime <= pTimes.mStop) {
-            NoteChange(std::fabs(double{pAfter.Evaluate(pTime, &hintAfter)} -
-                                 double{pBefore.Evaluate(pTime, &hintBefore)}),
-                       pTime, pResult);
-        }
-    });
-}
-
-/// The curves X, Y and Z of a rotation.
-struct Rotation
-{
-    std::vector<Glissa*> mCurves;
-    KVdRotationOrder mOrder;
-    int mHints[kAxes] = {};
-
-    KgeRMatrix At(KTime pTime)
-    {
-        KgeRVector angles;
-        for (int axis = 0; axis < kAxes; ++axis) {
-            angles[axis] = mCurves[static_cast<std::size_t>(axis)]->Evaluate(pTime, &mHints[axis]);
-        }
-        KgeRMatrix matrix;
-        mOrder.V2M(matrix, angles);
-        return matrix;
-    }
-};
-
-// Fills in the largest turn between two rotations.
-void Compare(Rotation& pBefore, Rotation& pAfter, FilterResult& pResult)
-{
-    constexpr double kRounding = 1e-9;  // degrees, of the matrices
-    std::vector<Glissa*> curves = pBefore.mCurves;
-    curves.insert(curves.end(), pAfter.mCurves.begin(), pAfter.mCurves.end());
-    ForEachKeyTime(curves, [&](KTime pTime) {
-        const KgeQuaternion turn(pAfter.At(pTime) * pBefore.At(pTime).Transpose());
-        const double sine = KgeLength(turn[0], turn[1], turn[2]);
-        const double angle = 2.0 * KgeArcTangent(sine, std::fabs(turn[3]));
-        NoteChange(angle > kRounding ? angle : 0.0, pTime, pResult);
-    });
-}
 
 bool IsBetweenKeys(Glissa& pCurve, KTime pTime)
 {
@@ -227,10 +128,16 @@ FilterOutcome OutcomeOf(const GlissaFilter& pFilter)
     return isRefused ? FilterOutcome::refused : FilterOutcome::unchanged;
 }
 
+void SetChange(const LargestChange& pChange, FilterResult& pResult)
+{
+    pResult.mLargestChange = pChange.mSize;
+    pResult.mWhen = pChange.mWhen;
+}
+
 // What became of a curve that the filter was applied to.
 void Finish(Glissa& pBefore, Glissa& pCurve, GlissaFilter& pFilter, FilterResult& pResult)
 {
-    Compare(pBefore, pCurve, {}, pResult);
+    SetChange(CompareCurves(pBefore, pCurve, {}), pResult);
     const bool changed =
         pResult.mLargestChange > 0.0 || !GlissaUtils::CompareCurve(&pBefore, &pCurve);
     pResult.mOutcome = changed ? FilterOutcome::changed : OutcomeOf(pFilter);
@@ -267,10 +174,8 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
                                        : pFilter.Apply(curve);
     if (limited && pEntry.mSpan == FilterSpan::outward &&
         !GlissaUtils::CompareCurve(before.get(), &curve)) {
-        FilterResult inside;
         KeepOutside(*before, curve, pTimes);
-        Compare(*before, curve, pTimes, inside);
-        if (inside.mLargestChange == 0.0) {
+        if (CompareCurves(*before, curve, pTimes).mSize == 0.0) {
             curve.CopyFrom(*before, true);
         }
     }
@@ -282,8 +187,27 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
     return result;
 }
 
+// Sets the plot period of the process, above 0, until its end.
+class PlotPeriod
+{
+public:
+    explicit PlotPeriod(KTime pPeriod) : mBefore(GLISSA_GetPlotPeriod())
+    {
+        if (pPeriod > KTime()) {
+            GLISSA_SetPlotPeriod(pPeriod);
+        }
+    }
+    ~PlotPeriod() { GLISSA_SetPlotPeriod(mBefore); }
+    PlotPeriod(const PlotPeriod&) = delete;
+    PlotPeriod& operator=(const PlotPeriod&) = delete;
+
+private:
+    KTime mBefore;
+};
+
 std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pEntry,
-                                    const FilterTarget& pTarget, const FilterTimes& pTimes)
+                                    const FilterTarget& pTarget, const FilterTimes& pTimes,
+                                    KTime pFrame)
 {
     std::vector<FilterResult> results;
     std::vector<OwnedCurve> before;
@@ -299,7 +223,10 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pE
         }
         return results;
     }
-    pFilter.Apply(*pTarget.mNode, false);
+    {
+        const PlotPeriod period(pEntry.mAtPlotPeriod ? pFrame : KTime());
+        pFilter.Apply(*pTarget.mNode, false);
+    }
     for (std::size_t i = 0; i < results.size(); ++i) {
         Glissa& curve = *pTarget.mChannels[i].mCurve;
         if (curve.IsLocked()) {
@@ -308,20 +235,22 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pE
             Finish(*before[i], curve, pFilter, results[i]);
         }
     }
-    if (pEntry.mScope == FilterScope::rotation) {
-        const KVdRotationOrder order(pTarget.mNode->GetRotationOrder());
-        Rotation from{{}, order};
-        Rotation to{{}, order};
+    if (pEntry.mScope == FilterScope::rotation || (pEntry.mTurn && IsRotation(pTarget))) {
+        std::vector<Glissa*> from;
+        std::vector<Glissa*> to;
         for (std::size_t i = 0; i < results.size(); ++i) {
-            from.mCurves.push_back(before[i].get());
-            to.mCurves.push_back(pTarget.mChannels[i].mCurve);
+            from.push_back(before[i].get());
+            to.push_back(pTarget.mChannels[i].mCurve);
         }
-        FilterResult turn;
-        Compare(from, to, turn);
+        const KgeRMatrix turn = pEntry.mTurn ? pEntry.mTurn(pFilter) : KgeRMatrix();
+        const LargestChange change =
+            CompareRotations(from, to, pTarget.mNode->GetRotationOrder(), turn);
         for (FilterResult& each : results) {
             const bool isChanged = each.mOutcome == FilterOutcome::changed;
-            each.mLargestChange = isChanged ? turn.mLargestChange : 0.0;
-            each.mWhen = turn.mWhen;
+            SetChange(isChanged ? change : LargestChange(), each);
+            if (isChanged && change.mSize > 0.0 && pEntry.mTurn) {
+                each.mMessage = "apart from the turn";
+            }
         }
     }
     return results;
@@ -406,10 +335,12 @@ double CountSamples(const FilterSetup& pSetup, const std::vector<FilterTarget>& 
         }
     }
     const FilterEntry& entry = pSetup.GetEntry();
-    double samples = 0.0;
+    double samples =
+        pSetup.UsesPlotPeriod() && pFrame > KTime() ? sum / pFrame.GetSecondDouble() : 0.0;
     for (const FilterParameter& each : entry.mParameters) {
         if (each.mDensity != FilterDensity::none) {
-            const double number = pSetup.Get(each).value_or(entry.DefaultOf(each, pFrame));
+            const std::vector<double>* const given = pSetup.Get(each);
+            const double number = given ? given->front() : entry.DefaultOf(each, pFrame);
             const double rate = each.mUnit[0] == 's' ? 1.0 / number : number;
             samples =
                 std::max(samples, rate * (each.mDensity == FilterDensity::keys ? sum : longest));
@@ -458,7 +389,7 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
             continue;
         }
         if (entry.NeedsNode()) {
-            std::vector<FilterResult> found = RunOnNode(*make(), entry, target, pTimes);
+            std::vector<FilterResult> found = RunOnNode(*make(), entry, target, pTimes, pFrame);
             for (FilterResult& each : found) {
                 done += each.mKeysBefore;
                 results.push_back(std::move(each));

@@ -59,7 +59,8 @@ struct FilterResult
     std::int64_t mKeysAfter = 0;
     /// The largest distance between the curve before and after, in its unit, at the key times of
     /// both and halfway between them, and the first time where it is. Of a filter of rotations the
-    /// largest turn in degrees between the orientations, the same for its three curves.
+    /// largest turn in degrees between the orientations, the same for its three curves; of a filter
+    /// that turns them on purpose, the turn from where they are to be.
     double mLargestChange = 0.0;
     KTime mWhen;
 };
@@ -77,7 +78,8 @@ bool IsRotation(const FilterTarget& pTarget);
 /// as it was.
 ///
 /// pTimes     unbounded for a filter without a span
-/// pFrame     how long a frame of the clip is
+/// pFrame     how long a frame of the clip is; the plot period of the process meanwhile, for a
+///            setup that UsesPlotPeriod: no other thread may run one then
 /// pProgress  called with the keys done so far, of those of all targets; may be empty
 std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
                                     const std::vector<FilterTarget>& pTargets,

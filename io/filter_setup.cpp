@@ -9,7 +9,35 @@
 #include <cmath>
 #include <cstdio>
 
-std::string FilterSetup::Set(std::string_view pName, double pValue)
+namespace
+{
+// How a parameter is written.
+std::string FormOf(const FilterParameter& pParameter)
+{
+    return std::string(pParameter.mName) + (pParameter.mCount == 1 ? "=NUMBER" : "=X,Y,Z");
+}
+
+// Why a parameter cannot have a number; empty where it can.
+std::string FaultOf(const FilterParameter& pParameter, double pNumber)
+{
+    const std::string name(pParameter.mName);
+    if (pParameter.mValue == FilterValue::flag && pNumber != 0.0 && pNumber != 1.0) {
+        return name + " is on or off";
+    }
+    // Written so that a NaN is refused.
+    if (!(pNumber >= pParameter.mLeast && pNumber <= pParameter.mGreatest)) {
+        char range[64];
+        std::snprintf(range, sizeof range, "%g to %g", pParameter.mLeast, pParameter.mGreatest);
+        return name + " is out of range: " + range;
+    }
+    if (pParameter.mValue == FilterValue::whole && pNumber != std::floor(pNumber)) {
+        return name + " is a whole number";
+    }
+    return {};
+}
+}  // namespace
+
+std::string FilterSetup::Set(std::string_view pName, const std::vector<double>& pNumbers)
 {
     const std::string name(pName);
     const FilterParameter* const parameter = mEntry->Find(pName);
@@ -25,23 +53,23 @@ std::string FilterSetup::Set(std::string_view pName, double pValue)
     if (Get(*parameter)) {
         return name + " is given twice";
     }
-    if (parameter->mValue == FilterValue::flag && pValue != 0.0 && pValue != 1.0) {
-        return name + " is on or off";
+    if (pNumbers.size() != parameter->mCount) {
+        return name + (parameter->mCount == 1 ? " takes one number"
+                                              : " takes three numbers: " + FormOf(*parameter));
     }
-    // Written so that a NaN is refused.
-    if (!(pValue >= parameter->mLeast && pValue <= parameter->mGreatest)) {
-        char range[64];
-        std::snprintf(range, sizeof range, "%g to %g", parameter->mLeast, parameter->mGreatest);
-        return name + " is out of range: " + range;
+    for (const double each : pNumbers) {
+        const std::string fault = FaultOf(*parameter, each);
+        if (!fault.empty()) {
+            return fault;
+        }
     }
-    if (parameter->mValue == FilterValue::whole && pValue != std::floor(pValue)) {
-        return name + " is a whole number";
-    }
-    if (std::find(parameter->mIdle.begin(), parameter->mIdle.end(), pValue) !=
-        parameter->mIdle.end()) {
+    const std::vector<double>& idle = parameter->mIdle;
+    if (std::all_of(pNumbers.begin(), pNumbers.end(), [&](double pEach) {
+            return std::find(idle.begin(), idle.end(), pEach) != idle.end();
+        })) {
         return name + " is " + parameter->mMeaning;
     }
-    mValues.push_back({parameter, pValue});
+    mValues.push_back({parameter, pNumbers});
     return {};
 }
 
@@ -49,14 +77,13 @@ std::string FilterSetup::GetFault() const
 {
     for (const FilterParameter& each : mEntry->mParameters) {
         if (each.mRequired && !Get(each)) {
-            return std::string(mEntry->mName) + " needs " + each.mName + "=NUMBER, " +
-                   each.mMeaning;
+            return std::string(mEntry->mName) + " needs " + FormOf(each) + ", " + each.mMeaning;
         }
     }
     if (mEntry->mNeedsParameter && mValues.empty()) {
         std::string names;
         for (const FilterParameter& each : mEntry->mParameters) {
-            names += (names.empty() ? "" : " or ") + std::string(each.mName) + "=NUMBER";
+            names += (names.empty() ? "" : " or ") + FormOf(each);
         }
         return std::string(mEntry->mName) + " needs " + names;
     }
@@ -66,18 +93,18 @@ std::string FilterSetup::GetFault() const
 bool FilterSetup::MovesTime() const
 {
     return std::any_of(mValues.begin(), mValues.end(), [](const Value& pEach) {
-        return pEach.mParameter->mMovesTime && pEach.mNumber != 0.0;
+        return pEach.mParameter->mMovesTime && pEach.mNumbers.front() != 0.0;
     });
 }
 
-std::optional<double> FilterSetup::Get(const FilterParameter& pParameter) const
+const std::vector<double>* FilterSetup::Get(const FilterParameter& pParameter) const
 {
     for (const Value& each : mValues) {
         if (each.mParameter == &pParameter) {
-            return each.mNumber;
+            return &each.mNumbers;
         }
     }
-    return std::nullopt;
+    return nullptr;
 }
 
 std::unique_ptr<GlissaFilter> FilterSetup::Make(KTime pFrame, const FilterProgress& pProgress) const
@@ -85,11 +112,12 @@ std::unique_ptr<GlissaFilter> FilterSetup::Make(KTime pFrame, const FilterProgre
     std::unique_ptr<GlissaFilter> filter = mEntry->mMake(pProgress);
     for (const FilterParameter& each : mEntry->mParameters) {
         if (each.mFrames != 0.0) {
-            each.mSet(*filter, mEntry->DefaultOf(each, pFrame));
+            const double number = mEntry->DefaultOf(each, pFrame);
+            each.mSet(*filter, &number);
         }
     }
     for (const Value& each : mValues) {
-        each.mParameter->mSet(*filter, each.mNumber);
+        each.mParameter->mSet(*filter, each.mNumbers.data());
     }
     return filter;
 }

@@ -4,115 +4,22 @@
 #include "io/filter_table.h"
 
 #include "glissa/glissa.h"
+#include "io/filter_entries.h"
+#include "io/transform_filter.h"
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
-#include <type_traits>
-#include <utility>
 
 namespace
 {
-constexpr double kGreatestFloat = std::numeric_limits<float>::max();
-/// The shortest time, and the longest one that users mean.
-constexpr double kTick = 1.0 / 141120000.0;
-constexpr double kMostSeconds = 1e9;
 constexpr double kLeastRate = 1e-6;
 constexpr double kMostRate = 1e6;
 constexpr double kMostCount = 1000.0;
-
-template <typename T>
-T FromNumber(double pNumber)
-{
-    if constexpr (std::is_same_v<T, KTime>) {
-        return KTime::FromSeconds(pNumber);
-    } else if constexpr (std::is_same_v<T, bool>) {
-        return pNumber != 0.0;
-    } else {
-        return static_cast<T>(pNumber);
-    }
-}
-
-template <typename T>
-double ToNumber(const T& pValue)
-{
-    if constexpr (std::is_same_v<T, KTime>) {
-        return pValue.GetSecondDouble();
-    } else {
-        return static_cast<double>(pValue);
-    }
-}
-
-template <typename T>
-constexpr FilterValue kValueOf = std::is_same_v<T, KTime>  ? FilterValue::seconds
-                                 : std::is_same_v<T, bool> ? FilterValue::flag
-                                 : std::is_same_v<T, int>  ? FilterValue::whole
-                                                           : FilterValue::number;
-
-/// Where the value of a parameter is read and written: a pair of accessors of the filter's class.
-template <typename Filter, auto Get, auto Set>
-struct Accessors
-{
-    using Type = std::decay_t<std::invoke_result_t<decltype(Get), Filter&>>;
-    static double Read(GlissaFilter& pFilter)
-    {
-        return ToNumber<Type>((static_cast<Filter&>(pFilter).*Get)());
-    }
-    static void Write(GlissaFilter& pFilter, double pNumber)
-    {
-        Type value = FromNumber<Type>(pNumber);
-        (static_cast<Filter&>(pFilter).*Set)(value);
-    }
-};
-
-struct Range
-{
-    double mLeast;
-    double mGreatest;
-};
-constexpr Range kAny = {-kGreatestFloat, kGreatestFloat};
-constexpr Range kNotNegative = {0.0, kGreatestFloat};
-constexpr Range kTimes = {-kMostSeconds, kMostSeconds};
-constexpr Range kPeriods = {kTick, kMostSeconds};
-constexpr Range kRates = {kLeastRate, kMostRate};
-constexpr Range kFlag = {0.0, 1.0};
-
-/// A parameter that a pair of accessors holds.
-template <typename Filter, auto Get, auto Set>
-FilterParameter Parameter(const char* pName, const char* pUnit, Range pRange, const char* pMeaning)
-{
-    using Pair = Accessors<Filter, Get, Set>;
-    return {pName,         kValueOf<typename Pair::Type>,
-            pUnit,         pMeaning,
-            pRange.mLeast, pRange.mGreatest,
-            0.0,           false,
-            &Pair::Read,   &Pair::Write};
-}
-
-FilterParameter Required(FilterParameter pParameter, std::vector<double> pIdle = {})
-{
-    pParameter.mRequired = true;
-    pParameter.mIdle = std::move(pIdle);
-    return pParameter;
-}
-
-FilterParameter InFrames(FilterParameter pParameter, double pFrames)
-{
-    pParameter.mFrames = pFrames;
-    return pParameter;
-}
-
-FilterParameter MovesTime(FilterParameter pParameter)
-{
-    pParameter.mMovesTime = true;
-    return pParameter;
-}
-
-FilterParameter Dense(FilterDensity pDensity, FilterParameter pParameter)
-{
-    pParameter.mDensity = pDensity;
-    return pParameter;
-}
+constexpr double kMostOfTransform = 1e9;
+constexpr FilterRange kTimes = {-kMostSeconds, kMostSeconds};
+constexpr FilterRange kRates = {kLeastRate, kMostRate};
 
 // The properties of the low-pass. They are found by name, as its class has no accessors.
 
@@ -131,14 +38,14 @@ double ReadProperty(GlissaFilter& pFilter)
 }
 
 template <const char* Name>
-void WriteProperty(GlissaFilter& pFilter, double pNumber)
+void WriteProperty(GlissaFilter& pFilter, const double* pNumbers)
 {
-    pFilter.FastFindPropertyByName(Name)->SetPropertyConstant(&pNumber);
+    pFilter.FastFindPropertyByName(Name)->SetPropertyConstant(pNumbers);
 }
 
 template <const char* Name>
-FilterParameter Property(const char* pName, FilterValue pValue, const char* pUnit, Range pRange,
-                         const char* pMeaning)
+FilterParameter Property(const char* pName, FilterValue pValue, const char* pUnit,
+                         FilterRange pRange, const char* pMeaning)
 {
     return {pName,
             pValue,
@@ -159,115 +66,31 @@ void SetSpanProperties(GlissaFilter& pFilter, KTime pStart, KTime pStop)
     static_cast<TimeProperty*>(pFilter.FastFindPropertyByName("Stop"))->SetValue(pStop);
 }
 
-void SetSpan(GlissaFilter& pFilter, KTime pStart, KTime pStop)
-{
-    pFilter.SetStartTime(pStart);
-    pFilter.SetStopTime(pStop);
-}
-
 // The limits of a clamp and of a removal are off until they are given.
 
-void SetCeil(GlissaFilter& pFilter, double pNumber)
+void SetCeil(GlissaFilter& pFilter, const double* pNumbers)
 {
     auto& clamp = static_cast<GlissaFilterClamp&>(pFilter);
-    clamp.SetCeil(pNumber);
+    clamp.SetCeil(*pNumbers);
     clamp.SetApplyCeilClamping(true);
 }
 
-void SetFloor(GlissaFilter& pFilter, double pNumber)
+void SetFloor(GlissaFilter& pFilter, const double* pNumbers)
 {
     auto& clamp = static_cast<GlissaFilterClamp&>(pFilter);
-    clamp.SetFloor(pNumber);
+    clamp.SetFloor(*pNumbers);
     clamp.SetApplyFloorClamping(true);
 }
 
 // One tolerance for all channels, in place of one by the kind of channel.
-void SetThresholds(GlissaFilter& pFilter, double pNumber)
+void SetThresholds(GlissaFilter& pFilter, const double* pNumbers)
 {
     auto& reducer = static_cast<GlissaFilterConstantKeyReducer&>(pFilter);
-    reducer.SetValueTolerance(pNumber);
-    reducer.SetTranslationThreshold(pNumber);
-    reducer.SetRotationThreshold(pNumber);
-    reducer.SetScalingThreshold(pNumber);
-    reducer.SetDefaultThreshold(pNumber);
-}
-
-// A limit of one angle of a joint, off until it is given.
-
-enum class Bound
-{
-    min,
-    max
-};
-
-template <Bound Side, int Axis>
-void SetLimit(GlissaFilter& pFilter, double pNumber)
-{
-    using Dof = GlissaFilterUnrollDof;
-    auto& unroll = static_cast<Dof&>(pFilter);
-    constexpr bool kIsMin = Side == Bound::min;
-    double limits[3];
-    kIsMin ? unroll.GetMinFreedom(limits[0], limits[1], limits[2])
-           : unroll.GetMaxFreedom(limits[0], limits[1], limits[2]);
-    limits[Axis] = pNumber;
-    kIsMin ? unroll.SetMinFreedom(limits[0], limits[1], limits[2])
-           : unroll.SetMaxFreedom(limits[0], limits[1], limits[2]);
-    constexpr void (Dof::*kEnable[2][3])(bool) = {
-        {&Dof::SetEnableMinX, &Dof::SetEnableMinY, &Dof::SetEnableMinZ},
-        {&Dof::SetEnableMaxX, &Dof::SetEnableMaxY, &Dof::SetEnableMaxZ}};
-    (unroll.*kEnable[kIsMin ? 0 : 1][Axis])(true);
-}
-
-double NoDefault(GlissaFilter&)
-{
-    return std::numeric_limits<double>::quiet_NaN();
-}
-
-template <Bound Side, int Axis>
-FilterParameter Limit(const char* pName, const char* pMeaning)
-{
-    constexpr double kMostDegrees = 1e6;
-    return {pName,         FilterValue::number,  "degrees", pMeaning,
-            -kMostDegrees, kMostDegrees,         0.0,       false,
-            &NoDefault,    &SetLimit<Side, Axis>};
-}
-
-/// How unroll chooses what the next key is brought next to.
-template <typename Filter>
-std::vector<FilterParameter> UnrollParameters()
-{
-    return {Parameter<Filter, &Filter::GetTestForPath, &Filter::SetTestForPath>(
-                "path", "", kFlag,
-                "whether a key far away as angles and near as a rotation is no reference for the "
-                "next"),
-            Parameter<Filter, &Filter::GetQualityTolerance, &Filter::SetQualityTolerance>(
-                "quality", "", kNotNegative,
-                "with path: the squared turn over the squared distance of angles that makes a key "
-                "a reference")};
-}
-
-std::vector<FilterParameter> LimitParameters()
-{
-    using Dof = GlissaFilterUnrollDof;
-    std::vector<FilterParameter> parameters = {Limit<Bound::min, 0>("minx", "the least X"),
-                                               Limit<Bound::max, 0>("maxx", "the greatest X"),
-                                               Limit<Bound::min, 1>("miny", "the least Y"),
-                                               Limit<Bound::max, 1>("maxy", "the greatest Y"),
-                                               Limit<Bound::min, 2>("minz", "the least Z"),
-                                               Limit<Bound::max, 2>("maxz", "the greatest Z")};
-    for (const FilterParameter& each : UnrollParameters<Dof>()) {
-        parameters.push_back(each);
-    }
-    return parameters;
-}
-
-template <typename Filter>
-std::unique_ptr<GlissaFilter> Make(const FilterProgress&)
-{
-    auto filter = std::make_unique<Filter>();
-    // Not every constructor sets the unbounded span.
-    filter->Reset();
-    return filter;
+    reducer.SetValueTolerance(*pNumbers);
+    reducer.SetTranslationThreshold(*pNumbers);
+    reducer.SetRotationThreshold(*pNumbers);
+    reducer.SetScalingThreshold(*pNumbers);
+    reducer.SetDefaultThreshold(*pNumbers);
 }
 
 // Hands the span that is done, two key indices, to the host.
@@ -300,7 +123,57 @@ std::unique_ptr<GlissaFilter> MakeDelete(const FilterProgress& pProgress)
     return filter;
 }
 
-std::vector<FilterEntry> MakeTable()
+// Three numbers of the constant transform, of which none changes nothing.
+template <void (GlissaFilterTRS::*Set)(double, double, double)>
+FilterParameter Triple(const char* pName, const char* pUnit, const char* pMeaning, double pIdle)
+{
+    FilterParameter parameter = {pName,
+                                 FilterValue::number,
+                                 pUnit,
+                                 pMeaning,
+                                 -kMostOfTransform,
+                                 kMostOfTransform,
+                                 0.0,
+                                 false,
+                                 &NoDefault,
+                                 [](GlissaFilter& pFilter, const double* pNumbers) {
+                                     (static_cast<GlissaFilterTRS&>(pFilter).*
+                                      Set)(pNumbers[0], pNumbers[1], pNumbers[2]);
+                                 }};
+    parameter.mIdle = {pIdle};
+    parameter.mCount = 3;
+    return parameter;
+}
+
+FilterEntry TransformEntry()
+{
+    using Trs = GlissaFilterTRS;
+    FilterEntry entry = {
+        "transform",
+        "Moves, turns and scales a whole take: the nodes T, R and S of an object",
+        "Take all nodes of the root, --node 'Hips/*': positions are scaled, turned about the "
+        "origin "
+        "and then moved, orientations are turned. Other joints are transformed within their "
+        "parent. Each frame gets an automatic key, and keys between frames are lost.",
+        FilterScope::vector,
+        FilterSpan::none,
+        true,
+        {Triple<&Trs::SetT>("translate", "value", "added to positions; not 0,0,0", 0.0),
+         Triple<&Trs::SetR>("rotate", "degrees", "the turn about X, then Y, then Z; not 0,0,0",
+                            0.0),
+         Triple<&Trs::SetS>("scale", "", "the factors of positions and scalings; not 1,1,1", 1.0)},
+        &Make<TransformFilter>,
+        &SetSpan,
+        true};
+    entry.mNeedsChoice = true;
+    entry.mAtPlotPeriod = true;
+    entry.mTurn = [](GlissaFilter& pFilter) {
+        return static_cast<TransformFilter&>(pFilter).GetTurn();
+    };
+    return entry;
+}
+
+std::vector<FilterEntry> OtherFilters()
 {
     using Butterworth = GlissaFilterButterworth;
     using Clamp = GlissaFilterClamp;
@@ -308,8 +181,6 @@ std::vector<FilterEntry> MakeTable()
     using Delete = GlissaFilterDeleteKey;
     using Gaussian = GlissaFilterGaussian;
     using Inverse = GlissaFilterInverse;
-    using Killer = GlissaFilterGimbleKiller;
-    using Killer2 = GlissaFilterGimbleKiller2;
     using OnFrame = GlissaFilterKeysOnFrame;
     using Offset = GlissaFilterOffset;
     using Peak = GlissaFilterPeakRemover;
@@ -322,52 +193,10 @@ std::vector<FilterEntry> MakeTable()
     using Retime = GlissaFilterTimeShiftAndScale;
     using TimeClamp = GlissaFilterTimeClamp;
 
-    const Range orders = {0.0, Butterworth::kGreatestOrder};
-    const Range counts = {0.0, kMostCount};
+    const FilterRange orders = {0.0, Butterworth::kGreatestOrder};
+    const FilterRange counts = {0.0, kMostCount};
 
     return {
-        {"unroll", "Removes jumps of 360 degrees from rotations",
-         "Whole turns between two keys are taken away, and the first key comes next to 0. Keys "
-         "after a span follow by whole turns.",
-         FilterScope::rotation, FilterSpan::inward, false, UnrollParameters<GlissaFilterUnroll>(),
-         &Make<GlissaFilterUnroll>, &SetSpan},
-        {"unroll-limits", "Removes jumps as unroll does, with angles within limits where possible",
-         "A key that has no angles within all limits ignores them.", FilterScope::rotation,
-         FilterSpan::inward, false, LimitParameters(), &Make<GlissaFilterUnrollDof>, &SetSpan},
-        {"gimbal",
-         "Adds keys to rotations so that they take the shortest way from key to key",
-         "A key at each 8 degrees or so. Every key of the span becomes automatic: steps become "
-         "ramps.",
-         FilterScope::rotation,
-         FilterSpan::inward,
-         false,
-         {Parameter<Killer, &Killer::GetApplyKeySyncFilter, &Killer::SetApplyKeySyncFilter>(
-             "sync", "", kFlag, "whether the angles get keys at the same times first")},
-         &Make<Killer>,
-         &SetSpan},
-        {"gimbal2",
-         "Brings rotations after a run of keys near gimbal lock next to those before it",
-         "Unrolls between such runs and adds no key; keys in them keep their angles.",
-         FilterScope::rotation,
-         // Only the search for runs keeps to a span.
-         FilterSpan::none,
-         false,
-         {Parameter<Killer2, &Killer2::GetInterpolationQualityTolerance,
-                    &Killer2::SetInterpolationQualityTolerance>(
-             "quality", "", kNotNegative,
-             "the squared turn over the squared distance of angles below which a key is in a run")},
-         &Make<Killer2>,
-         &SetSpan},
-        {"roll",
-         "Folds rotations into -180 to 180 degrees and holds the steps",
-         "Keys around a step become linear and constant. A constant key that was automatic holds "
-         "the next value.",
-         FilterScope::rotation,
-         FilterSpan::none,
-         false,
-         {},
-         &Make<GlissaFilterRoll>,
-         &SetSpan},
         {"unspike",
          "Puts keys that stick out on the line between their neighbours",
          "Every key of the span becomes automatic. A peak at the first or last key is kept.",
@@ -506,8 +335,8 @@ std::vector<FilterEntry> MakeTable()
          false,
          {InFrames({"period", FilterValue::seconds, "s", "the distance of whole periods", kTick,
                     kMostSeconds, 0.0, false, &NoDefault,
-                    [](GlissaFilter& pFilter, double pNumber) {
-                        KTime period = KTime::FromSeconds(pNumber);
+                    [](GlissaFilter& pFilter, const double* pNumbers) {
+                        KTime period = KTime::FromSeconds(*pNumbers);
                         static_cast<OnFrame&>(pFilter).SetPeriod(period);
                     }},
                    1.0)},
@@ -522,6 +351,7 @@ std::vector<FilterEntry> MakeTable()
          {},
          &Make<Sync>,
          &SetSpan},
+        TransformEntry(),
         {"offset",
          "Adds a number to the values",
          "",
@@ -613,6 +443,14 @@ std::vector<FilterEntry> MakeTable()
          &SetSpan,
          true},
     };
+}
+
+std::vector<FilterEntry> MakeTable()
+{
+    std::vector<FilterEntry> table = RotationFilters();
+    std::vector<FilterEntry> others = OtherFilters();
+    std::move(others.begin(), others.end(), std::back_inserter(table));
+    return table;
 }
 }  // namespace
 

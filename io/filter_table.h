@@ -3,6 +3,7 @@
 // Host side, not installed.
 #pragma once
 
+#include "corvekit/math/matrix.h"
 #include "corvekit/time.h"
 #include "glissa/filter/filter.h"
 
@@ -45,13 +46,17 @@ struct FilterParameter
     /// Without it the filter would do nothing.
     bool mRequired;
 
+    /// Of a parameter of one number. NaN where it is off until it is given.
     double (*mGet)(GlissaFilter& pFilter);
-    void (*mSet)(GlissaFilter& pFilter, double pValue);
+    /// Takes mCount numbers.
+    void (*mSet)(GlissaFilter& pFilter, const double* pNumbers);
     FilterDensity mDensity = FilterDensity::none;
     /// Moves keys in time, unless it is 0: the clip becomes longer or shorter.
     bool mMovesTime = false;
-    /// Values that would change nothing. They are refused.
+    /// Numbers that would change nothing. A value that consists of them is refused.
     std::vector<double> mIdle = {};
+    /// 1, or 3 for X, Y and Z.
+    std::size_t mCount = 1;
 };
 
 /// What a filter is applied to.
@@ -99,6 +104,12 @@ struct FilterEntry
     bool mNeedsParameter = false;
     /// Without a span it would leave no key.
     bool mNeedsSpan = false;
+    /// Moves a node within its parent: of a whole clip, users mean the root alone.
+    bool mNeedsChoice = false;
+    /// Takes samples at the plot period, which RunFilter sets to the frame of the clip meanwhile.
+    bool mAtPlotPeriod = false;
+    /// The turn that orientations are to get, which the report leaves out. Null for none.
+    KgeRMatrix (*mTurn)(GlissaFilter& pFilter) = nullptr;
 
     /// Whether the result has its keys at even distances.
     bool MakesKeys() const;
@@ -109,7 +120,7 @@ struct FilterEntry
     {
         return mScope == FilterScope::vector || mScope == FilterScope::rotation;
     }
-    /// The default of a parameter for a clip whose frames last pFrame.
+    /// The default of a parameter of one number for a clip whose frames last pFrame.
     double DefaultOf(const FilterParameter& pParameter, KTime pFrame) const;
 };
 

@@ -4,6 +4,7 @@
 #include "apps/glissa/clip_output.h"
 
 #include "apps/glissa/file_name.h"
+#include "apps/glissa/name_choice.h"
 #include "apps/glissa/refusal.h"
 #include "corvekit/store/tdf.h"
 #include "io/bvh_writer.h"
@@ -60,6 +61,41 @@ std::string MissingKeys(const ClipCurves& pClip, const std::string& pPath)
                : fmt::format("{}: {} keys outside the frames, 0 s to {:.3f} s, are not in {}",
                              pClip.path, missing, last.GetSecondDouble(), pPath);
 }
+bool HoldsOnly(const Glissa& pCurve, float pValue)
+{
+    bool holds = pCurve.GetValue() == pValue;
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        holds = holds && pCurve.KeyGetValue(i) == pValue;
+    }
+    return holds;
+}
+
+// The curves of the base that a filter has given other values, and for which the file has no
+// channel.
+std::string MissingChannels(const ClipCurves& pClip, const std::string& pPath)
+{
+    const NodeClip recorded(pClip.clip);
+    std::vector<std::string> names;
+    for (std::size_t joint = 0; joint < pClip.clip.mJoints.size(); ++joint) {
+        GlissaNode& now = *pClip.owner.GetNodes().GetJoint(joint);
+        for (const char* const kind : {"T", "R"}) {
+            const int place = now.Find(kind);
+            for (int axis = 0; place >= 0 && axis < now.Get(place)->GetCount(); ++axis) {
+                GlissaNode& leaf = *now.Get(place)->Get(axis);
+                const std::string name =
+                    fmt::format("{}/{}/{}", now.GetName(), kind, leaf.GetName());
+                const GlissaNode& before = *recorded.GetJoint(joint)->Get(place)->Get(axis);
+                if (!pClip.owner.Find(name) &&
+                    !HoldsOnly(*leaf.FCurveGet(), before.FCurveGet()->GetValue())) {
+                    names.push_back(name);
+                }
+            }
+        }
+    }
+    return names.empty() ? std::string()
+                         : fmt::format("{}: {} has no channel for {}; a .glissa file has",
+                                       pClip.path, pPath, NamesText(names));
+}
 }  // namespace
 
 ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat,
@@ -77,7 +113,8 @@ ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat
                     pPath, pOption));
 }
 
-std::string WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)
+std::vector<std::string> WriteClip(const ClipCurves& pClip, ClipFormat pFormat,
+                                   const std::string& pPath)
 {
     Output output(pPath, pClip.path);
     if (pFormat == ClipFormat::glissa && output.IsTerminal()) {
@@ -85,13 +122,17 @@ std::string WriteClip(const ClipCurves& pClip, ClipFormat pFormat, const std::st
     }
     output.Write(pFormat == ClipFormat::bvh ? AsBvh(pClip, pPath) : AsStore(pClip, pPath));
     output.Commit();
-    return pFormat == ClipFormat::bvh ? MissingKeys(pClip, pPath) : std::string();
+    if (pFormat == ClipFormat::glissa) {
+        return {};
+    }
+    std::vector<std::string> missing = {MissingKeys(pClip, pPath), MissingChannels(pClip, pPath)};
+    std::erase(missing, "");
+    return missing;
 }
 
 void SaveClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath)
 {
-    const std::string warning = WriteClip(pClip, pFormat, pPath);
-    if (!warning.empty()) {
-        PrintMessage(warning);
+    for (const std::string& each : WriteClip(pClip, pFormat, pPath)) {
+        PrintMessage(each);
     }
 }

@@ -6,6 +6,7 @@
 #include "apps/glissa/output.h"
 
 #include <string>
+#include <vector>
 
 /// File formats of clips.
 enum class ClipFormat
@@ -19,14 +20,14 @@ enum class ClipFormat
 ClipFormat ChooseClipFormat(const std::string& pPath, const std::string& pFormat,
                             const char* pOption = "--format");
 
-/// Writes a clip, and prints the warning of WriteClip.
+/// Writes a clip, and prints the warnings of WriteClip.
 void SaveClip(const ClipCurves& pClip, ClipFormat pFormat, const std::string& pPath);
 
 /// Writes a clip to a file, completely or not at all. The clip that was read is refused as target.
 /// A BVH file has the recorded values if pClip.clip has them, otherwise those of the curves. Throws
 /// Refusal, and WrongArguments for a .glissa file to a terminal.
 ///
-/// Returns what the file lacks, for a warning: keys before the first frame or after the last one;
-/// otherwise empty.
-[[nodiscard]] std::string WriteClip(const ClipCurves& pClip, ClipFormat pFormat,
-                                    const std::string& pPath);
+/// Returns what the file lacks, for warnings: keys before the first frame or after the last one,
+/// and values of an axis that has no channel.
+[[nodiscard]] std::vector<std::string> WriteClip(const ClipCurves& pClip, ClipFormat pFormat,
+                                                 const std::string& pPath);

@@ -94,6 +94,12 @@ void CheckRecipe(const FilterRecipe& pRecipe, const FilterOptions& pOptions)
             throw WrongArguments(fmt::format(
                 "{} takes the curves of a node together: choose nodes with --node", entry.mName));
         }
+        if (entry.mNeedsChoice && pOptions.nodes.empty()) {
+            throw WrongArguments(
+                fmt::format("{} changes each node within its parent: choose those of the root with "
+                            "--node 'Hips/*'",
+                            entry.mName));
+        }
     }
 }
 
@@ -269,8 +275,10 @@ public:
             return report;
         }
         ClipCurves clip = LoadClip(pJob.path);
-        for (const NamedCurve& each : clip.curves) {
-            report.units[each.name] = UnitName(each.unit);
+        for (const NamedNode& node : ChooseNodes(clip, {})) {
+            for (int i = 0; i < node.node->GetCount(); ++i) {
+                report.units[node.name + '/' + node.node->Get(i)->GetName()] = UnitName(node.unit);
+            }
         }
         const std::vector<FilterTarget> targets = TargetsOf(clip, mOptions);
         const TimeSpan span =
@@ -300,9 +308,8 @@ public:
         }
         if (!pJob.output.empty()) {
             clip.DropRecordedValues();
-            const std::string missing = WriteClip(clip, pJob.format, pJob.output);
-            if (!missing.empty()) {
-                report.warnings.push_back(missing);
+            for (std::string& each : WriteClip(clip, pJob.format, pJob.output)) {
+                report.warnings.push_back(std::move(each));
             }
         }
         return report;
@@ -446,6 +453,11 @@ void RunFilters(const FilterOptions& pOptions)
     const std::vector<Job> jobs = JobsOf(pOptions);
     pOptions.span.Check();
 
+    // Filters that read a setting of the process take one clip after the other.
+    const bool isShared = std::any_of(recipe.begin(), recipe.end(), [](const FilterSetup& pEach) {
+        return pEach.UsesPlotPeriod();
+    });
+    const int threads = isShared ? 1 : std::min<int>(pOptions.jobs, static_cast<int>(jobs.size()));
     const FilterRun run(pOptions, recipe);
     std::vector<ClipReport> reports;
     if (jobs.size() == 1) {
@@ -454,7 +466,7 @@ void RunFilters(const FilterOptions& pOptions)
             progress.At(static_cast<std::uint64_t>(pPart * 1000.0));
         }));
     } else {
-        reports = DoAll(run, jobs, std::min<int>(pOptions.jobs, static_cast<int>(jobs.size())));
+        reports = DoAll(run, jobs, threads);
     }
     // Before the report, which may not be written: its reader may have left.
     const int failures = PrintProblems(reports);

@@ -15,6 +15,7 @@
 #include <iterator>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -32,12 +33,12 @@ const FilterEntry& EntryOf(const std::string& pName)
     return *entry;
 }
 
-std::string ValueText(const FilterParameter& pParameter, double pNumber)
+std::string ValueText(const FilterParameter& pParameter, const std::vector<double>& pNumbers)
 {
     if (pParameter.mValue == FilterValue::flag) {
-        return pNumber != 0.0 ? "on" : "off";
+        return pNumbers.front() != 0.0 ? "on" : "off";
     }
-    return fmt::format("{}", pNumber);
+    return fmt::format("{}", fmt::join(pNumbers, ","));
 }
 
 // The range as far as it limits anything that users would write.
@@ -50,7 +51,7 @@ std::string RangeText(const FilterParameter& pParameter)
     }
     const bool above = pParameter.mGreatest >= kFar;
     if (pParameter.mLeast <= -kFar && above) {
-        return "any";
+        return pParameter.mCount == 1 ? "any" : "three numbers X,Y,Z";
     }
     if (pParameter.mLeast > 0.0 && pParameter.mLeast < kNear && above) {
         return "above 0";
@@ -72,7 +73,7 @@ std::string DefaultText(const FilterEntry& pEntry, const FilterParameter& pParam
     if (!std::isfinite(number)) {
         return "none";
     }
-    return pParameter.mValue == FilterValue::flag ? ValueText(pParameter, number)
+    return pParameter.mValue == FilterValue::flag ? ValueText(pParameter, {number})
                                                   : fmt::format("{:.4g}", number);
 }
 
@@ -81,21 +82,24 @@ const char* FormText(const FilterParameter& pParameter)
     if (pParameter.mValue == FilterValue::flag) {
         return "on or off";
     }
+    if (pParameter.mCount == 3) {
+        return "three numbers or fractions (0,1/2,10)";
+    }
     return pParameter.mUnit == std::string_view("s")
                ? "seconds, as a number or a fraction (4/30 for 4 frames of 30 a second)"
                : "a number or a fraction (1/60)";
 }
 
-void Set(FilterSetup& pSetup, const std::string& pName, double pNumber)
+void Set(FilterSetup& pSetup, const std::string& pName, const std::vector<double>& pNumbers)
 {
-    const std::string fault = pSetup.Set(pName, pNumber);
+    const std::string fault = pSetup.Set(pName, pNumbers);
     if (!fault.empty()) {
         throw WrongArguments(fault);
     }
 }
 
-// A value as users write it. On and off are values of flags alone.
-void SetText(FilterSetup& pSetup, const std::string& pName, const std::string& pText)
+// A number as users write it. On and off are values of flags alone.
+double NumberOf(const FilterSetup& pSetup, const std::string& pName, const std::string& pText)
 {
     const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
     const bool isFlag = parameter && parameter->mValue == FilterValue::flag;
@@ -107,7 +111,27 @@ void SetText(FilterSetup& pSetup, const std::string& pName, const std::string& p
         throw WrongArguments(
             fmt::format("'{}' is no value for {}: write {}", pText, pName, FormText(*parameter)));
     }
-    Set(pSetup, pName, number.value_or(0.0));
+    return number.value_or(0.0);
+}
+
+double NumberOf(const FilterSetup& pSetup, const std::string& pName, const Json& pValue)
+{
+    if (pValue.is_boolean()) {
+        return NumberOf(pSetup, pName, std::string(pValue.get<bool>() ? "on" : "off"));
+    }
+    if (pValue.is_string()) {
+        return NumberOf(pSetup, pName, pValue.get<std::string>());
+    }
+    if (!pValue.is_number()) {
+        throw WrongArguments(fmt::format("{} is no number, true or false", pName));
+    }
+    return pValue.get<double>();
+}
+
+bool TakesSeveral(const FilterSetup& pSetup, const std::string& pName)
+{
+    const FilterParameter* const parameter = pSetup.GetEntry().Find(pName);
+    return parameter && parameter->mCount > 1;
 }
 
 FilterSetup SetupOf(const Json& pStep)
@@ -120,15 +144,11 @@ FilterSetup SetupOf(const Json& pStep)
         if (name == "filter" || name == "about") {
             continue;
         }
-        if (value.is_boolean()) {
-            SetText(setup, name, value.get<bool>() ? "on" : "off");
-        } else if (value.is_number()) {
-            Set(setup, name, value.get<double>());
-        } else if (value.is_string()) {
-            SetText(setup, name, value.get<std::string>());
-        } else {
-            throw WrongArguments(fmt::format("{} is no number, true or false", name));
+        std::vector<double> numbers;
+        for (const Json& each : value.is_array() ? value : Json::array({value})) {
+            numbers.push_back(NumberOf(setup, name, each));
         }
+        Set(setup, name, numbers);
     }
     return setup;
 }
@@ -166,16 +186,24 @@ FilterSetup ParseFilter(const std::string& pText)
 {
     const std::size_t colon = pText.find(':');
     FilterSetup setup(EntryOf(pText.substr(0, colon)));
+    std::vector<std::pair<std::string, std::vector<double>>> values;
     std::size_t start = colon == std::string::npos ? pText.size() : colon + 1;
     while (start < pText.size()) {
         const std::size_t end = std::min(pText.find(',', start), pText.size());
-        const std::string pair = pText.substr(start, end - start);
-        const std::size_t equals = pair.find('=');
-        if (equals == std::string::npos) {
-            throw WrongArguments(fmt::format("'{}' has no value: write NAME=VALUE", pair));
+        const std::string piece = pText.substr(start, end - start);
+        const std::size_t equals = piece.find('=');
+        if (equals != std::string::npos) {
+            values.push_back({piece.substr(0, equals), {}});
+        } else if (values.empty() || !TakesSeveral(setup, values.back().first)) {
+            throw WrongArguments(fmt::format("'{}' has no value: write NAME=VALUE", piece));
         }
-        SetText(setup, pair.substr(0, equals), pair.substr(equals + 1));
+        auto& [name, numbers] = values.back();
+        numbers.push_back(
+            NumberOf(setup, name, equals == std::string::npos ? piece : piece.substr(equals + 1)));
         start = end + 1;
+    }
+    for (const auto& [name, numbers] : values) {
+        Set(setup, name, numbers);
     }
     CheckComplete(setup);
     return setup;
@@ -304,7 +332,7 @@ std::string SetupText(const FilterSetup& pSetup)
 {
     std::string text = pSetup.GetEntry().mName;
     for (const FilterParameter& each : pSetup.GetEntry().mParameters) {
-        if (const std::optional<double> value = pSetup.Get(each)) {
+        if (const std::vector<double>* const value = pSetup.Get(each)) {
             text += fmt::format(" {}={}", each.mName, ValueText(each, *value));
         }
     }

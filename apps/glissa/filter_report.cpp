@@ -151,7 +151,7 @@ std::string ReportText(const ClipReport& pReport)
             std::string outcome =
                 each.mOutcome == FilterOutcome::changed ? "" : OutcomeName(each.mOutcome);
             if (!each.mMessage.empty()) {
-                outcome += ": " + each.mMessage;
+                outcome += (outcome.empty() ? "" : ": ") + each.mMessage;
             }
             table.AddRow({each.mName, std::to_string(each.mKeysBefore),
                           std::to_string(each.mKeysAfter),

@@ -3,9 +3,10 @@
 
 // Runs filters over the clip that ships with the project through the built command.
 
-#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/clip_nodes.h"
 #include "io/filter_table.h"
 #include "tests/apps/command_run.h"
+#include "tests/support/ref_rotation.h"
 
 #include <nlohmann/json.hpp>
 
@@ -20,9 +21,10 @@ using Json = nlohmann::json;
 std::string Sample(const std::string& pName)
 {
     const std::map<std::string, std::string> parameters = {
-        {"offset", ":by=1.5"},         {"scale", ":by=1.5"},     {"clamp", ":ceil=3,floor=-2"},
-        {"timeclamp", ":min=2,max=3"}, {"constant", ":value=5"}, {"retime", ":shift=1/4"},
-        {"inverse", ":top=7"}};
+        {"offset", ":by=1.5"},         {"scale", ":by=1.5"},
+        {"clamp", ":ceil=3,floor=-2"}, {"timeclamp", ":min=2,max=3"},
+        {"constant", ":value=5"},      {"retime", ":shift=1/4"},
+        {"inverse", ":top=7"},         {"transform", ":rotate=0,0,90"}};
     const auto found = parameters.find(pName);
     return found == parameters.end() ? pName : pName + found->second;
 }
@@ -107,6 +109,72 @@ TEST_F(Command, UnrollReportsTheTurnAndGivesTheClipBack)
     }
 }
 
+// The clip has 120 frames a second, rotations of several orders, and a root with a position.
+TEST_F(Command, ATakeIsTurnedAndMovedInEveryOrder)
+{
+    WriteFile(At("turn.json"), R"({"filters": [{"filter": "transform", "scale": [2, 2, 2],
+        "translate": [0, "1/2", 10], "rotate": [10, 80, -30]}]})");
+    const Json report =
+        Json::parse(OutputOf({"filter", kClip, "--recipe", At("turn.json"), "--node", "*",
+                              "--format", "json", "-o", At("out.glissa")}));
+    for (const Json& each : report["filters"][0]["curves"]) {
+        if (each["unit"] == "degrees") {
+            EXPECT_GT(1.0, each["largest_change"]) << each["name"];
+        }
+    }
+    const double angles[] = {10.0, 80.0, -30.0};
+    const RefRotation turn = RefRotation::OfAngles(angles, 0);
+    const ClipCurves before = LoadClip(kClip);
+    const ClipCurves after = LoadClip(At("out.glissa"));
+    for (const NamedNode& each : ChooseNodes(before, {})) {
+        GlissaNode& now = *ChooseNodes(after, {each.name}).front().node;
+        EXPECT_EQ(1200, now.Get(0)->FCurveGet()->KeyGetCount());
+        for (int frame = 0; frame < 1200; frame += 75) {
+            const KTime time = before.clip.GetTime(frame);
+            double was[3];
+            double is[3];
+            each.node->Evaluate(was, time);
+            now.Evaluate(is, time);
+            const int order = now.GetRotationOrder();
+            if (each.unit == Unit::degrees) {
+                EXPECT_GT(1e-4, RefDistance(turn * RefRotation::OfAngles(was, order),
+                                            RefRotation::OfAngles(is, order)));
+                continue;
+            }
+            for (int i = 0; i < 3; ++i) {
+                const long double* const row = turn.m[i];
+                const double sum =
+                    static_cast<double>(row[0] * was[0] + row[1] * was[1] + row[2] * was[2]);
+                EXPECT_NEAR((i == 0 ? 0.0 : i == 1 ? 0.5 : 10.0) + 2.0 * sum, is[i], 1e-3);
+            }
+        }
+    }
+}
+
+// What has no channel and no key in the clip is transformed too.
+TEST_F(Command, ATakeWithoutAllChannelsIsTurnedAsAWhole)
+{
+    WriteFile(At("two.bvh"),
+              "HIERARCHY\nROOT A\n{\n OFFSET 1 2 3\n CHANNELS 2 Yposition Xrotation\n}\n"
+              "MOTION\nFrames: 2\nFrame Time: 1\n5 10\n9 10\n");
+    const auto lastOf = [this](const char* pClip, const char* pNode) {
+        const ClipCurves clip = LoadClip(At(pClip));
+        KgeRVector values;
+        ChooseNodes(clip, {pNode}).front().node->Evaluate(values.Data(), KTime::FromSeconds(1.0));
+        return values;
+    };
+    const Arguments turn = {
+        "filter", At("two.bvh"), "--node", "A/*", "--apply", "transform:rotate=0,0,90", "-o"};
+    OutputOf(turn + Arguments{At("two.glissa")});
+    EXPECT_EQ(KgeRVector(-9, 1, 3), lastOf("two.glissa", "A/T"));
+    EXPECT_NE(std::string::npos,
+              Run(turn + Arguments{At("b.bvh")}).err.find("no channel for A/T/X, A/R/Z;"));
+    OutputOf({"filter", At("two.glissa"), "--apply", "constant", "-o", At("still.glissa")});
+    OutputOf({"filter", At("still.glissa"), "--node", "A/R", "--apply", "transform:rotate=0,0,-90",
+              "-o", At("back.glissa")});
+    EXPECT_EQ(KgeRVector(10, 0, 0), lastOf("back.glissa", "A/R"));
+}
+
 TEST_F(Command, FiltersThatCannotRunWriteNothing)
 {
     WriteFile(At("large.json"), "{\"filters\": [1e999]}");
@@ -140,6 +208,11 @@ TEST_F(Command, FiltersThatCannotRunWriteNothing)
         {2, "by is the factor, not 0 or 1", {"--apply", "scale:by=1"}},
         {2, "clamp needs ceil=NUMBER or floor=NUMBER", {"--apply", "clamp"}},
         {2, "inverse needs top=NUMBER", {"--apply", "inverse"}},
+        {2, "transform needs translate=X,Y,Z or", {"--apply", "transform"}},
+        {2, "rotate takes three numbers: rotate=X,Y,Z", {"--apply", "transform:rotate=1,2"}},
+        {2, "rotate is the turn about X", {"--apply", "transform:rotate=0,0,0"}},
+        {2, "'2' has no value", {"--apply", "offset:by=1,2"}},
+        {2, "choose those of the root", {"--apply", "transform:rotate=1,2,3"}},
         {2, "delete would remove all keys", {"--apply", "delete"}},
         {2, "--list takes no clips", {"--list"}},
         {1, "refused: Invalid Time Span", {"--apply", "reduce", "--from", "1", "--to", "1"}},
