@@ -117,6 +117,7 @@ TEST_F(Selection, FramesWhatChanged)
     double least, greatest;
     mManipulator.SelectKeys(eSelectionAdd, Seconds(0.5), kToEnd, -9.0, 9.0);
     Mark({2});
+    Curve().KeySetValue(1, -2.0f);
     mManipulator.SelectKeys(eSelectionAdd, Seconds(1.5), kToEnd, -9.0, 9.0);  // changes nothing
     mManipulator.GetSelectionRange(start, stop, least, greatest);
     EXPECT_EQ(start, Seconds(1.0));
