@@ -262,6 +262,8 @@ private:
         KTime mMaxValueTime = KTime::MinusInfinite();
 
         void Include(KTime pTime, double pValue);
+        /// The values as times; after the last Include.
+        void SetValueTimes();
         void Get(KTime& pStart, KTime& pStop, double& pMinValue, double& pMaxValue) const;
         void Get(KTime& pStart, KTime& pStop, KTime& pMinValue, KTime& pMaxValue) const;
     };
@@ -288,7 +290,8 @@ private:
     void FallOff(Glissa* pCurve, double pValue, double pRadius, Glissa* pOriginal);
 
     // Selection
-    void Frame(bool pMarkedOnly);
+    void Frame(unsigned pFlags);
+    void IncludeKeys(Range& pRange, int pRelated, unsigned pFlags) const;
     void SetTangentVisibility(bool pOn, bool pOnlyNodesForManip);
     void SetTangentVisibility(bool pOn, Glissa* pCurve, int pIndex);
 

@@ -53,6 +53,21 @@ struct ActiveSpan
     KTime mEnd;
 };
 
+/// Calls pUse(index, key) for each key. pUse may change attributes, but neither add nor remove
+/// keys.
+template <typename Use>
+void ForEachKey(const Glissa& pCurve, const Use& pUse)
+{
+    const int count = pCurve.KeyGetCount();
+    for (int first = 0; first < count; first += KeyList::kKeysPerPage) {
+        const KPriFCurveKey* const page = &pCurve.Keys()[first];
+        const int keys = std::min(KeyList::kKeysPerPage, count - first);
+        for (int i = 0; i < keys; ++i) {
+            pUse(first + i, page[i]);
+        }
+    }
+}
+
 enum class Change
 {
     none,
@@ -89,9 +104,14 @@ void GlissaManipulator::SelectKeys(eSelectionMode pMode, KTime pStart, KTime pSt
         SetTangentVisibility(false, false);
     }
     bool isChanged = false;
+    Range range;  // of the selected keys, in the same pass
     for (int i = 0; i < mRelatedNodes.GetCount(); ++i) {
         Glissa* const curve = RelatedCurve(i);
-        if (!mNodesForManip.Test(i) || !curve || curve->IsLocked()) {
+        if (!mNodesForManip.Test(i) || !curve) {
+            continue;
+        }
+        if (curve->IsLocked()) {
+            IncludeKeys(range, i, eSelectPoint);
             continue;
         }
         GlissaNode* const node = mRelatedNodes[i];
@@ -100,47 +120,44 @@ void GlissaManipulator::SelectKeys(eSelectionMode pMode, KTime pStart, KTime pSt
         const ActiveSpan span(*node);
         const KTime start = span.mIsLimited ? std::max(pStart, span.mStart) : pStart;
         const KTime stop = span.mIsLimited ? std::min(pStop, span.mEnd) : pStop;
-        for (int key = 0; key < curve->KeyGetCount(); ++key) {
-            const KTime time = timeline.ToGlobal(curve->KeyGetTime(key));
-            bool isSelected = curve->KeyGetSelected(key);
-            const auto deselect = [&] {
-                SetTangentVisibility(false, curve, key);
-                if (isSelected) {
-                    curve->KeySetSelected(key, false);
-                    isChanged = true;
-                    isSelected = false;
-                }
-            };
-            if (isSelected && span.mIsLimited && !span.Contains(time)) {
-                deselect();
+        ForEachKey(*curve, [&](int pKey, const KPriFCurveKey& pRecord) {
+            const KTime time = timeline.ToGlobal(pRecord.mTime);
+            const double value = pRecord.mValue;
+            const bool wasSelected = (pRecord.mAttribute->mFlags & eSelectPoint) != 0;
+            const bool isActive = span.Contains(time);
+            bool isSelected = wasSelected && (isActive || !span.mIsLimited);
+            Change change = isSelected == wasSelected ? Change::none : Change::deselect;
+            if (isActive || !span.mLeavesOutOthers) {
+                const bool isInside =
+                    start <= time && time <= stop && pMinValue <= value && value <= pMaxValue;
+                const Change wanted = ChangeOf(pMode, isInside, isSelected);
+                change = wanted == Change::none ? change : wanted;
             }
-            if (span.mLeavesOutOthers && !span.Contains(time)) {
-                continue;
-            }
-            const double value = curve->KeyGetValue(key);
-            const bool isInside =
-                start <= time && time <= stop && pMinValue <= value && value <= pMaxValue;
-            const Change change = ChangeOf(pMode, isInside, isSelected);
-            if (change == Change::deselect) {
-                deselect();
-            } else if (change == Change::select) {
-                if (!isSelected) {
-                    curve->KeySetSelected(key, true);
+            if (change != Change::none) {
+                isSelected = change == Change::select;
+                if (isSelected != wasSelected) {
+                    curve->KeySetSelected(pKey, isSelected);
                     isChanged = true;
                 }
-                if (mShowManyTangents) {
-                    SetTangentVisibility(true, curve, key);
+                if (!isSelected || mShowManyTangents) {
+                    SetTangentVisibility(isSelected, curve, pKey);
                 }
+            }
+            if (change == Change::select) {
                 mLastSelectedNode = node;
-                mLastSelectedKey = key;
+                mLastSelectedKey = pKey;
             }
-        }
+            if (isSelected) {
+                range.Include(time, value);
+            }
+        });
     }
     if (!mShowManyTangents && mLastSelectedNode) {
         SetTangentVisibility(true, mLastSelectedNode->FCurveGet(), mLastSelectedKey);
     }
     if (isChanged) {
-        FrameSelection();
+        range.SetValueTimes();
+        mSelection = range;
     }
 }
 
@@ -152,13 +169,18 @@ void GlissaManipulator::SelectKeys(eSelectionMode pMode, KTime pStart, KTime pSt
 
 void GlissaManipulator::Range::Include(KTime pTime, double pValue)
 {
-    const KTime valueTime = KTime::FromSeconds(pValue);
     mStart = std::min(mStart, pTime);
     mStop = std::max(mStop, pTime);
     mMinValue = std::min(mMinValue, pValue);
     mMaxValue = std::max(mMaxValue, pValue);
-    mMinValueTime = std::min(mMinValueTime, valueTime);
-    mMaxValueTime = std::max(mMaxValueTime, valueTime);
+}
+
+void GlissaManipulator::Range::SetValueTimes()
+{
+    if (mMinValue <= mMaxValue) {
+        mMinValueTime = KTime::FromSeconds(mMinValue);
+        mMaxValueTime = KTime::FromSeconds(mMaxValue);
+    }
 }
 
 void GlissaManipulator::Range::Get(KTime& pStart, KTime& pStop, double& pMinValue,
@@ -205,31 +227,36 @@ void GlissaManipulator::GetOriginalSelectionRange(KTime& pStart, KTime& pStop, K
 
 void GlissaManipulator::FrameSelection()
 {
-    Frame(false);
+    Frame(eSelectPoint);
 }
 
 void GlissaManipulator::FrameManipulation()
 {
-    Frame(true);
+    Frame(eSelectPoint | eMarkedForManipulation);
 }
 
-// The range of the selected keys; with pMarkedOnly, of those that are marked too.
-void GlissaManipulator::Frame(bool pMarkedOnly)
+void GlissaManipulator::Frame(unsigned pFlags)
 {
-    mSelection = Range();
+    Range range;
     for (int i = 0; i < mRelatedNodes.GetCount(); ++i) {
-        Glissa* const curve = RelatedCurve(i);
-        if (!mNodesForManip.Test(i) || !curve) {
-            continue;
+        if (mNodesForManip.Test(i)) {
+            IncludeKeys(range, i, pFlags);
         }
-        const ETITimeline timeline(*mRelatedNodes[i]);
-        for (int key = 0; key < curve->KeyGetCount(); ++key) {
-            if (curve->KeyGetSelected(key) &&
-                (!pMarkedOnly || curve->KeyGetMarkedForManipulation(key))) {
-                mSelection.Include(timeline.ToGlobal(curve->KeyGetTime(key)),
-                                   curve->KeyGetValue(key));
+    }
+    range.SetValueTimes();
+    mSelection = range;
+}
+
+// The keys of a related node that have all of some flags.
+void GlissaManipulator::IncludeKeys(Range& pRange, int pRelated, unsigned pFlags) const
+{
+    if (const Glissa* const curve = RelatedCurve(pRelated)) {
+        const ETITimeline timeline(*mRelatedNodes[pRelated]);
+        ForEachKey(*curve, [&](int, const KPriFCurveKey& pRecord) {
+            if ((pRecord.mAttribute->mFlags & pFlags) == pFlags) {
+                pRange.Include(timeline.ToGlobal(pRecord.mTime), pRecord.mValue);
             }
-        }
+        });
     }
 }
 
@@ -293,7 +320,8 @@ void GlissaManipulator::SetTangentVisibility(bool pOn, bool pOnlyNodesForManip)
 // A handle belongs to the segment that it shapes: the left one to that of the key before.
 void GlissaManipulator::SetTangentVisibility(bool pOn, Glissa* pCurve, int pIndex)
 {
-    if (pIndex < 0 || pIndex >= pCurve->KeyGetCount()) {
+    if (pIndex < 0 || pIndex >= pCurve->KeyGetCount() ||
+        (!pOn && pCurve->KeyGetTangeantVisibility(pIndex) == eTangentShowNone)) {
         return;
     }
     unsigned shown = eTangentShowNone;
@@ -305,7 +333,5 @@ void GlissaManipulator::SetTangentVisibility(bool pOn, Glissa* pCurve, int pInde
          !IsTCB(*pCurve, pIndex))) {
         shown |= eTangentShowLeft;
     }
-    if (shown != pCurve->KeyGetTangeantVisibility(pIndex)) {
-        pCurve->KeySetTangeantVisibility(pIndex, shown);
-    }
+    pCurve->KeySetTangeantVisibility(pIndex, shown);
 }
