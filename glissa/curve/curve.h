@@ -361,7 +361,7 @@ public:
     /// Replaces the keys of a span, both ends included, by those that a source has there. The first
     /// and the last added key take the slopes that the curve had at the ends of the span;
     /// the key behind it keeps its slopes on both sides. Does nothing where a key would leave the
-    /// range of times.
+    /// range of times. The default value stays where keys are added.
     ///
     /// pStart, pStop      of the source, MinusInfinite() and Infinite() for where its keys end.
     /// pExactSpan         off, the slope at an end that is open is set as well.

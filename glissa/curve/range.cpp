@@ -335,6 +335,7 @@ void Glissa::ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpa
     const int behind = hasKeys ? Floor(KeyFind(target.GetStop(), nullptr)) + 1 : 0;
     const GlissaTangeantInfo behindLeft =
         behind < KeyGetCount() ? KeyGetLeftDerivativeInfo(behind) : GlissaTangeantInfo();
+    const float defaultValue = mValue;
     Delete(target.GetStart(), target.GetStop(), true);
     if (isEmpty) {
         return;
@@ -342,6 +343,9 @@ void Glissa::ReplaceSpan(Glissa* pSource, const KTimeSpan& pSpan, bool pExactSpa
 
     const int last = AddRange(*this, pSource, firstAdded, lastAdded, pOffset);
     if (last >= 0) {
+        if (mValue != defaultValue) {
+            SetValue(defaultValue);  // without keys it was that of the first one
+        }
         ShiftKeys(first, last, pFromStart);
         if (HasStart(wanted) && first < KeyGetCount() && KeyGetTime(first) <= target.GetStop()) {
             const bool isBefore =

@@ -8,24 +8,6 @@
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
 
-#include <algorithm>
-
-/// From the earliest first to the latest last key of curves, within two times. Curves without keys
-/// do not count; where none has keys the span is empty: its start does not lie before its stop.
-inline KTimeSpan SpanOfKeys(Glissa* const* pCurves, int pCount, KTime pStart, KTime pStop)
-{
-    KTime first = KTime::Infinite();
-    KTime last = KTime::MinusInfinite();
-    for (int i = 0; i < pCount; ++i) {
-        const int keys = pCurves[i]->KeyGetCount();
-        if (keys > 0) {
-            first = std::min(first, pCurves[i]->KeyGetTime(0));
-            last = std::max(last, pCurves[i]->KeyGetTime(keys - 1));
-        }
-    }
-    return {std::max(first, pStart), std::min(last, pStop)};
-}
-
 /// Replaces keys and default values of the first To of some curves by what the first From of them
 /// are converted to. Keys are cubic with automatic tangents. Locked curves are not written.
 ///

@@ -198,7 +198,6 @@ bool GlissaFilterGimbleKiller::Apply(GlissaNode& pNode, bool)
     }
     const NodeHolder result(pNode.CloneTemplate(false, false, false, GlissaLayerInfo::Invalid));
     repaired.MoveTo(*result);
-    const KeptDefaults kept(curves);
     pNode.Replace(result.get(), GetStartTime(), GetStopTime(), false, true, KTime());
     return true;
 }

@@ -201,14 +201,12 @@ bool GlissaFilterGimbleKiller2::Apply(Glissa** pCurves, int pCount)
     if (pCount != kRotationAxes) {
         return Refuse(kNotThreeCurves, "GimbleKiller2. Curve count is not 3.");
     }
-    KTime first;
-    KTime last;
-    const bool hasKeys = FindRotationSpan(pCurves, first, last);
+    const KTimeSpan keys = SpanOfKeys(pCurves, kRotationAxes);
     const int count = pCurves[0]->KeyGetCount();
-    if (!hasKeys || (count == 0 && !mApplyKeySyncFilter)) {
+    if (keys.GetStart() > keys.GetStop() || (count == 0 && !mApplyKeySyncFilter)) {
         return Refuse(eFilterNoKey, "GimbleKiller2, No key to be filtered.");
     }
-    if (first == last || (count == 1 && !mApplyKeySyncFilter)) {
+    if (keys.GetStart() == keys.GetStop() || (count == 1 && !mApplyKeySyncFilter)) {
         return Refuse(eFilterUnchanged, "GimbleKiller2, No key were changed by filter.");
     }
     if (!std::isfinite(mQualityTolerance)) {

@@ -318,7 +318,6 @@ void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode)
     GlissaNode* const rotation = pNode.FindRecursive("R");
     Glissa* curves[kAxes];
     if (mApplyUnroll && rotation && FindRotationCurves(*rotation, curves)) {
-        const KeptDefaults kept(curves);
         GlissaFilterUnroll unroll;
         unroll.Apply(*rotation, true);
         GlissaFilterResample resample;
@@ -356,7 +355,7 @@ void GlissaFilterMatrixConverter::FindTimeInterval(KTime& pStart, KTime& pStop, 
 {
     Glissa* curves[kCurves];
     std::copy_n(pS, kAxes, std::copy_n(pR, kAxes, std::copy_n(pT, kAxes, curves)));
-    const KTimeSpan span = SpanOfKeys(curves, kCurves, KTime::MinusInfinite(), KTime::Infinite());
+    const KTimeSpan span = SpanOfKeys(curves, kCurves);
     pStop = std::min(span.GetStop(), GetStopTime());
     pStart = std::max(std::min(span.GetStart(), pStop), GetStartTime());
     if (mResamplingOnFrameRateMultiple && mResamplingPeriod >= KTime(1)) {

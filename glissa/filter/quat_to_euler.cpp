@@ -70,7 +70,6 @@ bool GlissaFilterQuatToEuler::Apply(GlissaNode& pNode, bool pRecursive)
         ConvertCurves<kQuaternionParts, kRotationAxes>(curves, span, mFramePeriod, defaults,
                                                        AnglesOf);
         pNode.Delete(realPart);
-        const KeptDefaults kept(curves);
         GlissaFilterGimbleKiller gimbleKiller;
         gimbleKiller.SetStartTime(GetStartTime());
         gimbleKiller.SetStopTime(GetStopTime());

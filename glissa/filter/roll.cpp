@@ -125,9 +125,8 @@ bool GlissaFilterRoll::Apply(Glissa** pCurves, int pCount)
     if (mKeyRateMode != eKeyRateFixed && mKeyRateMode != eKeyRateVariable) {
         return Refuse(kBadKeyRateMode, "FilterRoll, Unexpected Key Rate Mode");
     }
-    KTime first;
-    KTime last;
-    if (!FindRotationSpan(pCurves, first, last)) {
+    const KTimeSpan keys = SpanOfKeys(pCurves, kRotationAxes);
+    if (keys.GetStart() > keys.GetStop()) {
         return Refuse(eFilterNoKey, "FilterRoll, No key to be filtered.");
     }
     return ApplyFixed(pCurves);

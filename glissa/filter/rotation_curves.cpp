@@ -116,17 +116,17 @@ bool IsNodeOrChildLocked(GlissaNode& pNode)
     return isLocked;
 }
 
-bool FindRotationSpan(Glissa* const* pCurves, KTime& pFirst, KTime& pLast)
+KTimeSpan SpanOfKeys(Glissa* const* pCurves, int pCount, KTime pStart, KTime pStop)
 {
-    pFirst = KTime::Infinite();
-    pLast = KTime::MinusInfinite();
-    for (int i = 0; i < kRotationAxes; ++i) {
-        if (const int count = pCurves[i]->KeyGetCount(); count > 0) {
-            pFirst = std::min(pFirst, pCurves[i]->KeyGetTime(0));
-            pLast = std::max(pLast, pCurves[i]->KeyGetTime(count - 1));
+    KTime first = KTime::Infinite();
+    KTime last = KTime::MinusInfinite();
+    for (int i = 0; i < pCount; ++i) {
+        if (const int keys = pCurves[i]->KeyGetCount(); keys > 0) {
+            first = std::min(first, pCurves[i]->KeyGetTime(0));
+            last = std::max(last, pCurves[i]->KeyGetTime(keys - 1));
         }
     }
-    return pFirst <= pLast;
+    return {std::max(first, pStart), std::min(last, pStop)};
 }
 
 bool SyncRotation(Glissa** pCurves, KTime pStart, KTime pStop)
@@ -177,22 +177,6 @@ void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues
     }
     if (pMirrored >= 0 && pCurves[pMirrored]) {
         MirrorSlopes(*pCurves[pMirrored], pIndex);
-    }
-}
-
-KeptDefaults::KeptDefaults(Glissa* const* pCurves)
-    : mCurves{pCurves[0], pCurves[1], pCurves[2]},
-      mValues{pCurves[0]->GetValue(), pCurves[1]->GetValue(), pCurves[2]->GetValue()},
-      mBrackets{KeyModifyBracket(*pCurves[0]), KeyModifyBracket(*pCurves[1]),
-                KeyModifyBracket(*pCurves[2])}
-{}
-
-KeptDefaults::~KeptDefaults()
-{
-    for (int i = 0; i < kRotationAxes; ++i) {
-        if (mCurves[i]->GetValue() != mValues[i]) {
-            mCurves[i]->SetValue(mValues[i]);
-        }
     }
 }
 

@@ -6,7 +6,6 @@
 #include "corvekit/event/operation.h"
 #include "corvekit/math/vector.h"
 #include "corvekit/time.h"
-#include "glissa/curve/modify_bracket.h"
 
 class Glissa;
 class GlissaNode;
@@ -28,9 +27,10 @@ bool IsNamedRotation(const GlissaNode& pNode);
 /// Whether the node or one of its children is locked.
 bool IsNodeOrChildLocked(GlissaNode& pNode);
 
-/// The first and the last time of the keys of three curves. Curves without keys do not count; false
-/// if none has any.
-bool FindRotationSpan(Glissa* const* pCurves, KTime& pFirst, KTime& pLast);
+/// From the earliest first to the latest last key of curves, within two times. Curves without keys
+/// do not count; where none has keys the span is empty: its start lies behind its stop.
+KTimeSpan SpanOfKeys(Glissa* const* pCurves, int pCount, KTime pStart = KTime::MinusInfinite(),
+                     KTime pStop = KTime::Infinite());
 /// Gives three curves keys at the same times within a span, as GlissaFilterKeySync does, and also
 /// the keys a tick behind another one, which that filter leaves out. Locked curves are read. Lives
 /// inside a bracket of each curve that is not locked. Whether key times differed.
@@ -49,22 +49,6 @@ KgeRVector RotationAtKey(Glissa* const* pCurves, int pIndex);
 ///            does in the other form of the same rotation, or -1: its user tangents take the
 ///            opposite slopes.
 void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues, int pMirrored);
-
-/// Keeps the default values of three curves, which change where all keys of a curve are replaced.
-/// Lives inside an operation.
-class KeptDefaults
-{
-public:
-    explicit KeptDefaults(Glissa* const* pCurves);
-    ~KeptDefaults();
-    KeptDefaults(const KeptDefaults&) = delete;
-    KeptDefaults& operator=(const KeptDefaults&) = delete;
-
-private:
-    Glissa* mCurves[kRotationAxes];
-    float mValues[kRotationAxes];
-    KeyModifyBracket mBrackets[kRotationAxes];  // what is put back is part of the one event
-};
 
 /// A rotation node "R" with the children "X", "Y" and "Z" that holds three curves for as long as it
 /// exists. Then the curves are given back to the nodes that had them. The child of a locked curve

@@ -250,7 +250,6 @@ bool GlissaFilterTRS::Apply(GlissaNode& pNode, bool)
             }
         }
         if (kind == Kind::rotation) {
-            const KeptDefaults kept(curves);
             GlissaFilterUnroll unroll;
             unroll.Apply(pNode, true);
         }

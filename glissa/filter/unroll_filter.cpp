@@ -93,9 +93,8 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         !FindChildCurves(*pNode, curves)) {
         return RefuseNode();
     }
-    KTime start;
-    KTime stop;
-    if (!FindRotationSpan(curves, start, stop)) {
+    const KTimeSpan keys = SpanOfKeys(curves, kRotationAxes);
+    if (keys.GetStart() > keys.GetStop()) {
         return Refuse(eFilterNoKey, kNoKeyText);
     }
     if (const char* const fault = FindFault()) {
@@ -110,13 +109,13 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         rules.isLocked[i] = pNode->Get(i)->IsNodeLocked();
     }
     AddLimits(rules);
-    if (GetStartTime() <= start && GetStopTime() >= stop &&
+    if (GetStartTime() <= keys.GetStart() && GetStopTime() >= keys.GetStop() &&
         !GlissaFilterKeySync().NeedApply(curves, kRotationAxes)) {
         UnrollKeys(curves, 0, curves[0]->KeyGetCount() - 1, rules);
         return true;
     }
-    start = std::max(start, GetStartTime());
-    stop = std::min(stop, GetStopTime());
+    const KTime start = std::max(keys.GetStart(), GetStartTime());
+    const KTime stop = std::min(keys.GetStop(), GetStopTime());
 
     const NodeHolder clone(pNode->Clone(false));
     FindChildCurves(*clone, curves);
@@ -136,9 +135,6 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         isChanged = UnrollKeys(curves, first, last, rules) || isChanged;
     }
     if (isChanged) {
-        Glissa* own[kRotationAxes];
-        FindRotationCurves(*pNode, own);
-        const KeptDefaults kept(own);
         pNode->Replace(clone.get(), GetStartTime(), GetStopTime(), false, true, KTime());
     }
     return true;

@@ -41,14 +41,10 @@ void RemoveKeys(Glissa& pCurve, const KeyRange& pRange)
 
 void ReplaceSpan(Glissa& pCurve, Glissa& pSource, KTime pStart, KTime pStop, bool pExactSpan)
 {
-    const float defaultValue = pCurve.GetValue();
     const int count = pCurve.KeyGetCount();
     const int first = count > 0 ? Ceil(pCurve.KeyFind(pStart, nullptr)) : 0;
     const int last = count > 0 ? Floor(pCurve.KeyFind(pStop, nullptr)) : -1;
     const OuterSlopes outer(pCurve, first, last);
     pCurve.Replace(&pSource, pStart, pStop, pExactSpan, true, KTime());
     outer.Hold(pCurve, first - 1, pCurve.KeyGetCount() - (count - 1 - last));
-    if (pCurve.GetValue() != defaultValue) {
-        pCurve.SetValue(defaultValue);
-    }
 }

@@ -35,5 +35,5 @@ struct OuterSlopes
 void RemoveKeys(Glissa& pCurve, const KeyRange& pRange);
 
 /// Glissa::Replace without an offset. The two keys next to the span keep the slopes on their other
-/// sides. The default value stays: where all keys are replaced, it would become that of the first.
+/// sides.
 void ReplaceSpan(Glissa& pCurve, Glissa& pSource, KTime pStart, KTime pStop, bool pExactSpan);
