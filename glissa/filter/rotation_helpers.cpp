@@ -29,7 +29,7 @@ KgeQuaternion ShortTurn(const KgeRMatrix& pFrom, const KgeRMatrix& pTo)
 double RotationInterpolationQuality(const KgeRVector& pFrom, const KgeRVector& pTo)
 {
     const double square = (pFrom - pTo).SquareLength();
-    if (square <= std::numeric_limits<double>::epsilon()) {
+    if (!(square > std::numeric_limits<double>::epsilon() && std::isfinite(square))) {
         return 100.0;
     }
     const KgeQuaternion turn = ShortTurn(EulerToMatrix(pFrom), EulerToMatrix(pTo));

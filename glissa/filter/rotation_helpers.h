@@ -41,8 +41,8 @@ KgeQuaternion ShortTurn(const KgeRMatrix& pFrom, const KgeRMatrix& pTo);
 
 /// How well angles that are interpolated one by one follow the rotation: the square of the angle
 /// of the shortest turn between two rotations over the squared distance of their angles. Near 1 the
-/// angles change as much as the rotation does; near 0 they change far more. 100 for equal angles,
-/// NaN where an angle is not finite.
+/// angles change as much as the rotation does; near 0 they change far more. 100 for equal angles
+/// and where an angle is not finite.
 double RotationInterpolationQuality(const KgeRVector& pFrom, const KgeRVector& pTo);
 
 /// The angle brought by whole turns within half a turn of another one.

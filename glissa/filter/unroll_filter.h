@@ -52,7 +52,8 @@ public:
     /// How well angles that are interpolated one by one follow the rotation from one triple to
     /// another: the square of the angle of the shortest turn over the squared distance of the
     /// triples. Near 1 the angles change as much as the rotation does, near 0 far more. 100 for
-    /// equal triples. Measured in the order X, Y, Z whatever the order of the rotation is.
+    /// equal triples and where an angle is not finite. Measured in the order X, Y, Z whatever the
+    /// order of the rotation is.
     double InterpolationQualityFactor(const KgeRVector& pFrom, const KgeRVector& pTo) const;
 
 protected:

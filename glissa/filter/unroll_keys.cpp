@@ -16,6 +16,11 @@ namespace
 // leaves to round in floats, at every application.
 constexpr double kLeastMove = 1e-4;
 
+bool IsFinite(const KgeRVector& pAngles)
+{
+    return std::isfinite(pAngles.SquareLength());
+}
+
 bool IsMoved(const KgeRVector& pFrom, const KgeRVector& pTo)
 {
     const KgeRVector way = pTo - pFrom;
@@ -41,6 +46,7 @@ bool UnrollKeys(Glissa* const* pCurves, int pFirst, int pLast, const UnrollRules
     KgeRVector reference;
     if (pFirst > 0) {
         reference = RotationOfKey(pCurves, pFirst);
+        reference = IsFinite(reference) ? reference : KgeRVector();
     }
     for (int i = pFirst; i <= pLast; ++i) {
         const KgeRVector in = RotationOfKey(pCurves, i);
@@ -66,8 +72,10 @@ bool UnrollKeys(Glissa* const* pCurves, int pFirst, int pLast, const UnrollRules
         } else {
             out = in;
         }
-        if (!pRules.testForPath ||
-            RotationInterpolationQuality(reference, out) >= pRules.qualityTolerance) {
+        const bool isGood = !pRules.testForPath ||
+                            RotationInterpolationQuality(reference, out) >= pRules.qualityTolerance;
+        // No angle is near to one that is not finite.
+        if (isGood && IsFinite(out)) {
             reference = out;
         }
     }

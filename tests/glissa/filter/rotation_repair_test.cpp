@@ -187,6 +187,13 @@ TEST_F(RotationRepair, WhileACurveIsLockedUnrollTakesWholeTurnsFromTheOthers)
     EXPECT_EQ("0:0 0.1:170 ", KeysOf(*node, 2));
 }
 
+TEST_F(RotationRepair, AKeyThatIsNoNumberIsNoReference)
+{
+    const NodePtr node = MakeRotation({{170, 0, 0}, {kNaN, 0, 0}, {-170, 0, 0}});
+    EXPECT_TRUE(GlissaFilterUnroll().Apply(*node, false));
+    EXPECT_EQ(190.0f, node->Get(0)->FCurveGet()->KeyGetValue(2));
+}
+
 // The second key is far from the first one as angles and near it as a rotation; the third is next
 // to the second one as it is, and next to the first one in its other form.
 TEST_F(RotationRepair, OfPoorQualityAKeyIsWrittenAndIsNoReference)
@@ -203,6 +210,7 @@ TEST_F(RotationRepair, OfPoorQualityAKeyIsWrittenAndIsNoReference)
     }
     GlissaFilterUnroll filter;
     EXPECT_EQ(100.0, filter.InterpolationQualityFactor({1, 2, 3}, {1, 2, 3}));
+    EXPECT_EQ(100.0, filter.InterpolationQualityFactor({1, 2, 3}, {1, kNaN, 3}));
     EXPECT_NEAR(1.0, filter.InterpolationQualityFactor({1, 0, 0}, {1.000001, 0, 0}), 1e-6);
     EXPECT_NEAR(18.0 * 18.0 / (342.0 * 342.0),
                 filter.InterpolationQualityFactor({-160, 0, 0}, {182, 0, 0}), 1e-9);
