@@ -16,6 +16,7 @@
 #include "glissa/filter/transform_chain.h"
 #include "glissa/filter/unroll.h"
 #include "glissa/node/node.h"
+#include "glissa/node/rotation_path.h"
 
 #include <algorithm>
 #include <cmath>
@@ -84,6 +85,8 @@ struct Transform
 struct TransformCurves
 {
     Glissa* all[kCurves];
+    GlissaNode*
+        leaves[kCurves];  // not the owners: a curve may be held by a node that is not its own
     GlissaNode* rotationNode;
 
     Glissa* const* Translation() const { return all; }
@@ -92,8 +95,18 @@ struct TransformCurves
 
     bool FindBelow(GlissaNode& pNode)
     {
+        if (!pNode.GetTransformCurves(all, all + kAxes, all + 2 * kAxes)) {
+            return false;
+        }
         rotationNode = pNode.FindRecursive("R");
-        return rotationNode && pNode.GetTransformCurves(all, all + kAxes, all + 2 * kAxes);
+        GlissaNode** leaf = leaves;
+        for (const char* const channel : {"T", "R", "S"}) {
+            GlissaNode* const node = pNode.FindRecursive(channel);
+            for (const char* const axis : {"X", "Y", "Z"}) {
+                *leaf++ = node->FindRecursive(axis);
+            }
+        }
+        return true;
     }
 
     Transform Defaults() const
@@ -115,7 +128,7 @@ public:
     explicit TransformSampler(const TransformCurves& pCurves) : mCurves(pCurves)
     {
         GlissaNode& node = *pCurves.rotationNode;
-        mHasPath = node.GetUseQuaternion() && node.GetCount() == kAxes && !node.IsNodeMuted() &&
+        mHasPath = node.GetUseQuaternion() && node.GetCount() == kAxes &&
                    AreChildCurves(node, pCurves.Rotation());
     }
 
@@ -125,11 +138,15 @@ public:
         for (int i = 0; i < kCurves; ++i) {
             values[i] = mCurves.all[i]->Evaluate(pTime, &mHints[i]);
         }
+        KgeRVector rotation(values + kAxes);
         if (mHasPath) {
-            mCurves.rotationNode->RotationNodeEvaluate(values + kAxes, pTime, &mHints[kAxes],
-                                                       false);
+            Glissa* const curves[] = {mCurves.all[kAxes], mCurves.all[kAxes + 1],
+                                      mCurves.all[kAxes + 2]};
+            // Only a path is written.
+            EvaluateRotationPath(curves, mCurves.rotationNode->GetRotationOrder(), pTime,
+                                 &mHints[kAxes], rotation);
         }
-        return {KgeTVector(values), KgeRVector(values + kAxes), KgeSVector(values + 2 * kAxes)};
+        return {KgeTVector(values), rotation, KgeSVector(values + 2 * kAxes)};
     }
 
 private:
@@ -289,11 +306,13 @@ bool GlissaFilterMatrixConverter::Apply(GlissaNode& pNode, bool)
     if (pNode.IsNodeLocked()) {
         return false;
     }
-    if (const char* const fault = FindFault()) {
-        return Refuse(eFilterUnchanged, fault);
+    const bool isSame = HasSameChain();
+    if (!isSame) {
+        if (const char* const fault = FindFault()) {
+            return Refuse(eFilterUnchanged, fault);
+        }
     }
     const KOperation operation;
-    const bool isSame = HasSameChain();
     if (isSame) {
         Refuse(eFilterUnchanged, "MatrixConverter, No key were changed by filter.");
     } else {
@@ -316,8 +335,7 @@ bool GlissaFilterMatrixConverter::Apply(GlissaNode& pNode, bool)
 void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode)
 {
     GlissaNode* const rotation = pNode.FindRecursive("R");
-    Glissa* curves[kAxes];
-    if (mApplyUnroll && rotation && FindRotationCurves(*rotation, curves)) {
+    if (mApplyUnroll && rotation) {
         GlissaFilterUnroll unroll;
         unroll.Apply(*rotation, true);
         GlissaFilterResample resample;
@@ -423,7 +441,8 @@ bool GlissaFilterMatrixConverter::DoConvert(GlissaNode& pNode)
     KTime stop;
     FindTimeInterval(start, stop, old.Translation(), old.Rotation(), old.Scaling());
     const int samples = SampleGrid(start, stop, mResamplingPeriod).count;
-    if (hasKeys && start > stop) {
+    // Before it is rounded down.
+    if (hasKeys && GetStartTime() > stop) {
         return Refuse(eFilterUnchanged, "MatrixConverter, The start lies behind the stop.");
     }
     if (hasKeys && samples == 0) {
@@ -483,9 +502,8 @@ bool GlissaFilterMatrixConverter::DoConvert(GlissaNode& pNode)
     }
 
     for (int i = mResampleTranslation ? 0 : kAxes; i < kCurves; ++i) {
-        GlissaNode* const leaf = old.all[i]->GetOwner();
-        if (leaf && !leaf->IsNodeLocked()) {
-            leaf->FCurveReplace(owned[i].release());
+        if (!old.leaves[i]->IsNodeLocked()) {
+            old.leaves[i]->FCurveReplace(owned[i].release());
         }
     }
     old.rotationNode->SetRotationOrder(conversion.destinationOrder.GetOrder());

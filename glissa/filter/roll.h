@@ -45,7 +45,8 @@ public:
     /// The curves X, Y and Z of a node "R" or "Lcl Rotation", in its order. A start that is not
     /// before the stop gives kBadInterval. Nodes below it are not reached, whatever pRecursive.
     bool Apply(GlissaNode& pNode, bool pRecursive) override;
-    /// Folds the keys of three curves, all of them.
+    /// The same without the tests of the key rate mode and of the number of curves. The curves get
+    /// keys at the same times here too; without keys it gives eFilterUnchanged.
     bool ApplyFixed(Glissa** pCurves);
 
     /// Kept for hosts: the angles are folded into half turns whatever it is.

@@ -14,7 +14,8 @@
 /// Keys of a channel at other times than those of the first unlocked channel stay. A rotation is
 /// unrolled afterwards.
 ///
-/// With one such key the default values become the translation, rotation or scaling itself.
+/// Where start and stop fall on one key, or both before the first or behind the last one, the
+/// default values become the translation, rotation or scaling itself; the key is transformed too.
 class GLISSA_API GlissaFilterTRS : public KClassFrame<GlissaFilterTRS, GlissaFilter>
 {
 public:

@@ -160,6 +160,13 @@ struct Object
     }
 };
 
+RefRotation OrientationAt(GlissaNode& pRotation, KTime pTime)
+{
+    double angles[3];
+    pRotation.GeneralEvaluate(angles, pTime);
+    return RefRotation::OfAngles(angles, pRotation.GetRotationOrder());
+}
+
 void SetCells(Converter& pFilter, const Cell& pSource, const Cell& pDestination)
 {
     for (int i = 0; i < Converter::kMatrixCount; ++i) {
@@ -277,7 +284,8 @@ TEST_F(MatrixConversion, KeysLieOnThePeriodAndTheLastOneWhereItIsWanted)
              Row{0, 5, 1, true, true, 1.5, 3, "1:91 2:92 3:93 "},
              Row{0, 5, 0, true, true, -9, 9, kPeriod},
              Row{0, 50, 1e-8, true, true, -9, 99, kPeriod},
-             Row{0, 5, 1, true, true, 4, 3, "!MatrixConverter, The start lies behind the stop."},
+             Row{0, 5, 1, true, true, 3.9, 3.5,  // 3 as a multiple
+                 "!MatrixConverter, The start lies behind the stop."},
          }) {
         SCOPED_TRACE(row.keys);
         Object object;
@@ -320,7 +328,12 @@ TEST_F(MatrixConversion, KindsComeFromTheKeyBeforeAndLockedChannelsStay)
     const Glissa* const kept = &object.Curve(0, 1);
     Converter filter = Plain(0.5);
     filter.SetStopTime(Seconds(4.0));
+    // A node that holds a curve of the object too keeps it.
+    const NodePtr stranger(GlissaNodeCreate("X", KDataTypeNumber, 0, GlissaLayerInfo::Base));
+    Glissa* const shared = &object.Curve(0, 2);
+    shared->SetOwner(stranger.get());
     ASSERT_TRUE(filter.Apply(*object.node, true));
+    EXPECT_NE(shared, &object.Curve(0, 2));
     const Glissa& made = object.Curve(1, 2);
     const unsigned kinds[] = {0x104, 0x104, 0x102, 0x102, 0x2, 0x2, 0x408, 0x408, 0x208};
     ASSERT_EQ(9, made.KeyGetCount());
@@ -344,6 +357,29 @@ TEST_F(MatrixConversion, KindsComeFromTheKeyBeforeAndLockedChannelsStay)
     EXPECT_FALSE(filter.Apply(*object.node, true));
     EXPECT_STREQ("MatrixConverter, No key were changed by filter.", filter.GetLastErrorString());
     EXPECT_FLOAT_EQ(-10.0f, object.Curve(1, 0).Evaluate(Seconds(1.0), nullptr));
+    const KgeSMatrix flat(KgeSVector(1.0, 0.0, 1.0));
+    filter.SetSourceMatrix(eMatrixPostScale, flat);
+    filter.SetDestMatrix(eMatrixPostScale, flat);
+    EXPECT_FALSE(filter.Apply(*object.node, true));
+    EXPECT_STREQ("MatrixConverter, No key were changed by filter.", filter.GetLastErrorString());
+}
+
+TEST_F(MatrixConversion, APathOfQuaternionsIsSampledAlsoWhereTheNodeIsMuted)
+{
+    StubLayer layer;
+    const Object object;
+    object.channels[1]->SetUseQuaternion(true);
+    for (int axis = 0; axis < 3; ++axis) {
+        AddKeys(object.channels[1]->Get(axis), {{0.0, 0.0f}, {1.0, 100.0f}});
+    }
+    const RefRotation before = OrientationAt(*object.channels[1], Seconds(0.5));
+    layer.mMuted = true;
+    object.channels[1]->SetLayerInfo(GlissaLayerInfo(0, &layer));
+    Converter filter = Plain(0.5);
+    ASSERT_TRUE(filter.Apply(*object.node, true));
+    layer.mMuted = false;
+    const RefRotation turn = RefRotation::OfTurn({0, 0, 1}, 90.0L);
+    EXPECT_GT(1e-4, RefDistance(turn * before, OrientationAt(*object.channels[1], Seconds(0.5))));
 }
 
 TEST_F(MatrixConversion, DefaultsAreConvertedAndFlatObjectsKeepTheirRotation)
