@@ -92,4 +92,7 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/unroll.h
     glissa/filter/unroll_dof.h
     glissa/filter/unroll_filter.h
+    glissa/plot/fidelity.h
+    glissa/plot/merge.h
+    glissa/plot/rotations.h
     glissa/retime/retime.h)
