@@ -14,7 +14,7 @@
 // in turn, and a special span on the right. The host allocates the elements with new, sets the
 // links where a constructor does not, and frees the list with KRetimeLinkListHead::DestroyLinkList.
 // There are no locks and no keys. Where a link is null that should not be, the missing neighbour
-// counts as a special span without an end. No operation follows a circle of links for ever.
+// counts as a special span without an end. A walk along links that form a circle ends.
 
 /// Called by KRetimeMarker::Move before the marker moves: the times of the markers to the left and
 /// to the right, infinite where there is none, the time of the marker, and by how much it moves.
