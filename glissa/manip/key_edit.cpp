@@ -93,7 +93,8 @@ void GlissaEdit2::Load(Glissa& pCurve, const ETITimeline& pTimeline)
     mRecords.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         const GlissaKeyEdit2 record = RecordOf(pCurve, i, pTimeline);
-        Append(record.mTime, record);
+        // Keys of the node may have one global time. In a list the times differ.
+        Append(IsEmpty() ? record.mTime : std::max(record.mTime, Last().mTime + KTime(1)), record);
     }
 }
 

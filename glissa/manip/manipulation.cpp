@@ -5,6 +5,16 @@
 
 #include "glissa/manip/workspace.h"
 
+GlissaManipulator::Part::Part(GlissaNode& pNode, Glissa& pCurve, GlissaKeyEdit2Pool& pPool)
+    : mCurve(&pCurve), mOriginal(pCurve.Copy()), mTimeline(pNode), mAllEdit(&pPool)
+{
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        if (pCurve.KeyGetMarkedForManipulation(i)) {
+            mMarked = {mMarked.IsEmpty() ? i : mMarked.first, i};
+        }
+    }
+}
+
 void GlissaManipulator::Part::LoadRecords()
 {
     if (mHasRecords) {
@@ -34,14 +44,7 @@ void GlissaManipulator::BeginManipulation(eFCurveManipulationMode pMode, bool pK
         if (!curve || mRelatedNodes[i]->IsNodeLocked()) {
             continue;
         }
-        auto part = std::make_unique<Part>(*mRelatedNodes[i], mWork->mKeyPool);
-        part->mOriginal.reset(curve->Copy());
-        for (int k = 0; k < curve->KeyGetCount(); ++k) {
-            if (curve->KeyGetMarkedForManipulation(k)) {
-                part->mFirstMarked = part->mFirstMarked < 0 ? k : part->mFirstMarked;
-                part->mLastMarked = k;
-            }
-        }
+        auto part = std::make_unique<Part>(*mRelatedNodes[i], *curve, mWork->mKeyPool);
         parts[static_cast<std::size_t>(i)] = std::move(part);
     }
     mWork->mParts.swap(parts);

@@ -13,6 +13,7 @@
 class Glissa;
 class GlissaNode;
 class GlissaNodeEvent;
+class GlissaEdit2;
 struct GlissaKeyEdit2;
 
 /// What a manipulation moves; BeginManipulation. "Ripple": keys that are not marked follow.
@@ -77,71 +78,6 @@ public:
     /// Ends an open manipulation of this object first.
     GlissaManipulator& operator=(const GlissaManipulator& pOther);
     ~GlissaManipulator();
-
-    // Moves
-
-    /// Moves the marked keys. A marked key replaces an unmarked one at the same time.
-    ///
-    /// In the modes 3 and 6 keys do not move in time, and with pX other than 0 each call adds pY to
-    /// what the last one left.
-    /// In the modes 4 and 5, with SetRippleMoveX, the keys after the last marked one follow a move
-    /// to the right and those before the first marked one a move to the left; keys of curves
-    /// without marks stay. With SetRippleMoveY values of curves without a marked key follow: those
-    /// at or above the range at begin for a positive pY, at or below it for a negative one, within
-    /// the range of time unless SetRippleAllY.
-    ///
-    /// pX        span of global time; the scale factor of an ETI applies.
-    /// pY        difference of value. Beyond the snap threshold it is replaced by the one that puts
-    ///           the first marked key of a curve to the value of the key before it, or the last one
-    ///           to that of the key after it, where that is within the threshold. The first node
-    ///           that snaps decides for all.
-    /// pFallOff  radius in frames of the default time mode, within which unmarked keys follow, less
-    ///           and less; only where pX is 0. 0 and below is none.
-    void Offset(KTime pX, double pY, double pFallOff);
-    void Offset(KTime pX, KTime pY, double pFallOff);
-    void OffsetX(KTime pX) { Offset(pX, 0.0, 0.0); }
-    void OffsetY(double pY, double pFallOff) { Offset(KTime(), pY, pFallOff); }
-    void OffsetY(KTime pY, double pFallOff) { Offset(KTime(), pY, pFallOff); }
-    /// Gives all marked keys one value, in an open manipulation. The next edit drops it.
-    void SetY(double pValue);
-
-    // Stretches
-    //
-    // A stretch moves an edge by a delta and all marked keys in proportion to their distance from a
-    // pivot. Slopes of user tangents follow.
-
-    /// Stretches in time; in the modes 1, 2, 4 and 5. Curves without a marked key are restored to
-    /// their state at begin. An unmarked key between marked ones replaces a marked one at the same
-    /// time. In mode 4 the keys before the first marked one move by pDelta, in mode 5 those after
-    /// the last one. A span below one frame counts as one frame. Stretched beyond the pivot, the
-    /// keys are reversed in time, and keys of mixed kinds change their shape.
-    ///
-    /// pSnapToFrame  rounds times to frames of the default time mode; the later of two keys on a
-    ///               frame remains.
-    void StretchX(KTime pPivot, KTime pEdge, KTime pDelta, bool pSnapToFrame);
-    /// Stretches values; in the modes 1, 2, 4 and 5. The factor is never 0: its magnitude is 1e-5
-    /// at least. In the modes 4 and 5 the slopes of all user tangents follow, and with
-    /// SetRippleStretchY the values of curves without a marked key move by pDelta: those at or
-    /// below the range at begin in mode 4, at or above it in mode 5, within the range of time
-    /// unless SetRippleAllY.
-    ///
-    /// pAllowNegative  values may be mirrored at the pivot.
-    /// pFallOff        radius in frames; unmarked keys follow the marked keys next to them.
-    void StretchY(double pPivot, double pEdge, double pDelta, bool pAllowNegative, double pFallOff);
-    void StretchY(KTime pPivot, KTime pEdge, KTime pDelta);
-    /// Scales values about 0. A factor of 0 counts as 1e-5.
-    void ScaleY(double pFactor) { StretchY(0.0, 1.0, pFactor - 1.0, true, 0.0); }
-    /// Stretches time and values, in every mode, where the whole range is set. The result is the
-    /// state from which the following edits of values begin. In mode 6 the keys before and after
-    /// follow with SetRippleStretchX; with SetRippleStretchY values of curves without a marked key
-    /// at or outside the range at begin are scaled about 0.
-    void StretchXY(KTime pPivotX, double pPivotY, KTime pEdgeX, double pEdgeY, KTime pDeltaX,
-                   double pDeltaY, bool pSnapToFrame, double pFallOff);
-    /// The slopes of a user tangent under a stretch: divided by the magnitude of a factor of time,
-    /// multiplied by a factor of value. Other tangents, and null, do not change.
-    void StrecthTangentX(GlissaKeyEdit2* pKey, double pScale);
-    void StrecthTangentY(GlissaKeyEdit2* pKey, double pScale);
-    void StrecthTangentY(Glissa* pCurve, int pIndex, double pScale);
 
     // Falloff, ease and ripple
 
@@ -247,6 +183,71 @@ public:
     /// Ends it. Curves, marks, selection and range remain as the last edit left them.
     void EndManipulation();
 
+    // Moves (manip/offset.cpp)
+
+    /// Moves the marked keys. A marked key replaces an unmarked one at the same time.
+    ///
+    /// In the modes 3 and 6 keys do not move in time, and with pX other than 0 each call adds pY to
+    /// what the last one left.
+    /// In the modes 4 and 5, with SetRippleMoveX, the keys after the last marked one follow a move
+    /// to the right and those before the first marked one a move to the left; keys of curves
+    /// without marks stay. With SetRippleMoveY values of curves without a marked key follow: those
+    /// at or above the range at begin for a positive pY, at or below it for a negative one, within
+    /// the range of time unless SetRippleAllY.
+    ///
+    /// pX        span of global time; the scale factor of an ETI applies.
+    /// pY        difference of value. Beyond the snap threshold it is replaced by the one that puts
+    ///           the first marked key of a curve to the value of the key before it, or the last one
+    ///           to that of the key after it, where that is within the threshold. The first node
+    ///           that snaps decides for all.
+    /// pFallOff  radius in frames of the default time mode, within which unmarked keys follow, less
+    ///           and less; only where pX is 0. 0 and below is none.
+    void Offset(KTime pX, double pY, double pFallOff);
+    void Offset(KTime pX, KTime pY, double pFallOff);
+    void OffsetX(KTime pX) { Offset(pX, 0.0, 0.0); }
+    void OffsetY(double pY, double pFallOff) { Offset(KTime(), pY, pFallOff); }
+    void OffsetY(KTime pY, double pFallOff) { Offset(KTime(), pY, pFallOff); }
+    /// Gives all marked keys one value, in an open manipulation. The next edit drops it.
+    void SetY(double pValue);
+
+    // Stretches (manip/stretch_time.cpp, manip/stretch_value.cpp)
+    //
+    // A stretch moves an edge by a delta and all marked keys in proportion to their distance from a
+    // pivot. Slopes of user tangents follow.
+
+    /// Stretches in time; in the modes 1, 2, 4 and 5. Curves without a marked key are restored to
+    /// their state at begin. An unmarked key between marked ones replaces a marked one at the same
+    /// time. In mode 4 the keys before the first marked one move by pDelta, in mode 5 those after
+    /// the last one. A span below one frame counts as one frame. Stretched beyond the pivot, the
+    /// keys are reversed in time, and keys of mixed kinds change their shape.
+    ///
+    /// pSnapToFrame  rounds times to frames of the default time mode; the later of two keys on a
+    ///               frame remains.
+    void StretchX(KTime pPivot, KTime pEdge, KTime pDelta, bool pSnapToFrame);
+    /// Stretches values; in the modes 1, 2, 4 and 5. The factor is never 0: its magnitude is 1e-5
+    /// at least. In the modes 4 and 5 the slopes of all user tangents follow, and with
+    /// SetRippleStretchY the values of curves without a marked key move by pDelta: those at or
+    /// below the range at begin in mode 4, at or above it in mode 5, within the range of time
+    /// unless SetRippleAllY.
+    ///
+    /// pAllowNegative  values may be mirrored at the pivot.
+    /// pFallOff        radius in frames; unmarked keys follow the marked keys next to them.
+    void StretchY(double pPivot, double pEdge, double pDelta, bool pAllowNegative, double pFallOff);
+    void StretchY(KTime pPivot, KTime pEdge, KTime pDelta);
+    /// Scales values about 0. A factor of 0 counts as 1e-5.
+    void ScaleY(double pFactor) { StretchY(0.0, 1.0, pFactor - 1.0, true, 0.0); }
+    /// Stretches time and values, in every mode, where the whole range is set. The result is the
+    /// state from which the following edits of values begin. In mode 6 the keys before and after
+    /// follow with SetRippleStretchX; with SetRippleStretchY values of curves without a marked key
+    /// at or outside the range at begin are scaled about 0.
+    void StretchXY(KTime pPivotX, double pPivotY, KTime pEdgeX, double pEdgeY, KTime pDeltaX,
+                   double pDeltaY, bool pSnapToFrame, double pFallOff);
+    /// The slopes of a user tangent under a stretch: divided by the magnitude of a factor of time,
+    /// multiplied by a factor of value. Other tangents, and null, do not change.
+    void StrecthTangentX(GlissaKeyEdit2* pKey, double pScale);
+    void StrecthTangentY(GlissaKeyEdit2* pKey, double pScale);
+    void StrecthTangentY(Glissa* pCurve, int pIndex, double pScale);
+
 private:
     struct Part;
     struct Workspace;
@@ -287,7 +288,28 @@ private:
     void EditCurves(const Edit& pEdit);
     template <typename Edit>
     void EditRecords(const Edit& pEdit);
+    void Restore(Glissa& pCurve, Part& pPart);
+    void ApplyToNode(const GlissaEdit2& pEdit, Glissa& pCurve, Part& pPart);
+    double AdjustYOffsetToSnapOnNeighbor(double pY) const;
+    /// Whether values of unmarked keys follow an edit: none is marked, and the ripple is on.
+    bool RipplesValues(const Glissa& pCurve, bool pRipple) const;
+    /// Whether a key is in the range of time of the start, or the ripple is not limited to it.
+    bool IsInRippleTime(const Glissa& pCurve, int pIndex, const Part& pPart) const;
+    /// Whether keys of this mode move by Offset in time, StretchX and StretchY.
+    bool HasEdge() const { return mMode != eManipNone && mMode % 3 != 0; }
+    bool HasRippleEdge() const
+    {
+        return mMode == eManipRippleLeftEdge || mMode == eManipRippleRightEdge;
+    }
+    bool MovesLeftEdge() const { return mMode == eManipLeftEdge || mMode == eManipRippleLeftEdge; }
     void FallOff(Glissa* pCurve, double pValue, double pRadius, Glissa* pOriginal);
+
+    // Range
+    template <typename Limit>
+    void SetLimit(Limit Range::*pLimit, Limit pValue);
+    void OrderTimes();
+    void OrderValues();
+    void StretchValues(double pPivot, double pScale);
 
     // Selection
     void Frame(unsigned pFlags);

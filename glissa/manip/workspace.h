@@ -6,6 +6,7 @@
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve_holder.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/manip/curve_writer.h"
 #include "glissa/manip/key_edit.h"
 #include "glissa/manip/manipulator.h"
 #include "glissa/node/eti_timeline.h"
@@ -19,10 +20,10 @@
 /// stay shared with it, or by records, which are made when an edit first needs them.
 struct GlissaManipulator::Part
 {
-    CurveHolder mOriginal;  // untouched
+    const Glissa* mCurve;   // of the node at begin: another one is left out
+    CurveHolder mOriginal;  // an untouched copy
     CurveHolder mBase;      // the start of edits of values; null where that is mOriginal
-    int mFirstMarked = -1;  // of mOriginal; -1 where none is marked
-    int mLastMarked = -1;
+    MarkedSpan mMarked;     // of mOriginal
     ETITimeline mTimeline;  // at begin, for all edits
 
     bool mHasRecords = false;
@@ -32,16 +33,15 @@ struct GlissaManipulator::Part
     GlissaEdit2 mBeforeEdit;
     GlissaEdit2 mAfterEdit;
 
-    Part(GlissaNode& pNode, GlissaKeyEdit2Pool& pPool) : mTimeline(pNode), mAllEdit(&pPool) {}
+    Part(GlissaNode& pNode, Glissa& pCurve, GlissaKeyEdit2Pool& pPool);
 
-    bool HasMarked() const { return mFirstMarked >= 0; }
     /// Whether the keys have the order of their global times, and node times can be computed from
     /// these.
     bool HasOrderedTimes() const
     {
         return mTimeline.GetScaleFactor() > 0.0 && std::isfinite(mTimeline.GetScaleFactor());
     }
-    const Glissa& Base() const { return mBase ? *mBase : *mOriginal; }
+    Glissa& Base() const { return mBase ? *mBase : *mOriginal; }
     void LoadRecords();
 };
 
@@ -55,8 +55,20 @@ struct GlissaManipulator::Workspace
     GlissaEdit2 mScratchMarked{&mKeyPool};  // the marked keys, moved
     GlissaEdit2 mScratchResult{&mKeyPool};  // the whole curve, as it is put together
     GlissaEdit2 mScratchAfter{&mKeyPool};
-    CurveHolder mScratchCurve{GlissaCreate()};
+    CurveWriter mWriter;
 };
+
+/// The nearest limit of a range that does not read as an empty one.
+inline KTime SetLimitOf(KTime pTime)
+{
+    return std::clamp(pTime, KTime::MinusInfinite() + KTime(1), KTime::Infinite() - KTime(1));
+}
+
+inline double SetLimitOf(double pValue)
+{
+    const bool isEmpty = std::fabs(pValue) == std::numeric_limits<double>::max();
+    return isEmpty ? std::nextafter(pValue, 0.0) : pValue;
+}
 
 /// A node whose curve is missing or locked is left out. The caller has begun the operation at whose
 /// end listeners are called: they may destroy the manipulator.
@@ -70,7 +82,8 @@ void GlissaManipulator::EditCurves(const Edit& pEdit)
     for (int i = 0; i < static_cast<int>(mWork->mParts.size()); ++i) {
         Part* const part = mWork->mParts[static_cast<std::size_t>(i)].get();
         Glissa* const curve = part && mNodesForManip.Test(i) ? RelatedCurve(i) : nullptr;
-        if (curve && !mRelatedNodes[i]->IsNodeLocked() && !curve->IsLocked()) {
+        if (curve && curve == part->mCurve && !mRelatedNodes[i]->IsNodeLocked() &&
+            !curve->IsLocked()) {
             const KeyModifyBracket bracket(*curve);
             pEdit(*mRelatedNodes[i], *curve, *part);
         }
@@ -88,4 +101,14 @@ void GlissaManipulator::EditRecords(const Edit& pEdit)
             pEdit(pNode, pCurve, pPart);
         }
     });
+}
+
+/// Sets a limit of the range, unless it or that at begin is empty.
+template <typename Limit>
+void GlissaManipulator::SetLimit(Limit Range::*pLimit, Limit pValue)
+{
+    constexpr Range kEmpty;
+    if (mSelection.*pLimit != kEmpty.*pLimit && mOriginal.*pLimit != kEmpty.*pLimit) {
+        mSelection.*pLimit = SetLimitOf(pValue);
+    }
 }

@@ -3,11 +3,12 @@
 
 #include "glissa/utils/key_rewrite.h"
 
+#include "glissa/curve/take_keys.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 namespace
 {
@@ -41,7 +42,7 @@ KeyRewrite::KeyRewrite(Glissa& pCurve, bool pWithKeys) : mCurve(pCurve), mWork(G
 void KeyRewrite::Commit()
 {
     if (PostDifferences() > 0) {
-        TakeKeys();
+        TakeKeys(mCurve, *mWork);
     }
     if (!HasSameBits(mCurve.GetValue(), mWork->GetValue())) {
         mCurve.SetValue(mWork->GetValue());
@@ -81,19 +82,4 @@ int KeyRewrite::PostDifferences()
         }
     }
     return differences;
-}
-
-// Records with their attribute blocks change hands, which needs no memory once there is room.
-void KeyRewrite::TakeKeys()
-{
-    const int count = mWork->KeyGetCount();
-    mCurve.InitBuffers(count, true);
-    for (int i = 0; i < count; ++i) {
-        mCurve.KeyAppendFast(mWork->KeyGetTime(i), 0.0f);
-        KPriFCurveKey& to = *mCurve.InternalPriKeyGetPtr(i);
-        KPriFCurveKey& from = *mWork->InternalPriKeyGetPtr(i);
-        std::swap(to.mValue, from.mValue);
-        std::swap(to.mAttribute, from.mAttribute);
-    }
-    mCurve.IncrementUpdateId(-count);
 }

@@ -24,7 +24,6 @@ public:
 private:
     KeyRewrite(Glissa& pCurve, bool pWithKeys);
     int PostDifferences();
-    void TakeKeys();
 
     Glissa& mCurve;
     ScratchCurve mWork;

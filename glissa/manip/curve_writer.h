@@ -1,0 +1,70 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+// Not for hosts: the curve that an edit makes of the curve at begin.
+#pragma once
+
+#include "glissa/manip/key_edit.h"
+#include "glissa/node/eti_timeline.h"
+
+#include <vector>
+
+/// How far the parts of a curve move. Unmarked keys between marked ones stay.
+struct PartShifts
+{
+    KTime marked;
+    KTime before;  ///< 0 and below
+    KTime after;   ///< 0 and above
+};
+
+/// Which keys of a curve are marked.
+struct MarkedSpan
+{
+    int first = -1;  ///< -1 where no key is marked
+    int last = -1;
+
+    bool IsEmpty() const { return first < 0; }
+};
+
+/// Writes a curve as a whole: what is made of it is put together in a curve of its own, which then
+/// changes hands. Without memory the curve stays as it was.
+///
+/// A key keeps its attribute block, which it shares with the curve at begin, for as long as the key
+/// behind it is the one that it had. Else it gets a block of its own with the left side of the next
+/// key, which is stored there.
+class CurveWriter
+{
+public:
+    CurveWriter();
+    CurveWriter(const CurveWriter&) = delete;
+    CurveWriter& operator=(const CurveWriter&) = delete;
+    ~CurveWriter() { mCurve->Destroy(); }
+
+    /// Another curve, with its default value, colour and extrapolation. Posts what CopyFrom does.
+    void Copy(Glissa& pCurve, Glissa& pSource);
+    /// The keys of the curve at begin with its parts moved. A marked key replaces another one at
+    /// its time. With pKeepOriginals marked keys are also left where they are, without mark and
+    /// selection. A part stops where it would leave the range of times. Posts as Copy.
+    void RecomposeFCurve(Glissa& pCurve, Glissa& pOriginal, const MarkedSpan& pMarked,
+                         PartShifts pShifts, bool pKeepOriginals);
+    /// The keys of an edit.
+    ///
+    /// pAll       all keys as they were loaded from pOriginal, with pTimeline.
+    void ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const GlissaEdit2& pAll,
+                     Glissa& pOriginal, const ETITimeline& pTimeline);
+
+private:
+    // A key of mCurve, and whether it is as it was in the curve at begin, its time and value aside.
+    struct Placed
+    {
+        int index;
+        bool isAsLoaded;
+        const GlissaKeyEdit2* record;
+    };
+
+    void Begin(int pCount);
+    void Append(KTime pTime, const Glissa& pOriginal, int pIndex);
+    void Commit(Glissa& pCurve, Glissa& pSettings, int pEvent);
+
+    Glissa* mCurve;
+    std::vector<Placed> mPlaced;  // of the keys of mCurve
+};

@@ -1,0 +1,221 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+// One row for each branch of the edits, with the result worked out by hand, and what becomes of
+// tangents.
+
+#include "glissa/manip/manipulator.h"
+#include "tests/support/curve_test.h"
+#include "tests/support/node_stubs.h"
+
+#include <functional>
+#include <ostream>
+
+namespace
+{
+constexpr eFCurveManipulationMode kLeft = eManipLeftEdge;
+constexpr eFCurveManipulationMode kRight = eManipRightEdge;
+constexpr eFCurveManipulationMode kBoth = eManipBothAxes;
+constexpr eFCurveManipulationMode kRippleLeft = eManipRippleLeftEdge;
+constexpr eFCurveManipulationMode kRippleRight = eManipRippleRightEdge;
+constexpr eFCurveManipulationMode kRippleBoth = eManipRippleBothAxes;
+
+// Two curves of seven keys a second apart, of the values 0, 10 ... 60. Of the first one the keys 2
+// and 4 are marked and selected.
+struct Host
+{
+    NodePtr mNode = MakeWide(2);
+    GlissaManipulator mManipulator;
+
+    explicit Host(unsigned pFlags = eInterpolationLinear)
+    {
+        for (int i = 0; i < 2; ++i) {
+            for (int k = 0; k < 7; ++k) {
+                Curve(i).KeySet(k, Seconds(k), static_cast<float>(10 * k), pFlags & 0xF, pFlags);
+            }
+        }
+        mManipulator.Add(mNode.get());
+        mManipulator.MarkAllCurveNodeForManip(true);
+        Curve(0).KeySetSelected(2, true);
+        Curve(0).KeySetSelected(4, true);
+        mManipulator.MarkKeysForManipFromSelection();
+        mManipulator.FrameManipulation();
+    }
+    Glissa& Curve(int pIndex) { return *mNode->Get(pIndex)->FCurveGet(); }
+    std::string Range()
+    {
+        KTime start, stop, least, greatest;
+        double minimum, maximum;
+        mManipulator.GetSelectionRange(start, stop, minimum, maximum);
+        mManipulator.GetSelectionRange(start, stop, least, greatest);
+        EXPECT_NEAR(least.GetSecondDouble(), minimum, 1e-8);
+        EXPECT_NEAR(greatest.GetSecondDouble(), maximum, 1e-8);
+        char text[80];
+        std::snprintf(text, sizeof text, "%g..%g %g..%g", start.GetSecondDouble(),
+                      stop.GetSecondDouble(), minimum, maximum);
+        return text;
+    }
+};
+
+using Edit = std::function<void(GlissaManipulator&)>;
+
+Edit OffsetBy(double pX, double pY)
+{
+    return [=](GlissaManipulator& pTo) { pTo.Offset(Seconds(pX), pY, 0.0); };
+}
+Edit StretchTime(double pPivot, double pEdge, double pDelta, bool pSnap = false)
+{
+    return [=](GlissaManipulator& pTo) {
+        pTo.StretchX(Seconds(pPivot), Seconds(pEdge), Seconds(pDelta), pSnap);
+    };
+}
+Edit StretchValue(double pPivot, double pEdge, double pDelta, bool pNegative = false)
+{
+    return [=](GlissaManipulator& pTo) { pTo.StretchY(pPivot, pEdge, pDelta, pNegative, 0.0); };
+}
+Edit StretchBoth(double pDeltaX, double pDeltaY)
+{
+    return [=](GlissaManipulator& pTo) {
+        pTo.StretchXY(Seconds(2), 20, Seconds(4), 40, Seconds(pDeltaX), pDeltaY, false, 0.0);
+    };
+}
+// Turns the ripples on, then edits.
+Edit Rippled(const Edit& pEdit, bool pAllY = true)
+{
+    return [=](GlissaManipulator& pTo) {
+        pTo.SetRippleMoveX(true);
+        pTo.SetRippleMoveY(true);
+        pTo.SetRippleStretchX(true);
+        pTo.SetRippleStretchY(true);
+        pTo.SetRippleAllY(pAllY);
+        pEdit(pTo);
+    };
+}
+
+constexpr const char* kStart = "0:0 1:10 2:20 3:30 4:40 5:50 6:60 ";
+
+struct Row
+{
+    eFCurveManipulationMode mode;
+    Edit edit;
+    const char* keys;
+    const char* range;
+    const char* others = kStart;  // of the curve without marks
+    double threshold = 0.0;
+    bool keepsOriginals = false;
+};
+}  // namespace
+
+TEST(ManipulatorEdits, ChangeKeysAndRange)
+{
+    const Row rows[] = {
+        // A marked key replaces an unmarked one.
+        {kLeft, OffsetBy(1, 0), "0:0 1:10 3:20 5:40 6:60 ", "3..5 20..40"},
+        {kRight, OffsetBy(0.5, 5), "0:0 1:10 2.5:25 3:30 4.5:45 5:50 6:60 ", "2.5..4.5 25..45"},
+        {kLeft, OffsetBy(1, 0), "0:0 1:10 2:20 3:20 4:40 5:40 6:60 ", "3..5 20..40", kStart, 0.0,
+         true},
+        {kLeft, OffsetBy(0, 5), "0:0 1:10 2:25 3:30 4:45 5:50 6:60 ", "2..4 25..45"},
+        {kBoth, OffsetBy(1, 0), kStart, "2..4 20..40"},
+        {kBoth, OffsetBy(0, 5), "0:0 1:10 2:25 3:30 4:45 5:50 6:60 ", "2..4 20..40"},
+        {kRippleLeft, OffsetBy(-1, 0), "0:0 1:20 3:40 5:50 6:60 ", "1..3 20..40"},
+        {kRippleLeft, Rippled(OffsetBy(1, 0)), "0:0 1:10 3:20 5:40 6:50 7:60 ", "3..5 20..40"},
+        {kRippleRight, Rippled(OffsetBy(-1, 0)), "-1:0 0:10 1:20 3:40 5:50 6:60 ", "1..3 20..40"},
+        {kRippleLeft, Rippled(OffsetBy(0, 5)), "0:0 1:10 2:25 3:30 4:45 5:50 6:60 ", "2..4 25..45",
+         "0:0 1:10 2:20 3:30 4:45 5:55 6:65 "},
+        {kRippleLeft, Rippled(OffsetBy(0, -5), false), "0:0 1:10 2:15 3:30 4:35 5:50 6:60 ",
+         "2..4 15..35", "0:0 1:10 2:15 3:30 4:40 5:50 6:60 "},
+        // Snapping: to the key before, to the one after, not below the threshold.
+        {kLeft, OffsetBy(0, -8.5), "0:0 1:10 2:10 3:30 4:30 5:50 6:60 ", "2..4 10..30", kStart, 3},
+        {kLeft, OffsetBy(0, 12), "0:0 1:10 2:30 3:30 4:50 5:50 6:60 ", "2..4 30..50", kStart, 3},
+        {kLeft, OffsetBy(0, 2), "0:0 1:10 2:22 3:30 4:42 5:50 6:60 ", "2..4 22..42", kStart, 3},
+        // The unmarked keys between and behind replace marked ones.
+        {kRight, StretchTime(2, 4, 1.5), "0:0 1:10 2:20 3:30 5:50 5.5:40 6:60 ", "2..5.5 20..40"},
+        {kRight, StretchTime(2, 4, 2), "0:0 1:10 2:20 3:30 5:50 6:60 ", "2..6 20..40"},
+        {kLeft, StretchTime(4, 2, -1), "0:0 1:20 3:30 4:40 5:50 6:60 ", "1..4 20..40"},
+        {kRippleLeft, StretchTime(4, 2, -1), "-1:0 0:10 1:20 3:30 4:40 5:50 6:60 ", "1..4 20..40"},
+        {kRippleRight, StretchTime(2, 4, 1.5), "0:0 1:10 2:20 3:30 5.5:40 6.5:50 7.5:60 ",
+         "2..5.5 20..40"},
+        {kBoth, StretchTime(2, 4, 1.5), kStart, "2..4 20..40"},
+        // Beyond the pivot, onto it, and from an edge on the pivot.
+        {kRight, StretchTime(2, 4, -3), "0:0 1:40 2:20 3:30 5:50 6:60 ", "1..2 20..40"},
+        {kRight, StretchTime(2, 4, -2), "0:0 1:10 1.99998:40 2:20 3:30 5:50 6:60 ", "2..2 20..40"},
+        {kRight, StretchTime(2, 2, 1 / 120.0), "0:0 1:10 2:20 3:30 4.5:40 5:50 6:60 ",
+         "2..2.00833 20..40"},
+        {kRight, StretchTime(2, 4, 0.51, true), "0:0 1:10 2:20 3:30 4.5:40 5:50 6:60 ",
+         "2..4.51 20..40"},
+        {kLeft, StretchValue(20, 40, 10), "0:0 1:10 2:20 3:30 4:50 5:50 6:60 ", "2..4 20..50"},
+        {kRight, StretchValue(20, 40, -30), "0:0 1:10 2:20 3:30 4:20.0002 5:50 6:60 ",
+         "2..4 20..20.0002"},
+        {kRight, StretchValue(20, 40, -30, true), "0:0 1:10 2:20 3:30 4:10 5:50 6:60 ",
+         "2..4 10..20"},
+        {kRight, StretchValue(20, 20, 1e-5), "0:0 1:10 2:20 3:30 4:60 5:50 6:60 ", "2..4 20..60"},
+        {kLeft, [](GlissaManipulator& pTo) { pTo.ScaleY(2); }, "0:0 1:10 2:40 3:30 4:80 5:50 6:60 ",
+         "2..4 40..80"},
+        {kBoth, StretchValue(20, 40, 10), kStart, "2..4 20..40"},
+        {kRippleRight, Rippled(StretchValue(20, 40, 10)), "0:0 1:10 2:20 3:30 4:50 5:50 6:60 ",
+         "2..4 20..50", "0:0 1:10 2:20 3:30 4:50 5:60 6:70 "},
+        // What follows stops at the pivot.
+        {kRippleLeft, Rippled(StretchValue(30, 20, 30, true), false),
+         "0:0 1:10 2:50 3:30 4:10 5:50 6:60 ", "2..4 10..50", "0:0 1:10 2:30 3:30 4:40 5:50 6:60 "},
+        {kBoth, StretchBoth(1.5, 10), "0:0 1:10 2:20 3:30 5:50 5.5:50 6:60 ", "2..5.5 20..50"},
+        {kLeft, StretchBoth(-3, -30), "0:0 1:10 2:20 3:30 5:50 6:60 ", "1..2 10..20"},
+        {kRippleBoth, Rippled(StretchBoth(1.5, 10)), "0:0 1:10 2:20 3:30 5.5:50 6.5:50 7.5:60 ",
+         "2..5.5 20..50", "0:0 1:15 2:30 3:30 4:60 5:75 6:90 "},
+        {kRight, [](GlissaManipulator& pTo) { pTo.SetY(7); }, "0:0 1:10 2:7 3:30 4:7 5:50 6:60 ",
+         "2..4 7..7"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        Host host;
+        host.mManipulator.BeginManipulation(row.mode, row.keepsOriginals, row.threshold);
+        row.edit(host.mManipulator);
+        EXPECT_EQ(KeysOf(host.Curve(0)), row.keys);
+        EXPECT_EQ(KeysOf(host.Curve(1)), row.others);
+        EXPECT_EQ(host.Range(), row.range);
+        host.mManipulator.EndManipulation();
+        EXPECT_EQ(KeysOf(host.Curve(0)), row.keys);
+        row.edit(host.mManipulator);  // without a manipulation
+        EXPECT_EQ(KeysOf(host.Curve(0)), row.keys);
+    }
+}
+
+// A slope that a row reads: at key 2 or 4, whose tangents are of slope 1 on both sides before.
+TEST(ManipulatorEdits, StretchSlopesOfUserTangents)
+{
+    const struct
+    {
+        unsigned tangent;
+        eFCurveManipulationMode mode;
+        Edit edit;
+        float slope;     // of a marked key
+        float unmarked;  // of key 6, which stays last
+    } rows[] = {
+        {eTangentUser, kRight, StretchTime(0, 4, 4), 0.5f, 1.0f},
+        {eTangentUserBreak, kRight, StretchTime(0, 4, -8), -1.0f, 1.0f},
+        {eTangentUser, kRight, StretchValue(0, 1, 2), 3.0f, 1.0f},
+        {eTangentUserBreak, kRippleRight, StretchValue(0, 1, 2), 3.0f, 3.0f},
+        {eTangentUser, kRight, StretchValue(0, 1, -3, true), -2.0f, 1.0f},
+        {eTangentUser, kLeft, OffsetBy(-1.5, 3), 1.0f, 1.0f},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        Host host(eInterpolationCubic | row.tangent);
+        for (int k = 0; k < 7; ++k) {
+            host.Curve(0).KeySetLeftDerivative(k, 1.0f);
+            host.Curve(0).KeySetRightDerivative(k, 1.0f);
+        }
+        host.mManipulator.BeginManipulation(row.mode, false, 0.0);
+        row.edit(host.mManipulator);
+        Glissa& curve = host.Curve(0);
+        for (int k = 1; k < curve.KeyGetCount() - 1; ++k) {
+            if (curve.KeyGetMarkedForManipulation(k)) {
+                EXPECT_EQ(curve.KeyGetLeftDerivative(k), row.slope) << k;
+                EXPECT_EQ(curve.KeyGetRightDerivative(k), row.slope) << k;
+            }
+        }
+        const int last = curve.KeyGetCount() - 1;
+        if (!curve.KeyGetMarkedForManipulation(last)) {
+            EXPECT_EQ(curve.KeyGetLeftDerivative(last), row.unmarked);
+        }
+    }
+}
