@@ -261,6 +261,12 @@ float StepBefore(Glissa& pCurve, int pIndex)
     return std::fabs(pCurve.KeyGetValue(pIndex) - pCurve.KeyGetValue(pIndex - 1));
 }
 
+bool IsAngle(const FilterChannel& pChannel)
+{
+    const GlissaNode* const parent = pChannel.mLeaf->GetParent();
+    return parent && parent->GetDataType() == KDataTypeLclRotation;
+}
+
 // The names of the curves of rotations that a test chooses.
 template <typename Test>
 std::vector<std::string> ChooseRotations(const std::vector<FilterTarget>& pTargets, Test pTest)
@@ -268,8 +274,7 @@ std::vector<std::string> ChooseRotations(const std::vector<FilterTarget>& pTarge
     std::vector<std::string> names;
     for (const FilterTarget& target : pTargets) {
         for (const FilterChannel& each : target.mChannels) {
-            const GlissaNode* const parent = each.mLeaf->GetParent();
-            if (parent && parent->GetDataType() == KDataTypeLclRotation && pTest(*each.mCurve)) {
+            if (IsAngle(each) && pTest(*each.mCurve)) {
                 names.push_back(each.mName);
             }
         }
@@ -284,19 +289,18 @@ bool IsRotation(const FilterTarget& pTarget)
            pTarget.mChannels.size() == kAxes;
 }
 
-std::vector<std::string> FindAngleJumps(const std::vector<FilterTarget>& pTargets,
-                                        const FilterTimes& pTimes)
+AngleJumps FindAngleJumps(const std::vector<FilterTarget>& pTargets, const FilterTimes& pTimes,
+                          KTime pFrame)
 {
-    constexpr float kHalfTurn = 180.0f;
-    return ChooseRotations(pTargets, [&](Glissa& pCurve) {
-        for (int i = 1; i < pCurve.KeyGetCount(); ++i) {
-            if (StepBefore(pCurve, i) > kHalfTurn && pCurve.KeyGetTime(i) >= pTimes.mStart &&
-                pCurve.KeyGetTime(i - 1) <= pTimes.mStop) {
-                return true;
+    AngleJumps jumps;
+    for (const FilterTarget& target : pTargets) {
+        for (const FilterChannel& each : target.mChannels) {
+            if (IsAngle(each)) {
+                jumps.Look(*each.mCurve, each.mName, pFrame, pTimes.mStart, pTimes.mStop);
             }
         }
-        return false;
-    });
+    }
+    return jumps;
 }
 
 std::vector<std::string> FindReferencePose(const std::vector<FilterTarget>& pTargets,

@@ -3,6 +3,7 @@
 // Host side, not installed.
 #pragma once
 
+#include "io/angle_jumps.h"
 #include "io/filter_setup.h"
 
 #include <cstdint>
@@ -86,10 +87,11 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
                                     const FilterTimes& pTimes, KTime pFrame,
                                     const FilterProgress& pProgress);
 
-/// The curves of rotations that have a step of more than half a turn from one key to the next one,
-/// within a span or into or out of it. By name, in the order of the targets.
-std::vector<std::string> FindAngleJumps(const std::vector<FilterTarget>& pTargets,
-                                        const FilterTimes& pTimes);
+/// The jumps of the curves of rotations within a span, or into or out of it.
+///
+/// pFrame  how long a frame of the clip is
+AngleJumps FindAngleJumps(const std::vector<FilterTarget>& pTargets, const FilterTimes& pTimes,
+                          KTime pFrame);
 
 /// The curves of rotations whose first step, within a span, is more than three times any other one
 /// and above five degrees: clips often begin with a reference pose. By name, in the order of the

@@ -3,9 +3,12 @@
 
 #include "apps/glissa/clip_curves.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/printable_text.h"
+#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/shared_options.h"
+#include "io/clip_rotations.h"
 
 #include <fmt/format.h>
 
@@ -14,38 +17,71 @@
 
 namespace
 {
-void RunCheck(const std::string& pPath)
+struct CheckOptions
+{
+    std::string path;
+    std::string format;
+};
+
+std::string AsText(const std::string& pPath, const StoredClip& pClip, std::int64_t pKeys,
+                   const AngleJumps& pJumps)
+{
+    std::string text;
+    const auto line = [&](const std::string& pLine) {
+        fmt::format_to(std::back_inserter(text), "{}: {}\n", PrintableText(pPath),
+                       PrintableText(pLine));
+    };
+    for (const std::string& fault : pClip.mFaults) {
+        line(fault);
+    }
+    if (pClip.mFaults.empty()) {
+        line(fmt::format("no faults, {} curves, {} keys", pClip.mCurves.GetCurves().size(), pKeys));
+    }
+    if (pJumps.mCount > 0) {
+        line("warning: " + JumpsText(pJumps));
+    }
+    return text;
+}
+
+void RunCheck(const CheckOptions& pOptions)
 {
     // A fault that ends the reading is a Refusal; all others are listed.
-    const StoredClip stored = LoadAnyClip(pPath);
-    std::string text;
-    for (const std::string& fault : stored.mFaults) {
-        fmt::format_to(std::back_inserter(text), "{}: {}\n", PrintableText(pPath),
-                       PrintableText(fault));
+    const StoredClip stored = LoadAnyClip(pOptions.path);
+    std::int64_t keys = 0;
+    for (const ClipCurve& each : stored.mCurves.GetCurves()) {
+        keys += each.mCurve->KeyGetCount();
     }
-    if (stored.mFaults.empty()) {
-        std::int64_t keys = 0;
-        for (const ClipCurve& each : stored.mCurves.GetCurves()) {
-            keys += each.mCurve->KeyGetCount();
-        }
-        text = fmt::format("{}: no faults, {} curves, {} keys\n", PrintableText(pPath),
-                           stored.mCurves.GetCurves().size(), keys);
+    const AngleJumps jumps =
+        FindAngleJumps(stored.mClip, RotationsOf(stored.mClip, stored.mCurves));
+    const bool hasFaults = !stored.mFaults.empty();
+    if (pOptions.format == "json") {
+        const Json report = {{"clip", pOptions.path},
+                             {"curves", stored.mCurves.GetCurves().size()},
+                             {"keys", keys},
+                             {"faults", stored.mFaults},
+                             {"angle_jumps", DescribeJumps(jumps)}};
+        WriteReport(pOptions.path, JsonReportText(report), hasFaults);
+    } else {
+        WriteReport(pOptions.path, AsText(pOptions.path, stored, keys, jumps), hasFaults);
     }
-    WriteReport(pPath, text, !stored.mFaults.empty());
-    if (!stored.mFaults.empty()) {
-        throw Refusal(fmt::format("{}: {} fault(s)", pPath, stored.mFaults.size()));
+    if (hasFaults) {
+        throw Refusal(fmt::format("{}: {} fault(s)", pOptions.path, stored.mFaults.size()));
     }
 }
 }  // namespace
 
 void AddCheckCommand(CLI::App& pApp, Action& pAction)
 {
-    const auto path = std::make_shared<std::string>();
-    CLI::App* const command = pApp.add_subcommand("check", "Check a clip file and list its faults");
-    AddClipArgument(*command, *path);
-    command->footer("Exit status: 0 without faults, otherwise 1. Each fault has a line.\n"
+    const auto options = std::make_shared<CheckOptions>();
+    CLI::App* const command = pApp.add_subcommand(
+        "check", "Check a clip file: list its faults, and warn of jumps of its rotations");
+    AddClipArgument(*command, options->path);
+    AddJsonOptions(*command, options->format);
+    command->footer("Exit status: 0 without faults, otherwise 1. Each fault has a line. Warnings "
+                    "do not change the status.\n"
                     "\n"
                     "Examples:\n"
-                    "  glissa check clip.glissa");
-    command->callback([path, &pAction] { pAction = [path] { RunCheck(*path); }; });
+                    "  glissa check clip.glissa\n"
+                    "  glissa check clip.bvh --json");
+    command->callback([options, &pAction] { pAction = [options] { RunCheck(*options); }; });
 }

@@ -4,6 +4,7 @@
 #include "apps/glissa/command.h"
 #include "apps/glissa/curve_options.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/table.h"
 
 #include <fmt/format.h>
@@ -40,12 +41,11 @@ void RunEval(const EvalOptions& pOptions)
     if (pOptions.slopes && curves.TakesNodes()) {
         throw WrongArguments("--slope needs --curve: a blend of layers has no exact slope");
     }
-    const std::optional<double> rate =
-        pOptions.rate.empty()
-            ? std::nullopt
-            : std::optional(ParseOption("--rate", &ParseRate, pOptions.rate).number);
+    const double rate =
+        pOptions.rate.empty() ? 0.0 : ParseOption("--rate", &ParseRate, pOptions.rate).number;
 
     ClipCurves clip = LoadClip(curves.path);
+    WarnOfJumps(clip);
     Table table;
     table.clip = &clip;
     table.slopes = pOptions.slopes;
@@ -64,7 +64,7 @@ void RunEval(const EvalOptions& pOptions)
     }
     const TimeSpan span =
         curves.span.At(keys.value_or(TimeSpan{KTime(), KTime()}), clip.framesASecond);
-    table.grid = {span.from, span.to, rate.value_or(clip.framesASecond)};
+    table.grid = {span.from, span.to, rate > 0.0 ? rate : clip.framesASecond};
     CheckSize(table);
 
     Output output(curves.output, curves.path);

@@ -14,6 +14,7 @@
 #include "apps/glissa/output.h"
 #include "apps/glissa/progress.h"
 #include "apps/glissa/refusal.h"
+#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/shared_options.h"
 #include "apps/glissa/temporaries.h"
 
@@ -237,16 +238,15 @@ void CheckSamples(const FilterSetup& pSetup, double pSamples, const std::string&
 // Steps that are no motion, and that smoothing rounds off: recorded angles that pass half a turn
 // jump by a whole one, and many clips begin with a reference pose.
 void WarnOfSteps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTargets,
-                 const FilterTimes& pTimes, ClipReport& pReport)
+                 const FilterTimes& pTimes, KTime pFrame, ClipReport& pReport)
 {
     if (!pEntry.mSignal) {
         return;
     }
-    const std::vector<std::string> jumps = FindAngleJumps(pTargets, pTimes);
-    if (!jumps.empty()) {
-        pReport.warnings.push_back(fmt::format(
-            "{}: {} takes steps of more than 180 degrees for motion; run unroll first: {}",
-            pReport.path, pEntry.mName, NamesText(jumps)));
+    const AngleJumps jumps = FindAngleJumps(pTargets, pTimes, pFrame);
+    if (jumps.mCount > 0) {
+        pReport.warnings.push_back(fmt::format("{}: {}; run unroll first, {} takes them for motion",
+                                               pReport.path, JumpsText(jumps), pEntry.mName));
     }
     const std::vector<std::string> poses = FindReferencePose(pTargets, pTimes);
     if (!poses.empty()) {
@@ -289,7 +289,7 @@ public:
             CheckSamples(mRecipe[i],
                          CountSamples(mRecipe[i], targets, times, clip.clip.mFramePeriod),
                          pJob.path);
-            WarnOfSteps(mRecipe[i].GetEntry(), targets, times, report);
+            WarnOfSteps(mRecipe[i].GetEntry(), targets, times, clip.clip.mFramePeriod, report);
             const auto start = std::chrono::steady_clock::now();
             StepReport step;
             step.filter = SetupText(mRecipe[i]);

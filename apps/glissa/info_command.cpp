@@ -6,11 +6,13 @@
 #include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/printable_text.h"
+#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/sample_grid.h"
 #include "apps/glissa/shared_options.h"
 #include "apps/glissa/text_table.h"
 #include "apps/glissa/tree_text.h"
 #include "corvekit/math/rotation_order.h"
+#include "io/clip_rotations.h"
 
 #include <fmt/format.h>
 
@@ -98,7 +100,7 @@ Benchmark RunBenchmark(ClipCurves& pClip, const TimeSpan& pSpan)
     return benchmark;
 }
 
-Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
+Json Describe(ClipCurves& pClip, const AngleJumps& pJumps, const InfoOptions& pOptions)
 {
     std::vector<NamedCurve*> curves;
     std::int64_t keys = 0;
@@ -129,6 +131,7 @@ Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
     info["from"] = span.from.GetSecondDouble();
     info["to"] = span.to.GetSecondDouble();
     info["rotation_orders"] = orders;
+    info["angle_jumps"] = DescribeJumps(pJumps);
     info["curve_bytes"] = pClip.recordingBytes;
     info["bytes_a_key"] =
         keys > 0 ? Json(static_cast<double>(pClip.recordingBytes) / static_cast<double>(keys))
@@ -156,7 +159,7 @@ Json Describe(ClipCurves& pClip, const InfoOptions& pOptions)
     return info;
 }
 
-std::string AsText(const Json& pInfo)
+std::string AsText(const Json& pInfo, const AngleJumps& pJumps)
 {
     std::string text;
     const auto line = [&](const char* pName, const std::string& pValue) {
@@ -175,6 +178,7 @@ std::string AsText(const Json& pInfo)
         orders += fmt::format("{}{} ({} joints)", orders.empty() ? "" : ", ", name, count.dump());
     }
     line("rotation orders", orders.empty() ? "none" : orders);
+    line("angle jumps", pJumps.mCount > 0 ? PrintableText(JumpsText(pJumps)) : "none");
     line("memory", pInfo["bytes_a_key"].is_null()
                        ? fmt::format("{} bytes", number("curve_bytes"))
                        : fmt::format("{} bytes, {:.1f} per key", number("curve_bytes"),
@@ -208,9 +212,10 @@ std::string AsText(const Json& pInfo)
 void RunInfo(const InfoOptions& pOptions)
 {
     ClipCurves clip = LoadClip(pOptions.path);
-    const Json info = Describe(clip, pOptions);
+    const AngleJumps jumps = FindAngleJumps(clip.clip, RotationsOf(clip.clip, clip.owner));
+    const Json info = Describe(clip, jumps, pOptions);
     WriteOutput(pOptions.output, pOptions.path,
-                pOptions.format == "json" ? JsonReportText(info) : AsText(info));
+                pOptions.format == "json" ? JsonReportText(info) : AsText(info, jumps));
 }
 }  // namespace
 

@@ -10,6 +10,7 @@
 #include "apps/glissa/node_picture.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/picture_output.h"
+#include "apps/glissa/rotation_report.h"
 
 #include <fmt/format.h>
 
@@ -222,12 +223,14 @@ void RunPlot(const PlotOptions& pOptions)
     }
 
     ClipCurves clip = LoadClip(pOptions.curves.path);
+    WarnOfJumps(clip);
     std::optional<ClipCurves> other;
     std::vector<std::string> inputs = {clip.path};
     PictureOptions picture;
     picture.title = FileName(clip.path);
     if (isComparison) {
         other = LoadClip(pOptions.against);
+        WarnOfJumps(*other);
         inputs.push_back(other->path);
         // The clips may have the same file name in two folders.
         const bool needsPaths =

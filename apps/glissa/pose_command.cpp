@@ -5,6 +5,7 @@
 #include "apps/glissa/command.h"
 #include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
+#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/shared_options.h"
 #include "apps/glissa/text_table.h"
 #include "corvekit/math/rotation_order.h"
@@ -76,6 +77,7 @@ void RunPose(const PoseOptions& pOptions)
     const TimeArgument at = ParseOption("--at", &ParseTime, pOptions.at);
     const std::optional<double> rate = FrameRateOf(pOptions.framesASecond);
     const ClipCurves clip = LoadClip(pOptions.path);
+    WarnOfJumps(clip);
     const KTime time = at.At(rate.value_or(clip.framesASecond));
     std::vector<PoseRow> rows;
     for (const NamedNode& node : ChooseNodes(clip, pOptions.nodes)) {

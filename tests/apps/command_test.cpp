@@ -85,6 +85,31 @@ TEST_F(Command, InfoShowsWhatAClipHolds)
     EXPECT_NE(std::string::npos, text.find("million evaluations per second"));
 }
 
+TEST_F(Command, JumpsOfAnglesAreReportedOnReading)
+{
+    const std::string clip = At("wrapped.bvh");
+    WriteFile(clip, "HIERARCHY\nROOT A\n{\n OFFSET 0 0 0\n CHANNELS 2 Yrotation Xrotation\n}\n"
+                    "MOTION\nFrames: 4\nFrame Time: .5\n0 170\n0 178\n0 -179\n0 179\n");
+    const std::string jumps =
+        "2 steps of more than 180 degrees between frames in 1 curve, first in A/R/X at 1 s (frame "
+        "2)";
+    for (const Arguments& each : {Arguments{"eval", clip, "-a"}, Arguments{"plot", clip, "-a"},
+                                  Arguments{"pose", clip, "--at", "1"}}) {
+        const Result run = Run(each);
+        EXPECT_EQ(0, run.status);
+        EXPECT_TRUE(run.err.starts_with("glissa: " + clip + ": " + jumps + "; ")) << run.err;
+    }
+    EXPECT_NE(std::string::npos, OutputOf({"info", clip}).find("angle jumps       " + jumps));
+    EXPECT_TRUE(OutputOf({"check", clip}).ends_with(": warning: " + jumps + "\n"));
+    for (const char* const command : {"info", "check"}) {
+        const auto json = nlohmann::json::parse(OutputOf({command, clip, "--format", "json"}));
+        const auto first = nlohmann::json::parse(
+            R"({"curve": "A/R/X", "time": 1, "frame": 2, "from": 178, "to": -179})");
+        EXPECT_EQ(2, json["angle_jumps"]["count"]);
+        EXPECT_EQ(first, json["angle_jumps"]["first"]);
+    }
+}
+
 TEST_F(Command, PlotWritesEachFormat)
 {
     const Arguments plot = {"plot", kClip, "-c",     "Hips/*", "--tangents",

@@ -266,15 +266,15 @@ TEST_F(Command, AFilterThatMovesTimeSetsTheFrames)
     }
 }
 
-TEST_F(Command, JumpsOfWholeTurnsInTheSpanAreNamed)
+TEST_F(Command, JumpsInTheSpanAreReported)
 {
     WriteFile(At("jump.bvh"),
               "HIERARCHY\nROOT A\n{\n OFFSET 0 0 0\n CHANNELS 2 Yposition Xrotation\n}\n"
               "MOTION\nFrames: 5\nFrame Time: 1\n0 170\n900 175\n0 178\n0 -179\n0 -170\n");
     const Arguments resample = {"filter", At("jump.bvh"), "--dry-run", "--apply", "resample"};
     EXPECT_EQ("glissa: " + At("jump.bvh") +
-                  ": resample takes steps of more than 180 degrees for motion; run unroll first: "
-                  "A/R/X\n",
+                  ": 1 step of more than 180 degrees between frames in 1 curve, first in A/R/X at "
+                  "3 s (frame 3); run unroll first, resample takes them for motion\n",
               Run(resample + Arguments{"--from", "2.5"}).err);
     OutputOf(resample + Arguments{"--to", "1.5"});
     // Without the jump, and then with a reference pose.

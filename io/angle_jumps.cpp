@@ -1,0 +1,55 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "io/angle_jumps.h"
+
+#include "glissa/curve/curve.h"
+#include "io/clip_rotations.h"
+
+#include <algorithm>
+#include <cmath>
+
+void AngleJumps::Look(const Glissa& pCurve, const std::string& pName, KTime pFrame, KTime pStart,
+                      KTime pStop)
+{
+    constexpr float kHalfTurn = 180.0f;
+    const int count = pCurve.KeyGetCount();
+    const std::int64_t countBefore = mCount;
+    float from = count > 0 ? pCurve.KeyGetValue(0) : 0.0f;
+    for (int i = 1; i < count; ++i) {
+        const float to = pCurve.KeyGetValue(i);
+        if (std::fabs(to - from) > kHalfTurn) {
+            const KTime before = pCurve.KeyGetTime(i - 1);
+            const KTime time = pCurve.KeyGetTime(i);
+            if (time >= pStart && before <= pStop && AreNeighbours(before, time, pFrame)) {
+                if (mCount++ == 0 || time < mTime) {
+                    mCurve = pName;
+                    mTime = time;
+                    mFrame = FrameAt(time, pFrame);
+                    mFrom = from;
+                    mTo = to;
+                }
+            }
+        }
+        from = to;
+    }
+    mCurveCount += mCount > countBefore ? 1 : 0;
+}
+
+AngleJumps FindAngleJumps(const Clip& pClip, const std::vector<ClipRotation>& pRotations)
+{
+    AngleJumps jumps;
+    for (const ClipRotation& rotation : pRotations) {
+        for (std::size_t axis = 0; axis < rotation.mCurves.size(); ++axis) {
+            jumps.Look(*rotation.mCurves[axis], rotation.GetCurveName(axis), pClip.mFramePeriod);
+        }
+    }
+    return jumps;
+}
+
+double FrameAt(KTime pTime, KTime pFrame)
+{
+    const std::int64_t period = std::max<std::int64_t>(pFrame.Get(), 1);
+    const double frames = static_cast<double>(pTime.Get()) / static_cast<double>(period);
+    return std::round(frames * 1000.0) / 1000.0;
+}
