@@ -235,7 +235,9 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pE
             Finish(*before[i], curve, pFilter, results[i]);
         }
     }
-    if (pEntry.mScope == FilterScope::rotation || (pEntry.mTurn && IsRotation(pTarget))) {
+    const bool isByOrientation = pEntry.mByOrientation != nullptr;
+    if (IsRotation(pTarget) &&
+        (pEntry.mScope == FilterScope::rotation || pEntry.mTurn || isByOrientation)) {
         std::vector<Glissa*> from;
         std::vector<Glissa*> to;
         for (std::size_t i = 0; i < results.size(); ++i) {
@@ -250,6 +252,8 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pE
             SetChange(isChanged ? change : LargestChange(), each);
             if (isChanged && change.mSize > 0.0 && pEntry.mTurn) {
                 each.mMessage = "apart from the turn";
+            } else if (isChanged && isByOrientation) {
+                each.mMessage = "by orientation";
             }
         }
     }
@@ -387,12 +391,13 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
         }
         return filter;
     };
+    const bool isByOrientation = pSetup.IsByOrientation();
     std::vector<FilterResult> results;
     for (const FilterTarget& target : pTargets) {
         if (entry.mScope == FilterScope::rotation && !IsRotation(target)) {
             continue;
         }
-        if (entry.NeedsNode()) {
+        if (entry.NeedsNode() || (isByOrientation && IsRotation(target))) {
             std::vector<FilterResult> found = RunOnNode(*make(), entry, target, pTimes, pFrame);
             for (FilterResult& each : found) {
                 done += each.mKeysBefore;
@@ -403,6 +408,10 @@ std::vector<FilterResult> RunFilter(const FilterSetup& pSetup,
         }
         for (const FilterChannel& channel : target.mChannels) {
             results.push_back(RunOnCurve(*make(), entry, channel, pTimes));
+            FilterResult& result = results.back();
+            if (isByOrientation && result.mOutcome == FilterOutcome::changed && IsAngle(channel)) {
+                result.mMessage = "this angle by itself";
+            }
             done += results.back().mKeysBefore;
             report(0);
         }

@@ -97,6 +97,16 @@ bool FilterSetup::MovesTime() const
     });
 }
 
+bool FilterSetup::UsesPlotPeriod() const
+{
+    return mEntry->mAtPlotPeriod && (!mEntry->mByOrientation || IsByOrientation());
+}
+
+bool FilterSetup::IsByOrientation() const
+{
+    return mEntry->mByOrientation && mEntry->mByOrientation(*Make(KTime()));
+}
+
 const std::vector<double>* FilterSetup::Get(const FilterParameter& pParameter) const
 {
     for (const Value& each : mValues) {

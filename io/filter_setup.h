@@ -27,7 +27,9 @@ public:
     bool MovesTime() const;
     /// Whether it takes samples at the plot period, which is one for the process: such filters run
     /// one after the other.
-    bool UsesPlotPeriod() const { return mEntry->mAtPlotPeriod; }
+    bool UsesPlotPeriod() const;
+    /// FilterEntry::mByOrientation with these values.
+    bool IsByOrientation() const;
     /// The numbers that were set, or null.
     const std::vector<double>* Get(const FilterParameter& pParameter) const;
 

@@ -16,7 +16,7 @@ namespace
 {
 constexpr double kLeastRate = 1e-6;
 constexpr double kMostRate = 1e6;
-constexpr double kMostCount = 1000.0;
+constexpr FilterRange kCounts = {0.0, 1000.0};
 constexpr double kMostOfTransform = 1e9;
 constexpr FilterRange kTimes = {-kMostSeconds, kMostSeconds};
 constexpr FilterRange kRates = {kLeastRate, kMostRate};
@@ -173,6 +173,40 @@ FilterEntry TransformEntry()
     return entry;
 }
 
+FilterEntry SmoothEntry()
+{
+    using Smooth = GlissaFilterSmooth;
+    FilterEntry entry = {
+        "smooth",
+        "Replaces each key by the mean of a window around it (for results of older scenes)",
+        "The rim of the window weighs more than its middle: waves as long as the window come out "
+        "inverted, and each run delays. The angles of a rotation are smoothed one by one, unless "
+        "quaternion is on and all three are chosen: then its orientations are smoothed, it gets an "
+        "automatic key at each frame of the span, and keys between frames are lost. Take gaussian "
+        "for new work.",
+        FilterScope::curve,
+        FilterSpan::inward,
+        true,
+        {Parameter<Smooth, &Smooth::GetWidth, &Smooth::SetWidth>("width", "s", kPeriods,
+                                                                 "the length of the window"),
+         Parameter<Smooth, &Smooth::GetSampleCount, &Smooth::SetSampleCount>(
+             "samples", "", kCounts, "samples in the window, less one"),
+         Parameter<Smooth, &Smooth::GetUseQuaternion, &Smooth::SetUseQuaternion>(
+             "quaternion", "", kFlag, "whether orientations are smoothed instead of angles")},
+        [](const FilterProgress&) -> std::unique_ptr<GlissaFilter> {
+            // Off, unlike in the class: it replaces the keys of a rotation.
+            auto smooth = std::make_unique<Smooth>();
+            smooth->SetUseQuaternion(false);
+            return smooth;
+        },
+        &SetSpan};
+    entry.mAtPlotPeriod = true;
+    entry.mByOrientation = [](GlissaFilter& pFilter) {
+        return static_cast<Smooth&>(pFilter).GetUseQuaternion();
+    };
+    return entry;
+}
+
 std::vector<FilterEntry> OtherFilters()
 {
     using Butterworth = GlissaFilterButterworth;
@@ -187,14 +221,12 @@ std::vector<FilterEntry> OtherFilters()
     using Reducer = GlissaFilterKeyReducer;
     using Resample = GlissaFilterResample;
     using Scale = GlissaFilterScale;
-    using Smooth = GlissaFilterSmooth;
     using Smooth2 = GlissaFilterSmooth2;
     using Sync = GlissaFilterKeySync;
     using Retime = GlissaFilterTimeShiftAndScale;
     using TimeClamp = GlissaFilterTimeClamp;
 
     const FilterRange orders = {0.0, Butterworth::kGreatestOrder};
-    const FilterRange counts = {0.0, kMostCount};
 
     return {
         {"unspike",
@@ -254,20 +286,7 @@ std::vector<FilterEntry> OtherFilters()
                               "whether the first new key moves to a whole period")},
          &Make<Butterworth>,
          &SetSpanProperties},
-        {"smooth",
-         "Replaces each key by the mean of a window around it (for results of older scenes)",
-         "The rim of the window weighs more than its middle: waves as long as the window come out "
-         "inverted, and each run delays. The angles of a rotation are smoothed one by one. Take "
-         "gaussian for new work.",
-         FilterScope::curve,
-         FilterSpan::inward,
-         true,
-         {Parameter<Smooth, &Smooth::GetWidth, &Smooth::SetWidth>("width", "s", kPeriods,
-                                                                  "the length of the window"),
-          Parameter<Smooth, &Smooth::GetSampleCount, &Smooth::SetSampleCount>(
-              "samples", "", counts, "samples in the window, less one")},
-         &Make<Smooth>,
-         &SetSpan},
+        SmoothEntry(),
         {"damp",
          "Smooths the three curves of a translation as one moving point",
          "Lags behind steady motion by a constant amount.",
@@ -279,7 +298,7 @@ std::vector<FilterEntry> OtherFilters()
           Parameter<Smooth2, &Smooth2::GetFactor, &Smooth2::SetFactor>(
               "factor", "", kNotNegative, "how many times the mean speed the point may reach"),
           Parameter<Smooth2, &Smooth2::GetSampleCount, &Smooth2::SetSampleCount>(
-              "samples", "", counts, "samples in the window")},
+              "samples", "", kCounts, "samples in the window")},
          &Make<Smooth2>,
          &SetSpan},
         {"reduce",

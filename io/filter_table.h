@@ -108,6 +108,9 @@ struct FilterEntry
     bool mNeedsChoice = false;
     /// Takes samples at the plot period, which RunFilter sets to the frame of the clip meanwhile.
     bool mAtPlotPeriod = false;
+    /// Whether, with its parameters, it takes the three angles of a rotation together and filters
+    /// the orientations. Null for a filter that never does.
+    bool (*mByOrientation)(GlissaFilter& pFilter) = nullptr;
     /// The turn that orientations are to get, which the report leaves out. Null for none.
     KgeRMatrix (*mTurn)(GlissaFilter& pFilter) = nullptr;
 

@@ -29,6 +29,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <thread>
 
@@ -184,21 +185,30 @@ std::vector<FilterTarget> NodeTargets(const ClipCurves& pClip,
     return targets;
 }
 
-// The curves that are chosen; each curve is a target of its own where curves were named.
+// The curves that are chosen. Each curve that was named is a target of its own, but the three
+// angles of a rotation are one, as with --node.
 std::vector<FilterTarget> TargetsOf(ClipCurves& pClip, const FilterOptions& pOptions)
 {
     if (pOptions.curves.empty()) {
         return NodeTargets(pClip, pOptions.nodes);
     }
     const std::vector<FilterTarget> all = NodeTargets(pClip, {});
-    std::vector<FilterTarget> targets;
+    std::set<const Glissa*> chosen;
     for (const NamedCurve* const curve :
          ChooseCurves(pClip, {pOptions.curves, false, std::nullopt, std::nullopt})) {
-        for (const FilterTarget& node : all) {
-            for (const FilterChannel& channel : node.mChannels) {
-                if (channel.mCurve == curve->curve) {
-                    targets.push_back({curve->name, nullptr, {channel}});
-                }
+        chosen.insert(curve->curve);
+    }
+    const auto isChosen = [&](const FilterChannel& pEach) { return chosen.contains(pEach.mCurve); };
+    std::vector<FilterTarget> targets;
+    for (const FilterTarget& node : all) {
+        const auto& channels = node.mChannels;
+        if (IsRotation(node) && std::all_of(channels.begin(), channels.end(), isChosen)) {
+            targets.push_back(node);
+            continue;
+        }
+        for (const FilterChannel& each : channels) {
+            if (isChosen(each)) {
+                targets.push_back({each.mName, nullptr, {each}});
             }
         }
     }

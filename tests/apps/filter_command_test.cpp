@@ -24,7 +24,8 @@ std::string Sample(const std::string& pName)
         {"offset", ":by=1.5"},         {"scale", ":by=1.5"},
         {"clamp", ":ceil=3,floor=-2"}, {"timeclamp", ":min=2,max=3"},
         {"constant", ":value=5"},      {"retime", ":shift=1/4"},
-        {"inverse", ":top=7"},         {"transform", ":rotate=0,0,90"}};
+        {"inverse", ":top=7"},         {"transform", ":rotate=0,0,90"},
+        {"smooth", ":quaternion=on"}};
     const auto found = parameters.find(pName);
     return found == parameters.end() ? pName : pName + found->second;
 }
@@ -32,14 +33,19 @@ std::string Sample(const std::string& pName)
 TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
 {
     ClipCurves before = LoadClip(kClip);
+    // Filters of orientations run on rotations too.
+    std::vector<std::pair<FilterEntry, std::string>> runs;
     for (const FilterEntry& entry : FilterTable()) {
-        SCOPED_TRACE(entry.mName);
-        std::vector<std::string> arguments = {
-            "filter",   kClip,
-            "--apply",  Sample(entry.mName),
-            "--format", "json",
-            "-o",       At("out.glissa"),
-            "--node",   entry.mScope == FilterScope::rotation ? "*/R" : "*/T"};
+        runs.emplace_back(entry, entry.mScope == FilterScope::rotation ? "*/R" : "*/T");
+        if (entry.mByOrientation) {
+            runs.emplace_back(entry, "*/R");
+        }
+    }
+    for (const auto& [entry, nodes] : runs) {
+        SCOPED_TRACE(entry.mName + (' ' + nodes));
+        std::vector<std::string> arguments = {"filter",   kClip,  "--apply", Sample(entry.mName),
+                                              "--format", "json", "-o",      At("out.glissa"),
+                                              "--node",   nodes};
         const bool spans = entry.mSpan != FilterSpan::none;
         if (spans) {
             // Between two frames at both ends.
@@ -173,6 +179,25 @@ TEST_F(Command, ATakeWithoutAllChannelsIsTurnedAsAWhole)
     OutputOf({"filter", At("still.glissa"), "--node", "A/R", "--apply", "transform:rotate=0,0,-90",
               "-o", At("back.glissa")});
     EXPECT_EQ(KgeRVector(10, 0, 0), lastOf("back.glissa", "A/R"));
+}
+
+TEST_F(Command, AnglesThatAreChosenTogetherAreSmoothedAsOrientations)
+{
+    const auto report = [this](const std::string& pFilter, const Arguments& pChoice) {
+        return Json::parse(OutputOf(
+            Arguments{"filter", kClip, "--apply", pFilter, "--dry-run", "--format", "json"} +
+            pChoice))["filters"][0]["curves"];
+    };
+    for (const char* const filter : {"smooth:quaternion=on"}) {
+        SCOPED_TRACE(filter);
+        const Json node = report(filter, {"--node", "Spine/R"});
+        EXPECT_EQ(node, report(filter, {"--curve", "Spine/R/*"}));
+        const Json angle = report(filter, {"--curve", "Spine/R/X"});
+        EXPECT_EQ("by orientation", node[0]["message"]);
+        EXPECT_EQ(node[0]["largest_change"], node[1]["largest_change"]);
+        EXPECT_EQ("this angle by itself", angle[0]["message"]);
+        EXPECT_NE(node[0]["largest_change"], angle[0]["largest_change"]);
+    }
 }
 
 TEST_F(Command, FiltersThatCannotRunWriteNothing)
