@@ -1,29 +1,27 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-// How does a host make a line of retime markers, and move a locked chain of them?
+// How does a host make a line of retime markers, and move a locked chain of them with the keys?
 
 #include "glissa/retime/retime.h"
+#include "glissa/curve/curve.h"
+#include "glissa/manip/manipulator.h"
+#include "glissa/node/node.h"
 
+#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <initializer_list>
 
 namespace
 {
 // [snippet callback]
-// A host moves the keys between the outer times here.
+// The keys around the marker follow it. Each move is a manipulation of its own.
 void Moved(void* pContext, KTime pLeft, KTime pTime, KTime pRight, KTime pDelta)
 {
-    ++*static_cast<int*>(pContext);
-    std::printf("%.0f s moves by %.0f s", pTime.GetSecondDouble(), pDelta.GetSecondDouble());
-    if (pLeft != KTime::MinusInfinite()) {
-        std::printf(", keys from %.0f s", pLeft.GetSecondDouble());
-    }
-    if (pRight != KTime::Infinite()) {
-        std::printf(", keys up to %.0f s", pRight.GetSecondDouble());
-    }
-    std::puts("");
+    auto& manipulator = *static_cast<GlissaManipulator*>(pContext);
+    manipulator.BeginManipulation(eManipLeftEdge, false, 0.0);
+    manipulator.OffsetXForRetiming(pLeft, pTime, pRight, pDelta);
+    manipulator.EndManipulation();
 }
 // [end]
 
@@ -39,26 +37,50 @@ void Append(KRetimeLinkListHead& pList, KRetimeElement* pElement)
     pElement->mPrevious = last;
 }
 // [end]
+
+void PrintKeys(const Glissa& pCurve)
+{
+    std::printf("keys at");
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        std::printf(" %g", pCurve.KeyGetTime(i).GetSecondDouble());
+    }
+    std::puts(" s");
+}
 }  // namespace
 
 int main()
 {
-    int calls = 0;
+    GlissaNode* const node = GlissaNodeCreate("angle", nullptr, eLayerTypeVector, {});
+    node->CreateFCurve();
+    Glissa* const curve = node->FCurveGet();
+    for (const double seconds : {0.0, 10.0, 15.0, 20.0, 30.0}) {
+        curve->KeyAppendFast(KTime::FromSeconds(seconds), 0.0f);
+    }
+    PrintKeys(*curve);
+
+    GlissaManipulator manipulator;
     // [snippet list]
+    manipulator.Add(node);
+    manipulator.MarkAllCurveNodeForManip(true);
+    manipulator.MarkKeysForManip(true, node, 0, INT_MAX);  // all keys
+
     RetimeCallbackEntry entry;
-    entry.mContext = &calls;
+    entry.mContext = &manipulator;
     entry.mMove = Moved;
 
     KRetimeLinkListHead list;
-    Append(list, new KRetimeSpecialSpan(entry, nullptr, eRetimeLeftInfinite));
     auto* const first = new KRetimeMarker(entry, KTime::FromSeconds(10.0));
     auto* const span = new KRetimeNormalSpan(entry, nullptr, nullptr, KRetimeNormalSpanState{});
     auto* const second = new KRetimeMarker(entry, KTime::FromSeconds(20.0));
+    Append(list, new KRetimeSpecialSpan(entry, nullptr, eRetimeLeftInfinite));
     Append(list, first);
     Append(list, span);
     Append(list, second);
     Append(list, new KRetimeSpecialSpan(entry, nullptr, eRetimeRightInfinite));
     // [end]
+
+    first->Move(KTime::FromSeconds(2.0), true);
+    PrintKeys(*curve);
 
     // [snippet chain]
     span->SetLocked(true);
@@ -72,8 +94,9 @@ int main()
         }
     }
     // [end]
-    std::printf("%.0f s and %.0f s\n", first->GetTime().GetSecondDouble(),
-                second->GetTime().GetSecondDouble());
+    PrintKeys(*curve);
+
     list.DestroyLinkList();
-    return calls == 2 ? EXIT_SUCCESS : EXIT_FAILURE;
+    node->Destroy();
+    return 0;
 }

@@ -248,6 +248,35 @@ public:
     void StrecthTangentY(GlissaKeyEdit2* pKey, double pScale);
     void StrecthTangentY(Glissa* pCurve, int pIndex, double pScale);
 
+    // Retiming (manip/retime_offset.cpp)
+
+    /// Moves the marked keys with a retime marker, in an open manipulation of any mode. The
+    /// arguments are those of the move callback of KRetimeMarker (glissa/retime/retime.h). A key at
+    /// the marker moves by pOffset, others by GetRetimeOffset; keys before pLeft and after pRight
+    /// stay. Of a marked and an unmarked key at one time the marked one remains if the unmarked one
+    /// was before all marked keys, otherwise the unmarked one. The range does not change, and a
+    /// curve without a marked key is left as it is.
+    ///
+    /// Like every edit it begins at the state at BeginManipulation, so that two calls do not add
+    /// up: for each move of a marker a host begins and ends a manipulation.
+    ///
+    /// A segment that gets another width keeps its shape: if one of two neighbouring keys is a user
+    /// key, the slopes of both in the segment between them are divided by its change of width, and
+    /// both get broken tangents, also where nothing moves. A TCB key is not broken. Neighbours that
+    /// come to one time or change places keep their slopes. Unmarked keys between the marked ones
+    /// do not move and are not neighbours.
+    ///
+    /// pLeft, pRight  KTime::MinusInfinite() and KTime::Infinite() where there is no marker.
+    void OffsetXForRetiming(KTime pLeft, KTime pCenter, KTime pRight, KTime pOffset);
+    /// By how much a key at pTime moves: pOffset at pCenter, 0 at pLeft and pRight, in proportion
+    /// between. By pOffset on a side without a marker.
+    KTime GetRetimeOffset(KTime pLeft, KTime pCenter, KTime pRight, KTime pOffset, KTime pTime);
+    /// The part of it between two markers, at any time: a straight line through 0 at pLeft and
+    /// pOffset at pCenter, and one through pOffset at pCenter and 0 at pRight. 0 where the two
+    /// markers have the same time.
+    KTime RetimeAlgorithmLeftRegion(KTime pLeft, KTime pCenter, KTime pOffset, KTime pTime);
+    KTime RetimeAlgorithmRightRegion(KTime pCenter, KTime pRight, KTime pOffset, KTime pTime);
+
 private:
     struct Part;
     struct Workspace;

@@ -79,6 +79,12 @@ Edit StretchBoth(double pDeltaX, double pDeltaY)
         pTo.StretchXY(Seconds(2), 20, Seconds(4), 40, Seconds(pDeltaX), pDeltaY, false, 0.0);
     };
 }
+Edit Retime(KTime pLeft, KTime pCenter, KTime pRight, double pOffset)
+{
+    return [=](GlissaManipulator& pTo) {
+        pTo.OffsetXForRetiming(pLeft, pCenter, pRight, Seconds(pOffset));
+    };
+}
 // Turns the ripples on, then edits.
 Edit Rippled(const Edit& pEdit, bool pAllY = true)
 {
@@ -161,6 +167,15 @@ TEST(ManipulatorEdits, ChangeKeysAndRange)
         {kLeft, StretchBoth(-3, -30), "0:0 1:10 2:20 3:30 5:50 6:60 ", "1..2 10..20"},
         {kRippleBoth, Rippled(StretchBoth(1.5, 10)), "0:0 1:10 2:20 3:30 5.5:50 6.5:50 7.5:60 ",
          "2..5.5 20..50", "0:0 1:15 2:30 3:30 4:60 5:75 6:90 "},
+        // Keys between the markers, without markers around, outside them, at a region without
+        // width.
+        {kBoth, Retime(Seconds(1), Seconds(3), Seconds(6), 1),
+         "0:0 1:10 2.5:20 3:30 4.66667:40 5:50 6:60 ", "2..4 20..40"},
+        {kLeft, Retime(kFromStart, Seconds(3), kToEnd, 0.5),
+         "0:0 1:10 2.5:20 3:30 4.5:40 5:50 6:60 ", "2..4 20..40"},
+        {kLeft, Retime(Seconds(2.5), Seconds(3), Seconds(3.5), 1), kStart, "2..4 20..40"},
+        {kLeft, Retime(Seconds(1), Seconds(2), Seconds(2), 1), "0:0 1:10 3:30 4:40 5:50 6:60 ",
+         "2..4 20..40"},
         {kRight, [](GlissaManipulator& pTo) { pTo.SetY(7); }, "0:0 1:10 2:7 3:30 4:7 5:50 6:60 ",
          "2..4 7..7"},
     };
