@@ -3,17 +3,14 @@
 
 #include "io/filter_compare.h"
 
-#include "corvekit/math/elementary.h"
-#include "corvekit/math/rotation_order.h"
 #include "glissa/curve/curve.h"
+#include "io/pose_difference.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace
 {
-constexpr int kAxes = 3;
-
 // Calls pLook(time) for the key times of some curves and halfway between them, in order.
 template <typename Look>
 void ForEachKeyTime(const std::vector<Glissa*>& pCurves, const Look& pLook)
@@ -52,24 +49,10 @@ void Note(double pChange, KTime pTime, LargestChange& pLargest)
     }
 }
 
-/// The curves X, Y and Z of a rotation.
-struct Rotation
+RotationCurves CurvesOf(const std::vector<Glissa*>& pCurves, int pOrder)
 {
-    const std::vector<Glissa*>& mCurves;
-    KVdRotationOrder mOrder;
-    int mHints[kAxes] = {};
-
-    KgeRMatrix At(KTime pTime)
-    {
-        KgeRVector angles;
-        for (int axis = 0; axis < kAxes; ++axis) {
-            angles[axis] = mCurves[static_cast<std::size_t>(axis)]->Evaluate(pTime, &mHints[axis]);
-        }
-        KgeRMatrix matrix;
-        mOrder.V2M(matrix, angles);
-        return matrix;
-    }
-};
+    return {{pCurves[0], pCurves[1], pCurves[2]}, KVdRotationOrder(pOrder), {}};
+}
 }  // namespace
 
 LargestChange CompareCurves(Glissa& pBefore, Glissa& pAfter, const FilterTimes& pTimes)
@@ -91,17 +74,13 @@ LargestChange CompareRotations(const std::vector<Glissa*>& pBefore,
                                const std::vector<Glissa*>& pAfter, int pOrder,
                                const KgeRMatrix& pTurn)
 {
-    constexpr double kRounding = 1e-9;  // degrees, of the matrices
     LargestChange largest;
-    Rotation before{pBefore, KVdRotationOrder(pOrder)};
-    Rotation after{pAfter, KVdRotationOrder(pOrder)};
+    RotationCurves before = CurvesOf(pBefore, pOrder);
+    RotationCurves after = CurvesOf(pAfter, pOrder);
     std::vector<Glissa*> curves = pBefore;
     curves.insert(curves.end(), pAfter.begin(), pAfter.end());
     ForEachKeyTime(curves, [&](KTime pTime) {
-        const KgeQuaternion turn(after.At(pTime) * (pTurn * before.At(pTime)).Transpose());
-        const double sine = KgeLength(turn[0], turn[1], turn[2]);
-        const double angle = 2.0 * KgeArcTangent(sine, std::fabs(turn[3]));
-        Note(angle > kRounding ? angle : 0.0, pTime, largest);
+        Note(TurnBetween(pTurn * before.At(pTime), after.At(pTime)), pTime, largest);
     });
     return largest;
 }

@@ -14,6 +14,15 @@
 #include <cmath>
 #include <limits>
 
+void ClipCurves::NameCurves()
+{
+    curves.clear();
+    for (const ClipCurve& each : owner.GetCurves()) {
+        curves.push_back({each.mName, IsRotation(each.mChannel) ? Unit::degrees : Unit::sceneUnits,
+                          each.mCurve});
+    }
+}
+
 void ClipCurves::FitFrameCount()
 {
     KTime last = KTime::MinusInfinite();
@@ -62,11 +71,7 @@ ClipCurves LoadClip(const std::string& pPath)
     const ClipRate rate = loaded.clip.GetRate();
     loaded.framesASecond =
         static_cast<double>(rate.mNumerator) / static_cast<double>(rate.mDenominator);
-    for (const ClipCurve& each : loaded.owner.GetCurves()) {
-        loaded.curves.push_back({each.mName,
-                                 IsRotation(each.mChannel) ? Unit::degrees : Unit::sceneUnits,
-                                 each.mCurve});
-    }
+    loaded.NameCurves();
     return loaded;
 }
 

@@ -38,6 +38,9 @@ struct ClipCurves
     /// After an edit: the curves no longer have the values of the file.
     void DropRecordedValues() { clip.mValues.clear(); }
 
+    /// Sets the curves to those of the owner, as after a change of its channels.
+    void NameCurves();
+
     /// After keys moved in time: the clip gets as many frames as it takes to reach the last key.
     /// Throws Refusal if these are too many.
     void FitFrameCount();

@@ -262,6 +262,29 @@ TEST_F(Command, ClipsAreConvertedToStoresAndBack)
     }
 }
 
+TEST_F(Command, TheRotationOrderIsConvertedAndReported)
+{
+    const std::string report =
+        OutputOf({"convert", kClip, At("a.glissa"), "--rotation", "zxy", "--node", "*Arm/R"});
+    EXPECT_EQ("", OutputOf({"convert", At("a.glissa"), At("a.bvh")}));
+    EXPECT_NE(std::string::npos, report.find("2 rotations from ZYX to ZXY\n")) << report;
+    EXPECT_NE(std::string::npos, report.find("Yrotation Xrotation Zrotation\n")) << report;
+    EXPECT_NE(std::string::npos, report.find("at frames and keys: ")) << report;
+    const Clip before = LoadClip(kClip).clip;
+    const Clip after = LoadClip(At("a.bvh")).clip;
+    for (std::size_t i = 0; i < after.mJoints.size(); ++i) {
+        const bool isArm = after.mJoints[i].mName.ends_with("Arm");
+        EXPECT_EQ(isArm ? 4 : before.mJoints[i].mRotationOrder, after.mJoints[i].mRotationOrder);
+    }
+    ExpectFailures({
+        {2, {"convert", kClip, At("b.bvh"), "--rotation", "ZXX"}, "XYZ,XZY,YZX,YXZ,ZXY,ZYX"},
+        {2, {"convert", kClip, At("b.bvh"), "--node", "Hips/R"}, "--rotation, which is missing"},
+        {1,
+         {"convert", kClip, At("b.bvh"), "--rotation", "XYZ", "-n", "Hips/*"},
+         "Hips/T is no rotation"},
+    });
+}
+
 TEST_F(Command, KeysAreEditedInTheOrderGiven)
 {
     const std::string out = At("out.glissa");

@@ -1,0 +1,113 @@
+// Copyright (c) 2026 The glissa authors
+// SPDX-License-Identifier: MIT
+
+#include "io/pose_difference.h"
+
+#include "corvekit/math/elementary.h"
+#include "glissa/curve/curve.h"
+
+#include <cmath>
+
+double TurnBetween(const KgeRMatrix& pFrom, const KgeRMatrix& pTo)
+{
+    constexpr double kRounding = 1e-9;
+    const KgeQuaternion turn(pTo * pFrom.Transpose());
+    const double sine = KgeLength(turn[0], turn[1], turn[2]);
+    const double degrees = 2.0 * KgeArcTangent(sine, std::fabs(turn[3]));
+    return degrees > kRounding ? degrees : 0.0;
+}
+
+KgeRVector RotationCurves::AnglesAt(KTime pTime)
+{
+    KgeRVector angles;
+    for (std::size_t axis = 0; axis < mCurves.size(); ++axis) {
+        angles[static_cast<int>(axis)] = mCurves[axis]->Evaluate(pTime, &mHints[axis]);
+    }
+    return angles;
+}
+
+KgeRMatrix RotationCurves::At(KTime pTime)
+{
+    KgeRMatrix matrix;
+    mOrder.V2M(matrix, AnglesAt(pTime));
+    return matrix;
+}
+
+PoseComparison::PoseComparison(const Clip& pClip, const NodeClip& pNodes)
+    : mClip(pClip), mJoints(pClip.mJoints.size())
+{
+    for (std::size_t i = 0; i < mJoints.size(); ++i) {
+        mJoints[i].mTranslation = pNodes.GetTransform(i, KDataTypeLclTranslation);
+        mJoints[i].mRotation = pNodes.GetTransform(i, KDataTypeLclRotation);
+    }
+}
+
+void PoseComparison::SetRotation(std::size_t pJoint, const RotationCurves& pBefore,
+                                 const RotationCurves& pAfter)
+{
+    mJoints[pJoint].mIsChanged = true;
+    mJoints[pJoint].mBefore = pBefore;
+    mJoints[pJoint].mAfter = pAfter;
+}
+
+void PoseComparison::Compare(KTime pTime, PoseDifference& pDifference)
+{
+    for (std::size_t i = 0; i < mJoints.size(); ++i) {
+        Joint& joint = mJoints[i];
+        double offset[3] = {mClip.mJoints[i].mOffset[0], mClip.mJoints[i].mOffset[1],
+                            mClip.mJoints[i].mOffset[2]};
+        if (joint.mTranslation) {
+            joint.mTranslation->GeneralEvaluate(offset, pTime, &joint.mTranslationHint);
+        }
+        KgeRMatrix before;
+        if (joint.mIsChanged) {
+            before = joint.mIsLeftOut ? joint.mAfter.At(pTime) : joint.mBefore.At(pTime);
+        } else if (joint.mRotation) {
+            double angles[3] = {};
+            joint.mRotation->GeneralEvaluate(angles, pTime, &joint.mRotationHint);
+            KVdRotationOrder(joint.mRotation->GetRotationOrder()).V2M(before, KgeRVector(angles));
+        }
+        const KgeRMatrix after = joint.mIsChanged ? joint.mAfter.At(pTime) : before;
+        const double turn = joint.mIsChanged ? TurnBetween(before, after) : 0.0;
+        if (turn > pDifference.mTurn) {
+            pDifference.mTurn = turn;
+            pDifference.mTurnJoint = static_cast<int>(i);
+            pDifference.mTurnTime = pTime;
+        }
+
+        const KgeAMatrix translation{KgeTVector(offset)};
+        joint.mPoses = {translation * KgeAMatrix(before), translation * KgeAMatrix(after)};
+        if (const int parent = mClip.mJoints[i].mParent; parent >= 0) {
+            const Poses& above = mJoints[static_cast<std::size_t>(parent)].mPoses;
+            joint.mPoses = {above.mBefore * joint.mPoses.mBefore,
+                            above.mAfter * joint.mPoses.mAfter};
+        }
+        const double distance =
+            (joint.mPoses.mAfter.GetTranslation() - joint.mPoses.mBefore.GetTranslation()).Length();
+        if (distance > pDifference.mDistance) {
+            pDifference.mDistance = distance;
+            pDifference.mDistanceJoint = static_cast<int>(i);
+            pDifference.mDistanceTime = pTime;
+        }
+    }
+}
+
+int PoseComparison::CompareBetween(KTime pFirst, KTime pSecond, PoseDifference& pDifference)
+{
+    constexpr double kHalfTurn = 180.0;
+    int leftOut = 0;
+    for (Joint& joint : mJoints) {
+        if (joint.mIsChanged) {
+            const KgeRVector step =
+                joint.mBefore.AnglesAt(pSecond) - joint.mBefore.AnglesAt(pFirst);
+            joint.mIsLeftOut = std::fabs(step[0]) > kHalfTurn || std::fabs(step[1]) > kHalfTurn ||
+                               std::fabs(step[2]) > kHalfTurn;
+            leftOut += joint.mIsLeftOut ? 1 : 0;
+        }
+    }
+    Compare(pFirst + (pSecond - pFirst) / 2, pDifference);
+    for (Joint& joint : mJoints) {
+        joint.mIsLeftOut = false;
+    }
+    return leftOut;
+}
