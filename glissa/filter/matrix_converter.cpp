@@ -335,9 +335,7 @@ bool GlissaFilterMatrixConverter::Apply(GlissaNode& pNode, bool)
 void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode)
 {
     GlissaNode* const rotation = pNode.FindRecursive("R");
-    Glissa* curves[kAxes];
-    if (mApplyUnroll && rotation && FindRotationCurves(*rotation, curves)) {
-        const KeptOnFailure kept(curves, kAxes);
+    if (mApplyUnroll && rotation) {
         GlissaFilterUnroll unroll;
         unroll.Apply(*rotation, true);
         GlissaFilterResample resample;

@@ -221,7 +221,6 @@ bool GlissaFilterTRS::Apply(GlissaNode& pNode, bool)
                 brackets.emplace_back(*curve);
             }
         }
-        const KeptOnFailure kept(curves, kAxes);
         GlissaFilterResample resample;
         resample.SetStartTime(start);
         resample.SetStopTime(stop);

@@ -4,19 +4,26 @@
 // The curve of a list of records.
 
 #include "glissa/curve/key_kind.h"
+#include "glissa/curve/take_keys.h"
 #include "glissa/manip/curve_writer.h"
 #include "glissa/manip/sides.h"
 
 namespace
 {
-bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRight)
+bool IsSameSlope(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRight)
 {
-    return pLeft.mDerivative == pRight.mDerivative && pLeft.mAuto == pRight.mAuto &&
-           pLeft.mIsWeighted == pRight.mIsWeighted && pLeft.mWeight == pRight.mWeight &&
-           pLeft.mIsVelocity == pRight.mIsVelocity && pLeft.mVelocity == pRight.mVelocity;
+    return pLeft.mDerivative == pRight.mDerivative;
 }
 
-// Equal but for time and value. Selection, marks and visibility are not edited.
+// The slope aside.
+bool IsSameSide(const GlissaTangeantInfo& pLeft, const GlissaTangeantInfo& pRight)
+{
+    return pLeft.mAuto == pRight.mAuto && pLeft.mIsWeighted == pRight.mIsWeighted &&
+           pLeft.mWeight == pRight.mWeight && pLeft.mIsVelocity == pRight.mIsVelocity &&
+           pLeft.mVelocity == pRight.mVelocity;
+}
+
+// Time, value and slopes aside. Selection and marks are not edited.
 bool IsSameKind(const GlissaKeyEdit2& pLeft, const GlissaKeyEdit2& pRight)
 {
     return pLeft.mInterpolation == pRight.mInterpolation &&
@@ -51,54 +58,84 @@ KPriFCurveKeyAttr BlockOf(const GlissaKeyEdit2& pKey)
 }
 }  // namespace
 
-void CurveWriter::ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const GlissaEdit2& pAll,
-                              Glissa& pOriginal, const ETITimeline& pTimeline)
+// The records that have a time of the node to themselves. One that has not moved keeps its time to
+// the tick. Of records that come to one time it is the one that remains, else the first.
+void CurveWriter::PlaceRecords(const GlissaEdit2& pEdit, const GlissaEdit2& pAll,
+                               const Glissa& pOriginal, const ETITimeline& pTimeline)
 {
-    Begin(pEdit.GetCount());
-    bool isShown = false;
+    mPlaced.clear();
+    mPlaced.reserve(static_cast<std::size_t>(pEdit.GetCount()));
     for (int i = 0; i < pEdit.GetCount(); ++i) {
         const GlissaKeyEdit2& key = pEdit[i];
         const GlissaKeyEdit2& loaded = pAll[key.mKeyIndex];
-        // A key that has not moved keeps its time to the tick. Of keys that come to one time of the
-        // node it is the one that remains, else the first.
         const bool hasMoved = key.mTime != loaded.mTime;
         const KTime time = hasMoved ? PossibleKeyTime(pTimeline.ToNode(key.mTime))
                                     : pOriginal.KeyGetTime(key.mKeyIndex);
-        while (!hasMoved && !mPlaced.empty() && mCurve->Keys().LastTime() >= time) {
-            mCurve->Delete(mCurve->KeyGetCount() - 1, mCurve->KeyGetCount() - 1);
+        while (!hasMoved && !mPlaced.empty() && mPlaced.back().time >= time) {
             mPlaced.pop_back();
         }
-        if (!mPlaced.empty() && mCurve->Keys().LastTime() >= time) {
+        if (!mPlaced.empty() && mPlaced.back().time >= time) {
             continue;
         }
-        const int k = mCurve->KeyGetCount();
-        const float value = static_cast<float>(key.mValue);
-        if (IsSameKind(key, loaded)) {
-            Append(time, pOriginal, key.mKeyIndex);
-            mCurve->KeySetValue(k, value);
-            if ((mCurve->InternalPriKeyAttrGetPtr(k)->mFlags & eSelectTangents) != 0) {
-                KPriFCurveKeyAttr block = *mCurve->InternalPriKeyAttrGetPtr(k);
-                block.mFlags &= ~static_cast<unsigned>(eSelectTangents);
-                mCurve->KeyAttrSet(k, block);
-            }
-        } else {
-            mCurve->KeyAppendFast(time, value);
-            mCurve->KeyAttrSet(k, BlockOf(key));
-            mPlaced.push_back({key.mKeyIndex, false, nullptr});
-        }
-        mPlaced.back().record = &key;
-        isShown = isShown || (StateFlags(key) & ~eMarkedForManipulation) != 0;
+        const bool hasSlopes = IsSameSlope(key.mLeftTangent, loaded.mLeftTangent) &&
+                               IsSameSlope(key.mRightTangent, loaded.mRightTangent);
+        const Change change = !IsSameKind(key, loaded) ? Change::kOther
+                              : hasSlopes              ? Change::kNone
+                              : IsCubicUser(*pOriginal.InternalPriKeyAttrGetPtr(key.mKeyIndex))
+                                  ? Change::kSlopes
+                                  : Change::kOther;
+        mPlaced.push_back({time, &key, change});
     }
+}
 
-    const int last = mCurve->KeyGetCount() - 1;
-    const int lastOfAll = pAll.GetCount() - 1;
-    for (int k = 0; k <= last; ++k) {
+// Blocks are written first, with slopes of user tangents in the slots where they were; sides that
+// need the rules of other kinds are set when all keys have their places.
+void CurveWriter::ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const GlissaEdit2& pAll,
+                              Glissa& pOriginal, const ETITimeline& pTimeline)
+{
+    PlaceRecords(pEdit, pAll, pOriginal, pTimeline);
+    const int count = static_cast<int>(mPlaced.size());
+    const auto isBehind = [&](const Placed& pKey, const Placed& pBefore) {
+        return pKey.change != Change::kOther && pBefore.change != Change::kOther &&
+               pBefore.record->mKeyIndex + 1 == pKey.record->mKeyIndex;
+    };
+    Begin(count);
+    bool isShown = false;
+    for (int k = 0; k < count; ++k) {
         const Placed& key = mPlaced[static_cast<std::size_t>(k)];
-        const Placed* const before = k > 0 ? &key - 1 : nullptr;
-        if (before && !(before->isAsLoaded && key.isAsLoaded && before->index + 1 == key.index)) {
+        const Placed* const next = k + 1 < count ? &key + 1 : nullptr;
+        const float value = static_cast<float>(key.record->mValue);
+        isShown = isShown || (StateFlags(*key.record) & ~eMarkedForManipulation) != 0;
+        if (key.change == Change::kOther) {
+            mCurve->KeyAppendFast(key.time, value);
+            mCurve->KeyAttrSet(k, BlockOf(*key.record));
+            continue;
+        }
+        const KPriFCurveKey& original = *pOriginal.InternalPriKeyGetPtr(key.record->mKeyIndex);
+        AppendShared(*mCurve, key.time, {key.time, original.mAttribute, value});
+        const bool hasNextSlope = next && next->change == Change::kSlopes && isBehind(*next, key) &&
+                                  !IsCubicTcb(*original.mAttribute);
+        if (key.change == Change::kNone && !hasNextSlope &&
+            (original.mAttribute->mFlags & eSelectTangents) == 0) {
+            continue;
+        }
+        KPriFCurveKeyAttr block = *original.mAttribute;
+        block.mFlags &= ~static_cast<unsigned>(eSelectTangents);
+        if (key.change == Change::kSlopes && next) {
+            block.mData[eDataRightSlope] = key.record->mRightTangent.mDerivative;
+        }
+        if (hasNextSlope) {
+            block.mData[eDataNextLeftSlope] = next->record->mLeftTangent.mDerivative;
+        }
+        mCurve->KeyAttrSet(k, block);
+    }
+    for (int k = 0; k < count; ++k) {
+        const Placed& key = mPlaced[static_cast<std::size_t>(k)];
+        if (k > 0 && !isBehind(key, *(&key - 1))) {
             SetLeftSide(*mCurve, k, key.record->mLeftTangent);
         }
-        if (!key.isAsLoaded || (key.index == lastOfAll && k < last)) {
+        const bool wasLast = key.record->mKeyIndex == pAll.GetCount() - 1;
+        if (key.change == Change::kOther || (wasLast && k + 1 < count)) {
             mCurve->KeySetRightDerivativeInfo(k, key.record->mRightTangent, false);
         }
     }

@@ -40,7 +40,7 @@ public:
     ~CurveWriter() { mCurve->Destroy(); }
 
     /// Another curve, with its default value, colour and extrapolation. Posts what CopyFrom does.
-    void Copy(Glissa& pCurve, Glissa& pSource);
+    static void Copy(Glissa& pCurve, Glissa& pSource);
     /// The keys of the curve at begin with its parts moved. A marked key replaces another one at
     /// its time. With pKeepOriginals marked keys are also left where they are, without mark and
     /// selection. A part stops where it would leave the range of times. Posts as Copy.
@@ -53,18 +53,28 @@ public:
                      Glissa& pOriginal, const ETITimeline& pTimeline);
 
 private:
-    // A key of mCurve, and whether it is as it was in the curve at begin, its time and value aside.
-    struct Placed
-    {
-        int index;
-        bool isAsLoaded;
-        const GlissaKeyEdit2* record;
-    };
-
     void Begin(int pCount);
     void Append(KTime pTime, const Glissa& pOriginal, int pIndex);
     void Commit(Glissa& pCurve, Glissa& pSettings, int pEvent);
 
+    void PlaceRecords(const GlissaEdit2& pEdit, const GlissaEdit2& pAll, const Glissa& pOriginal,
+                      const ETITimeline& pTimeline);
+
+    // What a record has in common with the key that it was loaded from, time and value aside.
+    enum class Change
+    {
+        kNone,
+        kSlopes,  // of a user tangent, and no more
+        kOther,
+    };
+    struct Placed
+    {
+        KTime time;
+        const GlissaKeyEdit2* record;
+        Change change;
+    };
+
     Glissa* mCurve;
-    std::vector<Placed> mPlaced;  // of the keys of mCurve
+    std::vector<int> mIndexes;    // in the original, of the keys of mCurve
+    std::vector<Placed> mPlaced;  // records that become the keys of mCurve
 };

@@ -64,33 +64,31 @@ void MirrorSides(GlissaKeyEdit2& pKey)
 }
 }  // namespace
 
-void GlissaKeyEdit2Pool::Reserve(int pCount)
+void GlissaKeyEdit2Pool::Grow()
 {
-    while (mFree.size() < static_cast<std::size_t>(pCount)) {
-        mBlocks.reserve(mBlocks.size() + 1);
-        mFree.reserve((mBlocks.size() + 1) * kBlock);
-        mBlocks.push_back(std::make_unique<GlissaKeyEdit2[]>(kBlock));
-        for (int i = 0; i < kBlock; ++i) {
-            mFree.push_back(&mBlocks.back()[static_cast<std::size_t>(i)]);
-        }
+    mBlocks.reserve(mBlocks.size() + 1);
+    mFree.reserve((mBlocks.size() + 1) * kBlock);
+    mBlocks.push_back(std::make_unique<GlissaKeyEdit2[]>(kBlock));
+    for (int i = 0; i < kBlock; ++i) {
+        mFree.push_back(&mBlocks.back()[static_cast<std::size_t>(i)]);
     }
 }
 
-void GlissaEdit2::Append(KTime pTime, const GlissaKeyEdit2& pKey)
+void GlissaEdit2::Reserve(int pMore)
 {
-    mPool->Reserve(1);
-    mRecords.push_back(nullptr);
-    mRecords.back() = mPool->Take();
-    *mRecords.back() = pKey;
-    mRecords.back()->mTime = pTime;
+    CORVEKIT_ASSERT(mPool && pMore >= 0);
+    mPool->Reserve(pMore);
+    const std::size_t count = mRecords.size() + static_cast<std::size_t>(pMore);
+    if (count > mRecords.capacity()) {
+        mRecords.reserve(std::max(count, 2 * mRecords.capacity()));
+    }
 }
 
 void GlissaEdit2::Load(Glissa& pCurve, const ETITimeline& pTimeline)
 {
     Clear();
     const int count = pCurve.KeyGetCount();
-    mPool->Reserve(count);
-    mRecords.reserve(static_cast<std::size_t>(count));
+    Reserve(count);
     for (int i = 0; i < count; ++i) {
         const GlissaKeyEdit2 record = RecordOf(pCurve, i, pTimeline);
         // Keys of the node may have one global time. In a list the times differ.
@@ -128,9 +126,7 @@ void GlissaEdit2::Borrow(const GlissaEdit2& pAll, KeySet pSet)
 
 void GlissaEdit2::Assign(const GlissaEdit2& pSource)
 {
-    CORVEKIT_ASSERT(mPool);
-    mPool->Reserve(std::max(pSource.GetCount() - GetCount(), 0));
-    mRecords.reserve(pSource.mRecords.size());
+    Reserve(std::max(pSource.GetCount() - GetCount(), 0));
     while (GetCount() > pSource.GetCount()) {
         mPool->GiveBack(mRecords.back());
         mRecords.pop_back();
@@ -163,6 +159,7 @@ void GlissaEdit2::InsertOrReplace(KTime pTime, const GlissaKeyEdit2& pKey)
 {
     const int index = FindIndex(pTime);
     if (index == GetCount() || (*this)[index].mTime != pTime) {
+        Reserve(1);
         Append(pTime, pKey);
         std::rotate(mRecords.begin() + index, mRecords.end() - 1, mRecords.end());
     } else {
@@ -179,9 +176,8 @@ void GlissaEdit2::MergeAt(const GlissaEdit2& pSource, KTime pTime)
         return;
     }
     // All memory before anything changes.
-    mPool->Reserve(pSource.GetCount());
+    Reserve(pSource.GetCount());
     mTail.reserve(mRecords.size());
-    mRecords.reserve(mRecords.size() + pSource.mRecords.size());
 
     const KTime shift = pTime - pSource.First().mTime;
     const auto begin = mRecords.begin() + FindIndex(PossibleKeyTime(pTime));

@@ -54,12 +54,17 @@ public:
     GlissaKeyEdit2Pool(const GlissaKeyEdit2Pool&) = delete;
     GlissaKeyEdit2Pool& operator=(const GlissaKeyEdit2Pool&) = delete;
 
-    /// Makes so many records free: as many calls of Take need no memory.
-    void Reserve(int pCount);
-    /// A record of undefined content.
+    /// Makes so many records free.
+    void Reserve(int pCount)
+    {
+        while (mFree.size() < static_cast<std::size_t>(pCount)) {
+            Grow();
+        }
+    }
+    /// A free record of undefined content.
     GlissaKeyEdit2* Take()
     {
-        Reserve(1);
+        CORVEKIT_ASSERT(!mFree.empty());
         GlissaKeyEdit2* const record = mFree.back();
         mFree.pop_back();
         return record;
@@ -68,6 +73,8 @@ public:
 
 private:
     static constexpr int kBlock = 100;  // records made at a time
+
+    void Grow();
 
     std::vector<GlissaKeyEdit2*> mFree;  // has room for all records
     std::vector<std::unique_ptr<GlissaKeyEdit2[]>> mBlocks;
@@ -133,7 +140,15 @@ public:
     void Reverse();
 
 private:
-    void Append(KTime pTime, const GlissaKeyEdit2& pKey);
+    void Reserve(int pMore);
+    /// Where there is room, see Reserve.
+    void Append(KTime pTime, const GlissaKeyEdit2& pKey)
+    {
+        GlissaKeyEdit2* const record = mPool->Take();
+        *record = pKey;
+        record->mTime = pTime;
+        mRecords.push_back(record);
+    }
 
     GlissaKeyEdit2Pool* mPool;
     std::vector<GlissaKeyEdit2*> mRecords;

@@ -32,7 +32,7 @@ bool HasMarkedKey(const Glissa& pCurve)
 
 void GlissaManipulator::Restore(Glissa& pCurve, Part& pPart)
 {
-    mWork->mWriter.Copy(pCurve, pPart.Base());
+    CurveWriter::Copy(pCurve, pPart.Base());
 }
 
 bool GlissaManipulator::RipplesValues(const Glissa& pCurve, bool pRipple) const

@@ -47,6 +47,19 @@ void TakeSettings(Glissa& pTo, Glissa& pFrom)
         pTo.SetPostExtrapolationCount(pFrom.GetPostExtrapolationCount());
     }
 }
+// The events are those of keys that are all removed and added, though the pages remain.
+void PostRewrite(Glissa& pCurve, int pOldLast, int pEvent)
+{
+    const int last = pCurve.KeyGetCount() - 1;
+    if (last < pOldLast || (pEvent & eEventEditCopied) != 0) {
+        pCurve.CallbackAddEvent(kGlissaEventRemoved, 0);
+        pCurve.CallbackAddEvent(kGlissaEventRemoved, pOldLast);
+    }
+    if (last >= 0) {
+        pCurve.CallbackAddEvent(kGlissaEventAdded | pEvent, 0);
+        pCurve.CallbackAddEvent(kGlissaEventAdded | pEvent, last);
+    }
+}
 }  // namespace
 
 void SetLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pInfo)
@@ -71,43 +84,37 @@ CurveWriter::CurveWriter() : mCurve(GlissaCreate())
 
 void CurveWriter::Begin(int pCount)
 {
-    mPlaced.clear();
-    mPlaced.reserve(static_cast<std::size_t>(pCount));
+    mIndexes.clear();
+    mIndexes.reserve(static_cast<std::size_t>(pCount));
     mCurve->InitBuffers(pCount, true);
 }
 
 void CurveWriter::Append(KTime pTime, const Glissa& pOriginal, int pIndex)
 {
-    mCurve->KeyAppend(pTime, &pOriginal, pIndex);
-    mPlaced.push_back({pIndex, true, nullptr});
+    AppendShared(*mCurve, pTime, *pOriginal.InternalPriKeyGetPtr(pIndex));
+    mIndexes.push_back(pIndex);
 }
 
-// The events are those of keys that are all removed and added, though the pages remain.
 void CurveWriter::Commit(Glissa& pCurve, Glissa& pSettings, int pEvent)
 {
     const int oldLast = pCurve.KeyGetCount() - 1;
     TakeKeys(pCurve, *mCurve);
     mCurve->InitBuffers(0, true);
     TakeSettings(pCurve, pSettings);
-    const int last = pCurve.KeyGetCount() - 1;
-    if (last < oldLast || (pEvent & eEventEditCopied) != 0) {
-        pCurve.CallbackAddEvent(kGlissaEventRemoved, 0);
-        pCurve.CallbackAddEvent(kGlissaEventRemoved, oldLast);
-    }
-    if (last >= 0) {
-        pCurve.CallbackAddEvent(kGlissaEventAdded | pEvent, 0);
-        pCurve.CallbackAddEvent(kGlissaEventAdded | pEvent, last);
-    }
+    PostRewrite(pCurve, oldLast, pEvent);
 }
 
 void CurveWriter::Copy(Glissa& pCurve, Glissa& pSource)
 {
+    const int oldLast = pCurve.KeyGetCount() - 1;
     const int count = pSource.KeyGetCount();
-    Begin(count);
+    pCurve.InitBuffers(count, true);  // all the memory that is needed
     for (int i = 0; i < count; ++i) {
-        Append(pSource.KeyGetTime(i), pSource, i);
+        AppendShared(pCurve, pSource.KeyGetTime(i), *pSource.InternalPriKeyGetPtr(i));
     }
-    Commit(pCurve, pSource, kGlissaEventOther | eEventEditCopied);
+    pCurve.IncrementUpdateId(-count);
+    TakeSettings(pCurve, pSource);
+    PostRewrite(pCurve, oldLast, kGlissaEventOther | eEventEditCopied);
 }
 
 void CurveWriter::RecomposeFCurve(Glissa& pCurve, Glissa& pOriginal, const MarkedSpan& pMarked,
@@ -160,8 +167,8 @@ void CurveWriter::RecomposeFCurve(Glissa& pCurve, Glissa& pOriginal, const Marke
 
     const int last = mCurve->KeyGetCount() - 1;
     for (int k = 0; k <= last; ++k) {
-        const int index = mPlaced[static_cast<std::size_t>(k)].index;
-        if (k > 0 && mPlaced[static_cast<std::size_t>(k) - 1].index + 1 != index) {
+        const int index = mIndexes[static_cast<std::size_t>(k)];
+        if (k > 0 && mIndexes[static_cast<std::size_t>(k) - 1] + 1 != index) {
             SetLeftSide(*mCurve, k, pOriginal.KeyGetLeftDerivativeInfo(index));
         }
         if (k < last && index == count - 1) {

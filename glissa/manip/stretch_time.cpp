@@ -144,7 +144,7 @@ void GlissaManipulator::StretchXY(KTime pPivotX, double pPivotY, KTime pEdgeX, d
         if (!pPart.mBase) {
             pPart.mBase.reset(GlissaCreate());
         }
-        mWork->mWriter.Copy(*pPart.mBase, pCurve);
+        CurveWriter::Copy(*pPart.mBase, pCurve);
         if (scaleY == 1.0 || !RipplesValues(pCurve, ripples && mRippleStretchY)) {
             return;
         }

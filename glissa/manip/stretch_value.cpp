@@ -104,18 +104,22 @@ void GlissaManipulator::StrecthTangentY(Glissa* pCurve, int pIndex, double pScal
         (pCurve->KeyGetTangeantMode(pIndex, false) & eTangentUser) == 0) {
         return;
     }
-    const float left = static_cast<float>(pCurve->KeyGetLeftDerivative(pIndex) * pScale);
-    const float right = static_cast<float>(pCurve->KeyGetRightDerivative(pIndex) * pScale);
+    const auto setLeft = [&] {
+        const double slope = pCurve->KeyGetLeftDerivative(pIndex) * pScale;
+        pCurve->KeySetLeftDerivative(pIndex, static_cast<float>(slope));
+    };
+    const auto setRight = [&] {
+        const double slope = pCurve->KeyGetRightDerivative(pIndex) * pScale;
+        pCurve->KeySetRightDerivative(pIndex, static_cast<float>(slope));
+    };
     // The right side of an unbroken tangent follows the left one, where the key before has a place
     // for that.
-    const bool hasLeft =
-        pIndex > 0 && IsCubic(*pCurve, pIndex - 1) && !IsCubicTcb(*pCurve, pIndex - 1);
     if (pCurve->KeyGetBreak(pIndex)) {
-        pCurve->KeySetLeftDerivative(pIndex, left);
-        pCurve->KeySetRightDerivative(pIndex, right);
-    } else if (hasLeft) {
-        pCurve->KeySetLeftDerivative(pIndex, left);
+        setLeft();
+        setRight();
+    } else if (pIndex > 0 && IsCubic(*pCurve, pIndex - 1) && !IsCubicTcb(*pCurve, pIndex - 1)) {
+        setLeft();
     } else {
-        pCurve->KeySetRightDerivative(pIndex, right);
+        setRight();
     }
 }
