@@ -5,6 +5,7 @@
 
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/filter/rotation_curves.h"
 #include "glissa/utils/sample_grid.h"
 #include "glissa/utils/scratch_curve.h"
 
@@ -39,6 +40,8 @@ void ConvertCurves(Glissa* const* pCurves, const KTimeSpan& pSpan, KTime pPeriod
             works[i]->KeyAppendFast(time, static_cast<float>(results[i]));
         }
     }
+    const KOperation operation;
+    const KeptOnFailure kept(pCurves, To);
     for (int i = 0; i < To; ++i) {
         if (!pCurves[i]->IsLocked()) {
             const KeyModifyBracket bracket(*pCurves[i]);

@@ -181,6 +181,7 @@ bool GlissaFilterGimbleKiller::Apply(GlissaNode& pNode, bool)
     for (Glissa* const curve : curves) {
         brackets.emplace_back(*curve);
     }
+    const KeptOnFailure kept(curves, kRotationAxes);
     if (mApplyKeySyncFilter) {
         SyncRotation(curves, GetStartTime(), GetStopTime());
     }

@@ -217,6 +217,7 @@ bool GlissaFilterGimbleKiller2::Apply(Glissa** pCurves, int pCount)
     for (int i = 0; i < kRotationAxes; ++i) {
         brackets.emplace_back(*pCurves[i]);
     }
+    const KeptOnFailure kept(pCurves, kRotationAxes);
     SyncRotation(pCurves, KTime::MinusInfinite(), KTime::Infinite());
     ZoneArray zones;
     FindGimbleZone(pCurves, kRotationAxes, zones);

@@ -335,7 +335,9 @@ bool GlissaFilterMatrixConverter::Apply(GlissaNode& pNode, bool)
 void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode)
 {
     GlissaNode* const rotation = pNode.FindRecursive("R");
-    if (mApplyUnroll && rotation) {
+    Glissa* curves[kAxes];
+    if (mApplyUnroll && rotation && FindRotationCurves(*rotation, curves)) {
+        const KeptOnFailure kept(curves, kAxes);
         GlissaFilterUnroll unroll;
         unroll.Apply(*rotation, true);
         GlissaFilterResample resample;

@@ -147,6 +147,7 @@ bool GlissaFilterRoll::ApplyFixed(Glissa** pCurves)
     for (int i = 0; i < kRotationAxes; ++i) {
         brackets.emplace_back(*pCurves[i]);
     }
+    const KeptOnFailure kept(pCurves, kRotationAxes);
     SyncRotation(pCurves, KTime::MinusInfinite(), KTime::Infinite());
     const KVdRotationOrder order(mRotationOrder);
     for (int i = 0; i < pCurves[0]->KeyGetCount(); ++i) {

@@ -4,6 +4,7 @@
 #include "glissa/filter/rotation_curves.h"
 
 #include "glissa/curve/key_kind.h"
+#include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/key_sync.h"
 #include "glissa/filter/map_values.h"
 #include "glissa/node/tree.h"
@@ -11,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
+#include <new>
 
 namespace
 {
@@ -177,6 +180,31 @@ void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues
     }
     if (pMirrored >= 0 && pCurves[pMirrored]) {
         MirrorSlopes(*pCurves[pMirrored], pIndex);
+    }
+}
+
+KeptOnFailure::KeptOnFailure(Glissa* const* pCurves, int pCount)
+    : mExceptions(std::uncaught_exceptions())
+{
+    for (int i = 0; i < pCount; ++i) {
+        if (!pCurves[i]->IsLocked()) {
+            mOld.emplace_back(*pCurves[i]);
+        }
+    }
+}
+
+KeptOnFailure::~KeptOnFailure()
+{
+    if (std::uncaught_exceptions() <= mExceptions) {
+        return;
+    }
+    for (Old& each : mOld) {
+        const KeyModifyBracket bracket(each.curve);
+        try {
+            each.keys.Commit();
+        } catch (const std::bad_alloc&) {
+            continue;  // without room for its old keys a curve stays as it is
+        }
     }
 }
 

@@ -6,6 +6,9 @@
 #include "corvekit/event/operation.h"
 #include "corvekit/math/vector.h"
 #include "corvekit/time.h"
+#include "glissa/utils/key_rewrite.h"
+
+#include <deque>
 
 class Glissa;
 class GlissaNode;
@@ -49,6 +52,28 @@ KgeRVector RotationAtKey(Glissa* const* pCurves, int pIndex);
 ///            does in the other form of the same rotation, or -1: its user tangents take the
 ///            opposite slopes.
 void WriteRotation(Glissa* const* pCurves, int pIndex, const KgeRVector& pValues, int pMirrored);
+
+/// Gives curves the keys and default values back that they had where it ends by an exception: the
+/// angles of one rotation change together or not at all. Lives inside an operation.
+class KeptOnFailure
+{
+public:
+    KeptOnFailure(Glissa* const* pCurves, int pCount);
+    ~KeptOnFailure();
+    KeptOnFailure(const KeptOnFailure&) = delete;
+    KeptOnFailure& operator=(const KeptOnFailure&) = delete;
+
+private:
+    struct Old
+    {
+        explicit Old(Glissa& pCurve) : curve(pCurve), keys(pCurve) {}
+        Glissa& curve;
+        KeyRewrite keys;
+    };
+
+    const int mExceptions;
+    std::deque<Old> mOld;  // of the curves that are not locked
+};
 
 /// A rotation node "R" with the children "X", "Y" and "Z" that holds three curves for as long as it
 /// exists. Then the curves are given back to the nodes that had them. The child of a locked curve

@@ -132,6 +132,7 @@ bool GlissaFilterSmooth::SmoothAsQuaternions(GlissaNode& pNode)
     }
     copy->SetRotationOrder(order);
     AddKeyAtStop(copies, span.GetStop(), atStop, order);
+    const KeptOnFailure kept(curves, kRotationAxes);
     pNode.Replace(copy.get(), span.GetStart(), span.GetStop(), false, true, KTime());
     return true;
 }

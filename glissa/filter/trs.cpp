@@ -221,6 +221,7 @@ bool GlissaFilterTRS::Apply(GlissaNode& pNode, bool)
                 brackets.emplace_back(*curve);
             }
         }
+        const KeptOnFailure kept(curves, kAxes);
         GlissaFilterResample resample;
         resample.SetStartTime(start);
         resample.SetStopTime(stop);

@@ -111,6 +111,7 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
     AddLimits(rules);
     if (GetStartTime() <= keys.GetStart() && GetStopTime() >= keys.GetStop() &&
         !GlissaFilterKeySync().NeedApply(curves, kRotationAxes)) {
+        const KeptOnFailure kept(curves, kRotationAxes);
         UnrollKeys(curves, 0, curves[0]->KeyGetCount() - 1, rules);
         return true;
     }
@@ -118,6 +119,7 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
     const KTime stop = std::min(keys.GetStop(), GetStopTime());
 
     const NodeHolder clone(pNode->Clone(false));
+    Glissa* const own[] = {curves[0], curves[1], curves[2]};
     FindChildCurves(*clone, curves);
     bool isChanged = false;
     {
@@ -135,6 +137,7 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
         isChanged = UnrollKeys(curves, first, last, rules) || isChanged;
     }
     if (isChanged) {
+        const KeptOnFailure kept(own, kRotationAxes);
         pNode->Replace(clone.get(), GetStartTime(), GetStopTime(), false, true, KTime());
     }
     return true;

@@ -79,13 +79,21 @@ public:
     GlissaManipulator& operator=(const GlissaManipulator& pOther);
     ~GlissaManipulator();
 
-    // Falloff, ease and ripple
+    // Frames and ease (manip/key_times.cpp)
+    //
+    // Both compute the times of the marked keys from those at begin, so an edit before is dropped.
 
+    /// Moves the marked keys to the nearest frames of the default time mode. The later of two keys
+    /// on a frame remains.
+    void SnapKeysToFrame();
     /// Restores the keys of the nodes to their state at begin. The arguments have no effect.
     void EaseInOrOut(KTime pStart, KTime pStop, bool pEaseIn);
     /// pTime.
     KTime GetEaseInKeyTime(KTime pStart, KTime pTime, KTime pStop);
     KTime GetEaseOutKeyTime(KTime pStart, KTime pTime, KTime pStop);
+
+    // Ripple
+
     /// What follows in the ripple modes, see the edits. Off at first; read by each edit.
     void SetRippleMoveX(bool pOn) { mRippleMoveX = pOn; }
     void SetRippleMoveY(bool pOn) { mRippleMoveY = pOn; }
@@ -93,11 +101,12 @@ public:
     void SetRippleStretchY(bool pOn) { mRippleStretchY = pOn; }
     void SetRippleAllY(bool pOn) { mRippleAllY = pOn; }
 
-    // Selection
+    // Selection (manip/selection.cpp)
 
     /// Selects keys by a rectangle in global time and value, all bounds inclusive, on the nodes
     /// whose bit is set and whose curve is not locked. Keys outside the span of an ETI are
-    /// deselected where it has a duration, else left out. Frames the selection if it has changed.
+    /// deselected where it has a duration, else left out. Frames the selection if it has changed;
+    /// otherwise the range remains as it is.
     void SelectKeys(eSelectionMode pMode, KTime pStart, KTime pStop, double pMinValue,
                     double pMaxValue);
     void SelectKeys(eSelectionMode pMode, KTime pStart, KTime pStop, KTime pMinValue,
@@ -109,11 +118,8 @@ public:
     void SetShowManyTangents(bool pShow) { mShowManyTangents = pShow; }
     /// Shows or hides the tangents of the selected keys of the nodes whose bit is set.
     void SetTangentVisibility(bool pOn) { SetTangentVisibility(pOn, true); }
-    /// Moves the marked keys from their places at begin to the nearest frames of the default time
-    /// mode. Needs an open manipulation.
-    void SnapKeysToFrame();
 
-    // Ranges
+    // Ranges (manip/selection.cpp)
     //
     // A range without keys runs from KTime::Infinite() to KTime::MinusInfinite(), and from the
     // greatest to the least double.
@@ -319,6 +325,8 @@ private:
     void EditRecords(const Edit& pEdit);
     void Restore(Glissa& pCurve, Part& pPart);
     void ApplyToNode(const GlissaEdit2& pEdit, Glissa& pCurve, Part& pPart);
+    template <typename Move>
+    void MoveMarkedKeys(const Move& pMove);
     double AdjustYOffsetToSnapOnNeighbor(double pY) const;
     /// Whether values of unmarked keys follow an edit: none is marked, and the ripple is on.
     bool RipplesValues(const Glissa& pCurve, bool pRipple) const;

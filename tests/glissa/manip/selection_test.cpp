@@ -165,3 +165,55 @@ TEST_F(Selection, ShowsTheHandlesOfTheSegmentsThatTheyShape)
     EXPECT_EQ(Handles(), "->->"
                          "<>");
 }
+
+TEST_F(Selection, FadesAChangeOverTheKeysNextToTheMarkedOnes)
+{
+    struct Row
+    {
+        double change;
+        double radius;
+        std::vector<float> values;
+    };
+    // The marked keys are 2 and 6; the one between them takes the greater of two equal changes.
+    const Row rows[] = {{4.0, 4.0, {2, 3, 4, 3, 2, 3, 4, 3}},
+                        {4.0, 2.0, {0, 2, 4, 2, 0, 2, 4, 2}},
+                        {-4.0, kInfinity, {-4, -4, -4, -4, -4, -4, -4, -4}},
+                        {4.0, 0.0, {0, 0, 4, 0, 0, 0, 4, 0}},
+                        {0.0, 4.0, {0, 0, 0, 0, 0, 0, 0, 0}}};
+    SetFrames(8);
+    Mark({2, 6});
+    mManipulator.BeginManipulation(eManipLeftEdge, false, 0.0);
+    for (const Row& row : rows) {
+        mManipulator.OffsetY(row.change, row.radius);
+        EXPECT_EQ(Values(), row.values) << row.change << " over " << row.radius;
+    }
+    // A stretch passes on what each edge has moved: the keys 2 and 6 by -1 and 1.
+    Curve().KeySetValue(2, -1.0f);
+    Curve().KeySetValue(6, 1.0f);
+    mManipulator.BeginManipulation(eManipLeftEdge, false, 0.0);
+    mManipulator.StretchY(0.0, 1.0, 1.0, false, 3.0);
+    const float third = 1.0f / 3.0f;
+    const std::vector<float> expected = {-third, -2 * third, -2.0f, -2 * third,
+                                         -third, 2 * third,  2.0f,  2 * third};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_NEAR(Values()[static_cast<std::size_t>(i)], expected[static_cast<std::size_t>(i)],
+                    1e-6);
+    }
+}
+
+TEST_F(Selection, PutsMarkedKeysOnFrames)
+{
+    SetCurve(
+        {{0.0, 0.0f}, {0.99 / 30, 1.0f}, {1.1 / 30, 2.0f}, {2.6 / 30, 3.0f}, {5.0 / 30, 4.0f}});
+    Mark({1, 2, 3});
+    mManipulator.BeginManipulation(eManipLeftEdge, false, 0.0);
+    const CurveHandle before = MakeCurve({});
+    before->CopyFrom(Curve(), true);
+    mManipulator.SnapKeysToFrame();
+    ASSERT_EQ(Curve().KeyGetCount(), 4);  // two of them on frame 1: the later one is left
+    EXPECT_EQ(Curve().KeyGetTime(1), Seconds(1.0 / 30));
+    EXPECT_EQ(Curve().KeyGetValue(1), 2.0f);
+    EXPECT_EQ(Curve().KeyGetTime(2), Seconds(3.0 / 30));
+    mManipulator.EaseInOrOut(KTime(0), Seconds(1.0), true);
+    EXPECT_EQ(KeysOf(Curve()), KeysOf(*before));
+}

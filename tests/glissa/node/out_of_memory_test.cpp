@@ -9,6 +9,7 @@
 #include "glissa/filter/key_sync.h"
 #include "tests/support/allocation_count.h"
 #include "tests/support/edit_check.h"
+#include "tests/support/fail_each.h"
 #include "tests/support/museum.h"
 #include "tests/support/stored_node.h"
 
@@ -17,40 +18,11 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
-#include <new>
 #include <sstream>
 #include <vector>
 
 namespace
 {
-// Runs pStep with each of its allocations failing in turn, and once with none; pPrepare makes its
-// objects anew, and pCheck looks at them. How often it threw: a sort or a merge can do with less
-// memory.
-int FailEach(const std::function<void()>& pPrepare, const std::function<void()>& pStep,
-             const std::function<void(bool pHasThrown)>& pCheck)
-{
-    int thrown = 0;
-    for (std::size_t failing = 0;; ++failing) {
-        pPrepare();
-        bool hasThrown = false;
-        const std::size_t before = AllocationCount();
-        FailAllocationAfter(failing, false);
-        try {
-            pStep();
-        } catch (const std::bad_alloc&) {
-            hasThrown = true;
-        }
-        StopFailing();
-        const bool hasFailed = AllocationCount() - before > failing;
-        pCheck(hasThrown);
-        thrown += hasThrown ? 1 : 0;
-        if (!hasFailed) {
-            EXPECT_FALSE(hasThrown);
-            return thrown;
-        }
-    }
-}
-
 // 42 keys of ten shapes: the next one needs a page.
 CurveHandle FullPage()
 {
