@@ -13,8 +13,8 @@
 // The elements are a doubly linked list: a special span on the left, then markers and normal spans
 // in turn, and a special span on the right. The host allocates the elements with new, sets the
 // links where a constructor does not, and frees the list with KRetimeLinkListHead::DestroyLinkList.
-// There are no locks and no keys. Where a link is null that should not be, the missing neighbour
-// counts as a special span without an end. A walk along links that form a circle ends.
+// One thread at a time uses a list. Where a link is null that should not be, the missing neighbour
+// counts as a special span of infinite time. A walk along links that form a circle ends.
 
 /// Called by KRetimeMarker::Move before the marker moves: the times of the markers to the left and
 /// to the right, infinite where there is none, the time of the marker, and by how much it moves.
