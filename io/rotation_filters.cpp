@@ -9,6 +9,7 @@
 #include "glissa/filter/unroll.h"
 #include "glissa/filter/unroll_dof.h"
 #include "io/filter_entries.h"
+#include "io/quaternion_filter.h"
 
 namespace
 {
@@ -124,6 +125,21 @@ std::vector<FilterEntry> RotationFilters()
          false,
          {},
          &Make<GlissaFilterRoll>,
+         &SetSpan},
+        {"quaternion",
+         "Resamples rotations by their orientations, so that they take the shortest way",
+         "All keys of the span become automatic, at even distances and where the angles change "
+         "much "
+         "faster than the rotation. Steps become ramps. The last key of the span is kept.",
+         FilterScope::rotation,
+         FilterSpan::inward,
+         true,
+         {Dense(FilterDensity::keys,
+                InFrames(Parameter<QuaternionFilter, &QuaternionFilter::GetFramePeriod,
+                                   &QuaternionFilter::SetFramePeriod>(
+                             "period", "s", kPeriods, "the distance of the new keys"),
+                         1.0))},
+         &Make<QuaternionFilter>,
          &SetSpan},
     };
 }

@@ -4,6 +4,7 @@
 // Runs filters over the clip that ships with the project through the built command.
 
 #include "apps/glissa/clip_nodes.h"
+#include "corvekit/math/rotation_order.h"
 #include "io/filter_table.h"
 #include "tests/apps/command_run.h"
 #include "tests/support/ref_rotation.h"
@@ -84,8 +85,8 @@ TEST_F(Command, EveryFilterKeepsTheKeysOutsideTheSpan)
         // Of the clip the keys are on frames, and its rotations have no jump.
         const std::string name = entry.mName;
         const bool isRotation = entry.mScope == FilterScope::rotation;
-        EXPECT_EQ(name != "sync" && name != "frames" && (!isRotation || name == "gimbal"),
-                  changed > 0);
+        const bool addsKeys = name == "gimbal" || name == "quaternion";
+        EXPECT_EQ(name != "sync" && name != "frames" && (!isRotation || addsKeys), changed > 0);
     }
 }
 
@@ -179,6 +180,27 @@ TEST_F(Command, ATakeWithoutAllChannelsIsTurnedAsAWhole)
     OutputOf({"filter", At("still.glissa"), "--node", "A/R", "--apply", "transform:rotate=0,0,-90",
               "-o", At("back.glissa")});
     EXPECT_EQ(KgeRVector(10, 0, 0), lastOf("back.glissa", "A/R"));
+}
+
+// The samples, every second frame, and the last key keep their angles; no order changes a pose.
+TEST_F(Command, RotationsThatAreResampledAsQuaternionsKeepTheirAngles)
+{
+    OutputOf({"filter", kClip, "--apply", "offset:by=360", "--apply", "quaternion:period=1/60",
+              "--node", "*/R", "-o", At("out.glissa")});
+    const ClipCurves before = LoadClip(kClip);
+    const ClipCurves after = LoadClip(At("out.glissa"));
+    for (const NamedNode& each : ChooseNodes(before, {"*/R"})) {
+        SCOPED_TRACE(each.name + ' ' + KVdRotationOrder(each.node->GetRotationOrder()).GetName());
+        GlissaNode& now = *ChooseNodes(after, {each.name}).front().node;
+        EXPECT_GE(now.Get(0)->FCurveGet()->KeyGetCount(), 601);
+        for (int frame = 0; frame < 1200; frame += frame == 1198 ? 1 : 2) {
+            KgeRVector was;
+            KgeRVector is;
+            each.node->Evaluate(was.Data(), before.clip.GetTime(frame));
+            now.Evaluate(is.Data(), before.clip.GetTime(frame));
+            ASSERT_GT(2e-4, (is - was - KgeRVector(360, 360, 360)).Length()) << frame;
+        }
+    }
 }
 
 TEST_F(Command, AnglesThatAreChosenTogetherAreSmoothedAsOrientations)
