@@ -94,5 +94,6 @@ set(GLISSA_PUBLIC_HEADERS
     glissa/filter/unroll_filter.h
     glissa/plot/fidelity.h
     glissa/plot/merge.h
+    glissa/plot/plot_in_layers.h
     glissa/plot/rotations.h
     glissa/retime/retime.h)

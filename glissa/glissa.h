@@ -59,6 +59,7 @@
 #include "glissa/node/store_fault.h"
 #include "glissa/plot/fidelity.h"
 #include "glissa/plot/merge.h"
+#include "glissa/plot/plot_in_layers.h"
 #include "glissa/plot/rotations.h"
 #include "glissa/retime/retime.h"
 #include "glissa/settings/settings.h"

@@ -7,6 +7,7 @@
 
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
+#include "glissa/plot/inserted_key.h"
 #include "glissa/utils/held_sides.h"
 
 #include <algorithm>
@@ -17,17 +18,12 @@ namespace
 // Points of comparison are further apart than this, which ends the recursion.
 constexpr KTime kStepLimit(KTime::kTicksPerSecond / 120);
 
-// When a key is broken.
-struct BreakRule
-{
-    KTime period;
-    double tolerance;
-};
-
 double Slope(double pRise, KTime pTime)
 {
     return pRise / pTime.GetSecondDouble();
 }
+
+}  // namespace
 
 void BreakKey(Glissa& pCurve, int pIndex, Glissa& pReference, const BreakRule& pRule)
 {
@@ -68,7 +64,6 @@ void BreakKey(Glissa& pCurve, int pIndex, Glissa& pReference, const BreakRule& p
     }
 }
 
-// Inserts a key at a time and sets its value. The index of that key.
 int InsertKey(Glissa& pCurve, KTime pTime, float pValue)
 {
     int index = 0;
@@ -78,6 +73,8 @@ int InsertKey(Glissa& pCurve, KTime pTime, float pValue)
     return index;
 }
 
+namespace
+{
 class Refinement
 {
 public:

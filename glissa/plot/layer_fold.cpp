@@ -58,13 +58,13 @@ LayerFold::LayerFold(GlissaNode& pBase)
     : mCount(ChannelCount(pBase)), mOrder(pBase.GetRotationOrder()), mZero(ZeroValuesOf(pBase))
 {}
 
-void LayerFold::Add(GlissaNode& pLayer)
+void LayerFold::Add(GlissaNode& pLayer, bool pHasOthers)
 {
     std::vector<double> zero = ZeroValuesOf(pLayer);
     const auto width = static_cast<std::size_t>(WidthOf(StateOf(pLayer)));
     zero.resize(std::max({zero.size(), width, mZero.size()}), zero.back());
     mValues.resize(std::max(mValues.size(), zero.size()));
-    mSources.push_back({&pLayer, std::move(zero), 0, !StateOf(pLayer).IsBlended()});
+    mSources.push_back({&pLayer, std::move(zero), 0, !pHasOthers && !StateOf(pLayer).IsBlended()});
     mIsBlended = mIsBlended || pLayer.GetLayerInfo().GetLayerMode() != eLayerModeAdditive;
 }
 

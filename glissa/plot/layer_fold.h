@@ -29,7 +29,9 @@ public:
     explicit LayerFold(GlissaNode& pBase);
 
     /// Adds a layer above those added before. The layer must outlive the fold.
-    void Add(GlissaNode& pLayer);
+    ///
+    /// pHasOthers  the chain has another layer, or will have one: the weight of a base counts.
+    void Add(GlissaNode& pLayer, bool pHasOthers = false);
     bool IsEmpty() const { return mSources.empty(); }
     /// Evaluates at a time and allocates nothing. Rotations are in the order of the base.
     ///

@@ -8,6 +8,7 @@
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/node/node.h"
 #include "glissa/plot/layer_fold.h"
+#include "glissa/plot/merge_span.h"
 
 #include <algorithm>
 #include <cmath>
@@ -69,6 +70,15 @@ std::vector<Glissa*> FindTargets(GlissaNode& pDestination, GlissaNode& pSource)
     return curves;
 }
 
+LayerFold AllLayersOf(GlissaNode& pSource)
+{
+    LayerFold layers(pSource);
+    for (GlissaNode* layer = &pSource; layer; layer = layer->LayerGet()) {
+        layers.Add(*layer);
+    }
+    return layers;
+}
+
 void AddConstantKeys(const std::vector<Glissa*>& pCurves, KTime pTime,
                      const std::vector<double>& pValues, unsigned pConstantMode)
 {
@@ -121,10 +131,7 @@ void GLISSA_ConstantCurveMerge(GlissaNode* pDestination, GlissaNode* pSource, KT
     }
     const KOperation operation;
     const std::vector<Glissa*> curves = FindTargets(*pDestination, *pSource);
-    LayerFold layers(*pSource);
-    for (GlissaNode* layer = pSource; layer; layer = layer->LayerGet()) {
-        layers.Add(*layer);
-    }
+    LayerFold layers = AllLayersOf(*pSource);
     std::deque<KeyModifyBracket> brackets;
     for (Glissa* curve : curves) {
         if (curve) {
@@ -154,4 +161,15 @@ void GLISSA_ConstantCurveMerge(GlissaNode* pDestination, GlissaNode* pSource, KT
             break;
         }
     }
+}
+
+void MergeConstantSpan(GlissaNode& pDestination, GlissaNode& pSource, KTime pStart, KTime pStop)
+{
+    GLISSA_ConstantCurveMerge(&pDestination, &pSource, pStart, pStop);
+    if (pStart > pStop || FindKeys(pDestination, pStart).allKeyed) {
+        return;
+    }
+    std::vector<double> values = ZeroValuesOf(pSource);
+    AllLayersOf(pSource).Evaluate(values.data(), pStart);
+    AddConstantKeys(FindTargets(pDestination, pSource), pStart, values, eConstantStandard);
 }
