@@ -6,7 +6,6 @@
 #include "glissa/curve/key_kind.h"
 #include "glissa/curve/take_keys.h"
 #include "glissa/manip/curve_writer.h"
-#include "glissa/manip/sides.h"
 
 namespace
 {
@@ -140,6 +139,10 @@ void CurveWriter::ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const Gl
         }
     }
     Commit(pCurve, pOriginal,
-           kGlissaEventValue | kGlissaEventTime | kGlissaEventOther | eEventEditSlope |
-               (isShown ? eEventSelection : 0));
+           kGlissaEventValue | kGlissaEventTime | kGlissaEventOther | eEventEditSlope);
+    // By itself: a change of selection counts as another update than one of values.
+    if (isShown) {
+        pCurve.CallbackAddEvent(eEventSelection, 0);
+        pCurve.CallbackAddEvent(eEventSelection, count - 1);
+    }
 }

@@ -25,6 +25,10 @@ struct MarkedSpan
     bool IsEmpty() const { return first < 0; }
 };
 
+/// Sets the left side of a key that has another key before it, and leaves the right one. Of a TCB
+/// key, weight and velocity.
+void SetLeftSide(Glissa& pCurve, int pIndex, const GlissaTangeantInfo& pInfo);
+
 /// Writes a curve as a whole: what is made of it is put together in a curve of its own, which then
 /// changes hands. Without memory the curve stays as it was.
 ///

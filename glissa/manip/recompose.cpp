@@ -7,7 +7,6 @@
 #include "glissa/curve/left_side.h"
 #include "glissa/curve/take_keys.h"
 #include "glissa/manip/curve_writer.h"
-#include "glissa/manip/sides.h"
 
 #include <algorithm>
 #include <bit>

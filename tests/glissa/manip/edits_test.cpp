@@ -164,6 +164,12 @@ TEST(ManipulatorEdits, ChangeKeysAndRange)
         {kRippleLeft, Rippled(StretchValue(30, 20, 30, true), false),
          "0:0 1:10 2:50 3:30 4:10 5:50 6:60 ", "2..4 10..50", "0:0 1:10 2:30 3:30 4:40 5:50 6:60 "},
         {kBoth, StretchBoth(1.5, 10), "0:0 1:10 2:20 3:30 5:50 5.5:50 6:60 ", "2..5.5 20..50"},
+        {kBoth,
+         [](GlissaManipulator& pTo) {
+             StretchBoth(1.5, 10)(pTo);  // the start of the next edit
+             pTo.OffsetY(1, 0.0);
+         },
+         "0:0 1:10 2:21 3:30 5:50 5.5:51 6:60 ", "2..5.5 20..50"},
         {kLeft, StretchBoth(-3, -30), "0:0 1:10 2:20 3:30 5:50 6:60 ", "1..2 10..20"},
         {kRippleBoth, Rippled(StretchBoth(1.5, 10)), "0:0 1:10 2:20 3:30 5.5:50 6.5:50 7.5:60 ",
          "2..5.5 20..50", "0:0 1:15 2:30 3:30 4:60 5:75 6:90 "},
@@ -183,9 +189,14 @@ TEST(ManipulatorEdits, ChangeKeysAndRange)
         SCOPED_TRACE(&row - rows);
         Host host;
         host.mManipulator.BeginManipulation(row.mode, row.keepsOriginals, row.threshold);
+        EditCheck check(host.Curve(0));
+        const int updates = host.Curve(0).GetValuesUpdateId();
         row.edit(host.mManipulator);
         EXPECT_EQ(KeysOf(host.Curve(0)), row.keys);
         EXPECT_EQ(KeysOf(host.Curve(1)), row.others);
+        EXPECT_EQ(check.Verify(), "");
+        EXPECT_TRUE(std::string(row.keys) == kStart ||
+                    host.Curve(0).GetValuesUpdateId() != updates);
         EXPECT_EQ(host.Range(), row.range);
         host.mManipulator.EndManipulation();
         EXPECT_EQ(KeysOf(host.Curve(0)), row.keys);
@@ -194,7 +205,7 @@ TEST(ManipulatorEdits, ChangeKeysAndRange)
     }
 }
 
-// A slope that a row reads: at key 2 or 4, whose tangents are of slope 1 on both sides before.
+// Factors of the slopes, which are 1 on both sides of the marked keys and 5 on others before.
 TEST(ManipulatorEdits, StretchSlopesOfUserTangents)
 {
     const struct
@@ -202,8 +213,8 @@ TEST(ManipulatorEdits, StretchSlopesOfUserTangents)
         unsigned tangent;
         eFCurveManipulationMode mode;
         Edit edit;
-        float slope;     // of a marked key
-        float unmarked;  // of key 6, which stays last
+        float marked;
+        float others;
     } rows[] = {
         {eTangentUser, kRight, StretchTime(0, 4, 4), 0.5f, 1.0f},
         {eTangentUserBreak, kRight, StretchTime(0, 4, -8), -1.0f, 1.0f},
@@ -211,26 +222,67 @@ TEST(ManipulatorEdits, StretchSlopesOfUserTangents)
         {eTangentUserBreak, kRippleRight, StretchValue(0, 1, 2), 3.0f, 3.0f},
         {eTangentUser, kRight, StretchValue(0, 1, -3, true), -2.0f, 1.0f},
         {eTangentUser, kLeft, OffsetBy(-1.5, 3), 1.0f, 1.0f},
+        {eTangentUser, kLeft, OffsetBy(7.5, 3), 1.0f, 1.0f},
+        {eTangentUserBreak, kBoth, StretchBoth(2, 10), 0.75f, 1.0f},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         Host host(eInterpolationCubic | row.tangent);
+        Glissa& curve = host.Curve(0);
+        const auto slopeOf = [&](int pKey) {
+            return curve.KeyGetMarkedForManipulation(pKey) ? 1.0f : 5.0f;
+        };
         for (int k = 0; k < 7; ++k) {
-            host.Curve(0).KeySetLeftDerivative(k, 1.0f);
-            host.Curve(0).KeySetRightDerivative(k, 1.0f);
+            curve.KeySetLeftDerivative(k, slopeOf(k));
+            curve.KeySetRightDerivative(k, slopeOf(k));
         }
         host.mManipulator.BeginManipulation(row.mode, false, 0.0);
         row.edit(host.mManipulator);
-        Glissa& curve = host.Curve(0);
-        for (int k = 1; k < curve.KeyGetCount() - 1; ++k) {
-            if (curve.KeyGetMarkedForManipulation(k)) {
-                EXPECT_EQ(curve.KeyGetLeftDerivative(k), row.slope) << k;
-                EXPECT_EQ(curve.KeyGetRightDerivative(k), row.slope) << k;
-            }
+        for (int k = 0; k < curve.KeyGetCount(); ++k) {
+            const bool isMarked = curve.KeyGetMarkedForManipulation(k);
+            const float slope = slopeOf(k) * (isMarked ? row.marked : row.others);
+            EXPECT_EQ(curve.KeyGetLeftDerivative(k), slope) << k;
+            EXPECT_EQ(curve.KeyGetRightDerivative(k), slope) << k;
         }
-        const int last = curve.KeyGetCount() - 1;
-        if (!curve.KeyGetMarkedForManipulation(last)) {
-            EXPECT_EQ(curve.KeyGetLeftDerivative(last), row.unmarked);
+    }
+}
+
+// Turned over, keys of one kind have the mirrored shape; the edge is where it was put, to the tick.
+TEST(ManipulatorEdits, MirrorKeysOfOneKind)
+{
+    constexpr unsigned kUserTangent = eInterpolationCubic | eTangentUser;
+    for (const unsigned flags :
+         {eInterpolationLinear + 0u, eInterpolationConstant + 0u,
+          eInterpolationCubic | eTangentAuto, eInterpolationCubic | eTangentTCB, kUserTangent,
+          kUserTangent | eTangentBreak, eInterpolationCubic | eTangentAuto | eTangentClamp}) {
+        SCOPED_TRACE(flags);
+        Host host(flags);
+        Glissa& curve = host.Curve(0);
+        for (int k = 0; k < 7; ++k) {
+            curve.KeySetValue(k, static_cast<float>(k * k % 5));
+            curve.KeySetLeftDerivative(k, 0.5f);
+            curve.KeySetRightDerivative(k, 0.25f);
+        }
+        if ((flags & eTangentTCB) != 0) {
+            curve.KeySetTCB(3, Seconds(3), 4.0f, 0.5f, 0.25f, -0.25f);
+        }
+        const CurveHandle start(curve.Copy());
+        curve.KeySelectAll();
+        host.mManipulator.MarkKeysForManipFromSelection();
+        host.mManipulator.FrameManipulation();
+        host.mManipulator.BeginManipulation(kRight, false, 0.0);
+        StretchTime(3, 6, -6)(host.mManipulator);
+        ASSERT_EQ(curve.KeyGetCount(), 7);
+        for (int i = 1; i < 60; ++i) {
+            const double time = 0.1003 * i;
+            EXPECT_NEAR(curve.Evaluate(Seconds(time), nullptr),
+                        start->Evaluate(Seconds(6.0 - time), nullptr), 1e-5)
+                << time;
+        }
+        for (int i = 1; i < 40; ++i) {
+            const KTime delta(7654321LL * i * i + i);
+            host.mManipulator.StretchX(Seconds(1), Seconds(6), delta, false);
+            EXPECT_EQ(curve.KeyGetTime(6), Seconds(6) + delta);
         }
     }
 }
