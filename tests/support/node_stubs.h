@@ -9,6 +9,7 @@
 #include "glissa/node/lock_query.h"
 #include "glissa/node/node.h"
 #include "glissa/settings/settings.h"
+#include "tests/support/ref_rotation.h"
 
 #include <initializer_list>
 #include <memory>
@@ -109,6 +110,14 @@ inline NodePtr MakeChannel(KDataType* pType, const char* pName)
     NodePtr node(FCurveNodeCreateFromDataType(pType, pName));
     node->CreateFCurve();
     return node;
+}
+
+// The orientation of a rotation node.
+inline RefRotation OrientationAt(GlissaNode& pNode, KTime pTime)
+{
+    double angles[3];
+    pNode.GeneralEvaluate(angles, pTime);
+    return RefRotation::OfAngles(angles, pNode.GetRotationOrder());
 }
 
 // A branch of so many plain leaves.
