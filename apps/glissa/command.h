@@ -23,6 +23,7 @@ void AddDumpCommand(CLI::App& pApp, Action& pAction);
 void AddCheckCommand(CLI::App& pApp, Action& pAction);
 void AddFilterCommand(CLI::App& pApp, Action& pAction);
 void AddKeyCommand(CLI::App& pApp, Action& pAction);
+void AddDragCommand(CLI::App& pApp, Action& pAction);
 void AddLayerCommand(CLI::App& pApp, Action& pAction);
 void AddPoseCommand(CLI::App& pApp, Action& pAction);
 

@@ -49,6 +49,7 @@ int Run(int pCount, char** pArguments)
         "  glissa eval clip.bvh --curve 'Hips/R/X' --from 0 --to 3 --rate 240 -o hips.csv\n"
         "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
         "  glissa key clip.bvh --curve 'Hips/R/X' --insert 1.254 -o clip.glissa\n"
+        "  glissa drag clip.glissa --curve 'Hips/R/X' --select 1..2 --move 0.1,5 -o out.glissa\n"
         "  glissa pose clip.bvh --at 1.5\n"
         "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
         "  glissa convert clip.glissa clip.bvh\n"
@@ -61,6 +62,7 @@ int Run(int pCount, char** pArguments)
     AddPlotCommand(app, action);
     AddFilterCommand(app, action);
     AddKeyCommand(app, action);
+    AddDragCommand(app, action);
     AddLayerCommand(app, action);
     AddConvertCommand(app, action);
     AddDumpCommand(app, action);

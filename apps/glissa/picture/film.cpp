@@ -10,15 +10,16 @@
 
 namespace
 {
-// The values of all stages: curves, handles and boxes.
+// The values of the edit's start and end, and the boxes between them. Stages on the way may have
+// far greater ones: where a selection turns over, its keys are next to each other and slopes steep.
 ValueRange RangeOf(const std::vector<FilmStage>& pStages, const PictureOptions& pOptions,
                    int pSteps)
 {
     ValueRange range;
+    for (const PictureCurve& each : pStages.back().curves) {
+        AddShownValues(range, each, pOptions, pSteps);
+    }
     for (const FilmStage& stage : pStages) {
-        for (const PictureCurve& each : stage.curves) {
-            AddShownValues(range, each, pOptions, pSteps);
-        }
         range.Add(stage.selection.low);
         range.Add(stage.selection.high);
     }

@@ -34,8 +34,10 @@ ValueRange RangeOfPanel(const Panel& pPanel, const PictureOptions& pOptions, int
     if (pPanel.isDifference) {
         range.Add(0.0);
     }
-    for (const PictureCurve* curve : pPanel.curves) {
-        AddShownValues(range, *curve, pOptions, pSteps);
+    if (pOptions.values.empty) {
+        for (const PictureCurve* curve : pPanel.curves) {
+            AddShownValues(range, *curve, pOptions, pSteps);
+        }
     }
     const double reach = std::max({std::fabs(range.low), std::fabs(range.high), pReach});
     if (range.high - range.low <= reach * kFlatRange) {

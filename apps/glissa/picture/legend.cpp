@@ -33,7 +33,9 @@ std::vector<LegendEntry> LegendOf(const Panel& pPanel, const PictureOptions& pOp
     }
     if (isComparison && !pPanel.isDifference) {
         entries.push_back({pOptions.firstClip, LegendEntry::kFirstClip});
-        entries.push_back({pOptions.secondClip, LegendEntry::kSecondClip});
+        if (!pOptions.secondClip.empty()) {
+            entries.push_back({pOptions.secondClip, LegendEntry::kSecondClip});
+        }
     }
     return entries;
 }

@@ -76,11 +76,12 @@ struct PictureOptions
     double framesASecond = 0;  ///< if greater than 0 the time axis is in frames, else in seconds
     bool tangents = false;
     /// Names of two clips that are compared, or empty. Curves of the first clip are then parts 1 of
-    /// those of the second clip.
+    /// those of the second clip. An empty second name is not in the legend.
     std::string firstClip;
     std::string secondClip;
     bool legend = true;
-    /// Values that each panel shows at least, so that several pictures have one scale.
+    /// The values of each panel, so that several pictures have one scale; empty for those of its
+    /// curves.
     ValueRange values;
     std::optional<SelectionBox> selection;
 };
