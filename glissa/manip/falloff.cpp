@@ -100,7 +100,7 @@ void GlissaManipulator::FallOff(Glissa* pCurve, double pValue, double pRadius, G
             }
             WriteKeyValue(*pCurve, j,
                           static_cast<float>(static_cast<double>(curve.KeyGetValue(j)) + change));
-            pCurve->AddDetailedEvent(kGlissaEventValue, j, j);
+            pCurve->AddDetailedEvent(eEventEditValue, j, j);
         }
         first = end;
     }

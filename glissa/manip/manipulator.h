@@ -39,7 +39,7 @@ enum eSelectionMode : int
 };
 
 /// Interactive editing of marked keys of many curves: what a curve editor calls while the user
-/// drags.
+/// drags keys.
 ///
 /// A host adds nodes, marks keys (MarkKeysForManip) and the nodes that take part
 /// (MarkCurveNodeForManip), and calls FrameManipulation or FrameSelection, so that the range is
@@ -191,7 +191,9 @@ public:
 
     // Moves (manip/offset.cpp)
 
-    /// Moves the marked keys. A marked key replaces an unmarked one at the same time.
+    /// Moves the marked keys. A marked key replaces an unmarked one at the same time. A move in
+    /// time begins from the keys at begin, also after StretchXY, and turns the callback for added
+    /// custom keys on (Glissa::SetCallbackForCustomKeyAddEnabled).
     ///
     /// In the modes 3 and 6 keys do not move in time, and with pX other than 0 each call adds pY to
     /// what the last one left.
@@ -219,13 +221,15 @@ public:
     // Stretches (manip/stretch_time.cpp, manip/stretch_value.cpp)
     //
     // A stretch moves an edge by a delta and all marked keys in proportion to their distance from a
-    // pivot. Slopes of user tangents follow.
+    // pivot. Slopes of user tangents follow. StretchX and StretchXY write all curves, also those
+    // without a marked key, which have their keys at begin again. They deselect tangent handles,
+    // and leave out nodes whose ETI has a scale factor of 0 or below.
 
-    /// Stretches in time; in the modes 1, 2, 4 and 5. Curves without a marked key are restored to
-    /// their state at begin. An unmarked key between marked ones replaces a marked one at the same
-    /// time. In mode 4 the keys before the first marked one move by pDelta, in mode 5 those after
-    /// the last one. A span below one frame counts as one frame. Stretched beyond the pivot, the
-    /// keys are reversed in time, and keys of mixed kinds change their shape.
+    /// Stretches in time; in the modes 1, 2, 4 and 5. An unmarked key between or after the marked
+    /// ones replaces a marked one at the same time. In mode 4 the keys before the first marked one
+    /// move by pDelta, in mode 5 those after the last one, whatever SetRippleStretchX. A span below
+    /// one frame counts as one frame. Stretched beyond the pivot, the keys are reversed in time,
+    /// and keys of mixed kinds change their shape.
     ///
     /// pSnapToFrame  rounds times to frames of the default time mode; the later of two keys on a
     ///               frame remains.
@@ -246,6 +250,8 @@ public:
     /// state from which the following edits of values begin. In mode 6 the keys before and after
     /// follow with SetRippleStretchX; with SetRippleStretchY values of curves without a marked key
     /// at or outside the range at begin are scaled about 0.
+    ///
+    /// pFallOff  as in StretchY, where pDeltaX is 0; measured from the curve at begin.
     void StretchXY(KTime pPivotX, double pPivotY, KTime pEdgeX, double pEdgeY, KTime pDeltaX,
                    double pDeltaY, bool pSnapToFrame, double pFallOff);
     /// The slopes of a user tangent under a stretch: divided by the magnitude of a factor of time,
