@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // Refinement compares two curves where it divides a span, so they can agree there and differ
-// elsewhere, and a key inserted later moves the slopes next to it. Here all samples are compared,
-// and a key is put where the difference is greatest.
+// elsewhere, and a key inserted later moves the slopes next to it. Here the whole of each segment
+// is compared, and a key is put where the difference is greatest.
 
 #include "glissa/plot/hold_fidelity.h"
 
@@ -13,11 +13,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <vector>
 
 namespace
 {
 constexpr KTime kLeastGap(KTime::kTicksPerSecond / 120);
-constexpr int kParts = 8;  // of the time between two samples
+// A cubic is nowhere more than this times as large as at the ends and the thirds of a span.
+constexpr double kCubicRise = 1.64;
 
 // The place of the greatest difference in a part of a span.
 struct Difference
@@ -26,51 +29,101 @@ struct Difference
     double size = 0.0;
 };
 
+// A cubic by its values at 0, 1/3, 2/3 and 1.
+struct CubicByThirds
+{
+    double values[4];
+
+    double Largest() const
+    {
+        return std::max({std::fabs(values[0]), std::fabs(values[1]), std::fabs(values[2]),
+                         std::fabs(values[3])});
+    }
+    // Calls pVisit(t, value) for the two ends and the extremes between them.
+    template <typename Visit>
+    void VisitExtremes(const Visit& pVisit) const
+    {
+        const auto& v = values;
+        const double a1 = -5.5 * v[0] + 9.0 * v[1] - 4.5 * v[2] + v[3];
+        const double a2 = 9.0 * v[0] - 22.5 * v[1] + 18.0 * v[2] - 4.5 * v[3];
+        const double a3 = -4.5 * v[0] + 13.5 * v[1] - 13.5 * v[2] + 4.5 * v[3];
+        pVisit(0.0, v[0]);
+        pVisit(1.0, v[3]);
+        // a1 + 2 a2 t + 3 a3 t^2 = 0, in the form without cancellation.
+        const double root = std::sqrt(std::max(a2 * a2 - 3.0 * a1 * a3, 0.0));
+        const double q = -(a2 + std::copysign(root, a2));
+        for (const double t : {q / (3.0 * a3), a1 / q}) {
+            if (t > 0.0 && t < 1.0) {
+                pVisit(t, v[0] + t * (a1 + t * (a2 + t * a3)));
+            }
+        }
+    }
+};
+
 class Comparison
 {
 public:
-    Comparison(Glissa& pCurve, Glissa& pReference) : mCurve(pCurve), mReference(pReference) {}
+    Comparison(Glissa& pCurve, Glissa& pReference) : mCurve(pCurve), mReference(pReference)
+    {
+        // Read once: a span is compared again after each key that is put into it.
+        const int count = pReference.KeyGetCount();
+        for (int i = 0; i + 1 < count; ++i) {
+            const KTime from = pReference.KeyGetTime(i);
+            const KTime third = (pReference.KeyGetTime(i + 1) - from) / 3;
+            mThirds.push_back(pReference.Evaluate(from + third, &mReferenceHint));
+            mThirds.push_back(pReference.Evaluate(from + third * 2, &mReferenceHint));
+        }
+    }
 
     // The greatest difference from pStart to pStop, where one is above a tolerance.
     Difference FindGreatest(KTime pStart, KTime pStop, double pTolerance)
     {
         Difference greatest;
+        mEnd.time = KTime::Infinite();
         const double first = mReference.KeyFind(pStart, &mReferenceHint);
         int i = std::max(static_cast<int>(std::floor(first)), 0);
         for (; i + 1 < mReference.KeyGetCount() && mReference.KeyGetTime(i) < pStop; ++i) {
             const KTime from = std::max(mReference.KeyGetTime(i), pStart);
             const KTime to = std::min(mReference.KeyGetTime(i + 1), pStop);
-            // Between two samples both are cubic. The second differences of the quarters, of which
-            // none beyond is more than three times as large, bound the rise between two points.
-            double quarters[5];
-            double most = 0.0;
-            double bend = 0.0;
-            for (int k = 0; k < 5; ++k) {
-                quarters[k] = At(from + (to - from) / 4 * k);
-                most = std::max(most, std::fabs(quarters[k]));
-            }
-            for (int k = 1; k < 4; ++k) {
-                const double second = quarters[k - 1] - 2.0 * quarters[k] + quarters[k + 1];
-                bend = std::max(bend, std::fabs(second));
-            }
-            for (int k = 0; most + 3.0 * bend / 8.0 > pTolerance && k <= kParts; ++k) {
-                const KTime time = from + (to - from) / kParts * k;
-                const double size = std::fabs(At(time)) + 3.0 * bend / 32.0;
-                greatest = size > greatest.size ? Difference{time, size} : greatest;
+            const CubicByThirds cubic = DifferenceIn(i, from, to);
+            if (kCubicRise * cubic.Largest() > pTolerance) {
+                const double width = static_cast<double>((to - from).Get());
+                cubic.VisitExtremes([&](double pPart, double pValue) {
+                    if (std::fabs(pValue) > greatest.size) {
+                        greatest = {from + KTime(static_cast<std::int64_t>(pPart * width)),
+                                    std::fabs(pValue)};
+                    }
+                });
             }
         }
         return greatest;
     }
 
 private:
-    double At(KTime pTime)
+    // In a part of the segment behind a sample, without a key of the curve inside it.
+    CubicByThirds DifferenceIn(int pSample, KTime pFrom, KTime pTo)
     {
-        return static_cast<double>(mCurve.Evaluate(pTime, &mHint)) -
-               static_cast<double>(mReference.Evaluate(pTime, &mReferenceHint));
+        const bool isWhole =
+            pFrom == mReference.KeyGetTime(pSample) && pTo == mReference.KeyGetTime(pSample + 1);
+        const KTime third = (pTo - pFrom) / 3;
+        const KTime times[4] = {pFrom, pFrom + third, pFrom + third * 2, pTo};
+        const std::size_t place = 2 * static_cast<std::size_t>(pSample);
+        const float read[4] = {mReference.KeyGetValue(pSample), mThirds[place], mThirds[place + 1],
+                               mReference.KeyGetValue(pSample + 1)};
+        CubicByThirds cubic{{mEnd.size}};
+        for (int k = pFrom == mEnd.time ? 1 : 0; k < 4; ++k) {
+            const float wanted = isWhole ? read[k] : mReference.Evaluate(times[k], &mReferenceHint);
+            cubic.values[k] = static_cast<double>(mCurve.Evaluate(times[k], &mHint)) -
+                              static_cast<double>(wanted);
+        }
+        mEnd = {pTo, cubic.values[3]};
+        return cubic;
     }
 
     Glissa& mCurve;
     Glissa& mReference;
+    std::vector<float> mThirds;  // values of the reference, two for each segment
+    Difference mEnd;             // of the part that was compared last
     int mHint = 0;
     int mReferenceHint = 0;
 };
@@ -86,17 +139,20 @@ void HoldFidelity(Glissa& pCurve, Glissa& pReference, const KSmartPlotOptions& p
         const KTime last = pCurve.KeyGetTime(i) - kLeastGap - KTime(1);
         const Difference greatest =
             first <= last ? comparison.FindGreatest(first, last, tolerance) : Difference();
-        if (greatest.size > tolerance) {
-            const int index =
-                InsertKey(pCurve, greatest.time, pReference.Evaluate(greatest.time, nullptr));
-            if (pOptions.mFidelityBreakTangents) {
-                BreakKey(pCurve, index, pReference,
-                         {pOptions.mLookAroundPeriod, pOptions.mBreakTolerance});
-            }
-            // The slope of the key before has changed, and with it the span before that key.
-            i = std::max(i - 1, 1);
-        } else {
+        if (!(greatest.size > tolerance)) {
             ++i;
+            continue;
+        }
+        const float before = pCurve.KeyGetLeftDerivative(i - 1);
+        const int index =
+            InsertKey(pCurve, greatest.time, pReference.Evaluate(greatest.time, nullptr));
+        if (pOptions.mFidelityBreakTangents) {
+            BreakKey(pCurve, index, pReference,
+                     {pOptions.mLookAroundPeriod, pOptions.mBreakTolerance});
+        }
+        // An automatic key before the new one has another slope, which is that of its span too.
+        if (pCurve.KeyGetLeftDerivative(i - 1) != before) {
+            i = std::max(i - 1, 1);
         }
     }
 }

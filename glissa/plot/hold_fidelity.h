@@ -7,6 +7,6 @@ class Glissa;
 struct KSmartPlotOptions;
 
 /// Inserts keys where a curve differs from a reference by more than the fidelity tolerance,
-/// compared at eight times the rate of the samples of the reference. New keys are more than 1/120 s
-/// from the others; where that leaves no place, the difference remains.
+/// anywhere between their ends. Both curves have cubic keys without weights. New keys are more than
+/// 1/120 s from the others; where that leaves no place, the difference remains.
 void HoldFidelity(Glissa& pCurve, Glissa& pReference, const KSmartPlotOptions& pOptions);
