@@ -33,6 +33,18 @@ KgeRMatrix RotationCurves::At(KTime pTime)
     return matrix;
 }
 
+namespace
+{
+// Whether an angle is more than half a turn further at the second time.
+bool Jumps(RotationCurves& pCurves, KTime pFirst, KTime pSecond)
+{
+    constexpr double kHalfTurn = 180.0;
+    const KgeRVector step = pCurves.AnglesAt(pSecond) - pCurves.AnglesAt(pFirst);
+    return std::fabs(step[0]) > kHalfTurn || std::fabs(step[1]) > kHalfTurn ||
+           std::fabs(step[2]) > kHalfTurn;
+}
+}  // namespace
+
 PoseComparison::PoseComparison(const Clip& pClip, const NodeClip& pNodes)
     : mClip(pClip), mJoints(pClip.mJoints.size())
 {
@@ -94,20 +106,20 @@ void PoseComparison::Compare(KTime pTime, PoseDifference& pDifference)
 
 int PoseComparison::CompareBetween(KTime pFirst, KTime pSecond, PoseDifference& pDifference)
 {
-    constexpr double kHalfTurn = 180.0;
-    int leftOut = 0;
+    int jumps = 0;
+    const KTime step = pSecond - pFirst;
     for (Joint& joint : mJoints) {
         if (joint.mIsChanged) {
-            const KgeRVector step =
-                joint.mBefore.AnglesAt(pSecond) - joint.mBefore.AnglesAt(pFirst);
-            joint.mIsLeftOut = std::fabs(step[0]) > kHalfTurn || std::fabs(step[1]) > kHalfTurn ||
-                               std::fabs(step[2]) > kHalfTurn;
-            leftOut += joint.mIsLeftOut ? 1 : 0;
+            const bool isJump = Jumps(joint.mBefore, pFirst, pSecond);
+            // The slopes of automatic keys swing a curve on both sides of a jump.
+            joint.mIsLeftOut = isJump || Jumps(joint.mBefore, pFirst - step, pFirst) ||
+                               Jumps(joint.mBefore, pSecond, pSecond + step);
+            jumps += isJump ? 1 : 0;
         }
     }
-    Compare(pFirst + (pSecond - pFirst) / 2, pDifference);
+    Compare(pFirst + step / 2, pDifference);
     for (Joint& joint : mJoints) {
         joint.mIsLeftOut = false;
     }
-    return leftOut;
+    return jumps;
 }

@@ -55,9 +55,9 @@ public:
 
     /// Compares the poses at a time, and takes over the differences that are larger.
     void Compare(KTime pTime, PoseDifference& pDifference);
-    /// The same halfway between two times. A rotation of which an angle was more than 180 degrees
-    /// further at the second one, which is hardly ever motion, is taken as it is after the change.
-    /// Returns the number of these.
+    /// The same halfway between two times. A rotation of which an angle jumps by more than 180
+    /// degrees between them, or as far before or after them, is taken as it is after the change:
+    /// that is hardly ever motion. Returns the number of rotations that jump between the two.
     int CompareBetween(KTime pFirst, KTime pSecond, PoseDifference& pDifference);
 
 private:

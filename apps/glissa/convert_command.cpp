@@ -91,16 +91,17 @@ std::string ReportText(const RotationConversion& pDone, int pOrder, const Clip& 
     std::string text;
     for (std::size_t i = 0; i < pDone.mConvertedFrom.size(); ++i) {
         if (pDone.mConvertedFrom[i] > 0) {
-            text += fmt::format("{} rotations from {} to {}\n", pDone.mConvertedFrom[i],
+            const int count = pDone.mConvertedFrom[i];
+            text += fmt::format("{} rotation{} from {} to {}\n", count, count == 1 ? "" : "s",
                                 kRotationOrderNames[i], order);
         }
     }
     if (pDone.mUnchanged > 0) {
-        text += fmt::format("{} rotations are {} already, unchanged\n", pDone.mUnchanged, order);
+        text += fmt::format("{} already {}, unchanged\n", pDone.mUnchanged, order);
     }
     if (pDone.mAddedChannels > 0) {
-        text += fmt::format("{} rotation channels added, so that each joint has three\n",
-                            pDone.mAddedChannels);
+        text +=
+            fmt::format("channels added, so that each joint has three: {}\n", pDone.mAddedChannels);
     }
     const int(&axes)[3] = KVdRotationOrder(pOrder).GetAxes();
     text += fmt::format(
@@ -109,8 +110,8 @@ std::string ReportText(const RotationConversion& pDone, int pOrder, const Clip& 
     text += DifferenceText("at frames and keys", pDone.mAtKeys, pClip);
     text += DifferenceText("halfway between", pDone.mBetween, pClip);
     if (pDone.mJumps > 0) {
-        text += fmt::format("{} steps of more than 180 degrees from one key to the next are gone; "
-                            "halfway, they are not compared\n",
+        text += fmt::format("{} jumps of more than 180 degrees from one key to the next are gone; "
+                            "halfway, the rotation is not compared near them\n",
                             pDone.mJumps);
     }
     return text;

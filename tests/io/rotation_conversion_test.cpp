@@ -192,6 +192,21 @@ TEST(RotationConversion, KeysBetweenFramesAndOutsideThemAreKept)
     EXPECT_EQ(20, one.clip.mFrameCount);
 }
 
+TEST(RotationConversion, AJumpIsCountedAndNotTakenForADifference)
+{
+    OneRotation smooth;
+    OneRotation jumping;
+    for (int i = 10; i < 20; ++i) {
+        jumping.curve.KeySetValue(i, jumping.curve.KeyGetValue(i) + 360.0f);
+    }
+    const RotationConversion expected = *smooth.Convert();
+    const RotationConversion done = *jumping.Convert();
+    EXPECT_EQ(0, expected.mJumps);
+    EXPECT_EQ(1, done.mJumps);
+    EXPECT_GT(expected.mBetween.mTurn, 0.0);
+    EXPECT_LE(done.mBetween.mTurn, expected.mBetween.mTurn + 1e-4);
+}
+
 TEST(RotationConversion, ARotationThatItWouldNotKeepIsRefused)
 {
     const struct
