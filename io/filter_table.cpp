@@ -173,6 +173,13 @@ FilterEntry TransformEntry()
     return entry;
 }
 
+// A filter that always takes the angles of a rotation together.
+FilterEntry ByOrientation(FilterEntry pEntry)
+{
+    pEntry.mByOrientation = [](GlissaFilter&) { return true; };
+    return pEntry;
+}
+
 FilterEntry SmoothEntry()
 {
     using Smooth = GlissaFilterSmooth;
@@ -244,24 +251,28 @@ std::vector<FilterEntry> OtherFilters()
               "how far a key looks: the square root of this, in mean distances of keys")},
          &Make<Peak>,
          &SetSpan},
-        {"gaussian",
-         "Smooths without delay, keys keep their times and kinds",
-         "A wave of f hertz keeps exp(-2 (pi f width)^2) of its amplitude. A curve arrives flat at "
-         "its first and last key.",
-         FilterScope::curve,
-         FilterSpan::inward,
-         true,
-         {InFrames(
-              Parameter<Gaussian, &Gaussian::GetStandardDeviation, &Gaussian::SetStandardDeviation>(
-                  "width", "s", kPeriods, "the standard deviation of the Gaussian"),
-              1.0),
-          Dense(
-              FilterDensity::samples,
-              InFrames(Parameter<Gaussian, &Gaussian::GetSamplingRate, &Gaussian::SetSamplingRate>(
-                           "rate", "Hz", kRates, "samples of the curve a second"),
-                       4.0))},
-         &Make<Gaussian>,
-         &SetSpan},
+        ByOrientation(
+            {"gaussian",
+             "Smooths without delay, keys keep their times and kinds",
+             "A wave of f hertz keeps exp(-2 (pi f width)^2) of its amplitude. A curve arrives "
+             "flat at "
+             "its first and last key. Rotations whose three angles are chosen are smoothed by "
+             "their "
+             "orientations, a single angle by itself.",
+             FilterScope::curve,
+             FilterSpan::inward,
+             true,
+             {InFrames(Parameter<Gaussian, &Gaussian::GetStandardDeviation,
+                                 &Gaussian::SetStandardDeviation>(
+                           "width", "s", kPeriods, "the standard deviation of the Gaussian"),
+                       1.0),
+              Dense(FilterDensity::samples,
+                    InFrames(
+                        Parameter<Gaussian, &Gaussian::GetSamplingRate, &Gaussian::SetSamplingRate>(
+                            "rate", "Hz", kRates, "samples of the curve a second"),
+                        4.0))},
+             &Make<Gaussian>,
+             &SetSpan}),
         {"butterworth",
          "A low-pass without delay; the span gets new keys at a rate",
          "The cut-off is where half of the amplitude is left (-6 dB). Keys become automatic. "

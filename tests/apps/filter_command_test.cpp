@@ -210,7 +210,7 @@ TEST_F(Command, AnglesThatAreChosenTogetherAreSmoothedAsOrientations)
             Arguments{"filter", kClip, "--apply", pFilter, "--dry-run", "--format", "json"} +
             pChoice))["filters"][0]["curves"];
     };
-    for (const char* const filter : {"smooth:quaternion=on"}) {
+    for (const char* const filter : {"smooth:quaternion=on", "gaussian:width=0.1"}) {
         SCOPED_TRACE(filter);
         const Json node = report(filter, {"--node", "Spine/R"});
         EXPECT_EQ(node, report(filter, {"--curve", "Spine/R/*"}));

@@ -3,6 +3,7 @@
 
 // Filters that smooth; table_test.cpp has what they make of small curves.
 
+#include "corvekit/math/rotation_order.h"
 #include "glissa/filter/gaussian.h"
 #include "glissa/filter/peak_remover.h"
 #include "glissa/filter/smooth.h"
@@ -10,6 +11,7 @@
 #include "tests/support/curve_test.h"
 #include "tests/support/node_stubs.h"
 #include "tests/support/random_curve.h"
+#include "tests/support/ref_rotation.h"
 
 #include <algorithm>
 #include <climits>
@@ -77,6 +79,99 @@ TEST_F(Smoothing, WhatHasNothingToSmoothStaysAsItIs)
     const CurveHandle constant = MakeCurve({{0.0, 0.1f}, {0.3, 0.1f}, {1.0, 0.1f}, {1.7, 0.1f}});
     EXPECT_TRUE(WithDeviation(0.7, 113.0).Apply(*constant));
     EXPECT_EQ("0:0.1 0.3:0.1 1:0.1 1.7:0.1 ", KeysOf(*constant));
+}
+
+constexpr double kPi = 3.14159265358979;
+
+KTime Frame(int pFrame)
+{
+    return KTime::GetOneFrameValue(eTimeMode30) * pFrame;
+}
+
+// A rotation in an order with a key at each of 90 frames, and with the slopes of user tangents.
+template <typename Motion>
+NodePtr MakeRotation(int pOrder, const Motion& pMotion)
+{
+    NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
+    node->SetRotationOrder(pOrder);
+    for (int frame = 0; frame <= 90; ++frame) {
+        KgeRVector angles;
+        KVdRotationOrder(pOrder).M2V(angles, pMotion(frame / 30.0));
+        node->KeyAppendWithCheckForContinuousRotation(Frame(frame), angles.Data());
+    }
+    for (int axis = 0; axis < 3; ++axis) {
+        Glissa& curve = *node->Get(axis)->FCurveGet();
+        for (int frame = 0; frame <= 90; ++frame) {
+            const float slope = curve.KeyGetRightDerivative(frame);
+            curve.KeySetTangeantMode(frame, eTangentUserBreak);
+            curve.KeySetLeftDerivative(frame, slope);
+            curve.KeySetRightDerivative(frame, slope);
+        }
+    }
+    return node;
+}
+
+RefRotation OrientationAt(GlissaNode& pNode, int pFrame)
+{
+    double angles[3];
+    pNode.Evaluate(angles, Frame(pFrame));
+    return RefRotation::OfAngles(angles, pNode.GetRotationOrder());
+}
+
+// A wave about an axis keeps the share of its frequency. Any motion is smoothed alike in all orders
+// and after a constant turn. Slopes are those of the result, and nothing moves that is still.
+TEST_F(Smoothing, ARotationIsSmoothedByItsOrientationsInEveryOrder)
+{
+    Random random(20260108);
+    const auto any = [&random](double pLargest) {
+        return KgeRVector(pLargest * random.Signed(), pLargest * random.Signed(),
+                          pLargest * random.Signed());
+    };
+    GlissaFilterGaussian filter = WithDeviation(2.0 / 30.0, 30.0);
+    const double share = std::exp(-2.0 * std::pow(kPi * 1.5 * 2.0 / 30.0, 2.0));
+    for (int order = 0; order < 6; ++order) {
+        SCOPED_TRACE(order);
+        const KgeRVector angles = any(180.0);
+        const KgeRMatrix turn(angles);
+        KgeRVector axis = any(1.0);
+        axis *= 1.0 / axis.Length();
+        const auto wave = [&](double pTime) {
+            const double half = 5.0 * kPi / 180.0 * std::sin(2.0 * kPi * 1.5 * pTime);
+            const KgeRVector part = axis * std::sin(half);
+            return turn * KgeRMatrix(KgeQuaternion(part[0], part[1], part[2], std::cos(half)));
+        };
+        const KgeRVector swing = any(70.0);
+        const KgeRVector offset = any(180.0);
+        const auto swings = [&](double pTime) {
+            return KgeRMatrix(swing * std::sin(5.0 * pTime)) * KgeRMatrix(offset * pTime);
+        };
+        const NodePtr waving = MakeRotation(order, wave);
+        const NodePtr plain = MakeRotation(0, swings);
+        const NodePtr turned = MakeRotation(order, [&](double t) { return turn * swings(t); });
+        const NodePtr still = MakeRotation(order, [&](double) { return turn; });
+        const std::string before = KeysOf(*still->Get(1)->FCurveGet());
+        for (GlissaNode* const each : {plain.get(), turned.get(), still.get(), waving.get()}) {
+            EXPECT_TRUE(filter.Apply(*each, false));
+        }
+        EXPECT_EQ(before, KeysOf(*still->Get(1)->FCurveGet()));
+        const RefRotation ref = RefRotation::OfAngles(angles.Data(), 0);
+        for (int frame = 0; frame <= 90; ++frame) {
+            EXPECT_GT(1e-3, RefDistance(ref * OrientationAt(*plain, frame),
+                                        OrientationAt(*turned, frame)));
+            if (frame >= 20 && frame <= 70) {
+                const double degrees = 10.0 * share * std::sin(2.0 * kPi * 1.5 * frame / 30.0);
+                const RefRotation smoothed =
+                    ref * RefRotation::OfTurn({axis[0], axis[1], axis[2]}, degrees);
+                EXPECT_GT(0.02, RefDistance(smoothed, OrientationAt(*waving, frame))) << frame;
+                for (int i = 0; i < 3; ++i) {
+                    Glissa& curve = *waving->Get(i)->FCurveGet();
+                    const double slope =
+                        15.0 * (curve.KeyGetValue(frame + 1) - curve.KeyGetValue(frame - 1));
+                    EXPECT_NEAR(slope, curve.KeyGetRightDerivative(frame), 0.8) << frame;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(Smoothing, ARotationNodeIsNotSmoothedAngleByAngleUnlessAskedTo)
