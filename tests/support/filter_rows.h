@@ -24,6 +24,13 @@ FilterPtr With(Setters... pSetters)
     return filter;
 }
 
+inline FilterPtr InSpan(FilterPtr pFilter, KTime pStart, KTime pStop)
+{
+    pFilter->SetStartTime(pStart);
+    pFilter->SetStopTime(pStop);
+    return pFilter;
+}
+
 /// A filter for each argument of a setter, after other calls.
 template <typename Filter, typename Setter, typename Value, typename... Setters>
 Filters Each(Setter pSetter, std::initializer_list<Value> pValues, Setters... pOthers)

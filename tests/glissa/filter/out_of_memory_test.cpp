@@ -18,6 +18,8 @@
 #include "tests/support/filter_rows.h"
 #include "tests/support/node_stubs.h"
 
+#include <utility>
+
 namespace
 {
 using OutOfMemory = CurveTest;
@@ -68,9 +70,7 @@ TEST_F(OutOfMemory, ARotationFilterThrowsAndLeavesTheOldRotationOrANewOne)
     auto transform = std::make_shared<GlissaFilterTRS>();
     transform->SetR(10.0, 20.0, 30.0);
     const auto inSpan = [](FilterPtr pFilter) {
-        pFilter->SetStartTime(Seconds(0.05));
-        pFilter->SetStopTime(Seconds(0.25));
-        return pFilter;
+        return InSpan(std::move(pFilter), Seconds(0.05), Seconds(0.25));
     };
     enum class Form
     {
