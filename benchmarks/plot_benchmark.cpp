@@ -146,11 +146,11 @@ void SmartBake(benchmark::State& pState)
         [&] {
             OnAll(channels, [](Channel& pChannel) { pChannel.Bake(true); });
             keys = channels.front()->ResultKeys();
-            return 0;
+            return std::uint64_t{0};
         },
         [&] {
             OnAll(channels, [](Channel& pChannel) { pChannel.Bake(false); });
-            return 0;
+            return std::uint64_t{0};
         });
     pState.counters["keys"] = keys;
 }
