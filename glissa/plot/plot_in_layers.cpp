@@ -348,10 +348,8 @@ void LayerPlot::RemoveLayer(GlissaNode& pLayer)
         mNode.RemoveLayer(pLayer.GetLayerID(), true);
         return;
     }
-    for (int i = 0; i < pLayer.GetCount(); ++i) {
-        if (Glissa* curve = pLayer.Get(i)->FCurveGet()) {
-            curve->KeyClear();
-        }
+    for (std::size_t i = 0; i < ChannelCount(pLayer); ++i) {
+        LeafOf(pLayer, i)->FCurveGet()->KeyClear();
     }
     pLayer.ResetValue(false);
 }

@@ -23,7 +23,7 @@ struct KSmartPlotOptions
     bool mIncreaseFidelity = true;  ///< inserts keys until the sparse result is near the dense one
     double mFidelityTolerance = 0.25;    ///< greatest difference of a value that this leaves
     bool mFidelityBreakTangents = true;  ///< breaks the tangents of inserted keys
-    int mFidelitySubdivisions = 2;       ///< parts of a span, see GLISSA_IncreaseFidelity
+    int mFidelitySubdivisions = 2;       ///< parts of a span; below 2, no key is inserted
     bool mReserved = true;               ///< not used
     bool mKeepDenseResult = false;       ///< the result is the dense one all the same
 };
@@ -44,7 +44,7 @@ struct KMergeLayerOptions
 /// What a plot does with its result and with the layers that it was made of.
 enum EGlissaPlotFlags : unsigned
 {
-    /// Removes the listed layers. The base is emptied of keys and has the zero values. Without a
+    /// Removes the listed layers. The base loses its keys and takes the zero values. Without a
     /// list, and with ePlotZeroLayers, nothing is removed.
     ePlotRemoveLayers = 2,
     /// Sets the span of the layers to the zero values, those of all layers without a list. **A leaf

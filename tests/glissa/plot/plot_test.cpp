@@ -242,6 +242,16 @@ TEST_F(PlotInLayers, FlagsDecideWhatBecomesOfTheLayers)
         }
         EXPECT_EQ(row.values, values);
     }
+    // The base of a leaf is emptied as well.
+    const NodePtr leaf = MakeChannel(KDataTypeNumber, "N");
+    leaf->FCurveGet()->SetValue(5.0f);
+    AddKeys(leaf->CreateLayerAt({2, nullptr}), {{0.0, 1.0f}});
+    Ids both;
+    both.Add(0);
+    both.Add(2);
+    Glissa_PlotInLayers(leaf.get(), &both, {7, nullptr}, ePlotRemoveLayers | ePlotReplaceCurves,
+                        KTime(), Seconds(1.0), Seconds(0.5), nullptr, nullptr, false, nullptr);
+    EXPECT_EQ(6.0, At(*leaf, 0)[0]);
     // A layer that takes the result is not destroyed, and the new curves look like the old ones.
     const NodePtr node = ThreeLayers();
     GlissaNode* const kept = node->LayerGet(5);
