@@ -37,13 +37,10 @@ KeyPlaces PlacesOf(Glissa& pCurve)
 
 // The keys of a group at another place than before. They are paired in order; where some of them
 // are gone, a key counts that has a new place.
-int CountMoved(std::vector<KeyPlace> pBefore, const std::vector<KeyPlace>& pAfter, bool pReversed)
+int CountMoved(const std::vector<KeyPlace>& pBefore, const std::vector<KeyPlace>& pAfter)
 {
     int moved = 0;
     if (pBefore.size() == pAfter.size()) {
-        if (pReversed) {
-            std::reverse(pBefore.begin(), pBefore.end());
-        }
         for (std::size_t i = 0; i < pAfter.size(); ++i) {
             moved += pAfter[i] != pBefore[i] ? 1 : 0;
         }
@@ -113,7 +110,7 @@ DragResult ResultOf(const DragCurve& pCurve, const Drag& pDrag)
     result.selected = static_cast<int>(before.marked.size());
     result.copied = pDrag.GetRequest().keepsOriginals ? result.selected : 0;
     result.replaced = keysBefore + result.copied - pCurve.curve->KeyGetCount();
-    result.moved = CountMoved(before.marked, after.marked, pDrag.IsReversed());
+    result.moved = CountMoved(before.marked, after.marked);
     FindLargestChange(*pCurve.before, *pCurve.curve, before, after, result);
     if (result.copied > 0) {
         // The copies have the old places of selected keys.
@@ -121,7 +118,7 @@ DragResult ResultOf(const DragCurve& pCurve, const Drag& pDrag)
             return std::binary_search(before.marked.begin(), before.marked.end(), pEach);
         });
     }
-    result.followed = CountMoved(before.others, after.others, false);
+    result.followed = CountMoved(before.others, after.others);
     return result;
 }
 

@@ -352,9 +352,3 @@ SelectionBox Drag::GetBox()
     mManipulator.GetSelectionRange(box.from, box.to, box.low, box.high);
     return box;
 }
-
-bool Drag::IsReversed() const
-{
-    const double span = mTimes.edge - mTimes.pivot;
-    return mRequest.time && (span + mTimes.delta < 0.0) != (span < 0.0);
-}

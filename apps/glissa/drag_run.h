@@ -48,8 +48,6 @@ public:
     const DragRequest& GetRequest() const { return mRequest; }
     /// The box around the selected keys, at the place to which they were dragged.
     SelectionBox GetBox();
-    /// Whether selected keys come out in reverse order.
-    bool IsReversed() const;
 
 private:
     /// A manipulation of its own. An edit in both directions takes two where one cannot do it.
