@@ -328,11 +328,11 @@ bool GlissaFilterMatrixConverter::Apply(GlissaNode& pNode, bool)
             return false;
         }
     }
-    CleanUp(pNode);
+    CleanUp(pNode, !isSame);
     return !isSame;
 }
 
-void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode)
+void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode, bool pIsConverted)
 {
     GlissaNode* const rotation = pNode.FindRecursive("R");
     Glissa* curves[kAxes];
@@ -340,6 +340,12 @@ void GlissaFilterMatrixConverter::CleanUp(GlissaNode& pNode)
         const KeptOnFailure kept(curves, kAxes);
         GlissaFilterUnroll unroll;
         unroll.Apply(*rotation, true);
+        for (Glissa* const each : curves) {
+            // The slopes at the jumps that were removed are those of the jumps.
+            if (pIsConverted && !each->IsLocked()) {
+                SetUserSlopes(*each);
+            }
+        }
         GlissaFilterResample resample;
         resample.SetIntelligentMode(true);
         resample.SetPeriodTime(mResamplingPeriod);

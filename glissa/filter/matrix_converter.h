@@ -156,7 +156,7 @@ public:
 private:
     const char* FindFault() const;
     bool HasSameChain() const;
-    void CleanUp(GlissaNode& pNode);
+    void CleanUp(GlissaNode& pNode, bool pIsConverted);
 
     Cell mSource;
     Cell mDest;

@@ -299,6 +299,22 @@ TEST_F(MatrixConversion, KindsComeFromTheKeyBeforeAndLockedChannelsStay)
     EXPECT_FLOAT_EQ(made.KeyGetValue(8) - made.KeyGetValue(6), made.KeyGetRightDerivative(7));
 }
 
+TEST_F(MatrixConversion, UserSlopesAreThoseOfTheUnrolledCurve)
+{
+    const Object object;
+    Glissa& turn = object.Curve(1, 2);
+    for (int i = 0; i < 5; ++i) {
+        turn.KeySet(i, Seconds(i), 60.0f + 20.0f * static_cast<float>(i), eInterpolationCubic,
+                    eTangentUser);
+    }
+    Converter filter = Plain(1.0);
+    filter.SetApplyUnroll(true);
+    ASSERT_EQ("done", Apply(filter, *object.node));
+    for (int i = 0; i < 5; ++i) {  // 150 to 230 degrees, from 190 on wrapped before the unrolling
+        EXPECT_NEAR(20.0f, object.Curve(1, 2).KeyGetRightDerivative(i), 1e-3) << i;
+    }
+}
+
 TEST_F(MatrixConversion, EqualChainsAreRefusedAndTheRotationIsUnrolledAllTheSame)
 {
     Converter filter = Plain(0.0);
