@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <initializer_list>
 #include <memory>
-#include <optional>
 
 namespace
 {
@@ -84,23 +83,25 @@ PlottedCurves CopyCurves(const PlottedCurves& pCurves)
     return copies;
 }
 
+// The arguments of a plot.
+struct PlotRequest
+{
+    const KArrayTemplate<int, 16>* layers;
+    // Copied: the layer that the caller's belongs to may be removed.
+    GlissaLayerInfo target;
+    unsigned flags;
+    PlotSpan span;
+    GlissaNode* result;
+    GlissaNode* reference;
+    bool usesWarp;
+    KSmartPlotOptions options;
+};
+
 // One call of Glissa_PlotInLayers.
 class LayerPlot
 {
 public:
-    LayerPlot(GlissaNode& pNode, const KArrayTemplate<int, 16>* pLayers,
-              const GlissaLayerInfo& pTarget, unsigned pFlags, const PlotSpan& pSpan)
-        : mNode(pNode), mTarget(pTarget), mFlags(pFlags), mSpan(pSpan)
-    {
-        if (pLayers) {
-            mLayers.emplace(pLayers->begin(), pLayers->end());
-        }
-    }
-
-    GlissaNode* result = nullptr;
-    GlissaNode* reference = nullptr;
-    bool usesWarp = false;
-    KSmartPlotOptions options;
+    LayerPlot(GlissaNode& pNode, const PlotRequest& pRequest) : mNode(pNode), mRequest(pRequest) {}
 
     // Tests everything that can refuse the plot, and finds the ends of its span.
     bool Prepare();
@@ -109,16 +110,15 @@ public:
     void Write(PlottedCurves pCurves);
 
 private:
-    bool HasFlag(unsigned pFlag) const { return (mFlags & pFlag) != 0; }
+    bool HasFlag(unsigned pFlag) const { return (mRequest.flags & pFlag) != 0; }
     bool Replaces() const { return HasFlag(ePlotReplaceSpan | ePlotReplaceCurves); }
     bool IsListed(const GlissaNode& pLayer) const
     {
-        return !mLayers ||
-               std::find(mLayers->begin(), mLayers->end(), pLayer.GetLayerID()) != mLayers->end();
+        return !mRequest.layers || mRequest.layers->Find(pLayer.GetLayerID()) >= 0;
     }
     bool IsTarget(const GlissaNode& pLayer) const
     {
-        return pLayer.GetLayerID() == mTarget.GetLayerID();
+        return pLayer.GetLayerID() == mRequest.target.GetLayerID();
     }
     bool FindSpan();
     bool CanWriteTarget();
@@ -135,11 +135,7 @@ private:
     void ReplaceCurves(GlissaNode& pTarget, PlottedCurves pCurves);
 
     GlissaNode& mNode;
-    std::optional<std::vector<int>> mLayers;
-    // Copied: the layer that the caller's belongs to may be removed.
-    const GlissaLayerInfo mTarget;
-    unsigned mFlags;
-    PlotSpan mSpan;
+    PlotRequest mRequest;
     // The target, or a node like it while there is none.
     GlissaNode* mModel = nullptr;
     NodeHolder mNewModel;
@@ -155,14 +151,14 @@ bool LayerPlot::Prepare()
             return false;
         }
     }
-    if (Replaces() || reference) {
-        mModel = mNode.LayerGet(mTarget.GetLayerID());
+    if (Replaces() || mRequest.reference) {
+        mModel = mNode.LayerGet(mRequest.target.GetLayerID());
         if (!mModel) {
-            mNewModel.reset(mNode.CloneTemplate(false, false, true, mTarget));
+            mNewModel.reset(mNode.CloneTemplate(false, false, true, mRequest.target));
             mModel = mNewModel.get();
         }
     }
-    if ((Replaces() && !CanWriteTarget()) || (reference && !CanSolve())) {
+    if ((Replaces() && !CanWriteTarget()) || (mRequest.reference && !CanSolve())) {
         return false;
     }
     const std::vector<GlissaNode*> cleaned = LayersToClean();
@@ -172,24 +168,25 @@ bool LayerPlot::Prepare()
 
 bool LayerPlot::FindSpan()
 {
-    if (mSpan.period < KTime(1)) {
+    if (mRequest.span.period < KTime(1)) {
         return false;
     }
-    if (IsInfinite(mSpan.start) || IsInfinite(mSpan.stop)) {
+    if (IsInfinite(mRequest.span.start) || IsInfinite(mRequest.span.stop)) {
         KTime start = KTime::Infinite();
         KTime stop = KTime::MinusInfinite();
         if (!mNode.GetAnimationInterval(start, stop)) {
             return false;
         }
-        mSpan.start = IsInfinite(mSpan.start) ? start : mSpan.start;
-        mSpan.stop = IsInfinite(mSpan.stop) ? stop : mSpan.stop;
+        mRequest.span.start = IsInfinite(mRequest.span.start) ? start : mRequest.span.start;
+        mRequest.span.stop = IsInfinite(mRequest.span.stop) ? stop : mRequest.span.stop;
     }
-    return mSpan.start > mSpan.stop || SampleGrid(mSpan.start, mSpan.stop, mSpan.period).count > 0;
+    return mRequest.span.start > mRequest.span.stop ||
+           SampleGrid(mRequest.span.start, mRequest.span.stop, mRequest.span.period).count > 0;
 }
 
 bool LayerPlot::CanWriteTarget()
 {
-    const int id = mTarget.GetLayerID();
+    const int id = mRequest.target.GetLayerID();
     const bool canBeHad =
         !mNewModel || (mNode.IsMultiLayer() && id > mNode.GetLayerID() && id != 0);
     return canBeHad && !mModel->IsNodeLockedInHierarchy(false);
@@ -198,24 +195,26 @@ bool LayerPlot::CanWriteTarget()
 bool LayerPlot::CanSolve()
 {
     for (GlissaNode* layer = &mNode; layer; layer = layer->LayerGet()) {
-        if (layer->GetLayerID() > mTarget.GetLayerID() && !layer->IsNodeMuted() &&
+        if (layer->GetLayerID() > mRequest.target.GetLayerID() && !layer->IsNodeMuted() &&
             layer->GetLayerInfo().GetLayerMode() != eLayerModeAdditive) {
             return false;
         }
     }
-    return HasCurves(*reference) && ChannelCount(*reference) >= ChannelCount(mNode);
+    return HasCurves(*mRequest.reference) &&
+           ChannelCount(*mRequest.reference) >= ChannelCount(mNode);
 }
 
 bool LayerPlot::MayBeZeroed(const GlissaNode& pLayer) const
 {
     // A list is taken as it is, with the target in it.
-    return mLayers ? IsListed(pLayer) : !Replaces() || !IsTarget(pLayer);
+    return mRequest.layers ? IsListed(pLayer) : !Replaces() || !IsTarget(pLayer);
 }
 
 bool LayerPlot::MayBeRemoved(const GlissaNode& pLayer) const
 {
-    const bool isInUse = &pLayer == result || &pLayer == reference;
-    return mLayers && IsListed(pLayer) && !(IsTarget(pLayer) && HasFlag(ePlotReplaceSpan)) &&
+    const bool isInUse = &pLayer == mRequest.result || &pLayer == mRequest.reference;
+    return mRequest.layers && IsListed(pLayer) &&
+           !(IsTarget(pLayer) && HasFlag(ePlotReplaceSpan)) &&
            !(isInUse && pLayer.GetLayerID() != 0);
 }
 
@@ -246,13 +245,13 @@ LayerFold LayerPlot::ListedLayers() const
 
 std::unique_ptr<LayerSolver> LayerPlot::MakeSolver()
 {
-    auto solver = std::make_unique<LayerSolver>(mNode, *reference, *mModel);
+    auto solver = std::make_unique<LayerSolver>(mNode, *mRequest.reference, *mModel);
     bool hasBase = false;
     for (GlissaNode* layer = &mNode; layer; layer = layer->LayerGet()) {
         if (!IsListed(*layer) || IsTarget(*layer)) {
             continue;
         }
-        if (layer->GetLayerID() < mTarget.GetLayerID()) {
+        if (layer->GetLayerID() < mRequest.target.GetLayerID()) {
             solver->AddBelow(*layer);
         } else {
             // With a target of a negative id, the base and the layers after it are left out.
@@ -267,16 +266,16 @@ std::unique_ptr<LayerSolver> LayerPlot::MakeSolver()
 
 PlottedCurves LayerPlot::Bake()
 {
-    const bool hasWarp = usesWarp && mNode.TimeWarpGet();
-    if (options.mSmartPlot && !mLayers && !reference && !hasWarp &&
+    const bool hasWarp = mRequest.usesWarp && mNode.TimeWarpGet();
+    if (mRequest.options.mSmartPlot && !mRequest.layers && !mRequest.reference && !hasWarp &&
         GLISSA_IsAllSameInterpolation(&mNode, eInterpolationConstant, true)) {
         const NodeHolder merged(mNode.CloneTemplate(false, false, false, GlissaLayerInfo::Invalid));
         merged->CreateFCurve();
-        MergeConstantSpan(*merged, mNode, mSpan.start, mSpan.stop);
+        MergeConstantSpan(*merged, mNode, mRequest.span.start, mRequest.span.stop);
         return TakeCurves(*merged);
     }
-    PlotSampler sampler(mNode, mSpan, options, hasWarp);
-    if (reference) {
+    PlotSampler sampler(mNode, mRequest.span, mRequest.options, hasWarp);
+    if (mRequest.reference) {
         const std::unique_ptr<LayerSolver> solver = MakeSolver();
         sampler.Sample(
             [&solver](double* pValues, KTime pTime) { solver->Evaluate(pValues, pTime); });
@@ -291,15 +290,15 @@ PlottedCurves LayerPlot::Bake()
 void LayerPlot::Write(PlottedCurves pCurves)
 {
     const auto findTarget = [this] {
-        GlissaNode* const target = mNode.LayerGet(mTarget.GetLayerID());
-        return target ? target : mNode.CreateLayerAt(mTarget);
+        GlissaNode* const target = mNode.LayerGet(mRequest.target.GetLayerID());
+        return target ? target : mNode.CreateLayerAt(mRequest.target);
     };
     if (Replaces() && !findTarget()) {
         return;
     }
     Clean();
-    if (result) {
-        GiveCurves(Replaces() ? CopyCurves(pCurves) : std::move(pCurves), *result);
+    if (mRequest.result) {
+        GiveCurves(Replaces() ? CopyCurves(pCurves) : std::move(pCurves), *mRequest.result);
     }
     if (Replaces()) {
         // The target itself may have been removed.
@@ -335,9 +334,10 @@ void LayerPlot::ZeroSpan(GlissaNode& pLayer)
         if (Glissa* curve = pLayer.Get(i)->FCurveGet()) {
             // Without a key to begin with, nothing would be replaced.
             if (curve->KeyGetCount() == 0 && curve->GetValue() != held->GetValue()) {
-                curve->KeyAdd(mSpan.start);
+                curve->KeyAdd(mRequest.span.start);
             }
-            curve->Replace(held.get(), mSpan.start, mSpan.stop, false, true, KTime());
+            curve->Replace(held.get(), mRequest.span.start, mRequest.span.stop, false, true,
+                           KTime());
         }
     }
 }
@@ -358,7 +358,7 @@ void LayerPlot::ReplaceSpan(GlissaNode& pTarget, PlottedCurves pCurves)
 {
     const NodeHolder source(pTarget.CloneTemplate(false, false, false, GlissaLayerInfo::Invalid));
     GiveCurves(std::move(pCurves), *source);
-    pTarget.Replace(source.get(), mSpan.start, mSpan.stop, false, true, KTime());
+    pTarget.Replace(source.get(), mRequest.span.start, mRequest.span.stop, false, true, KTime());
 }
 
 void LayerPlot::ReplaceCurves(GlissaNode& pTarget, PlottedCurves pCurves)
@@ -383,13 +383,14 @@ void Glissa_PlotInLayers(GlissaNode* pNode, KArrayTemplate<int, 16>* pLayers,
         return;
     }
     const KOperation operation;
-    LayerPlot plot(*pNode, pLayers, pTarget, pFlags, {pStart, pStop, pPeriod});
-    plot.result = pResultNode;
-    plot.reference = pReference;
-    plot.usesWarp = pUseTimeWarp;
-    if (pOptions) {
-        plot.options = *pOptions;
-    }
+    LayerPlot plot(*pNode, {pLayers,
+                            pTarget,
+                            pFlags,
+                            {pStart, pStop, pPeriod},
+                            pResultNode,
+                            pReference,
+                            pUseTimeWarp,
+                            pOptions ? *pOptions : KSmartPlotOptions()});
     if (plot.Prepare()) {
         plot.Write(plot.Bake());
     }

@@ -9,54 +9,42 @@
 #include "tests/support/random_curve.h"
 
 #include <cmath>
+#include <sstream>
 #include <string>
-#include <vector>
 
 namespace
 {
 using PlotMerge = CurveTest;
 
 constexpr KTime kStep(KTime::kTicksPerSecond / 120);
-constexpr unsigned kStandard = eInterpolationConstant;
-constexpr unsigned kNext = eInterpolationConstant | eConstantNext;
 
-struct StepKey
+// Adds constant keys from a text: times in steps of 1/120 s, values, and an n for the mode "next
+// value": "0:1 4.5n:2".
+void AddSteps(GlissaNode* pLeaf, const std::string& pText)
 {
-    double steps;  // of 1/120 s
-    float value;
-    unsigned flags;
-};
-
-KTime Steps(double pSteps)
-{
-    return Seconds(pSteps / 120.0);
-}
-
-void AddSteps(GlissaNode* pLeaf, const std::vector<StepKey>& pKeys)
-{
-    for (const StepKey& each : pKeys) {
+    std::istringstream text(pText);
+    double steps = 0.0;
+    double value = 0.0;
+    while (text >> steps) {
         GlissaKey key;
-        key.Set(Steps(each.steps), each.value, each.flags & 0xFu, 0, 0.0f, 0.0f, eWeightNone,
-                kGlissaDefaultWeight, kGlissaDefaultWeight, 0.0f, 0.0f);
-        key.SetConstantMode(each.flags & eConstantNext);
-        pLeaf->FCurveGet()->KeyAdd(key.GetTime(), key);
+        key.SetInterpolation(eInterpolationConstant);
+        key.SetConstantMode(text.get() == 'n' ? (text.get(), eConstantNext) : eConstantStandard);
+        text >> value;
+        key.SetValue(static_cast<float>(value));
+        pLeaf->FCurveGet()->KeyAdd(Seconds(steps / 120.0), key);
     }
 }
 
-// Times in steps, values, and an n for the mode "next value".
 std::string StepsOf(const Glissa& pCurve)
 {
-    std::string text;
+    std::ostringstream text;
     for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
-        char key[64];
-        const double steps = pCurve.KeyGetTime(i).GetSecondDouble() * 120.0;
-        const bool isNext = pCurve.KeyGet(i).GetConstantMode() == eConstantNext;
-        std::snprintf(key, sizeof key, "%.4g%s:%g ", steps, isNext ? "n" : "",
-                      static_cast<double>(pCurve.KeyGetValue(i)));
         EXPECT_EQ(eInterpolationConstant, pCurve.KeyGetInterpolation(i));
-        text += key;
+        const bool isNext = pCurve.KeyGetConstantMode(i) == eConstantNext;
+        text << (i > 0 ? " " : "") << std::round(pCurve.KeyGetTime(i).GetSecondDouble() * 1200) / 10
+             << (isNext ? "n:" : ":") << pCurve.KeyGetValue(i);
     }
-    return text;
+    return text.str();
 }
 
 TEST_F(PlotMerge, LayersOfConstantKeysBecomeOneKeyWhereAllAgreeAndElseTwo)
@@ -64,97 +52,57 @@ TEST_F(PlotMerge, LayersOfConstantKeysBecomeOneKeyWhereAllAgreeAndElseTwo)
     const struct
     {
         const char* name;
-        std::vector<StepKey> base;
-        std::vector<StepKey> layer;
+        const char* base;
+        const char* layer;
         double start;
         double stop;
         const char* merged;
     } kRows[] = {
-        {"both standard",
-         {{0, 1, kStandard}, {9, 2, kStandard}},
-         {{0, 10, kStandard}, {9, 20, kStandard}},
-         0,
-         9,
-         "0:11 9:22 "},
-        {"both next",
-         {{0, 1, kNext}, {9, 2, kNext}},
-         {{0, 10, kNext}, {9, 20, kNext}},
-         0,
-         9,
-         "0n:11 9n:22 "},
-        {"standard and next",
-         {{0, 1, kStandard}, {9, 2, kStandard}},
-         {{0, 10, kNext}, {9, 20, kStandard}},
-         0,
-         9,
-         "0:11 1:21 9:22 "},
-        {"next alone",
-         {{0, 1, kNext}, {9, 5, kStandard}},
-         {{4, 10, kStandard}},
-         0,
-         9,
-         "0:11 1:15 4:15 9:15 "},
-        {"keys closer than the second key",
-         {{0, 1, kStandard}, {0.5, 2, kStandard}, {9, 3, kStandard}},
-         {},
-         0,
-         9,
-         "0:1 0.5:2 9:3 "},
-        {"from the start to the stop",
-         {{0, 1, kStandard}, {2, 2, kStandard}, {4, 3, kStandard}, {9, 3, kStandard}},
-         {},
-         2,
-         4,
-         "2:2 4:3 "},
-        {"nothing after the stop", {{5, 1, kStandard}}, {}, 0, 4, ""},
-        {"no key from the start on", {{0, 1, kStandard}}, {{1, 2, kStandard}}, 9, 10, "9:3 10:3 "},
+        {"both standard", "0:1 9:2", "0:10 9:20", 0, 9, "0:11 9:22"},
+        {"both next", "0n:1 9n:2", "0n:10 9n:20", 0, 9, "0n:11 9n:22"},
+        {"standard and next", "0:1 9:2", "0n:10 9:20", 0, 9, "0:11 1:21 9:22"},
+        {"next alone", "0n:1 9:5", "4:10", 0, 9, "0:11 1:15 4:15 9:15"},
+        {"closer than the second key", "0:1 0.5:2 9:3", "", 0, 9, "0:1 0.5:2 9:3"},
+        {"from the start to the stop", "0:1 2:2 4:3 9:3", "", 2, 4, "2:2 4:3"},
+        {"nothing after the stop", "5:1", "", 0, 4, ""},
+        {"no key from the start on", "0:1", "1:2", 9, 10, "9:3 10:3"},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
         const NodePtr source = MakeChannel(KDataTypeNumber, "a");
-        AddSteps(source.get(), row.base);
-        AddSteps(source->CreateLayerAt(GlissaLayerInfo(1, nullptr)), row.layer);
         const NodePtr merged = MakeChannel(KDataTypeNumber, "b");
-        GLISSA_ConstantCurveMerge(merged.get(), source.get(), Steps(row.start), Steps(row.stop));
+        AddSteps(source.get(), row.base);
+        AddSteps(source->CreateLayerAt({1, nullptr}), row.layer);
+        GLISSA_ConstantCurveMerge(merged.get(), source.get(), Seconds(row.start / 120.0),
+                                  Seconds(row.stop / 120.0));
         EXPECT_EQ(row.merged, StepsOf(*merged->FCurveGet()));
     }
     // A key of one channel is one of all.
     const NodePtr source = MakeChannel(KDataTypeLclTranslation, "a");
-    AddSteps(source->Get(0), {{0, 1, kStandard}});
-    AddSteps(source->Get(2), {{0, 5, kStandard}, {8, 6, kStandard}});
     const NodePtr merged = MakeChannel(KDataTypeLclTranslation, "b");
+    AddSteps(source->Get(0), "0:1");
+    AddSteps(source->Get(2), "0:5 8:6");
     GLISSA_ConstantCurveMerge(merged.get(), source.get(), kFromStart, kToEnd);
-    EXPECT_EQ("0:1 8:1 ", StepsOf(*merged->Get(0)->FCurveGet()));
-    EXPECT_EQ("0:5 8:6 ", StepsOf(*merged->Get(2)->FCurveGet()));
+    EXPECT_EQ("0:1 8:1", StepsOf(*merged->Get(0)->FCurveGet()));
 }
 
 TEST_F(PlotMerge, InterpolationIsTheSameWhereEveryKeyHasABitOfTheMask)
 {
     const NodePtr node = MakeChannel(KDataTypeLclTranslation, "a");
-    EXPECT_FALSE(GLISSA_IsAllSameInterpolation(node.get(), 0xF, true));
-    AddSteps(node->Get(1), {{0, 1, kStandard}, {1, 1, kNext}});
-    GlissaNode* const layer = node->CreateLayerAt(GlissaLayerInfo(3, nullptr));
-    AddSteps(layer->Get(2), {{0, 1, kStandard}, {1, 1, eInterpolationLinear}});
-    const struct
-    {
-        unsigned mask;
-        bool chain;
-        bool isSame;
-    } kRows[] = {{eInterpolationConstant, false, true},
-                 {eInterpolationConstant, true, false},
-                 {eInterpolationConstant | eInterpolationLinear, true, true},
-                 {eInterpolationLinear, true, false},
-                 {eConstantNext, false, false}};
-    for (const auto& row : kRows) {
-        EXPECT_EQ(row.isSame, GLISSA_IsAllSameInterpolation(node.get(), row.mask, row.chain));
-    }
+    const unsigned both = eInterpolationConstant | eInterpolationLinear;
+    EXPECT_FALSE(GLISSA_IsAllSameInterpolation(node.get(), 0xF, true));  // no key
+    AddSteps(node->Get(1), "0:1 1n:1");
+    AddKeys(node->CreateLayerAt({3, nullptr})->Get(2), {{0.0, 1.0f}});
+    EXPECT_TRUE(GLISSA_IsAllSameInterpolation(node.get(), eInterpolationConstant, false));
+    EXPECT_FALSE(GLISSA_IsAllSameInterpolation(node.get(), eInterpolationConstant, true));
+    EXPECT_TRUE(GLISSA_IsAllSameInterpolation(node.get(), both, true));
+    EXPECT_FALSE(GLISSA_IsAllSameInterpolation(node.get(), eInterpolationLinear, true));
+    EXPECT_FALSE(GLISSA_IsAllSameInterpolation(node.get(), eConstantNext, false));
 }
 
 // The reference rises by 10 in the first second and is level in the second one.
 TEST_F(PlotMerge, AKeyIsBrokenWhereASlopeOfTheReferenceDiffers)
 {
-    constexpr unsigned kAuto = eInterpolationCubic | eTangentAuto;
-    constexpr unsigned kUserAtTen = eInterpolationCubic | eTangentUser;
     const struct
     {
         const char* name;
@@ -162,11 +110,11 @@ TEST_F(PlotMerge, AKeyIsBrokenWhereASlopeOfTheReferenceDiffers)
         double period;
         double tolerance;
         bool isBroken;
-    } kRows[] = {{"automatic", kAuto, 0.01, 1.0, true},
-                 {"slope 10 on both sides", kUserAtTen, 0.01, 1.0, true},
-                 {"continuity", eInterpolationCubic | eTangentTCB, 0.01, 1.0, true},
-                 {"within the tolerance", kAuto, 0.01, 10.5, false},
-                 {"no period", kAuto, 0.0, 1.0, false},
+    } kRows[] = {{"automatic", kRefCubic | kRefAuto, 0.01, 1.0, true},
+                 {"slope 10 on both sides", kRefCubic | kRefUser, 0.01, 1.0, true},
+                 {"continuity", kRefCubic | kRefTcb, 0.01, 1.0, true},
+                 {"within the tolerance", kRefCubic | kRefAuto, 0.01, 10.5, false},
+                 {"no period", kRefCubic | kRefAuto, 0.0, 1.0, false},
                  {"not cubic", eInterpolationConstant, 0.01, 1.0, false}};
     const NodePtr reference = MakeChannel(KDataTypeNumber, "reference");
     AddKeys(reference.get(), {{0.0, 0.0f}, {1.0, 10.0f}, {2.0, 10.0f}});
@@ -190,74 +138,60 @@ TEST_F(PlotMerge, AKeyIsBrokenWhereASlopeOfTheReferenceDiffers)
     }
 }
 
-// By the definition: at each point that divides a span the curves agree, or it is one step wide.
-TEST_F(PlotMerge, RefinementLeavesNoPointBeyondTheToleranceWithinTheStepLimit)
+TEST_F(PlotMerge, RefinementEndsAtTheToleranceOrAtItsStepLimit)
 {
     for (int seed = 0; seed < 100; ++seed) {
         SCOPED_TRACE(seed);
         Random random(static_cast<std::uint64_t>(seed));
         const NodePtr reference = MakeChannel(KDataTypeVector2, "reference");
         const NodePtr node = MakeChannel(KDataTypeVector2, "keys");
-        for (int i = 0; i <= 40; ++i) {
-            reference->Get(0)->FCurveGet()->KeyAppendFast(Seconds(i / 20.0),
-                                                          static_cast<float>(random.Signed()));
-        }
+        Glissa& wanted = *reference->Get(0)->FCurveGet();
         Glissa& curve = *node->Get(0)->FCurveGet();
-        for (const double end : {0.0, 2.0}) {
-            curve.KeyAppendFast(Seconds(end), 0.0f);
+        for (int i = 0; i <= 40; ++i) {
+            wanted.KeyAppendFast(Seconds(i / 20.0), static_cast<float>(random.Signed()));
         }
+        curve.KeyAppendFast(KTime(), 0.0f);
+        curve.KeyAppendFast(Seconds(2.0), 0.0f);
         const int parts = 1 + random.Below(4);
         const double tolerance = 0.02 * random.Scale(0, 4);
         GLISSA_IncreaseFidelity(node.get(), reference.get(), tolerance, parts, seed % 2 == 0, kStep,
                                 1.0, seed % 3 == 0, nullptr, nullptr);
-        EXPECT_TRUE(parts > 1 || curve.KeyGetCount() == 2);
-        EXPECT_EQ(seed % 3 == 0 ? curve.KeyGetCount() - 2 : 0,
-                  node->Get(1)->FCurveGet()->KeyGetCount());
-        // Later keys change the slopes around earlier ones: the last span alone is sure.
-        const int last = curve.KeyGetCount() - 1;
-        const KTime from = curve.KeyGetTime(last - 1);
-        const KTime part = (curve.KeyGetTime(last) - from) / parts;
-        for (int i = 1; i < parts && part > kStep; ++i) {
-            const KTime at = from + part * i;
-            EXPECT_NEAR(reference->Get(0)->FCurveGet()->Evaluate(at, nullptr),
-                        curve.Evaluate(at, nullptr), tolerance);
-        }
-        for (int i = 1; i <= last && parts > 1; ++i) {
-            EXPECT_GT(curve.KeyGetTime(i) - curve.KeyGetTime(i - 1), kStep);
+        const int count = curve.KeyGetCount();
+        EXPECT_TRUE(parts > 1 || count == 2);
+        EXPECT_EQ(seed % 3 == 0 ? count - 2 : 0, node->Get(1)->FCurveGet()->KeyGetCount());
+        for (int i = 1; i < count; ++i) {
+            const KTime from = curve.KeyGetTime(i - 1);
+            const KTime part = (curve.KeyGetTime(i) - from) / parts;
+            EXPECT_GT(curve.KeyGetTime(i) - from, kStep);
+            // A later key changes the slopes around earlier ones: the last span alone is sure.
+            for (int k = 1; i == count - 1 && k < parts && part > kStep; ++k) {
+                EXPECT_NEAR(wanted.Evaluate(from + part * k, nullptr),
+                            curve.Evaluate(from + part * k, nullptr), tolerance);
+            }
         }
     }
 }
 
 TEST_F(PlotMerge, TheSettingSelectsTheRotationFilter)
 {
-    bool none[3] = {};
-    double limits[3] = {};
-    const struct
-    {
-        int filter;
-        bool hasLimits;
-        const char* keys;
-    } kRows[] = {{0, false, "0:170 1:-170 "},
-                 {1, false, "0:170 1:-170 "},
-                 {2, false, "0:170 1:190 "},
-                 {2, true, "0:-190 1:-170 "}};
     const int before = GLISSA_GetRotationFilterToApply();
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(row.filter);
+    const auto keysAfter = [](int pFilter, bool pHasLimits) {
         const NodePtr node = MakeChannel(KDataTypeLclRotation, "R");
         for (int i = 0; i < 3; ++i) {
             AddKeys(node->Get(i), {{0.0, i == 0 ? 170.0f : 0.0f}, {1.0, i == 0 ? -170.0f : 0.0f}});
         }
+        bool none[3] = {};
         bool onX[3] = {true, false, false};
-        GLISSA_SetRotationFilterToApply(row.filter);
+        double limits[3] = {};
+        GLISSA_SetRotationFilterToApply(pFilter);
         GLISSA_ApplyRotationFilter(node.get(), kFromStart, kToEnd, none, limits,
-                                   row.hasLimits ? onX : nullptr, limits);
-        if (row.filter == 1) {
-            EXPECT_GT(node->Get(0)->FCurveGet()->KeyGetCount(), 2);
-        } else {
-            EXPECT_EQ(row.keys, KeysOf(*node->Get(0)->FCurveGet()));
-        }
-    }
+                                   pHasLimits ? onX : nullptr, limits);
+        return KeysOf(*node->Get(0)->FCurveGet());
+    };
+    EXPECT_EQ("0:170 1:-170 ", keysAfter(0, false));
+    EXPECT_GT(keysAfter(1, false).size(), keysAfter(0, false).size());
+    EXPECT_EQ("0:170 1:190 ", keysAfter(2, false));
+    EXPECT_EQ("0:-190 1:-170 ", keysAfter(2, true));
     GLISSA_SetRotationFilterToApply(before);
 }
 
