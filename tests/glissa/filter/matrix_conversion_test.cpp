@@ -208,9 +208,8 @@ TEST_F(MatrixConversion, WhatAChainCanMakeIsTakenApartExactly)
         SCOPED_TRACE(chain);
         Cell cell = RandomCell(random, 3, 3);
         KgeSVector scaling = Factors(random);
-        if (chain % 8 == 0) {
-            scaling[chain / 8 % 3] = 0.0;  // one flat axis, or two
-            scaling[chain / 24 % 3] = 0.0;
+        if (chain % 8 == 0) {  // one flat axis, or two
+            scaling[chain / 8 % 3] = scaling[chain / 24 % 3] = 0.0;
         }
         const KgeAMatrix total = Total(cell, KgeAMatrix(Point(random, 9.0)),
                                        Rotation(Point(random, 200.0).Data()), KgeSMatrix(scaling));
@@ -362,7 +361,6 @@ TEST_F(MatrixConversion, DefaultsAreConvertedAndFlatObjectsKeepTheirRotation)
     ASSERT_EQ("done", Apply(filter, *object.node));
     EXPECT_FLOAT_EQ(120.0f, object.Curve(1, 2).GetValue());
     EXPECT_EQ(0.0f, object.Curve(2, 1).GetValue());
-    EXPECT_EQ(0, object.Curve(1, 2).KeyGetCount());
 
     // The lengths of the axes do not jump where one of them becomes 0.
     Converter sheared = Plain(0.0);
