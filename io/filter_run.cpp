@@ -101,6 +101,51 @@ void KeepOutside(Glissa& pBefore, Glissa& pCurve, const FilterTimes& pTimes)
     }
 }
 
+// Gives a key with automatic tangents slopes of its own.
+void SetSlopes(Glissa& pCurve, int pIndex, float pLeft, float pRight)
+{
+    if (pCurve.KeyGetInterpolation(pIndex) != eInterpolationCubic ||
+        (pCurve.KeyGetTangeantMode(pIndex, false) & eTangentAuto) == 0) {
+        return;
+    }
+    pCurve.KeySetTangeantMode(pIndex, eTangentUserBreak);
+    pCurve.KeySetRightDerivative(pIndex, pRight);
+    if (pIndex > 0 && pCurve.KeyGetInterpolation(pIndex - 1) == eInterpolationCubic) {
+        pCurve.KeySetLeftDerivative(pIndex, pLeft);
+    }
+}
+
+// New keys at the ends of a span would follow the keys outside it, which may be near in time and
+// far away: a reference pose before the first frame of the motion. They get the slopes of a curve
+// that has no other keys than those of the span, and on the outer side those that were there.
+void PartSlopes(Glissa& pBefore, Glissa& pCurve, const FilterTimes& pTimes)
+{
+    const OwnedCurve inside = Duplicate(pCurve);
+    inside->KeyClear();
+    int first = -1;
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        const KTime time = pCurve.KeyGetTime(i);
+        if (time >= pTimes.mStart && time <= pTimes.mStop) {
+            first = first < 0 ? i : first;
+            inside->KeyAppend(time, &pCurve, i);
+        }
+    }
+    const int count = inside->KeyGetCount();
+    if (count < 2) {
+        return;
+    }
+    const KeyModifyBracket bracket(pCurve);
+    const int last = first + count - 1;
+    if (first > 0) {
+        SetSlopes(pCurve, first, pBefore.EvaluateLeftDerivative(pCurve.KeyGetTime(first), nullptr),
+                  inside->KeyGetRightDerivative(0));
+    }
+    if (last < pCurve.KeyGetCount() - 1) {
+        SetSlopes(pCurve, last, inside->KeyGetLeftDerivative(count - 1),
+                  pBefore.EvaluateRightDerivative(pCurve.KeyGetTime(last), nullptr));
+    }
+}
+
 bool IsOutside(Glissa& pCurve, const FilterTimes& pTimes)
 {
     const int count = pCurve.KeyGetCount();
@@ -179,6 +224,9 @@ FilterResult RunOnCurve(GlissaFilter& pFilter, const FilterEntry& pEntry,
             curve.CopyFrom(*before, true);
         }
     }
+    if (limited && pEntry.MakesKeys() && !GlissaUtils::CompareCurve(before.get(), &curve)) {
+        PartSlopes(*before, curve, pTimes);
+    }
     if (limited && curve.KeyGetCount() > 0) {
         // No time shows the default value while there are keys, and a span does not reach it.
         curve.SetValue(before->GetValue());
@@ -232,6 +280,10 @@ std::vector<FilterResult> RunOnNode(GlissaFilter& pFilter, const FilterEntry& pE
         if (curve.IsLocked()) {
             results[i].mOutcome = FilterOutcome::locked;
         } else {
+            if (pTimes.IsLimited() && (pEntry.MakesKeys() || pEntry.mAtPlotPeriod) &&
+                !GlissaUtils::CompareCurve(before[i].get(), &curve)) {
+                PartSlopes(*before[i], curve, pTimes);
+            }
             Finish(*before[i], curve, pFilter, results[i]);
         }
     }

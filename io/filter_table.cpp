@@ -154,10 +154,12 @@ FilterEntry TransformEntry()
         "Take all nodes of the root, --node 'Hips/*': positions are scaled, turned about the "
         "origin "
         "and then moved, orientations are turned. Other joints are transformed within their "
-        "parent. Each frame gets an automatic key, and keys between frames are lost.",
+        "parent. Each frame gets an automatic key, and keys between frames are lost. A turn about "
+        "the "
+        "middle axis of a rotation order may end near gimbal lock: convert to another order first.",
         FilterScope::vector,
         FilterSpan::none,
-        true,
+        false,
         {Triple<&Trs::SetT>("translate", "value", "added to positions; not 0,0,0", 0.0),
          Triple<&Trs::SetR>("rotate", "degrees", "the turn about X, then Y, then Z; not 0,0,0",
                             0.0),

@@ -150,13 +150,6 @@ bool QuaternionFilter::Apply(GlissaNode& pNode, bool pRecursive)
     if (angles[0].KeyGetTime(count - 1) < stop) {
         angles.Append(stop, old.At(stop));
     }
-    float defaults[kAxes];
-    for (int axis = 0; axis < kAxes; ++axis) {
-        defaults[axis] = old[axis].GetValue();
-    }
     pNode.Replace(copy.get(), start, stop, false, true, KTime());
-    for (int axis = 0; axis < kAxes; ++axis) {
-        old[axis].SetValue(defaults[axis]);
-    }
     return true;
 }

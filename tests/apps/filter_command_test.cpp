@@ -336,6 +336,21 @@ TEST_F(Command, JumpsInTheSpanAreReported)
     OutputOf(resample + Arguments{"--from", "1f"});
 }
 
+TEST_F(Command, NewKeysBehindAReferencePoseDoNotFollowIt)
+{
+    WriteFile(At("pose.bvh"), "HIERARCHY\nROOT A\n{\n OFFSET 0 0 0\n CHANNELS 1 Xrotation\n}\n"
+                              "MOTION\nFrames: 6\nFrame Time: 0.1\n80\n10\n10\n10\n10\n10\n");
+    for (const char* const filter : {"resample:period=0.4", "quaternion:period=0.4"}) {
+        ASSERT_EQ(0, Run({"filter", At("pose.bvh"), "--apply", filter, "--from", "1f", "-o",
+                          At("out.glissa")})
+                         .status);
+        const ClipCurves clip = LoadClip(At("out.glissa"));
+        EXPECT_EQ(3, clip.curves[0].curve->KeyGetCount());
+        EXPECT_NEAR(10.0f, clip.curves[0].curve->Evaluate(KTime::FromSeconds(0.3), nullptr), 1e-3)
+            << filter;
+    }
+}
+
 TEST_F(Command, AFineGridIsAllowedInAShortSpan)
 {
     const std::string report = OutputOf({"filter", kClip, "--dry-run", "--apply",
