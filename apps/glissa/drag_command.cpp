@@ -163,6 +163,10 @@ DragOutput OutputOf(const DragOptions& pOptions, const DragRequest& pRequest)
     if (!isFilm && !(pOptions.shown + pOptions.size + pOptions.title).empty()) {
         throw WrongArguments("--show, --size and --title need --film");
     }
+    const bool isClipKind = pOptions.kind == "glissa" || pOptions.kind == "bvh";
+    if (!pOptions.kind.empty() && isFilm == isClipKind) {
+        throw WrongArguments("--write: a clip is glissa or bvh, a film is svg, png or pdf");
+    }
     DragOutput output;
     if (isFilm) {
         if (pOptions.dryRun) {

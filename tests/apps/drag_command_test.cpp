@@ -219,6 +219,7 @@ TEST_F(Command, DragsThatAreRefusedWriteNothing)
         {1, all + Arguments{"--move", "1", "--snap", "frames", "--fps", "72"}, "no time mode of"},
         {2, all + Arguments{"--set-value", "1", "--film", "3"}, "--film needs a move"},
         {2, all + Arguments{"--move", "1", "--film", "3"}, "the suffix of a picture"},
+        {2, all + Arguments{"--move", "1", "--write", "svg"}, "a clip is glissa or bvh"},
         {1,
          {"drag", At("locked.glissa"), "--node", "A/R", "--layer", "L", "--select", "..", "--move",
           "1", "-o", At("out.glissa")},
