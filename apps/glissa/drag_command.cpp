@@ -111,7 +111,7 @@ std::vector<DragCurve> CurvesOf(ClipCurves& pClip, const DragOptions& pOptions)
     std::vector<DragCurve> curves;
     const auto add = [&](const std::string& pName, Unit pUnit, GlissaNode& pChannel, int pIndex) {
         DragCurve curve = CurveIn(pClip, pName, pUnit, pChannel, pIndex, layer);
-        if (curve.curve && (curve.leaf->IsNodeLocked() || curve.curve->IsLocked())) {
+        if (curve.curve && curve.curve->IsLocked()) {
             throw Refusal(fmt::format("{}: {} is locked; 'glissa layer --unlock' unlocks a layer",
                                       pClip.path, PrintableText(curve.name)));
         }
