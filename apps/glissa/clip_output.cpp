@@ -120,13 +120,14 @@ std::vector<std::string> WriteClip(const ClipCurves& pClip, ClipFormat pFormat,
     if (pFormat == ClipFormat::glissa && output.IsTerminal()) {
         throw WrongArguments("a .glissa file cannot be written to a terminal: give a file");
     }
+    // Nothing may fail when the file is there.
+    std::vector<std::string> missing;
+    if (pFormat == ClipFormat::bvh) {
+        missing = {MissingKeys(pClip, pPath), MissingChannels(pClip, pPath)};
+        std::erase(missing, "");
+    }
     output.Write(pFormat == ClipFormat::bvh ? AsBvh(pClip, pPath) : AsStore(pClip, pPath));
     output.Commit();
-    if (pFormat == ClipFormat::glissa) {
-        return {};
-    }
-    std::vector<std::string> missing = {MissingKeys(pClip, pPath), MissingChannels(pClip, pPath)};
-    std::erase(missing, "");
     return missing;
 }
 
