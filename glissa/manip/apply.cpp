@@ -94,7 +94,7 @@ void CurveWriter::ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const Gl
 {
     PlaceRecords(pEdit, pAll, pOriginal, pTimeline);
     const int count = static_cast<int>(mPlaced.size());
-    const auto isBehind = [&](const Placed& pKey, const Placed& pBefore) {
+    const auto wasNext = [&](const Placed& pKey, const Placed& pBefore) {
         return pKey.change != Change::kOther && pBefore.change != Change::kOther &&
                pBefore.record->mKeyIndex + 1 == pKey.record->mKeyIndex;
     };
@@ -105,20 +105,16 @@ void CurveWriter::ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const Gl
         const Placed* const next = k + 1 < count ? &key + 1 : nullptr;
         const float value = static_cast<float>(key.record->mValue);
         isShown = isShown || (StateFlags(*key.record) & ~eMarkedForManipulation) != 0;
-        if (key.change == Change::kOther) {
-            mCurve->KeyAppendFast(key.time, value);
-            mCurve->KeyAttrSet(k, BlockOf(*key.record));
-            continue;
-        }
-        const KPriFCurveKey& original = *pOriginal.InternalPriKeyGetPtr(key.record->mKeyIndex);
-        AppendShared(*mCurve, key.time, {key.time, original.mAttribute, value});
-        const bool hasNextSlope = next && next->change == Change::kSlopes && isBehind(*next, key) &&
-                                  !IsCubicTcb(*original.mAttribute);
+        KPriFCurveKeyAttr* const original =
+            pOriginal.InternalPriKeyAttrGetPtr(key.record->mKeyIndex);
+        const bool hasNextSlope = next && next->change == Change::kSlopes && wasNext(*next, key) &&
+                                  !IsCubicTcb(*original);
         if (key.change == Change::kNone && !hasNextSlope &&
-            (original.mAttribute->mFlags & eSelectTangents) == 0) {
+            (original->mFlags & eSelectTangents) == 0) {
+            AppendShared(*mCurve, key.time, {key.time, original, value});
             continue;
         }
-        KPriFCurveKeyAttr block = *original.mAttribute;
+        KPriFCurveKeyAttr block = key.change == Change::kOther ? BlockOf(*key.record) : *original;
         block.mFlags &= ~static_cast<unsigned>(eSelectTangents);
         if (key.change == Change::kSlopes && next) {
             block.mData[eDataRightSlope] = key.record->mRightTangent.mDerivative;
@@ -126,11 +122,12 @@ void CurveWriter::ApplyToNode(Glissa& pCurve, const GlissaEdit2& pEdit, const Gl
         if (hasNextSlope) {
             block.mData[eDataNextLeftSlope] = next->record->mLeftTangent.mDerivative;
         }
+        mCurve->KeyAppendFast(key.time, value);
         mCurve->KeyAttrSet(k, block);
     }
     for (int k = 0; k < count; ++k) {
         const Placed& key = mPlaced[static_cast<std::size_t>(k)];
-        if (k > 0 && !isBehind(key, *(&key - 1))) {
+        if (k > 0 && !wasNext(key, *(&key - 1))) {
             SetLeftSide(*mCurve, k, key.record->mLeftTangent);
         }
         const bool wasLast = key.record->mKeyIndex == pAll.GetCount() - 1;
