@@ -50,9 +50,7 @@ void SwapKinds(GlissaKeyEdit2& pLeft, GlissaKeyEdit2& pRight)
 void MirrorSides(GlissaKeyEdit2& pKey)
 {
     if (pKey.mInterpolation == eInterpolationConstant) {
-        pKey.mTangentMode = pKey.mTangentMode == eConstantStandard ? eConstantNext
-                            : pKey.mTangentMode == eConstantNext   ? eConstantStandard
-                                                                   : pKey.mTangentMode;
+        pKey.mTangentMode ^= GlissaKeyAttributes::kConstantModeMask;
     }
     std::swap(pKey.mLeftTangent, pKey.mRightTangent);
     pKey.mLeftTangent.mDerivative = -pKey.mLeftTangent.mDerivative;

@@ -36,7 +36,8 @@ void GlissaManipulator::BeginManipulation(eFCurveManipulationMode pMode, bool pK
         mWork = std::make_unique<Workspace>();
     }
     std::vector<std::unique_ptr<Part>> parts;
-    if (pMode >= eManipLeftEdge && pMode <= eManipRippleBothAxes) {
+    const bool hasMode = pMode >= eManipLeftEdge && pMode <= eManipRippleBothAxes;
+    if (hasMode) {
         parts.resize(static_cast<std::size_t>(mRelatedNodes.GetCount()));
     }
     for (int i = 0; i < static_cast<int>(parts.size()); ++i) {
@@ -49,7 +50,7 @@ void GlissaManipulator::BeginManipulation(eFCurveManipulationMode pMode, bool pK
     }
     mWork->mParts.swap(parts);
     mWork->mKeepOriginals = pKeepOriginals;
-    mMode = pMode;
+    mMode = hasMode ? pMode : eManipNone;
     mSnapThreshold = pSnapThreshold;
     mOriginal = mSelection;
 }

@@ -330,6 +330,7 @@ private:
     template <typename Edit>
     void EditRecords(const Edit& pEdit);
     void Restore(Glissa& pCurve, Part& pPart);
+    void SetBase(Glissa& pCurve, Part& pPart);
     void ApplyToNode(const GlissaEdit2& pEdit, Glissa& pCurve, Part& pPart);
     template <typename Move>
     void MoveMarkedKeys(const Move& pMove);

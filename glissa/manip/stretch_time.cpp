@@ -32,6 +32,16 @@ void GlissaManipulator::ApplyToNode(const GlissaEdit2& pEdit, Glissa& pCurve, Pa
     mWork->mWriter.ApplyToNode(pCurve, pEdit, pPart.mAllEdit, *pPart.mOriginal, pPart.mTimeline);
 }
 
+// Without memory the base stays as it was.
+void GlissaManipulator::SetBase(Glissa& pCurve, Part& pPart)
+{
+    if (pPart.mBase) {
+        CurveWriter::Copy(*pPart.mBase, pCurve);
+    } else {
+        pPart.mBase.reset(pCurve.Copy());
+    }
+}
+
 void GlissaManipulator::OrderTimes()
 {
     constexpr Range kEmpty;
@@ -140,11 +150,8 @@ void GlissaManipulator::StretchXY(KTime pPivotX, double pPivotY, KTime pEdgeX, d
             if (scaleY != 1.0 && pDeltaX == KTime()) {
                 FallOff(&pCurve, 0.0, pFallOff, pPart.mOriginal.get());
             }
+            SetBase(pCurve, pPart);
         }
-        if (!pPart.mBase) {
-            pPart.mBase.reset(GlissaCreate());
-        }
-        CurveWriter::Copy(*pPart.mBase, pCurve);
         if (scaleY == 1.0 || !RipplesValues(pCurve, ripples && mRippleStretchY)) {
             return;
         }

@@ -122,6 +122,7 @@ TEST(ManipulatorEdits, ChangeKeysAndRange)
         {kLeft, OffsetBy(1, 0), "1:10 2:20 3:20 4:40 5:40 ", "3..5 20..40", kStart, 0.0, true},
         {kLeft, OffsetBy(0, 5), "1:10 2:25 3:30 4:45 5:50 ", "2..4 25..45"},
         {kBoth, OffsetBy(1, 0), kStart, "2..4 20..40"},
+        {static_cast<eFCurveManipulationMode>(7), OffsetBy(1, 5), kStart, "2..4 20..40"},
         {kBoth, OffsetBy(0, 5), "1:10 2:25 3:30 4:45 5:50 ", "2..4 20..40"},
         {kRippleLeft, OffsetBy(-1, 0), "1:20 3:40 5:50 ", "1..3 20..40"},
         {kRippleLeft, Rippled(OffsetBy(1, 0)), "1:10 3:20 5:40 6:50 ", "3..5 20..40"},
@@ -248,8 +249,9 @@ TEST(ManipulatorEdits, MirrorKeysOfOneKind)
     constexpr unsigned kUserTangent = eInterpolationCubic | eTangentUser;
     for (const unsigned flags :
          {eInterpolationLinear + 0u, eInterpolationConstant + 0u,
-          eInterpolationCubic | eTangentAuto, eInterpolationCubic | eTangentTCB, kUserTangent,
-          kUserTangent | eTangentBreak, eInterpolationCubic | eTangentAuto | eTangentClamp}) {
+          eInterpolationConstant | eTangentBreak, eInterpolationCubic | eTangentAuto,
+          eInterpolationCubic | eTangentTCB, kUserTangent, kUserTangent | eTangentBreak,
+          eInterpolationCubic | eTangentAuto | eTangentClamp}) {
         SCOPED_TRACE(flags);
         Host host(flags);
         Glissa& curve = host.Curve(0);
