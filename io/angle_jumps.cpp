@@ -36,6 +36,17 @@ void AngleJumps::Look(const Glissa& pCurve, const std::string& pName, KTime pFra
     mCurveCount += mCount > countBefore ? 1 : 0;
 }
 
+void AngleJumps::Add(const AngleJumps& pOther)
+{
+    const std::int64_t count = mCount + pOther.mCount;
+    const int curveCount = mCurveCount + pOther.mCurveCount;
+    if (mCount == 0 || (pOther.mCount > 0 && pOther.mTime < mTime)) {
+        *this = pOther;
+    }
+    mCount = count;
+    mCurveCount = curveCount;
+}
+
 AngleJumps FindAngleJumps(const Clip& pClip, const std::vector<ClipRotation>& pRotations)
 {
     AngleJumps jumps;

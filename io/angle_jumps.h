@@ -41,6 +41,8 @@ struct AngleJumps
     /// pFrame  how long a frame is
     void Look(const Glissa& pCurve, const std::string& pName, KTime pFrame,
               KTime pStart = KTime::MinusInfinite(), KTime pStop = KTime::Infinite());
+    /// Adds those of other curves.
+    void Add(const AngleJumps& pOther);
 };
 
 /// The jumps of all rotations of a clip, layers included.

@@ -21,6 +21,7 @@ std::vector<ClipRotation> RotationsOf(const Clip& pClip, const CurveClip& pCurve
             ClipRotation rotation;
             rotation.mName = named.mName;
             rotation.mNode = node;
+            rotation.mBase = named.mNode;
             if (const HostLayer* const layer = layers.Find(node->GetLayerID())) {
                 rotation.mLayer = layer->mName;
             }

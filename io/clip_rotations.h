@@ -15,6 +15,7 @@ struct ClipRotation
     std::string mName;   ///< "Hips/R"
     std::string mLayer;  ///< empty for the base
     GlissaNode* mNode = nullptr;
+    GlissaNode* mBase = nullptr;          ///< evaluates to the blend of all layers
     std::array<Glissa*, 3> mCurves = {};  ///< X, Y and Z in degrees; an axis may have no keys
 
     /// "Hips/R", or "Hips/R @Breath" for a layer.

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
-#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
@@ -21,6 +21,7 @@ struct CheckOptions
 {
     std::string path;
     std::string format;
+    bool unroll = false;
 };
 
 std::string AsText(const std::string& pPath, const StoredClip& pClip, std::int64_t pKeys,
@@ -46,7 +47,10 @@ std::string AsText(const std::string& pPath, const StoredClip& pClip, std::int64
 void RunCheck(const CheckOptions& pOptions)
 {
     // A fault that ends the reading is a Refusal; all others are listed.
-    const StoredClip stored = LoadAnyClip(pOptions.path);
+    StoredClip stored = LoadAnyClip(pOptions.path);
+    if (pOptions.unroll) {
+        PrintMessage(UnrollClip(stored, pOptions.path));
+    }
     std::int64_t keys = 0;
     for (const ClipCurve& each : stored.mCurves.GetCurves()) {
         keys += each.mCurve->KeyGetCount();
@@ -76,6 +80,7 @@ void AddCheckCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command = pApp.add_subcommand(
         "check", "Check a clip file: list its faults, and warn of jumps of its rotations");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     AddJsonOptions(*command, options->format);
     command->footer("Exit status: 0 without faults, otherwise 1. Each fault has a line. Warnings "
                     "do not change the status.\n"

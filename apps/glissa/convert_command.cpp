@@ -6,6 +6,7 @@
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/clip_output.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/progress.h"
@@ -26,6 +27,7 @@ namespace
 struct ConvertOptions
 {
     std::string path;
+    bool unroll = false;
     std::string output;
     std::string format;
     std::string rotation;
@@ -136,7 +138,7 @@ void RunConvert(const ConvertOptions& pOptions)
         throw WrongArguments("--node chooses rotations for --rotation, which is missing");
     }
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
-    ClipCurves clip = LoadClip(pOptions.path);
+    ClipCurves clip = LoadClip(pOptions.path, pOptions.unroll);
     const std::string report =
         pOptions.rotation.empty() ? std::string() : ConvertOrder(clip, pOptions);
     SaveClip(clip, format, pOptions.output);
@@ -154,6 +156,7 @@ void AddConvertCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("convert", "Write a clip in another file format or rotation order");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     command
         ->add_option("OUTPUT", options->output,
                      "File to write, completely or not at all; - for standard output")

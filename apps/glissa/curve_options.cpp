@@ -3,11 +3,13 @@
 
 #include "apps/glissa/curve_options.h"
 
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 
 void CurveOptions::AddTo(CLI::App& pCommand)
 {
     AddClipArgument(pCommand, path);
+    AddUnrollOption(pCommand, unroll);
     AddPatternOption(pCommand, "-c,--curve", patterns, "Curve: Hips/R/X");
     pCommand.add_flag("-a,--all", all, "All curves");
     AddPatternOption(pCommand, "-n,--node", nodes,

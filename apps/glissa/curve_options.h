@@ -15,6 +15,7 @@
 struct CurveOptions
 {
     std::string path;
+    bool unroll = false;
     std::vector<std::string> patterns;
     bool all = false;
     std::vector<std::string> nodes;

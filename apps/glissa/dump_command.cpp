@@ -4,6 +4,7 @@
 // Writes the document field by field, without interpretation. Equal documents have equal text.
 
 #include "apps/glissa/clip_curves.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
@@ -24,6 +25,7 @@ namespace
 struct DumpOptions
 {
     std::string path;
+    bool unroll = false;
     std::string output;
     std::string format;
 };
@@ -172,12 +174,12 @@ private:
 };
 
 // Any document of the field store can be shown, also without a clip. A BVH clip is shown as it
-// would be stored.
-void LoadDocument(const std::string& pPath, KTdf& pTdf)
+// would be stored, and so is a clip whose jumps are mended.
+void LoadDocument(const std::string& pPath, bool pUnroll, KTdf& pTdf)
 {
     const std::string bytes = ValueOrRefusal(ReadTextFile(pPath));
-    if (!IsStore(bytes)) {
-        const ClipCurves clip = LoadClip(pPath);
+    if (pUnroll || !IsStore(bytes)) {
+        const ClipCurves clip = LoadClip(pPath, pUnroll);
         StoreClip(clip.clip, clip.owner, pTdf);
     } else if (!pTdf.Load(
                    std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()))) {
@@ -188,7 +190,7 @@ void LoadDocument(const std::string& pPath, KTdf& pTdf)
 void RunDump(const DumpOptions& pOptions)
 {
     KTdf tdf;
-    LoadDocument(pOptions.path, tdf);
+    LoadDocument(pOptions.path, pOptions.unroll, tdf);
     Output output(pOptions.output, pOptions.path);
     Dump(tdf, output, pOptions.format == "json").Write();
     output.Commit();
@@ -201,6 +203,7 @@ void AddDumpCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("dump", "Show all fields and values of a .glissa file");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     AddJsonOptions(*command, options->format);
     AddOutputOption(*command, options->output);
     command->footer("Examples:\n"

@@ -1,10 +1,10 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/curve_options.h"
 #include "apps/glissa/output.h"
-#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/table.h"
 
 #include <fmt/format.h>
@@ -44,8 +44,7 @@ void RunEval(const EvalOptions& pOptions)
     const double rate =
         pOptions.rate.empty() ? 0.0 : ParseOption("--rate", &ParseRate, pOptions.rate).number;
 
-    ClipCurves clip = LoadClip(curves.path);
-    WarnOfJumps(clip);
+    ClipCurves clip = LoadClipToSample(curves.path, curves.unroll);
     Table table;
     table.clip = &clip;
     table.slopes = pOptions.slopes;

@@ -7,6 +7,7 @@
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/clip_output.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/filter_recipe.h"
 #include "apps/glissa/filter_report.h"
@@ -53,6 +54,7 @@ struct FilterOptions
     bool list = false;
     bool dryRun = false;
     bool resume = false;
+    bool unroll = false;
 };
 
 // A clip with where it is written; empty for a dry run.
@@ -255,8 +257,9 @@ void WarnOfSteps(const FilterEntry& pEntry, const std::vector<FilterTarget>& pTa
     }
     const AngleJumps jumps = FindAngleJumps(pTargets, pTimes, pFrame);
     if (jumps.mCount > 0) {
-        pReport.warnings.push_back(fmt::format("{}: {}; run unroll first, {} takes them for motion",
-                                               pReport.path, JumpsText(jumps), pEntry.mName));
+        pReport.warnings.push_back(
+            fmt::format("{}: {}; {} takes them for motion, --unroll mends them", pReport.path,
+                        JumpsText(jumps), pEntry.mName));
     }
     const std::vector<std::string> poses = FindReferencePose(pTargets, pTimes);
     if (!poses.empty()) {
@@ -285,6 +288,9 @@ public:
             return report;
         }
         ClipCurves clip = LoadClip(pJob.path);
+        if (mOptions.unroll) {
+            report.warnings.push_back(UnrollClip(clip));
+        }
         for (const NamedNode& node : ChooseNodes(clip, {})) {
             for (int i = 0; i < node.node->GetCount(); ++i) {
                 report.units[node.name + '/' + node.node->Get(i)->GetName()] = UnitName(node.unit);
@@ -504,6 +510,7 @@ void AddFilterCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("filter", "Clean, smooth, reduce and resample the curves of clips");
     command->add_option("CLIP", options->clips, "Clips to read (BVH or .glissa)");
+    AddUnrollOption(*command, options->unroll);
     AddTextOption(*command, "-f,--apply", options->filters,
                   "Filter to run, with its parameters; several run in the order given",
                   "FILTER[:NAME=VALUE,...]");

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "apps/glissa/clip_curves.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
@@ -33,6 +34,7 @@ struct InfoOptions
     bool list = false;
     bool tree = false;
     bool bench = false;
+    bool unroll = false;
 };
 
 struct CurveRange
@@ -211,7 +213,7 @@ std::string AsText(const Json& pInfo, const AngleJumps& pJumps)
 
 void RunInfo(const InfoOptions& pOptions)
 {
-    ClipCurves clip = LoadClip(pOptions.path);
+    ClipCurves clip = LoadClip(pOptions.path, pOptions.unroll);
     const AngleJumps jumps = FindAngleJumps(clip.clip, RotationsOf(clip.clip, clip.owner));
     const Json info = Describe(clip, jumps, pOptions);
     WriteOutput(pOptions.output, pOptions.path,
@@ -224,6 +226,7 @@ void AddInfoCommand(CLI::App& pApp, Action& pAction)
     const auto options = std::make_shared<InfoOptions>();
     CLI::App* const command = pApp.add_subcommand("info", "Show the contents of a clip");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     command->add_flag("--list", options->list, "Add a line for each curve");
     command->add_flag("--tree", options->tree, "Add the nodes with their curves and layers");
     command->add_flag("--bench", options->bench, "Measure the evaluation of all curves");

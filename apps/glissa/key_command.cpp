@@ -5,6 +5,7 @@
 // made on all chosen curves; if it is refused on one curve, nothing is written.
 
 #include "apps/glissa/clip_output.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/node_key.h"
 #include "apps/glissa/shared_options.h"
@@ -22,6 +23,7 @@ namespace
 struct KeyOptions
 {
     std::string path;
+    bool unroll = false;
     std::vector<std::string> patterns;
     bool all = false;
     std::vector<std::string> nodes;
@@ -295,7 +297,7 @@ void RunNodeKey(const KeyOptions& pOptions, std::optional<double> pRate)
 {
     const NodeKeyRequest request = MakeNodeRequest(pOptions);
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
-    ClipCurves clip = LoadClip(pOptions.path);
+    ClipCurves clip = LoadClip(pOptions.path, pOptions.unroll);
     KeyNodes(clip, request, request.at.At(pRate ? *pRate : clip.framesASecond));
     clip.DropRecordedValues();
     SaveClip(clip, format, pOptions.output);
@@ -319,7 +321,7 @@ void RunKey(const KeyOptions& pOptions)
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
     MakeEdits(pOptions, rate);  // reports wrong arguments before the clip is read
 
-    ClipCurves clip = LoadClip(pOptions.path);
+    ClipCurves clip = LoadClip(pOptions.path, pOptions.unroll);
     const std::vector<NamedCurve*> curves = ChooseCurves(clip, choice);
     const std::vector<Edit> edits = MakeEdits(pOptions, rate.value_or(clip.framesASecond));
     for (std::size_t i = 0; i < edits.size(); ++i) {
@@ -357,6 +359,7 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("key", "Insert, remove, move and shape keys, or set keys of a node");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     AddPatternOption(*command, "-c,--curve", options->patterns, "Curve to edit: Hips/R/X");
     command->add_flag("-a,--all", options->all, "Edit all curves");
     AddPatternOption(*command, "-n,--node", options->nodes,

@@ -6,6 +6,7 @@
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/clip_output.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/shared_options.h"
@@ -21,6 +22,7 @@ namespace
 struct LayerOptions
 {
     std::string path;
+    bool unroll = false;
     std::string add, remove, mute, unmute, lock, unlock;
     bool list = false;
     std::string mode;
@@ -163,11 +165,12 @@ void RunLayer(const LayerOptions& pOptions)
 {
     CheckOptions(pOptions);
     if (pOptions.list) {
-        WriteOutput(pOptions.output, pOptions.path, ListText(LoadClip(pOptions.path)));
+        WriteOutput(pOptions.output, pOptions.path,
+                    ListText(LoadClip(pOptions.path, pOptions.unroll)));
         return;
     }
     const ClipFormat format = ChooseClipFormat(pOptions.output, pOptions.format);
-    ClipCurves clip = LoadClip(pOptions.path);
+    ClipCurves clip = LoadClip(pOptions.path, pOptions.unroll);
     if (!pOptions.add.empty()) {
         Add(clip, pOptions);
     } else if (!pOptions.remove.empty()) {
@@ -188,6 +191,7 @@ void AddLayerCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("layer", "Add, remove, mute, lock and list the layers of a clip");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     command->add_flag("--list", options->list, "List the layers");
     AddTextOption(*command, "--add", options->add, "Add a layer without keys above the others",
                   "NAME");

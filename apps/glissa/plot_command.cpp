@@ -1,6 +1,7 @@
 // Copyright (c) 2026 The glissa authors
 // SPDX-License-Identifier: MIT
 
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/comparison.h"
 #include "apps/glissa/curve_options.h"
@@ -10,7 +11,6 @@
 #include "apps/glissa/node_picture.h"
 #include "apps/glissa/output.h"
 #include "apps/glissa/picture_output.h"
-#include "apps/glissa/rotation_report.h"
 
 #include <fmt/format.h>
 
@@ -222,15 +222,13 @@ void RunPlot(const PlotOptions& pOptions)
         throw WrongArguments("--against cannot be combined with --layers");
     }
 
-    ClipCurves clip = LoadClip(pOptions.curves.path);
-    WarnOfJumps(clip);
+    ClipCurves clip = LoadClipToSample(pOptions.curves.path, pOptions.curves.unroll);
     std::optional<ClipCurves> other;
     std::vector<std::string> inputs = {clip.path};
     PictureOptions picture;
     picture.title = FileName(clip.path);
     if (isComparison) {
-        other = LoadClip(pOptions.against);
-        WarnOfJumps(*other);
+        other = LoadClipToSample(pOptions.against, pOptions.curves.unroll);
         inputs.push_back(other->path);
         // The clips may have the same file name in two folders.
         const bool needsPaths =

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "apps/glissa/clip_nodes.h"
+#include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
 #include "apps/glissa/json_report.h"
 #include "apps/glissa/output.h"
-#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/shared_options.h"
 #include "apps/glissa/text_table.h"
 #include "corvekit/math/rotation_order.h"
@@ -23,6 +23,7 @@ struct PoseOptions
     std::string framesASecond;
     std::string output;
     std::string format;
+    bool unroll = false;
 };
 
 struct PoseRow
@@ -76,8 +77,7 @@ void RunPose(const PoseOptions& pOptions)
 {
     const TimeArgument at = ParseOption("--at", &ParseTime, pOptions.at);
     const std::optional<double> rate = FrameRateOf(pOptions.framesASecond);
-    const ClipCurves clip = LoadClip(pOptions.path);
-    WarnOfJumps(clip);
+    const ClipCurves clip = LoadClipToSample(pOptions.path, pOptions.unroll);
     const KTime time = at.At(rate.value_or(clip.framesASecond));
     std::vector<PoseRow> rows;
     for (const NamedNode& node : ChooseNodes(clip, pOptions.nodes)) {
@@ -97,6 +97,7 @@ void AddPoseCommand(CLI::App& pApp, Action& pAction)
     CLI::App* const command =
         pApp.add_subcommand("pose", "Show the values of all nodes at one time, layers blended");
     AddClipArgument(*command, options->path);
+    AddUnrollOption(*command, options->unroll);
     AddTextOption(*command, "--at", options->at, "Time, in seconds (1.25) or frames (37f)", "TIME")
         ->required();
     AddPatternOption(*command, "-n,--node", options->nodes, "Node: Hips/R; default: all nodes");

@@ -3,9 +3,6 @@
 
 #include "apps/glissa/rotation_report.h"
 
-#include "apps/glissa/output.h"
-#include "io/clip_rotations.h"
-
 #include <fmt/format.h>
 
 namespace
@@ -38,12 +35,19 @@ Json DescribeJumps(const AngleJumps& pJumps)
     return {{"count", pJumps.mCount}, {"curves", pJumps.mCurveCount}, {"first", first}};
 }
 
-void WarnOfJumps(const ClipCurves& pClip)
+std::string UnrollText(const UnrollReport& pReport)
 {
-    const AngleJumps jumps = FindAngleJumps(pClip.clip, RotationsOf(pClip.clip, pClip.owner));
-    if (jumps.mCount > 0) {
-        PrintMessage(
-            fmt::format("{}: {}; run unroll first, the values between these frames are wrong",
-                        pClip.path, JumpsText(jumps)));
+    std::string text = "no jumps of angles to mend";
+    if (pReport.mMended > 0) {
+        text = fmt::format("mended {} jump{} of {} curve{}, the largest change of an orientation "
+                           "is {:.2g} degrees",
+                           pReport.mMended, PluralEnd(pReport.mMended), pReport.mCurveCount,
+                           PluralEnd(pReport.mCurveCount), pReport.mLargestTurn);
     }
+    if (pReport.mKept.mCount > 0) {
+        text += "; kept in rotations that are locked or have keys more than one and a half frames "
+                "apart: " +
+                JumpsText(pReport.mKept);
+    }
+    return text;
 }

@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "apps/glissa/clip_curves.h"
 #include "apps/glissa/json_report.h"
-#include "io/angle_jumps.h"
+#include "io/unroll_clip.h"
 
 #include <string>
 
@@ -15,5 +14,6 @@ std::string JumpsText(const AngleJumps& pJumps);
 /// The count, the number of curves and the first jump, which is null without one.
 Json DescribeJumps(const AngleJumps& pJumps);
 
-/// Prints a line if rotations of the clip have jumps. For commands that sample between keys.
-void WarnOfJumps(const ClipCurves& pClip);
+/// "mended 2 jumps of 1 curve, the largest change of an orientation is 1.2e-05 degrees", and what
+/// was left alone.
+std::string UnrollText(const UnrollReport& pReport);

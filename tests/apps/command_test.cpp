@@ -108,6 +108,33 @@ TEST_F(Command, JumpsOfAnglesAreReportedOnReading)
         EXPECT_EQ(2, json["angle_jumps"]["count"]);
         EXPECT_EQ(first, json["angle_jumps"]["first"]);
     }
+
+    // Every command that reads a clip mends them where it is told to.
+    for (const Arguments& each : {Arguments{"info"},
+                                  {"check"},
+                                  {"eval", "-a"},
+                                  {"plot", "-a"},
+                                  {"pose", "--at", "1"},
+                                  {"dump"},
+                                  {"convert", At("a.bvh")},
+                                  {"key", "-a", "--insert", ".75", "-o", At("a.glissa")},
+                                  {"layer", "--list"},
+                                  {"filter", "--apply", "resample", "--dry-run"}}) {
+        SCOPED_TRACE(each.front());
+        Arguments unroll = each;
+        unroll.insert(unroll.begin() + 1, {clip, "--unroll"});
+        const Result run = Run(unroll);
+        EXPECT_EQ(0, run.status);
+        EXPECT_EQ("glissa: " + clip +
+                      ": mended 2 jumps of 1 curve, the largest change of an orientation is 0 "
+                      "degrees\n",
+                  run.err);
+    }
+    OutputOf({"pose", At("a.bvh"), "--at", "1"});
+    const Csv csv = ParseCsv(OutputOf({"eval", At("a.glissa"), "-c", "A/R/X", "--rate", "2"}));
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ((std::vector<double>{170, 178, 181, 179})[i], csv.rows[i][1]);
+    }
 }
 
 TEST_F(Command, PlotWritesEachFormat)

@@ -321,7 +321,7 @@ TEST_F(Command, JumpsInTheSpanAreReported)
     const Arguments resample = {"filter", At("jump.bvh"), "--dry-run", "--apply", "resample"};
     EXPECT_EQ("glissa: " + At("jump.bvh") +
                   ": 1 step of more than 180 degrees between frames in 1 curve, first in A/R/X at "
-                  "3 s (frame 3); run unroll first, resample takes them for motion\n",
+                  "3 s (frame 3); resample takes them for motion, --unroll mends them\n",
               Run(resample + Arguments{"--from", "2.5"}).err);
     OutputOf(resample + Arguments{"--to", "1.5"});
     // Without the jump, and then with a reference pose.
