@@ -19,6 +19,7 @@
 
 namespace
 {
+constexpr double kMostTicks = 9.2e18;     // about the range of KTime
 constexpr double kLeastValueSpan = 1e-5;  // of a stretch; the manipulator widens smaller ones
 
 std::optional<ETimeMode> TimeModeOf(double pFramesASecond)
@@ -34,8 +35,7 @@ std::optional<ETimeMode> TimeModeOf(double pFramesASecond)
 
 KTime Ticks(double pTicks)
 {
-    constexpr double kMost = 9.2e18;
-    return KTime(std::llround(std::clamp(pTicks, -kMost, kMost)));
+    return KTime(std::llround(std::clamp(pTicks, -kMostTicks, kMostTicks)));
 }
 
 // Keys are floats, so that a limit as it is printed for a key includes the key.
@@ -195,6 +195,9 @@ void Drag::ResolveTimes(const SelectionBox& pBox)
                                   pBox.from.GetSecondDouble(), pBox.to.GetSecondDouble()));
     }
     mTimes.delta = stretch.factor ? (*stretch.factor - 1.0) * span : ticks(stretch.by);
+    if (std::fabs(mTimes.delta) > kMostTicks) {
+        throw Refusal("the stretch would leave the range of times");
+    }
     if (mTimes.delta == -span) {
         throw Refusal("the stretch would put all times on the pivot");
     }

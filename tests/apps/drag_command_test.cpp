@@ -208,6 +208,7 @@ TEST_F(Command, DragsThatAreRefusedWriteNothing)
         {2, all + Arguments{"--move", "0,1e39"}, "in the range of a float"},
         {2, all + Arguments{"--move", "1e30"}, "out of range"},
         {1, all + Arguments{"--move", "6e10"}, "too many frames"},
+        {1, all + Arguments{"--scale-time", "-1e12"}, "would leave the range of times"},
         {1, all + Arguments{"--scale-value", "1e40"}, "A/T/Y: a value would leave the range"},
         {1, all + Arguments{"--stretch-value", "by=-80"}, "use --set-value"},
         {1, y + Arguments{"--select", "4f", "--scale-time", "2"}, "less than a frame apart"},
