@@ -131,7 +131,8 @@ private:
 
 void HoldFidelity(Glissa& pCurve, Glissa& pReference, const KSmartPlotOptions& pOptions)
 {
-    const double tolerance = pOptions.mFidelityTolerance;
+    // Below 0 even curves that agree would differ.
+    const double tolerance = std::max(pOptions.mFidelityTolerance, 0.0);
     const KeyModifyBracket bracket(pCurve);
     Comparison comparison(pCurve, pReference);
     for (int i = 1; i < pCurve.KeyGetCount();) {

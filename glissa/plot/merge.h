@@ -14,14 +14,14 @@ class GlissaNode;
 /// pChain  includes the layers.
 GLISSA_API bool GLISSA_IsAllSameInterpolation(GlissaNode* pNode, unsigned int pMask, bool pChain);
 
-/// Merges the layers of a channel whose keys are all constant into one constant key at each key
-/// time, without sampling. Where layers change at a time to a value that they hold from there on
-/// (eConstantStandard) and others to one that they take behind it (eConstantNext), a second key
-/// 1/120 s later takes the value behind it.
+/// Merges the layers of a channel whose keys are all constant, without sampling: one constant key
+/// at each time at which a layer has one. It is eConstantNext where all curves of all layers have a
+/// key of this mode there, else eConstantStandard. Where only some curves take their next value, a
+/// second key 1/120 s later has the value that the layers have by then.
 ///
-/// Keys from pStart to pStop are merged, and the walk goes on 1/120 s behind each second key. Keys
-/// that a destination has remain. Without a source key at pStart or later, two keys hold the values
-/// of the layers: a tick before pStart, and 1/120 s after that.
+/// Keys from pStart to pStop are merged; behind a second key the next one is searched from its time
+/// on. Keys that the destination has remain. Without a source key at pStart or later, two keys hold
+/// the values of the layers: a tick before pStart, and 1/120 s after that.
 ///
 /// pDestination  a channel of the structure of pSource, with curves. It takes the value of all
 ///               layers at each time: where one channel has a key, all get one.

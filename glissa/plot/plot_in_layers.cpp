@@ -120,6 +120,8 @@ private:
     {
         return pLayer.GetLayerID() == mRequest.target.GetLayerID();
     }
+    // A start behind the stop leaves nothing to write in a span.
+    bool HasTime() const { return mRequest.span.start <= mRequest.span.stop; }
     bool FindSpan();
     bool CanWriteTarget();
     bool CanSolve();
@@ -180,7 +182,7 @@ bool LayerPlot::FindSpan()
         mRequest.span.start = IsInfinite(mRequest.span.start) ? start : mRequest.span.start;
         mRequest.span.stop = IsInfinite(mRequest.span.stop) ? stop : mRequest.span.stop;
     }
-    return mRequest.span.start > mRequest.span.stop ||
+    return !HasTime() ||
            SampleGrid(mRequest.span.start, mRequest.span.stop, mRequest.span.period).count > 0;
 }
 
@@ -325,6 +327,9 @@ void LayerPlot::Clean()
 
 void LayerPlot::ZeroSpan(GlissaNode& pLayer)
 {
+    if (!HasTime()) {
+        return;
+    }
     const std::vector<double> zero = ZeroValuesOf(mNode);
     const CurveHolder held(GlissaCreate());
     for (int i = 0; i < pLayer.GetCount(); ++i) {
@@ -356,6 +361,9 @@ void LayerPlot::RemoveLayer(GlissaNode& pLayer)
 
 void LayerPlot::ReplaceSpan(GlissaNode& pTarget, PlottedCurves pCurves)
 {
+    if (!HasTime()) {
+        return;
+    }
     const NodeHolder source(pTarget.CloneTemplate(false, false, false, GlissaLayerInfo::Invalid));
     GiveCurves(std::move(pCurves), *source);
     pTarget.Replace(source.get(), mRequest.span.start, mRequest.span.stop, false, true, KTime());

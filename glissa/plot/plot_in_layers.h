@@ -83,9 +83,10 @@ enum EGlissaPlotFlags : unsigned
 /// Without a reference the target takes the values as they are: **with a weight below 1, muted, or
 /// with layers that remain, the total differs from before**. Dense keys are cubic and automatic, so
 /// steps and corners between samples are rounded. The last sample is the first one behind the stop.
-/// A start behind the stop samples nothing, and the empty result is written. The sum of scalings
-/// keeps their sign, a blend does not. A smart plot of a rotation on a path of quaternions holds
-/// the tolerance for its curves, not for the path.
+/// A start behind the stop samples nothing: no span is written, but the result node and
+/// ePlotReplaceCurves take empty curves, and layers are removed. Scalings keep their
+/// sign, which a blend loses. A smart plot of a rotation on a path of quaternions holds the
+/// tolerance for its curves, not for the path.
 ///
 /// pNode        the base node of a chain.
 /// pLayers      ids to bake, in any order; null for all. Missing ones are skipped.
