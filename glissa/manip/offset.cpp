@@ -55,8 +55,10 @@ double GlissaManipulator::AdjustYOffsetToSnapOnNeighbor(double pY) const
     if (!mWork || !(std::fabs(pY) > mSnapThreshold)) {
         return pY;
     }
-    for (const auto& part : mWork->mParts) {
-        if (!part || part->mMarked.IsEmpty()) {
+    for (int i = 0; i < static_cast<int>(mWork->mParts.size()); ++i) {
+        const Part* const part = mWork->mParts[static_cast<std::size_t>(i)].get();
+        // A curve that is gone does not decide.
+        if (!part || part->mMarked.IsEmpty() || RelatedCurve(i) != part->mCurve) {
             continue;
         }
         const auto snap = [&](int pMarked, int pNeighbour, double& pSnapped) {
