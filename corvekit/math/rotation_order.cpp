@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace
@@ -68,8 +69,10 @@ void TakeEnabled(KgeRVector& pEnds, const bool* pEnable, const double* pValues)
 // not move on.
 double NextTo(double pAngle, double pReference)
 {
-    double turns = 0.0;
-    const double fraction = std::modf((pReference - pAngle) / 360.0, &turns);
+    // The same as std::modf for angles that IsUsable, without a call.
+    const double way = (pReference - pAngle) / 360.0;
+    double turns = static_cast<double>(static_cast<std::int64_t>(way));
+    const double fraction = way - turns;
     turns += fraction > 0.5 ? 1.0 : fraction < -0.5 ? -1.0 : 0.0;
     return pAngle + 360.0 * turns;
 }
@@ -91,6 +94,14 @@ double NextToWithin(double pAngle, double pReference, const Limits& pLimits, int
 // 1 or -1 where the middle angle is locked at 90 or -90 or whole turns from there, else 0.
 int LockOf(double pMiddle)
 {
+    // Most angles are far from it. The quotient of the others is not exact.
+    constexpr double kMostQuick = 1e6;
+    constexpr double kFar = 1e-6;  // in half turns, above the rounding of the quotient
+    const double half = pMiddle / 180.0;
+    const double below = static_cast<double>(static_cast<std::int64_t>(half));
+    if (std::fabs(pMiddle) < kMostQuick && std::fabs(std::fabs(half - below) - 0.5) > kFar) {
+        return 0;
+    }
     const double angle = std::remainder(pMiddle, 360.0);
     if (std::fabs(std::fabs(angle) - 90.0) > kLockDegrees) {
         return 0;
@@ -141,6 +152,22 @@ void PlaceLocked(KgeRVector& pAngles, const KgeRVector& pReference, const Limits
     }
 }
 
+// PlaceNearest without limits and lock, as usual keys are. Returns whether the other form is
+// nearer.
+bool PlaceFree(KgeRVector& pOut, const KgeRVector& pIn, const KgeRVector& pReference, int pMiddle)
+{
+    KgeRVector form;
+    KgeRVector other;
+    for (int axis = 0; axis < 3; ++axis) {
+        form[axis] = NextTo(pIn[axis], pReference[axis]);
+        other[axis] =
+            NextTo(axis == pMiddle ? 180.0 - pIn[axis] : pIn[axis] + 180.0, pReference[axis]);
+    }
+    const bool isOther = (other - pReference).SquareLength() < (form - pReference).SquareLength();
+    pOut = isOther ? other : form;
+    return isOther;
+}
+
 // Returns the nearest form within one set of limits: 0 the angles as given, 1 the other form, -1 if
 // neither is within them, and pOut is then unchanged.
 int PlaceNearest(KgeRVector& pOut, const KgeRVector& pIn, const KgeRVector& pReference,
@@ -188,6 +215,10 @@ bool KVdRotationOrder::V2VRef(KgeRVector& pOut, const KgeRVector& pIn, const Kge
     if (!IsUsable(pIn) || !IsUsable(pReference)) {
         pOut = pIn;
         return false;
+    }
+    const int middle = GetAxes()[1];
+    if (!pEnableMin && !pEnableMax && LockOf(pIn[middle]) == 0) {
+        return PlaceFree(pOut, pIn, pReference, middle);
     }
     Limits limits;
     TakeEnabled(limits.mLeast, pEnableMin, pMin);

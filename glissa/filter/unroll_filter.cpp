@@ -7,6 +7,7 @@
 
 #include "glissa/filter/unroll_filter.h"
 
+#include "glissa/curve/key_kind.h"
 #include "glissa/curve/modify_bracket.h"
 #include "glissa/filter/key_sync.h"
 #include "glissa/filter/rotation_curves.h"
@@ -17,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
+#include <optional>
 
 namespace
 {
@@ -30,6 +32,16 @@ bool FindChildCurves(GlissaNode& pNode, Glissa* (&pCurves)[kRotationAxes])
         pCurves[i] = pNode.Get(i)->FCurveGet();
     }
     return pCurves[0] && pCurves[1] && pCurves[2];
+}
+
+bool HasUserTangents(const Glissa& pCurve)
+{
+    for (int i = 0; i < pCurve.KeyGetCount(); ++i) {
+        if (IsCubicUser(pCurve, i)) {
+            return true;
+        }
+    }
+    return false;
 }
 }  // namespace
 
@@ -111,7 +123,11 @@ bool GlissaUnrollFilter::DoUnroll(GlissaNode* pNode)
     AddLimits(rules);
     if (GetStartTime() <= keys.GetStart() && GetStopTime() >= keys.GetStop() &&
         !GlissaFilterKeySync().NeedApply(curves, kRotationAxes)) {
-        const KeptOnFailure kept(curves, kRotationAxes);
+        // Without slopes that change sign nothing here needs memory once a value has changed.
+        std::optional<KeptOnFailure> kept;
+        if (HasUserTangents(*curves[rules.order.GetAxes()[1]])) {
+            kept.emplace(curves, kRotationAxes);
+        }
         UnrollKeys(curves, 0, curves[0]->KeyGetCount() - 1, rules);
         return true;
     }

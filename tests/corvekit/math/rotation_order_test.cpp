@@ -169,8 +169,9 @@ TEST(NearestAngles, NoOtherFormOrTurnInsideTheLimitsIsNearer)
         LimitCase limits = isLimited ? RandomLimits(source, reference) : unlimited;
 
         KgeRVector out = in;  // in place, as filters call it
-        const bool flipped = order.V2VRef(out, out, reference, limits.enableMin, limits.min,
-                                          limits.enableMax, limits.max);
+        const bool flipped = isLimited ? order.V2VRef(out, out, reference, limits.enableMin,
+                                                      limits.min, limits.enableMax, limits.max)
+                                       : order.V2VRef(out, out, reference);
         double direct = BruteDistance(in, reference, axes, limits, false);
         double other = BruteDistance(in, reference, axes, limits, true);
         if (std::min(direct, other) == kInfinity) {
