@@ -137,6 +137,9 @@ void PlotSampler::Sample(const Values& pValues)
             isSmart && cursor.nextKey == kNone &&
             std::find(mHasMoved.begin(), mHasMoved.end(), true) != mHasMoved.end();
         time = cursor.Choose(isSmart, endsMoved ? mSpan.stop : kNone);
+        if (time == KTime::Infinite()) {
+            break;  // a period beyond the range of times
+        }
         pValues(values.data(), mUsesWarp ? WarpedTime(mNode, time, false) : time);
         if (isRotation) {
             order.V2VRef(angles, KgeRVector(values.data()), angles);
@@ -147,7 +150,7 @@ void PlotSampler::Sample(const Values& pValues)
             EmitSparse(time, values, cursor);
         }
         cursor.Advance(time, mSpan);
-    } while (time <= mSpan.stop && time < KTime::Infinite());
+    } while (time <= mSpan.stop);
 }
 
 void PlotSampler::Emit(KTime pTime, const std::vector<double>& pValues)
