@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Steps of a drag, against writing the keys of the result with one event each; begin and end,
-// against eleven copies of each curve.
+// against eleven copies of each curve; a selection, against a test and an event for each key.
 
 #include "benchmarks/paired.h"
 #include "glissa/curve/modify_bracket.h"
@@ -155,6 +155,33 @@ void BeginAndEnd(benchmark::State& pState)
             return scene.Check();
         });
 }
+
+void Select(benchmark::State& pState)
+{
+    constexpr int kKeys = 1000000;
+    constexpr int kFirst = 400000;
+    Scene scene(kRecorded, 1, kKeys, 0, -1);
+    Glissa& curve = *scene.mCurves.front();
+    const KTime start = curve.KeyGetTime(kFirst);
+    const KTime stop = curve.KeyGetTime(kFirst + kKeys / 10 - 1);
+    RunPaired(
+        pState, kKeys,
+        [&] {
+            scene.mManipulator.SelectKeys(eSelectionToggle, start, stop, -2.0, 2.0);
+            return scene.Check();
+        },
+        [&] {
+            const KeyModifyBracket bracket(curve);
+            for (int i = 0; i < kKeys; ++i) {
+                const KTime time = curve.KeyGetTime(i);
+                const float value = curve.KeyGetValue(i);
+                if (start <= time && time <= stop && value >= -2.0f && value <= 2.0f) {
+                    curve.CallbackAddEvent(eEventSelection, i);
+                }
+            }
+            return scene.Check();
+        });
+}
 }  // namespace
 
 BENCHMARK_CAPTURE(FewKeys, recorded_offset_time, kRecorded, OffsetTime)->UseManualTime();
@@ -178,3 +205,4 @@ BENCHMARK_CAPTURE(ManyCurves, user_stretch_time, kUser, StretchTime)->UseManualT
 BENCHMARK_CAPTURE(ManyCurves, user_stretch_value, kUser, StretchValue)->UseManualTime();
 BENCHMARK_CAPTURE(ManyCurves, user_stretch_both, kUser, StretchBoth)->UseManualTime();
 BENCHMARK(BeginAndEnd)->UseManualTime();
+BENCHMARK(Select)->UseManualTime();

@@ -3,56 +3,28 @@
 
 // Which keys and which nodes a manipulation changes.
 
-#include "glissa/curve/attribute_count.h"
-#include "glissa/curve/curve.h"
+#include "glissa/curve/modify_bracket.h"
+#include "glissa/manip/flag_writer.h"
 #include "glissa/manip/manipulator.h"
 #include "glissa/node/node.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace
 {
-/// Marks keys of a curve one after the other. Keys that share a block of attributes share one
-/// afterwards too, as long as they are next to each other.
-class Marker
+// Makes the marks of the keys pFirst to pLast equal to pIsMarked(index).
+template <typename IsMarked>
+void MarkKeys(Glissa& pCurve, int pFirst, int pLast, const IsMarked& pIsMarked)
 {
-public:
-    explicit Marker(Glissa& pCurve) : mCurve(pCurve) {}
-
-    void Mark(int pIndex, bool pMark)
-    {
-        KPriFCurveKey& key = *mCurve.InternalPriKeyGetPtr(pIndex);
-        KPriFCurveKeyAttr* const old = key.mAttribute;
-        if (old->GetMarkedForManipulation() == pMark) {
-            return;
-        }
-        if (old == mOld && mNew->GetMarkedForManipulation() == pMark) {
-            AddReferences(*mNew, 1);
-            RemoveReferences(*old, 1);
-            key.mAttribute = mNew;
-        } else {
-            mCurve.KeySetMarkedForManipulation(pIndex, pMark);
-            mOld = old;
-            mNew = key.mAttribute;
-        }
+    FlagWriter writer(pCurve);
+    bool isChanged = false;
+    for (int i = pFirst; i <= pLast; ++i) {
+        isChanged |=
+            writer.Write(i, eMarkedForManipulation, pIsMarked(i) ? eMarkedForManipulation : 0u);
     }
-
-private:
-    Glissa& mCurve;
-    KPriFCurveKeyAttr* mOld = nullptr;  // of the key that was marked last
-    KPriFCurveKeyAttr* mNew = nullptr;
-};
-
-// Indexes that the curve does not have are left out.
-void MarkKeys(Glissa* pCurve, int pFirst, int pLast, bool pMark)
-{
-    if (!pCurve) {
-        return;
-    }
-    Marker marker(*pCurve);
-    const int last = std::min(pLast, pCurve->KeyGetCount() - 1);
-    for (int i = std::max(pFirst, 0); i <= last; ++i) {
-        marker.Mark(i, pMark);
+    if (isChanged) {
+        const KeyModifyBracket endsCandidate(pCurve);
     }
 }
 }  // namespace
@@ -80,8 +52,10 @@ void GlissaManipulator::MarkCurveNodeForManip(bool pMark, GlissaNode* pNode)
 void GlissaManipulator::MarkKeysForManip(bool pMark, GlissaNode* pNode, int pFirst, int pLast)
 {
     for (int i = 0; i < mRelatedNodes.GetCount(); ++i) {
-        if (!pNode || mRelatedNodes[i] == pNode) {
-            MarkKeys(RelatedCurve(i), pFirst, pLast, pMark);
+        Glissa* const curve = RelatedCurve(i);
+        if (curve && (!pNode || mRelatedNodes[i] == pNode)) {
+            MarkKeys(*curve, std::max(pFirst, 0), std::min(pLast, curve->KeyGetCount() - 1),
+                     [&](int) { return pMark; });
         }
     }
 }
@@ -90,19 +64,13 @@ void GlissaManipulator::MarkKeysForManipFromSelection()
 {
     for (int i = 0; i < mRelatedNodes.GetCount(); ++i) {
         if (Glissa* const curve = RelatedCurve(i)) {
-            Marker marker(*curve);
-            for (int k = 0; k < curve->KeyGetCount(); ++k) {
-                marker.Mark(k, curve->KeyGetSelected(k));
-            }
+            MarkKeys(*curve, 0, curve->KeyGetCount() - 1,
+                     [&](int pIndex) { return curve->KeyGetSelected(pIndex); });
         }
     }
 }
 
 void GlissaManipulator::ClearMarkKeysForManip()
 {
-    for (int i = 0; i < mRelatedNodes.GetCount(); ++i) {
-        if (Glissa* const curve = RelatedCurve(i)) {
-            MarkKeys(curve, 0, curve->KeyGetCount() - 1, false);
-        }
-    }
+    MarkKeysForManip(false, nullptr, 0, std::numeric_limits<int>::max());
 }

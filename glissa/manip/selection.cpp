@@ -6,6 +6,7 @@
 #include "corvekit/event/operation.h"
 #include "glissa/curve/curve.h"
 #include "glissa/curve/modify_bracket.h"
+#include "glissa/manip/flag_writer.h"
 #include "glissa/manip/manipulator.h"
 #include "glissa/node/eti_timeline.h"
 #include "glissa/node/node.h"
@@ -14,6 +15,9 @@
 
 namespace
 {
+constexpr unsigned kSelectionMask = GlissaKeyAttributes::kSelectionMask;
+constexpr unsigned kVisibilityMask = GlissaKeyAttributes::kVisibilityMask;
+
 bool IsTCB(const Glissa& pCurve, int pIndex)
 {
     return pCurve.KeyGetInterpolation(pIndex) == eInterpolationCubic &&
@@ -26,6 +30,19 @@ bool HasHandles(const Glissa& pCurve, int pIndex)
     const unsigned interpolation = pCurve.KeyGetInterpolation(pIndex);
     return interpolation == eInterpolationCustom ||
            (interpolation == eInterpolationCubic && !IsTCB(pCurve, pIndex));
+}
+
+/// The handles of a key. One belongs to the segment that it shapes: the left one to that of the key
+/// before.
+unsigned HandlesOf(const Glissa& pCurve, int pIndex)
+{
+    unsigned handles = HasHandles(pCurve, pIndex) ? eTangentShowRight : 0u;
+    if (pIndex > 0 && HasHandles(pCurve, pIndex - 1) &&
+        (pCurve.KeyGetInterpolation(pIndex - 1) == eInterpolationCustom ||
+         !IsTCB(pCurve, pIndex))) {
+        handles |= eTangentShowLeft;
+    }
+    return handles;
 }
 
 /// Whether GlissaNode::ETIIsGlobalTimeInSpan is false anywhere.
@@ -116,14 +133,24 @@ void GlissaManipulator::SelectKeys(eSelectionMode pMode, KTime pStart, KTime pSt
         }
         GlissaNode* const node = mRelatedNodes[i];
         const KeyModifyBracket bracket(*curve);
+        FlagWriter writer(*curve);
         const ETITimeline timeline(*node);
         const ActiveSpan span(*node);
         const KTime start = span.mIsLimited ? std::max(pStart, span.mStart) : pStart;
         const KTime stop = span.mIsLimited ? std::min(pStop, span.mEnd) : pStop;
+        // Most keys of a long curve are outside. Only one mode changes them, or a span.
+        const bool skipsOutside =
+            pMode != eSelectionReplace && !span.mIsLimited && !span.mLeavesOutOthers;
         ForEachKey(*curve, [&](int pKey, const KPriFCurveKey& pRecord) {
             const KTime time = timeline.ToGlobal(pRecord.mTime);
             const double value = pRecord.mValue;
             const bool wasSelected = (pRecord.mAttribute->mFlags & eSelectPoint) != 0;
+            if (skipsOutside && !(start <= time && time <= stop)) {
+                if (wasSelected) {
+                    range.Include(time, value);
+                }
+                return;
+            }
             const bool isActive = span.Contains(time);
             bool isSelected = wasSelected && (isActive || !span.mIsLimited);
             Change change = isSelected == wasSelected ? Change::none : Change::deselect;
@@ -135,12 +162,15 @@ void GlissaManipulator::SelectKeys(eSelectionMode pMode, KTime pStart, KTime pSt
             }
             if (change != Change::none) {
                 isSelected = change == Change::select;
-                if (isSelected != wasSelected) {
-                    curve->KeySetSelected(pKey, isSelected);
-                    isChanged = true;
-                }
+                isChanged |= isSelected != wasSelected;
+                unsigned mask = isSelected != wasSelected ? kSelectionMask : 0u;
+                unsigned bits = isSelected != wasSelected && isSelected ? eSelectPoint : 0u;
                 if (!isSelected || mShowManyTangents) {
-                    SetTangentVisibility(isSelected, curve, pKey);
+                    mask |= kVisibilityMask;
+                    bits |= isSelected ? HandlesOf(*curve, pKey) : 0u;
+                }
+                if (writer.Write(pKey, mask, bits)) {
+                    curve->CallbackAddEvent(eEventSelection, pKey);
                 }
             }
             if (change == Change::select) {
@@ -317,21 +347,9 @@ void GlissaManipulator::SetTangentVisibility(bool pOn, bool pOnlyNodesForManip)
     }
 }
 
-// A handle belongs to the segment that it shapes: the left one to that of the key before.
 void GlissaManipulator::SetTangentVisibility(bool pOn, Glissa* pCurve, int pIndex)
 {
-    if (pIndex < 0 || pIndex >= pCurve->KeyGetCount() ||
-        (!pOn && pCurve->KeyGetTangeantVisibility(pIndex) == eTangentShowNone)) {
-        return;
+    if (pIndex >= 0 && pIndex < pCurve->KeyGetCount()) {
+        pCurve->KeySetTangeantVisibility(pIndex, pOn ? HandlesOf(*pCurve, pIndex) : 0u);
     }
-    unsigned shown = eTangentShowNone;
-    if (pOn && HasHandles(*pCurve, pIndex)) {
-        shown |= eTangentShowRight;
-    }
-    if (pOn && pIndex > 0 && HasHandles(*pCurve, pIndex - 1) &&
-        (pCurve->KeyGetInterpolation(pIndex - 1) == eInterpolationCustom ||
-         !IsTCB(*pCurve, pIndex))) {
-        shown |= eTangentShowLeft;
-    }
-    pCurve->KeySetTangeantVisibility(pIndex, shown);
 }
