@@ -79,67 +79,6 @@ public:
     GlissaManipulator& operator=(const GlissaManipulator& pOther);
     ~GlissaManipulator();
 
-    // Frames and ease (manip/key_times.cpp)
-    //
-    // Both compute the times of the marked keys from those at begin, so an edit before is dropped.
-
-    /// Moves the marked keys to the nearest frames of the default time mode. The later of two keys
-    /// on a frame remains.
-    void SnapKeysToFrame();
-    /// Restores the keys of the nodes to their state at begin. The arguments have no effect.
-    void EaseInOrOut(KTime pStart, KTime pStop, bool pEaseIn);
-    /// pTime.
-    KTime GetEaseInKeyTime(KTime pStart, KTime pTime, KTime pStop);
-    KTime GetEaseOutKeyTime(KTime pStart, KTime pTime, KTime pStop);
-
-    // Ripple
-
-    /// What follows in the ripple modes, see the edits. Off at first; read by each edit.
-    void SetRippleMoveX(bool pOn) { mRippleMoveX = pOn; }
-    void SetRippleMoveY(bool pOn) { mRippleMoveY = pOn; }
-    void SetRippleStretchX(bool pOn) { mRippleStretchX = pOn; }
-    void SetRippleStretchY(bool pOn) { mRippleStretchY = pOn; }
-    void SetRippleAllY(bool pOn) { mRippleAllY = pOn; }
-
-    // Selection (manip/selection.cpp)
-
-    /// Selects keys by a rectangle in global time and value, all bounds inclusive, on the nodes
-    /// whose bit is set and whose curve is not locked. Keys outside the span of an ETI are
-    /// deselected where it has a duration, else left out. Frames the selection if it has changed;
-    /// otherwise the range remains as it is.
-    void SelectKeys(eSelectionMode pMode, KTime pStart, KTime pStop, double pMinValue,
-                    double pMaxValue);
-    void SelectKeys(eSelectionMode pMode, KTime pStart, KTime pStop, KTime pMinValue,
-                    KTime pMaxValue);
-    /// The node, curve and index of the key that SelectKeys has selected last; null, null and -1
-    /// where there is none. The index can be out of date after edits.
-    void GetLastSelectedKey(GlissaNode*& pNode, Glissa*& pCurve, int& pIndex);
-    /// Whether all selected keys show their tangents, as at first, or the last one only.
-    void SetShowManyTangents(bool pShow) { mShowManyTangents = pShow; }
-    /// Shows or hides the tangents of the selected keys of the nodes whose bit is set.
-    void SetTangentVisibility(bool pOn) { SetTangentVisibility(pOn, true); }
-
-    // Ranges (manip/selection.cpp)
-    //
-    // A range without keys runs from KTime::Infinite() to KTime::MinusInfinite(), and from the
-    // greatest to the least double.
-
-    /// The range of the selection, which edits move along.
-    void GetSelectionRange(KTime& pStart, KTime& pStop, double& pMinValue, double& pMaxValue);
-    void GetSelectionRange(KTime& pStart, KTime& pStop, KTime& pMinValue, KTime& pMaxValue);
-    /// The same as it was at BeginManipulation.
-    void GetOriginalSelectionRange(KTime& pStart, KTime& pStop, double& pMinValue,
-                                   double& pMaxValue);
-    void GetOriginalSelectionRange(KTime& pStart, KTime& pStop, KTime& pMinValue, KTime& pMaxValue);
-    /// Computes the range of the selected keys, or of those both selected and marked, of the nodes
-    /// whose bit is set.
-    void FrameSelection();
-    void FrameManipulation();
-    /// The first and the last key time of all nodes, in node time. Without keys
-    /// KTime::MinusInfinite(), and KTime::Infinite() for the last one.
-    KTime GetFirstKeyTime();
-    KTime GetLastKeyTime();
-
     // Nodes (manip/manipulator.cpp)
     //
     // Each change of the set ends an open manipulation and clears the bits of all nodes.
@@ -149,8 +88,8 @@ public:
     void Add(GlissaNode* pNode);
     /// Removes a node and all nodes below it.
     void Remove(GlissaNode* pNode);
-    /// A bracket around several changes of the set, which take effect at its outermost end. An end
-    /// without a begin is ignored.
+    /// A bracket around several changes of the set: added nodes take part from its outermost end
+    /// on. An end without a begin is ignored.
     void BeginAddRemoveCurveNode();
     void EndAddRemoveCurveNode();
     /// Removes all nodes.
@@ -259,6 +198,67 @@ public:
     void StrecthTangentX(GlissaKeyEdit2* pKey, double pScale);
     void StrecthTangentY(GlissaKeyEdit2* pKey, double pScale);
     void StrecthTangentY(Glissa* pCurve, int pIndex, double pScale);
+
+    // Frames and ease (manip/key_times.cpp)
+    //
+    // Both compute the times of the marked keys from those at begin, so an edit before is dropped.
+
+    /// Moves the marked keys to the nearest frames of the default time mode. The later of two keys
+    /// on a frame remains.
+    void SnapKeysToFrame();
+    /// Restores the keys of the nodes to their state at begin. The arguments have no effect.
+    void EaseInOrOut(KTime pStart, KTime pStop, bool pEaseIn);
+    /// pTime.
+    KTime GetEaseInKeyTime(KTime pStart, KTime pTime, KTime pStop);
+    KTime GetEaseOutKeyTime(KTime pStart, KTime pTime, KTime pStop);
+
+    // Ripple
+
+    /// What follows in the ripple modes, see the edits. Off at first; read by each edit.
+    void SetRippleMoveX(bool pOn) { mRippleMoveX = pOn; }
+    void SetRippleMoveY(bool pOn) { mRippleMoveY = pOn; }
+    void SetRippleStretchX(bool pOn) { mRippleStretchX = pOn; }
+    void SetRippleStretchY(bool pOn) { mRippleStretchY = pOn; }
+    void SetRippleAllY(bool pOn) { mRippleAllY = pOn; }
+
+    // Selection (manip/selection.cpp)
+
+    /// Selects keys by a rectangle in global time and value, all bounds inclusive, on the nodes
+    /// whose bit is set and whose curve is not locked. Keys outside the span of an ETI are
+    /// deselected where it has a duration, else left out. Frames the selection if it has changed;
+    /// otherwise the range remains as it is.
+    void SelectKeys(eSelectionMode pMode, KTime pStart, KTime pStop, double pMinValue,
+                    double pMaxValue);
+    void SelectKeys(eSelectionMode pMode, KTime pStart, KTime pStop, KTime pMinValue,
+                    KTime pMaxValue);
+    /// The node, curve and index of the key that SelectKeys has selected last; null, null and -1
+    /// where there is none. The index can be out of date after edits.
+    void GetLastSelectedKey(GlissaNode*& pNode, Glissa*& pCurve, int& pIndex);
+    /// Whether all selected keys show their tangents, as at first, or the last one only.
+    void SetShowManyTangents(bool pShow) { mShowManyTangents = pShow; }
+    /// Shows or hides the tangents of the selected keys of the nodes whose bit is set.
+    void SetTangentVisibility(bool pOn) { SetTangentVisibility(pOn, true); }
+
+    // Ranges (manip/selection.cpp)
+    //
+    // A range without keys runs from KTime::Infinite() to KTime::MinusInfinite(), and from the
+    // greatest to the least double.
+
+    /// The range of the selection, which edits move along.
+    void GetSelectionRange(KTime& pStart, KTime& pStop, double& pMinValue, double& pMaxValue);
+    void GetSelectionRange(KTime& pStart, KTime& pStop, KTime& pMinValue, KTime& pMaxValue);
+    /// The same as it was at BeginManipulation.
+    void GetOriginalSelectionRange(KTime& pStart, KTime& pStop, double& pMinValue,
+                                   double& pMaxValue);
+    void GetOriginalSelectionRange(KTime& pStart, KTime& pStop, KTime& pMinValue, KTime& pMaxValue);
+    /// Computes the range of the selected keys, or of those both selected and marked, of the nodes
+    /// whose bit is set.
+    void FrameSelection();
+    void FrameManipulation();
+    /// The first and the last key time of all nodes, in node time. Without keys
+    /// KTime::MinusInfinite(), and KTime::Infinite() for the last one.
+    KTime GetFirstKeyTime();
+    KTime GetLastKeyTime();
 
     // Retiming (manip/retime_offset.cpp)
 
