@@ -18,7 +18,7 @@ namespace
 void Combine(GlissaNode& pLayer, double* pResult, double* pValues, std::size_t pCount,
              RunningRotation& pRunning)
 {
-    const int type = CombinedTypeOf(pLayer);
+    const int type = CombinedTypeOf(pLayer, pCount);
     if (type == eLayerTypeRotation) {
         pRunning.Blend(pResult, pValues, 1.0, eLayerModeAdditive);
         return;
@@ -47,11 +47,12 @@ std::vector<double> ZeroValuesOf(GlissaNode& pNode)
     return std::vector<double>(std::max<std::size_t>(ChannelCount(pNode), 1), last);
 }
 
-int CombinedTypeOf(GlissaNode& pNode)
+int CombinedTypeOf(GlissaNode& pNode, std::size_t pChannels)
 {
     const int type = pNode.GetLayerType();
-    return type == eLayerTypeRotation && pNode.GetValueCount() < 3 ? eLayerTypeRotationByChannel
-                                                                   : type;
+    return type == eLayerTypeRotation && std::min(ChannelCount(pNode), pChannels) < 3
+               ? eLayerTypeRotationByChannel
+               : type;
 }
 
 LayerFold::LayerFold(GlissaNode& pBase)

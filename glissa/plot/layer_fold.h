@@ -13,9 +13,9 @@
 std::size_t ChannelCount(GlissaNode& pNode);
 /// The neutral values of a channel. Channels beyond those of GetZeroValues take its last value.
 std::vector<double> ZeroValuesOf(GlissaNode& pNode);
-/// The layer type by which the values of a node are combined. Fewer than three angles are no
-/// rotation and are combined as numbers, as in a blend.
-int CombinedTypeOf(GlissaNode& pNode);
+/// The layer type by which the values of a node are combined in a chain of so many channels. Fewer
+/// than three angles are no rotation and are combined as numbers, as in a blend.
+int CombinedTypeOf(GlissaNode& pNode, std::size_t pChannels);
 
 /// Layers of one chain, evaluated together.
 ///

@@ -21,13 +21,14 @@ constexpr double kNoWeight = 1e-5;
 LayerSolver::LayerSolver(GlissaNode& pBase, GlissaNode& pReference, GlissaNode& pSolved)
     : mSolved(pSolved),
       mIsAlone(&pSolved == &pBase && !StateOf(pBase).IsBlended()),
-      mType(CombinedTypeOf(pSolved)),
       mOrder(pBase.GetRotationOrder()),
       mCount(ChannelCount(pBase)),
+      mType(CombinedTypeOf(pSolved, mCount)),
       mReference(pBase),
       mBelow(pBase),
       mAbove(pBase),
-      mOthers(mCount)
+      mOthers(std::max(mCount, ChannelCount(pSolved))),
+      mValues(mOthers.size())
 {
     mReference.Add(pReference);
 }
@@ -35,24 +36,27 @@ LayerSolver::LayerSolver(GlissaNode& pBase, GlissaNode& pReference, GlissaNode& 
 void LayerSolver::Evaluate(double* pResult, KTime pTime)
 {
     CORVEKIT_ASSERT(pResult);
-    mReference.Evaluate(pResult, pTime);
+    // A layer may have more channels than its base.
+    double* const values = mValues.data();
+    mReference.Evaluate(values, pTime);
     if (!mAbove.IsEmpty()) {
         mAbove.Evaluate(mOthers.data(), pTime);
-        TakeOut(pResult, mOthers.data(), false);
+        TakeOut(values, mOthers.data(), false);
     }
     const GlissaLayerInfo& info = mSolved.GetLayerInfo();
     const double weight = mIsAlone ? 1.0 : info.GetWeight(pTime);
     const eLayerMode mode = weight < kNoWeight ? eLayerModeAdditive : info.GetLayerMode();
     if (mode == eLayerModeAdditive && !mBelow.IsEmpty()) {
         mBelow.Evaluate(mOthers.data(), pTime);
-        TakeOut(pResult, mOthers.data(), true);
+        TakeOut(values, mOthers.data(), true);
     }
     if (mode != eLayerModeOverridePassthrough) {
-        mSolved.ResolveWeightedValue(pResult, weight);
+        mSolved.ResolveWeightedValue(values, weight);
     } else if (weight <= kFullWeight) {
         mBelow.Evaluate(mOthers.data(), pTime);
-        UnmixFromBelow(pResult, weight);
+        UnmixFromBelow(values, weight);
     }
+    std::copy_n(values, mCount, pResult);
 }
 
 // Takes the values of the layers below, or above, out of a total.

@@ -34,11 +34,12 @@ private:
 
     GlissaNode& mSolved;
     bool mIsAlone;  // the base of a chain without layers is shown without its weight
-    int mType;
     KVdRotationOrder mOrder;
     std::size_t mCount;
+    int mType;
     LayerFold mReference;
     LayerFold mBelow;
     LayerFold mAbove;
     std::vector<double> mOthers;
+    std::vector<double> mValues;
 };

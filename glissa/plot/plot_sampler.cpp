@@ -125,7 +125,7 @@ void PlotSampler::Sample(const Values& pValues)
         return;
     }
     const bool isSmart = mOptions.mSmartPlot;
-    const bool isRotation = CombinedTypeOf(mNode) == eLayerTypeRotation;
+    const bool isRotation = CombinedTypeOf(mNode, mDenseCurves.size()) == eLayerTypeRotation;
     const KVdRotationOrder order(mNode.GetRotationOrder());
     KgeRVector angles;
     std::vector<double> values(mDenseCurves.size());
