@@ -3,10 +3,27 @@
 
 #include "io/clip_rotations.h"
 
+#include "glissa/curve/curve.h"
+
+#include <algorithm>
+
 std::string ClipRotation::GetCurveName(std::size_t pAxis) const
 {
     constexpr const char* kAxes[] = {"/X", "/Y", "/Z"};
     return WithLayer(mName + kAxes[pAxis]);
+}
+
+std::vector<KTime> KeyTimesOf(const ClipRotation& pRotation)
+{
+    std::vector<KTime> times;
+    for (const Glissa* const curve : pRotation.mCurves) {
+        for (int i = 0; i < curve->KeyGetCount(); ++i) {
+            times.push_back(curve->KeyGetTime(i));
+        }
+    }
+    std::sort(times.begin(), times.end());
+    times.erase(std::unique(times.begin(), times.end()), times.end());
+    return times;
 }
 
 std::vector<ClipRotation> RotationsOf(const Clip& pClip, const CurveClip& pCurves)
@@ -25,10 +42,15 @@ std::vector<ClipRotation> RotationsOf(const Clip& pClip, const CurveClip& pCurve
             if (const HostLayer* const layer = layers.Find(node->GetLayerID())) {
                 rotation.mLayer = layer->mName;
             }
+            bool isComplete = true;  // a layer of a damaged file may lack a curve
             for (std::size_t axis = 0; axis < rotation.mCurves.size(); ++axis) {
-                rotation.mCurves[axis] = node->Get(static_cast<int>(axis))->FCurveGet();
+                GlissaNode* const child = node->Get(static_cast<int>(axis));
+                rotation.mCurves[axis] = child ? child->FCurveGet() : nullptr;
+                isComplete = isComplete && rotation.mCurves[axis];
             }
-            rotations.push_back(std::move(rotation));
+            if (isComplete) {
+                rotations.push_back(std::move(rotation));
+            }
         }
     }
     return rotations;

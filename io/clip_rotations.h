@@ -30,5 +30,8 @@ private:
     }
 };
 
+/// The times at which one of the curves has a key, ascending.
+std::vector<KTime> KeyTimesOf(const ClipRotation& pRotation);
+
 /// The rotations of a clip in the order of the joints, each followed by those of its layers.
 std::vector<ClipRotation> RotationsOf(const Clip& pClip, const CurveClip& pCurves);

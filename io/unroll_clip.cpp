@@ -30,15 +30,9 @@ struct Pose
 std::vector<Pose> PosesAtKeys(const ClipRotation& pRotation)
 {
     std::vector<Pose> poses;
-    for (const Glissa* const curve : pRotation.mCurves) {
-        for (int i = 0; i < curve->KeyGetCount(); ++i) {
-            poses.push_back({curve->KeyGetTime(i), {}, {}});
-        }
+    for (const KTime time : KeyTimesOf(pRotation)) {
+        poses.push_back({time, {}, {}});
     }
-    const auto isBefore = [](const Pose& pA, const Pose& pB) { return pA.mTime < pB.mTime; };
-    const auto isSame = [](const Pose& pA, const Pose& pB) { return pA.mTime == pB.mTime; };
-    std::sort(poses.begin(), poses.end(), isBefore);
-    poses.erase(std::unique(poses.begin(), poses.end(), isSame), poses.end());
     return poses;
 }
 

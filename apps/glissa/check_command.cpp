@@ -25,7 +25,7 @@ struct CheckOptions
 };
 
 std::string AsText(const std::string& pPath, const StoredClip& pClip, std::int64_t pKeys,
-                   const AngleJumps& pJumps)
+                   const RotationFaults& pFaults)
 {
     std::string text;
     const auto line = [&](const std::string& pLine) {
@@ -38,8 +38,10 @@ std::string AsText(const std::string& pPath, const StoredClip& pClip, std::int64
     if (pClip.mFaults.empty()) {
         line(fmt::format("no faults, {} curves, {} keys", pClip.mCurves.GetCurves().size(), pKeys));
     }
-    if (pJumps.mCount > 0) {
-        line("warning: " + JumpsText(pJumps));
+    for (const FaultLine& each : FaultLines(pFaults)) {
+        if (!each.text.empty()) {
+            line("warning: " + each.text);
+        }
     }
     return text;
 }
@@ -55,18 +57,18 @@ void RunCheck(const CheckOptions& pOptions)
     for (const ClipCurve& each : stored.mCurves.GetCurves()) {
         keys += each.mCurve->KeyGetCount();
     }
-    const AngleJumps jumps =
-        FindAngleJumps(stored.mClip, RotationsOf(stored.mClip, stored.mCurves));
+    const RotationFaults faults =
+        FindRotationFaults(stored.mClip, RotationsOf(stored.mClip, stored.mCurves));
     const bool hasFaults = !stored.mFaults.empty();
     if (pOptions.format == "json") {
-        const Json report = {{"clip", pOptions.path},
-                             {"curves", stored.mCurves.GetCurves().size()},
-                             {"keys", keys},
-                             {"faults", stored.mFaults},
-                             {"angle_jumps", DescribeJumps(jumps)}};
+        Json report = {{"clip", pOptions.path},
+                       {"curves", stored.mCurves.GetCurves().size()},
+                       {"keys", keys},
+                       {"faults", stored.mFaults}};
+        AddFaults(report, faults);
         WriteReport(pOptions.path, JsonReportText(report), hasFaults);
     } else {
-        WriteReport(pOptions.path, AsText(pOptions.path, stored, keys, jumps), hasFaults);
+        WriteReport(pOptions.path, AsText(pOptions.path, stored, keys, faults), hasFaults);
     }
     if (hasFaults) {
         throw Refusal(fmt::format("{}: {} fault(s)", pOptions.path, stored.mFaults.size()));
@@ -78,7 +80,7 @@ void AddCheckCommand(CLI::App& pApp, Action& pAction)
 {
     const auto options = std::make_shared<CheckOptions>();
     CLI::App* const command = pApp.add_subcommand(
-        "check", "Check a clip file: list its faults, and warn of jumps of its rotations");
+        "check", "Check a clip file: list its faults, and warn of what is wrong with rotations");
     AddClipArgument(*command, options->path);
     AddUnrollOption(*command, options->unroll);
     AddJsonOptions(*command, options->format);

@@ -102,7 +102,7 @@ Benchmark RunBenchmark(ClipCurves& pClip, const TimeSpan& pSpan)
     return benchmark;
 }
 
-Json Describe(ClipCurves& pClip, const AngleJumps& pJumps, const InfoOptions& pOptions)
+Json Describe(ClipCurves& pClip, const RotationFaults& pFaults, const InfoOptions& pOptions)
 {
     std::vector<NamedCurve*> curves;
     std::int64_t keys = 0;
@@ -133,7 +133,7 @@ Json Describe(ClipCurves& pClip, const AngleJumps& pJumps, const InfoOptions& pO
     info["from"] = span.from.GetSecondDouble();
     info["to"] = span.to.GetSecondDouble();
     info["rotation_orders"] = orders;
-    info["angle_jumps"] = DescribeJumps(pJumps);
+    AddFaults(info, pFaults);
     info["curve_bytes"] = pClip.recordingBytes;
     info["bytes_a_key"] =
         keys > 0 ? Json(static_cast<double>(pClip.recordingBytes) / static_cast<double>(keys))
@@ -161,7 +161,7 @@ Json Describe(ClipCurves& pClip, const AngleJumps& pJumps, const InfoOptions& pO
     return info;
 }
 
-std::string AsText(const Json& pInfo, const AngleJumps& pJumps)
+std::string AsText(const Json& pInfo, const RotationFaults& pFaults)
 {
     std::string text;
     const auto line = [&](const char* pName, const std::string& pValue) {
@@ -180,7 +180,9 @@ std::string AsText(const Json& pInfo, const AngleJumps& pJumps)
         orders += fmt::format("{}{} ({} joints)", orders.empty() ? "" : ", ", name, count.dump());
     }
     line("rotation orders", orders.empty() ? "none" : orders);
-    line("angle jumps", pJumps.mCount > 0 ? PrintableText(JumpsText(pJumps)) : "none");
+    for (const FaultLine& each : FaultLines(pFaults)) {
+        line(each.title, each.text.empty() ? "none" : PrintableText(each.text));
+    }
     line("memory", pInfo["bytes_a_key"].is_null()
                        ? fmt::format("{} bytes", number("curve_bytes"))
                        : fmt::format("{} bytes, {:.1f} per key", number("curve_bytes"),
@@ -214,10 +216,10 @@ std::string AsText(const Json& pInfo, const AngleJumps& pJumps)
 void RunInfo(const InfoOptions& pOptions)
 {
     ClipCurves clip = LoadClip(pOptions.path, pOptions.unroll);
-    const AngleJumps jumps = FindAngleJumps(clip.clip, RotationsOf(clip.clip, clip.owner));
-    const Json info = Describe(clip, jumps, pOptions);
+    const RotationFaults faults = FindRotationFaults(clip.clip, RotationsOf(clip.clip, clip.owner));
+    const Json info = Describe(clip, faults, pOptions);
     WriteOutput(pOptions.output, pOptions.path,
-                pOptions.format == "json" ? JsonReportText(info) : AsText(info, jumps));
+                pOptions.format == "json" ? JsonReportText(info) : AsText(info, faults));
 }
 }  // namespace
 

@@ -11,6 +11,49 @@ const char* PluralEnd(std::int64_t pCount)
 {
     return pCount == 1 ? "" : "s";
 }
+
+double Seconds(KTime pTime)
+{
+    return pTime.GetSecondDouble();
+}
+
+// "3 gimbal zones in 2 rotations"
+template <typename Finding>
+std::string CountText(const Findings<Finding>& pFindings, const char* pName)
+{
+    return fmt::format("{} {}{} in {} rotation{}", pFindings.mCount, pName,
+                       PluralEnd(pFindings.mCount), pFindings.mNodeCount,
+                       PluralEnd(pFindings.mNodeCount));
+}
+
+Json Describe(const std::optional<GimbalZone>& pZone)
+{
+    return !pZone ? Json()
+                  : Json{{"node", pZone->mNode},
+                         {"from", Seconds(pZone->mFirst)},
+                         {"to", Seconds(pZone->mLast)},
+                         {"distance", pZone->mDistance},
+                         {"closest", Seconds(pZone->mClosest)}};
+}
+
+Json Describe(const std::optional<PoorPath>& pPath)
+{
+    return !pPath ? Json()
+                  : Json{{"node", pPath->mNode},
+                         {"from", Seconds(pPath->mFrom)},
+                         {"to", Seconds(pPath->mTo)},
+                         {"turn", pPath->mTurn},
+                         {"stray", pPath->mStray}};
+}
+
+template <typename Finding>
+Json Describe(const Findings<Finding>& pFindings)
+{
+    return {{"count", pFindings.mCount},
+            {"nodes", pFindings.mNodeCount},
+            {"first", Describe(pFindings.mFirst)},
+            {"worst", Describe(pFindings.mWorst)}};
+}
 }  // namespace
 
 std::string JumpsText(const AngleJumps& pJumps)
@@ -22,17 +65,47 @@ std::string JumpsText(const AngleJumps& pJumps)
                        pJumps.mFrame);
 }
 
-Json DescribeJumps(const AngleJumps& pJumps)
+std::vector<FaultLine> FaultLines(const RotationFaults& pFaults)
 {
-    Json first;
-    if (pJumps.mCount > 0) {
-        first = {{"curve", pJumps.mCurve},
-                 {"time", pJumps.mTime.GetSecondDouble()},
-                 {"frame", pJumps.mFrame},
-                 {"from", JsonNumber(static_cast<double>(pJumps.mFrom), true)},
-                 {"to", JsonNumber(static_cast<double>(pJumps.mTo), true)}};
+    std::vector<FaultLine> lines = {{"angle jumps", ""}, {"gimbal zones", ""}, {"poor paths", ""}};
+    if (pFaults.mJumps.mCount > 0) {
+        lines[0].text = JumpsText(pFaults.mJumps);
     }
-    return {{"count", pJumps.mCount}, {"curves", pJumps.mCurveCount}, {"first", first}};
+    if (const Findings<GimbalZone>& zones = pFaults.mZones; zones.mCount > 0) {
+        lines[1].text = fmt::format("{}, first {} from {:.6g} to {:.6g} s; closest {} at {:.6g} s, "
+                                    "{:.2g} degrees from lock",
+                                    CountText(zones, "gimbal zone"), zones.mFirst->mNode,
+                                    Seconds(zones.mFirst->mFirst), Seconds(zones.mFirst->mLast),
+                                    zones.mWorst->mNode, Seconds(zones.mWorst->mClosest),
+                                    zones.mWorst->mDistance);
+    }
+    if (const Findings<PoorPath>& paths = pFaults.mPaths; paths.mCount > 0) {
+        lines[2].text = fmt::format(
+            "{}, first {} from {:.6g} to {:.6g} s; worst {} from {:.6g} to {:.6g} s, {:.2g} "
+            "degrees "
+            "off a turn of {:.2g} degrees",
+            CountText(paths, "poor path"), paths.mFirst->mNode, Seconds(paths.mFirst->mFrom),
+            Seconds(paths.mFirst->mTo), paths.mWorst->mNode, Seconds(paths.mWorst->mFrom),
+            Seconds(paths.mWorst->mTo), paths.mWorst->mStray, paths.mWorst->mTurn);
+    }
+    return lines;
+}
+
+void AddFaults(Json& pReport, const RotationFaults& pFaults)
+{
+    const AngleJumps& jumps = pFaults.mJumps;
+    pReport["angle_jumps"] = {
+        {"count", jumps.mCount}, {"curves", jumps.mCurveCount}, {"first", nullptr}};
+    if (jumps.mCount > 0) {
+        pReport["angle_jumps"]["first"] = {
+            {"curve", jumps.mCurve},
+            {"time", Seconds(jumps.mTime)},
+            {"frame", jumps.mFrame},
+            {"from", JsonNumber(static_cast<double>(jumps.mFrom), true)},
+            {"to", JsonNumber(static_cast<double>(jumps.mTo), true)}};
+    }
+    pReport["gimbal_zones"] = Describe(pFaults.mZones);
+    pReport["poor_paths"] = Describe(pFaults.mPaths);
 }
 
 std::string UnrollText(const UnrollReport& pReport)

@@ -107,6 +107,8 @@ TEST_F(Command, JumpsOfAnglesAreReportedOnReading)
             R"({"curve": "A/R/X", "time": 1, "frame": 2, "from": 178, "to": -179})");
         EXPECT_EQ(2, json["angle_jumps"]["count"]);
         EXPECT_EQ(first, json["angle_jumps"]["first"]);
+        EXPECT_EQ(0, json["gimbal_zones"]["count"]);
+        EXPECT_TRUE(json["poor_paths"]["worst"].is_null());
     }
 
     // Every command that reads a clip mends them where it is told to.
