@@ -24,6 +24,7 @@ void AddCheckCommand(CLI::App& pApp, Action& pAction);
 void AddFilterCommand(CLI::App& pApp, Action& pAction);
 void AddKeyCommand(CLI::App& pApp, Action& pAction);
 void AddDragCommand(CLI::App& pApp, Action& pAction);
+void AddRetimeCommand(CLI::App& pApp, Action& pAction);
 void AddLayerCommand(CLI::App& pApp, Action& pAction);
 void AddPoseCommand(CLI::App& pApp, Action& pAction);
 

@@ -18,6 +18,21 @@ namespace
 constexpr double kMarginLength = 0.4;
 constexpr double kLeastMarginFrames = 6.0;
 
+void CheckShown(const std::vector<const DragCurve*>& pShown)
+{
+    const bool isOneUnit = std::all_of(pShown.begin(), pShown.end(), [&](const DragCurve* pEach) {
+        return pEach->unit == pShown.front()->unit;
+    });
+    if (!isOneUnit) {
+        throw Refusal("a film has curves of one unit: choose rotations (--node '*/R') or "
+                      "translations ('*/T')");
+    }
+    if (pShown.size() > static_cast<std::size_t>(kMostCurvesAPanel)) {
+        throw Refusal(fmt::format("{} curves are chosen; a film has at most {}", pShown.size(),
+                                  kMostCurvesAPanel));
+    }
+}
+
 std::vector<const DragCurve*> ShownCurves(const Drag& pDrag)
 {
     std::vector<const DragCurve*> shown;
@@ -26,17 +41,6 @@ std::vector<const DragCurve*> ShownCurves(const Drag& pDrag)
             each.before->KeyGetSelectionCount() > 0) {
             shown.push_back(&each);
         }
-    }
-    const bool isOneUnit = std::all_of(shown.begin(), shown.end(), [&](const DragCurve* pEach) {
-        return pEach->unit == shown.front()->unit;
-    });
-    if (!isOneUnit) {
-        throw Refusal("a film has curves of one unit: choose rotations (--node '*/R') or "
-                      "translations ('*/T')");
-    }
-    if (shown.size() > static_cast<std::size_t>(kMostCurvesAPanel)) {
-        throw Refusal(fmt::format("{} curves are chosen; a film has at most {}", shown.size(),
-                                  kMostCurvesAPanel));
     }
     return shown;
 }
@@ -91,24 +95,33 @@ DragFilm FilmOf(Drag& pDrag, int pStages, const std::optional<TimeSpan>& pShown,
     pDrag.To(1.0);
     const TimeSpan span = pShown.value_or(
         SpanAround(before, pDrag.GetBox(), pDrag.GetRequest().falloff, pFramesASecond));
+    return FilmOf(shown, pStages, span, [&](double pFraction, FilmStage& pStage) {
+        pDrag.To(pFraction);
+        pStage.selection = pDrag.GetBox();
+    });
+}
+
+DragFilm FilmOf(const std::vector<const DragCurve*>& pShown, int pStages, const TimeSpan& pSpan,
+                const std::function<void(double, FilmStage&)>& pTo)
+{
+    CheckShown(pShown);
     DragFilm film;
-    film.options.from = span.from;
-    film.options.to = span.to;
+    film.options.from = pSpan.from;
+    film.options.to = pSpan.to;
     film.options.tangents = true;
     film.options.firstClip = "before";
     for (int i = 1; i <= pStages; ++i) {
-        pDrag.To(static_cast<double>(i) / pStages);
         FilmStage stage;
+        pTo(static_cast<double>(i) / pStages, stage);
         stage.title = fmt::format("{} of {}", i, pStages);
-        stage.selection = pDrag.GetBox();
-        for (const DragCurve* const each : shown) {
-            stage.curves.push_back(BeforeOf(*each, span));
+        for (const DragCurve* const each : pShown) {
+            stage.curves.push_back(BeforeOf(*each, pSpan));
         }
-        for (const DragCurve* const each : shown) {
+        for (const DragCurve* const each : pShown) {
             Glissa& copy = *film.copies.emplace_back(GlissaCreate());
             copy.CopyFrom(*each->curve, true);
             NamedCurve named{each->name, each->unit, &copy};
-            stage.curves.push_back(StageOf(named, span));
+            stage.curves.push_back(StageOf(named, pSpan));
         }
         film.stages.push_back(std::move(stage));
     }

@@ -5,6 +5,7 @@
 #include "apps/glissa/drag_run.h"
 #include "apps/glissa/picture/film.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -24,3 +25,11 @@ struct DragFilm
 ///         it
 DragFilm FilmOf(Drag& pDrag, int pStages, const std::optional<TimeSpan>& pShown,
                 double pFramesASecond);
+
+/// A film of any edit, at pStages even fractions of its way. Throws Refusal as above.
+///
+/// pTo  edits up to a fraction of the way, 1 for all of it, and sets the selection or the markers
+/// of
+///      the stage
+DragFilm FilmOf(const std::vector<const DragCurve*>& pShown, int pStages, const TimeSpan& pSpan,
+                const std::function<void(double, FilmStage&)>& pTo);

@@ -320,22 +320,7 @@ void Drag::To(double pFraction)
             Edit(each, pFraction);
         }
     }
-    CheckKeys();
-}
-
-void Drag::CheckKeys() const
-{
-    for (const DragCurve& each : mCurves) {
-        for (int i = 0; i < each.curve->KeyGetCount(); ++i) {
-            const KTime time = each.curve->KeyGetTime(i);
-            if (time <= KTime::MinusInfinite() || time >= KTime::Infinite()) {
-                throw Refusal(each.name + ": a key would leave the range of times");
-            }
-            if (!std::isfinite(each.curve->KeyGetValue(i))) {
-                throw Refusal(each.name + ": a value would leave the range of a float");
-            }
-        }
-    }
+    CheckKeys(mCurves);
 }
 
 void Drag::Finish()
@@ -354,4 +339,19 @@ SelectionBox Drag::GetBox()
     SelectionBox box;
     mManipulator.GetSelectionRange(box.from, box.to, box.low, box.high);
     return box;
+}
+
+void CheckKeys(const std::vector<DragCurve>& pCurves)
+{
+    for (const DragCurve& each : pCurves) {
+        for (int i = 0; i < each.curve->KeyGetCount(); ++i) {
+            const KTime time = each.curve->KeyGetTime(i);
+            if (time <= KTime::MinusInfinite() || time >= KTime::Infinite()) {
+                throw Refusal(each.name + ": a key would leave the range of times");
+            }
+            if (!std::isfinite(each.curve->KeyGetValue(i))) {
+                throw Refusal(each.name + ": a value would leave the range of a float");
+            }
+        }
+    }
 }

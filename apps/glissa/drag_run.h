@@ -21,6 +21,9 @@ struct DragCurve
     HostCurvePointer before;  ///< a copy of the curve before the drag, with the selection
 };
 
+/// Throws Refusal where the time or the value of a key left its range.
+void CheckKeys(const std::vector<DragCurve>& pCurves);
+
 /// A drag of selected keys by a GlissaManipulator: the request at any fraction of its way.
 ///
 /// One object at a time: it sets the process-wide time mode, in whose frames the manipulator
@@ -69,7 +72,6 @@ private:
     void Edit(const Step& pStep, double pFraction);
     void EditStretch(const Step& pStep, double pFraction);
     void Restore();
-    void CheckKeys() const;
     void ResolveTimes(const SelectionBox& pBox);
     void ResolveValues(const SelectionBox& pBox);
     KTime SnappedMove(KTime pMove) const;

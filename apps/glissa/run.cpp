@@ -50,6 +50,7 @@ int Run(int pCount, char** pArguments)
         "  glissa plot clip.bvh --curve 'Hips/*' --tangents -o hips.svg\n"
         "  glissa key clip.bvh --curve 'Hips/R/X' --insert 1.254 -o clip.glissa\n"
         "  glissa drag clip.glissa --curve 'Hips/R/X' --select 1..2 --move 0.1,5 -o out.glissa\n"
+        "  glissa retime clip.glissa --marker 1 --marker 2=2.4 --marker 4 -o out.glissa\n"
         "  glissa pose clip.bvh --at 1.5\n"
         "  glissa layer clip.glissa --add bow --mode override --node 'Spine/R' -o out.glissa\n"
         "  glissa convert clip.glissa clip.bvh\n"
@@ -63,6 +64,7 @@ int Run(int pCount, char** pArguments)
     AddFilterCommand(app, action);
     AddKeyCommand(app, action);
     AddDragCommand(app, action);
+    AddRetimeCommand(app, action);
     AddLayerCommand(app, action);
     AddConvertCommand(app, action);
     AddDumpCommand(app, action);

@@ -20,8 +20,10 @@ ValueRange RangeOf(const std::vector<FilmStage>& pStages, const PictureOptions& 
         AddShownValues(range, each, pOptions, pSteps);
     }
     for (const FilmStage& stage : pStages) {
-        range.Add(stage.selection.low);
-        range.Add(stage.selection.high);
+        if (stage.markers.empty()) {
+            range.Add(stage.selection.low);
+            range.Add(stage.selection.high);
+        }
     }
     return range;
 }
@@ -86,7 +88,10 @@ void DrawFilm(Canvas& pCanvas, const std::vector<FilmStage>& pStages,
     for (std::size_t i = 0; i < pStages.size(); ++i) {
         const int place = static_cast<int>(i);
         options.title = pStages[i].title;
-        options.selection = pStages[i].selection;
+        options.markers = pStages[i].markers;
+        if (options.markers.empty()) {
+            options.selection = pStages[i].selection;
+        }
         pCanvas.PushPart(place % grid.columns * width,
                          static_cast<int>(top) + place / grid.columns * height, width, height);
         DrawPicture(pCanvas, pStages[i].curves, options);

@@ -14,6 +14,7 @@ struct FilmStage
     /// The curves before the edit, parts 1 of those at this stage, and these.
     std::vector<PictureCurve> curves;
     SelectionBox selection;
+    std::vector<KTime> markers;  ///< drawn instead of the selection, if there are any
 };
 
 /// Numbers of columns and rows of a film: about as many of both, with few empty places.

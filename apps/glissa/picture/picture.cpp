@@ -62,6 +62,12 @@ void DrawGrid(Canvas& pCanvas, const Layout& pLayout, const Panel& pPanel,
 
 // The box of selected keys, with squares to drag it by. A side too short for three of them has one
 // at each end.
+void DrawMarker(Canvas& pCanvas, KTime pTime, const Panel& pPanel, const Metrics& pMetrics)
+{
+    const double x = pPanel.scale.X(pTime);
+    pCanvas.Line({{x, pPanel.top}, {x, pPanel.bottom}}, pMetrics.scale * 1.5, kBoxInk);
+}
+
 void DrawSelection(Canvas& pCanvas, const SelectionBox& pBox, const Panel& pPanel,
                    const Metrics& pMetrics)
 {
@@ -211,6 +217,9 @@ void DrawPicture(Canvas& pCanvas, const std::vector<PictureCurve>& pCurves,
         DrawGrid(pCanvas, layout, panel, pOptions);
         pCanvas.PushClip(layout.left, panel.top, layout.right - layout.left,
                          panel.bottom - panel.top);
+        for (const KTime each : pOptions.markers) {
+            DrawMarker(pCanvas, each, panel, metrics);
+        }
         if (pOptions.selection) {
             DrawSelection(pCanvas, *pOptions.selection, panel, metrics);
         }

@@ -84,6 +84,7 @@ struct PictureOptions
     /// curves.
     ValueRange values;
     std::optional<SelectionBox> selection;
+    std::vector<KTime> markers;  ///< lines across all values
 };
 
 /// Greatest number of curves of one unit in a picture: seven colours times four shapes of marks.
