@@ -14,6 +14,8 @@
 
 namespace
 {
+constexpr double kMostTicks = 9.2e18;  // about the range of KTime
+
 // The keys around the marker follow it. Each move is a manipulation of its own.
 void Moved(void* pContext, KTime pLeft, KTime pTime, KTime pRight, KTime pDelta)
 {
@@ -106,6 +108,11 @@ std::vector<RetimeMove> MovesOf(const RetimeRequest& pRequest, double pFramesASe
     for (const RetimeRequest::Marker& each : pRequest.markers) {
         const KTime from = each.from.At(pFramesASecond);
         moves.push_back({from, each.to ? each.to->At(pFramesASecond) : from});
+        const auto ticks = [](KTime pTime) { return static_cast<double>(pTime.Get()); };
+        if (std::fabs(ticks(moves.back().to) - ticks(from)) > kMostTicks) {
+            throw WrongArguments(
+                fmt::format("--marker {}: the move would leave the range of times", each.text));
+        }
     }
     std::vector<RetimeMove> still = moves;
     for (RetimeMove& each : still) {
