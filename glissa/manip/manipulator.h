@@ -53,8 +53,8 @@ enum eSelectionMode : int
 /// Changes that anyone else makes to the curves meanwhile are lost with the next edit: of keys,
 /// default value, colour and extrapolation.
 ///
-/// There is no cancel. Offset(0, 0, 0) returns to the start, after StretchXY and in the modes 3 and
-/// 6 StretchXY with deltas of 0 does.
+/// There is no cancel. Offset(0, 0, 0) returns to the start, after StretchXY the same with deltas
+/// of 0 does.
 ///
 /// Edits change the nodes that take part: those whose bit is set, that were not locked at
 /// BeginManipulation, and are not locked now. They refuse nothing and report nothing. Each edit is

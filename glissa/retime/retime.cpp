@@ -256,6 +256,7 @@ KRetimeElement* KRetimeLinkListHead::CopyLinkList() const
         const KWatch watch(&element->mSubject);
         KRetimeElement* const copy = element->Copy();
         copy->mPrevious = last;
+        copy->mNext = nullptr;  // a Copy of the host may have copied the link
         (last ? last->mNext : copies.mHead.mFirst) = copy;
         last = copy;
         element = watch.IsAlive() ? element->mNext : nullptr;
@@ -266,7 +267,7 @@ KRetimeElement* KRetimeLinkListHead::CopyLinkList() const
 void KRetimeLinkListHead::DestroyLinkList()
 {
     KRetimeElement* element = std::exchange(mFirst, nullptr);
-    for (std::size_t left = CountAlong(element, NextOf); left > 0; --left) {
+    for (std::size_t left = CountAlong(element, NextOf); left > 0 && element; --left) {
         KRetimeElement* const next = element->mNext;
         delete element;
         element = next;

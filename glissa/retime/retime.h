@@ -199,7 +199,8 @@ class GLISSA_API KRetimeLinkListHead
 public:
     /// The first one of a copy of all elements, linked in both directions; null if there are none.
     /// Special spans call their callbacks. Of a circle each element is copied once. If a callback
-    /// destroys the list, the copy has the elements up to there.
+    /// destroys the list, the copy has the elements up to there. Callbacks must not insert
+    /// elements: the copy may lack others then.
     KRetimeElement* CopyLinkList() const;
     /// Deletes all elements from the first one on, following mNext, and sets mFirst to null. Of a
     /// circle each element is deleted once.
