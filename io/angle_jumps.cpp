@@ -9,29 +9,33 @@
 #include <algorithm>
 #include <cmath>
 
+bool IsJump(const Glissa& pCurve, int pKey, KTime pFrame)
+{
+    constexpr float kHalfTurn = 180.0f;
+    return pKey > 0 && pKey < pCurve.KeyGetCount() &&
+           std::fabs(pCurve.KeyGetValue(pKey) - pCurve.KeyGetValue(pKey - 1)) > kHalfTurn &&
+           AreNeighbours(pCurve.KeyGetTime(pKey - 1), pCurve.KeyGetTime(pKey), pFrame);
+}
+
 void AngleJumps::Look(const Glissa& pCurve, const std::string& pName, KTime pFrame, KTime pStart,
                       KTime pStop)
 {
-    constexpr float kHalfTurn = 180.0f;
     const int count = pCurve.KeyGetCount();
     const std::int64_t countBefore = mCount;
-    float from = count > 0 ? pCurve.KeyGetValue(0) : 0.0f;
     for (int i = 1; i < count; ++i) {
-        const float to = pCurve.KeyGetValue(i);
-        if (std::fabs(to - from) > kHalfTurn) {
-            const KTime before = pCurve.KeyGetTime(i - 1);
-            const KTime time = pCurve.KeyGetTime(i);
-            if (time >= pStart && before <= pStop && AreNeighbours(before, time, pFrame)) {
-                if (mCount++ == 0 || time < mTime) {
-                    mCurve = pName;
-                    mTime = time;
-                    mFrame = FrameAt(time, pFrame);
-                    mFrom = from;
-                    mTo = to;
-                }
+        if (!IsJump(pCurve, i, pFrame)) {
+            continue;
+        }
+        const KTime time = pCurve.KeyGetTime(i);
+        if (time >= pStart && pCurve.KeyGetTime(i - 1) <= pStop) {
+            if (mCount++ == 0 || time < mTime) {
+                mCurve = pName;
+                mTime = time;
+                mFrame = FrameAt(time, pFrame);
+                mFrom = pCurve.KeyGetValue(i - 1);
+                mTo = pCurve.KeyGetValue(i);
             }
         }
-        from = to;
     }
     mCurveCount += mCount > countBefore ? 1 : 0;
 }

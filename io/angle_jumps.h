@@ -22,9 +22,15 @@ inline bool AreNeighbours(KTime pFirst, KTime pSecond, KTime pFrame)
     return pSecond - pFirst <= pFrame + pFrame / 2;
 }
 
-/// The jumps of curves of angles: steps of more than half a turn between keys on neighbouring
-/// frames. Recorders wrap angles into one turn, so that a rotation that passes 180 degrees goes on
-/// at -180. Between the keys of such a step a curve runs through all the angles between them.
+/// Whether the step of a curve of angles to a key, from the key before it, is a jump: more than
+/// half a turn between keys on neighbouring frames. False for an index without these two keys.
+///
+/// pFrame  how long a frame is
+bool IsJump(const Glissa& pCurve, int pKey, KTime pFrame);
+
+/// The jumps of curves of angles (IsJump). Recorders wrap angles into one turn, so that a rotation
+/// that passes 180 degrees goes on at -180. Between the keys of such a step a curve runs through
+/// all the angles between them.
 struct AngleJumps
 {
     std::int64_t mCount = 0;

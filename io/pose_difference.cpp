@@ -5,7 +5,9 @@
 
 #include "corvekit/math/elementary.h"
 #include "glissa/curve/curve.h"
+#include "io/angle_jumps.h"
 
+#include <algorithm>
 #include <cmath>
 
 double TurnBetween(const KgeRMatrix& pFrom, const KgeRMatrix& pTo)
@@ -35,13 +37,18 @@ KgeRMatrix RotationCurves::At(KTime pTime)
 
 namespace
 {
-// Whether an angle is more than half a turn further at the second time.
-bool Jumps(RotationCurves& pCurves, KTime pFirst, KTime pSecond)
+// Whether an angle jumps at a time, or in the step of its keys before or after. The slopes of
+// automatic keys swing a curve on both sides of a jump.
+bool JumpsNear(const RotationCurves& pCurves, KTime pTime, KTime pFrame)
 {
-    constexpr double kHalfTurn = 180.0;
-    const KgeRVector step = pCurves.AnglesAt(pSecond) - pCurves.AnglesAt(pFirst);
-    return std::fabs(step[0]) > kHalfTurn || std::fabs(step[1]) > kHalfTurn ||
-           std::fabs(step[2]) > kHalfTurn;
+    return std::any_of(pCurves.mCurves.begin(), pCurves.mCurves.end(), [&](Glissa* pCurve) {
+        if (pCurve->KeyGetCount() == 0) {
+            return false;
+        }
+        const int after = static_cast<int>(std::floor(pCurve->KeyFind(pTime, nullptr))) + 1;
+        return IsJump(*pCurve, after - 1, pFrame) || IsJump(*pCurve, after, pFrame) ||
+               IsJump(*pCurve, after + 1, pFrame);
+    });
 }
 }  // namespace
 
@@ -104,22 +111,13 @@ void PoseComparison::Compare(KTime pTime, PoseDifference& pDifference)
     }
 }
 
-int PoseComparison::CompareBetween(KTime pFirst, KTime pSecond, PoseDifference& pDifference)
+void PoseComparison::CompareBetween(KTime pTime, PoseDifference& pDifference)
 {
-    int jumps = 0;
-    const KTime step = pSecond - pFirst;
     for (Joint& joint : mJoints) {
-        if (joint.mIsChanged) {
-            const bool isJump = Jumps(joint.mBefore, pFirst, pSecond);
-            // The slopes of automatic keys swing a curve on both sides of a jump.
-            joint.mIsLeftOut = isJump || Jumps(joint.mBefore, pFirst - step, pFirst) ||
-                               Jumps(joint.mBefore, pSecond, pSecond + step);
-            jumps += isJump ? 1 : 0;
-        }
+        joint.mIsLeftOut = joint.mIsChanged && JumpsNear(joint.mBefore, pTime, mClip.mFramePeriod);
     }
-    Compare(pFirst + step / 2, pDifference);
+    Compare(pTime, pDifference);
     for (Joint& joint : mJoints) {
         joint.mIsLeftOut = false;
     }
-    return jumps;
 }

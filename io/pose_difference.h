@@ -55,10 +55,10 @@ public:
 
     /// Compares the poses at a time, and takes over the differences that are larger.
     void Compare(KTime pTime, PoseDifference& pDifference);
-    /// The same halfway between two times. A rotation of which an angle jumps by more than 180
-    /// degrees between them, or as far before or after them, is taken as it is after the change:
-    /// that is hardly ever motion. Returns the number of rotations that jump between the two.
-    int CompareBetween(KTime pFirst, KTime pSecond, PoseDifference& pDifference);
+    /// The same at a time between keys. Where an angle of a rotation jumps there (IsJump), or in
+    /// the step before or after, the rotation is taken as it is after the change: that is hardly
+    /// ever motion.
+    void CompareBetween(KTime pTime, PoseDifference& pDifference);
 
 private:
     struct Poses

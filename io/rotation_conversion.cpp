@@ -332,6 +332,11 @@ IoResult<RotationConversion> ConvertRotations(Clip& pClip, CurveClip& pCurves,
             return IoError{pFileName, 0, joint.mAddress + "/R " + obstacle};
         }
         before.push_back(std::make_unique<RotationCopy>(rotation, index));
+        for (int axis = 0; axis < kAxes; ++axis) {
+            result.mJumps.Look(*rotation.Get(axis)->FCurveGet(),
+                               joint.mAddress + "/R/" + rotation.Get(axis)->GetName(),
+                               pClip.mFramePeriod);
+        }
         changes[index] = Change::angles;
         result.mConvertedFrom[static_cast<std::size_t>(joint.mRotationOrder)] += 1;
         keys += CountKeys(before.back()->GetKeyTimes(), pClip.mFramePeriod);
@@ -361,7 +366,8 @@ IoResult<RotationConversion> ConvertRotations(Clip& pClip, CurveClip& pCurves,
     }
     for (std::size_t i = 0; i < times.size() && !before.empty(); ++i) {
         if (i > 0) {
-            result.mJumps += comparison.CompareBetween(times[i - 1], times[i], result.mBetween);
+            comparison.CompareBetween(times[i - 1] + (times[i] - times[i - 1]) / 2,
+                                      result.mBetween);
         }
         comparison.Compare(times[i], result.mAtKeys);
         steps.Done();

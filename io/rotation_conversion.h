@@ -3,6 +3,7 @@
 // Host side, not installed.
 #pragma once
 
+#include "io/angle_jumps.h"
 #include "io/clip.h"
 #include "io/curve_clip.h"
 #include "io/pose_difference.h"
@@ -24,9 +25,9 @@ struct RotationConversion
     int mAddedChannels = 0;   ///< of joints that had fewer than three rotation channels
     PoseDifference mAtKeys;   ///< at the frames, and at the keys between them
     PoseDifference mBetween;  ///< halfway between these times
-    /// Steps of an angle by more than 180 degrees from one of these times to the next one. The
-    /// rotation now takes the short way there, and mBetween leaves it out.
-    int mJumps = 0;
+    /// Of the rotations that had another order. They now take the short way there, and mBetween
+    /// leaves them out.
+    AngleJumps mJumps;
 };
 
 /// Expresses the rotations of some joints in another rotation order, so that the clip has the same

@@ -11,6 +11,7 @@
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/progress.h"
 #include "apps/glissa/refusal.h"
+#include "apps/glissa/rotation_report.h"
 #include "apps/glissa/shared_options.h"
 #include "io/bvh_words.h"
 #include "io/rotation_conversion.h"
@@ -111,10 +112,10 @@ std::string ReportText(const RotationConversion& pDone, int pOrder, const Clip& 
         kBvhChannelWords[eClipRotationX + axes[1]], kBvhChannelWords[eClipRotationX + axes[0]]);
     text += DifferenceText("at frames and keys", pDone.mAtKeys, pClip);
     text += DifferenceText("halfway between", pDone.mBetween, pClip);
-    if (pDone.mJumps > 0) {
-        text += fmt::format("{} jumps of more than 180 degrees from one key to the next are gone; "
-                            "halfway, the rotation is not compared near them\n",
-                            pDone.mJumps);
+    if (pDone.mJumps.mCount > 0) {
+        text += fmt::format("gone: {}; halfway, the rotation is not compared near {}\n",
+                            PrintableText(JumpsText(pDone.mJumps)),
+                            pDone.mJumps.mCount == 1 ? "it" : "them");
     }
     return text;
 }

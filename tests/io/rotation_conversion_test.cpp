@@ -201,8 +201,9 @@ TEST(RotationConversion, AJumpIsCountedAndNotTakenForADifference)
     }
     const RotationConversion expected = *smooth.Convert();
     const RotationConversion done = *jumping.Convert();
-    EXPECT_EQ(0, expected.mJumps);
-    EXPECT_EQ(1, done.mJumps);
+    EXPECT_EQ(0, expected.mJumps.mCount);
+    EXPECT_EQ(1, done.mJumps.mCount);
+    EXPECT_EQ("A/R/X", done.mJumps.mCurve);
     EXPECT_GT(expected.mBetween.mTurn, 0.0);
     EXPECT_LE(done.mBetween.mTurn, expected.mBetween.mTurn + 1e-4);
 }
