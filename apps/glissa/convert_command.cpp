@@ -8,6 +8,7 @@
 #include "apps/glissa/clip_output.h"
 #include "apps/glissa/clip_reading.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/count_text.h"
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/progress.h"
 #include "apps/glissa/refusal.h"
@@ -94,9 +95,9 @@ std::string ReportText(const RotationConversion& pDone, int pOrder, const Clip& 
     std::string text;
     for (std::size_t i = 0; i < pDone.mConvertedFrom.size(); ++i) {
         if (pDone.mConvertedFrom[i] > 0) {
-            const int count = pDone.mConvertedFrom[i];
-            text += fmt::format("{} rotation{} from {} to {}\n", count, count == 1 ? "" : "s",
-                                kRotationOrderNames[i], order);
+            text +=
+                fmt::format("{} from {} to {}\n", CountText(pDone.mConvertedFrom[i], "rotation"),
+                            kRotationOrderNames[i], order);
         }
     }
     if (pDone.mUnchanged > 0) {

@@ -162,19 +162,6 @@ void AddEditOptions(CLI::App& pCommand, DragOptions& pOptions)
     pCommand.add_flag("--keep-originals", pOptions.keepOriginals,
                       "A move in time leaves copies of the keys at their old places");
 }
-
-// The parser lists each option once for each of its values, in the order of the command line.
-void CollectSteps(const CLI::App& pCommand, DragOptions& pOptions)
-{
-    std::map<const CLI::Option*, std::size_t> counts;
-    for (const CLI::Option* const option : pCommand.parse_order()) {
-        const std::string name = option->get_name();
-        const std::size_t index = counts[option]++;
-        if (name == "--select" || name == "--add" || name == "--remove" || name == "--toggle") {
-            pOptions.steps.emplace_back(name, option->results().at(index));
-        }
-    }
-}
 }  // namespace
 
 void AddDragCommand(CLI::App& pApp, Action& pAction)
@@ -197,7 +184,7 @@ void AddDragCommand(CLI::App& pApp, Action& pAction)
         "  glissa drag clip.glissa --node 'Spine/*' --select 1..2 --scale-value 0.5 --film 8 -o "
         "drag.svg");
     command->callback([options, command, &pAction] {
-        CollectSteps(*command, *options);
+        options->steps = OptionsInOrder(*command, {"--select", "--add", "--remove", "--toggle"});
         pAction = [options] { RunDrag(*options); };
     });
 }

@@ -18,9 +18,9 @@ namespace
 constexpr double kMarginLength = 0.4;
 constexpr double kLeastMarginFrames = 6.0;
 
-void CheckShown(const std::vector<const DragCurve*>& pShown)
+void CheckShown(const std::vector<const EditedCurve*>& pShown)
 {
-    const bool isOneUnit = std::all_of(pShown.begin(), pShown.end(), [&](const DragCurve* pEach) {
+    const bool isOneUnit = std::all_of(pShown.begin(), pShown.end(), [&](const EditedCurve* pEach) {
         return pEach->unit == pShown.front()->unit;
     });
     if (!isOneUnit) {
@@ -33,10 +33,10 @@ void CheckShown(const std::vector<const DragCurve*>& pShown)
     }
 }
 
-std::vector<const DragCurve*> ShownCurves(const Drag& pDrag)
+std::vector<const EditedCurve*> ShownCurves(const Drag& pDrag)
 {
-    std::vector<const DragCurve*> shown;
-    for (const DragCurve& each : pDrag.GetCurves()) {
+    std::vector<const EditedCurve*> shown;
+    for (const EditedCurve& each : pDrag.GetCurves()) {
         if (pDrag.GetRequest().rippleValues != ValueRipple::none ||
             each.before->KeyGetSelectionCount() > 0) {
             shown.push_back(&each);
@@ -75,7 +75,7 @@ PictureCurve StageOf(NamedCurve& pCurve, const TimeSpan& pSpan)
     return picture;
 }
 
-PictureCurve BeforeOf(const DragCurve& pCurve, const TimeSpan& pSpan)
+PictureCurve BeforeOf(const EditedCurve& pCurve, const TimeSpan& pSpan)
 {
     NamedCurve named{pCurve.name, pCurve.unit, pCurve.before.get()};
     PictureCurve picture = MakePictureCurve(named, pSpan, false);
@@ -90,7 +90,7 @@ PictureCurve BeforeOf(const DragCurve& pCurve, const TimeSpan& pSpan)
 DragFilm FilmOf(Drag& pDrag, int pStages, const std::optional<TimeSpan>& pShown,
                 double pFramesASecond)
 {
-    const std::vector<const DragCurve*> shown = ShownCurves(pDrag);
+    const std::vector<const EditedCurve*> shown = ShownCurves(pDrag);
     const SelectionBox before = pDrag.GetBox();
     pDrag.To(1.0);
     const TimeSpan span = pShown.value_or(
@@ -101,7 +101,7 @@ DragFilm FilmOf(Drag& pDrag, int pStages, const std::optional<TimeSpan>& pShown,
     });
 }
 
-DragFilm FilmOf(const std::vector<const DragCurve*>& pShown, int pStages, const TimeSpan& pSpan,
+DragFilm FilmOf(const std::vector<const EditedCurve*>& pShown, int pStages, const TimeSpan& pSpan,
                 const std::function<void(double, FilmStage&)>& pTo)
 {
     CheckShown(pShown);
@@ -114,10 +114,10 @@ DragFilm FilmOf(const std::vector<const DragCurve*>& pShown, int pStages, const 
         FilmStage stage;
         pTo(static_cast<double>(i) / pStages, stage);
         stage.title = fmt::format("{} of {}", i, pStages);
-        for (const DragCurve* const each : pShown) {
+        for (const EditedCurve* const each : pShown) {
             stage.curves.push_back(BeforeOf(*each, pSpan));
         }
-        for (const DragCurve* const each : pShown) {
+        for (const EditedCurve* const each : pShown) {
             Glissa& copy = *film.copies.emplace_back(GlissaCreate());
             copy.CopyFrom(*each->curve, true);
             NamedCurve named{each->name, each->unit, &copy};

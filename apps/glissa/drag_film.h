@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "apps/glissa/clip_curves.h"
 #include "apps/glissa/drag_run.h"
 #include "apps/glissa/picture/film.h"
 
@@ -31,5 +32,5 @@ DragFilm FilmOf(Drag& pDrag, int pStages, const std::optional<TimeSpan>& pShown,
 /// pTo  edits up to a fraction of the way, 1 for all of it, and sets the selection or the markers
 /// of
 ///      the stage
-DragFilm FilmOf(const std::vector<const DragCurve*>& pShown, int pStages, const TimeSpan& pSpan,
+DragFilm FilmOf(const std::vector<const EditedCurve*>& pShown, int pStages, const TimeSpan& pSpan,
                 const std::function<void(double, FilmStage&)>& pTo);

@@ -3,7 +3,8 @@
 
 #include "apps/glissa/drag_report.h"
 
-#include "apps/glissa/json_report.h"
+#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/count_text.h"
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/text_table.h"
 #include "glissa/curve/curve.h"
@@ -11,7 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace
@@ -64,8 +65,8 @@ std::optional<TimeSpan> SpanOf(const KeyPlaces& pBefore, const KeyPlaces& pAfter
     return span;
 }
 
-void FindLargestChange(Glissa& pBefore, Glissa& pAfter, const KeyPlaces& pOld,
-                       const KeyPlaces& pNew, DragResult& pResult)
+LargestChange ChangeOf(Glissa& pBefore, Glissa& pAfter, const KeyPlaces& pOld,
+                       const KeyPlaces& pNew)
 {
     const std::optional<TimeSpan> inside = SpanOf(pOld, pNew);
     std::vector<KTime> times;
@@ -79,15 +80,10 @@ void FindLargestChange(Glissa& pBefore, Glissa& pAfter, const KeyPlaces& pOld,
     std::sort(times.begin(), times.end());
     int hintBefore = 0;
     int hintAfter = 0;
+    LargestChange change;
     const auto look = [&](KTime pTime) {
-        const double difference = std::fabs(double{pAfter.Evaluate(pTime, &hintAfter)} -
-                                            double{pBefore.Evaluate(pTime, &hintBefore)});
-        // Between huge values a curve may have no number.
-        const double change = std::isnan(difference) ? HUGE_VAL : difference;
-        if (change > pResult.largestChange) {
-            pResult.largestChange = change;
-            pResult.when = pTime;
-        }
+        change.Look(pBefore.Evaluate(pTime, &hintBefore), pAfter.Evaluate(pTime, &hintAfter),
+                    pTime);
     };
     for (std::size_t i = 0; i < times.size(); ++i) {
         const bool isBehindGap =
@@ -97,9 +93,10 @@ void FindLargestChange(Glissa& pBefore, Glissa& pAfter, const KeyPlaces& pOld,
         }
         look(times[i]);
     }
+    return change;
 }
 
-DragResult ResultOf(const DragCurve& pCurve, const Drag& pDrag)
+DragResult ResultOf(const EditedCurve& pCurve, const Drag& pDrag)
 {
     const KeyPlaces before = PlacesOf(*pCurve.before);
     KeyPlaces after = PlacesOf(*pCurve.curve);
@@ -107,52 +104,51 @@ DragResult ResultOf(const DragCurve& pCurve, const Drag& pDrag)
     DragResult result;
     result.name = pCurve.name;
     result.unit = pCurve.unit;
-    result.selected = static_cast<int>(before.marked.size());
-    result.copied = pDrag.GetRequest().keepsOriginals ? result.selected : 0;
-    result.replaced = keysBefore + result.copied - pCurve.curve->KeyGetCount();
-    result.moved = CountMoved(before.marked, after.marked);
-    FindLargestChange(*pCurve.before, *pCurve.curve, before, after, result);
-    if (result.copied > 0) {
+    DragCounts& counts = result.counts;
+    counts.selected = static_cast<int>(before.marked.size());
+    counts.copied = pDrag.GetRequest().keepsOriginals ? counts.selected : 0;
+    counts.replaced = keysBefore + counts.copied - pCurve.curve->KeyGetCount();
+    counts.moved = CountMoved(before.marked, after.marked);
+    result.change = ChangeOf(*pCurve.before, *pCurve.curve, before, after);
+    if (counts.copied > 0) {
         // The copies have the old places of selected keys.
         std::erase_if(after.others, [&](const KeyPlace& pEach) {
             return std::binary_search(before.marked.begin(), before.marked.end(), pEach);
         });
     }
-    result.followed = CountMoved(before.others, after.others);
+    counts.followed = CountMoved(before.others, after.others);
     return result;
 }
 
-struct Sums
+DragCounts SumsOf(const std::vector<DragResult>& pResults)
 {
-    int curves = 0;
-    int selected = 0;
-    int moved = 0;
-    int followed = 0;
-    int copied = 0;
-    int replaced = 0;
-};
-
-Sums SumsOf(const std::vector<DragResult>& pResults)
-{
-    Sums sums;
+    DragCounts sums;
     for (const DragResult& each : pResults) {
-        sums.curves += 1;
-        sums.selected += each.selected;
-        sums.moved += each.moved;
-        sums.followed += each.followed;
-        sums.copied += each.copied;
-        sums.replaced += each.replaced;
+        sums.selected += each.counts.selected;
+        sums.moved += each.counts.moved;
+        sums.followed += each.counts.followed;
+        sums.copied += each.counts.copied;
+        sums.replaced += each.counts.replaced;
     }
     return sums;
+}
+
+void AddFields(Json& pReport, const DragCounts& pCounts)
+{
+    pReport["keys_selected"] = pCounts.selected;
+    pReport["keys_moved"] = pCounts.moved;
+    pReport["keys_followed"] = pCounts.followed;
+    pReport["keys_copied"] = pCounts.copied;
+    pReport["keys_replaced"] = pCounts.replaced;
 }
 }  // namespace
 
 std::vector<DragResult> ResultsOf(const Drag& pDrag)
 {
     std::vector<DragResult> results;
-    for (const DragCurve& each : pDrag.GetCurves()) {
+    for (const EditedCurve& each : pDrag.GetCurves()) {
         DragResult result = ResultOf(each, pDrag);
-        if (result.selected > 0 || result.followed > 0 || result.largestChange > 0.0) {
+        if (result.counts.selected > 0 || result.counts.followed > 0 || result.change.IsChanged()) {
             results.push_back(std::move(result));
         }
     }
@@ -171,17 +167,17 @@ std::string ReportText(const DragReport& pReport)
                      {"unit", left, 11},
                      {"at", right}});
     for (const DragResult& each : pReport.results) {
-        const bool isChanged = each.largestChange > 0.0;
-        table.AddRow({each.name, std::to_string(each.selected), std::to_string(each.moved),
-                      std::to_string(each.followed), std::to_string(each.replaced),
-                      isChanged ? fmt::format("{:.6g}", each.largestChange) : "none",
-                      isChanged ? UnitName(each.unit) : "",
-                      isChanged ? fmt::format("{:.3f} s", each.when.GetSecondDouble()) : ""});
+        const DragCounts& counts = each.counts;
+        std::vector<std::string> row = {
+            each.name, std::to_string(counts.selected), std::to_string(counts.moved),
+            std::to_string(counts.followed), std::to_string(counts.replaced)};
+        AddCells(row, each.change, UnitName(each.unit));
+        table.AddRow(std::move(row));
     }
-    const Sums sums = SumsOf(pReport.results);
+    const DragCounts sums = SumsOf(pReport.results);
     std::string text = PrintableText(pReport.path) + ":\n" + table.GetText(2);
-    text += fmt::format("  {} curve{}: {} of {} selected keys moved", sums.curves,
-                        sums.curves == 1 ? "" : "s", sums.moved, sums.selected);
+    text += fmt::format("  {}: {} of {} selected keys moved",
+                        CountText(std::ssize(pReport.results), "curve"), sums.moved, sums.selected);
     if (sums.followed > 0) {
         text += fmt::format(", {} others followed", sums.followed);
     }
@@ -193,27 +189,15 @@ std::string ReportText(const DragReport& pReport)
 
 std::string ReportJson(const DragReport& pReport)
 {
-    const Sums sums = SumsOf(pReport.results);
-    Json json;
-    json["clip"] = pReport.path;
-    json["output"] = pReport.output.empty() ? Json() : Json(pReport.output);
-    json["keys_selected"] = sums.selected;
-    json["keys_moved"] = sums.moved;
-    json["keys_followed"] = sums.followed;
-    json["keys_copied"] = sums.copied;
-    json["keys_replaced"] = sums.replaced;
+    Json json = ClipReportJson(pReport.path, pReport.output);
+    AddFields(json, SumsOf(pReport.results));
     json["curves"] = Json::array();
     for (const DragResult& each : pReport.results) {
         Json curve;
         curve["name"] = each.name;
         curve["unit"] = UnitName(each.unit);
-        curve["keys_selected"] = each.selected;
-        curve["keys_moved"] = each.moved;
-        curve["keys_followed"] = each.followed;
-        curve["keys_copied"] = each.copied;
-        curve["keys_replaced"] = each.replaced;
-        curve["largest_change_outside"] = each.largestChange;
-        curve["at"] = each.largestChange > 0.0 ? Json(each.when.GetSecondDouble()) : Json();
+        AddFields(curve, each.counts);
+        AddFields(curve, "largest_change_outside", each.change);
         json["curves"].push_back(curve);
     }
     return JsonReportText(json);

@@ -2,26 +2,32 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "apps/glissa/curve_change.h"
 #include "apps/glissa/drag_run.h"
 
 #include <string>
 #include <vector>
+
+/// What a drag did to the keys of some curves.
+struct DragCounts
+{
+    int selected = 0;
+    int moved = 0;     ///< selected keys with another time or value than before
+    int followed = 0;  ///< other keys, by falloff or ripple
+    int copied = 0;    ///< keys that remain at the old places
+    int replaced = 0;  ///< keys that are gone, as another one landed on their time
+};
 
 /// What a drag did to a curve.
 struct DragResult
 {
     std::string name;
     Unit unit = Unit::factor;
-    int selected = 0;  ///< keys
-    int moved = 0;     ///< selected keys with another time or value than before
-    int followed = 0;  ///< other keys, by falloff or ripple
-    int copied = 0;    ///< keys that remain at the old places
-    int replaced = 0;  ///< keys that are gone, as another one landed on their time
-    /// The largest change of the value outside the selection, and the first time where it is: at
-    /// the times of the keys that are not selected, before and after, and halfway between them,
-    /// without those between the selected keys at their old or their new places.
-    double largestChange = 0.0;
-    KTime when;
+    DragCounts counts;
+    /// The largest change of the value outside the selection: at the times of the keys that are not
+    /// selected, before and after, and halfway between them, without those between the selected
+    /// keys at their old or their new places.
+    LargestChange change;
 };
 
 /// The results of the curves with selected keys, and of others that changed. Called before

@@ -7,6 +7,7 @@
 
 #include "apps/glissa/drag_run.h"
 
+#include "apps/glissa/clip_curves.h"
 #include "apps/glissa/refusal.h"
 #include "glissa/curve/curve.h"
 #include "glissa/node/node.h"
@@ -19,7 +20,6 @@
 
 namespace
 {
-constexpr double kMostTicks = 9.2e18;     // about the range of KTime
 constexpr double kLeastValueSpan = 1e-5;  // of a stretch; the manipulator widens smaller ones
 
 std::optional<ETimeMode> TimeModeOf(double pFramesASecond)
@@ -44,11 +44,11 @@ double AsFloat(double pValue)
     return static_cast<double>(static_cast<float>(pValue));
 }
 
-std::string RangeText(const std::vector<DragCurve>& pCurves)
+std::string RangeText(const std::vector<EditedCurve>& pCurves)
 {
     std::optional<TimeSpan> times;
     ValueRange values;
-    for (const DragCurve& each : pCurves) {
+    for (const EditedCurve& each : pCurves) {
         for (int i = 0; i < each.curve->KeyGetCount(); ++i) {
             values.Add(static_cast<double>(each.curve->KeyGetValue(i)));
         }
@@ -90,8 +90,8 @@ double Resolve(const Place<T>& pPlace, double pLow, double pHigh, Number pNumber
 }
 }  // namespace
 
-Drag::Drag(const DragRequest& pRequest, std::vector<DragCurve> pCurves, double pFramesASecond)
-    : mRequest(pRequest), mCurves(std::move(pCurves)), mFramesASecond(pFramesASecond)
+Drag::Drag(const DragRequest& pRequest, std::vector<EditedCurve> pCurves, double pFramesASecond)
+    : CurveEdit(std::move(pCurves)), mRequest(pRequest), mFramesASecond(pFramesASecond)
 {
     // Without a mode of this rate frames are milliseconds.
     const std::optional<ETimeMode> mode = TimeModeOf(mFramesASecond);
@@ -141,12 +141,6 @@ Drag::~Drag()
 
 void Drag::Select()
 {
-    mManipulator.BeginAddRemoveCurveNode();
-    for (const DragCurve& each : mCurves) {
-        mManipulator.Add(each.leaf);
-    }
-    mManipulator.EndAddRemoveCurveNode();
-    mManipulator.MarkAllCurveNodeForManip(true);
     for (const SelectStep& each : mRequest.selection) {
         const auto time = [this](const std::optional<TimeArgument>& pTime, KTime pDefault) {
             return pTime ? pTime->At(mFramesASecond) : pDefault;
@@ -162,16 +156,15 @@ void Drag::Select()
     }
     mManipulator.MarkKeysForManipFromSelection();
     bool hasMarks = false;
-    for (DragCurve& each : mCurves) {
+    for (EditedCurve& each : mCurves) {
         const bool isMarked = HasMarkedKey(*each.curve);
         hasMarks |= isMarked;
         // Stretches would write the other curves too.
         if (!isMarked && mRequest.rippleValues == ValueRipple::none) {
             mManipulator.MarkCurveNodeForManip(false, each.leaf);
         }
-        each.before.reset(GlissaCreate());
-        each.before->CopyFrom(*each.curve, true);
     }
+    Keep();
     if (!hasMarks) {
         throw Refusal("no key is selected; " + RangeText(mCurves));
     }
@@ -300,13 +293,11 @@ void Drag::EditStretch(const Step& pStep, double pFraction)
     }
 }
 
-// There is no cancel: the curves are put back by hand.
-void Drag::Restore()
+// The manipulator has no cancel: the curves are put back by hand.
+void Drag::CancelManipulation()
 {
     mManipulator.EndManipulation();
-    for (const DragCurve& each : mCurves) {
-        each.curve->CopyFrom(*each.before, true);
-    }
+    Restore();
 }
 
 void Drag::To(double pFraction)
@@ -314,7 +305,7 @@ void Drag::To(double pFraction)
     if (mSteps.size() == 1) {
         Edit(mSteps.front(), pFraction);
     } else {
-        Restore();
+        CancelManipulation();
         for (const Step& each : mSteps) {
             Begin(each);
             Edit(each, pFraction);
@@ -329,7 +320,7 @@ void Drag::Finish()
     mManipulator.MarkAllCurveNodeForManip(true);
     mManipulator.SetTangentVisibility(false);
     mManipulator.ClearMarkKeysForManip();
-    for (const DragCurve& each : mCurves) {
+    for (const EditedCurve& each : mCurves) {
         each.curve->KeyUnselectAll();
     }
 }
@@ -339,19 +330,4 @@ SelectionBox Drag::GetBox()
     SelectionBox box;
     mManipulator.GetSelectionRange(box.from, box.to, box.low, box.high);
     return box;
-}
-
-void CheckKeys(const std::vector<DragCurve>& pCurves)
-{
-    for (const DragCurve& each : pCurves) {
-        for (int i = 0; i < each.curve->KeyGetCount(); ++i) {
-            const KTime time = each.curve->KeyGetTime(i);
-            if (time <= KTime::MinusInfinite() || time >= KTime::Infinite()) {
-                throw Refusal(each.name + ": a key would leave the range of times");
-            }
-            if (!std::isfinite(each.curve->KeyGetValue(i))) {
-                throw Refusal(each.name + ": a value would leave the range of a float");
-            }
-        }
-    }
 }

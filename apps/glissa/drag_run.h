@@ -2,44 +2,25 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "apps/glissa/clip_curves.h"
+#include "apps/glissa/curve_edit.h"
 #include "apps/glissa/drag_request.h"
 #include "apps/glissa/picture/picture.h"
-#include "glissa/manip/manipulator.h"
-#include "io/host_layers.h"
 
-#include <string>
 #include <vector>
-
-/// A curve that is dragged. The clip owns the node and the curve.
-struct DragCurve
-{
-    std::string name;
-    Unit unit = Unit::factor;
-    GlissaNode* leaf = nullptr;
-    Glissa* curve = nullptr;
-    HostCurvePointer before;  ///< a copy of the curve before the drag, with the selection
-};
-
-/// Throws Refusal where the time or the value of a key left its range.
-void CheckKeys(const std::vector<DragCurve>& pCurves);
 
 /// A drag of selected keys by a GlissaManipulator: the request at any fraction of its way.
 ///
 /// One object at a time: it sets the process-wide time mode, in whose frames the manipulator
 /// counts.
-class Drag
+class Drag : public CurveEdit
 {
 public:
     /// Selects the keys and begins. Throws Refusal where no key is selected, or where the selection
     /// has no extent along a stretched axis, and WrongArguments for a ripple to the wrong side.
     ///
-    /// pCurves         not locked; their order is that of the manipulator
     /// pFramesASecond  for times in frames, the falloff and the snapping
-    Drag(const DragRequest& pRequest, std::vector<DragCurve> pCurves, double pFramesASecond);
+    Drag(const DragRequest& pRequest, std::vector<EditedCurve> pCurves, double pFramesASecond);
     ~Drag();
-    Drag(const Drag&) = delete;
-    Drag& operator=(const Drag&) = delete;
 
     /// Drags from the start to a fraction of the way, 1 for all of it. Throws Refusal where a key
     /// would leave the range of times or of floats; the curves are then of no use.
@@ -47,7 +28,6 @@ public:
     /// Ends the drag and removes selection and marks. The curves remain.
     void Finish();
 
-    const std::vector<DragCurve>& GetCurves() const { return mCurves; }
     const DragRequest& GetRequest() const { return mRequest; }
     /// The box around the selected keys, at the place to which they were dragged.
     SelectionBox GetBox();
@@ -71,7 +51,7 @@ private:
     void Begin(const Step& pStep);
     void Edit(const Step& pStep, double pFraction);
     void EditStretch(const Step& pStep, double pFraction);
-    void Restore();
+    void CancelManipulation();
     void ResolveTimes(const SelectionBox& pBox);
     void ResolveValues(const SelectionBox& pBox);
     KTime SnappedMove(KTime pMove) const;
@@ -79,10 +59,8 @@ private:
     double FalloffRadius() const;
 
     DragRequest mRequest;
-    std::vector<DragCurve> mCurves;
     double mFramesASecond;
     bool mHasTimeMode = false;  ///< whether the frames of the manipulator are those of the clip
-    GlissaManipulator mManipulator;
     std::vector<Step> mSteps;
     AxisEdit mTimes;
     AxisEdit mValues;

@@ -23,12 +23,12 @@ constexpr int kStageHeight = 300;
 constexpr int kHeadHeight = 70;
 
 // The curve of a leaf of the tree in a layer.
-DragCurve CurveIn(const ClipCurves& pClip, const std::string& pName, Unit pUnit,
-                  GlissaNode& pChannel, int pIndex, int pLayer)
+EditedCurve CurveIn(const ClipCurves& pClip, const std::string& pName, Unit pUnit,
+                    GlissaNode& pChannel, int pIndex, int pLayer)
 {
     GlissaNode* const layer = pChannel.LayerGet(pLayer);
     GlissaNode* const leaf = layer ? layer->Get(pIndex) : nullptr;
-    DragCurve curve;
+    EditedCurve curve;
     curve.name = pLayer == 0 ? pName : pName + " @" + LayerName(pClip, pLayer);
     curve.unit = pUnit;
     curve.leaf = leaf;
@@ -38,13 +38,13 @@ DragCurve CurveIn(const ClipCurves& pClip, const std::string& pName, Unit pUnit,
 
 }  // namespace
 
-std::vector<DragCurve> ChosenCurves(ClipCurves& pClip, const EditOptions& pOptions,
-                                    const std::vector<int>& pLayers)
+std::vector<EditedCurve> ChosenCurves(ClipCurves& pClip, const EditOptions& pOptions,
+                                      const std::vector<int>& pLayers)
 {
-    std::vector<DragCurve> curves;
+    std::vector<EditedCurve> curves;
     const auto add = [&](const std::string& pName, Unit pUnit, GlissaNode& pChannel, int pIndex) {
         for (const int layer : pLayers) {
-            DragCurve curve = CurveIn(pClip, pName, pUnit, pChannel, pIndex, layer);
+            EditedCurve curve = CurveIn(pClip, pName, pUnit, pChannel, pIndex, layer);
             if (curve.curve && curve.curve->IsLocked()) {
                 throw Refusal(
                     fmt::format("{}: {} is locked; 'glissa layer --unlock' unlocks a layer",

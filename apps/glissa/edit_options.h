@@ -47,8 +47,8 @@ EditOutput OutputOf(const EditOptions& pOptions);
 
 /// The chosen curves in the order of the choice, and for each one the layers in the order of
 /// pLayers. Throws Refusal for a locked curve, and where there is no curve.
-std::vector<DragCurve> ChosenCurves(ClipCurves& pClip, const EditOptions& pOptions,
-                                    const std::vector<int>& pLayers);
+std::vector<EditedCurve> ChosenCurves(ClipCurves& pClip, const EditOptions& pOptions,
+                                      const std::vector<int>& pLayers);
 
 /// The span of --show; nullopt without it. Throws WrongArguments.
 std::optional<TimeSpan> ShownSpan(const EditOptions& pOptions, double pFramesASecond);

@@ -3,7 +3,7 @@
 
 #include "apps/glissa/filter_report.h"
 
-#include "apps/glissa/json_report.h"
+#include "apps/glissa/curve_change.h"
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/text_table.h"
 
@@ -52,6 +52,11 @@ const char* UnitOf(const ClipReport& pReport, const FilterResult& pResult)
     return found == pReport.units.end() ? "" : found->second;
 }
 
+LargestChange ChangeOf(const FilterResult& pResult)
+{
+    return {pResult.mLargestChange, pResult.mWhen};
+}
+
 // Takes the larger change of two.
 void KeepLargest(const FilterResult*& pLargest, const FilterResult& pResult)
 {
@@ -96,9 +101,7 @@ std::string SumsText(const Sums& pSums, const char* pLargest)
 
 Json AsJson(const ClipReport& pReport)
 {
-    Json json;
-    json["clip"] = pReport.path;
-    json["output"] = pReport.output.empty() ? Json() : Json(pReport.output);
+    Json json = ClipReportJson(pReport.path, pReport.output);
     json["skipped"] = pReport.skipped;
     json["error"] = pReport.error.empty() ? Json() : Json(pReport.error);
     json["warnings"] = pReport.warnings;
@@ -121,8 +124,7 @@ Json AsJson(const ClipReport& pReport)
             curve["message"] = each.mMessage;
             curve["keys_before"] = each.mKeysBefore;
             curve["keys_after"] = each.mKeysAfter;
-            curve["largest_change"] = each.mLargestChange;
-            curve["at"] = each.mLargestChange > 0.0 ? Json(each.mWhen.GetSecondDouble()) : Json();
+            AddFields(curve, "largest_change", ChangeOf(each));
             filter["curves"].push_back(curve);
         }
         json["filters"].push_back(filter);
@@ -147,18 +149,16 @@ std::string ReportText(const ClipReport& pReport)
                          {"at", right, 9},
                          {"", left}});
         for (const FilterResult& each : step.results) {
-            const bool isChanged = each.mLargestChange > 0.0;
             std::string outcome =
                 each.mOutcome == FilterOutcome::changed ? "" : OutcomeName(each.mOutcome);
             if (!each.mMessage.empty()) {
                 outcome += (outcome.empty() ? "" : ": ") + each.mMessage;
             }
-            table.AddRow({each.mName, std::to_string(each.mKeysBefore),
-                          std::to_string(each.mKeysAfter),
-                          isChanged ? fmt::format("{:.6g}", each.mLargestChange) : "none",
-                          isChanged ? UnitOf(pReport, each) : "",
-                          isChanged ? fmt::format("{:.3f} s", each.mWhen.GetSecondDouble()) : "",
-                          std::move(outcome)});
+            std::vector<std::string> row = {each.mName, std::to_string(each.mKeysBefore),
+                                            std::to_string(each.mKeysAfter)};
+            AddCells(row, ChangeOf(each), UnitOf(pReport, each));
+            row.push_back(std::move(outcome));
+            table.AddRow(std::move(row));
         }
         text += fmt::format("{}: {}\n", PrintableText(pReport.path), step.filter);
         text += table.GetText(2);

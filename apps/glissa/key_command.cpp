@@ -338,19 +338,6 @@ void RunKey(const KeyOptions& pOptions)
     clip.DropRecordedValues();
     SaveClip(clip, format, pOptions.output);
 }
-
-// The parser lists each option once for each of its values, in the order of the command line.
-void CollectEdits(const CLI::App& pCommand, KeyOptions& pOptions)
-{
-    std::map<const CLI::Option*, std::size_t> counts;
-    for (const CLI::Option* const option : pCommand.parse_order()) {
-        const std::string name = option->get_name();
-        const std::size_t index = counts[option]++;
-        if (name == "--insert" || name == "--remove" || name == "--move" || name == "--tangent") {
-            pOptions.edits.emplace_back(name, option->results().at(index));
-        }
-    }
-}
 }  // namespace
 
 void AddKeyCommand(CLI::App& pApp, Action& pAction)
@@ -391,7 +378,7 @@ void AddKeyCommand(CLI::App& pApp, Action& pAction)
                     "  glissa key clip.bvh --curve '*/R/?' --remove 1f..23f --tangent user@0f "
                     "-o out.glissa");
     command->callback([options, command, &pAction] {
-        CollectEdits(*command, *options);
+        options->edits = OptionsInOrder(*command, {"--insert", "--remove", "--move", "--tangent"});
         pAction = [options] { RunKey(*options); };
     });
 }

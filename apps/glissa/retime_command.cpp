@@ -5,8 +5,9 @@
 
 #include "apps/glissa/clip_nodes.h"
 #include "apps/glissa/command.h"
+#include "apps/glissa/count_text.h"
+#include "apps/glissa/curve_change.h"
 #include "apps/glissa/edit_options.h"
-#include "apps/glissa/json_report.h"
 #include "apps/glissa/printable_text.h"
 #include "apps/glissa/retime_run.h"
 #include "apps/glissa/shared_options.h"
@@ -15,9 +16,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 namespace
@@ -29,40 +30,39 @@ struct RetimeOptions : EditOptions
     std::vector<std::string> markers, locks;
 };
 
+struct RetimeCounts
+{
+    int keys = 0;
+    int moved = 0;
+    int replaced = 0;  ///< keys that came to the time of another one
+};
+
 struct RetimeResult
 {
     std::string name;
     Unit unit = Unit::factor;
-    int keys = 0;
-    int moved = 0;
-    int replaced = 0;  ///< keys that came to the time of another one
-    /// Of the value, the old curve at a time against the new one where that time is now.
-    double largestChange = 0.0;
-    KTime when;  ///< the old time of it
+    RetimeCounts counts;
+    /// The old curve at a time against the new one where that time is now. It has the old time.
+    LargestChange change;
 };
 
-RetimeResult ResultOf(const DragCurve& pCurve, const std::vector<RetimeMove>& pMoves)
+RetimeResult ResultOf(const EditedCurve& pCurve, const std::vector<RetimeMove>& pMoves)
 {
     Glissa& before = *pCurve.before;
     Glissa& after = *pCurve.curve;
     RetimeResult result;
     result.name = pCurve.name;
     result.unit = pCurve.unit;
-    result.keys = before.KeyGetCount();
-    result.replaced = result.keys - after.KeyGetCount();
+    RetimeCounts& counts = result.counts;
+    counts.keys = before.KeyGetCount();
+    counts.replaced = counts.keys - after.KeyGetCount();
     int hintBefore = 0;
     int hintAfter = 0;
     const auto look = [&](KTime pOld, KTime pNew) {
-        const double difference = std::fabs(double{after.Evaluate(pNew, &hintAfter)} -
-                                            double{before.Evaluate(pOld, &hintBefore)});
-        // Between huge values a curve may have no number.
-        const double change = std::isnan(difference) ? HUGE_VAL : difference;
-        if (change > result.largestChange) {
-            result.largestChange = change;
-            result.when = pOld;
-        }
+        result.change.Look(before.Evaluate(pOld, &hintBefore), after.Evaluate(pNew, &hintAfter),
+                           pOld);
     };
-    for (int i = 0; i < result.keys; ++i) {
+    for (int i = 0; i < counts.keys; ++i) {
         const KTime old = before.KeyGetTime(i);
         if (i > 0) {
             const KTime last = before.KeyGetTime(i - 1);
@@ -70,29 +70,29 @@ RetimeResult ResultOf(const DragCurve& pCurve, const std::vector<RetimeMove>& pM
             look(middle, RetimedTime(pMoves, middle));
         }
         // A tick beside a key of a step there is another value.
-        const KTime now = result.replaced == 0 ? after.KeyGetTime(i) : RetimedTime(pMoves, old);
-        result.moved += now != old ? 1 : 0;
+        const KTime now = counts.replaced == 0 ? after.KeyGetTime(i) : RetimedTime(pMoves, old);
+        counts.moved += now != old ? 1 : 0;
         look(old, now);
     }
     return result;
 }
 
-struct Sums
+RetimeCounts SumsOf(const std::vector<RetimeResult>& pResults)
 {
-    int keys = 0;
-    int moved = 0;
-    int replaced = 0;
-};
-
-Sums SumsOf(const std::vector<RetimeResult>& pResults)
-{
-    Sums sums;
+    RetimeCounts sums;
     for (const RetimeResult& each : pResults) {
-        sums.keys += each.keys;
-        sums.moved += each.moved;
-        sums.replaced += each.replaced;
+        sums.keys += each.counts.keys;
+        sums.moved += each.counts.moved;
+        sums.replaced += each.counts.replaced;
     }
     return sums;
+}
+
+void AddFields(Json& pReport, const RetimeCounts& pCounts)
+{
+    pReport["keys"] = pCounts.keys;
+    pReport["keys_moved"] = pCounts.moved;
+    pReport["keys_replaced"] = pCounts.replaced;
 }
 
 std::string TextOf(const RetimeOptions& pOptions, const std::vector<RetimeMove>& pMoves,
@@ -107,12 +107,11 @@ std::string TextOf(const RetimeOptions& pOptions, const std::vector<RetimeMove>&
                      {"unit", left, 11},
                      {"at", right}});
     for (const RetimeResult& each : pResults) {
-        const bool isChanged = each.largestChange > 0.0;
-        table.AddRow({each.name, std::to_string(each.keys), std::to_string(each.moved),
-                      std::to_string(each.replaced),
-                      isChanged ? fmt::format("{:.6g}", each.largestChange) : "none",
-                      isChanged ? UnitName(each.unit) : "",
-                      isChanged ? fmt::format("{:.3f} s", each.when.GetSecondDouble()) : ""});
+        std::vector<std::string> row = {each.name, std::to_string(each.counts.keys),
+                                        std::to_string(each.counts.moved),
+                                        std::to_string(each.counts.replaced)};
+        AddCells(row, each.change, UnitName(each.unit));
+        table.AddRow(std::move(row));
     }
     std::string text = PrintableText(pOptions.path) + ":\n" + table.GetText(2) + "  markers:";
     for (const RetimeMove& each : pMoves) {
@@ -121,22 +120,17 @@ std::string TextOf(const RetimeOptions& pOptions, const std::vector<RetimeMove>&
             text += fmt::format("={:.6g}", each.to.GetSecondDouble());
         }
     }
-    const Sums sums = SumsOf(pResults);
-    return text + fmt::format(" s\n  {} curve{}: {} of {} keys moved, {} replaced\n",
-                              pResults.size(), pResults.size() == 1 ? "" : "s", sums.moved,
-                              sums.keys, sums.replaced);
+    const RetimeCounts sums = SumsOf(pResults);
+    return text + fmt::format(" s\n  {}: {} of {} keys moved, {} replaced\n",
+                              CountText(std::ssize(pResults), "curve"), sums.moved, sums.keys,
+                              sums.replaced);
 }
 
 std::string JsonOf(const RetimeOptions& pOptions, const std::vector<RetimeMove>& pMoves,
                    const std::vector<RetimeResult>& pResults)
 {
-    const Sums sums = SumsOf(pResults);
-    Json json;
-    json["clip"] = pOptions.path;
-    json["output"] = pOptions.output.empty() ? Json() : Json(pOptions.output);
-    json["keys"] = sums.keys;
-    json["keys_moved"] = sums.moved;
-    json["keys_replaced"] = sums.replaced;
+    Json json = ClipReportJson(pOptions.path, pOptions.output);
+    AddFields(json, SumsOf(pResults));
     json["markers"] = Json::array();
     for (const RetimeMove& each : pMoves) {
         Json marker;
@@ -149,11 +143,8 @@ std::string JsonOf(const RetimeOptions& pOptions, const std::vector<RetimeMove>&
         Json curve;
         curve["name"] = each.name;
         curve["unit"] = UnitName(each.unit);
-        curve["keys"] = each.keys;
-        curve["keys_moved"] = each.moved;
-        curve["keys_replaced"] = each.replaced;
-        curve["largest_change"] = each.largestChange;
-        curve["at"] = each.largestChange > 0.0 ? Json(each.when.GetSecondDouble()) : Json();
+        AddFields(curve, each.counts);
+        AddFields(curve, "largest_change", each.change);
         json["curves"].push_back(curve);
     }
     return JsonReportText(json);
@@ -172,11 +163,11 @@ std::vector<int> LayersOf(const ClipCurves& pClip, const std::string& pName)
 }
 
 // The curves of a film: those that were chosen; without a choice those of the first node.
-std::vector<const DragCurve*> FilmCurves(const Retime& pRetime, bool pIsChoice)
+std::vector<const EditedCurve*> FilmCurves(const Retime& pRetime, bool pIsChoice)
 {
-    std::vector<const DragCurve*> shown;
+    std::vector<const EditedCurve*> shown;
     GlissaNode* const node = pRetime.GetCurves().front().leaf->GetParent();
-    for (const DragCurve& each : pRetime.GetCurves()) {
+    for (const EditedCurve& each : pRetime.GetCurves()) {
         if (pIsChoice || each.leaf->GetParent() == node) {
             shown.push_back(&each);
         }
@@ -190,7 +181,7 @@ TimeSpan SpanOf(const Retime& pRetime)
     const std::vector<RetimeMove>& moves = pRetime.GetMoves();
     std::optional<TimeSpan> span = TimeSpan{std::min(moves.front().from, moves.front().to),
                                             std::max(moves.back().from, moves.back().to)};
-    for (const DragCurve& each : pRetime.GetCurves()) {
+    for (const EditedCurve& each : pRetime.GetCurves()) {
         span = SpanOfBoth(span, KeySpan(std::vector<Glissa*>{each.curve, each.before.get()}));
     }
     const KTime margin =
@@ -199,10 +190,10 @@ TimeSpan SpanOf(const Retime& pRetime)
 }
 
 // A tick is for the rounding of times.
-void CheckFrames(const ClipCurves& pClip, const std::vector<DragCurve>& pCurves)
+void CheckFrames(const ClipCurves& pClip, const std::vector<EditedCurve>& pCurves)
 {
     const std::int64_t period = pClip.clip.mFramePeriod.Get();
-    for (const DragCurve& each : pCurves) {
+    for (const EditedCurve& each : pCurves) {
         for (int i = 0; i < each.curve->KeyGetCount(); ++i) {
             const KTime time = each.curve->KeyGetTime(i);
             const std::int64_t past = std::llabs(time.Get()) % period;
@@ -248,7 +239,7 @@ void RunRetime(RetimeOptions pOptions)
         } else if (!pOptions.dryRun && output.clip == ClipFormat::bvh) {
             CheckFrames(clip, retime.GetCurves());
         }
-        for (const DragCurve& each : retime.GetCurves()) {
+        for (const EditedCurve& each : retime.GetCurves()) {
             results.push_back(ResultOf(each, moves));
         }
         retime.Finish();

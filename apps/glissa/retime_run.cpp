@@ -14,8 +14,6 @@
 
 namespace
 {
-constexpr double kMostTicks = 9.2e18;  // about the range of KTime
-
 // The keys around the marker follow it. Each move is a manipulation of its own.
 void Moved(void* pContext, KTime pLeft, KTime pTime, KTime pRight, KTime pDelta)
 {
@@ -185,25 +183,15 @@ KTime RetimedTime(const std::vector<RetimeMove>& pMoves, KTime pTime)
                                         ticks(left.from, right->from)));
 }
 
-Retime::Retime(std::vector<RetimeMove> pMoves, std::vector<DragCurve> pCurves)
-    : mMoves(std::move(pMoves)), mCurves(std::move(pCurves))
+Retime::Retime(std::vector<RetimeMove> pMoves, std::vector<EditedCurve> pCurves)
+    : CurveEdit(std::move(pCurves)), mMoves(std::move(pMoves))
 {
-    bool hasKeys = false;
-    mManipulator.BeginAddRemoveCurveNode();
-    for (DragCurve& each : mCurves) {
-        hasKeys |= each.curve->KeyGetCount() > 0;
-        mManipulator.Add(each.leaf);
-    }
-    mManipulator.EndAddRemoveCurveNode();
-    if (!hasKeys) {
+    if (std::none_of(mCurves.begin(), mCurves.end(),
+                     [](const EditedCurve& pEach) { return pEach.curve->KeyGetCount() > 0; })) {
         throw Refusal("the chosen curves have no keys");
     }
-    mManipulator.MarkAllCurveNodeForManip(true);
     mManipulator.MarkKeysForManip(true, nullptr, 0, INT_MAX);
-    for (DragCurve& each : mCurves) {
-        each.before.reset(GlissaCreate());
-        each.before->CopyFrom(*each.curve, true);
-    }
+    Keep();
     RetimeCallbackEntry entry;
     entry.mContext = &mManipulator;
     entry.mMove = &Moved;
@@ -217,9 +205,7 @@ Retime::~Retime()
 
 void Retime::To(double pFraction)
 {
-    for (const DragCurve& each : mCurves) {
-        each.curve->CopyFrom(*each.before, true);
-    }
+    Restore();
     std::vector<KTime> deltas;
     for (std::size_t i = 0; i < mMarkers.size(); ++i) {
         mMarkers[i]->SetTime(mMoves[i].from);

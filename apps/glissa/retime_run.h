@@ -3,8 +3,7 @@
 #pragma once
 
 #include "apps/glissa/arguments.h"
-#include "apps/glissa/drag_run.h"
-#include "glissa/manip/manipulator.h"
+#include "apps/glissa/curve_edit.h"
 #include "glissa/retime/retime.h"
 
 #include <optional>
@@ -54,14 +53,12 @@ std::vector<RetimeMove> MovesOf(const RetimeRequest& pRequest, double pFramesASe
 KTime RetimedTime(const std::vector<RetimeMove>& pMoves, KTime pTime);
 
 /// A retime of all keys of some curves by a list of markers and a GlissaManipulator.
-class Retime
+class Retime : public CurveEdit
 {
 public:
     /// Marks the keys. Throws Refusal where the curves have no keys.
-    Retime(std::vector<RetimeMove> pMoves, std::vector<DragCurve> pCurves);
+    Retime(std::vector<RetimeMove> pMoves, std::vector<EditedCurve> pCurves);
     ~Retime();
-    Retime(const Retime&) = delete;
-    Retime& operator=(const Retime&) = delete;
 
     /// Moves the markers from the start to a fraction of the way, 1 for all of it. Throws Refusal
     /// where a key would leave the range of times; the curves are then of no use.
@@ -69,15 +66,12 @@ public:
     /// Removes the marks. The curves remain.
     void Finish();
 
-    const std::vector<DragCurve>& GetCurves() const { return mCurves; }
     const std::vector<RetimeMove>& GetMoves() const { return mMoves; }
     /// The times to which the markers were moved.
     std::vector<KTime> GetMarkers() const;
 
 private:
     std::vector<RetimeMove> mMoves;
-    std::vector<DragCurve> mCurves;
-    GlissaManipulator mManipulator;
     KRetimeLinkListHead mList;
     std::vector<KRetimeMarker*> mMarkers;
 };

@@ -3,15 +3,15 @@
 
 #include "apps/glissa/rotation_report.h"
 
+#include "apps/glissa/count_text.h"
+
 #include <fmt/format.h>
+
+#include <optional>
+#include <utility>
 
 namespace
 {
-const char* PluralEnd(std::int64_t pCount)
-{
-    return pCount == 1 ? "" : "s";
-}
-
 double Seconds(KTime pTime)
 {
     return pTime.GetSecondDouble();
@@ -19,50 +19,55 @@ double Seconds(KTime pTime)
 
 // "3 gimbal zones in 2 rotations"
 template <typename Finding>
-std::string CountText(const Findings<Finding>& pFindings, const char* pName)
+std::string FindingsText(const Findings<Finding>& pFindings, const char* pName)
 {
-    return fmt::format("{} {}{} in {} rotation{}", pFindings.mCount, pName,
-                       PluralEnd(pFindings.mCount), pFindings.mNodeCount,
-                       PluralEnd(pFindings.mNodeCount));
+    return fmt::format("{} in {}", CountText(pFindings.mCount, pName),
+                       CountText(pFindings.mNodeCount, "rotation"));
 }
 
-Json Describe(const std::optional<GimbalZone>& pZone)
+// The rotation and the span of time of a finding, then two numbers with their names.
+Json Describe(const std::string& pNode, KTime pFrom, KTime pTo,
+              const std::pair<const char*, double>& pFirst,
+              const std::pair<const char*, double>& pSecond)
 {
-    return !pZone ? Json()
-                  : Json{{"node", pZone->mNode},
-                         {"from", Seconds(pZone->mFirst)},
-                         {"to", Seconds(pZone->mLast)},
-                         {"distance", pZone->mDistance},
-                         {"closest", Seconds(pZone->mClosest)}};
+    return {{"node", pNode},
+            {"from", Seconds(pFrom)},
+            {"to", Seconds(pTo)},
+            {pFirst.first, pFirst.second},
+            {pSecond.first, pSecond.second}};
 }
 
-Json Describe(const std::optional<PoorPath>& pPath)
+Json Describe(const GimbalZone& pZone)
 {
-    return !pPath ? Json()
-                  : Json{{"node", pPath->mNode},
-                         {"from", Seconds(pPath->mFrom)},
-                         {"to", Seconds(pPath->mTo)},
-                         {"turn", pPath->mTurn},
-                         {"stray", pPath->mStray}};
+    return Describe(pZone.mNode, pZone.mFirst, pZone.mLast, {"distance", pZone.mDistance},
+                    {"closest", Seconds(pZone.mClosest)});
+}
+
+Json Describe(const PoorPath& pPath)
+{
+    return Describe(pPath.mNode, pPath.mFrom, pPath.mTo, {"turn", pPath.mTurn},
+                    {"stray", pPath.mStray});
 }
 
 template <typename Finding>
 Json Describe(const Findings<Finding>& pFindings)
 {
+    const auto orNull = [](const std::optional<Finding>& pFinding) {
+        return pFinding ? Describe(*pFinding) : Json();
+    };
     return {{"count", pFindings.mCount},
             {"nodes", pFindings.mNodeCount},
-            {"first", Describe(pFindings.mFirst)},
-            {"worst", Describe(pFindings.mWorst)}};
+            {"first", orNull(pFindings.mFirst)},
+            {"worst", orNull(pFindings.mWorst)}};
 }
 }  // namespace
 
 std::string JumpsText(const AngleJumps& pJumps)
 {
-    return fmt::format("{} step{} of more than 180 degrees between frames in {} curve{}, first in "
-                       "{} at {:.6g} s (frame {})",
-                       pJumps.mCount, PluralEnd(pJumps.mCount), pJumps.mCurveCount,
-                       PluralEnd(pJumps.mCurveCount), pJumps.mCurve, pJumps.mTime.GetSecondDouble(),
-                       pJumps.mFrame);
+    return fmt::format(
+        "{} of more than 180 degrees between frames in {}, first in {} at {:.6g} s (frame {})",
+        CountText(pJumps.mCount, "step"), CountText(pJumps.mCurveCount, "curve"), pJumps.mCurve,
+        pJumps.mTime.GetSecondDouble(), pJumps.mFrame);
 }
 
 std::vector<FaultLine> FaultLines(const RotationFaults& pFaults)
@@ -74,7 +79,7 @@ std::vector<FaultLine> FaultLines(const RotationFaults& pFaults)
     if (const Findings<GimbalZone>& zones = pFaults.mZones; zones.mCount > 0) {
         lines[1].text = fmt::format("{}, first {} from {:.6g} to {:.6g} s; closest {} at {:.6g} s, "
                                     "{:.2g} degrees from lock",
-                                    CountText(zones, "gimbal zone"), zones.mFirst->mNode,
+                                    FindingsText(zones, "gimbal zone"), zones.mFirst->mNode,
                                     Seconds(zones.mFirst->mFirst), Seconds(zones.mFirst->mLast),
                                     zones.mWorst->mNode, Seconds(zones.mWorst->mClosest),
                                     zones.mWorst->mDistance);
@@ -84,7 +89,7 @@ std::vector<FaultLine> FaultLines(const RotationFaults& pFaults)
             "{}, first {} from {:.6g} to {:.6g} s; worst {} from {:.6g} to {:.6g} s, {:.2g} "
             "degrees "
             "off a turn of {:.2g} degrees",
-            CountText(paths, "poor path"), paths.mFirst->mNode, Seconds(paths.mFirst->mFrom),
+            FindingsText(paths, "poor path"), paths.mFirst->mNode, Seconds(paths.mFirst->mFrom),
             Seconds(paths.mFirst->mTo), paths.mWorst->mNode, Seconds(paths.mWorst->mFrom),
             Seconds(paths.mWorst->mTo), paths.mWorst->mStray, paths.mWorst->mTurn);
     }
@@ -112,10 +117,10 @@ std::string UnrollText(const UnrollReport& pReport)
 {
     std::string text = "no jumps of angles to mend";
     if (pReport.mMended > 0) {
-        text = fmt::format("mended {} jump{} of {} curve{}, the largest change of an orientation "
-                           "is {:.2g} degrees",
-                           pReport.mMended, PluralEnd(pReport.mMended), pReport.mCurveCount,
-                           PluralEnd(pReport.mCurveCount), pReport.mLargestTurn);
+        text =
+            fmt::format("mended {} of {}, the largest change of an orientation is {:.2g} degrees",
+                        CountText(pReport.mMended, "jump"), CountText(pReport.mCurveCount, "curve"),
+                        pReport.mLargestTurn);
     }
     if (pReport.mKept.mCount > 0) {
         text += "; kept in rotations that are locked or have keys more than one and a half frames "

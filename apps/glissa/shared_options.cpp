@@ -9,6 +9,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <map>
+
 void AddClipArgument(CLI::App& pCommand, std::string& pPath)
 {
     pCommand.add_option("CLIP", pPath, "Clip to read (BVH or .glissa)")->required();
@@ -47,6 +50,22 @@ CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::vector<st
                            const char* pHelp, const char* pType)
 {
     return pCommand.add_option(pName, pTexts, pHelp)->allow_extra_args(false)->type_name(pType);
+}
+
+// The parser lists each option once for each of its values.
+std::vector<std::pair<std::string, std::string>>
+OptionsInOrder(const CLI::App& pCommand, const std::vector<std::string>& pNames)
+{
+    std::vector<std::pair<std::string, std::string>> given;
+    std::map<const CLI::Option*, std::size_t> counts;
+    for (const CLI::Option* const option : pCommand.parse_order()) {
+        const std::string name = option->get_name();
+        const std::size_t index = counts[option]++;
+        if (std::find(pNames.begin(), pNames.end(), name) != pNames.end()) {
+            given.emplace_back(name, option->results().at(index));
+        }
+    }
+    return given;
 }
 
 CLI::Option* AddChoiceOption(CLI::App& pCommand, const char* pName, std::string& pText,

@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Options of several subcommands, so that their names and help texts are the same everywhere.
@@ -30,6 +31,10 @@ CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::string& p
 /// The same for an option that may be repeated.
 CLI::Option* AddTextOption(CLI::App& pCommand, const char* pName, std::vector<std::string>& pTexts,
                            const char* pHelp, const char* pType);
+/// Name and text of the given options of some names, in the order of the command line. Only while
+/// the command line is parsed.
+std::vector<std::pair<std::string, std::string>>
+OptionsInOrder(const CLI::App& pCommand, const std::vector<std::string>& pNames);
 /// An option with one of some words.
 CLI::Option* AddChoiceOption(CLI::App& pCommand, const char* pName, std::string& pText,
                              const char* pHelp, const char* pType,

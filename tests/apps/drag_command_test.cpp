@@ -121,9 +121,9 @@ TEST_F(Command, DragsKeysToPlacesWorkedOutByHand)
               KeysText(*LoadClip(At("out.glissa")).curves[1].curve));
 }
 
-std::vector<DragCurve> CurvesOf(ClipCurves& pClip, const std::string& pPattern)
+std::vector<EditedCurve> CurvesOf(ClipCurves& pClip, const std::string& pPattern)
 {
-    std::vector<DragCurve> curves;
+    std::vector<EditedCurve> curves;
     for (const NamedCurve* const each : ChooseCurves(pClip, {{pPattern}, false, {}, {}})) {
         curves.push_back({each->name, each->unit, each->curve->GetOwner(), each->curve, nullptr});
     }
